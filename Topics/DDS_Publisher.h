@@ -1,0 +1,26 @@
+#pragma once
+
+#include <boost/noncopyable.hpp>
+#include <string>
+
+#include "platform/dds/DDS_BaseObj.h"
+
+namespace Corvanta {
+
+/// The publishing side of a reading: a topic name and the way to the topic manager.
+/// T is the record kind: BASIC_TRACE::BT_DATA, VALUE_DOUBLE::VALUE, int or bool.
+template <class T>
+class DDS_Publisher : public DDS_BaseObj, virtual public boost::noncopyable {
+ public:
+  explicit DDS_Publisher(const char* topic) : topic_(topic) {}
+
+  const std::string& Topic() const noexcept { return topic_; }
+
+  /// Sends a record on the topic. Never throws; see DdsBaseAccess::Publish. The caller keeps the order: one call at a time.
+  void Publish(const T& record) noexcept { DdsBase().Publish(topic_.c_str(), ViewOf(record)); }
+
+ private:
+  std::string topic_;
+};
+
+}  // namespace Corvanta

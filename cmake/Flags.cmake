@@ -1,0 +1,46 @@
+# One INTERFACE target carries the flags of every target of ours.
+#
+# -ffp-contract=off: a fused multiply-add would give other bits on processors that have one.
+# Hidden visibility: an engine library exports its entry points and nothing else.
+add_library(lumenar_flags INTERFACE)
+target_compile_features(lumenar_flags INTERFACE cxx_std_20)
+target_compile_options(lumenar_flags INTERFACE
+  -Wall -Wextra -Wshadow -Wnon-virtual-dtor -ffp-contract=off -fno-strict-aliasing)
+target_include_directories(lumenar_flags INTERFACE ${CMAKE_SOURCE_DIR})
+target_link_options(lumenar_flags INTERFACE -Wl,--no-undefined)
+
+option(LUMENAR_WERROR "Treat warnings as errors" OFF)
+if(LUMENAR_WERROR)
+  target_compile_options(lumenar_flags INTERFACE -Werror)
+endif()
+set(LUMENAR_SANITIZE "" CACHE STRING "Sanitizers, as given to -fsanitize=")
+if(LUMENAR_SANITIZE)
+  add_compile_options(-fsanitize=${LUMENAR_SANITIZE} -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${LUMENAR_SANITIZE})
+endif()
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+endif()
+
+find_program(LUMENAR_CCACHE ccache)
+if(LUMENAR_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${LUMENAR_CCACHE})
+endif()
+
+# A static library of one folder: lumenar_folder_library(NAME SOURCES ... LINK ...), with the alias lumenar::NAME.
+function(lumenar_folder_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  if(ARG_SOURCES)
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_link_libraries(${name} PUBLIC lumenar_flags ${ARG_LINK})
+  else()
+    add_library(${name} INTERFACE)
+    target_link_libraries(${name} INTERFACE lumenar_flags ${ARG_LINK})
+  endif()
+  add_library(lumenar::${name} ALIAS ${name})
+endfunction()

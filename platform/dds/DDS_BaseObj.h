@@ -1,0 +1,50 @@
+#pragma once
+
+#include <memory>
+
+#include "DDS.hh"
+#include "platform/orb/any_guard.h"
+
+namespace Corvanta {
+
+/// The way to the topic manager, one for the process; found through the naming service at Lumenar/local/DDS_MANAGER/1 when first
+/// needed, and again by itself after the manager was away.
+///
+/// A manager that is away is noted once on standard error, its return once; while it is away, at most one call each 250 ms
+/// tries it, so that nothing is slowed down. All subscriptions that stand when the ORB shuts down are ended then.
+/// Threads   any.
+class DdsBaseAccess {
+ public:
+  static DdsBaseAccess& Instance();
+
+  /// Errors   CORBA::TRANSIENT when the manager cannot be found.
+  DDS_Manager_ptr Manager();
+
+  /// Sends a sample to the manager. Never throws: a manager that is away loses the sample, counted.
+  void Publish(const char* topic, const SampleView& sample) noexcept;
+
+  /// Errors   CORBA system exceptions.
+  CORBA::Long Subscribe(const char* topic, DDS_Sub_ptr subscriber);
+
+  /// A manager that is away is silently ignored.
+  void Unsubscribe(const char* topic, CORBA::Long handle) noexcept;
+
+  /// Samples that could not be sent since the process began.
+  unsigned long long LostSamples() const noexcept;
+
+ private:
+  DdsBaseAccess();
+  ~DdsBaseAccess();
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+/// Base of publishers and subscribers.
+class DDS_BaseObj {
+ protected:
+  DDS_BaseObj() = default;
+  ~DDS_BaseObj() = default;
+  static DdsBaseAccess& DdsBase() { return DdsBaseAccess::Instance(); }
+};
+
+}  // namespace Corvanta

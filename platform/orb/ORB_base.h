@@ -1,0 +1,74 @@
+#pragma once
+
+#include <omniORB4/CORBA.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/orb/TransportConfig.h"
+
+namespace Corvanta {
+
+/// The ORB of this process: at most one lives at a time. Owns the ORB and its root POA.
+///
+/// The POA holds requests back until Run or Activate. Everything else of the platform finds the ORB through Current().
+class ORB_base {
+ public:
+  /// Initialises the ORB from an argument list (the naming-service reference as -ORBInitRef, the transport configuration as
+  /// -ORBSvcConf FILE; a missing file at that compiled-in path means the defaults).
+  ///
+  /// Environment, for tests and racks: LUMENAR_NAMING=HOST:PORT replaces the naming service, LUMENAR_TRANSPORT_CONF=FILE the
+  /// configuration (this file must exist).
+  /// Errors   TransportConfigError; std::invalid_argument for an unknown -ORB argument; std::logic_error when an ORB_base
+  ///          lives already or the process has an ORB that somebody else initialised; CORBA system exceptions.
+  ORB_base(int argc, const char* const* argv);
+
+  /// Runs the shutdown listeners unless Shutdown did, then ends and destroys the ORB. Never throws.
+  virtual ~ORB_base();
+
+  ORB_base(const ORB_base&) = delete;
+  ORB_base& operator=(const ORB_base&) = delete;
+
+  /// The ORB of the process. Errors   CORBA::BAD_INV_ORDER when there is none.
+  static ORB_base& Current();
+  static bool HasCurrent() noexcept;
+
+  /// Not duplicated; valid as long as this object.
+  CORBA::ORB_ptr Orb() const;
+  PortableServer::POA_ptr Poa() const;
+  const TransportConfig& Transport() const;
+
+  /// "HOST:PORT" of the naming service in use.
+  std::string NamingAddress() const;
+
+  /// Lets the POA dispatch requests. Run does it too.
+  void Activate();
+
+  /// Dispatches requests and blocks until Shutdown; then throws Term_Exception or Quit_Exception when a signal was the reason.
+  void Run();
+
+  /// Ends Run from any thread: first runs the shutdown listeners (names are unbound and subscriptions ended while calls still go
+  /// out), then stops the ORB. Later calls do nothing.
+  void Shutdown() noexcept;
+
+  /// Registers something to do, once, before the ORB stops; run in reverse order of registration. Must not throw.
+  /// Returns a token for RemoveShutdownListener (which does nothing for a listener that ran).
+  long AddShutdownListener(std::function<void()> listener);
+  void RemoveShutdownListener(long token);
+
+  /// Takes a servant out of its POA; a servant that is not active, and an ORB that is gone, are ignored. Never waits for
+  /// requests in flight.
+  static void DeactivateObject(PortableServer::ServantBase* servant) noexcept;
+
+  /// Sets the time limit of calls through one reference.
+  static void SetCallTimeout(CORBA::Object_ptr object, std::chrono::milliseconds limit);
+
+  struct Impl;
+
+ protected:
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace Corvanta

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <boost/enable_shared_from_this.hpp>
+#include <boost/shared_ptr.hpp>
+#include <omniORB4/CORBA.h>
+
+#include <utility>
+
+#include "platform/base/Mutex.h"
+
+namespace Corvanta {
+
+/// The door through which calls from outside reach one object that counts its references (a servant).
+///
+/// While the object is built, callers wait; once open, each caller holds the object alive until it leaves; once closed, callers find
+/// nobody. Closing never waits for callers inside. Outlives its object: servants and callbacks share it.
+class UpcallGate : public boost::enable_shared_from_this<UpcallGate> {
+ public:
+  static boost::shared_ptr<UpcallGate> Create(PortableServer::ServantBase* object) {
+    return boost::shared_ptr<UpcallGate>(new UpcallGate(object));
+  }
+
+  /// Ends the building: callers come in. After Close it does nothing.
+  void Open();
+
+  /// Lets nobody in any more, and sends away who waits. The object's owner calls it before it gives up its reference.
+  void Close() noexcept;
+
+  bool IsClosed() const;
+
+  /// Holds the object for the length of a call; false when the gate is closed.
+  class Pass {
+   public:
+    explicit Pass(UpcallGate& gate) : object_(gate.Enter()) {}
+    ~Pass() {
+      if (object_ != nullptr) object_->_remove_ref();
+    }
+    Pass(const Pass&) = delete;
+    Pass& operator=(const Pass&) = delete;
+    explicit operator bool() const { return object_ != nullptr; }
+
+   private:
+    PortableServer::ServantBase* object_;
+  };
+
+  /// A callback that enters the gate before it calls `function`, and does nothing when the gate is closed.
+  template <class Function>
+  auto Guard(Function function) {
+    return [gate = shared_from_this(), function = std::move(function)](auto&&... arguments) {
+      Pass pass(*gate);
+      if (pass) function(std::forward<decltype(arguments)>(arguments)...);
+    };
+  }
+
+  /// Throws CORBA::OBJECT_NOT_EXIST when closed: the first line of an operation of a servant that its owner has given up.
+  void RequireOpen() const;
+
+ private:
+  explicit UpcallGate(PortableServer::ServantBase* object) : object_(object) {}
+  PortableServer::ServantBase* Enter();
+
+  enum class State { Building, Open, Closed };
+  mutable Lumenar::Mutex mutex_;
+  Lumenar::Condition changed_;
+  State state_ GUARDED_BY(mutex_) = State::Building;
+  PortableServer::ServantBase* const object_;
+};
+
+}  // namespace Corvanta

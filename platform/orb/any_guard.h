@@ -1,0 +1,50 @@
+#pragma once
+
+#include <functional>
+#include <variant>
+
+#include "BASIC_TRACE.hh"
+#include "DDS.hh"
+#include "VALUE_DOUBLE.hh"
+
+namespace Corvanta {
+
+/// A sample out of an any: one of the record kinds that topics carry, or monostate for an any of another type.
+using SampleRecord =
+    std::variant<std::monostate, BASIC_TRACE::BT_DATA, VALUE_DOUBLE::VALUE, CORBA::Long, bool>;
+
+/// A sample to be sent, not owned.
+using SampleView = std::variant<const BASIC_TRACE::BT_DATA*, const VALUE_DOUBLE::VALUE*, CORBA::Long, bool>;
+
+SampleView ViewOf(const SampleRecord& record);
+inline SampleView ViewOf(const BASIC_TRACE::BT_DATA& record) { return &record; }
+inline SampleView ViewOf(const VALUE_DOUBLE::VALUE& record) { return &record; }
+inline SampleView ViewOf(int record) { return static_cast<CORBA::Long>(record); }
+inline SampleView ViewOf(bool record) { return record; }
+
+/// The any guard: takes an any off the wire without ever building a type code from it, in one block copy of the samples.
+///
+/// The stock road builds the type code that a message claims, so that one hostile message can take all memory or end the
+/// process. The guard reads the type code within fixed bounds (2 KiB, depth 8, 32 members), compares it with the known
+/// records, checks every length against what the message holds, and only then copies.
+///
+/// A servant overrides _dispatch and offers the call to these functions first; they return false, having done nothing,
+/// when the operation is another one. A type code or length that lies raises CORBA::MARSHAL or BAD_PARAM at the caller.
+
+/// DDS_Sub::DDS_Callback. `deliver` runs inside the call; what it throws reaches the caller.
+bool DispatchCallback(omniCallHandle& handle, omniServant* servant, const std::function<void(SampleRecord&&)>& deliver);
+
+/// DDS_Manager::Publish.
+bool DispatchPublish(omniCallHandle& handle, omniServant* servant,
+                     const std::function<void(SampleRecord&&, const char* topic)>& publish);
+
+/// The same two calls from the client's side, without an any in between: one copy of the samples less.
+/// Errors   CORBA system exceptions; CORBA::IMP_LIMIT before the call when the sample is larger than the message limit.
+void CallCallback(DDS_Sub_ptr subscriber, const SampleView& sample);
+void CallPublish(DDS_Manager_ptr manager, const SampleView& sample, const char* topic);
+
+/// The records out of and into an any that is in memory already (calls within one process).
+SampleRecord RecordFromAny(const CORBA::Any& any);
+void RecordToAny(const SampleView& sample, CORBA::Any& any);
+
+}  // namespace Corvanta

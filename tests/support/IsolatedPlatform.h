@@ -1,0 +1,95 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Lumenar::Test {
+
+/// A process started by a test; its output is kept in files. Ended (SIGTERM, then SIGKILL after 5 s) by the destructor.
+class Process {
+ public:
+  /// Errors   std::runtime_error when the program cannot be started.
+  Process(std::vector<std::string> command, std::map<std::string, std::string> environment, std::filesystem::path log_stem);
+  ~Process();
+  Process(const Process&) = delete;
+  Process& operator=(const Process&) = delete;
+
+  pid_t Pid() const;
+  bool IsRunning();
+  void Signal(int signal_number);
+
+  /// The exit status (128 + signal for a signal); throws std::runtime_error when the process outlives `limit`.
+  int WaitForExit(std::chrono::milliseconds limit = std::chrono::seconds(10));
+
+  std::string Out() const;    ///< all of standard output so far
+  std::string Error() const;  ///< all of standard error so far
+
+  /// Waits until a whole line of standard output (or of standard error) equals `line`; false after `limit`.
+  bool WaitForLine(const std::string& line, std::chrono::milliseconds limit = std::chrono::seconds(10));
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+/// Polls `condition` each few milliseconds; false after `limit`. The one way of waiting in tests.
+bool WaitUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit = std::chrono::seconds(10));
+
+/// A whole platform of real processes for one test: naming service, topic manager and hardware enumeration on free loopback
+/// ports, in a private directory that goes with it. Engines are added as needed.
+class IsolatedPlatform {
+ public:
+  struct Options {
+    bool topic_manager = true;
+    bool hw_enumeration = true;
+    std::string transport;  ///< further lines of the transport configuration
+  };
+
+  IsolatedPlatform();
+  explicit IsolatedPlatform(const Options& options);
+  ~IsolatedPlatform();
+
+  /// The environment that points a program at this platform: LUMENAR_NAMING and LUMENAR_TRANSPORT_CONF.
+  const std::map<std::string, std::string>& Environment() const;
+  const std::filesystem::path& Directory() const;
+  std::string NamingAddress() const;
+
+  /// Sets Environment() in the calling process, so that ORB objects made in the test itself use this platform.
+  void UseInThisProcess() const;
+
+  /// Starts engine_host with an engine library of the build ("math_factory_hh", "probe", "replay", "sim") and waits until its
+  /// start-up line "Lumenar::MathInit createEngine done" or the instrument's equivalent; extra environment configures an instrument.
+  Process& StartEngine(const std::string& library, std::map<std::string, std::string> environment = {});
+
+  /// Starts any program of the build by name ("mathctl") with arguments.
+  std::unique_ptr<Process> Start(const std::string& program, std::vector<std::string> arguments,
+                                 std::map<std::string, std::string> environment = {});
+
+  Process& NamingService();
+  Process& TopicManager();
+  Process& HwEnumeration();
+
+  /// Kills a service with SIGKILL, or starts it again where it was.
+  void KillTopicManager();
+  void StartTopicManager();
+  void KillNamingService();
+  void StartNamingService();
+  void StartHwEnumeration();
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+/// Paths of the build, for tests on built files.
+std::filesystem::path BuiltProgram(const std::string& name);
+std::filesystem::path BuiltEngineLibrary(const std::string& name);  // "math_factory_hh" -> .../libmath_factory_hh.so.1
+
+}  // namespace Lumenar::Test
