@@ -1,0 +1,1 @@
+#include "Value/decibel_kernels.h"

@@ -1,0 +1,18 @@
+# One test program: lumenar_test(NAME SOURCES ... LINK ... [LABELS ...] [SERIAL] [TIMEOUT seconds]).
+include(GoogleTest)
+
+function(lumenar_test name)
+  cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE lumenar_flags ${ARG_LINK} GTest::gmock GTest::gtest_main)
+  set(properties)
+  if(ARG_SERIAL)
+    list(APPEND properties RUN_SERIAL ON)
+  endif()
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 60)
+  endif()
+  gtest_discover_tests(${name}
+    DISCOVERY_MODE PRE_TEST
+    PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}" ${properties})
+endfunction()

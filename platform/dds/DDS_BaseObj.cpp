@@ -1,0 +1,1 @@
+#include "platform/dds/DDS_BaseObj.h"

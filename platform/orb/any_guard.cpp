@@ -1,0 +1,1 @@
+#include "platform/orb/any_guard.h"

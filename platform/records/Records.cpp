@@ -1,0 +1,1 @@
+#include "platform/records/Records.h"
