@@ -1,1 +1,190 @@
 #include "platform/orb/TransportConfig.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <limits>
+#include <string_view>
+
+namespace Corvanta {
+namespace {
+
+std::string_view Trim(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r";
+  const auto first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+/// Why a value is refused; the reader puts file and line in front.
+struct BadValue {
+  std::string reason;
+};
+
+std::uint64_t Number(std::string_view text, std::uint64_t lowest, std::uint64_t highest) {
+  std::uint64_t value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || value < lowest || value > highest)
+    throw BadValue{fmt::format("'{}' is not a whole number from {} to {}", text, lowest, highest)};
+  return value;
+}
+
+bool Truth(std::string_view text) {
+  if (text == "true") return true;
+  if (text == "false") return false;
+  throw BadValue{fmt::format("'{}' is neither true nor false", text)};
+}
+
+std::string Endpoint(std::string_view text) {
+  if (text.substr(0, 5) != "giop:") throw BadValue{fmt::format("'{}' is no endpoint: it must begin with giop:", text)};
+  return std::string(text);
+}
+
+std::string Peer(std::string_view text) {
+  if (text.find_first_of(" \t") != std::string_view::npos) throw BadValue{fmt::format("'{}' is not one address", text)};
+  return std::string(text);
+}
+
+/// Reads one file, line by line, into a configuration.
+class Reader {
+ public:
+  Reader(std::string path, TransportConfig& config) : path_(std::move(path)), config_(config) {}
+
+  void Read() {
+    std::ifstream file(path_);
+    if (!file) throw TransportConfigError(fmt::format("{}: cannot be read: {}", path_, std::strerror(errno)));
+    std::string text;
+    while (std::getline(file, text)) {
+      ++line_;
+      Line(text);
+    }
+    if (file.bad()) throw TransportConfigError(fmt::format("{}: cannot be read: {}", path_, std::strerror(errno)));
+    if (config_.out_scan_period_s >= config_.in_scan_period_s) {
+      line_ = scan_period_line_;
+      Fail("orb.out_scan_period_s must be below orb.in_scan_period_s");
+    }
+  }
+
+ private:
+  void Line(std::string_view text) {
+    text = Trim(text.substr(0, text.find('#')));
+    if (text.empty()) return;
+    const auto equals = text.find('=');
+    if (equals == std::string_view::npos) Fail(fmt::format("'{}' is not 'key = value'", text));
+    const std::string_view key = Trim(text.substr(0, equals));
+    const std::string_view value = Trim(text.substr(equals + 1));
+    if (value.empty()) Fail(fmt::format("{}: no value", key));
+    try {
+      if (!Set(key, value)) Fail(fmt::format("unknown key '{}'", key));
+    } catch (const BadValue& bad) {
+      Fail(fmt::format("{}: {}", key, bad.reason));
+    }
+  }
+
+  /// False when there is no such key.
+  bool Set(std::string_view key, std::string_view value) {
+    return SetOrbList(key, value) || SetOrbNumber(key, value) || SetDds(key, value);
+  }
+
+  bool SetOrbList(std::string_view key, std::string_view value) {
+    if (key == "orb.endpoint") {
+      Append(config_.endpoints, endpoints_given_, Endpoint(value));
+    } else if (key == "orb.allowed_peer") {
+      Append(config_.allowed_peers, peers_given_, Peer(value));
+    } else {
+      return false;
+    }
+    return true;
+  }
+
+  bool SetOrbNumber(std::string_view key, std::string_view value) {
+    constexpr unsigned kDay_s = 86400;
+    if (key == "orb.call_timeout_ms") {
+      config_.call_timeout = std::chrono::milliseconds(Number(value, 1, 3600000));
+    } else if (key == "orb.max_message_bytes") {
+      config_.max_message_bytes = Number(value, 8192, std::numeric_limits<std::int32_t>::max());
+    } else if (key == "orb.max_connections_to_peer") {
+      config_.max_connections_to_peer = static_cast<unsigned>(Number(value, 1, 1000));
+    } else if (key == "orb.max_server_threads") {
+      config_.max_server_threads = static_cast<unsigned>(Number(value, 2, 10000));
+    } else if (key == "orb.out_scan_period_s") {
+      config_.out_scan_period_s = static_cast<unsigned>(Number(value, 1, kDay_s));
+      scan_period_line_ = line_;
+    } else if (key == "orb.in_scan_period_s") {
+      config_.in_scan_period_s = static_cast<unsigned>(Number(value, 1, kDay_s));
+      scan_period_line_ = line_;
+    } else {
+      return false;
+    }
+    return true;
+  }
+
+  bool SetDds(std::string_view key, std::string_view value) {
+    if (key == "dds.enabled") {
+      config_.dds_enabled = Truth(value);
+    } else if (key == "dds.domain") {
+      config_.dds_domain = static_cast<unsigned>(Number(value, 0, 232));
+    } else if (key == "dds.interface") {
+      config_.dds_interface = std::string(value);
+    } else if (key == "dds.topic") {
+      config_.dds_topics.emplace_back(value);
+    } else {
+      return false;
+    }
+    return true;
+  }
+
+  /// The first element of a list that a file names replaces the list's default.
+  static void Append(std::vector<std::string>& list, bool& given, std::string element) {
+    if (!given) list.clear();
+    given = true;
+    list.push_back(std::move(element));
+  }
+
+  [[noreturn]] void Fail(const std::string& reason) const {
+    throw TransportConfigError(fmt::format("{}:{}: {}", path_, line_, reason));
+  }
+
+  std::string path_;
+  TransportConfig& config_;
+  unsigned line_ = 0;
+  unsigned scan_period_line_ = 0;
+  bool endpoints_given_ = false;
+  bool peers_given_ = false;
+};
+
+}  // namespace
+
+TransportConfig TransportConfig::Read(const std::string& path) {
+  TransportConfig config;
+  Reader(path, config).Read();
+  return config;
+}
+
+std::vector<std::pair<std::string, std::string>> TransportConfig::OrbOptions() const {
+  constexpr unsigned kPoolThreads = 100;
+  std::vector<std::pair<std::string, std::string>> options;
+  for (const std::string& endpoint : endpoints) options.emplace_back("endPoint", endpoint);
+  for (const std::string& peer : allowed_peers) options.emplace_back("serverTransportRule", peer + " unix,tcp,ssl");
+  const auto add = [&options](const char* name, auto number) { options.emplace_back(name, std::to_string(number)); };
+  add("clientCallTimeOutPeriod", call_timeout.count());
+  add("giopMaxMsgSize", max_message_bytes);
+  add("maxGIOPConnectionPerServer", max_connections_to_peer);
+  // A thread for each connection; above the limit, a pool serves all of them.
+  add("threadPerConnectionPolicy", 1);
+  add("threadPerConnectionUpperLimit", max_server_threads);
+  add("threadPerConnectionLowerLimit", max_server_threads - 1);
+  add("maxServerThreadPoolSize", std::min(max_server_threads, kPoolThreads));
+  add("outConScanPeriod", out_scan_period_s);
+  add("inConScanPeriod", in_scan_period_s);
+  add("scanGranularity", std::min(5u, out_scan_period_s));
+  options.emplace_back("unixTransportPermission", "0700");
+  return options;
+}
+
+}  // namespace Corvanta
