@@ -1,1 +1,283 @@
 #include "platform/dds/DDS_BaseObj.h"
+
+#include <fmt/format.h>
+
+#include <atomic>
+#include <map>
+#include <set>
+#include <string>
+
+#include "platform/base/CorbaText.h"
+#include "platform/base/Diagnostic.h"
+#include "platform/base/Mutex.h"
+#include "platform/dds/Breaker.h"
+#include "platform/orb/ORB_wrapper.h"
+
+namespace Corvanta {
+namespace {
+
+using Lumenar::Lock;
+
+constexpr std::chrono::milliseconds kProbeLimit{250};
+constexpr std::size_t kMaxRefusedTopics = 1024;
+
+std::chrono::steady_clock::time_point Now() { return std::chrono::steady_clock::now(); }
+
+/// Whether a failed call says that nobody is there, rather than that somebody refused the call.
+bool MeansAway(const CORBA::SystemException& error) {
+  return CORBA::TRANSIENT::_downcast(&error) != nullptr || CORBA::COMM_FAILURE::_downcast(&error) != nullptr ||
+         CORBA::TIMEOUT::_downcast(&error) != nullptr || CORBA::OBJECT_NOT_EXIST::_downcast(&error) != nullptr ||
+         CORBA::INV_OBJREF::_downcast(&error) != nullptr || CORBA::NO_RESPONSE::_downcast(&error) != nullptr;
+}
+
+/// A manager that can be used, as the naming service has it now. A reference of a manager that died, and one that hangs,
+/// raise here, within a short time.
+DDS_Manager_ptr Find(ORB_wrapper_base& orb) {
+  CORBA::Object_var object = orb.Resolve({"Lumenar", "local", "DDS_MANAGER", "1"});
+  DDS_Manager_var manager = DDS_Manager::_unchecked_narrow(object);
+  ORB_base::SetCallTimeout(manager, kProbeLimit);
+  if (manager->_non_existent()) throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
+  ORB_base::SetCallTimeout(manager, orb.Transport().call_timeout);
+  return manager._retn();
+}
+
+}  // namespace
+
+/// The reference of the manager, and what is known of it. No lock is held over a remote call.
+struct DdsBaseAccess::Impl {
+  enum class Urgency { CanWait, Urgent, Silent };
+
+  void Publish(const char* topic, const SampleView& sample);
+  CORBA::Long Subscribe(const char* topic, DDS_Sub_ptr subscriber);
+  void Unsubscribe(const char* topic, CORBA::Long handle);
+
+  /// The manager, duplicated, or nil. An urgent caller tries it also when it was found away a moment ago; a silent one
+  /// leaves no note of its absence.
+  DDS_Manager_ptr Reach(Urgency urgency);
+
+  /// A manager that answered just now, or nil: a connection that broke with an earlier manager is found out here, where
+  /// calling again is harmless.
+  DDS_Manager_ptr ReachForSure();
+
+  std::atomic<unsigned long long> lost{0};
+
+ private:
+  ORB_wrapper_base* Attach();
+  DDS_Manager_ptr Try(ORB_wrapper_base& orb, Urgency urgency);
+  void Found(DDS_Manager_ptr manager);
+  void NotFound(const CORBA::Exception& error, Urgency urgency);
+  void WentAway(DDS_Manager_ptr manager, const CORBA::SystemException& error, Urgency urgency);
+  void NoteAway(const CORBA::Exception& error);
+  void NoteRefused(const char* topic, const CORBA::Exception& error);
+  void EndAll();
+
+  Lumenar::Mutex mutex_;
+  CORBA::ORB_var orb_ GUARDED_BY(mutex_);     ///< whose references these are; held, so that a later ORB has another address
+  bool open_ GUARDED_BY(mutex_) = false;      ///< orb_ runs
+  DDS_Manager_var manager_ GUARDED_BY(mutex_);  ///< nil while the manager is away
+  Breaker breaker_ GUARDED_BY(mutex_);
+  bool noted_ GUARDED_BY(mutex_) = false;     ///< the absence stands on standard error
+  std::map<CORBA::Long, std::string> standing_ GUARDED_BY(mutex_);  ///< handle to topic
+  std::set<std::string> refused_ GUARDED_BY(mutex_);  ///< topics of which a refused sample was noted
+};
+
+/// The ORB of the process, once its shutdown will end the subscriptions; null when there is none that runs.
+ORB_wrapper_base* DdsBaseAccess::Impl::Attach() {
+  if (!ORB_base::HasCurrent()) return nullptr;
+  auto* orb = dynamic_cast<ORB_wrapper_base*>(&ORB_base::Current());
+  if (orb == nullptr) return nullptr;
+  {
+    Lock lock(mutex_);
+    if (orb_.in() == orb->Orb()) return open_ ? orb : nullptr;
+    orb_ = CORBA::ORB::_duplicate(orb->Orb());
+    open_ = true;
+    manager_ = DDS_Manager::_nil();
+    breaker_ = Breaker();
+    standing_.clear();
+  }
+  orb->AddShutdownListener([this] { EndAll(); });
+  return orb;
+}
+
+DDS_Manager_ptr DdsBaseAccess::Impl::Reach(Urgency urgency) {
+  ORB_wrapper_base* orb = Attach();
+  if (orb == nullptr) return DDS_Manager::_nil();
+  {
+    Lock lock(mutex_);
+    if (!CORBA::is_nil(manager_)) return DDS_Manager::_duplicate(manager_);
+    if (urgency == Urgency::Urgent) {
+      breaker_.BeginUrgentTry(Now());
+    } else if (!breaker_.BeginTry(Now())) {
+      return DDS_Manager::_nil();
+    }
+  }
+  return Try(*orb, urgency);
+}
+
+DDS_Manager_ptr DdsBaseAccess::Impl::Try(ORB_wrapper_base& orb, Urgency urgency) {
+  try {
+    DDS_Manager_var manager = Find(orb);
+    Found(manager);
+    return manager._retn();
+  } catch (const CORBA::Exception& error) {
+    NotFound(error, urgency);
+  }
+  return DDS_Manager::_nil();
+}
+
+void DdsBaseAccess::Impl::Found(DDS_Manager_ptr manager) {
+  bool was_noted = false;
+  {
+    Lock lock(mutex_);
+    manager_ = DDS_Manager::_duplicate(manager);
+    breaker_.CameBack();
+    std::swap(was_noted, noted_);
+  }
+  if (was_noted) Lumenar::WriteError("topic manager is back");
+}
+
+void DdsBaseAccess::Impl::NotFound(const CORBA::Exception& error, Urgency urgency) {
+  {
+    Lock lock(mutex_);
+    breaker_.Failed(Now());
+  }
+  if (urgency != Urgency::Silent) NoteAway(error);
+}
+
+/// A call through `manager` failed. When the connection broke, a new manager may stand there already.
+void DdsBaseAccess::Impl::WentAway(DDS_Manager_ptr manager, const CORBA::SystemException& error, Urgency urgency) {
+  {
+    Lock lock(mutex_);
+    if (manager_.in() != manager) return;  // another caller has seen it before
+    manager_ = DDS_Manager::_nil();
+    breaker_.WentAway(Now(), CORBA::TIMEOUT::_downcast(&error) == nullptr);
+  }
+  if (urgency != Urgency::Silent) NoteAway(error);
+}
+
+void DdsBaseAccess::Impl::NoteAway(const CORBA::Exception& error) {
+  {
+    Lock lock(mutex_);
+    if (noted_) return;
+    noted_ = true;
+  }
+  Lumenar::WriteError("topic manager at Lumenar/local/DDS_MANAGER/1 is away: " + Lumenar::CorbaText(error));
+}
+
+void DdsBaseAccess::Impl::NoteRefused(const char* topic, const CORBA::Exception& error) {
+  {
+    Lock lock(mutex_);
+    if (refused_.size() >= kMaxRefusedTopics || !refused_.insert(topic).second) return;
+  }
+  Lumenar::WriteError(fmt::format("sample of topic {} not taken: {}", topic, Lumenar::CorbaText(error)));
+}
+
+void DdsBaseAccess::Impl::Publish(const char* topic, const SampleView& sample) {
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    DDS_Manager_var manager = Reach(Urgency::CanWait);
+    if (CORBA::is_nil(manager)) break;
+    try {
+      CallPublish(manager, sample, topic);
+      return;
+    } catch (const CORBA::SystemException& error) {
+      if (!MeansAway(error)) {
+        NoteRefused(topic, error);
+        break;
+      }
+      WentAway(manager, error, Urgency::CanWait);
+      if (error.completed() != CORBA::COMPLETED_NO) break;  // it may have arrived: never twice
+    }
+  }
+  ++lost;
+}
+
+DDS_Manager_ptr DdsBaseAccess::Impl::ReachForSure() {
+  DDS_Manager_var manager = Reach(Urgency::Urgent);
+  if (CORBA::is_nil(manager)) return manager._retn();
+  try {
+    if (!manager->_non_existent()) return manager._retn();
+    throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
+  } catch (const CORBA::SystemException& error) {
+    WentAway(manager, error, Urgency::Urgent);
+    if (CORBA::TIMEOUT::_downcast(&error) != nullptr) return DDS_Manager::_nil();
+  }
+  return Reach(Urgency::Urgent);
+}
+
+CORBA::Long DdsBaseAccess::Impl::Subscribe(const char* topic, DDS_Sub_ptr subscriber) {
+  DDS_Manager_var manager = ReachForSure();
+  if (CORBA::is_nil(manager)) throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
+  try {
+    const CORBA::Long handle = manager->Subscribe(topic, subscriber);
+    Lock lock(mutex_);
+    standing_.emplace(handle, topic);
+    return handle;
+  } catch (const CORBA::SystemException& error) {
+    if (MeansAway(error)) WentAway(manager, error, Urgency::Urgent);
+    throw;
+  }
+}
+
+void DdsBaseAccess::Impl::Unsubscribe(const char* topic, CORBA::Long handle) {
+  {
+    Lock lock(mutex_);
+    standing_.erase(handle);
+  }
+  DDS_Manager_var manager = Reach(Urgency::Silent);
+  if (CORBA::is_nil(manager)) return;
+  try {
+    manager->Unsubscribe(topic, handle);
+  } catch (const CORBA::SystemException& error) {
+    if (MeansAway(error)) WentAway(manager, error, Urgency::Silent);
+  }
+}
+
+/// The ORB is about to stop: the last moment at which calls go out.
+void DdsBaseAccess::Impl::EndAll() {
+  std::map<CORBA::Long, std::string> standing;
+  {
+    Lock lock(mutex_);
+    standing.swap(standing_);
+  }
+  for (const auto& [handle, topic] : standing) Unsubscribe(topic.c_str(), handle);
+  Lock lock(mutex_);
+  open_ = false;
+  manager_ = DDS_Manager::_nil();
+}
+
+DdsBaseAccess::DdsBaseAccess() : impl_(std::make_unique<Impl>()) {}
+DdsBaseAccess::~DdsBaseAccess() = default;
+
+DdsBaseAccess& DdsBaseAccess::Instance() {
+  static DdsBaseAccess* access = new DdsBaseAccess;  // outlives every publisher
+  return *access;
+}
+
+DDS_Manager_ptr DdsBaseAccess::Manager() {
+  DDS_Manager_var manager = impl_->ReachForSure();
+  if (CORBA::is_nil(manager)) throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
+  return manager._retn();
+}
+
+void DdsBaseAccess::Publish(const char* topic, const SampleView& sample) noexcept {
+  try {
+    impl_->Publish(topic, sample);
+  } catch (...) {  // a result that is stored already is not failed by its publication, whatever ran out
+    ++impl_->lost;
+  }
+}
+
+CORBA::Long DdsBaseAccess::Subscribe(const char* topic, DDS_Sub_ptr subscriber) {
+  return impl_->Subscribe(topic, subscriber);
+}
+
+void DdsBaseAccess::Unsubscribe(const char* topic, CORBA::Long handle) noexcept {
+  try {
+    impl_->Unsubscribe(topic, handle);
+  } catch (...) {  // called by destructors
+  }
+}
+
+unsigned long long DdsBaseAccess::LostSamples() const noexcept { return impl_->lost; }
+
+}  // namespace Corvanta
