@@ -1,0 +1,182 @@
+#include "client/Connection.h"
+
+#include <algorithm>
+#include <array>
+#include <future>
+#include <utility>
+
+#include "client/Endpoint.h"
+#include "client/Text.h"
+
+namespace Lumenar::Client {
+namespace {
+
+constexpr const char* kRegistrations = "GUI_ABLE";
+constexpr std::array kServices = {"GUI_ABLE", "DDS_MANAGER", "HWENUM_ABLE"};
+
+// The argument list of the ORB: the naming service of the instrument, and the limit of every call.
+class Arguments {
+ public:
+  explicit Arguments(std::chrono::milliseconds timeout)
+      : timeout_ms_(std::to_string(timeout.count())),
+        list_{"client", "-ORBInitRef", "NameService=corbaloc:iiop:127.0.0.1:2700/NameService",
+              "-ORBclientCallTimeOutPeriod", timeout_ms_.c_str()} {}
+  int Count() const { return static_cast<int>(list_.size()); }
+  const char* const* List() const { return list_.data(); }
+
+ private:
+  std::string timeout_ms_;
+  std::array<const char*, 5> list_;
+};
+
+std::chrono::milliseconds Checked(std::chrono::milliseconds timeout) {
+  if (timeout.count() <= 0) throw Error(ErrorKind::BadArgument, "the time limit must be positive");
+  return timeout;
+}
+
+std::vector<std::string> Path(const std::string& name) {
+  const auto slash = name.find('/');
+  if (slash == std::string::npos) return {"Lumenar", "local", name};
+  return {"Lumenar", "local", name.substr(0, slash), name.substr(slash + 1)};
+}
+
+// Registered names in the order that people expect: PROBE/2 before PROBE/10.
+bool Precedes(const std::string& a, const std::string& b) {
+  const auto stem_a = a.substr(0, a.find('/')), stem_b = b.substr(0, b.find('/'));
+  if (stem_a != stem_b) return stem_a < stem_b;
+  return a.size() != b.size() ? a.size() < b.size() : a < b;
+}
+
+Engine* EngineAt(std::vector<Engine>& engines, const std::string& address) {
+  const auto found = std::find_if(engines.begin(), engines.end(), [&](const Engine& engine) {
+    return !address.empty() && engine.address == address;
+  });
+  return found == engines.end() ? nullptr : &*found;
+}
+
+bool IsNamed(const std::vector<Engine>& engines, const std::string& name) {
+  return std::any_of(engines.begin(), engines.end(), [&](const Engine& engine) { return engine.name == name; });
+}
+
+Reading ReadingFrom(const std::string& engine, const Corvanta::Item& item) {
+  return {{engine, item.name.in()},
+          item.type_name.in(),
+          item.settable,
+          item.topic.in(),
+          Corvanta::EngineReadingBase::_duplicate(item.reference)};
+}
+
+}  // namespace
+
+Connection::Connection(std::chrono::milliseconds timeout)
+    : timeout_(Checked(timeout)), orb_([&] {
+        const Arguments arguments(timeout);
+        return Corvanta::ORB_wrapper_base(arguments.Count(), arguments.List());
+      }()) {}
+
+CORBA::Object_var Connection::Lookup(const std::string& name) {
+  return Remote(Printable(name), [&] { return CORBA::Object_var(orb_.Resolve(Path(name))); });
+}
+
+Corvanta::DDS_Manager_var Connection::TopicManager() {
+  return Narrowed<Corvanta::DDS_Manager>(Lookup("DDS_MANAGER/1"), "topic manager");
+}
+
+Corvanta::HwEnumerate_Able_var Connection::HwEnumeration() {
+  return Narrowed<Corvanta::HwEnumerate_Able>(Lookup("HWENUM_ABLE/1"), "hardware enumeration");
+}
+
+std::string Connection::AddressOf(CORBA::Object_ptr object) const {
+  const CORBA::String_var reference = orb_.Orb()->object_to_string(object);
+  return EndpointOf(reference.in());
+}
+
+std::vector<std::string> Connection::NamesBelow(const std::string& context) {
+  const auto path = context.empty() ? std::vector<std::string>{"Lumenar", "local"} : Path(context);
+  return Remote("naming service at " + NamingAddress(), [&] { return orb_.List(path); });
+}
+
+Engine Connection::AskRegistration(const std::string& name) noexcept {
+  Engine engine;
+  engine.name = name;
+  try {
+    const CORBA::Object_var object = Lookup(name);
+    engine.address = AddressOf(object);
+    const auto registration = Narrowed<Corvanta::GUI_Able>(object, name);
+    const CORBA::String_var told = Remote(name, [&] { return registration->EngineName(); });
+    engine.name = told.in();
+    engine.registration = registration;
+  } catch (const Error& error) {
+    engine.problem = error;
+  }
+  return engine;
+}
+
+std::vector<Engine> Connection::Registrations() {
+  std::vector<std::future<Engine>> answers;
+  for (const std::string& instance : NamesBelow(kRegistrations)) {
+    const std::string name = std::string(kRegistrations) + '/' + instance;
+    answers.push_back(std::async(std::launch::async, [this, name] { return AskRegistration(name); }));
+  }
+  std::vector<Engine> engines;
+  for (auto& answer : answers) engines.push_back(answer.get());
+  return engines;
+}
+
+// An engine that does not answer cannot tell its name; the name that it bound tells it, found by the address.
+void Connection::AddSilentEngines(std::vector<Engine>& engines) {
+  for (const std::string& stem : NamesBelow("")) {
+    if (std::find(kServices.begin(), kServices.end(), stem) != kServices.end()) continue;
+    for (const std::string& instance : NamesBelow(stem)) {
+      const std::string name = stem + '/' + instance;
+      if (IsNamed(engines, name)) continue;
+      const CORBA::Object_var object = Lookup(name);
+      const std::string address = AddressOf(object);
+      Engine* registered = EngineAt(engines, address);
+      if (registered != nullptr && !registered->problem) continue;  // a child object of an engine that answers
+      if (registered != nullptr) {
+        registered->name = name;
+      } else {
+        engines.push_back({name, address, Error(ErrorKind::NotFound, name + ": has no registration object"), {}});
+      }
+    }
+  }
+}
+
+std::vector<Engine> Connection::Engines() {
+  std::vector<Engine> engines = Registrations();
+  AddSilentEngines(engines);
+  std::sort(engines.begin(), engines.end(), [](const Engine& a, const Engine& b) { return Precedes(a.name, b.name); });
+  return engines;
+}
+
+std::vector<Reading> Connection::ReadingsOf(const std::vector<Engine>& engines) {
+  std::vector<Reading> readings;
+  for (const Engine& engine : engines) {
+    if (engine.problem) continue;
+    Corvanta::ItemSeq_var items =
+        Remote(Printable(engine.name), [&] { return engine.registration->Items(); });
+    for (CORBA::ULong i = 0; i < items->length(); ++i) readings.push_back(ReadingFrom(engine.name, items[i]));
+  }
+  return readings;
+}
+
+std::vector<Reading> Connection::Readings() { return ReadingsOf(Engines()); }
+
+Reading Connection::FindReading(const std::string& text) {
+  const std::vector<Engine> engines = Engines();
+  std::vector<Reading> readings = ReadingsOf(engines);
+  std::vector<ReadingName> names;
+  for (const Reading& reading : readings) names.push_back(reading.name);
+  try {
+    return readings[MatchReading(text, names)];
+  } catch (const Error& error) {
+    if (error.Kind() != ErrorKind::NotFound) throw;
+    for (const Engine& engine : engines) {
+      if (engine.problem && text.rfind(engine.name + '/', 0) == 0) throw *engine.problem;
+    }
+    throw;
+  }
+}
+
+}  // namespace Lumenar::Client

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "DDS.hh"
+#include "EngineReading.hh"
+#include "GuiAble.hh"
+#include "HwEnumerate.hh"
+#include "client/Address.h"
+#include "client/Error.h"
+#include "platform/orb/ORB_wrapper.h"
+
+namespace Lumenar::Client {
+
+/// An engine that is known to the naming service.
+struct Engine {
+  std::string name;                     ///< registered name, as "PROBE/1"; "GUI_ABLE/n" when it did not tell
+  std::string address;                  ///< "HOST:PORT" of its process; empty when unknown
+  std::optional<Error> problem;         ///< why it could not be asked; then there is no registration
+  Corvanta::GUI_Able_var registration;  ///< its registration object
+};
+
+/// One reading or attribute of an engine.
+struct Reading {
+  ReadingName name;
+  std::string type_name;  ///< kind of its data, as in TypeInfo
+  bool settable = false;  ///< an attribute
+  std::string topic;
+  Corvanta::EngineReadingBase_var reference;
+};
+
+/// A client's way to the platform: its ORB, and what is registered there. At most one lives at a time in a process.
+///
+/// Every remote call is limited to the timeout; a call that fails is an Error.
+/// Threads   one, besides those of the ORB.
+class Connection {
+ public:
+  /// Needs no answer from anywhere yet. The naming service is on the local host, port 2700, or where LUMENAR_NAMING says.
+  /// Errors   Error BadArgument for a timeout that is not positive; those of ORB_base.
+  explicit Connection(std::chrono::milliseconds timeout = std::chrono::seconds(5));
+
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  std::string NamingAddress() const { return orb_.NamingAddress(); }
+  std::chrono::milliseconds Timeout() const { return timeout_; }
+  Corvanta::ORB_base& Orb() { return orb_; }
+
+  /// Every engine, also those that do not answer, ordered by name. The engines are asked at the same time, so that several
+  /// that hang cost one time limit.
+  /// Errors   Error Unreachable when the naming service does not answer.
+  std::vector<Engine> Engines();
+
+  /// All items of all engines that answer, in the order of their registration.
+  std::vector<Reading> Readings();
+
+  /// The reading that `text` means, see MatchReading.
+  /// Errors   those of MatchReading; Error Unreachable when the reading may be one of an engine that does not answer.
+  Reading FindReading(const std::string& text);
+
+  /// The object registered as Lumenar/local/NAME, "NAME" being as "DDS_MANAGER/1".
+  /// Errors   Error NotFound, Unreachable.
+  CORBA::Object_var Lookup(const std::string& name);
+
+  Corvanta::DDS_Manager_var TopicManager();
+  Corvanta::HwEnumerate_Able_var HwEnumeration();
+
+  /// "HOST:PORT" of the process behind a reference; empty when unknown.
+  std::string AddressOf(CORBA::Object_ptr object) const;
+
+ private:
+  std::vector<std::string> NamesBelow(const std::string& context);
+  std::vector<Engine> Registrations();
+  Engine AskRegistration(const std::string& name) noexcept;
+  void AddSilentEngines(std::vector<Engine>& engines);
+  std::vector<Reading> ReadingsOf(const std::vector<Engine>& engines);
+
+  const std::chrono::milliseconds timeout_;
+  Corvanta::ORB_wrapper_base orb_;
+};
+
+/// `object` as the interface Interface. Errors   Error Refused when it is not one; as the remote call.
+template <class Interface>
+typename Interface::_var_type Narrowed(CORBA::Object_ptr object, const std::string& subject) {
+  typename Interface::_var_type narrowed = Remote(subject, [&] { return Interface::_narrow(object); });
+  if (CORBA::is_nil(narrowed)) throw Error(ErrorKind::Refused, subject + ": is of another kind");
+  return narrowed;
+}
+
+}  // namespace Lumenar::Client

@@ -1,0 +1,94 @@
+#include "client/Endpoint.h"
+
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+
+namespace Lumenar::Client {
+namespace {
+
+// Reads the encapsulations of an object reference (CORBA 3.3, part 2, 7.6.2 and 7.7.2): numbers stand at multiples of their size,
+// in the byte order that the first octet tells.
+class Encapsulation {
+ public:
+  explicit Encapsulation(std::string_view bytes) : bytes_(bytes) { little_ = Octet() != 0; }
+
+  unsigned Octet() { return static_cast<unsigned char>(Take(1)[0]); }
+  unsigned Short() { return static_cast<unsigned>(Number(2)); }
+  std::uint32_t Long() { return Number(4); }
+  std::string_view Sequence() { return Take(Long()); }
+
+  std::string_view String() {
+    std::string_view text = Sequence();
+    if (!text.empty()) text.remove_suffix(1);  // its terminating zero
+    return text;
+  }
+
+ private:
+  std::string_view Take(std::size_t count) {
+    if (count > bytes_.size() - at_) throw std::out_of_range("object reference ends early");
+    const auto part = bytes_.substr(at_, count);
+    at_ += count;
+    return part;
+  }
+
+  std::uint32_t Number(std::size_t size) {
+    Take((size - at_ % size) % size);
+    const auto part = Take(size);
+    std::uint32_t number = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+      number = number << 8 | static_cast<unsigned char>(part[little_ ? size - 1 - i : i]);
+    }
+    return number;
+  }
+
+  std::string_view bytes_;
+  std::size_t at_ = 0;
+  bool little_ = false;
+};
+
+std::string FromHex(std::string_view hex) {
+  std::string bytes;
+  for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
+    unsigned char byte = 0;
+    const auto [end, error] = std::from_chars(hex.data() + i, hex.data() + i + 2, byte, 16);
+    if (error != std::errc() || end != hex.data() + i + 2) throw std::invalid_argument("not hexadecimal");
+    bytes.push_back(static_cast<char>(byte));
+  }
+  return bytes;
+}
+
+std::string InternetEndpoint(std::string_view profile_data) {
+  Encapsulation profile(profile_data);
+  profile.Octet();  // version of the protocol, major
+  profile.Octet();  // and minor
+  const std::string host(profile.String());
+  return host + ':' + std::to_string(profile.Short());
+}
+
+std::string FirstEndpoint(std::string_view bytes) {
+  constexpr std::uint32_t kInternetProfile = 0;
+  Encapsulation reference(bytes);
+  reference.String();  // type id
+  for (std::uint32_t left = reference.Long(); left > 0; --left) {
+    const std::uint32_t tag = reference.Long();
+    const std::string_view data = reference.Sequence();
+    if (tag == kInternetProfile) return InternetEndpoint(data);
+  }
+  return {};
+}
+
+}  // namespace
+
+std::string EndpointOf(std::string_view ior) {
+  constexpr std::string_view kPrefix = "IOR:";
+  if (ior.substr(0, kPrefix.size()) != kPrefix) return {};
+  try {
+    return FirstEndpoint(FromHex(ior.substr(kPrefix.size())));
+  } catch (const std::exception&) {  // a reference that cannot be read names no endpoint
+    return {};
+  }
+}
+
+}  // namespace Lumenar::Client

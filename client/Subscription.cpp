@@ -1,0 +1,151 @@
+#include "client/Subscription.h"
+
+#include <atomic>
+#include <deque>
+#include <string>
+#include <utility>
+
+#include "platform/base/Mutex.h"
+#include "platform/dds/DDS_BaseObj.h"
+
+namespace Lumenar::Client {
+namespace {
+
+constexpr std::size_t kQueuedSamples = 4096;
+constexpr std::size_t kQueuedBytes = std::size_t{64} << 20;
+
+std::size_t BytesOf(const Corvanta::SampleRecord& record) {
+  const auto* trace = std::get_if<Corvanta::BASIC_TRACE::BT_DATA>(&record);
+  return sizeof record + (trace != nullptr ? trace->samples.length() * sizeof(CORBA::Float) : 0);
+}
+
+}  // namespace
+
+// What the ORB's threads fill and the reader empties.
+class Subscription::Queue {
+ public:
+  void Push(Delivery delivery) {
+    Lock lock(mutex_);
+    if (ended_) return;
+    bytes_ += BytesOf(delivery.record);
+    deliveries_.push_back(std::move(delivery));
+    while (deliveries_.size() > kQueuedSamples || (bytes_ > kQueuedBytes && deliveries_.size() > 1)) {
+      PopFront();
+      ++lost_;
+    }
+    arrived_.NotifyOne();
+  }
+
+  std::optional<Delivery> Next(std::chrono::milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    Lock lock(mutex_);
+    while (deliveries_.empty() && !ended_) {
+      const auto left = deadline - std::chrono::steady_clock::now();
+      if (left.count() <= 0 || !arrived_.WaitFor(mutex_, left)) break;
+    }
+    if (deliveries_.empty() || ended_) return std::nullopt;
+    return PopFront();
+  }
+
+  void End() {
+    Lock lock(mutex_);
+    ended_ = true;
+    arrived_.NotifyAll();
+  }
+
+  bool Ended() const {
+    Lock lock(mutex_);
+    return ended_;
+  }
+
+  unsigned long long Lost() const {
+    Lock lock(mutex_);
+    return lost_;
+  }
+
+ private:
+  Delivery PopFront() REQUIRES(mutex_) {
+    Delivery front = std::move(deliveries_.front());
+    deliveries_.pop_front();
+    bytes_ -= BytesOf(front.record);
+    return front;
+  }
+
+  mutable Mutex mutex_;
+  Condition arrived_;
+  std::deque<Delivery> deliveries_ GUARDED_BY(mutex_);
+  std::size_t bytes_ GUARDED_BY(mutex_) = 0;
+  unsigned long long lost_ GUARDED_BY(mutex_) = 0;
+  bool ended_ GUARDED_BY(mutex_) = false;
+};
+
+// The counted servant that the topic manager calls. It shares the queue, so that a delivery that comes late harms nothing.
+class Subscription::Subscriber : public POA_Corvanta::DDS_Sub {
+ public:
+  Subscriber(std::shared_ptr<Queue> queue, std::size_t source) : queue_(std::move(queue)), source_(source) {}
+
+  _CORBA_Boolean _dispatch(omniCallHandle& handle) override {
+    const auto deliver = [this](Corvanta::SampleRecord&& record) { Deliver(std::move(record)); };
+    return Corvanta::DispatchCallback(handle, this, deliver) || POA_Corvanta::DDS_Sub::_dispatch(handle);
+  }
+
+  void DDS_Callback(const CORBA::Any& sample) override { Deliver(Corvanta::RecordFromAny(sample)); }
+  CORBA::Long GetId() override { return handle_; }
+  void SetHandle(CORBA::Long handle) { handle_ = handle; }
+
+ protected:
+  ~Subscriber() override = default;
+
+ private:
+  void Deliver(Corvanta::SampleRecord&& record) {
+    queue_->Push({source_, std::chrono::system_clock::now(), std::move(record)});
+  }
+
+  const std::shared_ptr<Queue> queue_;
+  const std::size_t source_;
+  std::atomic<CORBA::Long> handle_{0};
+};
+
+struct Subscription::Entry {
+  std::string topic;
+  PortableServer::Servant_var<Subscriber> servant;
+  CORBA::Long handle = 0;
+};
+
+Subscription::Subscription(Connection& connection) : queue_(std::make_shared<Queue>()), orb_(connection.Orb()) {
+  orb_.Activate();
+  shutdown_token_ = orb_.AddShutdownListener([queue = queue_] { queue->End(); });
+}
+
+Subscription::~Subscription() {
+  End();
+  orb_.RemoveShutdownListener(shutdown_token_);
+  for (Entry& entry : entries_) Drop(entry);
+}
+
+void Subscription::Add(const Reading& reading) {
+  Entry entry{reading.topic, new Subscriber(queue_, entries_.size()), 0};
+  const Corvanta::DDS_Sub_var reference = entry.servant->_this();
+  try {
+    entry.handle = Remote("topic manager", [&] {
+      return Corvanta::DdsBaseAccess::Instance().Subscribe(entry.topic.c_str(), reference);
+    });
+  } catch (const Error&) {
+    Corvanta::ORB_base::DeactivateObject(entry.servant.in());
+    throw;
+  }
+  entry.servant->SetHandle(entry.handle);
+  entries_.push_back(std::move(entry));
+}
+
+void Subscription::Drop(Entry& entry) noexcept {
+  Corvanta::DdsBaseAccess::Instance().Unsubscribe(entry.topic.c_str(), entry.handle);
+  Corvanta::ORB_base::DeactivateObject(entry.servant.in());
+}
+
+std::optional<Delivery> Subscription::Next(std::chrono::milliseconds limit) { return queue_->Next(limit); }
+void Subscription::End() noexcept { queue_->End(); }
+bool Subscription::Ended() const { return queue_->Ended(); }
+unsigned long long Subscription::Lost() const { return queue_->Lost(); }
+
+}  // namespace Lumenar::Client

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "client/Connection.h"
+#include "platform/orb/any_guard.h"
+
+namespace Lumenar::Client {
+
+/// One sample as it came.
+struct Delivery {
+  std::size_t source = 0;  ///< index of its reading, in order of Add
+  std::chrono::system_clock::time_point time;
+  Corvanta::SampleRecord record;
+};
+
+/// The samples of some readings, in the order of their arrival, from the moment of Add on.
+///
+/// A reader that is too slow loses the oldest samples, counted, never the newest. Ends its subscriptions when destroyed, and by
+/// itself when the ORB shuts down. Must go before its Connection.
+/// Threads   any.
+class Subscription {
+ public:
+  explicit Subscription(Connection& connection);
+  ~Subscription();
+  Subscription(const Subscription&) = delete;
+  Subscription& operator=(const Subscription&) = delete;
+
+  /// Errors   Error Unreachable when the topic manager does not answer.
+  void Add(const Reading& reading);
+
+  /// The next sample; nothing when `limit` ran out or the subscription ended.
+  std::optional<Delivery> Next(std::chrono::milliseconds limit);
+
+  /// Wakes the reader for good. The ORB's shutdown does it too.
+  void End() noexcept;
+  bool Ended() const;
+
+  /// Samples lost because Next was not called often enough.
+  unsigned long long Lost() const;
+
+ private:
+  class Queue;
+  class Subscriber;
+  struct Entry;
+  void Drop(Entry& entry) noexcept;
+
+  std::shared_ptr<Queue> queue_;
+  Corvanta::ORB_base& orb_;
+  std::vector<Entry> entries_;
+  long shutdown_token_ = 0;
+};
+
+}  // namespace Lumenar::Client
