@@ -1,1 +1,164 @@
 #include "platform/orb/ORB_base.h"
+
+#include <omniORB4/omniInterceptors.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <stdexcept>
+#include <string_view>
+
+#include "platform/base/CorbaText.h"
+#include "platform/base/Diagnostic.h"
+#include "platform/orb/ORB_base_impl.h"
+#include "platform/signals/Signals.h"
+
+namespace Corvanta {
+namespace {
+
+std::atomic<ORB_base*> current{nullptr};
+
+/// Takes the ORB's own messages; it writes only errors unless its environment asks for more (ORBtraceLevel).
+void WriteOrbMessage(const char* message) {
+  std::string_view line = message;
+  while (!line.empty() && line.back() == '\n') line.remove_suffix(1);
+  Lumenar::WriteError(line);
+}
+
+/// The ORB of a process is one: a second ORB_init would return the first one's and ignore its options.
+void RequireNoOrb() {
+  try {
+    omniORB::getInterceptors();
+  } catch (const CORBA::INITIALIZE&) {
+    return;  // what is to be: nobody has initialised it
+  }
+  throw std::logic_error("ORB_base: the ORB of this process is initialised already");
+}
+
+bool IsActive(PortableServer::ServantBase* servant) {
+  omni_tracedmutex_lock lock(*omni::internalLock);
+  return !servant->_activations().empty();
+}
+
+}  // namespace
+
+void ORB_base::Impl::InitialiseOrb() {
+  RequireNoOrb();
+  omniORB::setLogFunction(WriteOrbMessage);
+  if (std::getenv("ORBtraceLevel") == nullptr) arguments.options.emplace(arguments.options.begin(), "traceLevel", "0");
+  const auto count = arguments.options.size();
+  const auto options = std::make_unique<const char*[][2]>(count + 1);
+  for (std::size_t i = 0; i < count; ++i) {
+    options[i][0] = arguments.options[i].first.c_str();
+    options[i][1] = arguments.options[i].second.c_str();
+  }
+  int no_arguments = 0;
+  orb = CORBA::ORB_init(no_arguments, nullptr, "omniORB4", options.get());
+  CORBA::Object_var object = orb->resolve_initial_references("RootPOA");
+  poa = PortableServer::POA::_narrow(object);
+  manager = poa->the_POAManager();  // holds requests until it is activated
+  naming = std::make_unique<Naming>(orb);
+  listeners.Add([this] { naming->UnbindAll(); });
+}
+
+void ORB_base::Impl::WaitUntilStopped() {
+  Lumenar::Lock lock(mutex);
+  while (!stopped) changed.Wait(mutex);
+}
+
+ORB_base::Impl::~Impl() {
+  naming.reset();
+  manager = PortableServer::POAManager::_nil();
+  poa = PortableServer::POA::_nil();
+  if (CORBA::is_nil(orb)) return;
+  try {
+    orb->destroy();
+  } catch (const CORBA::Exception& exception) {
+    Lumenar::WriteError("ORB_base: the ORB was not destroyed: " + Lumenar::CorbaText(exception));
+  }
+}
+
+ORB_base::ORB_base(int argc, const char* const* argv) : impl_(std::make_unique<Impl>(OrbArguments::Read(argc, argv))) {
+  ORB_base* none = nullptr;
+  if (!current.compare_exchange_strong(none, this)) throw std::logic_error("ORB_base: there is one already in this process");
+  try {
+    impl_->InitialiseOrb();
+  } catch (...) {
+    impl_.reset();
+    current = nullptr;
+    throw;
+  }
+}
+
+ORB_base::~ORB_base() {
+  if (impl_->handles_signals) Lumenar::Signals::SetHandler({});  // waits for a handler that runs
+  Shutdown();
+  impl_->WaitUntilStopped();
+  impl_.reset();
+  current = nullptr;
+}
+
+ORB_base& ORB_base::Current() {
+  ORB_base* orb = current;
+  if (orb == nullptr) throw CORBA::BAD_INV_ORDER(0, CORBA::COMPLETED_NO);
+  return *orb;
+}
+
+bool ORB_base::HasCurrent() noexcept { return current != nullptr; }
+
+CORBA::ORB_ptr ORB_base::Orb() const { return impl_->orb; }
+
+PortableServer::POA_ptr ORB_base::Poa() const { return impl_->poa; }
+
+const TransportConfig& ORB_base::Transport() const { return impl_->arguments.transport; }
+
+std::string ORB_base::NamingAddress() const { return impl_->arguments.NamingAddress(); }
+
+void ORB_base::Activate() {
+  impl_->manager->activate();
+  if (!impl_->handles_signals.exchange(true)) Lumenar::Signals::SetHandler([this] { Shutdown(); });
+}
+
+void ORB_base::Run() {
+  Lumenar::Signals::ThrowIfPending();
+  try {
+    Activate();
+    impl_->orb->run();
+  } catch (const CORBA::BAD_INV_ORDER&) {
+    if (!impl_->listeners.Began()) throw;  // else somebody shut the ORB down before it ran
+  }
+  impl_->WaitUntilStopped();
+  Lumenar::Signals::ThrowIfPending();
+}
+
+void ORB_base::Shutdown() noexcept {
+  if (!impl_->listeners.Run()) return;
+  try {
+    impl_->orb->shutdown(false);
+  } catch (const CORBA::Exception& exception) {
+    Lumenar::WriteError("ORB_base: the ORB was not shut down: " + Lumenar::CorbaText(exception));
+  }
+  Lumenar::Lock lock(impl_->mutex);
+  impl_->stopped = true;
+  impl_->changed.NotifyAll();
+}
+
+long ORB_base::AddShutdownListener(std::function<void()> listener) { return impl_->listeners.Add(std::move(listener)); }
+
+void ORB_base::RemoveShutdownListener(long token) { impl_->listeners.Remove(token); }
+
+void ORB_base::DeactivateObject(PortableServer::ServantBase* servant) noexcept {
+  try {
+    // Asking the POA for the identity of an inactive servant would activate it.
+    if (servant == nullptr || !HasCurrent() || !IsActive(servant)) return;
+    PortableServer::POA_var poa = servant->_default_POA();
+    PortableServer::ObjectId_var id = poa->servant_to_id(servant);
+    poa->deactivate_object(id);
+  } catch (const CORBA::Exception&) {  // deactivated meanwhile, or the ORB is going
+  }
+}
+
+void ORB_base::SetCallTimeout(CORBA::Object_ptr object, std::chrono::milliseconds limit) {
+  omniORB::setClientCallTimeout(object, static_cast<CORBA::ULong>(limit.count()));
+}
+
+}  // namespace Corvanta

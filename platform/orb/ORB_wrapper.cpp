@@ -1,1 +1,107 @@
 #include "platform/orb/ORB_wrapper.h"
+
+#include <map>
+#include <sstream>
+
+#include "platform/orb/ORB_base_impl.h"
+#include "platform/signals/Signals.h"
+
+namespace Corvanta {
+namespace {
+
+/// Stands for an engine under its name until the engine's own object does. It has no operations of its own.
+class Placeholder final : public PortableServer::ServantBase {
+ public:
+  const char* _mostDerivedRepoId() override { return CORBA::Object::_PD_repoId; }
+
+ private:
+  ~Placeholder() override = default;
+};
+
+Naming::Path Components(const std::string& context) {
+  Naming::Path components;
+  std::istringstream text(context);
+  for (std::string component; std::getline(text, component, '/');) components.push_back(component);
+  return components;
+}
+
+Naming::Path Below(Naming::Path path, const std::string& component) {
+  path.push_back(component);
+  return path;
+}
+
+}  // namespace
+
+ORB_wrapper_base::~ORB_wrapper_base() = default;
+
+void ORB_wrapper_base::LookupClient(std::vector<ClientInfo>& clients) {
+  for (ClientInfo& client : clients) client.object = Resolve(client.path);
+}
+
+CORBA::Object_ptr ORB_wrapper_base::Resolve(const std::vector<std::string>& path) { return impl_->naming->Resolve(path); }
+
+void ORB_wrapper_base::Bind(const std::vector<std::string>& path, CORBA::Object_ptr object) {
+  impl_->naming->Bind(path, object);
+}
+
+int ORB_wrapper_base::BindInstance(const std::vector<std::string>& context, CORBA::Object_ptr object) {
+  return impl_->naming->BindInstance(context, object);
+}
+
+void ORB_wrapper_base::Unbind(const std::vector<std::string>& path) noexcept { impl_->naming->Unbind(path); }
+
+std::vector<std::string> ORB_wrapper_base::List(const std::vector<std::string>& context) {
+  return impl_->naming->List(context);
+}
+
+/// Start-up ends at the next of these steps once a signal came: the engine is not running yet, so nothing else would end it.
+struct ORB_wrapper::WrapperImpl {
+  Naming::Path context;  // in which all engines have their names
+  Naming::Path path;     // of this engine
+  std::string engine_name;
+  PortableServer::Servant_var<Placeholder> placeholder;
+  std::map<std::string, int> registered;
+};
+
+ORB_wrapper::ORB_wrapper(const char* name, const char* context)
+    : ORB_wrapper_base(localargc, localargv), wrapper_(std::make_unique<WrapperImpl>()) {
+  Lumenar::Signals::ThrowIfPending();
+  wrapper_->context = Components(context);
+  wrapper_->placeholder = new Placeholder;
+  PortableServer::ObjectId_var id = Poa()->activate_object(wrapper_->placeholder.in());
+  CORBA::Object_var reference = Poa()->id_to_reference(id);
+  const Naming::Path names = Below(wrapper_->context, name);
+  const std::string instance = std::to_string(BindInstance(names, reference));
+  wrapper_->path = Below(names, instance);
+  wrapper_->engine_name = std::string(name) + "/" + instance;
+}
+
+ORB_wrapper::~ORB_wrapper() = default;
+
+const std::string& ORB_wrapper::EngineName() const { return wrapper_->engine_name; }
+
+void ORB_wrapper::InstallChildObj(std::vector<ChildInfo>& children) {
+  for (const ChildInfo& child : children) {
+    Lumenar::Signals::ThrowIfPending();
+    if (!child.name.empty()) {
+      BindInstance(Below(wrapper_->context, child.name), child.object);
+      continue;
+    }
+    Bind(wrapper_->path, child.object);
+    DeactivateObject(wrapper_->placeholder.in());
+  }
+}
+
+int ORB_wrapper::Register(const std::string& name, CORBA::Object_ptr object) {
+  Lumenar::Signals::ThrowIfPending();
+  const int number = BindInstance(Below(wrapper_->context, name), object);
+  wrapper_->registered[name] = number;
+  return number;
+}
+
+std::string ORB_wrapper::GetInstanceNum(std::string name) {
+  const auto found = wrapper_->registered.find(name);
+  return found == wrapper_->registered.end() ? std::string() : std::to_string(found->second);
+}
+
+}  // namespace Corvanta

@@ -1,0 +1,286 @@
+#include "platform/orb/Naming.h"
+
+#include <chrono>
+#include <string_view>
+
+#include "platform/base/CorbaText.h"
+#include "platform/base/Diagnostic.h"
+
+namespace Corvanta {
+namespace {
+
+constexpr CORBA::ULong kProbeLimit_ms = 500;
+constexpr std::chrono::seconds kRestorePeriod(2);
+constexpr int kMostInstances = 9999;
+
+CosNaming::Name NameOf(const Naming::Path& path) {
+  CosNaming::Name name;
+  name.length(static_cast<CORBA::ULong>(path.size()));
+  for (CORBA::ULong i = 0; i < name.length(); ++i) name[i].id = path[i].c_str();
+  return name;
+}
+
+/// The name under which an engine claims the right to replace the stale binding of `path`.
+CosNaming::Name ClaimOf(const Naming::Path& path) {
+  CosNaming::Name name = NameOf(path);
+  name[name.length() - 1].kind = "claim";
+  return name;
+}
+
+/// Whether an object's process answers. A process that is there and does not answer within the limit counts as alive: an
+/// engine that still starts holds its requests back.
+bool Answers(CORBA::Object_ptr object) {
+  omniORB::setClientCallTimeout(object, kProbeLimit_ms);
+  try {
+    return !object->_non_existent();
+  } catch (const CORBA::TRANSIENT&) {
+    return false;
+  } catch (const CORBA::COMM_FAILURE&) {
+    return false;
+  } catch (const CORBA::OBJECT_NOT_EXIST&) {
+    return false;
+  } catch (const CORBA::SystemException&) {
+    return true;
+  }
+}
+
+}  // namespace
+
+Naming::~Naming() { EndKeeper(); }
+
+void Naming::EndKeeper() noexcept {
+  std::thread keeper;
+  {
+    Lumenar::Lock lock(mutex_);
+    ended_ = true;
+    changed_.NotifyAll();
+    keeper.swap(keeper_);
+  }
+  if (keeper.joinable()) keeper.join();
+}
+
+CosNaming::NamingContext_ptr Naming::Root() const {
+  CORBA::Object_var object = orb_->resolve_initial_references("NameService");
+  CosNaming::NamingContext_var root = CosNaming::NamingContext::_unchecked_narrow(object);  // saves asking for its type
+  if (CORBA::is_nil(root)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
+  return root._retn();
+}
+
+CORBA::Object_ptr Naming::Resolve(const Path& path) const {
+  CosNaming::NamingContext_var root = Root();
+  CORBA::Object_var object = root->resolve(NameOf(path));
+  if (CORBA::is_nil(object)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_YES);
+  return object._retn();
+}
+
+/// Runs an operation that binds `path`, and once more with its contexts when they were missing.
+template <class Operation>
+void Naming::WithContexts(const Path& path, Operation operation) const {
+  CosNaming::NamingContext_var root = Root();
+  try {
+    operation(root);
+  } catch (const CosNaming::NamingContext::NotFound&) {
+    CreateContexts(path);
+    operation(root);
+  }
+}
+
+void Naming::CreateContexts(const Path& path) const {
+  CosNaming::NamingContext_var root = Root();
+  for (std::size_t length = 1; length < path.size(); ++length) {
+    try {
+      CosNaming::NamingContext_var context = root->bind_new_context(NameOf(Path(path.begin(), path.begin() + length)));
+    } catch (const CosNaming::NamingContext::AlreadyBound&) {  // somebody else was first
+    }
+  }
+}
+
+void Naming::Bind(const Path& path, CORBA::Object_ptr object) {
+  WithContexts(path, [&](CosNaming::NamingContext_ptr root) { root->rebind(NameOf(path), object); });
+  Remember(path, object);
+}
+
+int Naming::BindInstance(const Path& context, CORBA::Object_ptr object) {
+  Path path = context;
+  path.emplace_back();
+  for (int number = 1; number <= kMostInstances; ++number) {
+    path.back() = std::to_string(number);
+    if (!BindNew(path, object)) continue;
+    Remember(path, object);
+    return number;
+  }
+  throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
+}
+
+bool Naming::BindNew(const Path& path, CORBA::Object_ptr object) {
+  try {
+    WithContexts(path, [&](CosNaming::NamingContext_ptr root) { root->bind(NameOf(path), object); });
+    return true;
+  } catch (const CosNaming::NamingContext::AlreadyBound&) {
+    return !IsTaken(NameOf(path)) && ReplaceStale(path, object);
+  }
+}
+
+/// Replaces a binding whose object is gone. Of several engines that found it stale at once one does it, because claims
+/// are bound and a bind succeeds for one only; the others take the next number.
+bool Naming::ReplaceStale(const Path& path, CORBA::Object_ptr object) {
+  CosNaming::NamingContext_var root = Root();
+  const CosNaming::Name claim = ClaimOf(path);
+  try {
+    root->bind(claim, object);
+  } catch (const CosNaming::NamingContext::AlreadyBound&) {
+    if (IsTaken(claim)) return false;
+    root->rebind(claim, object);  // who claimed it died meanwhile
+  }
+  const bool replaced = !IsTaken(NameOf(path));
+  if (replaced) root->rebind(NameOf(path), object);
+  root->unbind(claim);
+  return replaced;
+}
+
+/// Whether a live object is bound there.
+bool Naming::IsTaken(const CosNaming::Name& name) {
+  try {
+    CosNaming::NamingContext_var root = Root();
+    CORBA::Object_var object = root->resolve(name);
+    // Our own objects are not asked: while they are held back, the answer would never come.
+    return !CORBA::is_nil(object) && (IsOurs(object) || Answers(object));
+  } catch (const CosNaming::NamingContext::NotFound&) {
+    return false;
+  }
+}
+
+bool Naming::IsOurs(CORBA::Object_ptr object) {
+  Lumenar::Lock lock(mutex_);
+  for (auto& [path, ours] : names_)
+    if (ours->_is_equivalent(object)) return true;  // compares references, without a call
+  return false;
+}
+
+void Naming::Remember(const Path& path, CORBA::Object_ptr object) {
+  Lumenar::Lock lock(mutex_);
+  if (ended_) return;
+  names_[path] = CORBA::Object::_duplicate(object);
+  if (!keeper_.joinable()) keeper_ = std::thread([this] { KeepNames(); });
+}
+
+void Naming::UnbindOurs(const Path& path, CORBA::Object_ptr object) const {
+  CosNaming::NamingContext_var root = Root();
+  CORBA::Object_var bound = root->resolve(NameOf(path));
+  if (object->_is_equivalent(bound)) root->unbind(NameOf(path));
+}
+
+void Naming::Unbind(const Path& path) noexcept {
+  try {
+    CORBA::Object_var object;
+    {
+      Lumenar::Lock lock(mutex_);
+      const auto found = names_.find(path);
+      if (found == names_.end()) return;
+      object = found->second;
+      names_.erase(found);
+    }
+    UnbindOurs(path, object);
+  } catch (const CORBA::Exception&) {  // the name, or the service, is gone already
+  } catch (const std::exception& exception) {
+    Lumenar::WriteError(std::string("naming: a name was not unbound: ") + exception.what());
+  }
+}
+
+void Naming::UnbindAll() noexcept {
+  try {
+    EndKeeper();
+    std::map<Path, CORBA::Object_var> names;
+    {
+      Lumenar::Lock lock(mutex_);
+      names.swap(names_);
+    }
+    for (auto& [path, object] : names) {
+      try {
+        UnbindOurs(path, object);
+      } catch (const CORBA::UserException&) {  // this name is gone already
+      }
+    }
+  } catch (const CORBA::Exception&) {  // the service is away, and the other names with it
+  } catch (const std::exception& exception) {
+    Lumenar::WriteError(std::string("naming: the names were not unbound: ") + exception.what());
+  }
+}
+
+std::vector<std::string> Naming::List(const Path& context) const {
+  constexpr CORBA::ULong kAtOnce = 1000;
+  std::vector<std::string> names;
+  const auto add = [&names](const CosNaming::BindingList& bindings) {
+    for (CORBA::ULong i = 0; i < bindings.length(); ++i) {
+      const CosNaming::Name& name = bindings[i].binding_name;
+      if (name.length() == 1 && std::string_view(name[0].kind) != "claim") names.emplace_back(name[0].id);
+    }
+  };
+  try {
+    CosNaming::NamingContext_var at = Root();
+    if (!context.empty()) {
+      CORBA::Object_var object = at->resolve(NameOf(context));
+      at = CosNaming::NamingContext::_narrow(object);
+      if (CORBA::is_nil(at)) return {};
+    }
+    CosNaming::BindingList_var bindings;
+    CosNaming::BindingIterator_var more;
+    at->list(kAtOnce, bindings, more);
+    add(bindings);
+    while (!CORBA::is_nil(more) && more->next_n(kAtOnce, bindings)) add(bindings);
+    if (!CORBA::is_nil(more)) more->destroy();
+  } catch (const CosNaming::NamingContext::NotFound&) {
+    return {};
+  }
+  return names;
+}
+
+/// The keeper thread: looks every few seconds whether a restarted service has lost our names.
+void Naming::KeepNames() {
+  for (;;) {
+    {
+      Lumenar::Lock lock(mutex_);
+      const auto due = std::chrono::steady_clock::now() + kRestorePeriod;
+      for (auto now = std::chrono::steady_clock::now(); !ended_ && now < due; now = std::chrono::steady_clock::now())
+        changed_.WaitFor(mutex_, due - now);
+      if (ended_) return;
+    }
+    try {
+      RestoreLostNames();
+    } catch (const CORBA::Exception&) {  // the service is away; it is tried again
+    } catch (const std::exception& exception) {
+      Lumenar::WriteError(std::string("naming: lost names were not put back: ") + exception.what());
+    }
+  }
+}
+
+void Naming::RestoreLostNames() {
+  std::map<Path, CORBA::Object_var> names;
+  {
+    Lumenar::Lock lock(mutex_);
+    names = names_;
+  }
+  for (auto& [path, object] : names) {
+    try {
+      CORBA::Object_var bound = Resolve(path);
+    } catch (const CosNaming::NamingContext::NotFound&) {
+      Restore(path, object);
+    }
+  }
+}
+
+void Naming::Restore(const Path& path, CORBA::Object_ptr object) {
+  try {
+    WithContexts(path, [&](CosNaming::NamingContext_ptr root) { root->bind(NameOf(path), object); });
+  } catch (const CosNaming::NamingContext::AlreadyBound&) {
+    return;  // bound meanwhile
+  }
+  if (!Holds(path)) UnbindOurs(path, object);  // given up while it was put back
+}
+
+bool Naming::Holds(const Path& path) {
+  Lumenar::Lock lock(mutex_);
+  return names_.count(path) != 0;
+}
+
+}  // namespace Corvanta

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <omniORB4/CORBA.h>
+#include <omniORB4/Naming.hh>
+
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/base/Mutex.h"
+
+namespace Corvanta {
+
+/// The naming service as this process sees it, and the names that this process has there.
+///
+/// The service is looked up anew for every operation, so one that was restarted is found again; while names are held, a thread
+/// puts those back that a restarted service has lost.
+/// Errors   of every operation that is not noexcept: CORBA system exceptions and those of CosNaming.
+/// Threads  any.
+class Naming {
+ public:
+  using Path = std::vector<std::string>;
+
+  explicit Naming(CORBA::ORB_ptr orb) : orb_(CORBA::ORB::_duplicate(orb)) {}
+  ~Naming();
+  Naming(const Naming&) = delete;
+  Naming& operator=(const Naming&) = delete;
+
+  CORBA::Object_ptr Resolve(const Path& path) const;
+  void Bind(const Path& path, CORBA::Object_ptr object);
+  int BindInstance(const Path& context, CORBA::Object_ptr object);
+  void Unbind(const Path& path) noexcept;
+  std::vector<std::string> List(const Path& context) const;
+
+  /// Unbinds every name that is still ours; none is put back after that.
+  void UnbindAll() noexcept;
+
+ private:
+  CosNaming::NamingContext_ptr Root() const;
+  template <class Operation>
+  void WithContexts(const Path& path, Operation operation) const;
+  void CreateContexts(const Path& path) const;
+  bool BindNew(const Path& path, CORBA::Object_ptr object);
+  bool ReplaceStale(const Path& path, CORBA::Object_ptr object);
+  bool IsTaken(const CosNaming::Name& name);
+  bool IsOurs(CORBA::Object_ptr object);
+  void Remember(const Path& path, CORBA::Object_ptr object);
+  void UnbindOurs(const Path& path, CORBA::Object_ptr object) const;
+  void KeepNames();
+  void EndKeeper() noexcept;
+  void RestoreLostNames();
+  void Restore(const Path& path, CORBA::Object_ptr object);
+  bool Holds(const Path& path);
+
+  CORBA::ORB_var orb_;
+  Lumenar::Mutex mutex_;
+  Lumenar::Condition changed_;
+  std::map<Path, CORBA::Object_var> names_ GUARDED_BY(mutex_);
+  bool ended_ GUARDED_BY(mutex_) = false;
+  std::thread keeper_ GUARDED_BY(mutex_);
+};
+
+}  // namespace Corvanta

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <atomic>
+
+#include "platform/orb/Naming.h"
+#include "platform/orb/ORB_base.h"
+#include "platform/orb/OrbArguments.h"
+#include "platform/orb/ShutdownListeners.h"
+
+namespace Corvanta {
+
+/// The parts of an ORB_base. Only the ORB classes of this folder include this file.
+struct ORB_base::Impl {
+  explicit Impl(OrbArguments orb_arguments) : arguments(std::move(orb_arguments)) {}
+  ~Impl();
+  Impl(const Impl&) = delete;
+  Impl& operator=(const Impl&) = delete;
+
+  void InitialiseOrb();
+  void WaitUntilStopped();
+
+  OrbArguments arguments;
+  CORBA::ORB_var orb;
+  PortableServer::POA_var poa;
+  PortableServer::POAManager_var manager;
+  std::unique_ptr<Naming> naming;
+  ShutdownListeners listeners;
+  std::atomic<bool> handles_signals{false};
+
+  Lumenar::Mutex mutex;
+  Lumenar::Condition changed;
+  bool stopped GUARDED_BY(mutex) = false;  // Shutdown has done all it does
+};
+
+}  // namespace Corvanta
