@@ -1,6 +1,6 @@
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-find_package(Boost 1.74 REQUIRED COMPONENTS thread system)
+find_package(Boost 1.74 REQUIRED COMPONENTS thread chrono system)
 find_package(fmt REQUIRED)
 find_package(nlohmann_json REQUIRED)
 find_package(CLI11 REQUIRED)
