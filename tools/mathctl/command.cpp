@@ -1,0 +1,117 @@
+#include "tools/mathctl/command.h"
+
+#include <fmt/format.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <exception>
+#include <sstream>
+
+#include "client/Error.h"
+#include "client/Text.h"
+#include "platform/base/CorbaText.h"
+#include "platform/base/Diagnostic.h"
+#include "platform/signals/Signals.h"
+
+namespace Lumenar::Mathctl {
+namespace {
+
+constexpr const char* kDescription =
+    "Creates, watches and removes the math objects of a measuring instrument, and shows its readings.";
+
+constexpr const char* kFooter =
+    "A READING is ENGINE/INSTANCE/ITEM, as PROBE/1/WAKEUP; ENGINE/ITEM or ITEM alone will do where just one reading\n"
+    "fits. math:3, or 3, is the RESULT of math object 3.\n"
+    "\n"
+    "With --json every result is one object on one line; a number that is not finite is one of the texts \"NaN\",\n"
+    "\"Infinity\", \"-Infinity\". Bytes of names that cannot be printed are shown as \\xNN.\n"
+    "\n"
+    "Exit codes: 0 done; 1 refused, or not found; 2 the command line is wrong; 3 somebody is away or did not answer\n"
+    "within the time limit.\n"
+    "\n"
+    "LUMENAR_NAMING=HOST:PORT names another naming service than 127.0.0.1:2700, LUMENAR_TRANSPORT_CONF=FILE a\n"
+    "transport configuration.";
+
+void DefineOptions(CLI::App& app, Options& options) {
+  app.add_option("--timeout", options.timeout_s, "Limit of every remote call, in seconds")
+      ->check(CLI::Range(0.001, 86400.0))
+      ->capture_default_str();
+  app.add_flag("--json", options.json, "Write JSON, one object a line");
+  app.add_option("--factory", options.factory, "Registered name of the math engine")->capture_default_str();
+  app.add_option("--naming", options.naming, "Naming service, HOST:PORT");
+}
+
+void DefineVerbs(CLI::App& app, Command& command) {
+  app.require_subcommand(1);
+  app.fallthrough();
+  for (const auto define : {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineGet, DefineWatch,
+                            DefinePlot, DefineSet, DefineReset, DefineDelete, DefineDoctor}) {
+    define(app, command);
+  }
+}
+
+void WriteLines(std::string text, void (*write)(std::string_view)) {
+  while (!text.empty() && text.back() == '\n') text.pop_back();
+  if (!text.empty()) write(text);
+}
+
+int ExitCodeOf(Client::ErrorKind kind) {
+  switch (kind) {
+    case Client::ErrorKind::BadArgument: return kUsage;
+    case Client::ErrorKind::Unreachable: return kUnreachable;
+    default: return kRefused;
+  }
+}
+
+void RunConnected(const Command& command) {
+  if (command.ends_on_signal) Signals::Install();  // before the ORB starts threads
+  if (!command.options.naming.empty()) setenv("LUMENAR_NAMING", command.options.naming.c_str(), 1);
+  const std::chrono::duration<double> timeout(command.options.timeout_s);
+  Client::Connection connection(std::chrono::ceil<std::chrono::milliseconds>(timeout));
+  command.run({command.options, connection});
+}
+
+}  // namespace
+
+bool Parse(int argc, const char* const* argv, Command& command, int& exit_code) {
+  CLI::App app(kDescription, "mathctl");
+  app.footer(kFooter);
+  DefineOptions(app, command.options);
+  DefineVerbs(app, command);
+  try {
+    app.parse(argc, argv);
+    return true;
+  } catch (const CLI::ParseError& error) {
+    std::ostringstream out, complaint;
+    exit_code = app.exit(error, out, complaint) == 0 ? kDone : kUsage;
+    WriteLines(out.str(), WriteOut);
+    WriteLines(complaint.str(), WriteError);
+    return false;
+  }
+}
+
+int Run(const Command& command) {
+  try {
+    RunConnected(command);
+    return kDone;
+  } catch (const Client::Error& error) {
+    WriteError(fmt::format("mathctl: {}", error.what()));
+    return ExitCodeOf(error.Kind());
+  } catch (const Signal_Exception&) {  // it was asked to end, and did
+    return kDone;
+  } catch (const CORBA::Exception& exception) {
+    WriteError(fmt::format("mathctl: {}", CorbaText(exception)));
+    return kUnreachable;
+  } catch (const std::exception& exception) {  // an unusable configuration or address
+    WriteError(fmt::format("mathctl: {}", Client::Printable(exception.what())));
+    return kUsage;
+  }
+}
+
+std::int32_t RequireMathId(const std::string& text) {
+  if (const auto id = Client::MathIdFromText(text)) return *id;
+  throw Client::Error(Client::ErrorKind::BadArgument,
+                      fmt::format("\"{}\" is not the id of a math object", Client::Printable(text)));
+}
+
+}  // namespace Lumenar::Mathctl

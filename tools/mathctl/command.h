@@ -1,0 +1,69 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "client/Connection.h"
+#include "client/MathObjects.h"
+
+namespace Lumenar::Mathctl {
+
+/// Exit codes of the program; they are part of its interface.
+enum ExitCode { kDone = 0, kRefused = 1, kUsage = 2, kUnreachable = 3 };
+
+/// What every verb understands.
+struct Options {
+  double timeout_s = 5;
+  bool json = false;
+  std::string factory = "MATHFACTORY/1";
+  std::string naming;  ///< HOST:PORT; empty: as the environment says
+};
+
+/// What a verb works with while it runs.
+struct Session {
+  const Options& options;
+  Client::Connection& connection;
+
+  Client::MathObjects Objects() const { return Client::MathObjects(connection, options.factory); }
+
+  /// The reading that a text means; the math engine is needed only for "math:3" and "3".
+  Client::Reading Find(const std::string& text) const {
+    return Client::MathIdFromText(text) ? Objects().Find(text) : connection.FindReading(text);
+  }
+};
+
+/// A parsed command line.
+struct Command {
+  Options options;
+  std::function<void(const Session&)> run;  ///< the verb; fails with Client::Error
+  bool ends_on_signal = false;              ///< SIGINT and SIGTERM end the verb in good order instead of killing it
+};
+
+/// The verbs, one file each: every function adds its verb to the application; parsing it sets `command.run`.
+void DefineEngines(CLI::App& app, Command& command);
+void DefineReadings(CLI::App& app, Command& command);
+void DefineTypes(CLI::App& app, Command& command);
+void DefineCreate(CLI::App& app, Command& command);
+void DefineList(CLI::App& app, Command& command);
+void DefineGet(CLI::App& app, Command& command);
+void DefineWatch(CLI::App& app, Command& command);
+void DefinePlot(CLI::App& app, Command& command);
+void DefineSet(CLI::App& app, Command& command);
+void DefineReset(CLI::App& app, Command& command);
+void DefineDelete(CLI::App& app, Command& command);
+void DefineDoctor(CLI::App& app, Command& command);
+
+/// Parses a command line into `command`. Returns true when there is something to run; else `exit_code` is set and the help or the
+/// complaint has been written.
+bool Parse(int argc, const char* const* argv, Command& command, int& exit_code);
+
+/// Runs a parsed command against the platform; writes what goes wrong to standard error. Returns the exit code.
+int Run(const Command& command);
+
+/// The id in "math:3" or "3". Errors   Error BadArgument.
+std::int32_t RequireMathId(const std::string& text);
+
+}  // namespace Lumenar::Mathctl

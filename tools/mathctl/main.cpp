@@ -1,0 +1,22 @@
+#include <csignal>
+
+#include "platform/orb/ORB_wrapper.h"
+#include "tools/mathctl/command.h"
+
+namespace {
+char program_name[] = "mathctl";
+}
+
+// The program has no arguments of its own for the ORB: the client library knows them.
+extern "C" {
+int localargc = 1;
+char* localargv[] = {program_name, nullptr};
+}
+
+int main(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that went away shows as a failed stream
+  Lumenar::Mathctl::Command command;
+  int exit_code = 0;
+  if (!Lumenar::Mathctl::Parse(argc, argv, command, exit_code)) return exit_code;
+  return Lumenar::Mathctl::Run(command);
+}

@@ -1,0 +1,18 @@
+#include <memory>
+
+#include "tools/mathctl/command.h"
+
+namespace Lumenar::Mathctl {
+
+void DefineReset(CLI::App& app, Command& command) {
+  auto* verb = app.add_subcommand("reset", "Starts an Average or a Peak anew");
+  const auto ids = std::make_shared<std::vector<std::string>>();
+  verb->add_option("ID", *ids, "Math objects, as math:3 or 3")->required();
+  verb->callback([&command, ids] {
+    command.run = [ids](const Session& session) {
+      for (const std::string& id : *ids) session.Objects().Reset(RequireMathId(id));
+    };
+  });
+}
+
+}  // namespace Lumenar::Mathctl

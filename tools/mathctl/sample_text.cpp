@@ -1,0 +1,140 @@
+#include "tools/mathctl/sample_text.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <variant>
+
+#include "platform/records/Records.h"
+#include "platform/units/Units.h"
+
+namespace Lumenar::Mathctl {
+namespace {
+
+using nlohmann::ordered_json;
+
+std::string UnitsText(const Corvanta::VALUE_UNITS::Units& units) {
+  return Value::Units_text(VALUE::UnitsFromCorba(units));
+}
+
+TraceSummary SummaryOf(const Corvanta::BASIC_TRACE::BT_DATA& trace) {
+  return Summarise(trace.samples.get_buffer(), trace.samples.length());
+}
+
+struct TextWriter {
+  std::string operator()(std::monostate) const { return "a record of unknown kind"; }
+  std::string operator()(CORBA::Long number) const { return std::to_string(number); }
+  std::string operator()(bool truth) const { return truth ? "true" : "false"; }
+
+  std::string operator()(const Corvanta::VALUE_DOUBLE::VALUE& value) const {
+    const std::string units = UnitsForPeople(value.units);
+    return fmt::format("{:.6g} {}  {:+.6g} {:+.6g} {}", value.val, units, value.minus_err, value.plus_err, units);
+  }
+
+  std::string operator()(const Corvanta::BASIC_TRACE::BT_DATA& trace) const {
+    const TraceSummary summary = SummaryOf(trace);
+    const std::string units = UnitsForPeople(trace.units);
+    std::string text = fmt::format("{} points  min {:.6g} {}  max {:.6g} {}  mean {:.6g} {}", summary.points, summary.min,
+                                   units, summary.max, units, summary.mean, units);
+    if (summary.not_numbers > 0) text += fmt::format("  {} not a number", summary.not_numbers);
+    return text;
+  }
+};
+
+ordered_json AllSamples(const Corvanta::BASIC_TRACE::BT_DATA& trace) {
+  ordered_json samples = ordered_json::array();
+  for (CORBA::ULong i = 0; i < trace.samples.length(); ++i) samples.push_back(JsonNumber(trace.samples[i]));
+  return samples;
+}
+
+struct JsonWriter {
+  bool with_samples;
+
+  ordered_json operator()(std::monostate) const { return {{"kind", "unknown"}}; }
+  ordered_json operator()(CORBA::Long number) const { return {{"kind", "long"}, {"value", number}}; }
+  ordered_json operator()(bool truth) const { return {{"kind", "boolean"}, {"value", truth}}; }
+
+  ordered_json operator()(const Corvanta::VALUE_DOUBLE::VALUE& value) const {
+    return {{"kind", "ValueDouble"},
+            {"units", UnitsText(value.units)},
+            {"value", JsonNumber(value.val)},
+            {"minus_err", JsonNumber(value.minus_err)},
+            {"plus_err", JsonNumber(value.plus_err)}};
+  }
+
+  ordered_json operator()(const Corvanta::BASIC_TRACE::BT_DATA& trace) const {
+    const TraceSummary summary = SummaryOf(trace);
+    ordered_json json{{"kind", "BasicTrace"},
+                      {"units", UnitsText(trace.units)},
+                      {"sequence_number", trace.sequence_number},
+                      {"captured_ns", std::uint64_t{trace.header[0]} << 32 | trace.header[1]},
+                      {"x_step", JsonNumber(trace.x_step)},
+                      {"points", summary.points},
+                      {"not_numbers", summary.not_numbers},
+                      {"min", JsonNumber(summary.min)},
+                      {"max", JsonNumber(summary.max)},
+                      {"mean", JsonNumber(summary.mean)}};
+    if (with_samples) json["samples"] = AllSamples(trace);
+    return json;
+  }
+};
+
+std::chrono::system_clock::time_point WholeSeconds(std::chrono::system_clock::time_point time) {
+  return std::chrono::floor<std::chrono::seconds>(time);
+}
+
+}  // namespace
+
+TraceSummary Summarise(const float* samples, std::size_t count) {
+  TraceSummary summary{count, 0, std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(), 0};
+  for (std::size_t i = 0; i < count; ++i) {
+    const double sample = samples[i];
+    if (std::isnan(sample)) {
+      ++summary.not_numbers;
+      continue;
+    }
+    summary.min = std::min(summary.min, sample);
+    summary.max = std::max(summary.max, sample);
+    summary.mean += sample;
+  }
+  const std::size_t numbers = count - summary.not_numbers;
+  summary.mean /= static_cast<double>(numbers);
+  if (numbers == 0) summary.min = summary.max = summary.mean = std::numeric_limits<double>::quiet_NaN();
+  return summary;
+}
+
+std::string UnitsForPeople(const Corvanta::VALUE_UNITS::Units& units) {
+  std::string text = UnitsText(units);
+  return text.empty() ? "(no unit)" : text;
+}
+
+std::string TextOf(const Corvanta::SampleRecord& record) { return std::visit(TextWriter{}, record); }
+
+ordered_json JsonOf(const Corvanta::SampleRecord& record, bool with_samples) {
+  return std::visit(JsonWriter{with_samples}, record);
+}
+
+ordered_json JsonNumber(double number) {
+  if (std::isnan(number)) return "NaN";
+  if (std::isinf(number)) return number > 0 ? "Infinity" : "-Infinity";
+  return number;
+}
+
+std::string OneLine(const ordered_json& json) {
+  return json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+}
+
+std::string UtcText(std::chrono::system_clock::time_point time) {
+  const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(time - WholeSeconds(time)).count();
+  return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:06}Z", fmt::gmtime(WholeSeconds(time)), micros);
+}
+
+std::string ClockText(std::chrono::system_clock::time_point time) {
+  const auto millis = std::chrono::duration_cast<std::chrono::milliseconds>(time - WholeSeconds(time)).count();
+  return fmt::format("{:%H:%M:%S}.{:03}", fmt::localtime(std::chrono::system_clock::to_time_t(time)), millis);
+}
+
+}  // namespace Lumenar::Mathctl

@@ -1,0 +1,50 @@
+#include <fmt/format.h>
+
+#include <memory>
+
+#include "client/Text.h"
+#include "client/values.h"
+#include "tools/mathctl/command.h"
+
+namespace Lumenar::Mathctl {
+namespace {
+
+using Client::Error;
+using Client::ErrorKind;
+
+// set ID SIZE VALUE
+void SetOfObject(const Session& session, std::int32_t id, const std::vector<std::string>& rest) {
+  if (rest.size() != 2) throw Error(ErrorKind::BadArgument, "a math object takes: set ID SIZE VALUE");
+  if (rest[0] != "SIZE") {
+    throw Error(ErrorKind::BadArgument, fmt::format("a math object has no attribute \"{}\" to set", Client::Printable(rest[0])));
+  }
+  session.Objects().SetSize(id, Client::LongFromText(rest[1]));
+}
+
+std::string Joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
+  return text;
+}
+
+void Set(const Session& session, const std::vector<std::string>& words) {
+  const std::vector<std::string> rest(words.begin() + 1, words.end());
+  if (const auto id = Client::MathIdFromText(words[0])) return SetOfObject(session, *id, rest);
+  Client::SetValue(session.connection.FindReading(words[0]), Joined(rest));
+}
+
+}  // namespace
+
+void DefineSet(CLI::App& app, Command& command) {
+  auto* verb = app.add_subcommand("set", "Sets an attribute: `set math:3 SIZE 10`, `set PROBE/1/START 10`");
+  verb->footer(
+      "A long takes a whole number, an enumeration a number or a name, a scalar a number with or without units, as \"2.5\n"
+      "ms\"; an action takes no value and is triggered.");
+  const auto words = std::make_shared<std::vector<std::string>>();
+  verb->add_option("ATTRIBUTE", *words, "The attribute, or a math object and SIZE; then the value")->required();
+  verb->callback([&command, words] {
+    command.run = [words](const Session& session) { Set(session, *words); };
+  });
+}
+
+}  // namespace Lumenar::Mathctl
