@@ -1,20 +1,285 @@
 #include "Value/decibel_kernels.h"
 
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <utility>
+
+#include "Value/decibel_coefficients.h"
+#include "Value/decibel_exact.h"
+#include "Value/decibel_paths.h"
+
+// An estimate in double with a proven relative error is rounded to float at both ends of its error interval. Where the
+// ends agree they are the correctly rounded result, however the estimate came about; where they differ (one sample in
+// a million) double-double arithmetic decides. Proof and figures: docs/kernels.md.
+
+/// Inlined into each path, so that it is compiled for the instruction set of the path.
+#define LUMENAR_KERNEL [[gnu::always_inline]] inline
+
+#if defined(__x86_64__)
+#define LUMENAR_X86_PATHS 1
+#define LUMENAR_AVX2 [[gnu::target("avx2,fma")]]
+#define LUMENAR_AVX512 [[gnu::target("avx2,fma,avx512f,avx512dq,avx512bw,avx512vl")]]
+#else
+#define LUMENAR_X86_PATHS 0
+#endif
 
 namespace Lumenar::Value {
 
 namespace {
 
-float Without_payload(float number) noexcept {
-  return std::isnan(number) ? std::numeric_limits<float>::quiet_NaN() : number;
+using Detail::Kernel_path;
+
+/// Whether a path rounds the sums of its estimates once (fused) or twice. The error bounds hold for both, hence so does
+/// the result, and a path takes what its processor is quick at.
+enum class Sums { fused, plain };
+
+#ifdef __FP_FAST_FMA
+constexpr Sums kBaseline_sums = Sums::fused;
+#else
+constexpr Sums kBaseline_sums = Sums::plain;
+#endif
+
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+constexpr float kSmallest_normal = std::numeric_limits<float>::min();
+constexpr float kLargest_float = std::numeric_limits<float>::max();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+/// Bounds of the relative errors of the two estimates, rounding included.
+constexpr double kLog10_error = 0x1p-44;
+constexpr double kPower_error = 0x1p-44;
+
+/// Exponents beyond the first are taken as the first: with a factor between the two others the result is 0 or infinite
+/// there, and nothing on the way to it leaves the range of a double.
+constexpr float kLargest_q = 110;
+constexpr double kSmallest_factor = 0x1p-200;
+constexpr double kLargest_factor = 0x1p200;
+
+template <Sums sums>
+LUMENAR_KERNEL double Multiply_add(double a, double b, double c) noexcept {
+  if constexpr (sums == Sums::fused) return std::fma(a, b, c);
+  return a * b + c;
 }
+
+/// The sum of coefficients[i] * x^i, even and odd powers apart: two short chains of operations in place of a long one.
+template <Sums sums, std::size_t Count>
+LUMENAR_KERNEL double Polynomial(const std::array<double, Count>& coefficients, double x) noexcept {
+  const double square = x * x;
+  double next = coefficients[Count - 1];
+  double other = coefficients[Count - 2];
+#pragma GCC unroll 16
+  for (std::size_t i = Count - 2; i > 0; --i) {
+    next = Multiply_add<sums>(next, square, coefficients[i - 1]);
+    std::swap(next, other);
+  }
+  return Multiply_add<sums>(next, x, other);
+}
+
+/// log10(x) to kLog10_error, for a positive normal x.
+template <Sums sums>
+LUMENAR_KERNEL double Log10_estimate(float x) noexcept {
+  constexpr std::int32_t kSqrt_half_bits = 0x3f3504f3;
+  const auto bits = std::bit_cast<std::int32_t>(x);
+  const std::int32_t exponent = (bits - kSqrt_half_bits) >> 23;
+  const auto mantissa = std::bit_cast<float>(bits - exponent * (1 << 23));
+  const auto m = static_cast<double>(mantissa);
+  const double s = (m - 1.0) / (m + 1.0);
+  const double log10_m = s * Polynomial<sums>(Detail::kLog10_polynomial, s * s);
+  return Multiply_add<sums>(static_cast<double>(exponent), Detail::kLog10_of_2.high, log10_m);
+}
+
+/// 10^q to kPower_error, for |q| up to kLargest_q.
+template <Sums sums>
+LUMENAR_KERNEL double Power_estimate(double q) noexcept {
+  // Adding it rounds to an integer n and leaves n + 1023, the exponent field of 2^n, in the lowest bits of the sum.
+  constexpr double kRounder = 0x1.8p52 + 1023;
+  const double rounded = Multiply_add<sums>(q, Detail::kLog2_of_10.high, kRounder);
+  const double t = Multiply_add<sums>(q, Detail::kLog2_of_10.high, kRounder - rounded);
+  const auto power_of_2 = std::bit_cast<double>(std::bit_cast<std::uint64_t>(rounded) << 52);
+  return Polynomial<sums>(Detail::kExp2_polynomial, t) * power_of_2;
+}
+
+/// A number of which both ends of the error interval round to the same float, or where `unsettled` is 1 may not.
+struct Attempt {
+  float value;
+  std::int32_t unsettled;
+};
+
+/// log10(x); unsettled for whatever is not positive and normal.
+template <Sums sums>
+LUMENAR_KERNEL Attempt Try_log10(float x) noexcept {
+  const double estimate = Log10_estimate<sums>(x);
+  const auto one_end = static_cast<float>(estimate * (1 - kLog10_error));
+  const auto other_end = static_cast<float>(estimate * (1 + kLog10_error));
+  const std::int32_t special = x >= kSmallest_normal && x <= kLargest_float ? 0 : 1;
+  return {one_end, special | (one_end == other_end ? 0 : 1)};
+}
+
+/// Scale is double, or float for a scale that float holds exactly: then the product in double is exact, and rounded to
+/// float it is what a multiplication in float gives at a fraction of the cost.
+template <class Scale>
+class To_decibel {
+ public:
+  explicit To_decibel(double k) noexcept : k_(k), scale_(static_cast<Scale>(10.0 * k)) {}
+
+  template <Sums sums>
+  LUMENAR_KERNEL Attempt Try(float x) const noexcept {
+    const Attempt logarithm = Try_log10<sums>(x);
+    return {static_cast<float>(scale_ * static_cast<Scale>(logarithm.value)), logarithm.unsettled};
+  }
+
+  float Certain(float x) const noexcept { return Linear_to_decibel(x, k_); }
+
+ private:
+  double k_;
+  Scale scale_;
+};
+
+class To_linear {
+ public:
+  explicit To_linear(double k) noexcept : k_(k), one_end_(k * (1 - kPower_error)), other_end_(k * (1 + kPower_error)) {}
+
+  bool Has_estimate() const noexcept {
+    return std::abs(k_) >= kSmallest_factor && std::abs(k_) <= kLargest_factor;
+  }
+
+  template <Sums sums>
+  LUMENAR_KERNEL Attempt Try(float x) const noexcept {
+    float q = x / 10.0f;
+    q = q < -kLargest_q ? -kLargest_q : q;
+    q = q > kLargest_q ? kLargest_q : q;
+    const double power = Power_estimate<sums>(static_cast<double>(q));
+    const auto one_end = static_cast<float>(power * one_end_);
+    const auto other_end = static_cast<float>(power * other_end_);
+    return {one_end, one_end == other_end ? 0 : 1};
+  }
+
+  float Certain(float x) const noexcept { return Decibel_to_linear(x, k_); }
+
+ private:
+  double k_;
+  double one_end_;
+  double other_end_;
+};
+
+constexpr std::size_t kBlock = 64;
+
+template <class Kernel>
+[[gnu::noinline]] void Redo(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
+  for (std::size_t i = 0; i < count; ++i) out[i] = kernel.Certain(in[i]);
+}
+
+/// kBlock samples. The result goes through a buffer of its own, since `in` may be `out` and is needed for the redo.
+template <Sums sums, class Kernel>
+LUMENAR_KERNEL void Convert_block(const Kernel& kernel, const float* in, float* out) noexcept {
+  std::array<float, kBlock> result;
+  std::int32_t unsettled = 0;
+  for (std::size_t i = 0; i < kBlock; ++i) {
+    const Attempt attempt = kernel.template Try<sums>(in[i]);
+    result[i] = attempt.value;
+    unsettled |= attempt.unsettled;
+  }
+  if (unsettled != 0) Redo(kernel, in, result.data(), kBlock);
+  std::copy(result.begin(), result.end(), out);
+}
+
+/// The rest behind the last whole block is converted as a block too, filled up with 1.
+template <Sums sums, class Kernel>
+LUMENAR_KERNEL void Convert(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
+  const std::size_t rest = count % kBlock;
+  for (std::size_t i = 0; i < count - rest; i += kBlock) Convert_block<sums>(kernel, in + i, out + i);
+  if (rest == 0) return;
+  std::array<float, kBlock> padded;
+  padded.fill(1.0f);
+  std::copy_n(in + (count - rest), rest, padded.begin());
+  Convert_block<sums>(kernel, padded.data(), padded.data());
+  std::copy_n(padded.begin(), rest, out + (count - rest));
+}
+
+template <class Kernel>
+void Convert_baseline(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
+  Convert<kBaseline_sums>(kernel, in, out, count);
+}
+
+#if LUMENAR_X86_PATHS
+template <class Kernel>
+LUMENAR_AVX2 void Convert_avx2(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
+  Convert<Sums::fused>(kernel, in, out, count);
+}
+
+template <class Kernel>
+LUMENAR_AVX512 void Convert_avx512(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
+  Convert<Sums::fused>(kernel, in, out, count);
+}
+#endif
+
+template <class Kernel>
+void Convert_on(Kernel_path path, const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
+#if LUMENAR_X86_PATHS
+  if (path == Kernel_path::avx512) return Convert_avx512(kernel, in, out, count);
+  if (path == Kernel_path::avx2) return Convert_avx2(kernel, in, out, count);
+#endif
+  static_cast<void>(path);
+  Convert_baseline(kernel, in, out, count);
+}
+
+float Without_payload(float number) noexcept { return std::isnan(number) ? kNan : number; }
 
 }  // namespace
 
+namespace Detail {
+
+bool Is_available(Kernel_path path) noexcept {
+#if LUMENAR_X86_PATHS
+  const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+  if (path == Kernel_path::avx2) return avx2;
+  if (path == Kernel_path::avx512) {
+    return avx2 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+           __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
+  }
+#endif
+  return path == Kernel_path::baseline;
+}
+
+Kernel_path Best_path() noexcept {
+  static const Kernel_path best = Is_available(Kernel_path::avx512) ? Kernel_path::avx512
+                                  : Is_available(Kernel_path::avx2) ? Kernel_path::avx2
+                                                                    : Kernel_path::baseline;
+  return best;
+}
+
+void Linear_to_decibel(Kernel_path path, const float* in, float* out, std::size_t count, double k) noexcept {
+  const double scale = 10.0 * k;
+  const bool fits_float = std::abs(scale) <= kLargest_float && static_cast<double>(static_cast<float>(scale)) == scale;
+  if (fits_float) {
+    Convert_on(path, To_decibel<float>(k), in, out, count);
+  } else if (std::isfinite(scale)) {
+    Convert_on(path, To_decibel<double>(k), in, out, count);
+  } else {  // An infinite scale makes a NaN of log10(1).
+    Redo(To_decibel<double>(k), in, out, count);
+  }
+}
+
+void Decibel_to_linear(Kernel_path path, const float* in, float* out, std::size_t count, double k) noexcept {
+  const To_linear kernel(k);
+  if (kernel.Has_estimate()) {
+    Convert_on(path, kernel, in, out, count);
+  } else {
+    Redo(kernel, in, out, count);
+  }
+}
+
+}  // namespace Detail
+
 float Log10_correctly_rounded(float x) noexcept {
-  return Without_payload(static_cast<float>(std::log10(static_cast<long double>(x))));
+  const Attempt attempt = Try_log10<kBaseline_sums>(x);
+  if (attempt.unsettled == 0) return attempt.value;
+  if (x == 0) return static_cast<float>(-kInfinity);
+  if (!(x > 0)) return kNan;
+  return std::isinf(x) ? x : Detail::Log10_by_double_double(x);
 }
 
 float Linear_to_decibel(float x, double k) noexcept {
@@ -22,15 +287,25 @@ float Linear_to_decibel(float x, double k) noexcept {
 }
 
 float Decibel_to_linear(float x, double k) noexcept {
-  return Without_payload(static_cast<float>(k * std::pow(10.0L, static_cast<long double>(x / 10.0f))));
+  const To_linear kernel(k);
+  if (kernel.Has_estimate()) {
+    const Attempt attempt = kernel.Try<kBaseline_sums>(x);
+    if (attempt.unsettled == 0) return attempt.value;
+  }
+  const float q = x / 10.0f;
+  if (std::isnan(q) || std::isnan(k)) return kNan;
+  // 10^q is neither 0 nor infinite for a finite q, however large: only then may a double stand for it.
+  if (std::isinf(q)) return Without_payload(static_cast<float>(k * (q > 0 ? kInfinity : 0.0)));
+  if (k == 0 || std::isinf(k)) return static_cast<float>(k);
+  return Detail::Power_by_double_double(q, k);
 }
 
 void Linear_to_decibel(const float* in, float* out, std::size_t count, double k) noexcept {
-  for (std::size_t i = 0; i < count; ++i) out[i] = Linear_to_decibel(in[i], k);
+  Detail::Linear_to_decibel(Detail::Best_path(), in, out, count, k);
 }
 
 void Decibel_to_linear(const float* in, float* out, std::size_t count, double k) noexcept {
-  for (std::size_t i = 0; i < count; ++i) out[i] = Decibel_to_linear(in[i], k);
+  Detail::Decibel_to_linear(Detail::Best_path(), in, out, count, k);
 }
 
 }  // namespace Lumenar::Value
