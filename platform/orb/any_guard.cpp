@@ -1,1 +1,260 @@
 #include "platform/orb/any_guard.h"
+
+#include <omniORB4/callDescriptor.h>
+#include <omniORB4/callHandle.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include "platform/orb/record_type_code.h"
+
+namespace Corvanta {
+namespace {
+
+constexpr char kCallback[] = "DDS_Callback";
+constexpr char kPublish[] = "Publish";
+
+/// The samples of a trace. Memory grows with what has arrived: a message in fragments does not say how long it is, so a
+/// length that lies costs its reader no more than a small multiple of what its sender sent.
+void ReadSamples(cdrStream& stream, CORBA::FloatSeq& samples) {
+  constexpr CORBA::ULong kFirstBlock = 1u << 18;
+  constexpr CORBA::ULong kGrowth = 4;
+  const CORBA::ULong count = stream.unmarshalULong();
+  if (!stream.checkInputOverrun(sizeof(CORBA::Float), count, omni::ALIGN_4)) throw CORBA::MARSHAL(0, CORBA::COMPLETED_NO);
+  for (CORBA::ULong have = 0; have < count;) {
+    const CORBA::ULong most = have == 0 ? kFirstBlock : have * (kGrowth - 1);
+    const CORBA::ULong block = std::min(count - have, most);
+    samples.length(have + block);
+    stream.unmarshalArrayFloat(samples.get_buffer() + have, static_cast<int>(block));
+    have += block;
+  }
+}
+
+void ReadTrace(cdrStream& stream, BASIC_TRACE::BT_DATA& trace) {
+  trace.sequence_number = stream.unmarshalULong();
+  trace.flags = stream.unmarshalULong();
+  stream.unmarshalArrayULong(trace.header, static_cast<int>(std::extent_v<BASIC_TRACE::HeaderBlock>));
+  trace.units <<= stream;
+  trace.x_step = stream.unmarshalDouble();
+  ReadSamples(stream, trace.samples);
+}
+
+/// Reads in place: a trace that is moved would be copied, since generated records have no move.
+void ReadRecord(RecordKind kind, cdrStream& stream, SampleRecord& record) {
+  switch (kind) {
+    case RecordKind::Trace: ReadTrace(stream, record.emplace<BASIC_TRACE::BT_DATA>()); break;
+    case RecordKind::Value: record.emplace<VALUE_DOUBLE::VALUE>() <<= stream; break;
+    case RecordKind::Long: record.emplace<CORBA::Long>(stream.unmarshalLong()); break;
+    case RecordKind::Boolean: record.emplace<bool>(stream.unmarshalBoolean()); break;
+    case RecordKind::Unknown: record.emplace<std::monostate>(); break;
+  }
+}
+
+/// A topic name; no code set is applied to it, as none is to names of our own.
+std::string ReadTopic(cdrStream& stream) {
+  constexpr CORBA::ULong kLongest = 4096;
+  const CORBA::ULong length = stream.unmarshalULong();  // with the zero at its end
+  if (length == 0 || !stream.checkInputOverrun(1, length)) throw CORBA::MARSHAL(0, CORBA::COMPLETED_NO);
+  if (length > kLongest) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+  std::string topic(length, '\0');
+  stream.get_octet_array(reinterpret_cast<CORBA::Octet*>(topic.data()), static_cast<int>(length));
+  if (topic.find('\0') != length - 1) throw CORBA::MARSHAL(0, CORBA::COMPLETED_NO);
+  topic.pop_back();
+  return topic;
+}
+
+void WriteSample(const SampleView& sample, cdrStream& stream) {
+  struct Writer {
+    cdrStream& stream;
+    void operator()(const BASIC_TRACE::BT_DATA* trace) const {
+      WriteRecordTypeCode(RecordKind::Trace, stream);
+      *trace >>= stream;
+    }
+    void operator()(const VALUE_DOUBLE::VALUE* value) const {
+      WriteRecordTypeCode(RecordKind::Value, stream);
+      *value >>= stream;
+    }
+    void operator()(CORBA::Long number) const {
+      WriteRecordTypeCode(RecordKind::Long, stream);
+      stream.marshalLong(number);
+    }
+    void operator()(bool truth) const {
+      WriteRecordTypeCode(RecordKind::Boolean, stream);
+      stream.marshalBoolean(truth);
+    }
+  };
+  std::visit(Writer{stream}, sample);
+}
+
+/// Refuses a call whose message would be larger than this process sends.
+void RequireSendable(const SampleView& sample, std::size_t topic_bytes) {
+  constexpr std::uint64_t kAllElse = 4096;  // headers, object key, type code and the fixed part of a record
+  const auto* trace = std::get_if<const BASIC_TRACE::BT_DATA*>(&sample);
+  const std::uint64_t samples = trace != nullptr ? (*trace)->samples.length() : 0;
+  if (samples * sizeof(CORBA::Float) + topic_bytes + kAllElse > omniORB::giopMaxMsgSize())
+    throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
+}
+
+/// DDS_Callback as it comes in.
+class IncomingCallback : public omniCallDescriptor {
+ public:
+  IncomingCallback(omniCallHandle& handle, const std::function<void(SampleRecord&&)>& deliver)
+      : omniCallDescriptor(&Deliver, kCallback, sizeof kCallback, false, nullptr, 0, true),
+        handle_(handle),
+        deliver_(deliver) {}
+
+  void unmarshalArguments(cdrStream& stream) override {
+    const RecordKind kind = ReadRecordTypeCode(stream);
+    ReadRecord(kind, stream, record_);
+    if (kind == RecordKind::Unknown) handle_.SkipRequestBody();  // the any is the last argument
+  }
+
+ private:
+  static void Deliver(omniCallDescriptor* descriptor, omniServant*) {
+    auto* call = static_cast<IncomingCallback*>(descriptor);
+    call->deliver_(std::move(call->record_));
+  }
+
+  omniCallHandle& handle_;
+  const std::function<void(SampleRecord&&)>& deliver_;
+  SampleRecord record_;
+};
+
+/// Publish as it comes in. Behind an any of another type the topic cannot be found, so that is refused here.
+class IncomingPublish : public omniCallDescriptor {
+ public:
+  explicit IncomingPublish(const std::function<void(SampleRecord&&, const char*)>& publish)
+      : omniCallDescriptor(&Deliver, kPublish, sizeof kPublish, false, nullptr, 0, true), publish_(publish) {}
+
+  void unmarshalArguments(cdrStream& stream) override {
+    const RecordKind kind = ReadRecordTypeCode(stream);
+    if (kind == RecordKind::Unknown) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    ReadRecord(kind, stream, record_);
+    topic_ = ReadTopic(stream);
+  }
+
+ private:
+  static void Deliver(omniCallDescriptor* descriptor, omniServant*) {
+    auto* call = static_cast<IncomingPublish*>(descriptor);
+    call->publish_(std::move(call->record_), call->topic_.c_str());
+  }
+
+  const std::function<void(SampleRecord&&, const char*)>& publish_;
+  SampleRecord record_;
+  std::string topic_;
+};
+
+/// DDS_Callback as it goes out.
+class OutgoingCallback : public omniCallDescriptor {
+ public:
+  explicit OutgoingCallback(const SampleView& sample)
+      : omniCallDescriptor(&CallHere, kCallback, sizeof kCallback, false, nullptr, 0, false), sample_(sample) {}
+
+  void marshalArguments(cdrStream& stream) override { WriteSample(sample_, stream); }
+
+ private:
+  /// The servant is in this process: the call is an ordinary one.
+  static void CallHere(omniCallDescriptor* descriptor, omniServant* servant) {
+    auto* call = static_cast<OutgoingCallback*>(descriptor);
+    auto* subscriber = static_cast<_impl_DDS_Sub*>(servant->_ptrToInterface(DDS_Sub::_PD_repoId));
+    CORBA::Any any;
+    RecordToAny(call->sample_, any);
+    subscriber->DDS_Callback(any);
+  }
+
+  const SampleView& sample_;
+};
+
+/// Publish as it goes out.
+class OutgoingPublish : public omniCallDescriptor {
+ public:
+  OutgoingPublish(const SampleView& sample, const char* topic)
+      : omniCallDescriptor(&CallHere, kPublish, sizeof kPublish, false, nullptr, 0, false), sample_(sample), topic_(topic) {}
+
+  void marshalArguments(cdrStream& stream) override {
+    WriteSample(sample_, stream);
+    stream.marshalRawString(topic_);
+  }
+
+ private:
+  static void CallHere(omniCallDescriptor* descriptor, omniServant* servant) {
+    auto* call = static_cast<OutgoingPublish*>(descriptor);
+    auto* manager = static_cast<_impl_DDS_Manager*>(servant->_ptrToInterface(DDS_Manager::_PD_repoId));
+    CORBA::Any any;
+    RecordToAny(call->sample_, any);
+    manager->Publish(any, call->topic_);
+  }
+
+  const SampleView& sample_;
+  const char* topic_;
+};
+
+}  // namespace
+
+SampleView ViewOf(const SampleRecord& record) {
+  struct Viewer {
+    SampleView operator()(std::monostate) const { throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO); }
+    SampleView operator()(const BASIC_TRACE::BT_DATA& trace) const { return &trace; }
+    SampleView operator()(const VALUE_DOUBLE::VALUE& value) const { return &value; }
+    SampleView operator()(CORBA::Long number) const { return SampleView(std::in_place_type<CORBA::Long>, number); }
+    SampleView operator()(bool truth) const { return SampleView(std::in_place_type<bool>, truth); }
+  };
+  return std::visit(Viewer{}, record);
+}
+
+bool DispatchCallback(omniCallHandle& handle, omniServant* servant, const std::function<void(SampleRecord&&)>& deliver) {
+  if (std::strcmp(handle.operation_name(), kCallback) != 0) return false;
+  IncomingCallback call(handle, deliver);
+  handle.upcall(servant, call);
+  return true;
+}
+
+bool DispatchPublish(omniCallHandle& handle, omniServant* servant,
+                     const std::function<void(SampleRecord&&, const char* topic)>& publish) {
+  if (std::strcmp(handle.operation_name(), kPublish) != 0) return false;
+  IncomingPublish call(publish);
+  handle.upcall(servant, call);
+  return true;
+}
+
+void CallCallback(DDS_Sub_ptr subscriber, const SampleView& sample) {
+  if (CORBA::is_nil(subscriber)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
+  RequireSendable(sample, 0);
+  OutgoingCallback call(sample);
+  subscriber->_PR_getobj()->_invoke(call);
+}
+
+void CallPublish(DDS_Manager_ptr manager, const SampleView& sample, const char* topic) {
+  if (CORBA::is_nil(manager)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
+  RequireSendable(sample, std::strlen(topic));
+  OutgoingPublish call(sample, topic);
+  manager->_PR_getobj()->_invoke(call);
+}
+
+SampleRecord RecordFromAny(const CORBA::Any& any) {
+  const BASIC_TRACE::BT_DATA* trace = nullptr;
+  if (any >>= trace) return *trace;
+  const VALUE_DOUBLE::VALUE* value = nullptr;
+  if (any >>= value) return *value;
+  CORBA::Long number = 0;
+  if (any >>= number) return SampleRecord(std::in_place_type<CORBA::Long>, number);
+  CORBA::Boolean truth = false;
+  if (any >>= CORBA::Any::to_boolean(truth)) return SampleRecord(std::in_place_type<bool>, truth);
+  return {};
+}
+
+void RecordToAny(const SampleView& sample, CORBA::Any& any) {
+  struct Inserter {
+    CORBA::Any& any;
+    void operator()(const BASIC_TRACE::BT_DATA* trace) const { any <<= *trace; }
+    void operator()(const VALUE_DOUBLE::VALUE* value) const { any <<= *value; }
+    void operator()(CORBA::Long number) const { any <<= number; }
+    void operator()(bool truth) const { any <<= CORBA::Any::from_boolean(truth); }
+  };
+  std::visit(Inserter{any}, sample);
+}
+
+}  // namespace Corvanta

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <atomic>
+
+#include "platform/orb/ORB_base.h"
+
+namespace Corvanta {
+
+/// Base of a servant that one owner gives up while requests may still run in it.
+///
+/// Counts its references in an atomic of its own, so that the memory goes with the last of owner, POA and requests in flight;
+/// derived classes have a protected destructor. The POA may go on dispatching requests to a deactivated servant: every upcall
+/// tests the closed flag first.
+class ClosableServant : public virtual PortableServer::ServantBase {
+ public:
+  void Close() noexcept { closed_.store(true, std::memory_order_release); }
+  bool IsClosed() const noexcept { return closed_.load(std::memory_order_acquire); }
+
+  /// The first line of an upcall. Errors   CORBA::OBJECT_NOT_EXIST when closed.
+  void RequireOpen() const {
+    if (IsClosed()) throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
+  }
+
+  void _add_ref() override { references_.fetch_add(1, std::memory_order_relaxed); }
+  void _remove_ref() override {
+    if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+  }
+  CORBA::ULong _refcount_value() override { return references_.load(std::memory_order_relaxed); }
+
+ protected:
+  ClosableServant() = default;
+  ~ClosableServant() override = default;
+
+ private:
+  std::atomic<CORBA::ULong> references_{1};
+  std::atomic<bool> closed_{false};
+};
+
+/// A servant as its owner holds it: active from construction until Close. Interface is the IDL interface that it offers,
+/// Servant what the owner needs to know of its class.
+template <class Interface, class Servant = ClosableServant>
+class OwnedServant {
+ public:
+  /// Takes over the reference that `new` gave, and activates the servant: everything else of it is set by now.
+  /// Errors   CORBA system exceptions; the servant is released then.
+  template <class Created>
+  explicit OwnedServant(Created* servant) : servant_(servant), reference_(servant->_this()) {}
+
+  /// As Close.
+  ~OwnedServant() { Close(); }
+
+  OwnedServant(const OwnedServant&) = delete;
+  OwnedServant& operator=(const OwnedServant&) = delete;
+
+  /// Later requests find the servant closed; those in flight are not waited for. A second call does nothing.
+  void Close() noexcept {
+    if (closed_.exchange(true)) return;
+    servant_->Close();
+    ORB_base::DeactivateObject(servant_.in());
+  }
+
+  /// Not duplicated; it stays the same after Close, when calls through it raise OBJECT_NOT_EXIST.
+  typename Interface::_ptr_type Reference() const noexcept { return reference_; }
+
+  Servant* operator->() const noexcept { return servant_.in(); }
+
+ private:
+  PortableServer::Servant_var<Servant> servant_;
+  typename Interface::_var_type reference_;
+  std::atomic<bool> closed_{false};
+};
+
+}  // namespace Corvanta
