@@ -28,9 +28,7 @@ struct Numbers {
   T plus_err;
 
   explicit Numbers(const Value_object<T>& source)
-      : value(source.Get_value()), minus_err(source.Get_minus_err()), plus_err(source.Get_plus_err()) {
-    Sort();
-  }
+      : value(source.Get_value()), minus_err(source.Get_minus_err()), plus_err(source.Get_plus_err()) {}
 
   void Sort() { Sort_errors(T(minus_err), T(plus_err), minus_err, plus_err); }
 
@@ -78,9 +76,18 @@ inline Units Linear_unit(Units unit) {
   return unit;
 }
 
-/// The linear value behind a value, its unit too.
+/// A copy with the errors sorted once more, as each operator starts: that matters for a NaN only, which changes sides.
+template <class T>
+Value_object<T> Sorted(const Value_object<T>& source) {
+  return {source.Get_value(), source.Get_unit(), source.Get_minus_err(), source.Get_plus_err()};
+}
+
+/// The linear value behind a value, its unit too; a linear one as it is.
 template <class T>
 Value_object<T> Linear(const Value_object<T>& source) {
+  if (!source.Get_unit().is_dB) {
+    return source;
+  }
   return Numbers<T>(Value_object<T>::Normalize_DB(source)).With(Linear_unit(source.Get_unit()));
 }
 
@@ -127,8 +134,8 @@ Numbers<T> Combine(const Value_object<T>& a, const Value_object<T>& b, Function 
   const Meeting meeting = How_they_meet(unit, b.Get_unit());
   const bool linear = meeting == Meeting::LinearBoth;
   const Units common = linear ? Linear_unit(unit) : unit;
-  Numbers<T> result(linear ? Linear(a) : a);
-  result.Each_with(Numbers<T>(meeting == Meeting::AsTheyAre ? b : Linear_in(b, common)), function);
+  Numbers<T> result(linear ? Linear(Sorted(a)) : Sorted(a));
+  result.Each_with(Numbers<T>(meeting == Meeting::AsTheyAre ? Sorted(b) : Linear_in(Sorted(b), common)), function);
   result.Sort();
   if (linear && unit.is_dB) {
     result.Make_decibel(Units_library::Decibel_factor(unit));
@@ -174,6 +181,7 @@ Value_object<T> Value_object<T>::Convert_to(const Units& target) const {
 template <class T>
 Value_object<T> Value_object<T>::Normalize_DB(const Value_object& source) {
   detail::Numbers<T> numbers(source);
+  numbers.Sort();
   if (source.unit_.is_dB) {
     numbers.Make_linear(Units_library::Decibel_factor(source.unit_));
   }
@@ -183,6 +191,7 @@ Value_object<T> Value_object<T>::Normalize_DB(const Value_object& source) {
 template <class T>
 Value_object<T> Value_object<T>::Apply_DB(const Value_object& source) {
   detail::Numbers<T> numbers(source);
+  numbers.Sort();
   numbers.Make_decibel(Units_library::Decibel_factor(source.unit_));
   return numbers.With(source.unit_);
 }
@@ -236,7 +245,7 @@ Value_object<T> Value_object<T>::Convert_kelvin_to_degreeF(const Value_object& s
 
 template <class T>
 Value_object<T>& Value_object<T>::operator*=(const T& factor) {
-  detail::Numbers<T> numbers(Normalize_DB(*this));
+  detail::Numbers<T> numbers(Normalize_DB(detail::Sorted(*this)));
   numbers.Each([k = T(factor)](T x) { return x * k; });
   numbers.Sort();
   if (unit_.is_dB) {
@@ -248,7 +257,7 @@ Value_object<T>& Value_object<T>::operator*=(const T& factor) {
 
 template <class T>
 Value_object<T>& Value_object<T>::operator/=(const T& divisor) {
-  detail::Numbers<T> numbers(Normalize_DB(*this));
+  detail::Numbers<T> numbers(Normalize_DB(detail::Sorted(*this)));
   numbers.Each([d = T(divisor)](T x) { return x / d; });
   numbers.Sort();
   Is_value_in_range(numbers.With(unit_));
@@ -290,9 +299,11 @@ Value_object<T> Relative_sub(const Value_object<T>& a, const Value_object<T>& b)
     throw MissingUnitInFirstParameter();
   }
   const bool as_it_is = same || detail::Is_unit_less(other);
-  detail::Numbers<T> difference(a);
-  difference.Each_with(detail::Numbers<T>(as_it_is ? b : detail::Linear(b).Convert_to(unit)),
+  const Value_object<T> subtrahend = detail::Sorted(b);
+  detail::Numbers<T> difference(detail::Sorted(a));
+  difference.Each_with(detail::Numbers<T>(as_it_is ? subtrahend : detail::Linear(subtrahend).Convert_to(unit)),
                        [](T x, T y) { return x - y; });
+  difference.Sort();
   return difference.With(unit);
 }
 
