@@ -1,0 +1,147 @@
+#pragma once
+
+#include <boost/scoped_ptr.hpp>
+#include <list>
+#include <type_traits>
+
+#include "Common_Math/src/MathBaseTemplate.h"
+#include "Topics/DDS_Subscriber.h"
+#include "platform/base/Mutex.h"
+#include "platform/components/attributes/EngineAttribLong_i.h"
+#include "platform/components/attributes/EngineAttribVoid_i.h"
+#include "platform/components/readings/EngineReadingBoolean_i.h"
+
+namespace Lumenar {
+
+/// The limits of SIZE.
+inline constexpr Corvanta::EngineAttribLongParams f_SizeParams{1, 99, 0};
+
+/// The mean of the last SIZE samples of one input, computed in linear units; in dB when the newest sample was.
+///
+/// There is no running sum: it is rebuilt from the published RESULT with every sample, so that RESULT and the history are the
+/// only memory. One mutex makes a sample, a new SIZE and a RESET follow each other.
+template <class T, class T1>
+class Average final : virtual public POA_Corvanta::MathFactory::Average,
+                      virtual public MathBaseTemplate<T, ValReadingMap<T>> {
+  static_assert(std::is_same_v<T, T1>, "the mean is of the input's type");
+
+ public:
+  /// The input's present value is the first sample.
+  /// Errors   MathFactoryException; CORBA system exceptions; the value library's.
+  Average(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui, Corvanta::EngineReadingBase_ptr input)
+      : MathBaseTemplate<T, ValReadingMap<T>>(namer, gui),
+        subscription_(new Corvanta::DDS_Subscriber<T>(
+            CORBA::String_var(input->DDS_Value()),
+            this->Gate().Guard([this](const char* topic, const T& sample) { DDS_Callback(topic, sample); }))),
+        size_(namer, gui, "SIZE", 1, this->Gate().Guard([this](const int& value) { SizeCallback(value); }), f_SizeParams),
+        reset_(namer, gui, "RESET", this->Gate().Guard([this] { ResetCallback(); })),
+        full_(namer, gui, "FULL", false) {
+    MathValue<T> present(input);
+    Lock lock(mutex_);
+    Update(&present);
+  }
+
+  char* GetType() override {
+    this->Gate().RequireOpen();
+    return CORBA::string_dup("Average");
+  }
+
+  Corvanta::EngineAttribLong_ptr AttrSize() override {
+    this->Gate().RequireOpen();
+    return size_._this();
+  }
+
+  Corvanta::EngineAttribVoid_ptr AttrReset() override {
+    this->Gate().RequireOpen();
+    return reset_._this();
+  }
+
+  Corvanta::EngineReadingBoolean_ptr AttrFull() override {
+    this->Gate().RequireOpen();
+    return full_._this();
+  }
+
+  /// A sample of the input.
+  /// Errors   the value library's: RESULT keeps its value, and the history what was inserted before the failure.
+  void DDS_Callback(const char* /*topic*/, const T& sample) {
+    MathValue<T> value(sample);
+    Lock lock(mutex_);
+    Update(&value);
+  }
+
+  /// Stores a new SIZE, which counts from the next sample on.
+  void SizeCallback(const int& value) {
+    Lock lock(mutex_);
+    size_ = value;
+    Update(nullptr);
+  }
+
+  /// Publishes the newest sample as it is held, that is in linear units, and begins a new history.
+  void ResetCallback() {
+    Lock lock(mutex_);
+    if (!history_.empty()) this->SetResult(history_.front());
+    history_.clear();
+    full_ = false;
+  }
+
+ private:
+  ~Average() override = default;
+
+  // The functions below publish, a call to the topic manager, under the lock: results leave in the order of their samples.
+
+  /// Null: SIZE changed, and nothing is inserted, trimmed or published.
+  void Update(MathValue<T>* sample) REQUIRES(mutex_) {
+    const bool was_dB = sample != nullptr && sample->Remove_dB();
+    if (!history_.empty()) {
+      Continue(sample, was_dB);
+    } else if (sample != nullptr) {
+      Begin(*sample, was_dB);
+    }
+  }
+
+  void Begin(MathValue<T>& sample, bool was_dB) REQUIRES(mutex_) {
+    history_.push_front(sample);
+    if (was_dB) sample.Add_dB();
+    this->SetResult(sample);
+    if (size_.Get() == 1) full_ = true;
+  }
+
+  void Continue(const MathValue<T>* sample, bool was_dB) REQUIRES(mutex_) {
+    MathValue<T> sum = this->GetResult();
+    sum.Remove_dB();
+    sum *= Count();
+    if (sample == nullptr) return;
+
+    history_.push_front(*sample);
+    sum += *sample;
+    while (Count() > size_.Get()) {
+      sum -= history_.back();
+      history_.pop_back();
+    }
+    if (history_.empty()) return;
+
+    sum /= Count();  // the mean from here on
+    if (was_dB) sum.Add_dB();
+    this->SetResult(sum);
+    full_ = size_.Get() <= Count();
+  }
+
+  int Count() const REQUIRES(mutex_) { return static_cast<int>(history_.size()); }
+
+  void CloseParts() noexcept override {
+    subscription_.reset();
+    full_.Close();
+    reset_.Close();
+    size_.Close();
+    MathBaseTemplate<T, ValReadingMap<T>>::CloseParts();
+  }
+
+  Mutex mutex_;
+  std::list<MathValue<T>> history_ GUARDED_BY(mutex_);  // linear samples, the newest in front
+  boost::scoped_ptr<Corvanta::DDS_Subscriber<T>> subscription_;
+  Corvanta::EngineAttribLong_i size_;
+  Corvanta::EngineAttribVoid_i reset_;
+  Corvanta::EngineReadingBoolean_i full_;
+};
+
+}  // namespace Lumenar

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <boost/noncopyable.hpp>
+#include <boost/shared_ptr.hpp>
+
+#include "MathFactory.hh"
+#include "platform/base/InstanceCounter.h"
+#include "platform/orb/UpcallGate.h"
+
+namespace Lumenar {
+
+/// A math object: what every operation has in common. Its id is the number of math objects constructed in the process before it.
+///
+/// A counted servant: the registry's pointer closes it and gives up its reference; the memory goes when the last call inside
+/// has left. Samples and attribute changes come in through its gate, which opens when the object is complete.
+class MathBase : virtual public POA_Corvanta::MathFactory::Math, virtual public boost::noncopyable, private Counted<MathBase> {
+ public:
+  static constexpr const char* kClassName = "MathBase";
+
+  /// Errors of all three, once the object is closed   CORBA::OBJECT_NOT_EXIST.
+  Corvanta::EngineReadingBase_ptr AttrResult() override = 0;
+  CORBA::Long GetId() override;
+  char* GetType() override = 0;
+
+  /// The id, also of a closed object.
+  CORBA::Long Id() const noexcept { return id_; }
+
+  /// The pointer that owns a newly built object and opens it. Its end closes the object: subscriptions end at once, readings and
+  /// attributes are withdrawn, no call gets in any more, and nothing waits for those inside.
+  static boost::shared_ptr<MathBase> Own(MathBase* object);
+
+  /// Makes the object known to the ORB; called once, before others can reach it.
+  void Activate();
+
+  /// A new reference to the activated object; the caller shares its ownership.
+  Corvanta::MathFactory::Math_ptr Reference() const;
+
+ protected:
+  MathBase();
+  ~MathBase() override;
+
+  Corvanta::UpcallGate& Gate() noexcept { return *gate_; }
+
+  /// Ends the operation's subscriptions and closes its readings and attributes.
+  virtual void CloseParts() noexcept = 0;
+
+ private:
+  void Close() noexcept;
+
+  const CORBA::Long id_;
+  const boost::shared_ptr<Corvanta::UpcallGate> gate_;
+  Corvanta::MathFactory::Math_var reference_;
+};
+
+}  // namespace Lumenar

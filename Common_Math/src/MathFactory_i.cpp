@@ -1,0 +1,160 @@
+#include "Common_Math/src/MathFactory_i.h"
+
+#include <exception>
+#include <iterator>
+#include <new>
+#include <vector>
+
+#include "Common_Math/src/Builders.h"
+#include "platform/base/Diagnostic.h"
+
+namespace Lumenar {
+namespace {
+
+using Corvanta::EngineAttribEnumParamElem;
+using Corvanta::MathFactory::Math_ptr;
+using Corvanta::MathFactory::ReadingAttribSeq;
+
+constexpr const char* kPath = "Common_Math/src/MathFactory_i";
+
+/// The operations by their number in TYPE.
+struct OperationRow {
+  const char* name;
+  Builder builder;
+};
+
+constexpr OperationRow kOperations[] = {
+    {"Subtract", CreateSubtract}, {"RelativeSubtract", CreateRelativeSubtract},
+    {"Average", CreateAverage},   {"Peak", CreatePeak},
+    {"CumulativeAdd", CreateCumulativeAdd},
+};
+
+std::vector<EngineAttribEnumParamElem> TypeElements() {
+  std::vector<EngineAttribEnumParamElem> elements;
+  for (const OperationRow& row : kOperations) elements.push_back({static_cast<int>(elements.size()), row.name});
+  return elements;
+}
+
+/// An exception that is no CORBA exception must not leave an operation: a client in this process would get it raw.
+[[noreturn]] void ReportAsSystemException() {
+  try {
+    throw;
+  } catch (const CORBA::Exception&) {
+    throw;
+  } catch (const std::bad_alloc&) {
+    Diagnose(kPath, "CreateMath", " Error: out of memory");
+    throw CORBA::NO_MEMORY();
+  } catch (const std::exception& failure) {
+    Diagnose(kPath, "CreateMath", " Error: ", failure.what());
+    throw CORBA::UNKNOWN();
+  } catch (...) {
+    Diagnose(kPath, "CreateMath", " Error: unknown exception");
+    throw CORBA::UNKNOWN();
+  }
+}
+
+}  // namespace
+
+Corvanta::ItemNamer& MathFactory_i::InstanceNamer() {
+  static Corvanta::ItemNamer namer("");
+  return namer;
+}
+
+std::string MathFactory_i::TopicPrefix(const Corvanta::ORB_wrapper& orb) {
+  return InstanceNamer().DDS_Topic(InstanceNamer().Add(orb.EngineName()));
+}
+
+MathFactory_i::MathFactory_i(GUI_AbleRegistration& registration, Corvanta::ORB_wrapper* orb)
+    : gate_(Corvanta::UpcallGate::Create(this)),
+      namer_(TopicPrefix(*orb)),
+      registration_(registration),
+      orb_(orb),
+      type_(namer_, registration_, "TYPE", 0, gate_->Guard([this](const int& value) { TypeCallback(value); }),
+            TypeElements()) {
+  gate_->Open();
+}
+
+MathFactory_i::~MathFactory_i() { gate_->Close(); }
+
+Math_ptr MathFactory_i::CreateMath(const ReadingAttribSeq& attribs) {
+  gate_->RequireOpen();
+  try {
+    const boost::shared_ptr<MathBase> object = Build(attribs);
+    object->Activate();
+    Register(object);
+    return object->Reference();
+  } catch (...) {
+    ReportAsSystemException();
+  }
+}
+
+boost::shared_ptr<MathBase> MathFactory_i::Build(const ReadingAttribSeq& attribs) {
+  const int type = type_.Get();
+  if (type < 0 || type >= static_cast<int>(std::size(kOperations))) {
+    Diagnose(kPath, "CreateMath", " Error: Invalid math operation: ", type);
+    throw Corvanta::MathFactory::MathFactoryException("Invalid Math Type");
+  }
+  return kOperations[type].builder(namer_, registration_, attribs);
+}
+
+void MathFactory_i::Register(const boost::shared_ptr<MathBase>& object) {
+  Lock lock(mutex_);
+  if (closed_) throw CORBA::OBJECT_NOT_EXIST();  // the factory went while the object was built; so does the object
+  registry_[object->Id()] = object;
+}
+
+boost::shared_ptr<MathBase> MathFactory_i::Find(CORBA::Long id) {
+  Lock lock(mutex_);
+  const auto found = registry_.find(id);
+  return found == registry_.end() ? boost::shared_ptr<MathBase>() : found->second;
+}
+
+Math_ptr MathFactory_i::GetMath(CORBA::Long id) {
+  gate_->RequireOpen();
+  const boost::shared_ptr<MathBase> object = Find(id);
+  return object ? object->Reference() : Corvanta::MathFactory::Math::_nil();
+}
+
+void MathFactory_i::DeleteMath(CORBA::Long id) {
+  gate_->RequireOpen();
+  boost::shared_ptr<MathBase> object;
+  {
+    Lock lock(mutex_);
+    const auto found = registry_.find(id);
+    if (found == registry_.end()) return;
+    object.swap(found->second);
+    registry_.erase(found);
+  }
+  orb_->DeactivateObject(object.get());
+}
+
+Corvanta::EngineAttribEnum_ptr MathFactory_i::AttrType() {
+  gate_->RequireOpen();
+  return type_._this();
+}
+
+Corvanta::MathFactory::IdSeq* MathFactory_i::ListMath() {
+  gate_->RequireOpen();
+  Corvanta::MathFactory::IdSeq_var ids = new Corvanta::MathFactory::IdSeq;
+  Lock lock(mutex_);
+  ids->length(static_cast<CORBA::ULong>(registry_.size()));
+  CORBA::ULong i = 0;
+  for (const auto& entry : registry_) ids[i++] = entry.first;
+  return ids._retn();
+}
+
+void MathFactory_i::TypeCallback(const int& value) { type_ = value; }
+
+void MathFactory_i::Close() noexcept {
+  gate_->Close();
+  Registry dropped;
+  {
+    Lock lock(mutex_);
+    closed_ = true;
+    dropped.swap(registry_);
+  }
+  dropped.clear();
+  type_.Close();
+}
+
+}  // namespace Lumenar

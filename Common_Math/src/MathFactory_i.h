@@ -1,0 +1,66 @@
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <map>
+#include <string>
+
+#include "Common_Math/src/MathBase.h"
+#include "MathFactory.hh"
+#include "platform/base/Mutex.h"
+#include "platform/components/GUI_AbleRegistration.h"
+#include "platform/components/ItemNamer.h"
+#include "platform/components/attributes/EngineAttribEnum_i.h"
+#include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/UpcallGate.h"
+
+namespace Lumenar {
+
+/// The engine's one public service: creates, finds and deletes math objects, and keeps them alive.
+///
+/// A counted servant: its owner calls Close and gives up its reference; the memory goes when the ORB lets go of it too.
+/// Threads   any; no lock is held over a remote call, and no math object ends under the registry's lock.
+class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces {
+ public:
+  /// TYPE is 0, "Subtract", and the registry is empty.
+  MathFactory_i(GUI_AbleRegistration& registration, Corvanta::ORB_wrapper* orb);
+
+  /// Errors   MathFactoryException for a TYPE that names no operation and for inputs that do not fit, each after its diagnostic
+  ///          line; an input's CORBA system exceptions; UNKNOWN or NO_MEMORY, with a line, for anything else.
+  Corvanta::MathFactory::Math_ptr CreateMath(const Corvanta::MathFactory::ReadingAttribSeq& attribs) override;
+  void DeleteMath(CORBA::Long id) override;
+  Corvanta::MathFactory::Math_ptr GetMath(CORBA::Long id) override;
+  Corvanta::EngineAttribEnum_ptr AttrType() override;
+  Corvanta::MathFactory::IdSeq* ListMath() override;
+
+  /// A client has set TYPE: any number is stored; one that names no operation is refused by the next CreateMath.
+  void TypeCallback(const int& value);
+
+  /// Drops every math object, without taking its servant from the ORB, and withdraws TYPE. Later calls get OBJECT_NOT_EXIST.
+  void Close() noexcept;
+
+ protected:
+  ~MathFactory_i() override;
+
+ private:
+  using Registry = std::map<CORBA::Long, boost::shared_ptr<MathBase>>;
+
+  boost::shared_ptr<MathBase> Build(const Corvanta::MathFactory::ReadingAttribSeq& attribs);
+  void Register(const boost::shared_ptr<MathBase>& object);
+  boost::shared_ptr<MathBase> Find(CORBA::Long id);
+
+  static Corvanta::ItemNamer& InstanceNamer();
+
+  /// The engine's registered name as a topic: what stands before the topics of all its items.
+  static std::string TopicPrefix(const Corvanta::ORB_wrapper& orb);
+
+  const boost::shared_ptr<Corvanta::UpcallGate> gate_;
+  Corvanta::ItemNamer namer_;
+  GUI_AbleRegistration& registration_;
+  Corvanta::ORB_wrapper* const orb_;
+  Corvanta::EngineAttribEnum_i type_;
+  Mutex mutex_;
+  Registry registry_ GUARDED_BY(mutex_);
+  bool closed_ GUARDED_BY(mutex_) = false;
+};
+
+}  // namespace Lumenar

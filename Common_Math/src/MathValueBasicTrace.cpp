@@ -1,0 +1,370 @@
+#include "Common_Math/src/MathValueBasicTrace.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <utility>
+
+#include "Common_Math/src/TraceConversion.h"
+#include "Common_Math/src/trace_kernels.h"
+#include "Common_Math/src/trace_record.h"
+#include "MathFactory.hh"
+#include "platform/base/Diagnostic.h"
+#include "platform/records/Records.h"
+
+namespace Lumenar {
+namespace {
+
+using Corvanta::MathFactory::MathFactoryException;
+using Value::Units;
+using Value::Units_library;
+
+constexpr const char* kPath = "Common_Math/src/MathValueBasicTrace";
+constexpr std::size_t kBlock = 1024;  // samples that stay in the first-level cache between two steps
+
+using TraceKernel = void (*)(float* values, const float* operand, std::size_t count) noexcept;
+
+/// Calls step(begin, count) for consecutive blocks of a trace.
+template <class Step>
+void InBlocks(std::size_t length, Step step) {
+  for (std::size_t begin = 0; begin < length; begin += kBlock) step(begin, std::min(kBlock, length - begin));
+}
+
+/// Whether the numbers of two operands are added or subtracted as they stand: operands in one unit, and a gain to a level.
+bool CombineAsTheyStand(const Units& a, const Units& b) {
+  if (Units_library::Compare_units(a, b, true)) return true;
+  const bool gain = b.slots[0].unit == Value::U_None || Units_library::Compare_units(a, b, false);
+  return a.is_dB && b.is_dB && gain;
+}
+
+/// Errors   MathFactoryException unless a 32-bit float represents the integer exactly.
+float ExactFloat(int number) {
+  const std::uint64_t magnitude = static_cast<std::uint64_t>(std::llabs(number));
+  const std::uint64_t significant = magnitude == 0 ? 0 : magnitude >> std::countr_zero(magnitude);
+  if (significant >= std::uint64_t{1} << std::numeric_limits<float>::digits) {
+    throw MathFactoryException("conversion limited by bits in dest type representation ");
+  }
+  return static_cast<float>(number);
+}
+
+}  // namespace
+
+MathTrace::MathValue(const Corvanta::EngineReadingBase_ptr& reading) {
+  const Corvanta::EngineBasicTrace_var trace = Corvanta::EngineBasicTrace::_narrow(reading);
+  if (CORBA::is_nil(trace)) {
+    Diagnose(kPath, "MathValue", " Error: could not narrow attrib to BasicTrace type!");
+    throw MathFactoryException("Invalid Corvanta::BASIC_TRACE::BT_DATA Attrib type");
+  }
+  Corvanta::BASIC_TRACE::BT_DATA_var present = trace->Get();
+  TakeRecord(record, present.inout());
+}
+
+MathTrace::MathValue(const Record& source) { CopyRecord(record, source); }
+
+MathTrace::MathValue(Record&& source) { TakeRecord(record, source); }
+
+MathTrace::MathValue(const MathValue& other) { CopyRecord(record, other.record); }
+
+MathTrace& MathTrace::operator=(const MathValue& other) { return *this = other.record; }
+
+MathTrace& MathTrace::operator=(const Record& source) {
+  if (&source == &record) return *this;
+  CopyRecord(record, source);
+  refresh_needed_ = true;
+  return *this;
+}
+
+MathTrace& MathTrace::operator=(Record&& source) {
+  if (&source == &record) return *this;
+  TakeRecord(record, source);
+  refresh_needed_ = true;
+  return *this;
+}
+
+void MathTrace::UpdateValues() const {
+  if (!refresh_needed_) return;
+  list_.Refresh(Length(), VALUE::UnitsFromCorba(record.units));
+  refresh_needed_ = false;
+}
+
+std::vector<MathTrace::Sample> MathTrace::SampleValues() const {
+  UpdateValues();
+  return list_.Copies(Samples());
+}
+
+MathTrace::Sample MathTrace::First() const { return list_.At(0, Samples()); }
+
+bool MathTrace::IsEmpty(const char* function) const {
+  if (Length() > 0) return false;
+  Diagnose(kPath, function, " Warning: Trace size is 0, aborting");
+  return true;
+}
+
+bool MathTrace::SizesDiffer(const char* function, std::size_t other_size) const {
+  if (other_size == Length()) return false;
+  Diagnose(kPath, function, " Error: traces are different sizes! ", other_size, ", ", Length());
+  return true;
+}
+
+/// The rule as it stands, for lists of several units, for operators without a kernel and for failures in mid-trace.
+template <class Operation>
+void MathTrace::SampleBySample(Operation operation) {
+  float* samples = Samples();
+  std::vector<Sample>& entries = list_.Objects(samples);
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    operation(entries[i], i);
+    samples[i] = entries[i].Get_value();
+  }
+}
+
+MathTrace& MathTrace::DoValueEqualOp(const MathValue& other, ValueOperator op) {
+  if (IsEmpty("DoValueEqualOp") || SizesDiffer("DoValueEqualOp", other.Length())) return *this;
+  UpdateValues();
+  const Units reference = First().Get_unit();
+  const Units other_units = VALUE::UnitsFromCorba(other.record.units);
+  const bool has_kernel = op == static_cast<ValueOperator>(&Sample::operator+=) ||
+                          op == static_cast<ValueOperator>(&Sample::operator-=);
+  if (has_kernel && list_.IsUniform() && reference.is_dB == other_units.is_dB) {
+    AddOrSubtract(other, other_units, op);
+    return *this;
+  }
+  const float* operand = other.Samples();
+  SampleBySample([&](Sample& entry, std::size_t i) {
+    (entry.*op)(Sample(operand[i], other_units, 0.0f, 0.0f));
+    entry = InUnits(entry, reference);
+  });
+  return *this;
+}
+
+/// The first sample goes by the rule for one value: it throws what the units make it throw before anything has changed, and tells
+/// the errors of all.
+void MathTrace::AddOrSubtract(const MathValue& other, const Units& other_units, ValueOperator op) {
+  const Units reference = list_.Form().Get_unit();
+  Sample first = First();
+  (first.*op)(Sample(other.Samples()[0], other_units, 0.0f, 0.0f));
+  first = InUnits(first, reference);
+
+  const TraceKernel combine = op == static_cast<ValueOperator>(&Sample::operator+=) ? Kernels::Add : Kernels::Subtract;
+  const bool directly = CombineAsTheyStand(reference, other_units);
+  const TraceConversion back = TraceConversion::Between(reference, reference);
+  if (directly && back.IsIdentity()) {
+    combine(Samples(), other.Samples(), Length());
+  } else {
+    const TraceConversion operand_in = TraceConversion::Between(other_units, reference);
+    InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
+      float operand[kBlock];
+      float* values = Samples() + begin;
+      if (directly) {
+        std::copy_n(other.Samples() + begin, count, operand);
+      } else {
+        operand_in.Apply(other.Samples() + begin, operand, count);
+      }
+      combine(values, operand, count);
+      back.Apply(values, values, count);
+    });
+  }
+  list_.SetForm(first);
+}
+
+MathTrace& MathTrace::DoValueEqualOp(const float& number, NumberOperator op) {
+  if (IsEmpty("DoValueEqualOp")) return *this;
+  UpdateValues();
+  const bool multiply = op == static_cast<NumberOperator>(&Sample::operator*=);
+  const bool divide = op == static_cast<NumberOperator>(&Sample::operator/=);
+  const bool plain = list_.IsUniform() && !list_.Form().Get_unit().is_dB;
+  if (plain && multiply) {
+    Sample first = First();
+    Kernels::Multiply(Samples(), number, Length());
+    list_.SetForm(first *= number);
+  } else if (plain && divide && Kernels::QuotientsAreFinite(Samples(), number, Length())) {
+    Sample first = First();
+    first /= number;
+    Kernels::Divide(Samples(), number, Length());
+    list_.SetForm(first);
+  } else {
+    SampleBySample([&](Sample& entry, std::size_t) { (entry.*op)(number); });
+  }
+  record.units = VALUE::UnitsToCorba(First().Get_unit());
+  return *this;
+}
+
+MathTrace& MathTrace::operator+=(const MathValue& other) { return DoValueEqualOp(other, &Sample::operator+=); }
+
+MathTrace& MathTrace::operator-=(const MathValue& other) { return DoValueEqualOp(other, &Sample::operator-=); }
+
+MathTrace& MathTrace::operator*=(const int& factor) { return DoValueEqualOp(ExactFloat(factor), &Sample::operator*=); }
+
+MathTrace& MathTrace::operator/=(const int& divisor) { return DoValueEqualOp(ExactFloat(divisor), &Sample::operator/=); }
+
+MathTrace& MathTrace::RelativeSubEqual(const MathValue& other) {
+  if (IsEmpty("RelativeSubEqual") || SizesDiffer("RelativeSubEqual", other.Length())) return *this;
+  UpdateValues();
+  const Units other_units = VALUE::UnitsFromCorba(other.record.units);
+  const float* operand = other.Samples();
+  if (list_.IsUniform()) {
+    const Units reference = list_.Form().Get_unit();
+    const Sample first = Value::Relative_sub(First(), Sample(operand[0], other_units, 0.0f, 0.0f));
+    const bool as_it_stands = Units_library::Compare_units(reference, other_units, false) ||
+                              other_units.slots[0].unit == Value::U_None;
+    if (as_it_stands) {
+      Kernels::Subtract(Samples(), operand, Length());
+    } else {
+      const TraceConversion operand_in = TraceConversion::Between(other_units, reference);
+      InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
+        float converted[kBlock];
+        operand_in.Apply(operand + begin, converted, count);
+        Kernels::Subtract(Samples() + begin, converted, count);
+      });
+    }
+    list_.SetForm(first);
+  } else {
+    SampleBySample([&](Sample& entry, std::size_t i) {
+      entry = Value::Relative_sub(entry, Sample(operand[i], other_units, 0.0f, 0.0f));
+    });
+  }
+  record.units = VALUE::UnitsToCorba(First().Get_unit());
+  return *this;
+}
+
+Value::Value_object<double> MathTrace::CumulativeAdd(int start, int stop) const {
+  if (IsEmpty("CumulativeAdd")) return {};
+  const int first = std::max(start, 0);
+  // The list as it is now, before the refresh: an operand that was replaced since clamps by its former length.
+  const int listed = static_cast<int>(list_.Size());
+  const int last = stop < listed ? stop : listed - 1;
+  if (last < first) {
+    Diagnose(kPath, "CumulativeAdd", " Warning: start[", first, "] > stop[", last, "]");
+    return {};
+  }
+  UpdateValues();
+  if (static_cast<std::size_t>(last) >= list_.Size()) throw CORBA::BAD_PARAM();
+  const Sample sum = InUnits(SumOf(first, last), First().Get_unit());
+  return Value::Value_object<double>(sum.Get_value(), sum.Get_unit(), 0.0, 0.0);
+}
+
+MathTrace::Sample MathTrace::SumOf(std::size_t first, std::size_t last) const {
+  Sample sum = list_.At(first, Samples());
+  if (list_.IsUniform()) {
+    return InFormOf(list_.Form(), Kernels::SumInOrder(sum.Get_value(), Samples() + first + 1, last - first));
+  }
+  for (std::size_t i = first + 1; i <= last; ++i) sum += list_.At(i, Samples());
+  return sum;
+}
+
+void MathTrace::Add_dB() {
+  if (IsEmpty("Add_dB")) return;
+  UpdateValues();
+  Units target = First().Get_unit();
+  target.is_dB = true;
+  const auto positive = [](const Sample& entry) {
+    return entry.Get_value() <= 0.0f ? InFormOf(entry, std::numeric_limits<float>::min()) : entry;
+  };
+  if (list_.IsUniform()) {
+    const Sample first = positive(First()).Convert_to(target);
+    const TraceConversion conversion = TraceConversion::OfLinear(list_.Form().Get_unit(), target);
+    InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
+      float* values = Samples() + begin;
+      Kernels::RaiseToPositive(values, count);
+      conversion.Apply(values, values, count);
+    });
+    list_.SetForm(first);
+  } else {
+    SampleBySample([&](Sample& entry, std::size_t) { entry = positive(entry).Convert_to(target); });
+  }
+  record.units = VALUE::UnitsToCorba(target);
+}
+
+bool MathTrace::Remove_dB() {
+  if (IsEmpty("Remove_dB")) return false;
+  Units target = VALUE::UnitsFromCorba(record.units);
+  if (!target.is_dB) return false;
+  UpdateValues();
+  target.is_dB = false;
+  if (list_.IsUniform()) {
+    const Sample first = InUnits(First(), target);
+    TraceConversion::Between(list_.Form().Get_unit(), target).Apply(Samples(), Samples(), Length());
+    list_.SetForm(first);
+  } else {
+    SampleBySample([&](Sample& entry, std::size_t) { entry = InUnits(entry, target); });
+  }
+  record.units = VALUE::UnitsToCorba(target);
+  return true;
+}
+
+void MathTrace::DoPeak(const MathValue& other) {
+  if (IsEmpty("DoPeak")) return;
+  other.UpdateValues();
+  if (SizesDiffer("DoPeak", other.list_.Size())) {
+    throw MathFactoryException("Doing Peak search: traces are different sizes! ");
+  }
+  UpdateValues();
+  if (list_.IsUniform() && other.list_.IsUniform()) {
+    HoldUniformPeak(other);
+  } else {
+    HoldPeakBySample(other);
+  }
+}
+
+void MathTrace::HoldUniformPeak(const MathValue& other) {
+  const Sample& theirs = other.list_.Form();
+  const Units reference = list_.Form().Get_unit();
+  const bool same_unit = Units_library::Compare_units_DB(theirs.Get_unit(), reference, true);
+  const TraceConversion to_reference = TraceConversion::Between(theirs.Get_unit(), reference);
+  const bool same_errors = theirs.Get_minus_err() == list_.Form().Get_minus_err() &&
+                           theirs.Get_plus_err() == list_.Form().Get_plus_err();
+  if (same_unit && same_errors && to_reference.IsIdentity()) {
+    Kernels::HoldPeak(Samples(), other.Samples(), Length());
+    return;
+  }
+  const TraceConversion to_theirs = TraceConversion::Between(reference, theirs.Get_unit());
+  std::vector<float> values(Samples(), Samples() + Length());
+  std::vector<unsigned char> replaced(Length());
+  InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
+    const float* candidates = other.Samples() + begin;
+    float converted[kBlock];
+    if (same_unit) {
+      std::copy_n(Samples() + begin, count, converted);
+    } else {
+      to_theirs.Apply(Samples() + begin, converted, count);
+    }
+    Kernels::MarkSmaller(converted, candidates, &replaced[begin], count);
+    Kernels::Replace(&values[begin], candidates, &replaced[begin], count);
+    to_reference.Apply(candidates, converted, count);
+    Kernels::Replace(Samples() + begin, converted, &replaced[begin], count);
+  });
+  list_.SetPeakHeld(std::move(values), std::move(replaced), theirs);
+}
+
+void MathTrace::HoldPeakBySample(const MathValue& other) {
+  const Units reference = First().Get_unit();
+  const std::vector<Sample> candidates = other.list_.Copies(other.Samples());
+  float* samples = Samples();
+  std::vector<Sample>& entries = list_.Objects(samples);
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    const Units unit = candidates[i].Get_unit();
+    const bool same_unit = Units_library::Compare_units_DB(unit, entries[i].Get_unit(), true);
+    const float held = (same_unit ? entries[i] : InUnits(entries[i], unit)).Get_value();
+    if (held < candidates[i].Get_value()) {
+      entries[i] = candidates[i];
+      samples[i] = InUnits(candidates[i], reference).Get_value();
+    }
+  }
+}
+
+template <>
+MathTrace operator-(const MathTrace& a, const MathTrace& b) {
+  MathTrace difference(a);
+  difference -= b;
+  return difference;
+}
+
+template <>
+MathTrace RelativeSub(const MathTrace& a, const MathTrace& b) {
+  MathTrace distance(a);
+  distance.RelativeSubEqual(b);
+  return distance;
+}
+
+}  // namespace Lumenar

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "BASIC_TRACE.hh"
+#include "Common_Math/src/MathValue.h"
+#include "Common_Math/src/SampleList.h"
+#include "EngineReading.hh"
+#include "Value/Value_object.h"
+
+namespace Lumenar {
+
+/// A trace on which operations compute: the record, and each sample's value with its unit.
+///
+/// The record is the authority: every operation leaves its results there, so that it can be published as it stands. The list of
+/// sample values follows it lazily: whoever replaces the record leaves the list as it is until UpdateValues.
+/// Threads   none of its own: one thread at a time, also for reading.
+template <>
+class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
+ public:
+  using Record = Corvanta::BASIC_TRACE::BT_DATA;
+  using Sample = Value::Value_object<float>;
+  using ValueOperator = Sample& (Sample::*)(const Sample&);
+  using NumberOperator = Sample& (Sample::*)(const float&);
+
+  /// The present value of a BasicTrace reading; no other interface is accepted.
+  /// Errors   a diagnostic line and MathFactoryException; CORBA system exceptions.
+  explicit MathValue(const Corvanta::EngineReadingBase_ptr& reading);
+  explicit MathValue(const Record& source);
+  /// Takes over the samples of a record that the caller needs no more.
+  explicit MathValue(Record&& source);
+  /// Copies the record alone: the new list is empty and is built on first use.
+  MathValue(const MathValue& other);
+  virtual ~MathValue() = default;
+
+  MathValue& operator=(const MathValue& other);
+  MathValue& operator=(const Record& source);
+  MathValue& operator=(Record&& source);
+
+  /// Brings the list of sample values up to date with the record.
+  /// Errors   OperationNotValid for a record with malformed units.
+  void UpdateValues() const;
+
+  /// The sum of the samples from start to stop inclusive, in the unit of sample 0, without errors; a default value and a
+  /// warning for an empty trace or range. The stop is clamped to the list as it was before this call refreshes it.
+  /// Errors   CORBA::BAD_PARAM when that list was longer than the trace and the range ends beyond it.
+  Value::Value_object<double> CumulativeAdd(int start, int stop) const;
+
+  /// Sample by sample Relative_sub of this and the other; the trace takes the resulting unit.
+  MathValue& RelativeSubEqual(const MathValue& other);
+
+  /// Sample by sample `op` with the other trace's samples, each brought back to this trace's unit.
+  /// Shape    traces of different sizes: a diagnostic line and no change.
+  /// Errors   what op throws; samples before the failing one keep their new values.
+  MathValue& DoValueEqualOp(const MathValue& other, ValueOperator op);
+
+  /// Sample by sample `op` with a number; the trace takes the resulting unit.
+  MathValue& DoValueEqualOp(const float& number, NumberOperator op);
+
+  MathValue& operator+=(const MathValue& other);
+  MathValue& operator-=(const MathValue& other);
+
+  /// Errors   MathFactoryException for an integer that no 32-bit float represents; std::out_of_range from the division.
+  MathValue& operator*=(const int& factor);
+  MathValue& operator/=(const int& divisor);
+
+  /// Takes the samples into dB, zero and negative ones as the smallest normal float. Does not ask whether they are in dB.
+  void Add_dB();
+
+  /// Takes the samples out of dB; false, with nothing changed, when they are not in dB.
+  bool Remove_dB();
+
+  /// Keeps, sample by sample, the larger of this and the other trace; equal ones stay.
+  /// Errors   MathFactoryException for traces of different sizes.
+  void DoPeak(const MathValue& other);
+
+  /// The record, for generic code.
+  const Record& ToRecord() const noexcept { return record; }
+
+  /// Entries of the list as of the last refresh.
+  std::size_t ListSize() const noexcept { return list_.Size(); }
+
+  /// The list, up to date.
+  std::vector<Sample> SampleValues() const;
+
+  Record record;
+
+ private:
+  std::size_t Length() const noexcept { return record.samples.length(); }
+  bool IsEmpty(const char* function) const;
+  bool SizesDiffer(const char* function, std::size_t other_size) const;
+  float* Samples() { return record.samples.get_buffer(); }
+  const float* Samples() const { return record.samples.get_buffer(); }
+  Sample First() const;
+
+  template <class Operation>
+  void SampleBySample(Operation operation);
+  void AddOrSubtract(const MathValue& other, const Value::Units& other_units, ValueOperator op);
+  Sample SumOf(std::size_t first, std::size_t last) const;
+  void HoldUniformPeak(const MathValue& other);
+  void HoldPeakBySample(const MathValue& other);
+
+  mutable SampleList list_;
+  mutable bool refresh_needed_ = true;
+};
+
+using MathTrace = MathValue<Corvanta::BASIC_TRACE::BT_DATA>;
+
+template <>
+MathTrace operator-(const MathTrace& a, const MathTrace& b);
+template <>
+MathTrace RelativeSub(const MathTrace& a, const MathTrace& b);
+
+}  // namespace Lumenar

@@ -1,0 +1,126 @@
+#pragma once
+
+#include <boost/scoped_ptr.hpp>
+#include <exception>
+#include <string>
+#include <type_traits>
+
+#include "Common_Math/src/MathBaseTemplate.h"
+#include "Topics/DDS_Subscriber.h"
+#include "Value/Value_object.h"
+#include "platform/base/Mutex.h"
+
+namespace Lumenar {
+
+/// Two inputs of one type combined into one result each time either of them changes: "Subtract" and "RelativeSubtract".
+///
+/// A sample replaces its operand and the other operand keeps its last value; samples are not paired.
+template <class T, class T1, class T2>
+class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
+  static_assert(std::is_same_v<T, T1> && std::is_same_v<T, T2>, "no broadcasting of a scalar over a trace");
+
+ public:
+  using Operation = MathValue<T> (*)(const MathValue<T>&, const MathValue<T>&);
+
+  /// RESULT holds op of the inputs' present values before this returns.
+  /// Errors   MathFactoryException; CORBA system exceptions; the value library's, as Update.
+  SimpleOp2(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui, const char* type, Operation op,
+            Corvanta::EngineReadingBase_ptr first, Corvanta::EngineReadingBase_ptr second)
+      : MathBaseTemplate<T, ValReadingMap<T>>(namer, gui), first_(first), second_(second), type_(type), op_(op) {
+    // Remote calls under the lock: nobody can contend for it yet, since samples wait at the gate until the object is complete.
+    Lock lock(mutex_);
+    const CORBA::String_var first_topic = first->DDS_Value();
+    const CORBA::String_var second_topic = second->DDS_Value();
+    first_subscription_.reset(new Corvanta::DDS_Subscriber<T>(
+        first_topic, this->Gate().Guard([this](const char* topic, const T& sample) { Val1Callback(topic, sample); })));
+    second_subscription_.reset(new Corvanta::DDS_Subscriber<T>(
+        second_topic, this->Gate().Guard([this](const char* topic, const T& sample) { Val2Callback(topic, sample); })));
+    // Once more, so that no sample is lost between the first look and the subscription.
+    first_ = MathValue<T>(first);
+    second_ = MathValue<T>(second);
+    Update();
+  }
+
+  char* GetType() override {
+    this->Gate().RequireOpen();
+    return CORBA::string_dup(type_.c_str());
+  }
+
+  /// A sample of the first, or the second, input.
+  /// Errors   as Update.
+  void Val1Callback(const char* /*topic*/, const T& sample) {
+    Lock lock(mutex_);
+    first_ = sample;
+    Update();
+  }
+
+  void Val2Callback(const char* /*topic*/, const T& sample) {
+    Lock lock(mutex_);
+    second_ = sample;
+    Update();
+  }
+
+ private:
+  ~SimpleOp2() override { EndSubscriptions(); }
+
+  /// Computes and publishes. The publication, a call to the topic manager, runs under the lock so that results leave in the
+  /// order of their samples.
+  /// Errors   RelativeSubtract drops the value library's unit errors, Subtract only those of dimension: nothing is published
+  ///          then and RESULT keeps its value. Everything else passes.
+  void Update() REQUIRES(mutex_) {
+    if (type_ == "RelativeSubtract") {
+      UpdateRelative();
+    } else {
+      UpdateLinear();
+    }
+  }
+
+  void UpdateRelative() REQUIRES(mutex_) {
+    try {
+      this->SetResult(op_(first_, second_));
+    } catch (const Value::UnitDimensionNotSame&) {
+    } catch (const Value::MissingUnitInFirstParameter&) {
+    } catch (const Value::OperationNotValid&) {
+    }
+  }
+
+  /// The inputs go back into dB whatever exception ends the computation.
+  void UpdateLinear() REQUIRES(mutex_) {
+    bool first_was_dB = false;
+    bool second_was_dB = false;
+    std::exception_ptr failure;
+    try {
+      first_was_dB = first_.Remove_dB();
+      second_was_dB = second_.Remove_dB();
+      MathValue<T> result = op_(first_, second_);
+      if (first_was_dB) result.Add_dB();
+      this->SetResult(result);
+    } catch (const Value::UnitDimensionNotSame&) {
+    } catch (...) {
+      failure = std::current_exception();
+    }
+    if (first_was_dB) first_.Add_dB();
+    if (second_was_dB) second_.Add_dB();
+    if (failure) std::rethrow_exception(failure);
+  }
+
+  void CloseParts() noexcept override {
+    EndSubscriptions();
+    MathBaseTemplate<T, ValReadingMap<T>>::CloseParts();
+  }
+
+  void EndSubscriptions() noexcept {
+    first_subscription_.reset();
+    second_subscription_.reset();
+  }
+
+  MathValue<T> first_ GUARDED_BY(mutex_);
+  MathValue<T> second_ GUARDED_BY(mutex_);
+  boost::scoped_ptr<Corvanta::DDS_Subscriber<T>> first_subscription_;
+  boost::scoped_ptr<Corvanta::DDS_Subscriber<T>> second_subscription_;
+  const std::string type_;
+  const Operation op_;
+  Mutex mutex_;
+};
+
+}  // namespace Lumenar

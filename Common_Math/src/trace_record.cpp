@@ -1,0 +1,52 @@
+#include "Common_Math/src/trace_record.h"
+
+#include <cstddef>
+#include <cstring>
+
+namespace Lumenar {
+namespace {
+
+using Corvanta::BASIC_TRACE::BT_DATA;
+
+constexpr std::size_t kHeaderWords = sizeof(BT_DATA::header) / sizeof(CORBA::ULong);
+
+void CopyFixedFields(BT_DATA& to, const BT_DATA& from) {
+  to.sequence_number = from.sequence_number;
+  to.flags = from.flags;
+  for (std::size_t i = 0; i < kHeaderWords; ++i) to.header[i] = from.header[i];
+  to.units = from.units;
+  to.x_step = from.x_step;
+}
+
+/// Room for `count` samples of any content: unlike length(), it copies no old samples into a larger buffer.
+void MakeRoom(CORBA::FloatSeq& samples, CORBA::ULong count) {
+  if (samples.maximum() < count) {
+    samples.replace(count, count, CORBA::FloatSeq::allocbuf(count), true);
+  } else {
+    samples.length(count);
+  }
+}
+
+}  // namespace
+
+void CopyRecord(BT_DATA& to, const BT_DATA& from) {
+  if (&to == &from) return;
+  const CORBA::ULong count = from.samples.length();
+  MakeRoom(to.samples, count);
+  if (count > 0) std::memcpy(to.samples.get_buffer(), from.samples.get_buffer(), count * sizeof(CORBA::Float));
+  CopyFixedFields(to, from);
+}
+
+void TakeRecord(BT_DATA& to, BT_DATA& from) {
+  if (&to == &from) return;
+  if (!from.samples.release()) {
+    CopyRecord(to, from);
+    return;
+  }
+  const CORBA::ULong maximum = from.samples.maximum();
+  const CORBA::ULong count = from.samples.length();
+  to.samples.replace(maximum, count, from.samples.get_buffer(true), true);
+  CopyFixedFields(to, from);
+}
+
+}  // namespace Lumenar
