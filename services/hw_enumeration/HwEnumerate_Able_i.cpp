@@ -1,0 +1,76 @@
+#include "services/hw_enumeration/HwEnumerate_Able_i.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "platform/base/Diagnostic.h"
+#include "platform/orb/ORB_base.h"
+
+namespace Corvanta {
+
+using Lumenar::EngineTable;
+using Lumenar::Lock;
+
+namespace {
+
+void WriteEvent(const EngineTable::Key& key, const std::string& event) {
+  Lumenar::WriteOut(fmt::format("{} instance {}: {}", key.first, key.second, event));
+}
+
+}  // namespace
+
+HwEnumerate_Able_i::HwEnumerate_Able_i() = default;
+HwEnumerate_Able_i::~HwEnumerate_Able_i() = default;
+
+Progress_Interface_ptr HwEnumerate_Able_i::GetProgressInterface(const char* engine, CORBA::Long instance, CORBA::Long) {
+  const EngineTable::Key key(engine, instance);
+  if (!EngineTable::IsNameGood(key.first)) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+  ProgressServant replaced;
+  ProgressServant servant;
+  {
+    Lock lock(mutex_);
+    const auto announcement = table_.Announce(key);
+    if (!announcement) throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
+    servant = new Progress_Interface_i(this, key, *announcement);
+    ProgressServant& place = servants_[key];
+    replaced = place._retn();
+    servant->_add_ref();
+    place = servant.in();
+  }
+  ORB_base::DeactivateObject(replaced.in());
+  WriteEvent(key, "announced");
+  return servant->_this();
+}
+
+void HwEnumerate_Able_i::Report(const EngineTable::Key& key, long announcement, const std::string& progress) {
+  {
+    Lock lock(mutex_);
+    if (!table_.Report(key, announcement, progress)) throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
+  }
+  WriteEvent(key, progress + " %");
+}
+
+EngineProgressSeq* HwEnumerate_Able_i::Engines() {
+  EngineProgressSeq_var engines = new EngineProgressSeq;
+  Lock lock(mutex_);
+  engines->length(static_cast<CORBA::ULong>(table_.Entries().size()));
+  CORBA::ULong i = 0;
+  for (const auto& [key, entry] : table_.Entries()) {
+    EngineProgress& progress = engines[i++];
+    progress.engine = key.first.c_str();
+    progress.instance = static_cast<CORBA::Long>(key.second);
+    progress.progress = entry.progress.c_str();
+  }
+  return engines._retn();
+}
+
+Progress_Interface_i::Progress_Interface_i(HwEnumerate_Able_i* service, EngineTable::Key key, long announcement)
+    : service_(service), key_(std::move(key)), announcement_(announcement) {}
+
+void Progress_Interface_i::SetProgress(const char* progress) {
+  if (!EngineTable::IsProgressGood(progress)) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+  service_->Report(key_, announcement_, progress);
+}
+
+}  // namespace Corvanta

@@ -1,0 +1,72 @@
+// hw_enumeration: the process around HwEnumerate_Able_i.
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include "platform/base/CorbaText.h"
+#include "platform/base/Diagnostic.h"
+#include "platform/orb/ORB_wrapper.h"
+#include "platform/signals/Signals.h"
+#include "services/hw_enumeration/HwEnumerate_Able_i.h"
+
+namespace {
+
+char kProgram[] = "hw_enumeration";
+char kServiceConf[] = "-ORBSvcConf";
+char kTransportConf[] = TRANSPORT_CONF;
+
+}  // namespace
+
+extern "C" {
+int localargc = 3;
+char* localargv[] = {kProgram, kServiceConf, kTransportConf, nullptr};
+}
+
+namespace {
+
+const std::vector<std::string> kName{"Lumenar", "local", "HWENUM_ABLE", "1"};
+
+constexpr const char* kFooter =
+    "The naming service and the transport settings come from LUMENAR_NAMING=HOST:PORT and\n"
+    "LUMENAR_TRANSPORT_CONF=FILE.\n"
+    "\n"
+    "Exit codes:\n"
+    "  0  ended by SIGTERM, SIGINT or SIGQUIT\n"
+    "  1  could not start; one line on standard error says why\n"
+    "  other than these: an argument is wrong";
+
+void Serve() {
+  Corvanta::ORB_wrapper_base orb(localargc, localargv);
+  PortableServer::Servant_var<Corvanta::HwEnumerate_Able_i> servant(new Corvanta::HwEnumerate_Able_i);
+  Corvanta::HwEnumerate_Able_var service = servant->_this();
+  orb.Activate();
+  orb.Bind(kName, service);
+  Lumenar::WriteOut("hw_enumeration ready");
+  try {
+    orb.Run();
+  } catch (const Signal_Exception&) {  // the ordinary end
+  }
+}
+
+int Run(int argc, char** argv) {
+  CLI::App app("Tracks the engines of the instrument and their start-up progress, one line for each event.", kProgram);
+  app.footer(kFooter);
+  CLI11_PARSE(app, argc, argv);
+  Serve();
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    Lumenar::Signals::Install();
+    return Run(argc, argv);
+  } catch (const CORBA::Exception& error) {
+    Lumenar::WriteError("hw_enumeration: " + Lumenar::CorbaText(error));
+  } catch (const std::exception& error) {
+    Lumenar::WriteError(std::string("hw_enumeration: ") + error.what());
+  }
+  return 1;
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+
+#include "services/topic_manager/DDS_Manager_i.h"
+
+namespace Lumenar {
+
+/// What the command line of topic_manager says.
+struct CommandLine {
+  std::optional<StateFile> state_file;
+  std::size_t queue = 1000;
+  std::optional<std::chrono::milliseconds> stall_limit;  ///< else the time limit of calls
+  std::size_t topics = 100000;
+
+  /// Errors   none: false when the program has to end with `exit_code` (help was asked for, or an argument is wrong).
+  bool Read(int argc, const char* const* argv, int& exit_code);
+
+  Corvanta::DDS_Manager_i::Options ManagerOptions(const Corvanta::TransportConfig& transport) const;
+};
+
+}  // namespace Lumenar

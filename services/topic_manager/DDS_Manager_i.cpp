@@ -1,0 +1,175 @@
+#include "services/topic_manager/DDS_Manager_i.h"
+
+#include <fmt/format.h>
+
+#include <cstring>
+#include <stdexcept>
+
+#include "platform/base/CorbaText.h"
+#include "platform/base/Diagnostic.h"
+#include "services/topic_manager/CorbaSubscriber.h"
+#include "services/topic_manager/IorAddress.h"
+
+namespace Corvanta {
+namespace {
+
+using Lumenar::Lock;
+using Lumenar::SamplePtr;
+
+constexpr std::size_t kMaxTopicLength = 1024;
+constexpr std::size_t kMaxSubscriptions = 100000;
+
+void CheckTopic(const char* topic) {
+  const std::size_t length = ::strnlen(topic, kMaxTopicLength + 1);
+  if (length == 0 || length > kMaxTopicLength) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+}
+
+const char* ReasonText(Lumenar::Outcome reason) {
+  return reason == Lumenar::Outcome::Gone ? "it no longer exists" : "it cannot be reached";
+}
+
+}  // namespace
+
+DDS_Manager_i::DDS_Manager_i(ORB_base& orb, const Options& options)
+    : orb_(orb),
+      stall_limit_(options.stall_limit),
+      store_(options.state_file),
+      topics_(options.topics),
+      dispatcher_(options.dispatcher, [this](auto&&... dropped) { OnDropped(dropped...); }) {
+  Restore();
+}
+
+/// Nobody is called here: a subscriber that died meanwhile shows at the next sample.
+void DDS_Manager_i::Restore() {
+  for (const Lumenar::StateFile::Entry& entry : store_.Entries()) {
+    try {
+      auto subscriber = MakeSubscriber(entry.reference);
+      EnterTopic(entry.topic);
+      dispatcher_.Add(entry.handle, entry.topic, Lumenar::IorAddress(entry.reference), std::move(subscriber));
+    } catch (const CORBA::Exception& error) {
+      Lumenar::WriteError(
+          fmt::format("topic_manager: subscription {} not restored: {}", entry.handle, Lumenar::CorbaText(error)));
+      store_.Remove(entry.handle);
+    }
+  }
+}
+
+_CORBA_Boolean DDS_Manager_i::_dispatch(omniCallHandle& handle) {
+  const auto accept = [this](SampleRecord&& sample, const char* topic) { Accept(std::move(sample), topic); };
+  return DispatchPublish(handle, this, accept) || POA_Corvanta::DDS_Manager::_dispatch(handle);
+}
+
+void DDS_Manager_i::Publish(const CORBA::Any& sample, const char* topic) { Accept(RecordFromAny(sample), topic); }
+
+void DDS_Manager_i::Accept(SampleRecord&& record, const char* topic_name) {
+  CheckTopic(topic_name);
+  if (std::holds_alternative<std::monostate>(record)) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+  const std::string topic = topic_name;
+  const SamplePtr sample(new SampleRecord(std::move(record)));
+  std::vector<SamplePtr> freed;  // destroyed after the lock is released
+  {
+    Lock lock(mutex_);
+    if (!topics_.Published(topic, sample, freed)) throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
+  }
+  dispatcher_.Publish(topic, sample);
+}
+
+CORBA::Long DDS_Manager_i::Subscribe(const char* topic, DDS_Sub_ptr subscriber) {
+  CheckTopic(topic);
+  if (CORBA::is_nil(subscriber)) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+  CORBA::String_var reference = orb_.Orb()->object_to_string(subscriber);
+  auto target = MakeSubscriber(reference.in());
+  EnterTopic(topic);
+  long handle = 0;
+  try {
+    handle = store_.Add(topic, reference.in());
+  } catch (const std::length_error&) {
+    LeaveTopic(topic);
+    throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
+  }
+  dispatcher_.Add(handle, topic, Lumenar::IorAddress(reference.in()), std::move(target));
+  return static_cast<CORBA::Long>(handle);
+}
+
+/// The reference is read anew, so that it is this subscription's own and carries its own time limit.
+boost::shared_ptr<Lumenar::Subscriber> DDS_Manager_i::MakeSubscriber(const std::string& reference) const {
+  CORBA::Object_var object = orb_.Orb()->string_to_object(reference.c_str());
+  DDS_Sub_var subscriber = DDS_Sub::_unchecked_narrow(object);
+  if (CORBA::is_nil(subscriber)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
+  return boost::shared_ptr<Lumenar::Subscriber>(new Lumenar::CorbaSubscriber(subscriber, stall_limit_));
+}
+
+void DDS_Manager_i::EnterTopic(const std::string& topic) {
+  std::vector<SamplePtr> freed;  // destroyed after the lock is released
+  Lock lock(mutex_);
+  if (subscriptions_ >= kMaxSubscriptions || !topics_.Subscribed(topic, freed)) {
+    throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
+  }
+  ++subscriptions_;
+}
+
+void DDS_Manager_i::LeaveTopic(const std::string& topic) {
+  Lock lock(mutex_);
+  topics_.Unsubscribed(topic);
+  --subscriptions_;
+}
+
+void DDS_Manager_i::Unsubscribe(const char* topic, CORBA::Long handle) {
+  if (!dispatcher_.Remove(handle, topic)) return;
+  store_.Remove(handle);
+  LeaveTopic(topic);
+}
+
+void DDS_Manager_i::OnDropped(long handle, const std::string& topic, const std::string& address, Lumenar::Outcome reason) {
+  Lumenar::WriteOut(fmt::format("subscriber {} of topic {} at {} dropped: {}", handle, topic, address, ReasonText(reason)));
+  store_.Remove(handle);
+  LeaveTopic(topic);
+}
+
+TopicStatusSeq* DDS_Manager_i::Topics() {
+  std::vector<Lumenar::TopicTable::Status> all;
+  {
+    Lock lock(mutex_);
+    all = topics_.All();
+  }
+  TopicStatusSeq_var result = new TopicStatusSeq;
+  result->length(static_cast<CORBA::ULong>(all.size()));
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    TopicStatus& status = result[static_cast<CORBA::ULong>(i)];
+    status.topic = all[i].topic.c_str();
+    status.published = all[i].published;
+    status.subscribers = static_cast<CORBA::ULong>(all[i].subscribers);
+  }
+  return result._retn();
+}
+
+SubscriptionStatusSeq* DDS_Manager_i::Subscriptions() {
+  const std::vector<Lumenar::Dispatcher::Status> all = dispatcher_.Subscriptions();
+  SubscriptionStatusSeq_var result = new SubscriptionStatusSeq;
+  result->length(static_cast<CORBA::ULong>(all.size()));
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    SubscriptionStatus& status = result[static_cast<CORBA::ULong>(i)];
+    status.handle = static_cast<CORBA::Long>(all[i].handle);
+    status.topic = all[i].topic.c_str();
+    status.address = all[i].address.c_str();
+    status.stalled = all[i].stalled;
+    status.queued = static_cast<CORBA::ULong>(all[i].queued);
+    status.delivered = all[i].delivered;
+    status.dropped = all[i].dropped;
+  }
+  return result._retn();
+}
+
+CORBA::Boolean DDS_Manager_i::LastSample(const char* topic, CORBA::Any_OUT_arg sample) {
+  SamplePtr last;
+  {
+    Lock lock(mutex_);
+    last = topics_.Last(topic);
+  }
+  CORBA::Any_var any = new CORBA::Any;
+  if (last != nullptr) RecordToAny(ViewOf(*last), any.inout());
+  sample = any._retn();
+  return last != nullptr;
+}
+
+}  // namespace Corvanta

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "platform/orb/ORB_base.h"
+#include "services/topic_manager/Dispatcher.h"
+#include "services/topic_manager/SubscriptionStore.h"
+#include "services/topic_manager/TopicTable.h"
+
+namespace Corvanta {
+
+/// The topic manager: the contract of DDS.idl on top of the dispatcher, the topic table and the store of subscriptions.
+///
+/// A topic's name has 1 to 1024 bytes; a longer one is BAD_PARAM. A table full of topics with subscribers, and more than 100000
+/// subscriptions, are IMP_LIMIT.
+class DDS_Manager_i : public POA_Corvanta::DDS_Manager {
+ public:
+  struct Options {
+    Lumenar::Dispatcher::Limits dispatcher;
+    Lumenar::TopicTable::Limits topics;
+    std::optional<Lumenar::StateFile> state_file;
+    std::chrono::milliseconds stall_limit{5000};
+  };
+
+  /// Subscriptions of the state file stand again.
+  DDS_Manager_i(ORB_base& orb, const Options& options);
+
+  /// Begins no delivery any more; false when some are still under way after `limit`.
+  bool Stop(std::chrono::milliseconds limit) { return dispatcher_.Stop(limit); }
+
+  // DDS_Manager
+  void Publish(const CORBA::Any& sample, const char* topic) override;
+  CORBA::Long Subscribe(const char* topic, DDS_Sub_ptr subscriber) override;
+  void Unsubscribe(const char* topic, CORBA::Long handle) override;
+  TopicStatusSeq* Topics() override;
+  SubscriptionStatusSeq* Subscriptions() override;
+  CORBA::Boolean LastSample(const char* topic, CORBA::Any_OUT_arg sample) override;
+
+ protected:
+  ~DDS_Manager_i() override = default;
+
+  _CORBA_Boolean _dispatch(omniCallHandle& handle) override;
+
+ private:
+  void Accept(SampleRecord&& sample, const char* topic);
+  void Restore();
+  boost::shared_ptr<Lumenar::Subscriber> MakeSubscriber(const std::string& reference) const;
+  void EnterTopic(const std::string& topic);
+  void LeaveTopic(const std::string& topic);
+  void OnDropped(long handle, const std::string& topic, const std::string& address, Lumenar::Outcome reason);
+
+  ORB_base& orb_;
+  const std::chrono::milliseconds stall_limit_;
+  Lumenar::SubscriptionStore store_;
+  Lumenar::Mutex mutex_;
+  Lumenar::TopicTable topics_ GUARDED_BY(mutex_);
+  std::size_t subscriptions_ GUARDED_BY(mutex_) = 0;
+  Lumenar::Dispatcher dispatcher_;  // the last: its threads use the others
+};
+
+}  // namespace Corvanta

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <map>
+#include <unordered_map>
+#include <vector>
+
+#include "services/topic_manager/Subscription.h"
+
+namespace Lumenar {
+
+/// Decides which sample goes to which subscriber next. Pure bookkeeping: it starts nothing and asks no clock.
+///
+/// A subscription has one delivery under way at most, so that its samples stay in order. A subscriber that ran into the time
+/// limit loses that sample and pauses, 0.1 s doubling to 2 s. When nothing of its process answered meanwhile, the whole process
+/// is held and tried by one subscription at a time; the same, sooner, when several deliveries to a process are stuck, so that a
+/// stopped process does not occupy a worker for each of its subscriptions. A subscriber that cannot be reached is tried for 3 s
+/// and then dropped; one that no longer exists, at once.
+/// Threads   the caller's lock.
+class DeliverySchedule {
+ public:
+  struct Limits {
+    SampleQueue::Limits queue;
+    std::chrono::milliseconds patience{20};             ///< a delivery that takes longer counts as stuck
+    std::size_t stuck_deliveries = 4;                   ///< so many stuck at a process hold it
+    std::chrono::milliseconds stuck_pause{500};         ///< until a process held so is tried
+    std::chrono::milliseconds first_pause{100};
+    std::chrono::milliseconds longest_pause{2000};
+    std::chrono::milliseconds unreachable_limit{3000};  ///< then an unreachable subscriber is dropped
+  };
+
+  struct Delivery {
+    SubscriptionPtr subscription;
+    SamplePtr sample;
+    SteadyTime begun;
+  };
+
+  explicit DeliverySchedule(Limits limits) : limits_(limits) {}
+
+  void Add(long handle, const std::string& topic, const std::string& address, boost::shared_ptr<Subscriber> subscriber);
+
+  /// False for an unknown handle. No delivery of the subscription begins any more; its waiting samples move to `freed`.
+  bool Remove(long handle, std::vector<SamplePtr>& freed);
+
+  /// Queues a sample for all subscribers of its topic.
+  void Publish(const std::string& topic, const SamplePtr& sample, std::vector<SamplePtr>& freed);
+
+  /// The next delivery, which has then begun; nothing when no subscription is ready.
+  std::optional<Delivery> Next(SteadyTime now);
+
+  /// Ends a delivery. True when the subscription has to be dropped for it; it is removed then.
+  bool Finish(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed);
+
+  /// Wakes what waits for a moment up to `now`.
+  void Advance(SteadyTime now);
+
+  /// When Advance has something to do next.
+  std::optional<SteadyTime> NextMoment() const;
+
+  bool HasReady() const { return !ready_.empty(); }
+
+  /// The deliveries under way that are stuck.
+  std::size_t Stuck(SteadyTime now) const;
+
+  std::size_t SubscriberCount(const std::string& topic) const;
+  const std::map<long, SubscriptionPtr>& Subscriptions() const { return subscriptions_; }
+
+ private:
+  using EndpointPtr = boost::shared_ptr<Endpoint>;
+
+  void Schedule(const SubscriptionPtr& subscription);
+  void MakeReady(const SubscriptionPtr& subscription);
+  void Park(const SubscriptionPtr& subscription);
+  void Pause(const SubscriptionPtr& subscription, SteadyTime until);
+  bool MustPark(const Subscription& subscription, SteadyTime now);
+  Delivery Begin(const SubscriptionPtr& subscription, SteadyTime now);
+  void EndpointAnswered(const EndpointPtr& endpoint, Outcome outcome, SteadyTime now);
+  void EndpointTimedOut(const EndpointPtr& endpoint, const Delivery& delivery, SteadyTime now);
+  void Hold(const EndpointPtr& endpoint, SteadyTime until);
+  void Release(const EndpointPtr& endpoint);
+  void Probe(const EndpointPtr& endpoint);
+  bool Settle(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed);
+  bool SettleUnreachable(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed);
+
+  const Limits limits_;
+  std::map<long, SubscriptionPtr> subscriptions_;
+  std::unordered_map<std::string, std::vector<SubscriptionPtr>> by_topic_;
+  std::map<std::string, EndpointPtr> endpoints_;
+  std::deque<SubscriptionPtr> ready_;
+  std::multimap<SteadyTime, SubscriptionPtr> pauses_;
+  std::multimap<SteadyTime, EndpointPtr> holds_;
+  std::multiset<SteadyTime> in_flight_;
+};
+
+}  // namespace Lumenar

@@ -1,0 +1,189 @@
+#include "services/topic_manager/Dispatcher.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace Lumenar {
+namespace {
+
+constexpr std::chrono::seconds kLongWait{60};
+
+SteadyTime Now() { return std::chrono::steady_clock::now(); }
+
+}  // namespace
+
+Dispatcher::Dispatcher(Limits limits, OnDropped on_dropped)
+    : limits_(limits), on_dropped_(std::move(on_dropped)), schedule_(limits.schedule) {
+  supervisor_ = std::thread([this] { Supervise(); });
+}
+
+Dispatcher::~Dispatcher() {
+  Stop(std::chrono::milliseconds(0));
+  supervisor_.join();
+  std::list<std::thread> threads;
+  {
+    Lock lock(mutex_);
+    while (!workers_.empty()) worker_ended_.Wait(mutex_);
+    threads.swap(ended_);
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+void Dispatcher::Add(long handle, const std::string& topic, const std::string& address,
+                     boost::shared_ptr<Subscriber> subscriber) {
+  Lock lock(mutex_);
+  schedule_.Add(handle, topic, address, std::move(subscriber));
+}
+
+bool Dispatcher::Remove(long handle, const std::string& topic) {
+  std::vector<SamplePtr> freed;  // destroyed after the lock is released
+  Lock lock(mutex_);
+  const auto found = schedule_.Subscriptions().find(handle);
+  if (found == schedule_.Subscriptions().end() || found->second->topic != topic) return false;
+  return schedule_.Remove(handle, freed);
+}
+
+void Dispatcher::Publish(const std::string& topic, const SamplePtr& sample) {
+  std::vector<SamplePtr> freed;  // destroyed after the lock is released
+  Lock lock(mutex_);
+  if (stopping_) return;
+  schedule_.Publish(topic, sample, freed);
+  Wake();
+}
+
+/// Sees to it that somebody takes what is ready. A worker that takes a delivery wakes the next one in turn.
+void Dispatcher::Wake() {
+  if (schedule_.HasReady() && idle_ > 0) work_.NotifyOne();
+  const SteadyTime next_look = NextLook();
+  if (next_look >= next_look_) return;
+  next_look_ = next_look;
+  look_.NotifyOne();
+}
+
+std::vector<Dispatcher::Status> Dispatcher::Subscriptions() const {
+  Lock lock(mutex_);
+  std::vector<Status> all;
+  for (const auto& [handle, subscription] : schedule_.Subscriptions()) {
+    const Endpoint& endpoint = *subscription->endpoint;
+    all.push_back({handle, subscription->topic, endpoint.address, subscription->stalled || endpoint.stalled,
+                   subscription->queue.Size(), subscription->delivered, subscription->dropped});
+  }
+  return all;
+}
+
+std::size_t Dispatcher::SubscriberCount(const std::string& topic) const {
+  Lock lock(mutex_);
+  return schedule_.SubscriberCount(topic);
+}
+
+std::size_t Dispatcher::WorkerCount() const {
+  Lock lock(mutex_);
+  return workers_.size();
+}
+
+bool Dispatcher::Stop(std::chrono::milliseconds limit) {
+  const SteadyTime end = Now() + limit;
+  Lock lock(mutex_);
+  stopping_ = true;
+  work_.NotifyAll();
+  look_.NotifyAll();
+  while (!workers_.empty() && Now() < end) worker_ended_.WaitFor(mutex_, end - Now());
+  return workers_.empty();
+}
+
+void Dispatcher::Work() {
+  while (const std::optional<Delivery> delivery = WaitForDelivery()) {
+    Outcome outcome = Outcome::Delivered;
+    try {
+      outcome = delivery->subscription->subscriber->Deliver(*delivery->sample);
+    } catch (...) {  // the top of a thread: a subscriber's failure is its own
+    }
+    Finish(*delivery, outcome);
+  }
+}
+
+/// The next delivery, begun; nothing when this worker has to end, which it has then entered in the books.
+std::optional<Dispatcher::Delivery> Dispatcher::WaitForDelivery() {
+  Lock lock(mutex_);
+  while (!stopping_) {
+    if (std::optional<Delivery> delivery = schedule_.Next(Now())) {
+      Wake();
+      return delivery;
+    }
+    if (TooManyWorkers()) break;
+    ++idle_;
+    work_.WaitFor(mutex_, limits_.idle_limit);
+    --idle_;
+  }
+  EndWorker();
+  return std::nullopt;
+}
+
+bool Dispatcher::TooManyWorkers() const {
+  const SteadyTime now = Now();
+  return workers_.size() > limits_.workers + schedule_.Stuck(now) && now - last_growth_ > limits_.idle_limit;
+}
+
+void Dispatcher::EndWorker() {
+  const auto self = std::find_if(workers_.begin(), workers_.end(),
+                                 [](const std::thread& worker) { return worker.get_id() == std::this_thread::get_id(); });
+  ended_.splice(ended_.end(), workers_, self);
+  worker_ended_.NotifyAll();
+}
+
+void Dispatcher::Finish(const Delivery& delivery, Outcome outcome) {
+  bool dropped = false;
+  std::vector<SamplePtr> freed;  // destroyed after the lock is released
+  {
+    Lock lock(mutex_);
+    dropped = schedule_.Finish(delivery, outcome, Now(), freed);
+    Wake();
+  }
+  const Subscription& subscription = *delivery.subscription;
+  if (dropped) on_dropped_(subscription.handle, subscription.topic, subscription.endpoint->address, outcome);
+}
+
+/// The one thread that watches the clock: ends pauses, starts workers, joins those that ended.
+void Dispatcher::Supervise() {
+  std::list<std::thread> ended;
+  for (;;) {
+    for (std::thread& thread : ended) thread.join();
+    ended.clear();
+    Lock lock(mutex_);
+    if (stopping_) return;
+    schedule_.Advance(Now());
+    AddWorkers();
+    if (schedule_.HasReady() && idle_ > 0) work_.NotifyOne();
+    next_look_ = NextLook();
+    const SteadyTime now = Now();
+    if (next_look_ > now) look_.WaitFor(mutex_, next_look_ - now);
+    ended.swap(ended_);
+  }
+}
+
+/// Keeps as many workers that are not stuck as there should be, while there is work for them.
+void Dispatcher::AddWorkers() {
+  if (!schedule_.HasReady() || idle_ > 0) return;
+  const std::size_t wanted = std::min(limits_.workers + schedule_.Stuck(Now()), limits_.max_workers);
+  try {
+    while (workers_.size() < wanted) {
+      workers_.emplace_back([this] { Work(); });
+      last_growth_ = Now();
+    }
+  } catch (const std::system_error&) {  // no more threads now: a later look tries again
+  }
+}
+
+/// When the supervisor has to look again at the latest.
+SteadyTime Dispatcher::NextLook() const {
+  const SteadyTime now = Now();
+  SteadyTime next = now + kLongWait;
+  if (schedule_.HasReady() && idle_ == 0) {
+    const bool first_workers = workers_.size() < limits_.workers;
+    next = first_workers && workers_.empty() ? now : now + limits_.schedule.patience;
+  }
+  if (const auto moment = schedule_.NextMoment()) next = std::min(next, *moment);
+  return next;
+}
+
+}  // namespace Lumenar

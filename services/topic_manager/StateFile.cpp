@@ -1,0 +1,173 @@
+#include "services/topic_manager/StateFile.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <fstream>
+#include <optional>
+#include <set>
+#include <sstream>
+#include <system_error>
+
+namespace Lumenar {
+namespace {
+
+constexpr const char* kTitle = "topic_manager subscriptions 1";
+constexpr long kLastHandle = 0x7fffffff;  // a handle is a 32-bit number on the wire
+
+bool NeedsEscape(char character) {
+  const auto byte = static_cast<unsigned char>(character);
+  return byte <= ' ' || byte >= 0x7f || byte == '%';
+}
+
+std::string Escape(const std::string& text) {
+  std::string escaped;
+  for (const char character : text) {
+    if (NeedsEscape(character)) {
+      escaped += fmt::format("%{:02X}", static_cast<unsigned char>(character));
+    } else {
+      escaped += character;
+    }
+  }
+  return escaped;
+}
+
+std::optional<std::string> Unescape(const std::string& escaped) {
+  std::string text;
+  for (std::size_t i = 0; i < escaped.size(); ++i) {
+    if (escaped[i] != '%') {
+      text += escaped[i];
+      continue;
+    }
+    unsigned byte = 0;
+    if (i + 2 >= escaped.size()) return std::nullopt;
+    const char* digits = escaped.data() + i + 1;
+    const auto [end, error] = std::from_chars(digits, digits + 2, byte, 16);
+    if (error != std::errc() || end != digits + 2) return std::nullopt;
+    text += static_cast<char>(byte);
+    i += 2;
+  }
+  return text;
+}
+
+std::optional<long> ReadHandle(const std::string& word) {
+  long handle = 0;
+  const char* last = word.data() + word.size();
+  const auto [end, error] = std::from_chars(word.data(), last, handle);
+  if (error != std::errc() || end != last || handle < 1 || handle > kLastHandle) return std::nullopt;
+  return handle;
+}
+
+std::vector<std::string> Words(const std::string& line) {
+  std::istringstream stream(line);
+  std::vector<std::string> words;
+  for (std::string word; stream >> word;) words.push_back(word);
+  return words;
+}
+
+std::optional<StateFile::Entry> ReadEntry(const std::vector<std::string>& words) {
+  if (words.size() != 4 || words[0] != "sub") return std::nullopt;
+  const auto handle = ReadHandle(words[1]);
+  auto topic = Unescape(words[2]);
+  if (!handle || !topic || topic->empty() || words[3].compare(0, 4, "IOR:") != 0) return std::nullopt;
+  return StateFile::Entry{*handle, std::move(*topic), words[3]};
+}
+
+/// Takes the lines of a file one by one and keeps count of those that make no sense.
+class Reader {
+ public:
+  void Take(const std::string& line) {
+    ++line_number_;
+    if (!(line_number_ == 1 ? line == kTitle : TakeWords(Words(line)))) {
+      if (bad_lines_++ == 0) first_bad_line_ = line_number_;
+    }
+  }
+
+  StateFile::State Finish() {
+    for (const auto& entry : state_.entries) state_.next_handle = std::max(state_.next_handle, entry.handle + 1);
+    return std::move(state_);
+  }
+
+  std::string Problem(const std::string& path) const {
+    if (line_number_ == 0) return path + ": empty; starting without subscriptions";
+    if (bad_lines_ == 0) return {};
+    return fmt::format("{}:{}: damaged ({} line(s) in all not read, {} subscription(s) kept)", path, first_bad_line_,
+                       bad_lines_, handles_.size());
+  }
+
+ private:
+  bool TakeWords(const std::vector<std::string>& words) {
+    if (words.size() == 2 && words[0] == "next") {
+      const auto handle = ReadHandle(words[1]);
+      if (handle) state_.next_handle = *handle;
+      return handle.has_value();
+    }
+    auto entry = ReadEntry(words);
+    if (!entry || !handles_.insert(entry->handle).second) return false;
+    state_.entries.push_back(std::move(*entry));
+    return true;
+  }
+
+  StateFile::State state_;
+  std::set<long> handles_;
+  int line_number_ = 0;
+  int bad_lines_ = 0;
+  int first_bad_line_ = 0;
+};
+
+std::string Text(const StateFile::State& state) {
+  std::string text = fmt::format("{}\nnext {}\n", kTitle, state.next_handle);
+  for (const auto& entry : state.entries) {
+    text += fmt::format("sub {} {} {}\n", entry.handle, Escape(entry.topic), entry.reference);
+  }
+  return text;
+}
+
+[[noreturn]] void Fail(int error, const std::string& what) { throw std::system_error(error, std::generic_category(), what); }
+
+void WriteAll(int descriptor, const std::string& text, const std::string& path) {
+  for (std::size_t written = 0; written < text.size();) {
+    const ssize_t count = ::write(descriptor, text.data() + written, text.size() - written);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) Fail(errno, path);
+    written += static_cast<std::size_t>(count);
+  }
+}
+
+}  // namespace
+
+StateFile::State StateFile::Read(std::string& problem) const {
+  problem.clear();
+  std::ifstream stream(path_);
+  if (!stream) {
+    std::error_code error;
+    if (std::filesystem::exists(path_, error)) problem = path_.string() + ": cannot be read; starting without subscriptions";
+    return {};
+  }
+  Reader reader;
+  for (std::string line; std::getline(stream, line);) reader.Take(line);
+  problem = reader.Problem(path_.string());
+  return reader.Finish();
+}
+
+void StateFile::Write(const State& state) const {
+  const std::string temporary = path_.string() + ".new";
+  const int descriptor = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  if (descriptor < 0) Fail(errno, temporary);
+  try {
+    WriteAll(descriptor, Text(state), temporary);
+  } catch (...) {
+    ::close(descriptor);
+    throw;
+  }
+  if (::close(descriptor) != 0) Fail(errno, temporary);
+  if (std::rename(temporary.c_str(), path_.c_str()) != 0) Fail(errno, path_.string());
+}
+
+}  // namespace Lumenar

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "services/topic_manager/Sample.h"
+
+namespace Lumenar {
+
+/// The topics with their last samples. Bounded in number and in memory: for a new topic or sample the topics go that nobody
+/// subscribes to, the longest unpublished first.
+/// Threads   the caller's lock.
+class TopicTable {
+ public:
+  struct Limits {
+    std::size_t topics = 100000;
+    std::size_t bytes = 512u << 20;  ///< of last samples
+  };
+
+  struct Status {
+    std::string topic;
+    std::uint64_t published;
+    std::size_t subscribers;
+  };
+
+  explicit TopicTable(Limits limits) : limits_(limits) {}
+
+  /// Notes a publication; false when the table is full of topics with subscribers. What is no longer held goes to `freed`, so that
+  /// the caller frees it outside its lock.
+  bool Published(const std::string& topic, const SamplePtr& sample, std::vector<SamplePtr>& freed);
+
+  /// Notes a subscription; false when the table is full.
+  bool Subscribed(const std::string& topic, std::vector<SamplePtr>& freed);
+  void Unsubscribed(const std::string& topic);
+
+  /// Null when there was no sample, or when it had to go.
+  SamplePtr Last(const std::string& topic) const;
+
+  std::vector<Status> All() const;
+  std::size_t Bytes() const { return bytes_; }
+
+ private:
+  struct Topic;
+  using Topics = std::map<std::string, Topic>;
+  struct Topic {
+    SamplePtr last;
+    std::uint64_t published = 0;
+    std::size_t subscribers = 0;
+    std::list<Topics::iterator>::iterator place;  ///< in unwatched_, while there are no subscribers
+  };
+
+  Topics::iterator FindOrAdd(const std::string& topic, std::vector<SamplePtr>& freed);
+  void Forget(Topics::iterator topic, std::vector<SamplePtr>& freed);
+  void DropLast(Topic& topic, std::vector<SamplePtr>& freed);
+  void Trim(Topics::iterator newest, std::vector<SamplePtr>& freed);
+
+  Limits limits_;
+  Topics topics_;
+  std::list<Topics::iterator> unwatched_;  ///< topics without subscribers, the longest unpublished first
+  std::size_t bytes_ = 0;
+};
+
+}  // namespace Lumenar

@@ -1,0 +1,85 @@
+// topic_manager: the process around DDS_Manager_i.
+#include <cstdlib>
+#include <exception>
+
+#include "platform/base/CorbaText.h"
+#include "platform/base/Diagnostic.h"
+#include "platform/orb/ORB_wrapper.h"
+#include "platform/signals/Signals.h"
+#include "services/topic_manager/CommandLine.h"
+
+namespace {
+
+char kProgram[] = "topic_manager";
+char kServiceConf[] = "-ORBSvcConf";
+char kTransportConf[] = TRANSPORT_CONF;
+
+}  // namespace
+
+extern "C" {
+int localargc = 3;
+char* localargv[] = {kProgram, kServiceConf, kTransportConf, nullptr};
+}
+
+namespace {
+
+using Corvanta::ORB_wrapper_base;
+
+const std::vector<std::string> kName{"Lumenar", "local", "DDS_MANAGER", "1"};
+constexpr std::chrono::milliseconds kProbeLimit{1000};
+constexpr std::chrono::milliseconds kLastDeliveries{1000};
+
+/// Whether a topic manager answers at the name, or keeps its connection without answering. What stands there else is stale.
+bool AnotherIsThere(ORB_wrapper_base& orb) {
+  try {
+    CORBA::Object_var object = orb.Resolve(kName);
+    Corvanta::ORB_base::SetCallTimeout(object, kProbeLimit);
+    return !object->_non_existent();
+  } catch (const CORBA::TIMEOUT&) {
+    return true;
+  } catch (const CORBA::Exception&) {
+    return false;
+  }
+}
+
+/// Serves until a signal comes; false when deliveries are still under way then.
+bool Serve(ORB_wrapper_base& orb, const Lumenar::CommandLine& command_line) {
+  PortableServer::Servant_var<Corvanta::DDS_Manager_i> servant(
+      new Corvanta::DDS_Manager_i(orb, command_line.ManagerOptions(orb.Transport())));
+  Corvanta::DDS_Manager_var manager = servant->_this();
+  orb.Activate();
+  orb.Bind(kName, manager);
+  Lumenar::WriteOut("topic_manager ready");
+  try {
+    orb.Run();
+  } catch (const Signal_Exception&) {  // the ordinary end
+  }
+  return servant->Stop(kLastDeliveries);
+}
+
+int Run(const Lumenar::CommandLine& command_line) {
+  ORB_wrapper_base orb(localargc, localargv);
+  if (AnotherIsThere(orb)) {
+    Lumenar::WriteError("topic_manager: another topic manager is registered at Lumenar/local/DDS_MANAGER/1");
+    return 1;
+  }
+  // A subscriber that hangs would hold up the end for the whole time limit of a call; nothing else is left to do.
+  if (!Serve(orb, command_line)) std::_Exit(0);
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    Lumenar::Signals::Install();
+    Lumenar::CommandLine command_line;
+    int exit_code = 0;
+    return command_line.Read(argc, argv, exit_code) ? Run(command_line) : exit_code;
+  } catch (const CORBA::Exception& error) {
+    Lumenar::WriteError("topic_manager: " + Lumenar::CorbaText(error));
+  } catch (const std::exception& error) {
+    Lumenar::WriteError(std::string("topic_manager: ") + error.what());
+  }
+  return 1;
+}
