@@ -1,0 +1,95 @@
+#include <malloc.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "host/EngineLibrary.h"
+#include "platform/base/Diagnostic.h"
+#include "platform/signals/Signals.h"
+
+namespace {
+
+constexpr int kRan = 0;
+constexpr int kNotStarted = 1;
+constexpr int kNotUsable = 2;
+
+struct Options {
+  std::string library;
+  std::vector<std::string> settings;
+};
+
+void Describe(CLI::App& app, Options& options) {
+  app.description("Loads an engine library and runs the engine until SIGTERM, SIGINT or SIGQUIT.");
+  app.add_option("LIBRARY", options.library, "path or name of the engine library, as math_factory_hh")->required();
+  app.add_option("--set", options.settings, "sets an environment variable before the engine starts; may be repeated")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+  app.footer(
+      "Exit status:\n"
+      "  0  the engine ran and ended\n"
+      "  1  the engine did not start, or a signal came before it had\n"
+      "  2  the command line is wrong, or the library cannot be loaded or is no engine");
+}
+
+/// Keeps freed memory of traces for the next ones: giving it back and faulting it in again makes the time of a sample jump.
+void KeepTraceMemory() {
+#ifdef __GLIBC__
+  constexpr int kMiB = 1 << 20;
+  mallopt(M_MMAP_THRESHOLD, sizeof(void*) == 8 ? 16 * kMiB : kMiB / 2);  // half a MiB is the most on 32 bit
+  mallopt(M_TRIM_THRESHOLD, 256 * kMiB);
+  mallopt(M_TOP_PAD, 4 * kMiB);
+#endif
+}
+
+/// Errors   std::invalid_argument.
+void SetVariable(const std::string& setting) {
+  const auto equals = setting.find('=');
+  if (equals == std::string::npos || equals == 0)
+    throw std::invalid_argument("--set " + setting + ": expected NAME=VALUE");
+  if (setenv(setting.substr(0, equals).c_str(), setting.substr(equals + 1).c_str(), 1) != 0)
+    throw std::system_error(errno, std::generic_category(), "--set " + setting);
+}
+
+bool SignalCame() {
+  try {
+    Lumenar::Signals::ThrowIfPending();
+    return false;
+  } catch (const Signal_Exception&) {
+    return true;
+  }
+}
+
+int RunEngine(const Lumenar::EngineLibrary& library) {
+  void* engine = library.Create();
+  if (engine == nullptr) return kNotStarted;  // the engine has said why
+  const bool ended_early = SignalCame();
+  if (!ended_early) library.Join();
+  library.Destroy(engine);
+  return ended_early ? kNotStarted : kRan;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  CLI::App app;
+  try {
+    Lumenar::Signals::Install();  // first: every thread must have the signals blocked
+    Describe(app, options);
+    app.parse(argc, argv);
+    for (const std::string& setting : options.settings) SetVariable(setting);
+    KeepTraceMemory();
+    return RunEngine(Lumenar::EngineLibrary(options.library));
+  } catch (const CLI::CallForHelp&) {
+    Lumenar::WriteOut(app.help());
+    return kRan;
+  } catch (const std::exception& error) {
+    Lumenar::WriteError(std::string("engine_host: ") + error.what());
+    return kNotUsable;
+  }
+}
