@@ -21,8 +21,8 @@
 
 #if defined(__x86_64__)
 #define LUMENAR_X86_PATHS 1
-#define LUMENAR_AVX2 [[gnu::target("avx2,fma")]]
-#define LUMENAR_AVX512 [[gnu::target("avx2,fma,avx512f,avx512dq,avx512bw,avx512vl")]]
+#define LUMENAR_AVX2 [[gnu::target("avx2")]]
+#define LUMENAR_AVX512 [[gnu::target("avx2,avx512f,avx512dq,avx512bw,avx512vl")]]
 #else
 #define LUMENAR_X86_PATHS 0
 #endif
@@ -32,16 +32,6 @@ namespace Lumenar::Value {
 namespace {
 
 using Detail::Kernel_path;
-
-/// Whether a path rounds the sums of its estimates once (fused) or twice. The error bounds hold for both, hence so does
-/// the result, and a path takes what its processor is quick at.
-enum class Sums { fused, plain };
-
-#ifdef __FP_FAST_FMA
-constexpr Sums kBaseline_sums = Sums::fused;
-#else
-constexpr Sums kBaseline_sums = Sums::plain;
-#endif
 
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 constexpr float kSmallest_normal = std::numeric_limits<float>::min();
@@ -58,76 +48,66 @@ constexpr float kLargest_q = 110;
 constexpr double kSmallest_factor = 0x1p-200;
 constexpr double kLargest_factor = 0x1p200;
 
-template <Sums sums>
-LUMENAR_KERNEL double Multiply_add(double a, double b, double c) noexcept {
-  if constexpr (sums == Sums::fused) return std::fma(a, b, c);
-  return a * b + c;
-}
-
 /// The sum of coefficients[i] * x^i, even and odd powers apart: two short chains of operations in place of a long one.
-template <Sums sums, std::size_t Count>
+template <std::size_t Count>
 LUMENAR_KERNEL double Polynomial(const std::array<double, Count>& coefficients, double x) noexcept {
   const double square = x * x;
   double next = coefficients[Count - 1];
   double other = coefficients[Count - 2];
 #pragma GCC unroll 16
   for (std::size_t i = Count - 2; i > 0; --i) {
-    next = Multiply_add<sums>(next, square, coefficients[i - 1]);
+    next = next * square + coefficients[i - 1];
     std::swap(next, other);
   }
-  return Multiply_add<sums>(next, x, other);
+  return next * x + other;
 }
 
-/// log10(x) to kLog10_error, for a positive normal x.
-template <Sums sums>
-LUMENAR_KERNEL double Log10_estimate(float x) noexcept {
-  constexpr std::int32_t kSqrt_half_bits = 0x3f3504f3;
-  const auto bits = std::bit_cast<std::int32_t>(x);
-  const std::int32_t exponent = (bits - kSqrt_half_bits) >> 23;
-  const auto mantissa = std::bit_cast<float>(bits - exponent * (1 << 23));
-  const auto m = static_cast<double>(mantissa);
-  const double s = (m - 1.0) / (m + 1.0);
-  const double log10_m = s * Polynomial<sums>(Detail::kLog10_polynomial, s * s);
-  return Multiply_add<sums>(static_cast<double>(exponent), Detail::kLog10_of_2.high, log10_m);
-}
-
-/// 10^q to kPower_error, for |q| up to kLargest_q.
-template <Sums sums>
-LUMENAR_KERNEL double Power_estimate(double q) noexcept {
-  // Adding it rounds to an integer n and leaves n + 1023, the exponent field of 2^n, in the lowest bits of the sum.
-  constexpr double kRounder = 0x1.8p52 + 1023;
-  const double rounded = Multiply_add<sums>(q, Detail::kLog2_of_10.high, kRounder);
-  const double t = Multiply_add<sums>(q, Detail::kLog2_of_10.high, kRounder - rounded);
-  const auto power_of_2 = std::bit_cast<double>(std::bit_cast<std::uint64_t>(rounded) << 52);
-  return Polynomial<sums>(Detail::kExp2_polynomial, t) * power_of_2;
-}
-
-/// A number of which both ends of the error interval round to the same float, or where `unsettled` is 1 may not.
+/// Both ends of an error interval rounded to float: the value, and 0 where they agree, else 1.
 struct Attempt {
   float value;
   std::int32_t unsettled;
 };
 
-/// log10(x); unsettled for whatever is not positive and normal.
-template <Sums sums>
-LUMENAR_KERNEL Attempt Try_log10(float x) noexcept {
-  const double estimate = Log10_estimate<sums>(x);
-  const auto one_end = static_cast<float>(estimate * (1 - kLog10_error));
-  const auto other_end = static_cast<float>(estimate * (1 + kLog10_error));
-  const std::int32_t special = x >= kSmallest_normal && x <= kLargest_float ? 0 : 1;
-  return {one_end, special | (one_end == other_end ? 0 : 1)};
+LUMENAR_KERNEL Attempt Round_ends(double one_end, double other_end) noexcept {
+  const auto value = static_cast<float>(one_end);
+  return {value, value == static_cast<float>(other_end) ? 0 : 1};
 }
+
+/// log10(x) in three steps. x = m * 2^exponent, sqrt(1/2) <= m < sqrt(2), and log10(m) is an odd function of
+/// s = (m - 1) / (m + 1). The first two steps are meant for a positive normal x and harmless for others.
+struct Log10 {
+  LUMENAR_KERNEL static std::int32_t Exponent(float x) noexcept {
+    constexpr std::uint32_t kSqrt_half = 0x3f3504f3;
+    return static_cast<std::int32_t>(std::bit_cast<std::uint32_t>(x) - kSqrt_half) >> 23;
+  }
+
+  LUMENAR_KERNEL static double Reduce(float x) noexcept {
+    const std::uint32_t exponent_field = static_cast<std::uint32_t>(Exponent(x)) << 23;
+    const auto m = static_cast<double>(std::bit_cast<float>(std::bit_cast<std::uint32_t>(x) - exponent_field));
+    return (m - 1.0) / (m + 1.0);
+  }
+
+  LUMENAR_KERNEL static double Estimate(float x, double s) noexcept {
+    const double log10_m = s * Polynomial(Detail::kLog10_polynomial, s * s);
+    return static_cast<double>(Exponent(x)) * Detail::kLog10_of_2.high + log10_m;
+  }
+
+  LUMENAR_KERNEL static Attempt Round(float x, double estimate) noexcept {
+    const Attempt attempt = Round_ends(estimate * (1 - kLog10_error), estimate * (1 + kLog10_error));
+    const std::int32_t special = x >= kSmallest_normal && x <= kLargest_float ? 0 : 1;
+    return {attempt.value, attempt.unsettled | special};
+  }
+};
 
 /// Scale is double, or float for a scale that float holds exactly: then the product in double is exact, and rounded to
 /// float it is what a multiplication in float gives at a fraction of the cost.
 template <class Scale>
-class To_decibel {
+class To_decibel : public Log10 {
  public:
   explicit To_decibel(double k) noexcept : k_(k), scale_(static_cast<Scale>(10.0 * k)) {}
 
-  template <Sums sums>
-  LUMENAR_KERNEL Attempt Try(float x) const noexcept {
-    const Attempt logarithm = Try_log10<sums>(x);
+  LUMENAR_KERNEL Attempt Round(float x, double estimate) const noexcept {
+    const Attempt logarithm = Log10::Round(x, estimate);
     return {static_cast<float>(scale_ * static_cast<Scale>(logarithm.value)), logarithm.unsettled};
   }
 
@@ -138,6 +118,7 @@ class To_decibel {
   Scale scale_;
 };
 
+/// k * 10^q in three steps: q = x / 10, then 10^q = 2^n * 2^t, then the factor.
 class To_linear {
  public:
   explicit To_linear(double k) noexcept : k_(k), one_end_(k * (1 - kPower_error)), other_end_(k * (1 + kPower_error)) {}
@@ -146,15 +127,24 @@ class To_linear {
     return std::abs(k_) >= kSmallest_factor && std::abs(k_) <= kLargest_factor;
   }
 
-  template <Sums sums>
-  LUMENAR_KERNEL Attempt Try(float x) const noexcept {
+  LUMENAR_KERNEL static float Reduce(float x) noexcept {
     float q = x / 10.0f;
     q = q < -kLargest_q ? -kLargest_q : q;
-    q = q > kLargest_q ? kLargest_q : q;
-    const double power = Power_estimate<sums>(static_cast<double>(q));
-    const auto one_end = static_cast<float>(power * one_end_);
-    const auto other_end = static_cast<float>(power * other_end_);
-    return {one_end, one_end == other_end ? 0 : 1};
+    return q > kLargest_q ? kLargest_q : q;
+  }
+
+  LUMENAR_KERNEL static double Estimate(float, float q) noexcept {
+    // Adding it rounds to an integer n and leaves n + 1023, the exponent field of 2^n, in the lowest bits of the sum.
+    constexpr double kRounder = 0x1.8p52 + 1023;
+    const double product = static_cast<double>(q) * Detail::kLog2_of_10.high;
+    const double rounded = product + kRounder;
+    const double t = product - (rounded - kRounder);
+    const auto power_of_2 = std::bit_cast<double>(std::bit_cast<std::uint64_t>(rounded) << 52);
+    return Polynomial(Detail::kExp2_polynomial, t) * power_of_2;
+  }
+
+  LUMENAR_KERNEL Attempt Round(float, double estimate) const noexcept {
+    return Round_ends(estimate * one_end_, estimate * other_end_);
   }
 
   float Certain(float x) const noexcept { return Decibel_to_linear(x, k_); }
@@ -165,6 +155,11 @@ class To_linear {
   double other_end_;
 };
 
+template <class Kernel>
+Attempt Try(const Kernel& kernel, float x) noexcept {
+  return kernel.Round(x, Kernel::Estimate(x, Kernel::Reduce(x)));
+}
+
 constexpr std::size_t kBlock = 64;
 
 template <class Kernel>
@@ -172,13 +167,18 @@ template <class Kernel>
   for (std::size_t i = 0; i < count; ++i) out[i] = kernel.Certain(in[i]);
 }
 
-/// kBlock samples. The result goes through a buffer of its own, since `in` may be `out` and is needed for the redo.
-template <Sums sums, class Kernel>
+/// kBlock samples, step by step: the steps of one sample wait for each other, those of a block overlap. The result goes
+/// through a buffer of its own, since `in` may be `out` and is needed for the redo.
+template <class Kernel>
 LUMENAR_KERNEL void Convert_block(const Kernel& kernel, const float* in, float* out) noexcept {
+  std::array<decltype(Kernel::Reduce(0.0f)), kBlock> reduced;
+  for (std::size_t i = 0; i < kBlock; ++i) reduced[i] = Kernel::Reduce(in[i]);
+  std::array<double, kBlock> estimate;
+  for (std::size_t i = 0; i < kBlock; ++i) estimate[i] = Kernel::Estimate(in[i], reduced[i]);
   std::array<float, kBlock> result;
   std::int32_t unsettled = 0;
   for (std::size_t i = 0; i < kBlock; ++i) {
-    const Attempt attempt = kernel.template Try<sums>(in[i]);
+    const Attempt attempt = kernel.Round(in[i], estimate[i]);
     result[i] = attempt.value;
     unsettled |= attempt.unsettled;
   }
@@ -187,32 +187,32 @@ LUMENAR_KERNEL void Convert_block(const Kernel& kernel, const float* in, float* 
 }
 
 /// The rest behind the last whole block is converted as a block too, filled up with 1.
-template <Sums sums, class Kernel>
+template <class Kernel>
 LUMENAR_KERNEL void Convert(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
   const std::size_t rest = count % kBlock;
-  for (std::size_t i = 0; i < count - rest; i += kBlock) Convert_block<sums>(kernel, in + i, out + i);
+  for (std::size_t i = 0; i < count - rest; i += kBlock) Convert_block(kernel, in + i, out + i);
   if (rest == 0) return;
   std::array<float, kBlock> padded;
   padded.fill(1.0f);
   std::copy_n(in + (count - rest), rest, padded.begin());
-  Convert_block<sums>(kernel, padded.data(), padded.data());
+  Convert_block(kernel, padded.data(), padded.data());
   std::copy_n(padded.begin(), rest, out + (count - rest));
 }
 
 template <class Kernel>
 void Convert_baseline(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
-  Convert<kBaseline_sums>(kernel, in, out, count);
+  Convert(kernel, in, out, count);
 }
 
 #if LUMENAR_X86_PATHS
 template <class Kernel>
 LUMENAR_AVX2 void Convert_avx2(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
-  Convert<Sums::fused>(kernel, in, out, count);
+  Convert(kernel, in, out, count);
 }
 
 template <class Kernel>
 LUMENAR_AVX512 void Convert_avx512(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
-  Convert<Sums::fused>(kernel, in, out, count);
+  Convert(kernel, in, out, count);
 }
 #endif
 
@@ -234,7 +234,7 @@ namespace Detail {
 
 bool Is_available(Kernel_path path) noexcept {
 #if LUMENAR_X86_PATHS
-  const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+  const bool avx2 = __builtin_cpu_supports("avx2");
   if (path == Kernel_path::avx2) return avx2;
   if (path == Kernel_path::avx512) {
     return avx2 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
@@ -275,7 +275,7 @@ void Decibel_to_linear(Kernel_path path, const float* in, float* out, std::size_
 }  // namespace Detail
 
 float Log10_correctly_rounded(float x) noexcept {
-  const Attempt attempt = Try_log10<kBaseline_sums>(x);
+  const Attempt attempt = Try(Log10(), x);
   if (attempt.unsettled == 0) return attempt.value;
   if (x == 0) return static_cast<float>(-kInfinity);
   if (!(x > 0)) return kNan;
@@ -289,7 +289,7 @@ float Linear_to_decibel(float x, double k) noexcept {
 float Decibel_to_linear(float x, double k) noexcept {
   const To_linear kernel(k);
   if (kernel.Has_estimate()) {
-    const Attempt attempt = kernel.Try<kBaseline_sums>(x);
+    const Attempt attempt = Try(kernel, x);
     if (attempt.unsettled == 0) return attempt.value;
   }
   const float q = x / 10.0f;
