@@ -48,14 +48,19 @@ void DeliverySchedule::Publish(const std::string& topic, const SamplePtr& sample
   }
 }
 
+/// Whether a held process lets this subscription pass, as the one that tries it.
+bool DeliverySchedule::PassesHold(const Subscription& subscription) {
+  Endpoint& endpoint = *subscription.endpoint;
+  if (endpoint.probe_due) {
+    endpoint.probe_due = false;
+    endpoint.probe = &subscription;
+  }
+  return endpoint.probe == &subscription;
+}
+
 /// Finds the place of a subscription that has a sample and no reason of its own to wait.
 void DeliverySchedule::Schedule(const SubscriptionPtr& subscription) {
-  Endpoint& endpoint = *subscription->endpoint;
-  if (!endpoint.held) {
-    MakeReady(subscription);
-  } else if (endpoint.probe_due) {
-    endpoint.probe_due = false;
-    endpoint.probe = subscription.get();
+  if (!subscription->endpoint->held || PassesHold(*subscription)) {
     MakeReady(subscription);
   } else {
     Park(subscription);
@@ -94,7 +99,7 @@ std::optional<DeliverySchedule::Delivery> DeliverySchedule::Next(SteadyTime now)
 /// Whether the process of a ready subscription stopped answering since it became ready.
 bool DeliverySchedule::MustPark(const Subscription& subscription, SteadyTime now) {
   Endpoint& endpoint = *subscription.endpoint;
-  if (endpoint.held) return endpoint.probe != &subscription;
+  if (endpoint.held) return !PassesHold(subscription);
   const auto silent = endpoint.in_flight.upper_bound(endpoint.last_answer);
   const auto count = static_cast<std::size_t>(std::distance(silent, endpoint.in_flight.end()));
   if (count < limits_.stuck_deliveries || now - *silent <= limits_.patience) return false;

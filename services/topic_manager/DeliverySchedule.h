@@ -71,6 +71,7 @@ class DeliverySchedule {
   void MakeReady(const SubscriptionPtr& subscription);
   void Park(const SubscriptionPtr& subscription);
   void Pause(const SubscriptionPtr& subscription, SteadyTime until);
+  static bool PassesHold(const Subscription& subscription);
   bool MustPark(const Subscription& subscription, SteadyTime now);
   Delivery Begin(const SubscriptionPtr& subscription, SteadyTime now);
   void EndpointAnswered(const EndpointPtr& endpoint, Outcome outcome, SteadyTime now);

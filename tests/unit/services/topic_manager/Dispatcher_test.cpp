@@ -1,0 +1,236 @@
+#include "services/topic_manager/Dispatcher.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <stdexcept>
+
+#include "samples.h"
+
+namespace Lumenar::Test {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Blocks those who pass until it opens.
+class Gate {
+ public:
+  void Open() {
+    Lock lock(mutex_);
+    open_ = true;
+    changed_.NotifyAll();
+  }
+  void Pass() {
+    Lock lock(mutex_);
+    while (!open_) changed_.Wait(mutex_);
+  }
+
+ private:
+  Mutex mutex_;
+  Condition changed_;
+  bool open_ GUARDED_BY(mutex_) = false;
+};
+
+class Recorder : public Subscriber {
+ public:
+  explicit Recorder(Gate* gate = nullptr) : gate_(gate) {}
+
+  Outcome Deliver(const Corvanta::SampleRecord& sample) override {
+    EXPECT_EQ(inside_.fetch_add(1), 0) << "two deliveries at a time";
+    ++begun_;
+    if (gate_ != nullptr) gate_->Pass();
+    Record(ValueOf(sample));
+    --inside_;
+    return Outcome::Delivered;
+  }
+
+  int Begun() const { return begun_; }
+  std::vector<int> Values() {
+    Lock lock(mutex_);
+    return values_;
+  }
+  bool WaitForCount(std::size_t count) {
+    const SteadyTime end = std::chrono::steady_clock::now() + 10s;
+    Lock lock(mutex_);
+    while (values_.size() < count && std::chrono::steady_clock::now() < end) changed_.WaitFor(mutex_, 10ms);
+    return values_.size() >= count;
+  }
+
+ private:
+  void Record(int value) {
+    Lock lock(mutex_);
+    values_.push_back(value);
+    changed_.NotifyAll();
+  }
+
+  Gate* const gate_;
+  std::atomic<int> inside_{0};
+  std::atomic<int> begun_{0};
+  Mutex mutex_;
+  Condition changed_;
+  std::vector<int> values_ GUARDED_BY(mutex_);
+};
+
+using RecorderPtr = boost::shared_ptr<Recorder>;
+
+bool WaitUntil(const std::function<bool()>& condition) {
+  const SteadyTime end = std::chrono::steady_clock::now() + 10s;
+  while (!condition() && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(1ms);
+  return condition();
+}
+
+Dispatcher::Limits QuickLimits() {
+  Dispatcher::Limits limits;
+  limits.idle_limit = 50ms;
+  return limits;
+}
+
+const Dispatcher::OnDropped kIgnore = [](auto&&...) {};
+
+TEST(Dispatcher, DeliversAllInOrderToEach) {
+  Dispatcher dispatcher(QuickLimits(), kIgnore);
+  std::vector<RecorderPtr> recorders;
+  for (long handle = 1; handle <= 8; ++handle) {
+    recorders.push_back(RecorderPtr(new Recorder));
+    dispatcher.Add(handle, "T", "host:1", recorders.back());
+  }
+  std::vector<int> expected;
+  for (int i = 0; i < 500; ++i) {
+    dispatcher.Publish("T", LongSample(i));
+    expected.push_back(i);
+  }
+  for (const RecorderPtr& recorder : recorders) {
+    ASSERT_TRUE(recorder->WaitForCount(500));
+    EXPECT_EQ(recorder->Values(), expected);
+  }
+}
+
+TEST(Dispatcher, HungSubscribersDelayNobodyElse) {
+  Gate gate;
+  const RecorderPtr healthy(new Recorder);
+  std::vector<RecorderPtr> hung;
+  Dispatcher dispatcher(QuickLimits(), kIgnore);
+  for (long handle = 1; handle <= 20; ++handle) {
+    hung.push_back(RecorderPtr(new Recorder(&gate)));
+    dispatcher.Add(handle, "T", "hung:" + std::to_string(handle), hung.back());
+  }
+  dispatcher.Add(100, "T", "healthy:1", healthy);
+  for (int i = 0; i < 10; ++i) dispatcher.Publish("T", LongSample(i));
+  EXPECT_TRUE(healthy->WaitForCount(10));
+  EXPECT_TRUE(WaitUntil([&] { return dispatcher.WorkerCount() > 20; })) << "a worker for each that hangs";
+  gate.Open();
+  for (const RecorderPtr& recorder : hung) EXPECT_TRUE(recorder->WaitForCount(10));
+  EXPECT_TRUE(WaitUntil([&] { return dispatcher.WorkerCount() <= QuickLimits().workers; })) << "idle workers end";
+}
+
+TEST(Dispatcher, AHungProcessTakesFewWorkers) {
+  Gate gate;
+  std::vector<RecorderPtr> hung;
+  Dispatcher dispatcher(QuickLimits(), kIgnore);
+  for (long handle = 1; handle <= 100; ++handle) {
+    hung.push_back(RecorderPtr(new Recorder(&gate)));
+    dispatcher.Add(handle, "T", "hung:1", hung.back());
+  }
+  dispatcher.Publish("T", LongSample(1));
+  const RecorderPtr healthy(new Recorder);
+  dispatcher.Add(101, "T", "healthy:1", healthy);
+  dispatcher.Publish("T", LongSample(2));
+  EXPECT_TRUE(healthy->WaitForCount(1));
+  EXPECT_LT(dispatcher.WorkerCount(), 16u);
+  gate.Open();
+  for (const RecorderPtr& recorder : hung) EXPECT_TRUE(recorder->WaitForCount(2));
+}
+
+TEST(Dispatcher, RemoveNeverWaitsAndNothingBeginsAfterIt) {
+  Gate gate;
+  const RecorderPtr hung(new Recorder(&gate));
+  Dispatcher dispatcher(QuickLimits(), kIgnore);
+  dispatcher.Add(1, "T", "host:1", hung);
+  for (int i = 0; i < 5; ++i) dispatcher.Publish("T", LongSample(i));
+  ASSERT_TRUE(WaitUntil([&] { return hung->Begun() == 1; }));
+  EXPECT_FALSE(dispatcher.Remove(1, "another topic"));
+  EXPECT_TRUE(dispatcher.Remove(1, "T"));
+  EXPECT_FALSE(dispatcher.Remove(1, "T"));
+  dispatcher.Publish("T", LongSample(9));
+  gate.Open();
+  EXPECT_TRUE(hung->WaitForCount(1));
+  EXPECT_TRUE(dispatcher.Stop(10s));
+  EXPECT_EQ(hung->Begun(), 1);
+}
+
+TEST(Dispatcher, AFullQueueDropsTheOldestAndCounts) {
+  Gate gate;
+  const RecorderPtr slow(new Recorder(&gate));
+  Dispatcher::Limits limits = QuickLimits();
+  limits.schedule.queue.samples = 3;
+  Dispatcher dispatcher(limits, kIgnore);
+  dispatcher.Add(1, "T", "host:1", slow);
+  dispatcher.Publish("T", LongSample(0));
+  ASSERT_TRUE(WaitUntil([&] { return slow->Begun() == 1; }));
+  for (int i = 1; i <= 10; ++i) dispatcher.Publish("T", LongSample(i));
+  const auto status = dispatcher.Subscriptions().at(0);
+  EXPECT_EQ(status.queued, 3u);
+  EXPECT_EQ(status.dropped, 7u);
+  gate.Open();
+  EXPECT_TRUE(slow->WaitForCount(4));
+  EXPECT_THAT(slow->Values(), testing::ElementsAre(0, 8, 9, 10));
+}
+
+class Failing : public Subscriber {
+ public:
+  explicit Failing(Outcome outcome) : outcome_(outcome) {}
+  Outcome Deliver(const Corvanta::SampleRecord&) override { return outcome_; }
+
+ private:
+  const Outcome outcome_;
+};
+
+TEST(Dispatcher, SaysWhomItDropped) {
+  std::atomic<long> dropped{0};
+  Dispatcher::Limits limits = QuickLimits();
+  limits.schedule.unreachable_limit = 150ms;
+  Dispatcher dispatcher(limits, [&](long handle, const std::string& topic, const std::string& address, Outcome) {
+    EXPECT_EQ(topic, "T");
+    EXPECT_EQ(address, "host:1");
+    dropped += handle;
+  });
+  dispatcher.Add(1, "T", "host:1", boost::shared_ptr<Subscriber>(new Failing(Outcome::Gone)));
+  dispatcher.Add(20, "T", "host:1", boost::shared_ptr<Subscriber>(new Failing(Outcome::Unreachable)));
+  dispatcher.Publish("T", LongSample(1));
+  EXPECT_TRUE(WaitUntil([&] { return dropped == 21; }));
+  EXPECT_THAT(dispatcher.Subscriptions(), testing::IsEmpty());
+}
+
+class Throwing : public Subscriber {
+ public:
+  Outcome Deliver(const Corvanta::SampleRecord&) override {
+    ++calls;
+    throw std::runtime_error("its own affair");
+  }
+  std::atomic<int> calls{0};
+};
+
+TEST(Dispatcher, AnExceptionCountsAsDelivered) {
+  const boost::shared_ptr<Throwing> subscriber(new Throwing);
+  Dispatcher dispatcher(QuickLimits(), kIgnore);
+  dispatcher.Add(1, "T", "host:1", subscriber);
+  for (int i = 0; i < 3; ++i) dispatcher.Publish("T", LongSample(i));
+  EXPECT_TRUE(WaitUntil([&] { return dispatcher.Subscriptions().at(0).delivered == 3; }));
+  EXPECT_EQ(subscriber->calls, 3);
+}
+
+TEST(Dispatcher, StopTellsOfDeliveriesUnderWay) {
+  Gate gate;
+  const RecorderPtr hung(new Recorder(&gate));
+  Dispatcher dispatcher(QuickLimits(), kIgnore);
+  dispatcher.Add(1, "T", "host:1", hung);
+  dispatcher.Publish("T", LongSample(1));
+  ASSERT_TRUE(WaitUntil([&] { return hung->Begun() == 1; }));
+  EXPECT_FALSE(dispatcher.Stop(10ms));
+  gate.Open();
+  EXPECT_TRUE(dispatcher.Stop(10s));
+}
+
+}  // namespace
+}  // namespace Lumenar::Test

@@ -1,0 +1,85 @@
+#include "services/topic_manager/TopicTable.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "samples.h"
+
+namespace Lumenar::Test {
+namespace {
+
+using testing::ElementsAre;
+
+class Table : public testing::Test {
+ protected:
+  static std::vector<std::string> Names(const TopicTable& table) {
+    std::vector<std::string> names;
+    for (const auto& status : table.All()) names.push_back(status.topic);
+    return names;
+  }
+  std::vector<SamplePtr> freed_;
+};
+
+TEST_F(Table, KeepsTheLastSampleAndCounts) {
+  TopicTable table({10, 1 << 20});
+  EXPECT_EQ(table.Last("A"), nullptr);
+  const SamplePtr last = LongSample(2);
+  table.Published("A", LongSample(1), freed_);
+  table.Published("A", last, freed_);
+  table.Subscribed("A", freed_);
+  EXPECT_EQ(table.Last("A"), last);
+  const auto status = table.All().at(0);
+  EXPECT_EQ(status.published, 2u);
+  EXPECT_EQ(status.subscribers, 1u);
+}
+
+TEST_F(Table, ATopicThatWasNeverPublishedGoesWithItsSubscribers) {
+  TopicTable table({10, 1 << 20});
+  table.Subscribed("A", freed_);
+  table.Subscribed("A", freed_);
+  table.Unsubscribed("A");
+  EXPECT_THAT(Names(table), ElementsAre("A"));
+  table.Unsubscribed("A");
+  EXPECT_THAT(Names(table), ElementsAre());
+  table.Unsubscribed("A");  // unknown: nothing happens
+}
+
+TEST_F(Table, AFullTableForgetsTheLongestUnpublishedTopicWithoutSubscribers) {
+  TopicTable table({3, 1 << 20});
+  table.Subscribed("A", freed_);
+  table.Published("A", LongSample(1), freed_);
+  table.Published("B", LongSample(1), freed_);
+  table.Published("C", LongSample(1), freed_);
+  table.Published("B", LongSample(2), freed_);
+  EXPECT_TRUE(table.Published("D", LongSample(1), freed_));
+  EXPECT_THAT(Names(table), ElementsAre("A", "B", "D"));
+}
+
+TEST_F(Table, ATableFullOfSubscribedTopicsTakesNoNewOne) {
+  TopicTable table({2, 1 << 20});
+  table.Subscribed("A", freed_);
+  table.Subscribed("B", freed_);
+  EXPECT_FALSE(table.Subscribed("C", freed_));
+  EXPECT_FALSE(table.Published("C", LongSample(1), freed_));
+  EXPECT_TRUE(table.Published("A", LongSample(1), freed_));
+}
+
+TEST_F(Table, LastSamplesAreBoundedInBytes) {
+  TopicTable table({1000, 100000});
+  for (int i = 0; i < 20; ++i) table.Published("T" + std::to_string(i), TraceSample(10000), freed_);  // 40 kB each
+  EXPECT_THAT(Names(table), ElementsAre("T18", "T19"));
+  EXPECT_LE(table.Bytes(), 100000u);
+  EXPECT_EQ(freed_.size(), 18u);
+}
+
+TEST_F(Table, ASampleBeyondTheBytesIsCountedButNotKept) {
+  TopicTable table({1000, 1000});
+  table.Subscribed("A", freed_);
+  EXPECT_TRUE(table.Published("A", TraceSample(10000), freed_));
+  EXPECT_EQ(table.Last("A"), nullptr);
+  EXPECT_EQ(table.All().at(0).published, 1u);
+  EXPECT_EQ(table.Bytes(), 0u);
+}
+
+}  // namespace
+}  // namespace Lumenar::Test
