@@ -1,7 +1,6 @@
 #pragma once
 
-#include <boost/shared_ptr.hpp>
-#include <string>
+#include <memory>
 
 #include "platform/components/GUI_AbleRegistration.h"
 
@@ -23,8 +22,8 @@ class GUI_Able_i : public GUI_AbleRegistration {
   void Remove(long token) noexcept override;
 
  private:
-  class Servant;
-  Servant* servant_;  // counted: released in the destructor
+  struct Impl;
+  const std::unique_ptr<Impl> impl_;
 };
 
 }  // namespace Lumenar

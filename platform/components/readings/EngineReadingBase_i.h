@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/components/GUI_AbleRegistration.h"
+#include "platform/base/InstanceCounter.h"
 #include "platform/components/ItemNamer.h"
 
 namespace Lumenar {
@@ -12,8 +12,10 @@ namespace Lumenar {
 /// Readings are owned by value by their engine code; the servant that the ORB calls is a counted inner part, so that a
 /// request in flight never meets freed memory. An owner's end closes the servant, takes it out of the registration and of
 /// the POA, and never waits; a request that comes later gets OBJECT_NOT_EXIST.
-class EngineReadingBase_i {
+class EngineReadingBase_i : private Counted<EngineReadingBase_i> {
  public:
+  static constexpr const char* kClassName = "EngineReadingBase_i";
+
   EngineReadingBase_i(Corvanta::ItemNamer& namer, const char* name);
   virtual ~EngineReadingBase_i() = default;
   EngineReadingBase_i(const EngineReadingBase_i&) = delete;

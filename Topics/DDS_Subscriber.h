@@ -1,0 +1,53 @@
+#pragma once
+
+#include <boost/function.hpp>
+#include <boost/noncopyable.hpp>
+
+#include "Topics/SubscriberServant.h"
+#include "platform/dds/DDS_BaseObj.h"
+
+namespace Corvanta {
+
+/// Counts subscribers of all record kinds together.
+class CountedSubscriber : private Lumenar::Counted<CountedSubscriber> {
+ public:
+  static constexpr const char* kClassName = "DDS_Subscriber";
+};
+
+/// The subscription of one topic for the lifetime of this object. T is the record kind: BASIC_TRACE::BT_DATA,
+/// VALUE_DOUBLE::VALUE or int.
+///
+/// Each sample is handed to the callback, with the topic's name, on the thread that delivers it; what the callback throws
+/// reaches the topic manager, for which the sample is delivered all the same. A sample of another kind is written to standard
+/// output and dropped.
+///
+/// Threads   any. Destruction waits for no callback: one that runs goes on, and a delivery that comes later ends quietly. A
+///           callback that refers to its owner is therefore guarded by the owner's UpcallGate.
+template <class T>
+class DDS_Subscriber : public DDS_BaseObj, private boost::noncopyable, private CountedSubscriber {
+ public:
+  using Callback = boost::function<void(const char*, T)>;
+
+  /// Samples may come before this has returned. An empty callback throws boost::bad_function_call at each delivery.
+  /// Errors   CORBA system exceptions of activation and of the manager's Subscribe.
+  DDS_Subscriber(const char* topic, Callback callback) : servant_(new SubscriberServant<T>(topic, std::move(callback))) {
+    servant_->SetHandle(DdsBase().Subscribe(topic, servant_.Reference()));
+  }
+
+  /// Unsubscribes, once; a manager that is away is ignored. Never throws.
+  ~DDS_Subscriber() {
+    servant_->Close();  // before the manager is called, so that no delivery begins meanwhile
+    DdsBase().Unsubscribe(servant_->Topic().c_str(), servant_->Handle());
+  }
+
+  /// A delivery from within the process.
+  void DDS_Callback(const CORBA::Any& sample) { servant_->DDS_Callback(sample); }
+
+  /// The handle that the manager's Subscribe returned.
+  CORBA::Long GetId() const noexcept { return servant_->Handle(); }
+
+ private:
+  OwnedServant<DDS_Sub, SubscriberServant<T>> servant_;
+};
+
+}  // namespace Corvanta

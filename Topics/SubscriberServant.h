@@ -1,0 +1,83 @@
+#pragma once
+
+#include <atomic>
+#include <boost/function.hpp>
+#include <string>
+#include <utility>
+
+#include "Topics/FillVal.h"
+#include "Topics/TopicRecord.h"
+#include "platform/base/Diagnostic.h"
+#include "platform/base/InstanceCounter.h"
+#include "platform/orb/OwnedServant.h"
+
+namespace Corvanta {
+
+/// Counts subscriber servants of all record kinds together.
+class CountedSubscriberServant : private Lumenar::Counted<CountedSubscriberServant> {
+ public:
+  static constexpr const char* kClassName = "SubscriberServant";
+};
+
+/// The counted part of a DDS_Subscriber, which the ORB calls.
+/// Threads   any; deliveries that arrive together run together.
+template <class T>
+class SubscriberServant : public POA_Corvanta::DDS_Sub, public ClosableServant, private CountedSubscriberServant {
+ public:
+  using Callback = boost::function<void(const char*, T)>;
+
+  SubscriberServant(const char* topic, Callback callback) : topic_(topic), callback_(std::move(callback)) {}
+
+  const std::string& Topic() const noexcept { return topic_; }
+  CORBA::Long Handle() const noexcept { return handle_; }
+  void SetHandle(CORBA::Long handle) noexcept { handle_ = handle; }
+
+  CORBA::Long GetId() override {
+    RequireOpen();
+    return handle_;
+  }
+
+  /// A sample in an any that is in memory already.
+  void DDS_Callback(const CORBA::Any& any) override {
+    if (IsClosed()) return;
+    T record{};
+    Deliver(FillVal<T>(record, any) ? &record : nullptr);
+  }
+
+  /// Deliveries off the wire go through the any guard, which hands over a decoded record.
+  CORBA::Boolean _dispatch(omniCallHandle& handle) override {
+    return DispatchCallback(handle, this, [this](SampleRecord&& sample) { DeliverDecoded(sample); }) ||
+           POA_Corvanta::DDS_Sub::_dispatch(handle);
+  }
+
+ protected:
+  ~SubscriberServant() override = default;
+
+ private:
+  void DeliverDecoded(const SampleRecord& sample) {
+    if (!IsClosed()) Deliver(RecordIn<T>(sample));
+  }
+
+  /// `record` is null for a sample of another kind. An empty callback throws boost::bad_function_call.
+  template <class Record>
+  void Deliver(const Record* record) {
+    if (record == nullptr) {
+      WriteUnfit();
+    } else {
+      callback_(topic_.c_str(), *record);
+    }
+  }
+
+  /// Both lines in one write, so that those of other threads do not come between.
+  void WriteUnfit() const {
+    const std::string signature =
+        std::string("void Corvanta::DDS_Subscriber<T>::DDS_Callback(const CORBA::Any&) [with T = ") + TopicRecord<T>::kName + "]";
+    Lumenar::WriteOut(signature + " error filling message \ntopic is " + topic_);
+  }
+
+  const std::string topic_;
+  const Callback callback_;
+  std::atomic<CORBA::Long> handle_{0};  // a first delivery may come before Subscribe has returned
+};
+
+}  // namespace Corvanta

@@ -1,0 +1,107 @@
+#include "platform/components/GUI_Able_i.h"
+
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "GuiAble.hh"
+#include "platform/base/InstanceCounter.h"
+#include "platform/base/Mutex.h"
+#include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/OwnedServant.h"
+
+namespace Lumenar {
+namespace {
+
+using Corvanta::ORB_base;
+using Corvanta::ORB_wrapper;
+
+constexpr const char* kName = "GUI_ABLE";
+
+ORB_wrapper& CurrentWrapper() {
+  auto* wrapper = ORB_base::HasCurrent() ? dynamic_cast<ORB_wrapper*>(&ORB_base::Current()) : nullptr;
+  if (wrapper == nullptr) throw std::logic_error("GUI_Able_i: expected an ORB_wrapper in this process, found none");
+  return *wrapper;
+}
+
+void Fill(Corvanta::Item& item, const GUI_AbleRegistration::Entry& entry) {
+  item.name = entry.name.c_str();
+  item.type_name = entry.type_name.c_str();
+  item.settable = entry.settable;
+  item.topic = entry.topic.c_str();
+  item.reference = Corvanta::EngineReadingBase::_duplicate(entry.reference);
+}
+
+/// The list of items, and what the ORB calls.
+class Servant : public POA_Corvanta::GUI_Able, public Corvanta::ClosableServant {
+ public:
+  explicit Servant(std::string engine) : engine_(std::move(engine)) {}
+
+  long Add(const GUI_AbleRegistration::Entry& entry) {
+    Lock lock(mutex_);
+    items_.emplace(++last_token_, entry);
+    return last_token_;
+  }
+
+  void Remove(long token) noexcept {
+    Lock lock(mutex_);
+    items_.erase(token);
+  }
+
+  char* EngineName() override {
+    RequireOpen();
+    return CORBA::string_dup(engine_.c_str());
+  }
+
+  Corvanta::ItemSeq* Items() override {
+    RequireOpen();
+    Corvanta::ItemSeq_var all = new Corvanta::ItemSeq;
+    Lock lock(mutex_);
+    all->length(static_cast<CORBA::ULong>(items_.size()));
+    CORBA::ULong i = 0;
+    for (const auto& [token, entry] : items_) Fill(all[i++], entry);
+    return all._retn();
+  }
+
+  Corvanta::InstanceCountSeq* Instances() override {
+    RequireOpen();
+    const auto counts = InstanceCounter::All();
+    Corvanta::InstanceCountSeq_var all = new Corvanta::InstanceCountSeq;
+    all->length(static_cast<CORBA::ULong>(counts.size()));
+    for (CORBA::ULong i = 0; i < all->length(); ++i) {
+      all[i].class_name = counts[i].first.c_str();
+      all[i].live = static_cast<CORBA::Long>(counts[i].second);
+    }
+    return all._retn();
+  }
+
+ protected:
+  ~Servant() override = default;
+
+ private:
+  const std::string engine_;
+  Mutex mutex_;  // a leaf
+  std::map<long, GUI_AbleRegistration::Entry> items_ GUARDED_BY(mutex_);  // tokens rise: in order of registration
+  long last_token_ GUARDED_BY(mutex_) = 0;
+};
+
+}  // namespace
+
+struct GUI_Able_i::Impl {
+  explicit Impl(ORB_wrapper& wrapper) : servant(new Servant(wrapper.EngineName())) {
+    wrapper.Register(kName, servant.Reference());
+  }
+
+  Corvanta::OwnedServant<Corvanta::GUI_Able, Servant> servant;
+};
+
+GUI_Able_i::GUI_Able_i() : impl_(std::make_unique<Impl>(CurrentWrapper())) {}
+
+GUI_Able_i::~GUI_Able_i() = default;
+
+long GUI_Able_i::Add(const Entry& entry) { return impl_->servant->Add(entry); }
+
+void GUI_Able_i::Remove(long token) noexcept { impl_->servant->Remove(token); }
+
+}  // namespace Lumenar

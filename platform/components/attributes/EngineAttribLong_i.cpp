@@ -1,0 +1,39 @@
+#include "platform/components/attributes/EngineAttribLong_i.h"
+
+#include "platform/components/attributes/AttribServant.h"
+
+namespace Corvanta {
+namespace {
+
+constexpr ItemKind kKind{"long", true};
+
+class Servant : public AttribServant<POA_Corvanta::EngineAttribLong, int, CORBA::Long> {
+ public:
+  Servant(ItemInfo info, Value value, Callback callback, const EngineAttribLongParams& limits)
+      : AttribServant(std::move(info), std::move(value), std::move(callback)), limits_(limits) {}
+
+  void Set(CORBA::Long value) override {
+    RequireOpen();
+    if (value < limits_.lower || value > limits_.upper) throw LimitsExceeded(value, limits_.lower, limits_.upper);
+    Accept(value);
+  }
+
+  LongLimits Limits() override {
+    RequireOpen();
+    return {limits_.lower, limits_.upper};
+  }
+
+ protected:
+  ~Servant() override = default;
+
+ private:
+  const EngineAttribLongParams limits_;
+};
+
+}  // namespace
+
+EngineAttribLong_i::EngineAttribLong_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
+                                       int initial, Callback callback, const EngineAttribLongParams& limits)
+    : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial, std::move(callback), limits) {}
+
+}  // namespace Corvanta

@@ -1,0 +1,33 @@
+#include "platform/components/attributes/EngineAttribVoid_i.h"
+
+#include <utility>
+
+namespace Corvanta {
+namespace {
+
+constexpr ItemKind kKind{"void", true};
+
+class Servant : public ReadingServant<POA_Corvanta::EngineAttribVoid> {
+ public:
+  Servant(ItemInfo info, EngineAttribVoid_i::Callback callback)
+      : ReadingServant(std::move(info)), callback_(std::move(callback)) {}
+
+  void Set() override {
+    RequireOpen();
+    if (callback_) callback_();
+  }
+
+ protected:
+  ~Servant() override = default;
+
+ private:
+  const EngineAttribVoid_i::Callback callback_;
+};
+
+}  // namespace
+
+EngineAttribVoid_i::EngineAttribVoid_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
+                                       Callback callback)
+    : EngineReadingBase_i(namer, name), servant_(registration, new Servant(ItemInfo(*this, kKind), std::move(callback))) {}
+
+}  // namespace Corvanta

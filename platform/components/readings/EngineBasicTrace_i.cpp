@@ -1,0 +1,26 @@
+#include "platform/components/readings/EngineBasicTrace_i.h"
+
+#include "Topics/FillVal.h"
+
+namespace Corvanta {
+namespace {
+
+constexpr ItemKind kKind{"BasicTrace", false};
+
+using Servant = ValueServant<POA_Corvanta::EngineBasicTrace, BASIC_TRACE::BT_DATA, BASIC_TRACE::BT_DATA*>;
+
+}  // namespace
+
+EngineBasicTrace_i::EngineBasicTrace_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
+                                       const BASIC_TRACE::BT_DATA& initial)
+    : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial) {}
+
+template <>
+bool FillVal<BASIC_TRACE::BT_DATA>(BASIC_TRACE::BT_DATA& out, const CORBA::Any& any) {
+  const BASIC_TRACE::BT_DATA* record = nullptr;  // stays owned by the any
+  if (!(any >>= record)) return false;
+  out = *record;
+  return true;
+}
+
+}  // namespace Corvanta

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "EngineReading.hh"
+#include "platform/components/readings/ServedReading.h"
+
+namespace Corvanta {
+
+/// A reading whose value is a trace of samples.
+class EngineBasicTrace_i : public ServedReading<BASIC_TRACE::BT_DATA, EngineBasicTrace> {
+ public:
+  /// Errors   CORBA system exceptions.
+  EngineBasicTrace_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
+                     const BASIC_TRACE::BT_DATA& initial);
+
+  /// Stores and publishes.
+  EngineBasicTrace_i& operator=(const BASIC_TRACE::BT_DATA& value) {
+    value_->Assign(value);
+    return *this;
+  }
+
+  /// A deep copy of the present value, newly allocated; the caller deletes it.
+  BASIC_TRACE::BT_DATA* Get() const { return value_->NewCopy(); }
+};
+
+}  // namespace Corvanta

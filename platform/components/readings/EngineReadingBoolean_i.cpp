@@ -1,0 +1,26 @@
+#include "platform/components/readings/EngineReadingBoolean_i.h"
+
+#include "Topics/FillVal.h"
+
+namespace Corvanta {
+namespace {
+
+constexpr ItemKind kKind{"boolean", false};
+
+using Servant = ValueServant<POA_Corvanta::EngineReadingBoolean, bool, CORBA::Boolean>;
+
+}  // namespace
+
+EngineReadingBoolean_i::EngineReadingBoolean_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
+                                               bool initial)
+    : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial) {}
+
+template <>
+bool FillVal<bool>(bool& out, const CORBA::Any& any) {
+  CORBA::Boolean record = false;
+  if (!(any >>= CORBA::Any::to_boolean(record))) return false;
+  out = record;
+  return true;
+}
+
+}  // namespace Corvanta

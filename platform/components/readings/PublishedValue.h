@@ -1,0 +1,79 @@
+#pragma once
+
+#include <atomic>
+#include <boost/enable_shared_from_this.hpp>
+#include <boost/shared_ptr.hpp>
+#include <string>
+
+#include "Topics/DDS_Publisher.h"
+#include "platform/base/Mutex.h"
+#include "platform/components/HoldReadings.h"
+
+namespace Corvanta {
+
+/// The value of a reading or attribute and its publication, shared by the owner and the servant that the ORB calls.
+///
+/// Threads   any. Readers wait for nothing but the copy of a record, never for a publication.
+template <class T>
+class PublishedValue : public Lumenar::HeldPublication, public boost::enable_shared_from_this<PublishedValue<T>> {
+ public:
+  PublishedValue(const std::string& topic, const T& initial)
+      : publisher_(topic.c_str()), value_(initial), hold_(Lumenar::HoldReadings::CreateInstance()) {}
+
+  const std::string& Topic() const noexcept { return publisher_.Topic(); }
+
+  /// Stores and publishes. A record as long as the last one is copied into the buffer that is there.
+  ///
+  /// The lock on the order is held over the publication, a remote call that the time limit of calls bounds: publications come
+  /// in the order of the assignments, and each assignment is published.
+  void Assign(const T& record) {
+    Lumenar::Lock in_order(order_);
+    {
+      Lumenar::Lock lock(value_mutex_);
+      value_ = record;
+    }
+    PublishUnlessHeld();
+  }
+
+  T Get() const {
+    Lumenar::Lock lock(value_mutex_);
+    return value_;
+  }
+
+  /// The value in memory that the caller deletes, as CORBA returns structures of variable length.
+  T* NewCopy() const {
+    Lumenar::Lock lock(value_mutex_);
+    return new T(value_);
+  }
+
+  /// Publishes nothing from now on; assignments are still stored. Waits for nothing.
+  void Close() noexcept { closed_ = true; }
+
+  void PublishHeld() noexcept override {
+    Lumenar::Lock in_order(order_);
+    if (!held_) return;  // a later assignment has published it already
+    held_ = false;
+    PublishUnlessHeld();
+  }
+
+ private:
+  /// While a held publication waits for its turn, a later assignment takes its place in it: nothing is deferred twice.
+  void PublishUnlessHeld() REQUIRES(order_) {
+    if (closed_) return;
+    held_ = held_ && hold_->IsHolding() ? true : hold_->Defer(this->weak_from_this());
+    if (!held_) Publish();
+  }
+
+  /// Reads the value without its lock: it changes under both locks only.
+  void Publish() REQUIRES(order_) NO_THREAD_SAFETY_ANALYSIS { publisher_.Publish(value_); }
+
+  Lumenar::Mutex order_;
+  mutable Lumenar::Mutex value_mutex_;  // a leaf, taken inside order_
+  DDS_Publisher<T> publisher_;  // called under order_
+  T value_ GUARDED_BY(value_mutex_);
+  bool held_ GUARDED_BY(order_) = false;
+  const boost::shared_ptr<Lumenar::HoldReadings> hold_;
+  std::atomic<bool> closed_{false};
+};
+
+}  // namespace Corvanta

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include "EngineReading.hh"
+#include "platform/base/InstanceCounter.h"
+#include "platform/components/readings/EngineReadingBase_i.h"
+#include "platform/components/readings/PublishedValue.h"
+#include "platform/orb/OwnedServant.h"
+
+namespace Corvanta {
+
+/// What is the same for all readings or attributes of one class.
+struct ItemKind {
+  const char* type_name;  ///< as in TypeInfo
+  bool settable;          ///< an attribute
+};
+
+/// What a reading or attribute says of itself.
+struct ItemInfo {
+  ItemInfo(const Lumenar::EngineReadingBase_i& item, const ItemKind& item_kind)
+      : name(item.GetName()), topic(item.GetDDS_Topic()), kind(item_kind) {}
+
+  std::string name;
+  std::string topic;
+  ItemKind kind;
+};
+
+/// Counts the servants of all readings and attributes together.
+class CountedReadingServant : private Lumenar::Counted<CountedReadingServant> {
+ public:
+  static constexpr const char* kClassName = "ReadingServant";
+};
+
+/// The counted part of a reading or attribute, which the ORB calls: what all kinds have in common. Skeleton is the kind's.
+template <class Skeleton>
+class ReadingServant : public Skeleton, public ClosableServant, private CountedReadingServant {
+ public:
+  explicit ReadingServant(ItemInfo info) : info_(std::move(info)) {}
+
+  const ItemInfo& Info() const noexcept { return info_; }
+
+  char* DDS_Value() override {
+    RequireOpen();
+    return CORBA::string_dup(info_.topic.c_str());
+  }
+
+  char* Name() override {
+    RequireOpen();
+    return CORBA::string_dup(info_.name.c_str());
+  }
+
+  TypeInfo* CORBA_Type() override {
+    RequireOpen();
+    TypeInfo_var type = new TypeInfo;
+    type->name = info_.name.c_str();
+    type->type_name = info_.kind.type_name;
+    return type._retn();
+  }
+
+ protected:
+  ~ReadingServant() override = default;
+
+ private:
+  const ItemInfo info_;
+};
+
+/// The servant of a reading or attribute that has a value: T as its engine sees it, Result as the IDL's Get returns it.
+template <class Skeleton, class T, class Result>
+class ValueServant : public ReadingServant<Skeleton> {
+ public:
+  using Value = boost::shared_ptr<PublishedValue<T>>;
+
+  ValueServant(ItemInfo info, Value value) : ReadingServant<Skeleton>(std::move(info)), value_(std::move(value)) {}
+
+  Result Get() override {
+    this->RequireOpen();
+    if constexpr (std::is_pointer_v<Result>) {
+      return value_->NewCopy();
+    } else {
+      return value_->Get();
+    }
+  }
+
+ protected:
+  ~ValueServant() override = default;
+
+  const Value value_;
+};
+
+}  // namespace Corvanta
