@@ -1,0 +1,130 @@
+#include "Value/Unit_conversion.h"
+
+#include "Value/conversion_table.h"
+#include "tests/unit/Value/value_checks.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <limits>
+#include <vector>
+
+namespace Lumenar::Value {
+namespace {
+
+struct Pair {
+  Units from;
+  Units to;
+};
+
+const Pair kPairs[] = {
+    {C_Watts, C_Watts},
+    {C_Watts, Scaled(C_Watts, -3)},
+    {Scaled(C_Watts, -3), Scaled(C_Watts, -3)},
+    {Scaled(C_Watts, -3), Scaled(C_Watts, 6)},
+    {C_DgreeC, C_DgreeF},
+    {C_DgreeF, C_Kelvin},
+    {C_Kelvin, Make_unit(U_DegreeF, -1)},
+    {Units{false, -3, {{{U_Volt, 1}, {U_DegreeC, -1}}}}, Units{false, 3, {{{U_Volt, 1}, {U_DegreeF, -1}}}}},
+    {Make_unit(U_Inch), Make_unit(U_Meter, 1, -6)},
+    {Make_unit(U_Byte, 1, 10), Make_unit(U_Bit, 1, 3)},
+    {C_Watts, In_dB(Scaled(C_Watts, -3))},
+    {In_dB(C_Watts), C_Watts},
+    {In_dB(C_VoltAmps), In_dB(Scaled(C_Watts, -3))},
+};
+
+template <class T>
+class UnitConversion : public testing::Test {
+ protected:
+  static std::vector<T> Numbers() {
+    using Limits = std::numeric_limits<T>;
+    std::vector<T> numbers = {T(0),          T(-0.0),         T(1),          T(-1),           T(0.1),
+                              T(273.15),     T(-40),          T(100),        Limits::max(),   Limits::min(),
+                              Limits::denorm_min(), Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN()};
+    while (numbers.size() < 67) {
+      numbers.push_back(T(numbers.size()) * T(0.37) - T(9));
+    }
+    return numbers;
+  }
+
+  static auto Bits(T x) {
+    if constexpr (sizeof(T) == 4) {
+      return std::bit_cast<std::uint32_t>(x);
+    } else {
+      return std::bit_cast<std::uint64_t>(x);
+    }
+  }
+};
+
+using Precisions = testing::Types<float, double>;
+TYPED_TEST_SUITE(UnitConversion, Precisions);
+
+TYPED_TEST(UnitConversion, AnArrayGivesTheBitsOfSingleValues) {
+  for (const Pair& pair : kPairs) {
+    const auto plan = Unit_conversion<TypeParam>::Plan(pair.from, pair.to);
+    const std::vector<TypeParam> numbers = this->Numbers();
+    for (std::size_t count = 0; count <= numbers.size(); ++count) {
+      const TypeParam sentinel(-12345);
+      std::vector<TypeParam> out(count + 1, sentinel);
+      plan.Apply(numbers.data(), out.data(), count);
+      for (std::size_t i = 0; i < count; ++i) {
+        const Value_object<TypeParam> single(numbers[i], pair.from, 0, 0);
+        const TypeParam expected = single.Convert_to(pair.to).Get_value();
+        if (!std::isnan(expected) || !std::isnan(out[i])) {
+          ASSERT_EQ(this->Bits(out[i]), this->Bits(expected))
+              << Units_text(pair.from) << " to " << Units_text(pair.to) << " of " << numbers[i];
+        }
+      }
+      ASSERT_EQ(out[count], sentinel);
+    }
+  }
+}
+
+TYPED_TEST(UnitConversion, InPlaceIsTheSame) {
+  for (const Pair& pair : kPairs) {
+    const auto plan = Unit_conversion<TypeParam>::Plan(pair.from, pair.to);
+    const std::vector<TypeParam> numbers = this->Numbers();
+    std::vector<TypeParam> out(numbers.size());
+    std::vector<TypeParam> in_place = numbers;
+    plan.Apply(numbers.data(), out.data(), numbers.size());
+    plan.Apply(in_place.data(), in_place.data(), in_place.size());
+    for (std::size_t i = 0; i < out.size(); ++i) {
+      EXPECT_TRUE(this->Bits(out[i]) == this->Bits(in_place[i]) || std::isnan(out[i]));
+    }
+  }
+}
+
+TYPED_TEST(UnitConversion, IdentityIsKnown) {
+  using Plan = Unit_conversion<TypeParam>;
+  EXPECT_TRUE(Plan().Is_identity());
+  EXPECT_TRUE(Plan::Plan(C_Watts, C_Watts).Is_identity());
+  EXPECT_TRUE(Plan::Plan(C_VoltAmps, C_Watts).Is_identity());
+  EXPECT_FALSE(Plan::Plan(C_Watts, In_dB(C_Watts)).Is_identity());
+  EXPECT_FALSE(Plan::Plan(C_DgreeC, C_Kelvin).Is_identity());
+  EXPECT_FALSE(Plan::Plan(C_Watts, Scaled(C_Watts, 1)).Is_identity());
+  const Units per_volt_amp{false, 0, {{{U_Volt, -1}, {U_Ampere, -1}}}};
+  EXPECT_FALSE(Plan::Plan(per_volt_amp, C_Watts).Is_identity()) << "the number is turned over";
+}
+
+TEST(UnitConversionFloat, ToOnesOwnScaledUnitRoundsTwiceAndSoIsNoIdentity) {
+  const Units milli = Scaled(C_Watts, -3);
+  EXPECT_FALSE(Unit_conversion<float>::Plan(milli, milli).Is_identity());
+  EXPECT_TRUE(Unit_conversion<double>::Plan(milli, milli).Is_identity());
+}
+
+TEST(ConversionTable, HasTheRowsInTheirOrder) {
+  const Pair expected[] = {
+      {C_Volt2PerOhms, C_Watts}, {C_VoltAmps, C_Watts}, {C_Amps2Ohms, C_Watts},
+      {C_DgreeC, C_DgreeF},      {C_DgreeF, C_DgreeC},  {C_DgreeC, C_Kelvin},
+      {C_DgreeF, C_Kelvin},      {C_Kelvin, C_DgreeC},  {C_Kelvin, C_DgreeF},
+  };
+  ASSERT_EQ(Unit_conv_vect.size(), std::size(expected));
+  for (std::size_t i = 0; i < Unit_conv_vect.size(); ++i) {
+    EXPECT_EQ(Unit_conv_vect[i].source, expected[i].from);
+    EXPECT_EQ(Unit_conv_vect[i].target, expected[i].to);
+    EXPECT_EQ(Units_library::Arrange_tuple(Unit_conv_vect[i].source), Unit_conv_vect[i].source) << "arranged";
+  }
+}
+
+}  // namespace
+}  // namespace Lumenar::Value
