@@ -34,7 +34,7 @@ constexpr const char* kFooter =
 
 void DefineOptions(CLI::App& app, Options& options) {
   app.add_option("--timeout", options.timeout_s, "Limit of every remote call, in seconds")
-      ->check(CLI::Range(0.001, 86400.0))
+      ->check(CheckSeconds)
       ->capture_default_str();
   app.add_flag("--json", options.json, "Write JSON, one object a line");
   app.add_option("--factory", options.factory, "Registered name of the math engine")->capture_default_str();
@@ -106,6 +106,12 @@ int Run(const Command& command) {
     WriteError(fmt::format("mathctl: {}", Client::Printable(exception.what())));
     return kUsage;
   }
+}
+
+std::string CheckSeconds(const std::string& text) {
+  double seconds = 0;
+  const bool is_number = CLI::detail::lexical_cast(text, seconds);
+  return is_number && seconds >= 0.001 && seconds <= 86400 ? "" : "a number of seconds from 0.001 to 86400 is needed";
 }
 
 std::int32_t RequireMathId(const std::string& text) {

@@ -63,6 +63,9 @@ bool Parse(int argc, const char* const* argv, Command& command, int& exit_code);
 /// Runs a parsed command against the platform; writes what goes wrong to standard error. Returns the exit code.
 int Run(const Command& command);
 
+/// Of an option that is a time: empty when the text is one that can be waited, else what is wrong.
+std::string CheckSeconds(const std::string& text);
+
 /// The id in "math:3" or "3". Errors   Error BadArgument.
 std::int32_t RequireMathId(const std::string& text);
 

@@ -123,7 +123,7 @@ void DefineWatch(CLI::App& app, Command& command) {
   const auto arguments = std::make_shared<Arguments>();
   verb->add_option("READING", arguments->readings, "Readings, or math objects as math:3")->required();
   verb->add_option("-n", arguments->results, "End after so many values in all");
-  verb->add_option("--for", arguments->seconds, "End after so many seconds")->check(CLI::PositiveNumber);
+  verb->add_option("--for", arguments->seconds, "End after so many seconds")->check(CheckSeconds);
   verb->add_flag("--samples", arguments->samples, "With --json: all samples of each trace");
   verb->callback([&command, arguments] {
     command.ends_on_signal = true;

@@ -1,0 +1,83 @@
+#include "client/Address.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "client/Error.h"
+
+namespace Lumenar::Client {
+namespace {
+
+using testing::HasSubstr;
+
+TEST(MathIdFromText, Table) {
+  struct Row {
+    const char* text;
+    std::optional<std::int32_t> id;
+  };
+  const Row kRows[] = {
+      {"math:3", 3},     {"3", 3},        {"0", 0},           {"math:0", 0},  {"2147483647", 2147483647},
+      {"2147483648", {}}, {"-1", {}},     {"-0", {}},         {"math:-1", {}}, {"+1", {}},
+      {"math:", {}},     {"", {}},        {"3a", {}},         {" 3", {}},     {"3 ", {}},
+      {"Math:3", {}},    {"math:math:3", {}}, {"PROBE/1/3", {}}, {"1.0", {}},
+  };
+  for (const Row& row : kRows) EXPECT_EQ(MathIdFromText(row.text), row.id) << '"' << row.text << '"';
+}
+
+class MatchReadingTest : public testing::Test {
+ protected:
+  const std::vector<ReadingName> names_{
+      {"MATHFACTORY/1", "TYPE"}, {"MATHFACTORY/1", "RESULT"}, {"MATHFACTORY/1", "RESULT.2"},
+      {"PROBE/1", "WAKEUP"},     {"PROBE/1", "START"},        {"PROBE/2", "WAKEUP"},
+      {"SIM/1", "LEVEL"},        {"SIM/1", "bell\a"},         {"SIM/1", "PROBE/1/START"},
+  };
+
+  ErrorKind KindFor(const std::string& text, std::string* message = nullptr) const {
+    try {
+      MatchReading(text, names_);
+    } catch (const Error& error) {
+      if (message != nullptr) *message = error.what();
+      return error.Kind();
+    }
+    ADD_FAILURE() << text << " was found";
+    return ErrorKind::Refused;
+  }
+};
+
+TEST_F(MatchReadingTest, FindsByEveryFormThatFitsOnce) {
+  struct Row {
+    const char* text;
+    std::size_t index;
+    const char* why;
+  };
+  const Row kRows[] = {
+      {"PROBE/1/WAKEUP", 3, "in full"},
+      {"PROBE/2/WAKEUP", 5, "in full, the other instance"},
+      {"MATHFACTORY/RESULT.2", 2, "without the instance"},
+      {"LEVEL", 6, "the item alone"},
+      {"RESULT", 1, "a whole item name, not the beginning of one"},
+      {"bell\a", 7, "byte for byte"},
+      {"bell\\x07", 7, "as it is printed"},
+      {"PROBE/1/START", 4, "the fullest form wins over an item that happens to have this name"},
+  };
+  for (const Row& row : kRows) EXPECT_EQ(MatchReading(row.text, names_), row.index) << row.why;
+}
+
+TEST_F(MatchReadingTest, SaysWhatATextMayMean) {
+  std::string message;
+  EXPECT_EQ(KindFor("WAKEUP", &message), ErrorKind::BadArgument);
+  EXPECT_THAT(message, HasSubstr("PROBE/1/WAKEUP, PROBE/2/WAKEUP"));
+  EXPECT_EQ(KindFor("PROBE/WAKEUP"), ErrorKind::BadArgument);
+}
+
+TEST_F(MatchReadingTest, RefusesWhatIsNotThere) {
+  std::string message;
+  EXPECT_EQ(KindFor("wake\nup", &message), ErrorKind::NotFound);
+  EXPECT_EQ(message, "no reading \"wake\\x0aup\"");
+  for (const char* text : {"", "/", "PROBE", "PROBE/1", "PROBE/3/WAKEUP", "level", "PROBE/1/WAKEUP "}) {
+    EXPECT_EQ(KindFor(text), ErrorKind::NotFound) << '"' << text << '"';
+  }
+}
+
+}  // namespace
+}  // namespace Lumenar::Client
