@@ -39,6 +39,12 @@ bool CombineAsTheyStand(const Units& a, const Units& b) {
   return a.is_dB && b.is_dB && gain;
 }
 
+/// To the bit: zeros of different sign differ.
+bool SameErrors(const MathTrace::Sample& a, const MathTrace::Sample& b) {
+  const auto bits = [](float number) { return std::bit_cast<std::uint32_t>(number); };
+  return bits(a.Get_minus_err()) == bits(b.Get_minus_err()) && bits(a.Get_plus_err()) == bits(b.Get_plus_err());
+}
+
 /// Errors   MathFactoryException unless a 32-bit float represents the integer exactly.
 float ExactFloat(int number) {
   const std::uint64_t magnitude = static_cast<std::uint64_t>(std::llabs(number));
@@ -271,7 +277,10 @@ void MathTrace::Add_dB() {
     });
     list_.SetForm(first);
   } else {
-    SampleBySample([&](Sample& entry, std::size_t) { entry = positive(entry).Convert_to(target); });
+    SampleBySample([&](Sample& entry, std::size_t) {
+      entry = positive(entry);
+      entry = entry.Convert_to(target);
+    });
   }
   record.units = VALUE::UnitsToCorba(target);
 }
@@ -300,41 +309,33 @@ void MathTrace::DoPeak(const MathValue& other) {
     throw MathFactoryException("Doing Peak search: traces are different sizes! ");
   }
   UpdateValues();
-  if (list_.IsUniform() && other.list_.IsUniform()) {
-    HoldUniformPeak(other);
-  } else {
-    HoldPeakBySample(other);
-  }
+  if (!list_.IsUniform() || !other.list_.IsUniform() || !HoldUniformPeak(other)) HoldPeakBySample(other);
 }
 
-void MathTrace::HoldUniformPeak(const MathValue& other) {
+bool MathTrace::HoldUniformPeak(const MathValue& other) {
   const Sample& theirs = other.list_.Form();
   const Units reference = list_.Form().Get_unit();
   const bool same_unit = Units_library::Compare_units_DB(theirs.Get_unit(), reference, true);
-  const TraceConversion to_reference = TraceConversion::Between(theirs.Get_unit(), reference);
-  const bool same_errors = theirs.Get_minus_err() == list_.Form().Get_minus_err() &&
-                           theirs.Get_plus_err() == list_.Form().Get_plus_err();
-  if (same_unit && same_errors && to_reference.IsIdentity()) {
+  const auto to_theirs = same_unit ? std::optional(TraceConversion()) : TraceConversion::IfPossible(reference, theirs.Get_unit());
+  const auto to_reference = TraceConversion::IfPossible(theirs.Get_unit(), reference);
+  if (!to_theirs || !to_reference) return false;
+  if (same_unit && SameErrors(theirs, list_.Form()) && to_reference->IsIdentity()) {
     Kernels::HoldPeak(Samples(), other.Samples(), Length());
-    return;
+    return true;
   }
-  const TraceConversion to_theirs = TraceConversion::Between(reference, theirs.Get_unit());
   std::vector<float> values(Samples(), Samples() + Length());
   std::vector<unsigned char> replaced(Length());
   InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
     const float* candidates = other.Samples() + begin;
     float converted[kBlock];
-    if (same_unit) {
-      std::copy_n(Samples() + begin, count, converted);
-    } else {
-      to_theirs.Apply(Samples() + begin, converted, count);
-    }
+    to_theirs->Apply(Samples() + begin, converted, count);
     Kernels::MarkSmaller(converted, candidates, &replaced[begin], count);
     Kernels::Replace(&values[begin], candidates, &replaced[begin], count);
-    to_reference.Apply(candidates, converted, count);
+    to_reference->Apply(candidates, converted, count);
     Kernels::Replace(Samples() + begin, converted, &replaced[begin], count);
   });
   list_.SetPeakHeld(std::move(values), std::move(replaced), theirs);
+  return true;
 }
 
 void MathTrace::HoldPeakBySample(const MathValue& other) {

@@ -98,7 +98,7 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
   void SampleBySample(Operation operation);
   void AddOrSubtract(const MathValue& other, const Value::Units& other_units, ValueOperator op);
   Sample SumOf(std::size_t first, std::size_t last) const;
-  void HoldUniformPeak(const MathValue& other);
+  bool HoldUniformPeak(const MathValue& other);
   void HoldPeakBySample(const MathValue& other);
 
   mutable SampleList list_;

@@ -31,6 +31,14 @@ TraceConversion TraceConversion::Between(const Units& from, const Units& to) {
   return conversion;
 }
 
+std::optional<TraceConversion> TraceConversion::IfPossible(const Units& from, const Units& to) {
+  try {
+    return Between(from, to);
+  } catch (const Value::UnitDimensionNotSame&) {
+    return std::nullopt;
+  }
+}
+
 TraceConversion TraceConversion::OfLinear(const Units& from, const Units& to) {
   TraceConversion conversion;
   conversion.plan_ = Value::Unit_conversion<float>::Plan(from, to);

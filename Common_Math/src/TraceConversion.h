@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 
 #include "Value/Unit_conversion.h"
 #include "Value/Value_object.h"
@@ -18,6 +19,9 @@ class TraceConversion {
   /// way through linear they would lose bits, and with k other than 1 their meaning.
   /// Errors   UnitDimensionNotSame; OperationNotValid for malformed units.
   static TraceConversion Between(const Value::Units& from, const Value::Units& to);
+
+  /// As Between; nothing for units that do not convert in this direction (V^2/ohm becomes W, but not the reverse).
+  static std::optional<TraceConversion> IfPossible(const Value::Units& from, const Value::Units& to);
 
   /// The numbers are taken as linear, whatever the unit says.
   static TraceConversion OfLinear(const Value::Units& from, const Value::Units& to);
