@@ -113,8 +113,9 @@ TYPED_TEST(Arithmetic, UnitsThatCannotBeBroughtTogetherChangeNothing) {
 
 TYPED_TEST(Arithmetic, SumOfAValueWithItself) {
   Value_object<TypeParam> value(10, kdBW, -1, 2);
-  Expect_numbers(value += value, 20, -2, 4);
-  Expect_numbers(value -= value, 0, 0, 0);
+  const Value_object<TypeParam>& itself = value;
+  Expect_numbers(value += itself, 20, -2, 4);
+  Expect_numbers(value -= itself, 0, 0, 0);
 }
 
 struct Scale_case {
