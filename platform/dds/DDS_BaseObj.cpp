@@ -93,6 +93,7 @@ ORB_wrapper_base* DdsBaseAccess::Impl::Attach() {
     open_ = true;
     manager_ = DDS_Manager::_nil();
     breaker_ = Breaker();
+    noted_ = false;
     standing_.clear();
   }
   orb->AddShutdownListener([this] { EndAll(); });
@@ -121,8 +122,12 @@ DDS_Manager_ptr DdsBaseAccess::Impl::Try(ORB_wrapper_base& orb, Urgency urgency)
     return manager._retn();
   } catch (const CORBA::Exception& error) {
     NotFound(error, urgency);
+    return DDS_Manager::_nil();
+  } catch (...) {  // no memory, say: the try has ended all the same
+    Lock lock(mutex_);
+    breaker_.Failed(Now());
+    throw;
   }
-  return DDS_Manager::_nil();
 }
 
 void DdsBaseAccess::Impl::Found(DDS_Manager_ptr manager) {
@@ -232,17 +237,21 @@ void DdsBaseAccess::Impl::Unsubscribe(const char* topic, CORBA::Long handle) {
   }
 }
 
-/// The ORB is about to stop: the last moment at which calls go out.
+/// The ORB is about to stop: the last moment at which calls go out. A manager that is away now is not looked for.
 void DdsBaseAccess::Impl::EndAll() {
   std::map<CORBA::Long, std::string> standing;
+  DDS_Manager_var manager;
   {
     Lock lock(mutex_);
+    open_ = false;
+    manager = manager_._retn();
     standing.swap(standing_);
   }
-  for (const auto& [handle, topic] : standing) Unsubscribe(topic.c_str(), handle);
-  Lock lock(mutex_);
-  open_ = false;
-  manager_ = DDS_Manager::_nil();
+  if (CORBA::is_nil(manager)) return;
+  try {
+    for (const auto& [handle, topic] : standing) manager->Unsubscribe(topic.c_str(), handle);
+  } catch (const CORBA::SystemException&) {  // it goes away as well: the first failure may have cost the time limit
+  }
 }
 
 DdsBaseAccess::DdsBaseAccess() : impl_(std::make_unique<Impl>()) {}

@@ -1,0 +1,189 @@
+// The topic manager as a process, with subscribers that are slow, stopped, killed.
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <fstream>
+
+#include "TopicRig.h"
+
+namespace Lumenar::Test {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+using TopicManager = TopicRig;
+
+TEST_F(TopicManager, DeliversInOrderToEachSubscriber) {
+  TestSubscriberVar first(new TestSubscriber);
+  TestSubscriberVar second(new TestSubscriber);
+  EXPECT_EQ(Subscribe("T", first.in()), 1) << "handles start at 1";
+  Subscribe("T", second.in());
+  std::vector<int> expected;
+  Corvanta::DDS_Manager_var manager = Manager();
+  for (int i = 0; i < 500; ++i) {
+    Corvanta::CallPublish(manager, Corvanta::ViewOf(i), "T");
+    expected.push_back(i);
+  }
+  EXPECT_TRUE(first->WaitForCount(500));
+  EXPECT_TRUE(second->WaitForCount(500));
+  EXPECT_EQ(first->Values(), expected);
+  EXPECT_EQ(second->Values(), expected);
+}
+
+TEST_F(TopicManager, ASubscriberThatRaisesHasGotItsSample) {
+  TestSubscriberVar subscriber(new TestSubscriber([] { throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_YES); }));
+  const auto handle = Subscribe("T", subscriber.in());
+  for (int i = 0; i < 3; ++i) Publish("T", i);
+  EXPECT_TRUE(WaitUntil([&] { return StatusOf(handle).delivered == 3; }));
+  EXPECT_THAT(subscriber->Values(), testing::ElementsAre(0, 1, 2));
+}
+
+TEST_F(TopicManager, NoDeliveryBeginsAfterUnsubscribe) {
+  TestSubscriberVar subscriber(new TestSubscriber);
+  TestSubscriberVar witness(new TestSubscriber);
+  const auto handle = Subscribe("T", subscriber.in());
+  Subscribe("T", witness.in());
+  Publish("T", 1);
+  EXPECT_TRUE(subscriber->WaitForCount(1));
+  Corvanta::DDS_Manager_var manager = Manager();
+  manager->Unsubscribe("T", handle);
+  manager->Unsubscribe("T", handle);
+  manager->Unsubscribe("T", 12345);
+  Publish("T", 2);
+  EXPECT_TRUE(witness->WaitForCount(2));
+  EXPECT_THAT(subscriber->Values(), testing::ElementsAre(1));
+}
+
+TEST_F(TopicManager, KeepsTheLastSampleOfATopic) {
+  Corvanta::DDS_Manager_var manager = Manager();
+  CORBA::Any_var any;
+  EXPECT_FALSE(manager->LastSample("T", any.out()));
+  Publish("T", 1);
+  Publish("T", 2);
+  EXPECT_TRUE(manager->LastSample("T", any.out()));
+  EXPECT_EQ(std::get<CORBA::Long>(Corvanta::RecordFromAny(any.in())), 2);
+  Corvanta::TopicStatusSeq_var topics = manager->Topics();
+  ASSERT_EQ(topics->length(), 1u);
+  EXPECT_STREQ(topics[0].topic, "T");
+  EXPECT_EQ(topics[0].published, 2u);
+  EXPECT_EQ(topics[0].subscribers, 0u);
+}
+
+TEST_F(TopicManager, RefusesWhatMakesNoSense) {
+  Corvanta::DDS_Manager_var manager = Manager();
+  TestSubscriberVar servant(new TestSubscriber);
+  Corvanta::DDS_Sub_var subscriber = servant->_this();
+  CORBA::Any text;
+  text <<= "text";
+  const std::string long_name(1025, 'x');
+  EXPECT_THROW(manager->Publish(text, "T"), CORBA::BAD_PARAM);
+  EXPECT_THROW(Publish("", 1), CORBA::BAD_PARAM);
+  EXPECT_THROW(Publish(long_name, 1), CORBA::BAD_PARAM);
+  EXPECT_THROW(manager->Subscribe("T", Corvanta::DDS_Sub::_nil()), CORBA::BAD_PARAM);
+  EXPECT_THROW(manager->Subscribe("", subscriber), CORBA::BAD_PARAM);
+  EXPECT_THROW(manager->Subscribe(long_name.c_str(), subscriber), CORBA::BAD_PARAM);
+  Publish(std::string(1024, 'x'), 1);
+}
+
+TEST_F(TopicManager, AStoppedProcessDelaysNobodyAndGoesOnAfterwards) {
+  std::vector<CORBA::Long> handles;
+  const auto stopped = StartSubscriber("T", 30, handles);
+  ASSERT_EQ(handles.size(), 30u);
+  TestSubscriberVar healthy(new TestSubscriber);
+  Subscribe("T", healthy.in());
+  stopped->Signal(SIGSTOP);
+  const auto time = TimeOf([&] {
+    for (int i = 0; i < 20; ++i) Publish("T", i);
+    EXPECT_TRUE(healthy->WaitForCount(20));
+  });
+  EXPECT_LT(time, 900ms) << "before the first time limit";
+  EXPECT_TRUE(WaitUntil([&] { return StatusOf(handles[29]).stalled; })) << "the mark is shared by the process";
+  stopped->Signal(SIGCONT);
+  EXPECT_TRUE(WaitUntil([&] { return !StatusOf(handles[0]).stalled && StatusOf(handles[0]).queued == 0; }));
+  Publish("T", 1000);
+  EXPECT_TRUE(stopped->WaitForLine("sample 1000"));
+}
+
+TEST_F(TopicManager, AFullQueueDropsItsOldestSamples) {
+  std::vector<CORBA::Long> handles;
+  const auto stopped = StartSubscriber("T", 1, handles);
+  stopped->Signal(SIGSTOP);
+  Corvanta::DDS_Manager_var manager = Manager();
+  for (int i = 0; i < 1200; ++i) Corvanta::CallPublish(manager, Corvanta::ViewOf(i), "T");
+  const auto status = StatusOf(handles.at(0));
+  EXPECT_LE(status.queued, 1000u);
+  EXPECT_GE(status.dropped, 199u);
+  stopped->Signal(SIGCONT);
+  EXPECT_TRUE(stopped->WaitForLine("sample 1199"));
+}
+
+TEST_F(TopicManager, AKilledSubscriberIsDropped) {
+  std::vector<CORBA::Long> handles;
+  const auto killed = StartSubscriber("T", 2, handles);
+  TestSubscriberVar healthy(new TestSubscriber);
+  Subscribe("T", healthy.in());
+  killed->Signal(SIGKILL);
+  killed->WaitForExit();
+  int value = 0;
+  EXPECT_TRUE(WaitUntil([&] {
+    Publish("T", value++);
+    return StatusOf(handles[0]).handle == 0 && StatusOf(handles[1]).handle == 0;
+  }));
+  EXPECT_TRUE(healthy->WaitForCount(static_cast<std::size_t>(value)));
+  EXPECT_THAT(platform_.TopicManager().Out(), HasSubstr("dropped: it cannot be reached"));
+}
+
+TEST_F(TopicManager, ASubscriberThatNoLongerExistsIsDroppedAtOnce) {
+  TestSubscriberVar subscriber(new TestSubscriber);
+  const auto handle = Subscribe("T", subscriber.in());
+  Corvanta::ORB_base::DeactivateObject(subscriber.in());
+  Publish("T", 1);
+  EXPECT_TRUE(WaitUntil([&] { return StatusOf(handle).handle == 0; }, 1s));
+}
+
+TEST_F(TopicManager, SubscriptionsStandAgainAfterARestart) {
+  TestSubscriberVar subscriber(new TestSubscriber);
+  const auto handle = Subscribe("T", subscriber.in());
+  const auto ended = Subscribe("T", subscriber.in());
+  Corvanta::DDS_Manager_var(Manager())->Unsubscribe("T", ended);
+  platform_.KillTopicManager();
+  platform_.StartTopicManager();
+  EXPECT_EQ(StatusOf(handle).handle, handle);
+  Publish("T", 7);
+  EXPECT_TRUE(subscriber->WaitForCount(1));
+  EXPECT_THAT(subscriber->Values(), testing::ElementsAre(7));
+  EXPECT_GT(Subscribe("T", subscriber.in()), ended) << "a handle is never used again";
+}
+
+TEST_F(TopicManager, ASecondManagerIsRefused) {
+  const auto second = platform_.Start("topic_manager", {});
+  EXPECT_EQ(second->WaitForExit(), 1);
+  EXPECT_EQ(second->Error(), "topic_manager: another topic manager is registered at Lumenar/local/DDS_MANAGER/1\n");
+  Publish("T", 1);
+}
+
+TEST_F(TopicManager, SigtermEndsItAlsoWhileASubscriberHangs) {
+  std::vector<CORBA::Long> handles;
+  const auto stopped = StartSubscriber("T", 1, handles);
+  stopped->Signal(SIGSTOP);
+  Publish("T", 1);
+  platform_.TopicManager().Signal(SIGTERM);
+  EXPECT_EQ(platform_.TopicManager().WaitForExit(), 0);
+  EXPECT_EQ(platform_.TopicManager().Error(), "");
+  EXPECT_THROW(Manager(), CORBA::Exception) << "its name is gone";
+  stopped->Signal(SIGCONT);
+}
+
+TEST_F(TopicManager, ADamagedStateFileCostsWhatIsDamagedOnly) {
+  const auto state = platform_.Directory() / "damaged";
+  std::ofstream(state) << "garbage\n";
+  platform_.TopicManager().Signal(SIGTERM);
+  platform_.TopicManager().WaitForExit();
+  const auto manager = platform_.Start("topic_manager", {"--state", state.string()});
+  EXPECT_TRUE(manager->WaitForLine("topic_manager ready"));
+  EXPECT_THAT(manager->Error(), HasSubstr("damaged:1: damaged"));
+}
+
+}  // namespace
+}  // namespace Lumenar::Test
