@@ -211,14 +211,17 @@ RecordKind ReadRecordTypeCode(cdrStream& stream) {
   if (kind > kLastKind) Lie();
   if (kind != CORBA::tk_struct && kind != CORBA::tk_alias) return RecordKind::Unknown;
   const CORBA::ULong length = stream.unmarshalULong();
-  if (!stream.checkInputOverrun(1, length)) Lie();
+  if (length == 0 || !stream.checkInputOverrun(1, length)) Lie();
   if (length > kMostBytes) return RecordKind::Unknown;
-  // The kind and length that were read stand in front again, so that the whole is read by one rule.
+  // The kind and length that were read stand in front again, in the byte order of what follows, so that one rule reads the
+  // whole and an indirection can reach the outermost type.
   std::array<CORBA::Octet, 3 * sizeof(CORBA::ULong) + kMostBytes> bytes;
-  const std::array<CORBA::ULong, 3> front{0, kind, length};
-  std::memcpy(bytes.data(), front.data(), sizeof front);
-  bytes[0] = _OMNIORB_HOST_BYTE_ORDER_ ? 1 : 0;
+  std::array<CORBA::ULong, 3> front{0, kind, length};
   stream.get_octet_array(bytes.data() + sizeof front, static_cast<int>(length));
+  const bool swapped = bytes[sizeof front] != (_OMNIORB_HOST_BYTE_ORDER_ ? 1 : 0);
+  for (CORBA::ULong& number : front) number = swapped ? cdrStream::byteSwap(number) : number;
+  std::memcpy(bytes.data(), front.data(), sizeof front);
+  bytes[0] = bytes[sizeof front];
   Cursor cursor(bytes.data(), sizeof front + length);
   return KindOf(Strip(cursor.Ulong(), cursor));
 }
