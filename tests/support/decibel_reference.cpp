@@ -77,11 +77,16 @@ bool Is_clear(long double value) {
   return kHas_extended && static_cast<float>(value * (1 - kTolerance)) == static_cast<float>(value * (1 + kTolerance));
 }
 
-long double Power_of_ten(float q) {
+/// k * 10^q; far beyond the range of a float, where the result is certain, 0 or infinity.
+long double Scaled_power(float q, double k) {
   constexpr float kTiny = 0x1p-40f;
   constexpr long double kLn_10 = 2.302585092994045684017991454684364208L;
-  if (std::abs(q) < kTiny) return 1 + static_cast<long double>(q) * kLn_10;  // the next term is below 2^-78
-  return std::pow(10.0L, static_cast<long double>(q));
+  constexpr double kLog2_10 = 3.3219280948873623;
+  const double magnitude = std::ilogb(k) + static_cast<double>(q) * kLog2_10;
+  if (magnitude < -200) return std::copysign(0.0L, static_cast<long double>(k));
+  if (magnitude > 200) return std::copysign(std::numeric_limits<long double>::infinity(), static_cast<long double>(k));
+  if (std::abs(q) < kTiny) return k * (1 + static_cast<long double>(q) * kLn_10);  // the next term is below 2^-78
+  return k * std::pow(10.0L, static_cast<long double>(q));
 }
 
 }  // namespace
@@ -112,9 +117,7 @@ float Decibel_to_linear(float x, double k, Tally& tally) {
     return std::isnan(result) ? kNan : result;
   }
   if (k == 0 || std::isinf(k)) return static_cast<float>(k);
-  const bool ordinary = std::abs(k) > 0x1p-1000 && std::abs(k) < 0x1p1000 && std::abs(q) < 1000;
-  if (!ordinary) return Power_by_mpfr(q, k, tally);
-  const long double value = static_cast<long double>(k) * Power_of_ten(q);
+  const long double value = Scaled_power(q, k);
   return Is_clear(value) ? static_cast<float>(value) : Power_by_mpfr(q, k, tally);
 }
 
