@@ -14,19 +14,22 @@ namespace {
 constexpr const char* kRegistrations = "GUI_ABLE";
 constexpr std::array kServices = {"GUI_ABLE", "DDS_MANAGER", "HWENUM_ABLE"};
 
-// The argument list of the ORB: the naming service of the instrument, and the limit of every call.
+// The argument list of the program for its ORB, and the limit of every call.
 class Arguments {
  public:
   explicit Arguments(std::chrono::milliseconds timeout)
-      : timeout_ms_(std::to_string(timeout.count())),
-        list_{"client", "-ORBInitRef", "NameService=corbaloc:iiop:127.0.0.1:2700/NameService",
-              "-ORBclientCallTimeOutPeriod", timeout_ms_.c_str()} {}
+      : timeout_ms_(std::to_string(timeout.count())), list_(localargv, localargv + localargc) {
+    list_.insert(list_.end(), {"-ORBclientCallTimeOutPeriod", timeout_ms_.c_str()});
+  }
+  Arguments(const Arguments&) = delete;
+  Arguments& operator=(const Arguments&) = delete;
+
   int Count() const { return static_cast<int>(list_.size()); }
   const char* const* List() const { return list_.data(); }
 
  private:
-  std::string timeout_ms_;
-  std::array<const char*, 5> list_;
+  const std::string timeout_ms_;
+  std::vector<const char*> list_;
 };
 
 std::chrono::milliseconds Checked(std::chrono::milliseconds timeout) {

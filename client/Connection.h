@@ -39,7 +39,8 @@ struct Reading {
 /// Threads   one, besides those of the ORB.
 class Connection {
  public:
-  /// Needs no answer from anywhere yet. The naming service is on the local host, port 2700, or where LUMENAR_NAMING says.
+  /// Needs no answer from anywhere yet. The naming service and the transport configuration are those of the program's
+  /// localargv, or those that the environment names (see ORB_base).
   /// Errors   Error BadArgument for a timeout that is not positive; those of ORB_base.
   explicit Connection(std::chrono::milliseconds timeout = std::chrono::seconds(5));
 

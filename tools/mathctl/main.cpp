@@ -4,13 +4,16 @@
 #include "tools/mathctl/command.h"
 
 namespace {
-char program_name[] = "mathctl";
-}
 
-// The program has no arguments of its own for the ORB: the client library knows them.
+char kProgram[] = "mathctl";
+char kServiceConf[] = "-ORBSvcConf";
+char kTransportConf[] = TRANSPORT_CONF;
+
+}  // namespace
+
 extern "C" {
-int localargc = 1;
-char* localargv[] = {program_name, nullptr};
+int localargc = 3;
+char* localargv[] = {kProgram, kServiceConf, kTransportConf, nullptr};
 }
 
 int main(int argc, char** argv) {
