@@ -1,0 +1,63 @@
+#include "platform/components/ItemNamer.h"
+
+#include <gmock/gmock.h>
+
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace Corvanta {
+namespace {
+
+TEST(ItemNamer, NumbersTheLaterItemsOfOneName) {
+  ItemNamer namer("MATHFACTORY/1");
+  EXPECT_EQ(namer.Add("RESULT"), "RESULT");
+  EXPECT_EQ(namer.Add("SIZE"), "SIZE");
+  EXPECT_EQ(namer.Add("RESULT"), "RESULT.2");
+  EXPECT_EQ(namer.Add("RESULT"), "RESULT.3");
+  EXPECT_EQ(namer.Add("SIZE"), "SIZE.2");
+}
+
+TEST(ItemNamer, NeverGivesANameThatSomebodyAskedFor) {
+  struct Row {
+    std::vector<std::string> asked;
+    std::vector<std::string> given;
+  };
+  const Row rows[] = {
+      {{"A", "A.2", "A"}, {"A", "A.2", "A.3"}},
+      {{"A.2", "A", "A"}, {"A.2", "A", "A.3"}},
+      {{"A", "A", "A.2"}, {"A", "A.2", "A.2.2"}},
+      {{"", "", ""}, {"", ".2", ".3"}},
+  };
+  for (const Row& row : rows) {
+    ItemNamer namer("P/1");
+    std::vector<std::string> given;
+    for (const std::string& name : row.asked) given.push_back(namer.Add(name));
+    EXPECT_EQ(given, row.given);
+  }
+}
+
+TEST(ItemNamer, TopicIsPrefixAndItem) {
+  EXPECT_EQ(ItemNamer("MATHFACTORY/1").DDS_Topic("RESULT.2"), "MATHFACTORY/1/RESULT.2");
+  EXPECT_EQ(ItemNamer("").DDS_Topic("MATHFACTORY/1"), "MATHFACTORY/1");
+}
+
+TEST(ItemNamer, NamesGivenByManyThreadsAreDistinct) {
+  constexpr int kThreads = 4;
+  constexpr int kNames = 500;
+  ItemNamer namer("P/1");
+  std::vector<std::vector<std::string>> given(kThreads);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < kNames; ++i) given[t].push_back(namer.Add("RESULT"));
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  std::set<std::string> distinct;
+  for (const auto& names : given) distinct.insert(names.begin(), names.end());
+  EXPECT_EQ(distinct.size(), static_cast<std::size_t>(kThreads * kNames));
+}
+
+}  // namespace
+}  // namespace Corvanta
