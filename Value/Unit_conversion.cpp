@@ -224,7 +224,9 @@ void Unit_conversion<T>::Apply(const T* in, T* out, std::size_t count) const noe
       step([](T x) { return T(1) / x; });
     }
   }
-  step([f = factor_](T x) { return Scale(x, f); });
+  if (factor_ != 1.0 || in != out) {
+    step([f = factor_](T x) { return Scale(x, f); });
+  }
   if (target_factor_ != 1.0) {
     step([f = target_factor_](T x) { return Scale(x, f); });
   }

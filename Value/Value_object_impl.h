@@ -47,26 +47,16 @@ struct Numbers {
     plus_err = function(plus_err, other.plus_err);
   }
 
-  /// Between linear and dB. A negative k turns the order of the errors round.
   void Make_linear(double k) {
     Each([k](T x) { return From_decibel(x, k); });
-    Keep_order();
   }
 
   void Make_decibel(double k) {
     Each([k](T x) { return To_decibel(x, k); });
-    Keep_order();
   }
 
-  /// The larger error is given first: that keeps the order of two sorted errors, and of a NaN.
+  /// Given in this order, two sorted errors and a NaN keep their places; errors that a negative k turned round are sorted.
   Value_object<T> With(const Units& unit) const { return Value_object<T>(value, unit, plus_err, minus_err); }
-
- private:
-  void Keep_order() {
-    if (minus_err > plus_err) {
-      std::swap(minus_err, plus_err);
-    }
-  }
 };
 
 inline bool Is_unit_less(const Units& unit) { return unit.slots[0].unit == U_None; }
@@ -246,7 +236,7 @@ Value_object<T> Value_object<T>::Convert_kelvin_to_degreeF(const Value_object& s
 template <class T>
 Value_object<T>& Value_object<T>::operator*=(const T& factor) {
   detail::Numbers<T> numbers(Normalize_DB(detail::Sorted(*this)));
-  numbers.Each([k = T(factor)](T x) { return x * k; });
+  numbers.Each([&factor](T x) { return x * factor; });
   numbers.Sort();
   if (unit_.is_dB) {
     numbers.Make_decibel(Units_library::Decibel_factor(unit_));
@@ -258,7 +248,7 @@ Value_object<T>& Value_object<T>::operator*=(const T& factor) {
 template <class T>
 Value_object<T>& Value_object<T>::operator/=(const T& divisor) {
   detail::Numbers<T> numbers(Normalize_DB(detail::Sorted(*this)));
-  numbers.Each([d = T(divisor)](T x) { return x / d; });
+  numbers.Each([&divisor](T x) { return x / divisor; });
   numbers.Sort();
   Is_value_in_range(numbers.With(unit_));
   if (unit_.is_dB) {

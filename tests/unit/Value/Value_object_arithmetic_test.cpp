@@ -193,6 +193,18 @@ TEST(ArithmeticFloat, Overflow) {
   EXPECT_EQ(value.Get_value(), std::numeric_limits<float>::infinity());
 }
 
+// Each sorting of the two errors moves a NaN to the other side; the operators sort as often as their rule says.
+TYPED_TEST(Arithmetic, NaNErrorChangesSidesWithEverySorting) {
+  using Value = Value_object<TypeParam>;
+  const auto nan = TypeParam(kNaN);
+  Value scaled(10, kW, 2, nan);
+  Expect_numbers(scaled, 10, kNaN, 2);
+  Expect_numbers(scaled *= TypeParam(1), 10, 2, kNaN);
+  Value sum(10, kW, 2, nan);
+  Expect_numbers(sum += Value(4, kW, 1, 3), 14, kNaN, 3);
+  Expect_numbers(Relative_sub(Value(10, kdBW, -1, 2), Value(4, kdBW, 1, nan)), 6, kNaN, -2);
+}
+
 struct Relative_case {
   const char* form;
   Units a;

@@ -119,9 +119,12 @@ TYPED_TEST(ValueObject, TemperatureFunctionsGiveTheTargetAndCheckIt) {
 
 TYPED_TEST(ValueObject, CelsiusToFahrenheitCopiesTheTargetUnarranged) {
   using Value = Value_object<TypeParam>;
-  const Value result = Value::Convert_degreeC_to_degreeF(Value(100, C_DgreeC, -1, 2), kGap);
-  Expect_numbers(result, 212, -1, 2);
-  EXPECT_EQ(result.Get_unit(), kGap);
+  const Units unsorted{false, 0, {{{U_Ampere, 1}, {U_Volt, 1}}}};
+  for (const Units& target : {unsorted, kGap}) {
+    const Value result = Value::Convert_degreeC_to_degreeF(Value(100, C_DgreeC, -1, 2), target);
+    Expect_numbers(result, 212, -1, 2);
+    EXPECT_EQ(result.Get_unit(), target);
+  }
 }
 
 TYPED_TEST(ValueObject, GenericPathScalesValueAndErrors) {
@@ -163,6 +166,8 @@ TYPED_TEST(ValueObject, ExponentsThatDifferInMagnitudeAreAnotherDimension) {
   EXPECT_THROW(squared.Convert_to(C_Empty), UnitDimensionNotSame);
   EXPECT_THROW(squared.Convert_to(Make_unit(U_Volt, -2)), UnitDimensionNotSame);
   EXPECT_THROW(squared.Convert_to(kGap), OperationNotValid);
+  const Value_object<TypeParam> power(1, C_Amps2Ohms, 0, 0);
+  EXPECT_THROW(power.Convert_to(C_VoltAmps), UnitDimensionNotSame) << "A^2 stands where the target has V";
 }
 
 TYPED_TEST(ValueObject, AnyExponentAndPowerIsHarmless) {

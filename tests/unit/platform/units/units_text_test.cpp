@@ -102,6 +102,7 @@ TEST(UnitsText, RefusesAndNamesThePart) {
       {"kB", "binary prefix"}, {"KiB/s", "decimal"},       {"V^99999999999", "V^99999999999"},
       {"V^2147483648", "V^2147483648"},                    {"s m A V W ohm", "five factors"},
       {"V^2147483647*V", "32 bits"},                       {"(V", "(V"},
+      {"/V^2147483649", "V^2147483649"}, {"10^-2147483649", "32 bits"},
       {"dBfoo", "foo"},       {"EV^2147483647", "32 bits"}, {"10^4294967297", "10^4294967297"},
   };
   for (const auto& [text, part] : cases) {
