@@ -61,6 +61,7 @@ struct IsolatedPlatform::Impl {
   std::uint16_t naming_port = 0;
   std::map<std::string, std::string> environment;
   int log_number = 0;
+  bool used_in_this_process = false;
   // Ended in reverse order: who uses a service goes before it.
   std::unique_ptr<Process> naming;
   std::unique_ptr<Process> topic_manager;
@@ -72,6 +73,8 @@ struct IsolatedPlatform::Impl {
     hw_enumeration.reset();
     topic_manager.reset();
     naming.reset();
+    if (used_in_this_process)
+      for (const auto& variable : environment) unsetenv(variable.first.c_str());
     if (testing::Test::HasFailure()) {
       WriteError("the logs of the failed test are kept in " + directory.string());
     } else {
@@ -138,6 +141,7 @@ const fs::path& IsolatedPlatform::Directory() const { return impl_->directory; }
 std::string IsolatedPlatform::NamingAddress() const { return impl_->environment.at("LUMENAR_NAMING"); }
 
 void IsolatedPlatform::UseInThisProcess() const {
+  impl_->used_in_this_process = true;
   for (const auto& [name, value] : impl_->environment) setenv(name.c_str(), value.c_str(), 1);
 }
 

@@ -61,7 +61,8 @@ class IsolatedPlatform {
   const std::filesystem::path& Directory() const;
   std::string NamingAddress() const;
 
-  /// Sets Environment() in the calling process, so that ORB objects made in the test itself use this platform.
+  /// Sets Environment() in the calling process, so that ORB objects made in the test itself use this platform; unset again when
+  /// the platform goes.
   void UseInThisProcess() const;
 
   /// Starts engine_host with an engine library of the build ("math_factory_hh", "probe", "replay", "sim") and waits until its

@@ -1,0 +1,98 @@
+#include "platform/orb/OrbArguments.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace Corvanta {
+namespace {
+
+using testing::Contains;
+using testing::Pair;
+
+/// An environment variable for the length of a test.
+class Variable {
+ public:
+  Variable(const char* name, const char* value) : name_(name) { setenv(name, value, 1); }
+  ~Variable() { unsetenv(name_); }
+
+ private:
+  const char* name_;
+};
+
+template <int N>
+OrbArguments Read(const char* const (&argv)[N]) {
+  return OrbArguments::Read(N, argv);
+}
+
+class OrbArguments_ : public testing::Test {
+ protected:
+  void SetUp() override {
+    unsetenv("LUMENAR_NAMING");
+    unsetenv("LUMENAR_TRANSPORT_CONF");
+  }
+};
+
+TEST_F(OrbArguments_, AnEnginesListGivesNamingServiceAndTransport) {
+  const auto arguments = Read({"./common_math.engine", "-ORBInitRef", "NameService=corbaloc:iiop:box:2700/NameService",
+                               "-ORBSvcConf", "/nonexistent/tcp.conf"});
+  EXPECT_EQ(arguments.NamingAddress(), "box:2700");
+  EXPECT_THAT(arguments.options, Contains(Pair("InitRef", "NameService=corbaloc:iiop:box:2700/NameService")));
+  EXPECT_EQ(arguments.transport.call_timeout, std::chrono::seconds(5)) << "a missing file means the defaults";
+}
+
+TEST_F(OrbArguments_, AnEmptyListMeansTheLocalNamingService) {
+  EXPECT_EQ(Read({"program"}).NamingAddress(), "localhost:2700");
+}
+
+struct Address {
+  const char* uri;
+  const char* expected;
+};
+
+TEST_F(OrbArguments_, TheNamingAddressIsFoundInEachFormOfReference) {
+  for (const auto& [uri, expected] : {Address{"corbaloc::a:1/NameService", "a:1"},
+                                      Address{"corbaloc:iiop:1.2@a:1/NameService", "a:1"},
+                                      Address{"corbaloc:iiop:[::1]:5/NameService", "[::1]:5"}}) {
+    const std::string value = std::string("NameService=") + uri;
+    EXPECT_EQ(Read({"p", "-ORBInitRef", value.c_str()}).NamingAddress(), expected);
+  }
+}
+
+TEST_F(OrbArguments_, OtherReferencesAndKnownOptionsArePassedOn) {
+  const auto arguments = Read({"p", "--mine", "-ORBInitRef", "Log=corbaloc::b:2/Log", "-ORBtraceLevel", "10", "file"});
+  EXPECT_THAT(arguments.options, Contains(Pair("InitRef", "Log=corbaloc::b:2/Log")));
+  EXPECT_THAT(arguments.options, Contains(Pair("traceLevel", "10")));
+}
+
+TEST_F(OrbArguments_, TheEnvironmentReplacesTheNamingService) {
+  const Variable naming("LUMENAR_NAMING", "127.0.0.1:4711");
+  const auto arguments = Read({"p", "-ORBInitRef", "NameService=corbaloc:iiop:box:2700/NameService"});
+  EXPECT_EQ(arguments.NamingAddress(), "127.0.0.1:4711");
+}
+
+TEST_F(OrbArguments_, AConfigurationNamedInTheEnvironmentMustExist) {
+  const Variable conf("LUMENAR_TRANSPORT_CONF", "/nonexistent/env.conf");
+  EXPECT_THROW(Read({"p", "-ORBSvcConf", "/nonexistent/tcp.conf"}), TransportConfigError);
+}
+
+std::string Refusal(const char* argument, bool with_value) {
+  try {
+    const char* argv[] = {"p", argument, "value"};
+    OrbArguments::Read(with_value ? 3 : 2, argv);
+    return "accepted";
+  } catch (const std::invalid_argument& error) {
+    return error.what();
+  }
+}
+
+TEST_F(OrbArguments_, UnknownOptionsAndMissingValuesAreNamed) {
+  EXPECT_EQ(Refusal("-ORBnoSuchThing", true), "unknown ORB argument -ORBnoSuchThing");
+  EXPECT_EQ(Refusal("-ORBInitRef", false), "no value after -ORBInitRef");
+  EXPECT_EQ(Refusal("-ORBSvcConf", false), "no value after -ORBSvcConf");
+}
+
+}  // namespace
+}  // namespace Corvanta

@@ -1,0 +1,171 @@
+#include "tests/unit/platform/orb/RawClient.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+
+namespace Corvanta::Test {
+namespace {
+
+/// Reads what an ORB has written; the other way round than Wire.
+class Reader {
+ public:
+  Reader(std::string bytes, bool little_endian, std::size_t at = 0)
+      : bytes_(std::move(bytes)), little_endian_(little_endian), at_(at) {}
+
+  template <class T>
+  T Number() {
+    at_ = (at_ + sizeof(T) - 1) / sizeof(T) * sizeof(T);
+    char raw[sizeof(T)];
+    std::memcpy(raw, bytes_.substr(at_, sizeof(T)).data(), sizeof(T));
+    if (!little_endian_) std::reverse(raw, raw + sizeof(T));
+    at_ += sizeof(T);
+    T value;
+    std::memcpy(&value, raw, sizeof(T));
+    return value;
+  }
+
+  std::string Text() {
+    const auto length = Number<std::uint32_t>();
+    at_ += length;
+    return bytes_.substr(at_ - length, length);
+  }
+
+  Reader Enter() {
+    const std::string body = Text();
+    return Reader(body, body.at(0) == 1, 1);
+  }
+
+ private:
+  std::string bytes_;
+  bool little_endian_;
+  std::size_t at_;
+};
+
+std::string FromHex(const std::string& hex) {
+  std::string bytes;
+  for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
+    bytes.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
+  return bytes;
+}
+
+std::string Header(bool little_endian, bool fragments_follow, int type, std::size_t size) {
+  Wire wire(little_endian);
+  wire.Raw("GIOP").Octet(1).Octet(2);
+  wire.Octet(static_cast<std::uint8_t>((little_endian ? 1 : 0) | (fragments_follow ? 2 : 0)));
+  wire.Octet(static_cast<std::uint8_t>(type)).Ulong(static_cast<std::uint32_t>(size));
+  return wire.Bytes();
+}
+
+constexpr int kRequest = 0;
+constexpr int kReply = 1;
+constexpr int kFragment = 7;
+constexpr std::size_t kHeaderBytes = 12;
+
+}  // namespace
+
+ObjectAddress AddressOf(const std::string& reference) {
+  const std::string bytes = FromHex(reference.substr(4));  // behind "IOR:"
+  Reader ior(bytes, bytes.at(0) == 1, 1);
+  ior.Text();                    // the type
+  ior.Number<std::uint32_t>();   // the number of profiles
+  ior.Number<std::uint32_t>();   // the kind of the first
+  Reader profile = ior.Enter();
+  profile.Number<std::uint8_t>();
+  profile.Number<std::uint8_t>();
+  ObjectAddress address;
+  address.host = profile.Text().c_str();
+  address.port = profile.Number<std::uint16_t>();
+  address.key = profile.Text();
+  return address;
+}
+
+RawClient::RawClient(const ObjectAddress& address) : address_(address), socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  sockaddr_in peer{};
+  peer.sin_family = AF_INET;
+  peer.sin_port = htons(address.port);
+  inet_pton(AF_INET, address.host.c_str(), &peer.sin_addr);
+  if (connect(socket_, reinterpret_cast<sockaddr*>(&peer), sizeof peer) != 0)
+    throw std::runtime_error(std::string("connect: ") + std::strerror(errno));
+}
+
+RawClient::~RawClient() { close(socket_); }
+
+std::string RawClient::Request(const std::string& operation, const Wire& arguments, bool fragments_follow) {
+  Wire body(arguments.IsLittleEndian());
+  body.Raw(std::string(kHeaderBytes, '\0'));  // alignment counts from the header on
+  body.Ulong(++request_id_).Octet(3).Octet(0).Octet(0).Octet(0);
+  body.Ushort(0).Ulong(static_cast<std::uint32_t>(address_.key.size())).Raw(address_.key);
+  body.Text(operation).Ulong(0);
+  body.Align(8);
+  if (!fragments_follow) body.Raw(arguments.Bytes());
+  const std::string bytes = body.Bytes().substr(kHeaderBytes);
+  return Header(arguments.IsLittleEndian(), fragments_follow, kRequest, bytes.size()) + bytes;
+}
+
+void RawClient::Send(const std::string& bytes) {
+  for (std::size_t sent = 0; sent < bytes.size();) {
+    const ssize_t count = send(socket_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    if (count <= 0) return;  // the other side has had enough; its answer says why
+    sent += static_cast<std::size_t>(count);
+  }
+}
+
+std::string RawClient::Call(const std::string& operation, const Wire& arguments) {
+  Send(Request(operation, arguments));
+  return Answer();
+}
+
+std::string RawClient::CallInFragments(const std::string& operation, const Wire& arguments, std::size_t fragment_bytes) {
+  Send(Request(operation, arguments, true));
+  const std::string& bytes = arguments.Bytes();
+  for (std::size_t at = 0; at < bytes.size(); at += fragment_bytes) {
+    const std::string part = bytes.substr(at, fragment_bytes);
+    const bool more = at + part.size() < bytes.size();
+    Wire id(arguments.IsLittleEndian());
+    id.Ulong(request_id_);
+    Send(Header(arguments.IsLittleEndian(), more, kFragment, part.size() + id.Bytes().size()) + id.Bytes() + part);
+  }
+  return Answer();
+}
+
+bool RawClient::Receive(std::string& bytes, std::size_t count) {
+  constexpr int kLimit_ms = 5000;
+  bytes.assign(count, '\0');
+  for (std::size_t have = 0; have < count;) {
+    pollfd ready{socket_, POLLIN, 0};
+    if (poll(&ready, 1, kLimit_ms) <= 0) throw std::runtime_error("no answer");
+    const ssize_t got = recv(socket_, bytes.data() + have, count - have, 0);
+    if (got <= 0) return false;
+    have += static_cast<std::size_t>(got);
+  }
+  return true;
+}
+
+std::string RawClient::Answer() {
+  try {
+    std::string header, body;
+    if (!Receive(header, kHeaderBytes)) return "closed";
+    const bool little_endian = header.at(6) & 1;
+    if (!Receive(body, Reader(header, little_endian, 8).Number<std::uint32_t>())) return "closed";
+    if (header.at(7) != kReply) return "closed";
+    Reader reply(header + body, little_endian, kHeaderBytes);
+    reply.Number<std::uint32_t>();  // the request
+    const auto status = reply.Number<std::uint32_t>();
+    reply.Number<std::uint32_t>();  // no service contexts
+    if (status == 0) return "ok";
+    const std::string id = reply.Text().c_str();  // IDL:omg.org/CORBA/NAME:1.0
+    const auto slash = id.rfind('/');
+    return id.substr(slash + 1, id.rfind(':') - slash - 1);
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+}
+
+}  // namespace Corvanta::Test

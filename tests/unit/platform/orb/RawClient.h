@@ -1,0 +1,49 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "tests/unit/platform/orb/Wire.h"
+
+namespace Corvanta::Test {
+
+/// Where an object is, out of the text of its reference.
+struct ObjectAddress {
+  std::string host;
+  std::uint16_t port = 0;
+  std::string key;
+};
+
+ObjectAddress AddressOf(const std::string& reference);
+
+/// A connection that sends messages byte by byte as it is told, sense or nonsense.
+class RawClient {
+ public:
+  explicit RawClient(const ObjectAddress& address);
+  ~RawClient();
+  RawClient(const RawClient&) = delete;
+  RawClient& operator=(const RawClient&) = delete;
+
+  /// Sends a request with these arguments (which begin at a multiple of eight) and returns what comes back: "ok", the name of
+  /// the exception, "closed", or "no answer" after five seconds.
+  std::string Call(const std::string& operation, const Wire& arguments);
+
+  /// The same with the arguments cut: the first message ends after the request's head and says that fragments follow; each
+  /// fragment carries a part of the arguments.
+  std::string CallInFragments(const std::string& operation, const Wire& arguments, std::size_t fragment_bytes);
+
+  void Send(const std::string& bytes);
+
+  /// A request message.
+  std::string Request(const std::string& operation, const Wire& arguments, bool fragments_follow = false);
+
+ private:
+  std::string Answer();
+  bool Receive(std::string& bytes, std::size_t count);
+
+  ObjectAddress address_;
+  int socket_;
+  std::uint32_t request_id_ = 0;
+};
+
+}  // namespace Corvanta::Test

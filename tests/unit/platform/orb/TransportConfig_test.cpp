@@ -1,0 +1,137 @@
+#include "platform/orb/TransportConfig.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace Corvanta {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Pair;
+
+/// A configuration file for the length of a test.
+class ConfigFile {
+ public:
+  explicit ConfigFile(const std::string& text)
+      : path_(std::filesystem::temp_directory_path() / ("transport-" + std::to_string(getpid()) + ".conf")) {
+    std::ofstream(path_) << text;
+  }
+  ~ConfigFile() { std::filesystem::remove(path_); }
+  std::string Path() const { return path_.string(); }
+
+ private:
+  std::filesystem::path path_;
+};
+
+TransportConfig Read(const std::string& text) { return TransportConfig::Read(ConfigFile(text).Path()); }
+
+TEST(TransportConfig, AnEmptyFileMeansTheDefaults) {
+  const TransportConfig config = Read("# nothing\n\n   \n");
+  EXPECT_THAT(config.endpoints, ElementsAre("giop:tcp:127.0.0.1:"));
+  EXPECT_THAT(config.allowed_peers, ElementsAre("localhost"));
+  EXPECT_EQ(config.call_timeout, std::chrono::seconds(5));
+  EXPECT_FALSE(config.dds_enabled);
+}
+
+TEST(TransportConfig, EveryKeyIsRead) {
+  const TransportConfig config = Read(
+      "orb.endpoint = giop:tcp:10.0.0.1:3000  # first\n"
+      "orb.endpoint = giop:unix:/run/x\n"
+      "orb.allowed_peer=10.0.0.0/255.0.0.0\n"
+      "orb.allowed_peer = localhost\r\n"
+      "orb.call_timeout_ms = 250\n"
+      "\torb.max_message_bytes = 8192\n"
+      "orb.max_connections_to_peer = 3\n"
+      "orb.max_server_threads = 20\n"
+      "orb.out_scan_period_s = 7\n"
+      "orb.in_scan_period_s = 8\n"
+      "dds.enabled = true\n"
+      "dds.domain = 232\n"
+      "dds.interface = eth0\n"
+      "dds.topic = PROBE/1/WAKEUP\n"
+      "dds.topic = B");
+  EXPECT_THAT(config.endpoints, ElementsAre("giop:tcp:10.0.0.1:3000", "giop:unix:/run/x"));
+  EXPECT_THAT(config.allowed_peers, ElementsAre("10.0.0.0/255.0.0.0", "localhost"));
+  EXPECT_EQ(config.call_timeout, std::chrono::milliseconds(250));
+  EXPECT_EQ(config.max_message_bytes, 8192u);
+  EXPECT_EQ(config.max_connections_to_peer, 3u);
+  EXPECT_EQ(config.max_server_threads, 20u);
+  EXPECT_EQ(config.out_scan_period_s, 7u);
+  EXPECT_EQ(config.in_scan_period_s, 8u);
+  EXPECT_TRUE(config.dds_enabled);
+  EXPECT_EQ(config.dds_domain, 232u);
+  EXPECT_EQ(config.dds_interface, "eth0");
+  EXPECT_THAT(config.dds_topics, ElementsAre("PROBE/1/WAKEUP", "B"));
+}
+
+struct Bad {
+  const char* name;
+  const char* text;
+  const char* message;  // behind the file's name
+};
+
+class TransportConfig_bad : public testing::TestWithParam<Bad> {};
+
+TEST_P(TransportConfig_bad, IsRefusedWithFileLineAndReason) {
+  const ConfigFile file(GetParam().text);
+  try {
+    TransportConfig::Read(file.Path());
+    FAIL() << "accepted";
+  } catch (const TransportConfigError& error) {
+    EXPECT_EQ(error.what(), file.Path() + GetParam().message);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, TransportConfig_bad,
+    testing::Values(
+        Bad{"no_equals", "# c\norb.endpoint", ":2: 'orb.endpoint' is not 'key = value'"},
+        Bad{"no_value", "orb.endpoint =  # none", ":1: orb.endpoint: no value"},
+        Bad{"unknown_key", "\norb.endpoints = giop:tcp::", ":2: unknown key 'orb.endpoints'"},
+        Bad{"no_prefix", "domain = 1", ":1: unknown key 'domain'"},
+        Bad{"endpoint", "orb.endpoint = tcp:1", ":1: orb.endpoint: 'tcp:1' is no endpoint: it must begin with giop:"},
+        Bad{"peer", "orb.allowed_peer = a b", ":1: orb.allowed_peer: 'a b' is not one address"},
+        Bad{"text", "dds.domain = one", ":1: dds.domain: 'one' is not a whole number from 0 to 232"},
+        Bad{"rest", "dds.domain = 1x", ":1: dds.domain: '1x' is not a whole number from 0 to 232"},
+        Bad{"negative", "dds.domain = -1", ":1: dds.domain: '-1' is not a whole number from 0 to 232"},
+        Bad{"above", "dds.domain = 233", ":1: dds.domain: '233' is not a whole number from 0 to 232"},
+        Bad{"huge", "orb.call_timeout_ms = 99999999999999999999",
+            ":1: orb.call_timeout_ms: '99999999999999999999' is not a whole number from 1 to 3600000"},
+        Bad{"below", "orb.max_message_bytes = 8191",
+            ":1: orb.max_message_bytes: '8191' is not a whole number from 8192 to 2147483647"},
+        Bad{"truth", "dds.enabled = yes", ":1: dds.enabled: 'yes' is neither true nor false"},
+        Bad{"scan", "orb.in_scan_period_s = 60\norb.out_scan_period_s = 60\n# end",
+            ":2: orb.out_scan_period_s must be below orb.in_scan_period_s"}),
+    [](const auto& test) { return test.param.name; });
+
+TEST(TransportConfig, AFileThatCannotBeReadIsNamed) {
+  try {
+    TransportConfig::Read("/nonexistent/tcp.conf");
+    FAIL() << "accepted";
+  } catch (const TransportConfigError& error) {
+    EXPECT_STREQ(error.what(), "/nonexistent/tcp.conf: cannot be read: No such file or directory");
+  }
+}
+
+TEST(TransportConfig, BecomesOptionsOfTheOrb) {
+  TransportConfig config;
+  config.allowed_peers = {"localhost", "10.0.0.5"};
+  config.max_server_threads = 8;
+  const auto options = config.OrbOptions();
+  EXPECT_THAT(options, Contains(Pair("endPoint", "giop:tcp:127.0.0.1:")));
+  EXPECT_THAT(options, Contains(Pair("serverTransportRule", "localhost unix,tcp,ssl")));
+  EXPECT_THAT(options, Contains(Pair("serverTransportRule", "10.0.0.5 unix,tcp,ssl")));
+  EXPECT_THAT(options, Contains(Pair("clientCallTimeOutPeriod", "5000")));
+  EXPECT_THAT(options, Contains(Pair("giopMaxMsgSize", "83886080")));
+  EXPECT_THAT(options, Contains(Pair("threadPerConnectionUpperLimit", "8")));
+  EXPECT_THAT(options, Contains(Pair("threadPerConnectionLowerLimit", "7")));
+  EXPECT_THAT(options, Contains(Pair("maxServerThreadPoolSize", "8")));
+}
+
+}  // namespace
+}  // namespace Corvanta

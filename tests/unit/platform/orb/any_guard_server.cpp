@@ -1,0 +1,78 @@
+// Servants behind the any guard, for tests: writes the references of a subscriber and of a manager, then a line for each
+// record that comes in. A sample "long -1" is answered with BAD_OPERATION.
+#include "platform/base/CorbaText.h"
+#include "platform/base/Diagnostic.h"
+#include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/any_guard.h"
+#include "platform/signals/Signals.h"
+#include "tests/unit/platform/orb/record_text.h"
+
+namespace Corvanta {
+namespace {
+
+class Subscriber : public POA_Corvanta::DDS_Sub {
+ public:
+  void DDS_Callback(const CORBA::Any&) override { Lumenar::WriteOut("not guarded"); }
+  CORBA::Long GetId() override { return 7; }
+
+  CORBA::Boolean _dispatch(omniCallHandle& handle) override {
+    const auto deliver = [](SampleRecord&& record) {
+      const auto* number = std::get_if<CORBA::Long>(&record);
+      if (number != nullptr && *number == -1) throw CORBA::BAD_OPERATION(0, CORBA::COMPLETED_YES);
+      Lumenar::WriteOut("callback " + Test::TextOf(record));
+    };
+    return DispatchCallback(handle, this, deliver) || POA_Corvanta::DDS_Sub::_dispatch(handle);
+  }
+};
+
+class Manager : public POA_Corvanta::DDS_Manager {
+ public:
+  void Publish(const CORBA::Any&, const char*) override { Lumenar::WriteOut("not guarded"); }
+  CORBA::Long Subscribe(const char*, DDS_Sub_ptr) override { return 0; }
+  void Unsubscribe(const char*, CORBA::Long) override {}
+  TopicStatusSeq* Topics() override { return new TopicStatusSeq; }
+  SubscriptionStatusSeq* Subscriptions() override { return new SubscriptionStatusSeq; }
+  CORBA::Boolean LastSample(const char*, CORBA::Any_OUT_arg sample) override {
+    sample = new CORBA::Any;
+    return false;
+  }
+
+  CORBA::Boolean _dispatch(omniCallHandle& handle) override {
+    const auto publish = [](SampleRecord&& record, const char* topic) {
+      Lumenar::WriteOut(std::string("publish ") + topic + " " + Test::TextOf(record));
+    };
+    return DispatchPublish(handle, this, publish) || POA_Corvanta::DDS_Manager::_dispatch(handle);
+  }
+};
+
+void Serve() {
+  ORB_wrapper_base orb(localargc, localargv);
+  PortableServer::Servant_var<Subscriber> subscriber(new Subscriber);
+  PortableServer::Servant_var<Manager> manager(new Manager);
+  CORBA::Object_var subscriber_reference = subscriber->_this();
+  CORBA::Object_var manager_reference = manager->_this();
+  orb.Activate();
+  CORBA::String_var subscriber_text = orb.Orb()->object_to_string(subscriber_reference);
+  CORBA::String_var manager_text = orb.Orb()->object_to_string(manager_reference);
+  Lumenar::WriteOut(subscriber_text.in());
+  Lumenar::WriteOut(manager_text.in());
+  Lumenar::WriteOut("ready");
+  orb.Run();
+}
+
+}  // namespace
+}  // namespace Corvanta
+
+int main() {
+  try {
+    Lumenar::Signals::Install();
+    Corvanta::Serve();
+  } catch (const Signal_Exception&) {
+    return 0;
+  } catch (const CORBA::Exception& error) {
+    Lumenar::WriteError(Lumenar::CorbaText(error));
+  } catch (const std::exception& error) {
+    Lumenar::WriteError(error.what());
+  }
+  return 1;
+}

@@ -1,0 +1,28 @@
+// An engine for tests: orb_test_engine NAME [run|hold]. It takes an instance of NAME and writes "is NAME/n"; then it runs
+// ("run") or holds its requests back for ever, as an engine does that still starts ("hold").
+#include <unistd.h>
+
+#include <string>
+
+#include "platform/base/CorbaText.h"
+#include "platform/base/Diagnostic.h"
+#include "platform/orb/ORB_wrapper.h"
+#include "platform/signals/Signals.h"
+
+int main(int argc, char** argv) {
+  if (argc != 3) return 2;
+  try {
+    Lumenar::Signals::Install();
+    Corvanta::ORB_wrapper orb(argv[1], "Lumenar/local");
+    Lumenar::WriteOut("is " + orb.EngineName());
+    if (std::string(argv[2]) == "hold") pause();
+    orb.Run();
+  } catch (const Signal_Exception&) {
+    return 0;
+  } catch (const CORBA::Exception& error) {
+    Lumenar::WriteError(Lumenar::CorbaText(error));
+  } catch (const std::exception& error) {
+    Lumenar::WriteError(error.what());
+  }
+  return 1;
+}
