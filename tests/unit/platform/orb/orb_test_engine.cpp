@@ -1,8 +1,8 @@
 // An engine for tests: orb_test_engine NAME [run|hold]. It takes an instance of NAME and writes "is NAME/n"; then it runs
 // ("run") or holds its requests back for ever, as an engine does that still starts ("hold").
-#include <unistd.h>
-
+#include <chrono>
 #include <string>
+#include <thread>
 
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
@@ -15,7 +15,10 @@ int main(int argc, char** argv) {
     Lumenar::Signals::Install();
     Corvanta::ORB_wrapper orb(argv[1], "Lumenar/local");
     Lumenar::WriteOut("is " + orb.EngineName());
-    if (std::string(argv[2]) == "hold") pause();
+    while (std::string(argv[2]) == "hold") {
+      Lumenar::Signals::ThrowIfPending();
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
     orb.Run();
   } catch (const Signal_Exception&) {
     return 0;
