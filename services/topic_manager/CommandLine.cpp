@@ -44,6 +44,12 @@ Corvanta::DDS_Manager_i::Options CommandLine::ManagerOptions(const Corvanta::Tra
   options.dispatcher.schedule.queue.samples = queue;
   options.topics.topics = topics;
   options.state_file = state_file;
+  if (transport.dds_enabled) {
+    options.relay.emplace();
+    options.relay->domain = transport.dds_domain;
+    options.relay->interface_address = transport.dds_interface;
+    options.relay->topics.insert(transport.dds_topics.begin(), transport.dds_topics.end());
+  }
   options.stall_limit = stall_limit.value_or(transport.call_timeout);
   return options;
 }

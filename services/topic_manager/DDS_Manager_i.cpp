@@ -37,6 +37,12 @@ DDS_Manager_i::DDS_Manager_i(ORB_base& orb, const Options& options)
       topics_(options.topics),
       dispatcher_(options.dispatcher, [this](auto&&... dropped) { OnDropped(dropped...); }) {
   Restore();
+  if (options.relay) StartRelay(*options.relay);
+}
+
+void DDS_Manager_i::StartRelay(const CycloneRelay::Options& options) {
+  relay_ = std::make_unique<CycloneRelay>(
+      options, [this](const std::string& topic, SampleRecord&& sample) { PublishHere(std::move(sample), topic); });
 }
 
 /// Nobody is called here: a subscriber that died meanwhile shows at the next sample.
@@ -61,10 +67,15 @@ _CORBA_Boolean DDS_Manager_i::_dispatch(omniCallHandle& handle) {
 
 void DDS_Manager_i::Publish(const CORBA::Any& sample, const char* topic) { Accept(RecordFromAny(sample), topic); }
 
-void DDS_Manager_i::Accept(SampleRecord&& record, const char* topic_name) {
-  CheckTopic(topic_name);
+void DDS_Manager_i::Accept(SampleRecord&& record, const char* topic) {
+  CheckTopic(topic);
   if (std::holds_alternative<std::monostate>(record)) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
-  const std::string topic = topic_name;
+  const SamplePtr sample = PublishHere(std::move(record), topic);
+  if (relay_ != nullptr) relay_->Send(topic, sample, Lumenar::SampleBytes(*sample));
+}
+
+/// Publishes to the subscribers of this manager.
+SamplePtr DDS_Manager_i::PublishHere(SampleRecord&& record, const std::string& topic) {
   const SamplePtr sample(new SampleRecord(std::move(record)));
   std::vector<SamplePtr> freed;  // destroyed after the lock is released
   {
@@ -72,6 +83,7 @@ void DDS_Manager_i::Accept(SampleRecord&& record, const char* topic_name) {
     if (!topics_.Published(topic, sample, freed)) throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
   }
   dispatcher_.Publish(topic, sample);
+  return sample;
 }
 
 CORBA::Long DDS_Manager_i::Subscribe(const char* topic, DDS_Sub_ptr subscriber) {

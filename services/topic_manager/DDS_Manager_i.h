@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/dds/CycloneRelay.h"
 #include "platform/orb/ORB_base.h"
 #include "services/topic_manager/Dispatcher.h"
 #include "services/topic_manager/SubscriptionStore.h"
@@ -7,7 +8,8 @@
 
 namespace Corvanta {
 
-/// The topic manager: the contract of DDS.idl on top of the dispatcher, the topic table and the store of subscriptions.
+/// The topic manager: the contract of DDS.idl on top of the dispatcher, the topic table and the store of subscriptions. Samples
+/// of relayed topics go to the topic managers of other machines as well, and theirs are published here.
 ///
 /// A topic's name has 1 to 1024 bytes; a longer one is BAD_PARAM. A table full of topics with subscribers, and more than 100000
 /// subscriptions, are IMP_LIMIT.
@@ -17,10 +19,12 @@ class DDS_Manager_i : public POA_Corvanta::DDS_Manager {
     Lumenar::Dispatcher::Limits dispatcher;
     Lumenar::TopicTable::Limits topics;
     std::optional<Lumenar::StateFile> state_file;
+    std::optional<CycloneRelay::Options> relay;
     std::chrono::milliseconds stall_limit{5000};
   };
 
   /// Subscriptions of the state file stand again.
+  /// Errors   std::runtime_error when the relay cannot start.
   DDS_Manager_i(ORB_base& orb, const Options& options);
 
   /// Begins no delivery any more; false when some are still under way after `limit`.
@@ -41,6 +45,8 @@ class DDS_Manager_i : public POA_Corvanta::DDS_Manager {
 
  private:
   void Accept(SampleRecord&& sample, const char* topic);
+  Lumenar::SamplePtr PublishHere(SampleRecord&& sample, const std::string& topic);
+  void StartRelay(const CycloneRelay::Options& options);
   void Restore();
   boost::shared_ptr<Lumenar::Subscriber> MakeSubscriber(const std::string& reference) const;
   void EnterTopic(const std::string& topic);
@@ -53,7 +59,8 @@ class DDS_Manager_i : public POA_Corvanta::DDS_Manager {
   Lumenar::Mutex mutex_;
   Lumenar::TopicTable topics_ GUARDED_BY(mutex_);
   std::size_t subscriptions_ GUARDED_BY(mutex_) = 0;
-  Lumenar::Dispatcher dispatcher_;  // the last: its threads use the others
+  Lumenar::Dispatcher dispatcher_;       // its threads use the members above
+  std::unique_ptr<CycloneRelay> relay_;  // so do the relay's; null when there is none
 };
 
 }  // namespace Corvanta

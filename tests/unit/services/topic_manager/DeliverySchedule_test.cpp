@@ -193,8 +193,9 @@ TEST_F(Schedule, AProbeThatIsRemovedMakesRoomForAnother) {
   const auto first = MustNext();
   now_ += 5s;
   Finish(first, Outcome::TimedOut);
+  EXPECT_FALSE(Next());  // 2 and 3 are parked
   now_ += 100ms;
-  schedule_.Advance(now_);  // 2 is the probe now, ready
+  schedule_.Advance(now_);  // 2 is to try, and is ready
   schedule_.Remove(2, freed_);
   EXPECT_THAT(BeginAll(), ElementsAre(3));
 }

@@ -38,7 +38,8 @@ TEST(IorAddress, IsHostAndPortOfTheTcpProfile) {
 }
 
 TEST(IorAddress, OtherProfilesArePassedOver) {
-  EXPECT_EQ(IorAddress(Ior(Profile(1, "whatever") + Profile(0, kBigHost), 2)), "10.0.0.7:4660");
+  const std::string other("\x00\x01\x02\x00\x00\x00\x00\x09""10.0.0.8\x00\x00\x12\x34", 20);
+  EXPECT_EQ(IorAddress(Ior(Profile(1, other) + Profile(0, kBigHost), 2)), "10.0.0.7:4660");
 }
 
 TEST(IorAddress, WhatIsNotSuchAReferenceStandsForItself) {

@@ -33,7 +33,11 @@ void TestSubscriber::Take(Corvanta::SampleRecord&& sample) {
   if (in_delivery_) in_delivery_();
 }
 
-TopicRig::TopicRig() : platform_({.topic_manager = true, .hw_enumeration = false, .transport = "orb.call_timeout_ms = 1000\n"}) {
+IsolatedPlatform::Options TopicRig::PlatformOptions(const std::string& transport) {
+  return {.topic_manager = true, .hw_enumeration = false, .transport = "orb.call_timeout_ms = 1000\n" + transport};
+}
+
+TopicRig::TopicRig(const std::string& transport) : platform_(PlatformOptions(transport)) {
   platform_.UseInThisProcess();
   StartOrb();
 }

@@ -43,7 +43,8 @@ using TestSubscriberVar = PortableServer::Servant_var<TestSubscriber>;
 /// A platform with a topic manager whose calls are limited to one second, and an ORB in the test's process.
 class TopicRig : public testing::Test {
  protected:
-  TopicRig();
+  /// `transport` are further lines of the transport configuration.
+  explicit TopicRig(const std::string& transport = "");
   ~TopicRig() override;
 
   /// The ORB of this process, made anew.
@@ -62,6 +63,8 @@ class TopicRig : public testing::Test {
 
   /// Starts a process that subscribes to a topic `count` times and waits until it has; its handles.
   std::unique_ptr<Process> StartSubscriber(const std::string& topic, int count, std::vector<CORBA::Long>& handles);
+
+  static IsolatedPlatform::Options PlatformOptions(const std::string& transport);
 
   IsolatedPlatform platform_;
   std::unique_ptr<Corvanta::ORB_wrapper_base> orb_;
