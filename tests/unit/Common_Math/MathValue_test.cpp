@@ -1,0 +1,375 @@
+// The typed values: built from references and records, lists of samples, diagnostic lines, arithmetic.
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <limits>
+
+#include "Common_Math/src/MathBaseBasicTrace.h"
+#include "Common_Math/src/MathBaseValueDouble.h"
+#include "platform/components/attributes/EngineAttribLong_i.h"
+#include "platform/components/attributes/EngineAttribValueDouble_i.h"
+#include "tests/unit/Common_Math/MathFixture.h"
+
+namespace Lumenar::Test {
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::FloatEq;
+using Sample = Value::Value_object<float>;
+
+constexpr const char* kTracePath = "Common_Math/src/MathValueBasicTrace:";
+
+MathTrace Updated(const std::vector<float>& samples, const Value::Units& units = kW) {
+  MathTrace trace(TraceOf(samples, units));
+  trace.UpdateValues();
+  return trace;
+}
+
+// --- traces, no ORB -----------------------------------------------------------------------------------------------
+
+class TraceValue : public testing::Test {
+ protected:
+  std::string TakeLine() { return written_.Take(); }
+  CapturedOutput written_;
+};
+
+TEST_F(TraceValue, AnEmptyRecordHasAnEmptyListAndEveryOperationSaysSo) {
+  MathTrace empty = Updated({});
+  EXPECT_EQ(empty.ListSize(), 0u);
+  const MathTrace other = Updated({1});
+  struct Row {
+    const char* function;
+    std::function<void()> step;
+  };
+  const Row table[] = {
+      {"DoValueEqualOp", [&] { empty += other; }},       {"DoValueEqualOp", [&] { empty -= other; }},
+      {"DoValueEqualOp", [&] { empty *= 2; }},           {"DoValueEqualOp", [&] { empty /= 2; }},
+      {"RelativeSubEqual", [&] { empty.RelativeSubEqual(other); }},
+      {"CumulativeAdd", [&] { EXPECT_EQ(empty.CumulativeAdd(0, 0).Get_value(), 0); }},
+      {"Add_dB", [&] { empty.Add_dB(); }},               {"Remove_dB", [&] { EXPECT_FALSE(empty.Remove_dB()); }},
+      {"DoPeak", [&] { empty.DoPeak(other); }},
+  };
+  for (const Row& row : table) {
+    row.step();
+    EXPECT_EQ(TakeLine(), std::string(kTracePath) + row.function + " Warning: Trace size is 0, aborting\n");
+  }
+}
+
+TEST_F(TraceValue, ACopyStartsWithAnEmptyList) {
+  const MathTrace trace = Updated({1, 2});
+  EXPECT_EQ(trace.ListSize(), 2u);
+  EXPECT_EQ(MathTrace(trace).ListSize(), 0u);
+}
+
+TEST_F(TraceValue, AReplacedRecordLeavesTheListUntilItIsUpdatedAndThenHasItsUnits) {
+  MathTrace trace = Updated({1, 2}, kW);
+  trace = TraceOf({3, 4, 5}, kmW);
+  EXPECT_EQ(trace.ListSize(), 2u);
+  trace.UpdateValues();
+  EXPECT_EQ(trace.ListSize(), 3u);
+  for (const Sample& entry : trace.SampleValues()) EXPECT_EQ(entry.Get_unit(), kmW);
+}
+
+TEST_F(TraceValue, AssigningItsOwnRecordChangesNothing) {
+  MathTrace trace = Updated({1, 2});
+  trace = trace.record;
+  EXPECT_THAT(SamplesOf(trace.record), ElementsAre(1, 2));
+  EXPECT_EQ(trace.CumulativeAdd(0, 1).Get_value(), 3);
+}
+
+TEST_F(TraceValue, CopiesAreDeepAndCarryEveryField) {
+  MathTrace trace = Updated({1, 2});
+  const MathTrace copy(trace);
+  trace *= 5;
+  EXPECT_THAT(SamplesOf(copy.record), ElementsAre(1, 2));
+  EXPECT_EQ(copy.record.sequence_number, 17u);
+  EXPECT_EQ(copy.record.flags, 3u);
+  EXPECT_EQ(copy.record.header[0], 100u);
+  EXPECT_EQ(copy.record.x_step, 0.125);
+}
+
+TEST_F(TraceValue, TakingARecordOverLeavesItWithoutSamples) {
+  BT_DATA record = TraceOf({1, 2});
+  const float* buffer = record.samples.get_buffer();
+  const MathTrace trace(std::move(record));
+  EXPECT_EQ(trace.record.samples.get_buffer(), buffer);
+  EXPECT_EQ(record.samples.length(), 0u);
+}
+
+TEST_F(TraceValue, DifferentSizesAreALineAndNoChange) {
+  MathTrace ten = Updated(std::vector<float>(10, 1));
+  const MathTrace twelve = Updated(std::vector<float>(12, 1));
+  ten -= twelve;
+  EXPECT_EQ(TakeLine(), std::string(kTracePath) + "DoValueEqualOp Error: traces are different sizes! 12, 10\n");
+  ten.RelativeSubEqual(twelve);
+  EXPECT_EQ(TakeLine(), std::string(kTracePath) + "RelativeSubEqual Error: traces are different sizes! 12, 10\n");
+  EXPECT_THAT(SamplesOf(ten.record), Each(1));
+}
+
+TEST_F(TraceValue, DifferentSizesOfAPeakAreAnException) {
+  MathTrace ten = Updated(std::vector<float>(10, 1));
+  EXPECT_EQ(RefusalOf([&] { ten.DoPeak(Updated(std::vector<float>(12, 9))); }),
+            "Doing Peak search: traces are different sizes! ");
+  EXPECT_EQ(TakeLine(), std::string(kTracePath) + "DoPeak Error: traces are different sizes! 12, 10\n");
+  EXPECT_THAT(SamplesOf(ten.record), Each(1));
+}
+
+TEST_F(TraceValue, SumsClampTheirRange) {
+  std::vector<float> samples(100);
+  for (int i = 0; i < 100; ++i) samples[static_cast<std::size_t>(i)] = static_cast<float>(i);
+  const MathTrace trace = Updated(samples);
+  EXPECT_EQ(trace.CumulativeAdd(-5, 1000).Get_value(), 4950);
+  EXPECT_EQ(trace.CumulativeAdd(98, 99).Get_value(), 197);
+  EXPECT_EQ(TakeLine(), "");
+  const Value::Value_object<double> none = trace.CumulativeAdd(7, 3);
+  EXPECT_EQ(none.Get_value(), 0);
+  EXPECT_EQ(none.Get_unit(), Value::C_Empty);
+  EXPECT_EQ(TakeLine(), std::string(kTracePath) + "CumulativeAdd Warning: start[7] > stop[3]\n");
+}
+
+TEST_F(TraceValue, ASumOverAListThatWasNeverBuiltIsAnEmptyRange) {
+  const MathTrace trace(TraceOf({1, 2, 3}));
+  EXPECT_EQ(trace.CumulativeAdd(0, 2).Get_value(), 0);
+  EXPECT_EQ(TakeLine(), std::string(kTracePath) + "CumulativeAdd Warning: start[0] > stop[-1]\n");
+}
+
+TEST_F(TraceValue, ASumClampedByALongerStaleListNeverReadsBeyondTheSamples) {
+  MathTrace trace = Updated({1, 2, 3, 4});
+  trace = TraceOf({1, 2});
+  EXPECT_THROW(trace.CumulativeAdd(0, 3), CORBA::BAD_PARAM);
+  EXPECT_EQ(trace.CumulativeAdd(0, 3).Get_value(), 3) << "the list is up to date now";
+}
+
+TEST_F(TraceValue, ASumOfOneSampleIsThatSampleWithoutErrors) {
+  for (const Value::Units& unit : {kW, kdBm, kNone}) {
+    const Value::Value_object<double> sum = Updated({1.5f, 0.1f}, unit).CumulativeAdd(1, 1);
+    EXPECT_EQ(sum.Get_value(), double(0.1f));
+    EXPECT_EQ(sum.Get_unit(), unit);
+    EXPECT_EQ(sum.Get_minus_err(), 0);
+    EXPECT_EQ(sum.Get_plus_err(), 0);
+  }
+}
+
+TEST_F(TraceValue, ZeroAndNegativeSamplesHaveFiniteDecibels) {
+  MathTrace trace = Updated({0, -0.0f, -3, 100});
+  trace.Add_dB();
+  EXPECT_THAT(SamplesOf(trace.record), ElementsAre(FloatEq(-379.2978f), FloatEq(-379.2978f), FloatEq(-379.2978f), FloatEq(20)));
+  EXPECT_EQ(UnitsOf(trace.record), kdBW);
+}
+
+TEST_F(TraceValue, RemovingDecibelsFromALinearTraceDoesNothing) {
+  MathTrace trace = Updated({1, 2});
+  EXPECT_FALSE(trace.Remove_dB());
+  EXPECT_THAT(SamplesOf(trace.record), ElementsAre(1, 2));
+  EXPECT_EQ(UnitsOf(trace.record), kW);
+}
+
+TEST_F(TraceValue, RemovingDecibelsTakesAlsoPlainDecibels) {
+  MathTrace trace = Updated({20, 0}, kdB);
+  EXPECT_TRUE(trace.Remove_dB());
+  EXPECT_THAT(SamplesOf(trace.record), ElementsAre(FloatEq(100), FloatEq(1)));
+  EXPECT_EQ(UnitsOf(trace.record), kNone);
+}
+
+TEST_F(TraceValue, DecibelsOfASquaredUnitFollowTheirOwnRuleEachWay) {
+  const Value::Units volt2 = Value::Make_unit(Value::U_Volt, 2);
+  MathTrace trace = Updated({100}, volt2);
+  trace.Add_dB();
+  EXPECT_THAT(SamplesOf(trace.record), ElementsAre(40)) << "20 log10";
+  EXPECT_TRUE(trace.Remove_dB());
+  EXPECT_THAT(SamplesOf(trace.record), ElementsAre(FloatEq(20000))) << "2 * 10^(40/10): not the way back";
+}
+
+TEST_F(TraceValue, FactorsMustBeExactInSinglePrecision) {
+  for (const int factor : {16777217, -16777217, std::numeric_limits<int>::max()}) {
+    MathTrace trace = Updated({1});
+    const char* text = "conversion limited by bits in dest type representation ";
+    EXPECT_EQ(RefusalOf([&] { trace *= factor; }), text);
+    EXPECT_EQ(RefusalOf([&] { trace /= factor; }), text);
+    EXPECT_THAT(SamplesOf(trace.record), ElementsAre(1));
+  }
+  for (const int factor : {16777216, 16777215, -33554432, 0, 7, std::numeric_limits<int>::min()}) {
+    MathTrace trace = Updated({1});
+    EXPECT_NO_THROW(trace *= factor);
+    EXPECT_THAT(SamplesOf(trace.record), ElementsAre(static_cast<float>(factor)));
+  }
+}
+
+TEST_F(TraceValue, ADivisionThatLeavesTheRangeKeepsTheNewValuesBeforeTheFailingSample) {
+  MathTrace trace = Updated({8, 6, std::numeric_limits<float>::infinity(), 4});
+  EXPECT_THROW(trace /= 2, std::out_of_range);
+  EXPECT_THAT(SamplesOf(trace.record), ElementsAre(4, 3, std::numeric_limits<float>::infinity(), 4));
+  MathTrace whole = Updated({1, 2});
+  EXPECT_THROW(whole /= 0, std::out_of_range);
+  EXPECT_THAT(SamplesOf(whole.record), ElementsAre(1, 2));
+}
+
+TEST_F(TraceValue, AnOperandInAnotherUnitIsConvertedAndTheTraceKeepsItsUnit) {
+  MathTrace trace = Updated({1, 2}, kW);
+  trace += Updated({500, 250}, kmW);
+  EXPECT_THAT(SamplesOf(trace.record), ElementsAre(1.5f, 2.25f));
+  EXPECT_EQ(UnitsOf(trace.record), kW);
+}
+
+TEST_F(TraceValue, OperandsOfAnotherDimensionAreAnExceptionAndNoChange) {
+  MathTrace trace = Updated({1, 2});
+  EXPECT_THROW(trace += Updated({1, 2}, kSecond), Value::UnitDimensionNotProper);
+  EXPECT_THROW(trace.DoPeak(Updated({5, 6}, kSecond)), Value::UnitDimensionNotSame);
+  EXPECT_THROW(trace.RelativeSubEqual(Updated({5, 6})), Value::OperationNotValid);
+  EXPECT_THAT(SamplesOf(trace.record), ElementsAre(1, 2));
+}
+
+TEST_F(TraceValue, EqualSamplesOfAPeakKeepThisTracesEntries) {
+  MathTrace trace = Updated({1, 2}, kW);
+  trace.DoPeak(Updated({1000, 3000}, kmW));
+  EXPECT_THAT(SamplesOf(trace.record), ElementsAre(1, 3));
+  const std::vector<Sample> entries = trace.SampleValues();
+  EXPECT_EQ(entries[0].Get_unit(), kW);
+  EXPECT_EQ(entries[1].Get_unit(), kmW) << "a replaced entry is the other's, its record sample in this trace's unit";
+  EXPECT_EQ(entries[1].Get_value(), 3000);
+  EXPECT_EQ(UnitsOf(trace.record), kW);
+}
+
+TEST_F(TraceValue, FreeFunctionsLeaveTheirOperands) {
+  const MathTrace a = Updated({10, 20}, kdBm);
+  const MathTrace b = Updated({4, 5}, kdBm);
+  EXPECT_THAT(SamplesOf((a - b).record), ElementsAre(6, 15));
+  EXPECT_THAT(SamplesOf(RelativeSub(a, b).record), ElementsAre(6, 15));
+  EXPECT_THAT(SamplesOf(a.record), ElementsAre(10, 20));
+}
+
+// --- scalars, no ORB ----------------------------------------------------------------------------------------------
+
+MathScalar Number(double value, const Value::Units& unit, double minus = 0, double plus = 0) {
+  return MathScalar(ScalarOf(value, unit, minus, plus));
+}
+
+TEST(ScalarValue, RemovingDecibelsLeavesPlainDecibelsAndLinearValues) {
+  MathScalar plain = Number(20, kdB);
+  EXPECT_FALSE(plain.Remove_dB());
+  EXPECT_EQ(plain.value.Get_value(), 20);
+  EXPECT_EQ(plain.value.Get_unit(), kdB);
+  MathScalar linear = Number(20, kW);
+  EXPECT_FALSE(linear.Remove_dB());
+  MathScalar level = Number(20, kdBm);
+  EXPECT_TRUE(level.Remove_dB());
+  EXPECT_DOUBLE_EQ(level.value.Get_value(), 100);
+  EXPECT_EQ(level.value.Get_unit(), kmW);
+}
+
+TEST(ScalarValue, AddingDecibelsGuardsNoNumberUnlikeThatOfATrace) {
+  MathScalar zero = Number(0, kW);
+  zero.Add_dB();
+  EXPECT_EQ(zero.value.Get_value(), -std::numeric_limits<double>::infinity());
+  MathScalar level = Number(100, kW);
+  level.Add_dB();
+  EXPECT_EQ(level.value.Get_value(), 20);
+  level.Add_dB();
+  EXPECT_EQ(level.value.Get_value(), 20) << "in dB already";
+}
+
+TEST(ScalarValue, ADifferenceStandsInTheFirstOperandsUnit) {
+  const MathScalar difference = Number(5, kW) - Number(2000, kmW);
+  EXPECT_DOUBLE_EQ(difference.value.Get_value(), 3);
+  EXPECT_EQ(difference.value.Get_unit(), kW);
+}
+
+TEST(ScalarValue, RelativeSubNeedsALevel) {
+  EXPECT_THROW(RelativeSub(Number(5, kW), Number(2, kW)), Value::OperationNotValid);
+  EXPECT_THROW(RelativeSub(Number(5, kdB), Number(2, kdBW)), Value::MissingUnitInFirstParameter);
+  const MathScalar distance = RelativeSub(Number(10, kdBW, -1, 2), Number(4, kdBW, -0.5, 1));
+  EXPECT_EQ(distance.value.Get_value(), 6);
+  EXPECT_EQ(distance.value.Get_minus_err(), -0.5);
+  EXPECT_EQ(distance.value.Get_plus_err(), 1);
+}
+
+TEST(ScalarValue, ARecordRoundTripsAndMalformedUnitsAreRefused) {
+  const Scalar record = ScalarOf(2, kdBm, -1, 3);
+  const Scalar back = MathScalar(record).ToRecord();
+  EXPECT_EQ(back.val, 2);
+  EXPECT_EQ(back.minus_err, -1);
+  EXPECT_EQ(back.plus_err, 3);
+  EXPECT_EQ(UnitsOf(back), kdBm);
+  EXPECT_THROW(MathScalar(ScalarOf(1, Value::Units{false, 0, {{{}, {Value::U_Watt, 1}}}})), Value::OperationNotValid);
+}
+
+// --- values from references ---------------------------------------------------------------------------------------
+
+class ValueFromReference : public MathFixture {
+ protected:
+  TraceInput trace_{namer_, registration_, TraceOf({1, 2})};
+  ScalarInput scalar_{namer_, registration_, ScalarOf(5, kdBm, -1, 2)};
+  LongInput long_{namer_, registration_, 7};
+  Corvanta::EngineAttribValueDouble_i scalar_attribute_{namer_, registration_, "LIMIT", ScalarOf(8, kW), {}};
+  Corvanta::EngineAttribLong_i long_attribute_{namer_, registration_, "INDEX", 9, {}, Corvanta::EngineAttribLongParams{0, 99, 0}};
+
+  template <class T>
+  std::string Refusal(Corvanta::EngineReadingBase_ptr reading) {
+    return RefusalOf([&] { MathValue<T> value(reading); });
+  }
+};
+
+TEST_F(ValueFromReference, ATraceComesFromATraceReadingOnly) {
+  EXPECT_THAT(SamplesOf(MathTrace(trace_).record), ElementsAre(1, 2));
+  for (const Corvanta::EngineReadingBase_ptr reading :
+       {Corvanta::EngineReadingBase::_nil(), Corvanta::EngineReadingBase_ptr(scalar_), Corvanta::EngineReadingBase_ptr(long_)}) {
+    EXPECT_EQ(Refusal<BT_DATA>(reading), "Invalid Corvanta::BASIC_TRACE::BT_DATA Attrib type");
+    EXPECT_EQ(written_.Take(), "Common_Math/src/MathValueBasicTrace:MathValue Error: could not narrow attrib to BasicTrace type!\n");
+  }
+}
+
+TEST_F(ValueFromReference, AScalarComesFromAReadingOrAnAttribute) {
+  EXPECT_EQ(MathScalar(scalar_).value.Get_value(), 5);
+  EXPECT_EQ(MathScalar(scalar_).value.Get_plus_err(), 2);
+  const Corvanta::EngineAttribValueDouble_var attribute = scalar_attribute_._this();
+  EXPECT_EQ(MathScalar(Corvanta::EngineReadingBase_ptr(attribute.in())).value.Get_value(), 8);
+  for (const Corvanta::EngineReadingBase_ptr reading :
+       {Corvanta::EngineReadingBase::_nil(), Corvanta::EngineReadingBase_ptr(trace_), Corvanta::EngineReadingBase_ptr(long_)}) {
+    EXPECT_EQ(Refusal<Scalar>(reading), "Invalid ::Corvanta::VALUE_DOUBLE::VALUE Attrib type");
+    EXPECT_EQ(written_.Take(), "Common_Math/src/MathValueValueDouble:MathValue Error: could not narrow attrib to ValueDouble type!\n");
+  }
+}
+
+TEST_F(ValueFromReference, ALongComesFromAReadingOrAnAttribute) {
+  EXPECT_EQ(MathValue<int>(Corvanta::EngineReadingBase_ptr(long_)).value, 7);
+  const Corvanta::EngineAttribLong_var attribute = long_attribute_._this();
+  EXPECT_EQ(MathValue<int>(Corvanta::EngineReadingBase_ptr(attribute.in())).value, 9);
+  for (const Corvanta::EngineReadingBase_ptr reading :
+       {Corvanta::EngineReadingBase::_nil(), Corvanta::EngineReadingBase_ptr(trace_), Corvanta::EngineReadingBase_ptr(scalar_)}) {
+    EXPECT_EQ(Refusal<int>(reading), "Invalid ::CORBA::Long type");
+    EXPECT_EQ(written_.Take(), "Common_Math/src/MathValueLong:MathValue Error: could not narrow attrib to long type!\n");
+  }
+}
+
+// --- the result before anything is computed -----------------------------------------------------------------------
+
+template <class T>
+class IdleMath final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
+ public:
+  IdleMath(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui) : MathBaseTemplate<T, ValReadingMap<T>>(namer, gui) {}
+  char* GetType() override { return CORBA::string_dup("Idle"); }
+};
+
+TEST_F(ValueFromReference, AResultThatWasNeverComputedIsTheDefault) {
+  const boost::shared_ptr<MathBase> trace = MathBase::Own(new IdleMath<BT_DATA>(namer_, registration_));
+  trace->Activate();
+  const BT_DATA record = TraceResult(Corvanta::MathFactory::Math_var(trace->Reference()));
+  EXPECT_EQ(record.samples.length(), 0u);
+  EXPECT_EQ(record.sequence_number + record.flags + record.header[0] + record.header[11], 0u);
+  EXPECT_EQ(record.x_step, 0);
+  EXPECT_EQ(UnitsOf(record), kNone);
+
+  const boost::shared_ptr<MathBase> scalar = MathBase::Own(new IdleMath<Scalar>(namer_, registration_));
+  scalar->Activate();
+  const Scalar value = ScalarResult(Corvanta::MathFactory::Math_var(scalar->Reference()));
+  EXPECT_EQ(value.val, 0);
+  EXPECT_EQ(value.minus_err, 0);
+  EXPECT_EQ(value.plus_err, 0);
+  EXPECT_EQ(UnitsOf(value), kNone);
+  EXPECT_EQ(scalar->Id(), trace->Id() + 1);
+  for (const auto& object : {trace, scalar}) Corvanta::ORB_base::DeactivateObject(object.get());
+}
+
+}  // namespace
+}  // namespace Lumenar::Test
