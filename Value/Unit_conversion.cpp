@@ -66,8 +66,10 @@ double Base_to_power(double base, std::int64_t power) {
 }
 
 double Scale_of(const Units& units, int sign) {
-  return units.base_power == 0 ? 1.0
-                               : Base_to_power(Units_library::Get_unit_base(units), std::int64_t{units.base_power} * sign);
+  if (units.base_power == 0) {
+    return 1.0;
+  }
+  return Base_to_power(Units_library::Get_unit_base(units), std::int64_t{units.base_power} * sign);
 }
 
 const Units_conversion* Find_slot_row(Units_list from, Units_list to) {
@@ -123,8 +125,8 @@ Unit_conversion<T> Unit_conversion<T>::Plan(const Units& from, const Units& to) 
   return plan;
 }
 
-/// A row for the whole unit, or for its reciprocal on either side. The number of a reciprocal is that of the row, turned
-/// over only when one side alone is a reciprocal.
+/// A row for the whole unit, or for its reciprocal on either side. The number is that of the row, turned over when one
+/// side alone is a reciprocal.
 template <class T>
 bool Unit_conversion<T>::Plan_whole_unit(const Units& source) {
   for (const Units_conversion& row : Unit_conv_vect) {

@@ -23,14 +23,15 @@ enum class Number_rule : std::uint8_t {
 template <class T>
 T Convert_number(Number_rule rule, T number) noexcept;
 
-/// What Value_object<T>::Convert_to does to the numbers between two units: planned once, applied to any count of numbers.
+/// What Value_object<T>::Convert_to does to the numbers between two units: planned once, applied to any count of them.
 /// Convert_to itself works through this class, so that a whole trace and a single value give the same bits.
 ///
 /// The steps, in order:
 /// 1. double only: a source in dB is made linear, k * 10^(x/10);
-/// 2. rows of the conversion table; they leave errors as they are. Either one row for the whole unit, or one for each slot
-///    that has a row of its own: the row's rule as if the number were in that slot's unit alone, then 1/number when the
-///    slot's exponent is negative. A slot that a row converted takes no part in the factor of step 3;
+/// 2. rows of the conversion table; they leave errors as they are. Either one row for the whole unit, or one for each
+///    slot that has a row of its own against the slot at the same place in the target: the row's rule as if the number
+///    were in that slot's unit alone, then 1/number when the slot's exponent is negative. A slot that a row converted
+///    takes no part in the factor of step 3;
 /// 3. the number times the factor (with base^base_power of the source), in double, stored as T;
 /// 4. the number times base^-base_power of the target, in double, stored as T;
 /// 5. a target in dB: 10 * k * log10(x).

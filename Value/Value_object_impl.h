@@ -55,7 +55,7 @@ struct Numbers {
     Each([k](T x) { return To_decibel(x, k); });
   }
 
-  /// Given in this order, two sorted errors and a NaN keep their places; errors that a negative k turned round are sorted.
+  /// Given in this order, sorted errors and a NaN keep their places; errors that a negative k turned round are sorted.
   Value_object<T> With(const Units& unit) const { return Value_object<T>(value, unit, plus_err, minus_err); }
 };
 

@@ -6,8 +6,8 @@
 
 namespace Lumenar::Value {
 
-/// The decibel rules in the precision of the argument. Single precision gives the same bits everywhere; double precision
-/// uses the C library and is as good as its log10 and pow (within 1 to 2 units in the last place).
+/// The decibel rules in the precision of the argument. Single precision gives the same bits everywhere; double
+/// precision uses the C library and is as good as its log10 and pow (1 to 2 units in the last place).
 inline float To_decibel(float number, double k) noexcept { return Linear_to_decibel(number, k); }
 inline double To_decibel(double number, double k) noexcept { return 10.0 * k * std::log10(number); }
 inline float From_decibel(float level_dB, double k) noexcept { return Decibel_to_linear(level_dB, k); }

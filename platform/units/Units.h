@@ -100,10 +100,11 @@ class Units_library {
   static bool Is_Invert_units(const Units& a, const Units& b);
 
   /// The factor that turns a number in `from` into one in `to`, of the slots alone: base_power does not count.
-  /// Errors   UnitDimensionNotSame.
+  /// A factor outside the range of double comes out as 0, infinity or NaN.
+  /// Errors   UnitDimensionNotSame; OperationNotValid when a slot names no unit of the table.
   static double Get_conversion_factor(const Units& to, const Units& from);
 
-  /// The base to which base_power applies: 2 for units of information, else 10.
+  /// The base to which base_power applies: 2 for units of information (bits and bytes alone; rates are decimal), else 10.
   static double Get_unit_base(const Units& units) noexcept;
 
   /// k of the decibel rules: the product of the exponents of the leading non-empty slots, 1 if there are none.

@@ -80,7 +80,9 @@ bool Is_name_of(const Unit_row& row, std::string_view lower) {
   std::string_view names = row.names;
   while (!names.empty()) {
     const std::string_view name = names.substr(0, names.find(' '));
-    if (lower == name || (lower.size() == name.size() + 1 && lower.back() == 's' && lower.substr(0, name.size()) == name)) {
+    const bool starts = lower.substr(0, name.size()) == name;
+    const std::string_view ending = starts ? lower.substr(name.size()) : std::string_view{};
+    if (starts && (ending.empty() || ending == "s")) {
       return true;
     }
     names.remove_prefix(std::min(names.size(), name.size() + 1));

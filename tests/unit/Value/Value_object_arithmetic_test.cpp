@@ -47,7 +47,7 @@ struct Sum_case {
   Triple difference;
 };
 
-// a is 10 (-1/+2) and b is 4 (-0.5/+1), each in its unit. The numbers with logarithms come from arithmetic with 50 digits:
+// a is 10 (-1/+2) and b is 4 (-0.5/+1), each in its unit. The numbers with logarithms come from 50-digit arithmetic:
 // linear = k * 10^(x/10), sum or difference, dB = 10 * k * log10. A negative error has no logarithm: it is NaN.
 const Sum_case kSums[] = {
     {"W, W", kW, kW, {14, -1.5, 3}, {6, -0.5, 1}},
@@ -137,8 +137,8 @@ const Scale_case kScales[] = {
      {6.989700043360188, -4.010299956639812, -1.010299956639812}},
     {"dB", kdB, 2, {13.010299956639812, 2.010299956639812, 5.010299956639812},
      {6.989700043360188, -4.010299956639812, -1.010299956639812}},
-    {"dB(V^2): not the same after a factor of 1", kdBV2, 2, {32.041199826559248, 10.041199826559248, 16.041199826559248},
-     {20, -2, 4}},
+    {"dB(V^2): not the same after a factor of 1", kdBV2, 2,
+     {32.041199826559248, 10.041199826559248, 16.041199826559248}, {20, -2, 4}},
     {"dBW by -2: no logarithm", kdBW, -2, {kNaN, kNaN, kNaN}, {kNaN, kNaN, kNaN}},
 };
 
@@ -223,7 +223,8 @@ TYPED_TEST(Arithmetic, RelativeDifference) {
       {"dBW, unit-less", kdBW, kNumber, {6, -0.5, 1}},
       {"W, dB", kW, kdB, {6, -0.5, 1}},
       {"dBW, dB(mV*A): converted, out of dB and into it", kdBW, kdBVA, {36, 29.5, 31}},
-      {"W, dB(mV*A): converted into W", kW, kdBVA, {10 - 0.0025118864315095801, -1.0008912509381337, 1.9987410745882058}},
+      {"W, dB(mV*A): converted into W", kW, kdBVA,
+       {10 - 0.0025118864315095801, -1.0008912509381337, 1.9987410745882058}},
       {"dBW, V*A: converted; log10(-0.5) is no error", kdBW, C_VoltAmps, {3.9794000867203761, kNaN, -1}},
   };
   for (const Relative_case& c : cases) {
