@@ -1,0 +1,293 @@
+// The command line as people use it, against a platform of real processes; the readings are the test's own.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <fstream>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <thread>
+
+#include "tests/system/EngineFixture.h"
+#include "tools/mathctl/command.h"
+
+namespace Lumenar::Test {
+namespace {
+
+using Mathctl::kDone;
+using Mathctl::kRefused;
+using Mathctl::kUnreachable;
+using Mathctl::kUsage;
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using Words = std::vector<std::string>;
+
+// No call of the tool may take longer than this, whatever is broken.
+constexpr std::chrono::seconds kPatience{20};
+
+struct Outcome {
+  int exit_code;
+  std::string out;
+  std::string error;
+};
+
+class MathctlTest : public EngineFixture {
+ protected:
+  Outcome Run(const Words& words) {
+    const auto process = platform_.Start("mathctl", words);
+    const int exit_code = process->WaitForExit(kPatience);
+    return {exit_code, process->Out(), process->Error()};
+  }
+
+  // What a command writes that must succeed.
+  std::string Out(const Words& words) {
+    const Outcome outcome = Run(words);
+    EXPECT_EQ(outcome.exit_code, kDone) << testing::PrintToString(words) << outcome.error;
+    return outcome.out;
+  }
+
+  std::vector<json> Objects(Words words) {
+    words.push_back("--json");
+    return ObjectsIn(Out(words));
+  }
+
+  static std::vector<json> ObjectsIn(const std::string& text) {
+    std::vector<json> objects;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) objects.push_back(json::parse(line));
+    return objects;
+  }
+
+  std::size_t Subscriptions() {
+    const CORBA::Object_var object = bench_.Orb().Resolve({"Lumenar", "local", "DDS_MANAGER", "1"});
+    const Corvanta::DDS_Manager_var manager = Corvanta::DDS_Manager::_narrow(object);
+    const Corvanta::SubscriptionStatusSeq_var subscriptions = manager->Subscriptions();
+    return subscriptions->length();
+  }
+
+  bool WaitForSubscriptions(std::size_t count) {
+    return WaitUntil([&] { return Subscriptions() == count; });
+  }
+
+  // Starts a watch and waits until its subscriptions stand.
+  std::unique_ptr<Process> StartWatch(Words words, std::size_t readings = 1) {
+    const std::size_t before = Subscriptions();
+    words.insert(words.begin(), "watch");
+    auto watch = platform_.Start("mathctl", words);
+    EXPECT_TRUE(WaitForSubscriptions(before + readings)) << watch->Error();
+    return watch;
+  }
+};
+
+TEST_F(MathctlTest, ShowsWhatThereIs) {
+  ScalarInput level(bench_, "LEVEL", ScalarOf(2.5, kMilliwatt, -0.1, 0.2));
+  EXPECT_THAT(Out({"engines"}), testing::MatchesRegex("ENGINE +ADDRESS +STATE\n"
+                                                      "MATHFACTORY/1 +127\\.0\\.0\\.1:[0-9]+ +answers\n"
+                                                      "TESTBENCH/1 +127\\.0\\.0\\.1:[0-9]+ +answers\n"));
+  EXPECT_THAT(Out({"readings", "--values"}), HasSubstr("TESTBENCH/1/LEVEL   ValueDouble       2.5 mW  -0.1 +0.2 mW\n"));
+  EXPECT_EQ(Out({"types"}), "NUMBER  TYPE\n0       Subtract\n1       RelativeSubtract\n2       Average\n3       Peak\n"
+                            "4       CumulativeAdd\n");
+  EXPECT_EQ(Out({"get", "LEVEL"}), "2.5 mW  -0.1 +0.2 mW\n");
+  EXPECT_THAT(Out({"doctor"}), Not(HasSubstr("FAILS")));
+}
+
+TEST_F(MathctlTest, CreatesObjectsOverReadingsAndOverEachOther) {
+  TraceInput trace(bench_, "TRACE", Trace({1, 2, 3}, kMilliwatt));
+  LongInput start(bench_, "START", 1), stop(bench_, "STOP", 2);
+  EXPECT_EQ(Out({"create", "average", "TESTBENCH/1/TRACE"}), "math:0\n");
+  EXPECT_EQ(Out({"create", "Subtract", "TRACE", "math:0"}), "math:1\n");
+  EXPECT_EQ(Out({"create", "4", "TRACE", "START", "STOP"}), "math:2\n");
+  EXPECT_EQ(Out({"get", "math:1"}), "3 points  min 0 mW  max 0 mW  mean 0 mW\n");
+  EXPECT_EQ(Out({"get", "2"}), "5 mW  +0 +0 mW\n");
+  const auto objects = Objects({"list"});
+  ASSERT_EQ(objects.size(), 3u);
+  EXPECT_EQ(objects[2]["type"], "CumulativeAdd");
+  EXPECT_EQ(objects[2]["present"]["value"], 5);
+  EXPECT_EQ(Out({"delete", "math:0", "2"}), "");
+  EXPECT_THAT(Out({"list"}), testing::MatchesRegex("ID +TYPE +RESULT +VALUE\nmath:1 +Subtract +MATHFACTORY/1/RESULT[^\n]*\n"));
+}
+
+TEST_F(MathctlTest, WatchWritesOneLineAResultAndEndsAfterThoseAskedFor) {
+  ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts));
+  Out({"create", "Average", "LEVEL"});
+  Out({"set", "math:0", "SIZE", "3"});
+  const auto watch = StartWatch({"math:0", "LEVEL", "-n", "6", "--json"}, 2);
+  for (const double value : {2, 3, 4}) level = ScalarOf(value, Value::C_Watts);
+  ASSERT_EQ(watch->WaitForExit(kPatience), kDone) << watch->Error();
+
+  std::vector<double> results, counts;
+  for (const json& object : ObjectsIn(watch->Out())) {
+    EXPECT_EQ(object["units"], "W");
+    if (object["reading"] == "TESTBENCH/1/LEVEL") continue;
+    results.push_back(object["value"]);
+    counts.push_back(object["count"]);
+  }
+  EXPECT_THAT(results, ElementsAre(1.5, 2, 3));
+  EXPECT_THAT(counts, ElementsAre(1, 2, 3));
+  EXPECT_TRUE(WaitForSubscriptions(1)) << "the watch left subscriptions behind";
+}
+
+TEST_F(MathctlTest, WatchShowsATraceByItsSequenceNumber) {
+  TraceInput trace(bench_, "TRACE", Trace({1}, kdBm));
+  const auto watch = StartWatch({"TRACE", "-n", "1"});
+  trace = Trace({-1, 3}, kdBm, 41);
+  ASSERT_EQ(watch->WaitForExit(kPatience), kDone) << watch->Error();
+  EXPECT_THAT(watch->Out(), EndsWith("  TESTBENCH/1/TRACE  #41  2 points  min -1 dBm  max 3 dBm  mean 1 dBm\n"));
+}
+
+TEST_F(MathctlTest, ASignalEndsAWatchInGoodOrder) {
+  ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts));
+  for (const int signal_number : {SIGINT, SIGTERM}) {
+    const auto watch = StartWatch({"LEVEL"});
+    watch->Signal(signal_number);
+    EXPECT_EQ(watch->WaitForExit(kPatience), kDone) << watch->Error();
+    EXPECT_TRUE(WaitForSubscriptions(0)) << signal_number;
+    EXPECT_EQ(watch->Error(), "");
+  }
+}
+
+TEST_F(MathctlTest, AWatchEndsAfterItsTimeAndWhenItsObjectGoes) {
+  ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts));
+  EXPECT_EQ(Out({"watch", "LEVEL", "--for", "0.2"}), "");
+  Out({"create", "Peak", "LEVEL"});
+  const auto watch = StartWatch({"math:0", "--timeout", "0.3"});
+  Out({"delete", "math:0"});
+  EXPECT_EQ(watch->WaitForExit(kPatience), kRefused);
+  EXPECT_THAT(watch->Error(), HasSubstr("OBJECT_NOT_EXIST"));
+}
+
+TEST_F(MathctlTest, SetsAttributesAndSaysTheirLimits) {
+  ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts));
+  Out({"create", "Average", "LEVEL"});
+  Out({"set", "MATHFACTORY/1/SIZE", "7"});
+  EXPECT_EQ(Out({"get", "SIZE"}), "7\n");
+  EXPECT_EQ(Out({"get", "FULL"}), "true\n");  // until the next sample
+  Out({"reset", "0"});
+  EXPECT_EQ(Out({"get", "FULL"}), "false\n");
+  Out({"set", "TYPE", "Peak"});
+  EXPECT_EQ(Out({"get", "TYPE"}), "3\n");
+  Out({"set", "RESET"});
+  const Outcome refused = Run({"set", "0", "SIZE", "100"});
+  EXPECT_EQ(refused.exit_code, kRefused);
+  EXPECT_THAT(refused.error, HasSubstr("100 is outside the limits 1 to 99"));
+}
+
+TEST_F(MathctlTest, ExitCodesTellWhatToDo) {
+  ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts));
+  LongInput start(bench_, "START", 1);
+  Out({"create", "Subtract", "LEVEL", "LEVEL"});
+  struct Row {
+    Words words;
+    int exit_code;
+    const char* error;
+  };
+  const Row kRows[] = {
+      {{"get", "NOPE"}, kRefused, "no reading \"NOPE\""},
+      {{"get", "math:99"}, kRefused, "no math object 99"},
+      {{"delete", "99"}, kRefused, "no math object 99"},
+      {{"watch", "math:99"}, kRefused, "no math object 99"},
+      {{"create", "Average", "START"}, kRefused, "Invalid attrib types"},
+      {{"create", "Peak", "LEVEL", "LEVEL"}, kRefused, "Average requires exactly one attribute."},
+      {{"create", "Average", "LEVEL", "--factory", "MATHFACTORY/7"}, kRefused, "not registered"},
+      {{"create", "Median", "LEVEL"}, kUsage, "there are: Subtract, "},
+      {{"reset", "0"}, kUsage, "it has no RESET"},
+      {{"set", "0", "SIZE", "2"}, kUsage, "it has no SIZE"},
+      {{"set", "0", "COLOUR", "2"}, kUsage, "no attribute \"COLOUR\""},
+      {{"set", "LEVEL", "2"}, kUsage, "cannot be set"},
+      {{"set", "TYPE", "many"}, kUsage, "not a whole number"},
+      {{"delete", "LEVEL"}, kUsage, "not the id of a math object"},
+      {{"plot", "LEVEL", "-o", "x.png"}, kUsage, "only traces can be drawn"},
+      {{"get"}, kUsage, "READING is required"},
+      {{"list", "--naming", "127.0.0.1:1"}, kUnreachable, "TRANSIENT"},
+  };
+  for (const Row& row : kRows) {
+    const Outcome outcome = Run(row.words);
+    EXPECT_EQ(outcome.exit_code, row.exit_code) << testing::PrintToString(row.words);
+    EXPECT_THAT(outcome.error, HasSubstr(row.error)) << testing::PrintToString(row.words);
+    EXPECT_EQ(outcome.out, "") << testing::PrintToString(row.words);
+  }
+}
+
+TEST_F(MathctlTest, AnEngineThatHangsCostsOneTimeLimit) {
+  ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts));
+  engine_.Signal(SIGSTOP);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(Run({"list", "--timeout", "0.3"}).exit_code, kUnreachable);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3)) << "the default limit, not the one given";
+  EXPECT_EQ(Run({"get", "MATHFACTORY/1/TYPE", "--timeout", "0.3"}).exit_code, kUnreachable);
+  EXPECT_EQ(Out({"get", "LEVEL", "--timeout", "0.3"}), "1 W  +0 +0 W\n");
+  const auto engines = Objects({"engines", "--timeout", "0.3"});
+  ASSERT_EQ(engines.size(), 2u);
+  EXPECT_EQ(engines[0]["engine"], "MATHFACTORY/1");
+  EXPECT_EQ(engines[0]["answers"], false);
+  const Outcome doctor = Run({"doctor", "--timeout", "0.3"});
+  EXPECT_EQ(doctor.exit_code, kUnreachable);
+  EXPECT_THAT(doctor.out, HasSubstr("FAILS  engine MATHFACTORY/1"));
+  engine_.Signal(SIGCONT);
+}
+
+TEST_F(MathctlTest, DoctorFindsEachDeadPart) {
+  platform_.KillTopicManager();
+  const Outcome without_manager = Run({"doctor"});
+  EXPECT_EQ(without_manager.exit_code, kUnreachable);
+  EXPECT_THAT(without_manager.out, HasSubstr("FAILS  topic manager"));
+  EXPECT_THAT(without_manager.out, HasSubstr("well   engine MATHFACTORY/1"));
+  platform_.KillNamingService();
+  const Outcome without_naming = Run({"doctor"});
+  EXPECT_EQ(without_naming.exit_code, kUnreachable);
+  EXPECT_THAT(without_naming.out, HasSubstr("FAILS  naming service"));
+}
+
+TEST_F(MathctlTest, CreatesTheTypeAskedForWhileAnotherClientChangesIt) {
+  ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts));
+  std::atomic<bool> stop{false};
+  std::thread other([&] {
+    const Corvanta::EngineAttribEnum_var selector = factory_->AttrType();
+    for (int type = 0; !stop; type = (type + 1) % 5) selector->Set(type);
+  });
+  std::size_t created = 0;
+  for (int i = 0; i < 30; ++i) {
+    const Outcome outcome = Run({"create", "Peak", "LEVEL"});
+    created += outcome.exit_code == kDone ? 1 : 0;
+    EXPECT_THAT(outcome.exit_code, testing::AnyOf(kDone, kRefused)) << outcome.error;
+  }
+  stop = true;
+  other.join();
+  const auto objects = Objects({"list"});
+  EXPECT_EQ(objects.size(), created) << "objects of other types were left behind";
+  for (const json& object : objects) EXPECT_EQ(object["type"], "Peak");
+}
+
+TEST_F(MathctlTest, NamesOfAnyBytesAreShownSafelyAndUnderstood) {
+  ScalarInput odd(bench_, "od\x1b[31md\xff", ScalarOf(1, Value::C_Watts));
+  EXPECT_THAT(Out({"readings"}), HasSubstr("TESTBENCH/1/od\\x1b[31md\\xff"));
+  EXPECT_EQ(Objects({"get", "od\\x1b[31md\\xff"}).at(0)["reading"], "TESTBENCH/1/od\\x1b[31md\\xff");
+}
+
+TEST_F(MathctlTest, PlotDrawsAPicture) {
+  TraceInput trace(bench_, "TRACE", Trace({1, 2, 3}, kMilliwatt));
+  const std::string file = (platform_.Directory() / "it's a picture.png").string();
+  EXPECT_EQ(Out({"plot", "TRACE", "-o", file}), file + "\n");
+  std::string magic(8, ' ');
+  std::ifstream(file, std::ios::binary).read(magic.data(), 8);
+  EXPECT_EQ(magic, "\x89PNG\r\n\x1a\n");
+}
+
+TEST_F(MathctlTest, JsonCarriesWhatIsNotFinite) {
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  TraceInput trace(bench_, "TRACE", Trace({-kInfinity, std::nanf(""), 2}, kMilliwatt));
+  const auto objects = Objects({"get", "TRACE", "--samples"});
+  ASSERT_EQ(objects.size(), 1u);
+  EXPECT_EQ(objects[0]["samples"], json({"-Infinity", "NaN", 2.0}));
+  EXPECT_EQ(objects[0]["mean"], "-Infinity");
+}
+
+}  // namespace
+}  // namespace Lumenar::Test
