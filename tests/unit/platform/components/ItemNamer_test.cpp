@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <barrier>
 #include <set>
 #include <thread>
 #include <vector>
@@ -44,12 +45,14 @@ TEST(ItemNamer, TopicIsPrefixAndItem) {
 
 TEST(ItemNamer, NamesGivenByManyThreadsAreDistinct) {
   constexpr int kThreads = 4;
-  constexpr int kNames = 500;
+  constexpr int kNames = 5000;
   ItemNamer namer("P/1");
   std::vector<std::vector<std::string>> given(kThreads);
   std::vector<std::thread> threads;
+  std::barrier start(kThreads);
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
+      start.arrive_and_wait();
       for (int i = 0; i < kNames; ++i) given[t].push_back(namer.Add("RESULT"));
     });
   }
