@@ -4,8 +4,8 @@
 
 namespace Corvanta {
 
-/// Says when a peer that went away may be tried again: one try at a time, each 250 ms at most, and more rarely where a try
-/// itself takes long, so that trying costs no more than a fifth of the time.
+/// Says when a peer that went away may be tried again: one try at a time, each 250 ms at most, and more rarely where a
+/// try itself takes long, so that trying costs no more than a fifth of the time.
 /// Threads   the caller's lock.
 class Breaker {
  public:

@@ -228,7 +228,8 @@ void CycloneRelay::Impl::Receive(const Lumenar_RelayedSample& sample) {
   try {
     on_sample(sample.topic, RecordOfBytes({sample.sample._buffer, sample.sample._length}));
   } catch (const CORBA::Exception& error) {  // one bad sample does not end the relay
-    Lumenar::WriteError(fmt::format("relay: sample of topic {} not taken: {}", sample.topic, Lumenar::CorbaText(error)));
+    Lumenar::WriteError(
+        fmt::format("relay: sample of topic {} not taken: {}", sample.topic, Lumenar::CorbaText(error)));
   } catch (const std::exception& error) {
     Lumenar::WriteError(fmt::format("relay: sample of topic {} not taken: {}", sample.topic, error.what()));
   }
@@ -236,7 +237,8 @@ void CycloneRelay::Impl::Receive(const Lumenar_RelayedSample& sample) {
 
 void CycloneRelay::Impl::NoteMissing(std::uint64_t missing) {
   if (missed.fetch_add(missing) == 0) {
-    Lumenar::WriteError(fmt::format("relay: {} sample(s) of another machine did not arrive; more are counted only", missing));
+    Lumenar::WriteError(
+        fmt::format("relay: {} sample(s) of another machine did not arrive; more are counted only", missing));
   }
 }
 

@@ -13,9 +13,9 @@ namespace Corvanta {
 
 /// Carries the samples of chosen topics between the topic managers of several machines, over DDS.
 ///
-/// Every sample has the id of its publisher and a sequence number, so that losses show at the receiver, whatever the transport
-/// says of them. Samples received are handed on and never sent again; those sent do not come back.
-/// The network is trusted: whoever reaches the DDS port can publish, and packets meant to do harm are not fended off.
+/// Every sample has the id of its publisher and a sequence number, so that losses show at the receiver, whatever the
+/// transport says of them. Samples received are handed on and never sent again; those sent do not come back. The
+/// network is trusted: whoever reaches the DDS port can publish, and packets meant to do harm are not fended off.
 /// Threads   any. Sending never waits: it has a thread and a bounded queue of its own.
 class CycloneRelay {
  public:

@@ -30,8 +30,8 @@ bool MeansAway(const CORBA::SystemException& error) {
          CORBA::INV_OBJREF::_downcast(&error) != nullptr || CORBA::NO_RESPONSE::_downcast(&error) != nullptr;
 }
 
-/// A manager that can be used, as the naming service has it now. A reference of a manager that died, and one that hangs,
-/// raise here, within a short time.
+/// A manager that can be used, as the naming service has it now. A reference of a manager that died, and one that
+/// hangs, raise here, within a short time.
 DDS_Manager_ptr Find(ORB_wrapper_base& orb) {
   CORBA::Object_var object = orb.Resolve({"Lumenar", "local", "DDS_MANAGER", "1"});
   DDS_Manager_var manager = DDS_Manager::_unchecked_narrow(object);
@@ -72,11 +72,11 @@ struct DdsBaseAccess::Impl {
   void EndAll();
 
   Lumenar::Mutex mutex_;
-  CORBA::ORB_var orb_ GUARDED_BY(mutex_);     ///< whose references these are; held, so that a later ORB has another address
-  bool open_ GUARDED_BY(mutex_) = false;      ///< orb_ runs
+  CORBA::ORB_var orb_ GUARDED_BY(mutex_);  ///< whose references these are; held: a later ORB has another address
+  bool open_ GUARDED_BY(mutex_) = false;   ///< orb_ runs
   DDS_Manager_var manager_ GUARDED_BY(mutex_);  ///< nil while the manager is away
   Breaker breaker_ GUARDED_BY(mutex_);
-  bool noted_ GUARDED_BY(mutex_) = false;     ///< the absence stands on standard error
+  bool noted_ GUARDED_BY(mutex_) = false;  ///< the absence stands on standard error
   std::map<CORBA::Long, std::string> standing_ GUARDED_BY(mutex_);  ///< handle to topic
   std::set<std::string> refused_ GUARDED_BY(mutex_);  ///< topics of which a refused sample was noted
 };

@@ -6,8 +6,8 @@
 
 namespace Corvanta {
 
-/// Follows the sequence numbers of publishers and tells new samples from those that came before, and how many are missing.
-/// It knows the publishers heard last, up to a limit.
+/// Follows the sequence numbers of publishers and tells new samples from those that came before, and how many are
+/// missing. It knows the publishers heard last, up to a limit.
 /// Threads   one.
 class SequenceWatch {
  public:

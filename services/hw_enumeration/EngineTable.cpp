@@ -6,7 +6,9 @@ namespace Lumenar {
 namespace {
 
 bool IsShortAndPrintable(const std::string& text, std::size_t max_length) {
-  const auto printable = [](char character) { return static_cast<unsigned char>(character) >= ' ' && character != 0x7f; };
+  const auto printable = [](char character) {
+    return static_cast<unsigned char>(character) >= ' ' && character != 0x7f;
+  };
   return !text.empty() && text.size() <= max_length && std::all_of(text.begin(), text.end(), printable);
 }
 
@@ -14,7 +16,9 @@ bool IsShortAndPrintable(const std::string& text, std::size_t max_length) {
 
 bool EngineTable::IsNameGood(const std::string& name) { return IsShortAndPrintable(name, kMaxNameLength); }
 
-bool EngineTable::IsProgressGood(const std::string& progress) { return IsShortAndPrintable(progress, kMaxProgressLength); }
+bool EngineTable::IsProgressGood(const std::string& progress) {
+  return IsShortAndPrintable(progress, kMaxProgressLength);
+}
 
 std::optional<long> EngineTable::Announce(const Key& key) {
   if (entries_.count(key) == 0 && entries_.size() >= kMaxEngines) return std::nullopt;

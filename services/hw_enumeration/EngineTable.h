@@ -28,7 +28,8 @@ class EngineTable {
   static bool IsNameGood(const std::string& name);
   static bool IsProgressGood(const std::string& progress);
 
-  /// Enters an engine, in the place of an earlier announcement of it; its announcement number, or nothing when the table is full.
+  /// Enters an engine, in the place of an earlier announcement of it; its announcement number, or nothing when the
+  /// table is full.
   std::optional<long> Announce(const Key& key);
 
   /// False when this announcement was replaced.

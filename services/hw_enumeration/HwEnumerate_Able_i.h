@@ -15,11 +15,13 @@ class HwEnumerate_Able_i : public POA_Corvanta::HwEnumerate_Able {
  public:
   HwEnumerate_Able_i();
 
-  /// Errors   BAD_PARAM for a name that is empty, longer than 256 bytes or not printable; IMP_LIMIT when 1024 engines are known.
+  /// Errors   BAD_PARAM for a name that is empty, longer than 256 bytes or not printable; IMP_LIMIT when 1024
+  ///          engines are known.
   Progress_Interface_ptr GetProgressInterface(const char* engine, CORBA::Long instance, CORBA::Long slot) override;
   EngineProgressSeq* Engines() override;
 
-  /// A report of the engine's announcement of that number. Errors   OBJECT_NOT_EXIST when the engine announced itself again.
+  /// A report of the engine's announcement of that number.
+  /// Errors   OBJECT_NOT_EXIST when the engine announced itself again.
   void Report(const Lumenar::EngineTable::Key& key, long announcement, const std::string& progress);
 
  protected:
@@ -38,8 +40,8 @@ class Progress_Interface_i : public POA_Corvanta::Progress_Interface {
  public:
   Progress_Interface_i(HwEnumerate_Able_i* service, Lumenar::EngineTable::Key key, long announcement);
 
-  /// Errors   BAD_PARAM for a text that is empty, longer than 32 bytes or not printable; OBJECT_NOT_EXIST when the engine
-  ///          announced itself again.
+  /// Errors   BAD_PARAM for a text that is empty, longer than 32 bytes or not printable; OBJECT_NOT_EXIST when
+  ///          the engine announced itself again.
   void SetProgress(const char* progress) override;
 
  protected:

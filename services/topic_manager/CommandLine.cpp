@@ -21,7 +21,8 @@ bool CommandLine::Read(int argc, const char* const* argv, int& exit_code) {
   app.footer(kFooter);
   std::string state;
   unsigned stall_limit_ms = 0;
-  app.add_option("--state", state, "Keep the subscriptions in FILE over a restart (default: not kept)")->type_name("FILE");
+  app.add_option("--state", state, "Keep the subscriptions in FILE over a restart (default: not kept)")
+      ->type_name("FILE");
   app.add_option("--queue", queue, "Samples that may wait for one subscriber; then the oldest goes")
       ->type_name("N")->capture_default_str()->check(CLI::Range(1, 1000000));
   app.add_option("--stall-limit", stall_limit_ms, "Time limit of one delivery in ms (default: the time limit of calls)")

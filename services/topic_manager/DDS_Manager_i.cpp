@@ -132,8 +132,10 @@ void DDS_Manager_i::Unsubscribe(const char* topic, CORBA::Long handle) {
   LeaveTopic(topic);
 }
 
-void DDS_Manager_i::OnDropped(long handle, const std::string& topic, const std::string& address, Lumenar::Outcome reason) {
-  Lumenar::WriteOut(fmt::format("subscriber {} of topic {} at {} dropped: {}", handle, topic, address, ReasonText(reason)));
+void DDS_Manager_i::OnDropped(long handle, const std::string& topic, const std::string& address,
+                              Lumenar::Outcome reason) {
+  Lumenar::WriteOut(
+      fmt::format("subscriber {} of topic {} at {} dropped: {}", handle, topic, address, ReasonText(reason)));
   store_.Remove(handle);
   LeaveTopic(topic);
 }

@@ -8,11 +8,11 @@
 
 namespace Corvanta {
 
-/// The topic manager: the contract of DDS.idl on top of the dispatcher, the topic table and the store of subscriptions. Samples
-/// of relayed topics go to the topic managers of other machines as well, and theirs are published here.
+/// The topic manager: the contract of DDS.idl on top of the dispatcher, the topic table and the store of subscriptions.
+/// Samples of relayed topics go to the topic managers of other machines as well, and theirs are published here.
 ///
-/// A topic's name has 1 to 1024 bytes; a longer one is BAD_PARAM. A table full of topics with subscribers, and more than 100000
-/// subscriptions, are IMP_LIMIT.
+/// A topic's name has 1 to 1024 bytes; a longer one is BAD_PARAM. A table full of topics with subscribers, and more
+/// than 100000 subscriptions, are IMP_LIMIT.
 class DDS_Manager_i : public POA_Corvanta::DDS_Manager {
  public:
   struct Options {

@@ -114,7 +114,8 @@ DeliverySchedule::Delivery DeliverySchedule::Begin(const SubscriptionPtr& subscr
   return {subscription, subscription->queue.Pop(), now};
 }
 
-bool DeliverySchedule::Finish(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed) {
+bool DeliverySchedule::Finish(const Delivery& delivery, Outcome outcome, SteadyTime now,
+                              std::vector<SamplePtr>& freed) {
   const EndpointPtr& endpoint = delivery.subscription->endpoint;
   endpoint->in_flight.erase(endpoint->in_flight.find(delivery.begun));
   in_flight_.erase(in_flight_.find(delivery.begun));
@@ -130,7 +131,8 @@ bool DeliverySchedule::Finish(const Delivery& delivery, Outcome outcome, SteadyT
 }
 
 /// What the outcome means for the subscription itself; true when it has to be dropped.
-bool DeliverySchedule::Settle(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed) {
+bool DeliverySchedule::Settle(const Delivery& delivery, Outcome outcome, SteadyTime now,
+                              std::vector<SamplePtr>& freed) {
   Subscription& subscription = *delivery.subscription;
   switch (outcome) {
     case Outcome::Gone:
@@ -175,7 +177,8 @@ bool DeliverySchedule::SettleUnreachable(const Delivery& delivery, Outcome outco
   if (!subscription.unreachable_since) subscription.unreachable_since = now;
   const SteadyTime end = *subscription.unreachable_since + limits_.unreachable_limit;
   if (now >= end) return true;
-  Pause(delivery.subscription, std::min(end, now + subscription.backoff.Next(limits_.first_pause, limits_.longest_pause)));
+  Pause(delivery.subscription,
+        std::min(end, now + subscription.backoff.Next(limits_.first_pause, limits_.longest_pause)));
   return false;
 }
 

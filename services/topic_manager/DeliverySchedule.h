@@ -10,11 +10,11 @@ namespace Lumenar {
 
 /// Decides which sample goes to which subscriber next. Pure bookkeeping: it starts nothing and asks no clock.
 ///
-/// A subscription has one delivery under way at most, so that its samples stay in order. A subscriber that ran into the time
-/// limit loses that sample and pauses, 0.1 s doubling to 2 s. When nothing of its process answered meanwhile, the whole process
-/// is held and tried by one subscription at a time; the same, sooner, when several deliveries to a process are stuck, so that a
-/// stopped process does not occupy a worker for each of its subscriptions. A subscriber that cannot be reached is tried for 3 s
-/// and then dropped; one that no longer exists, at once.
+/// A subscription has one delivery under way at most, so that its samples stay in order. A subscriber that ran into the
+/// time limit loses that sample and pauses, 0.1 s doubling to 2 s. When nothing of its process answered meanwhile, the
+/// whole process is held and tried by one subscription at a time; the same, sooner, when several deliveries to a
+/// process are stuck, so that a stopped process does not occupy a worker for each of its subscriptions. A subscriber
+/// that cannot be reached is tried for 3 s and then dropped; one that no longer exists, at once.
 /// Threads   the caller's lock.
 class DeliverySchedule {
  public:

@@ -125,8 +125,9 @@ bool Dispatcher::TooManyWorkers() const {
 }
 
 void Dispatcher::EndWorker() {
-  const auto self = std::find_if(workers_.begin(), workers_.end(),
-                                 [](const std::thread& worker) { return worker.get_id() == std::this_thread::get_id(); });
+  const auto self = std::find_if(workers_.begin(), workers_.end(), [](const std::thread& worker) {
+    return worker.get_id() == std::this_thread::get_id();
+  });
   ended_.splice(ended_.end(), workers_, self);
   worker_ended_.NotifyAll();
 }

@@ -9,8 +9,8 @@
 
 namespace Lumenar {
 
-/// Delivers published samples to subscribers on threads of its own: a few workers, and for each one that is stuck in a delivery
-/// another, so that subscribers that hang delay nobody else.
+/// Delivers published samples to subscribers on threads of its own: a few workers, and for each one that is stuck in a
+/// delivery another, so that subscribers that hang delay nobody else.
 /// Threads   any. Publish never waits for a subscriber.
 class Dispatcher {
  public:
@@ -33,7 +33,8 @@ class Dispatcher {
   };
 
   /// Called without a lock, on a worker, when a subscription was dropped because its subscriber is gone.
-  using OnDropped = std::function<void(long handle, const std::string& topic, const std::string& address, Outcome reason)>;
+  using OnDropped =
+      std::function<void(long handle, const std::string& topic, const std::string& address, Outcome reason)>;
 
   Dispatcher(Limits limits, OnDropped on_dropped);
 
@@ -42,8 +43,8 @@ class Dispatcher {
 
   void Add(long handle, const std::string& topic, const std::string& address, boost::shared_ptr<Subscriber> subscriber);
 
-  /// No delivery of this subscription begins after it returned; does not wait for one under way. False when the handle is not
-  /// one of this topic.
+  /// No delivery of this subscription begins after it returned; does not wait for one under way. False when the handle
+  /// is not one of this topic.
   bool Remove(long handle, const std::string& topic);
 
   void Publish(const std::string& topic, const SamplePtr& sample);

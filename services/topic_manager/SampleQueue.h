@@ -8,8 +8,8 @@
 
 namespace Lumenar {
 
-/// The samples that wait for one subscriber, in order of publication; bounded in number and in bytes. The newest sample always
-/// finds a place: the oldest go for it.
+/// The samples that wait for one subscriber, in order of publication; bounded in number and in bytes. The newest sample
+/// always finds a place: the oldest go for it.
 /// Threads   the caller's lock.
 class SampleQueue {
  public:

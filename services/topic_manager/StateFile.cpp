@@ -129,7 +129,9 @@ std::string Text(const StateFile::State& state) {
   return text;
 }
 
-[[noreturn]] void Fail(int error, const std::string& what) { throw std::system_error(error, std::generic_category(), what); }
+[[noreturn]] void Fail(int error, const std::string& what) {
+  throw std::system_error(error, std::generic_category(), what);
+}
 
 void WriteAll(int descriptor, const std::string& text, const std::string& path) {
   for (std::size_t written = 0; written < text.size();) {
@@ -147,7 +149,8 @@ StateFile::State StateFile::Read(std::string& problem) const {
   std::ifstream stream(path_);
   if (!stream) {
     std::error_code error;
-    if (std::filesystem::exists(path_, error)) problem = path_.string() + ": cannot be read; starting without subscriptions";
+    if (std::filesystem::exists(path_, error))
+      problem = path_.string() + ": cannot be read; starting without subscriptions";
     return {};
   }
   Reader reader;

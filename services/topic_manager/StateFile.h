@@ -25,8 +25,8 @@ class StateFile {
 
   explicit StateFile(std::filesystem::path path) : path_(std::move(path)) {}
 
-  /// What can be read; a file that is not there is an empty state. `problem` says in one line what could not be read, else it
-  /// is left empty. The next handle is above every handle read.
+  /// What can be read; a file that is not there is an empty state. `problem` says in one line what could not be read,
+  /// else it is left empty. The next handle is above every handle read.
   State Read(std::string& problem) const;
 
   /// Replaces the file in one step; readable by its owner only.

@@ -46,8 +46,8 @@ class Backoff {
 struct Subscription;
 using SubscriptionPtr = boost::shared_ptr<Subscription>;
 
-/// A process that has subscribers. A process that does not answer is held: its subscriptions are parked, and one at a time
-/// tries whether it answers again.
+/// A process that has subscribers. A process that does not answer is held: its subscriptions are parked, and one at a
+/// time tries whether it answers again.
 struct Endpoint {
   explicit Endpoint(std::string its_address) : address(std::move(its_address)) {}
 

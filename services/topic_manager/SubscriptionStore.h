@@ -9,8 +9,8 @@
 
 namespace Lumenar {
 
-/// The handles that were given out and to whom, kept in the state file where there is one. Handles start at 1 and are never
-/// used again, also not by a later manager with the same file.
+/// The handles that were given out and to whom, kept in the state file where there is one. Handles start at 1 and are
+/// never used again, also not by a later manager with the same file.
 /// Threads   any.
 class SubscriptionStore {
  public:
@@ -20,8 +20,8 @@ class SubscriptionStore {
   /// The subscriptions known, as read and changed since.
   std::vector<StateFile::Entry> Entries() const;
 
-  /// A new handle. The file holds it when this returns; a file that cannot be written is noted once and costs the subscription
-  /// its life beyond this process only.
+  /// A new handle. The file holds it when this returns; a file that cannot be written is noted once and costs the
+  /// subscription its life beyond this process only.
   /// Errors   std::length_error when all handles were given out.
   long Add(const std::string& topic, const std::string& reference);
 

@@ -71,7 +71,8 @@ void TopicTable::DropLast(Topic& topic, std::vector<SamplePtr>& freed) {
 }
 
 void TopicTable::Trim(Topics::iterator newest, std::vector<SamplePtr>& freed) {
-  while (bytes_ > limits_.bytes && !unwatched_.empty() && unwatched_.front() != newest) Forget(unwatched_.front(), freed);
+  while (bytes_ > limits_.bytes && !unwatched_.empty() && unwatched_.front() != newest)
+    Forget(unwatched_.front(), freed);
   if (bytes_ > limits_.bytes) DropLast(newest->second, freed);
 }
 

@@ -10,8 +10,8 @@
 
 namespace Lumenar {
 
-/// The topics with their last samples. Bounded in number and in memory: for a new topic or sample the topics go that nobody
-/// subscribes to, the longest unpublished first.
+/// The topics with their last samples. Bounded in number and in memory: for a new topic or sample the topics go that
+/// nobody subscribes to, the longest unpublished first.
 /// Threads   the caller's lock.
 class TopicTable {
  public:
@@ -28,8 +28,8 @@ class TopicTable {
 
   explicit TopicTable(Limits limits) : limits_(limits) {}
 
-  /// Notes a publication; false when the table is full of topics with subscribers. What is no longer held goes to `freed`, so that
-  /// the caller frees it outside its lock.
+  /// Notes a publication; false when the table is full of topics with subscribers. What is no longer held goes to
+  /// `freed`, so that the caller frees it outside its lock.
   bool Published(const std::string& topic, const SamplePtr& sample, std::vector<SamplePtr>& freed);
 
   /// Notes a subscription; false when the table is full.

@@ -29,7 +29,8 @@ const std::vector<std::string> kName{"Lumenar", "local", "DDS_MANAGER", "1"};
 constexpr std::chrono::milliseconds kProbeLimit{1000};
 constexpr std::chrono::milliseconds kLastDeliveries{1000};
 
-/// Whether a topic manager answers at the name, or keeps its connection without answering. What stands there else is stale.
+/// Whether a topic manager answers at the name, or keeps its connection without answering. What stands there else is
+/// stale.
 bool AnotherIsThere(ORB_wrapper_base& orb) {
   try {
     CORBA::Object_var object = orb.Resolve(kName);

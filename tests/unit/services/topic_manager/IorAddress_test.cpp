@@ -44,8 +44,9 @@ TEST(IorAddress, OtherProfilesArePassedOver) {
 
 TEST(IorAddress, WhatIsNotSuchAReferenceStandsForItself) {
   const std::string whole = Ior(Profile(0, kBigHost), 1);
-  for (const std::string& text : {std::string(), std::string("IOR:"), std::string("IOR:0"), std::string("IOR:zz"),
-                                  std::string("corbaloc::1/A"), Ior("", 1), Ior(Profile(1, "x"), 1), Ior("", 0xffffffff)}) {
+  for (const std::string& text :
+       {std::string(), std::string("IOR:"), std::string("IOR:0"), std::string("IOR:zz"), std::string("corbaloc::1/A"),
+        Ior("", 1), Ior(Profile(1, "x"), 1), Ior("", 0xffffffff)}) {
     EXPECT_EQ(IorAddress(text), text);
   }
   for (std::size_t length = 4; length + 1 < whole.size(); length += 2) {

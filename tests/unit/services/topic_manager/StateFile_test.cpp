@@ -27,7 +27,8 @@ class State : public testing::Test {
 
 TEST_F(State, RoundTrip) {
   const StateFile file(directory_.Path() / "state");
-  const StateFile::State written{17, {{3, "MATHFACTORY/1/RESULT.2", "IOR:0123"}, {16, " %\n\xc3\xa4\x01%41", "IOR:45"}}};
+  const StateFile::State written{17,
+                                 {{3, "MATHFACTORY/1/RESULT.2", "IOR:0123"}, {16, " %\n\xc3\xa4\x01%41", "IOR:45"}}};
   file.Write(written);
   const StateFile::State read = file.Read(problem_);
   EXPECT_EQ(read.next_handle, 17);

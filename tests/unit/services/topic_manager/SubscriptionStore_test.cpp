@@ -61,7 +61,8 @@ TEST_F(Store, ManyThreadsGetHandlesOfTheirOwnAllOnDisk) {
       for (int k = 0; k < 25; ++k) {
         const long handle = store.Add("A", "IOR:01");
         const auto entries = OnDisk().entries;
-        EXPECT_TRUE(std::any_of(entries.begin(), entries.end(), [&](const Entry& entry) { return entry.handle == handle; }));
+        EXPECT_TRUE(
+            std::any_of(entries.begin(), entries.end(), [&](const Entry& entry) { return entry.handle == handle; }));
       }
     });
   }

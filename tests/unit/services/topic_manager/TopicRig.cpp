@@ -76,7 +76,8 @@ Corvanta::SubscriptionStatus TopicRig::StatusOf(CORBA::Long handle) {
   return {};
 }
 
-std::unique_ptr<Process> TopicRig::StartSubscriber(const std::string& topic, int count, std::vector<CORBA::Long>& handles) {
+std::unique_ptr<Process> TopicRig::StartSubscriber(const std::string& topic, int count,
+                                                   std::vector<CORBA::Long>& handles) {
   auto process = platform_.Start("topic_subscriber", {topic, std::to_string(count)});
   if (!process->WaitForLine("ready")) throw std::runtime_error("topic_subscriber: " + process->Error());
   std::istringstream lines(process->Out());

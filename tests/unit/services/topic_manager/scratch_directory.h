@@ -13,7 +13,8 @@ class ScratchDirectory {
  public:
   ScratchDirectory() {
     std::string name = (std::filesystem::temp_directory_path() / "topic_manager_XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) throw std::filesystem::filesystem_error(name, std::error_code(errno, std::generic_category()));
+    if (::mkdtemp(name.data()) == nullptr)
+      throw std::filesystem::filesystem_error(name, std::error_code(errno, std::generic_category()));
     path_ = name;
   }
   ~ScratchDirectory() { std::filesystem::remove_all(path_); }
