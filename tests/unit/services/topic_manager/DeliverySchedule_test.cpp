@@ -200,6 +200,24 @@ TEST_F(Schedule, AProbeThatIsRemovedMakesRoomForAnother) {
   EXPECT_THAT(BeginAll(), ElementsAre(3));
 }
 
+TEST_F(Schedule, AProcessHeldAnewWaitsForTheNewPause) {
+  for (long handle = 1; handle <= 3; ++handle) Add(handle);
+  Publish(10);
+  Publish(11);
+  ASSERT_EQ(BeginAll().size(), 3u);
+  now_ += 5s;
+  Finish(begun_[0], Outcome::TimedOut);  // held for 100 ms
+  now_ += 10ms;
+  Finish(begun_[1], Outcome::Delivered);  // and released
+  const auto second = MustNext();
+  now_ += 40ms;
+  Finish(second, Outcome::TimedOut);  // held anew
+  now_ += 99ms;
+  EXPECT_THAT(BeginAll(), IsEmpty());
+  now_ += 1ms;
+  EXPECT_EQ(BeginAll().size(), 1u);
+}
+
 TEST_F(Schedule, AnUnreachableSubscriberIsTriedForThreeSecondsThenDropped) {
   Add(1);
   Publish(10);
