@@ -1,6 +1,7 @@
 #include "platform/orb/record_type_code.h"
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 #include <string_view>
@@ -85,9 +86,10 @@ class Cursor {
   Cursor Referred() {
     const std::size_t from = at_;
     const auto offset = static_cast<CORBA::Long>(Ulong());
-    if (offset > -8 || static_cast<std::size_t>(-static_cast<std::int64_t>(offset)) > from) Lie();
+    const std::int64_t to = static_cast<std::int64_t>(from) + offset;
+    if (offset >= 0 || to < 0) Lie();
     Cursor target = *this;
-    target.at_ = from + offset;
+    target.at_ = static_cast<std::size_t>(to);
     return target;
   }
 

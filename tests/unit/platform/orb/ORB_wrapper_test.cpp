@@ -125,6 +125,38 @@ TEST_F(ORB_wrapper_, EnginesThatStartTogetherOverStaleNamesTakeDifferentNumbers)
   EXPECT_TRUE(std::adjacent_find(names.begin(), names.end()) == names.end()) << testing::PrintToString(names);
 }
 
+/// Binds as another process would, past our own book-keeping.
+void BindAsSomebodyElse(ORB_base& orb, const CosNaming::Name& name, CORBA::Object_ptr object) {
+  CORBA::Object_var root_object = orb.Orb()->resolve_initial_references("NameService");
+  CosNaming::NamingContext_var root = CosNaming::NamingContext::_narrow(root_object);
+  root->rebind(name, object);
+}
+
+CosNaming::Name NameOf(const Path& path) {
+  CosNaming::Name name;
+  name.length(static_cast<CORBA::ULong>(path.size()));
+  for (CORBA::ULong i = 0; i < name.length(); ++i) name[i].id = path[i].c_str();
+  return name;
+}
+
+TEST_F(ORB_wrapper_, AStaleNameThatAnotherIsReplacingIsLeftToIt) {
+  const auto stale = StartEngine("run", "BENCH/1");
+  const auto other = StartEngine("run", "BENCH/2");
+  ORB_wrapper_base orb(localargc, localargv);
+  CosNaming::Name claim = NameOf({"Lumenar", "local", "BENCH", "1"});
+  claim[3].kind = "claim";
+  CORBA::Object_var other_object = orb.Resolve({"Lumenar", "local", "BENCH", "2"});
+  BindAsSomebodyElse(orb, claim, other_object);
+  stale->Signal(SIGKILL);
+  stale->WaitForExit();
+  CORBA::Object_var ours = NewObject();
+  EXPECT_EQ(orb.BindInstance({"Lumenar", "local", "BENCH"}, ours), 3);
+  other->Signal(SIGKILL);  // now the claim is stale too
+  other->WaitForExit();
+  EXPECT_EQ(orb.BindInstance({"Lumenar", "local", "BENCH"}, ours), 1);
+  EXPECT_THAT(orb.List({"Lumenar", "local", "BENCH"}), UnorderedElementsAre("1", "2", "3"));
+}
+
 TEST_F(ORB_wrapper_, TheEnginesOwnObjectTakesTheEnginesName) {
   ORB_wrapper orb("BENCH", "Lumenar/local");
   CORBA::Object_var own = NewObject();
@@ -180,22 +212,12 @@ TEST_F(ORB_wrapper_, NamesGoWithTheirOrb) {
   EXPECT_THAT(orb.List({"no", "such", "context"}), IsEmpty());
 }
 
-/// Binds as another process would, past our own book-keeping.
-void BindAsSomebodyElse(ORB_base& orb, const char* name, CORBA::Object_ptr object) {
-  CORBA::Object_var root_object = orb.Orb()->resolve_initial_references("NameService");
-  CosNaming::NamingContext_var root = CosNaming::NamingContext::_narrow(root_object);
-  CosNaming::Name path;
-  path.length(1);
-  path[0].id = name;
-  root->rebind(path, object);
-}
-
 TEST_F(ORB_wrapper_, ANameThatAnotherTookOverIsLeftToIt) {
   ORB_wrapper_base orb(localargc, localargv);
   CORBA::Object_var ours = NewObject();
   CORBA::Object_var theirs = NewObject();
   orb.Bind({"X"}, ours);
-  BindAsSomebodyElse(orb, "X", theirs);
+  BindAsSomebodyElse(orb, NameOf({"X"}), theirs);
   orb.Unbind({"X"});
   CORBA::Object_var found = orb.Resolve({"X"});
   EXPECT_TRUE(found->_is_equivalent(theirs));

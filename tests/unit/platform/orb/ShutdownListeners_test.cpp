@@ -54,6 +54,7 @@ TEST(ShutdownListeners, RemovingWaitsForTheOneThatRuns) {
   const long token = listeners.Add([&] {
     began.set_value();
     go_on.get_future().wait();
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));  // time to notice who does not wait
     ended = true;
   });
   std::thread runner([&listeners] { listeners.Run(); });

@@ -93,6 +93,25 @@ std::function<void(Wire&)> Referring(std::int32_t offset) {
 
 TypeWriter ManyNames(int count) { return count == 0 ? Simple(kTkLong) : Alias(ManyNames(count - 1)); }
 
+/// A value whose units are of a type of another name.
+TypeWriter OtherUnits() {
+  const TypeWriter number = Simple(kTkDouble);
+  const TypeWriter slot = Struct("IDL:Corvanta/VALUE_UNITS/UnitSlot:1.0", {Simple(kTkLong), Simple(kTkLong)});
+  const TypeWriter units = Struct("IDL:Other/Units:1.0", {Simple(kTkBoolean), Simple(kTkLong), Array(slot, 5)});
+  return Struct("IDL:Corvanta/VALUE_DOUBLE/VALUE:1.0", {units, number, number, number});
+}
+
+TypeWriter LongerArray() {
+  const TypeWriter word = Simple(kTkUlong);
+  return Struct("IDL:Corvanta/BASIC_TRACE/BT_DATA:1.0",
+                {word, word, Array(word, 13), UnitsType(), Simple(kTkDouble), Sequence(Simple(kTkFloat), 0)});
+}
+
+TypeWriter OneMemberMore() {
+  const TypeWriter number = Simple(kTkDouble);
+  return Struct("IDL:Corvanta/VALUE_DOUBLE/VALUE:1.0", {UnitsType(), number, number, number, number});
+}
+
 TypeWriter Impostor(std::vector<TypeWriter> members) { return Struct("IDL:Corvanta/BASIC_TRACE/BT_DATA:1.0", members); }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -111,7 +130,8 @@ INSTANTIATE_TEST_SUITE_P(
             Lying{"ours_without_members", Front("IDL:Corvanta/VALUE_DOUBLE/VALUE:1.0", 4)},
             Lying{"ours_with_too_few", Impostor({Simple(kTkUlong)})},
             Lying{"ours_with_others", Impostor(std::vector<TypeWriter>(6, Simple(kTkUlong)))},
-            Lying{"names_for_ever", ManyNames(9)}, Lying{"refers_to_itself", Referring(-40)},
+            Lying{"ours_with_one_member_more", OneMemberMore()}, Lying{"ours_with_a_longer_array", LongerArray()},
+            Lying{"ours_with_units_of_another_name", OtherUnits()}, Lying{"names_for_ever", ManyNames(9)}, Lying{"refers_to_itself", Referring(-40)},
             Lying{"refers_forward", Referring(4)}, Lying{"refers_before_the_beginning", Referring(-100000)},
             Lying{"refers_to_its_own_kind", Referring(-4)}),
         testing::Bool()),

@@ -122,6 +122,7 @@ TEST_F(Signals_in_a_process, ClearingTheHandlerWaitsForOneThatRuns) {
         Signals::SetHandler([&] {
           began.set_value();
           go_on.get_future().wait();
+          std::this_thread::sleep_for(std::chrono::milliseconds(30));  // time to notice who does not wait
           ended = true;
         });
         kill(getpid(), SIGTERM);
