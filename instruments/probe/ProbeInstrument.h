@@ -1,0 +1,51 @@
+#pragma once
+
+#include <memory>
+
+#include "instruments/common/Instrument.h"
+#include "instruments/common/PeriodicTask.h"
+#include "instruments/common/TraceReading.h"
+#include "instruments/probe/ScalarReadings.h"
+#include "instruments/probe/WakeupTimer.h"
+#include "platform/components/attributes/EngineAttribLong_i.h"
+
+namespace Lumenar::Probe {
+
+/// Live measurements of the machine itself:
+///   WAKEUP       trace: how late a timer of 1 kHz woke up, for its last 1,001 periods, in us; oldest first, x_step 1 ms
+///   WAKEUP_DB    the same as levels in dB of 1 us; 0 and less count as 1 ns, which is -30 dB
+///   START, STOP  long attributes, 0 to 1000: a range of points of the traces, for a math object that takes one
+///   CPU_LOAD, MEMORY_FREE, TEMPERATURE  as ScalarReadings
+class ProbeInstrument : public Instruments::Instrument {
+ public:
+  explicit ProbeInstrument(double rate_Hz) : rate_Hz_(rate_Hz) {}
+  ~ProbeInstrument() override { Stop(); }
+
+  void Offer(const Instruments::Place& place) override;
+  void Start() override;
+  void Stop() noexcept override;
+
+ private:
+  using Attribute = Corvanta::EngineAttribLong_i;
+
+  void PublishTraces();
+  void WatchScalars();
+
+  const double rate_Hz_;
+  WakeupHistory history_{kTimerPeriod_ns};
+  std::unique_ptr<Instruments::TraceReading> wakeup_;
+  std::unique_ptr<Instruments::TraceReading> wakeup_dB_;
+  std::unique_ptr<Attribute> start_;
+  std::unique_ptr<Attribute> stop_;
+  std::unique_ptr<ScalarReadings> scalars_;
+  unsigned scalar_samples_ = 0;  // the scalar task's own
+
+  WakeupTimer timer_{history_};
+  std::unique_ptr<Instruments::PeriodicTask> traces_task_;
+  std::unique_ptr<Instruments::PeriodicTask> scalars_task_;
+};
+
+/// Reads PROBE_RATE, publications of the traces a second, 20 by default. Errors   std::invalid_argument.
+std::unique_ptr<Instruments::Instrument> CreateProbe(const Instruments::Settings& settings);
+
+}  // namespace Lumenar::Probe

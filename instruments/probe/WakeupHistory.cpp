@@ -1,0 +1,36 @@
+#include "instruments/probe/WakeupHistory.h"
+
+#include <algorithm>
+
+#include "Value/decibel_kernels.h"
+
+namespace Lumenar::Probe {
+
+std::int64_t WakeupHistory::WokeUp(std::int64_t deadline_ns, std::int64_t now_ns) {
+  const std::int64_t last_due = deadline_ns + std::max<std::int64_t>(now_ns - deadline_ns, 0) / period_ns_ * period_ns_;
+  const std::int64_t first_kept = last_due - static_cast<std::int64_t>(kPeriods - 1) * period_ns_;
+  Lock lock(mutex_);
+  for (std::int64_t due = std::max(deadline_ns, first_kept); due <= last_due; due += period_ns_) Add(now_ns - due);
+  return last_due + period_ns_;
+}
+
+void WakeupHistory::Add(std::int64_t lateness_ns) {
+  lateness_us_[oldest_] = static_cast<float>(static_cast<double>(lateness_ns) / 1000);
+  oldest_ = (oldest_ + 1) % kPeriods;
+}
+
+std::vector<float> WakeupHistory::Lateness_us() const {
+  Lock lock(mutex_);
+  std::vector<float> lateness(lateness_us_.begin(), lateness_us_.end());
+  std::rotate(lateness.begin(), lateness.begin() + static_cast<std::ptrdiff_t>(oldest_), lateness.end());
+  return lateness;
+}
+
+std::vector<float> LevelsOf(std::span<const float> lateness_us) {
+  std::vector<float> levels(lateness_us.begin(), lateness_us.end());
+  for (float& level : levels) level = std::max(level, kSmallestLateness_us);
+  Value::Linear_to_decibel(levels.data(), levels.data(), levels.size(), 1);
+  return levels;
+}
+
+}  // namespace Lumenar::Probe

@@ -1,0 +1,12 @@
+// The probe: live measurements of the machine itself.
+
+#include "instruments/probe/ProbeInstrument.h"
+
+namespace Lumenar::Instruments {
+
+const InstrumentKind& ThisInstrument() {
+  static const InstrumentKind kind{"PROBE", "Lumenar::ProbeInit", "probe.engine", "PROBE_", Probe::CreateProbe};
+  return kind;
+}
+
+}  // namespace Lumenar::Instruments

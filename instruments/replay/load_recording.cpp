@@ -1,0 +1,75 @@
+#include "instruments/replay/load_recording.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include "instruments/replay/LineReader.h"
+#include "instruments/replay/OtdrReader.h"
+#include "instruments/replay/ScopeReader.h"
+#include "instruments/replay/SpectrumReader.h"
+#include "instruments/replay/TouchstoneReader.h"
+
+namespace Lumenar::Replay {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Ending(std::string_view name) {
+  std::string ending = fs::path(name).extension().string();
+  for (char& c : ending) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  return ending;
+}
+
+/// Whether a first field looks like 2026-02-15.
+bool LooksLikeDate(std::string_view field) {
+  return field.size() == 10 && field[4] == '-' && field[7] == '-' && field[0] >= '0' && field[0] <= '9';
+}
+
+RecordedFile ReadCsv(std::string_view text) {
+  const auto first = LineReader(text).Next();
+  std::optional<std::string_view> rest = first ? first->text : std::string_view();
+  if (LooksLikeDate(*TakeField(rest, ','))) return ReadSpectrum(text);
+  if (first && first->text.find('[') != std::string_view::npos) return ReadOtdr(text);
+  return ReadScope(text);
+}
+
+std::string TextOf(const std::string& path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (error) throw std::runtime_error(path + ": " + error.message());
+  if (!fs::is_regular_file(status)) throw std::runtime_error(path + ": is not a file");
+  if (fs::file_size(path, error) > kMaxFileBytes) {
+    throw std::runtime_error(fmt::format("{}: is larger than {} MiB", path, kMaxFileBytes >> 20));
+  }
+  std::ifstream stream(path, std::ios::binary);
+  std::string text(std::istreambuf_iterator<char>(stream), {});
+  if (!stream) throw std::runtime_error(path + ": " + std::strerror(errno));
+  return text;
+}
+
+}  // namespace
+
+RecordedFile ReadRecording(std::string_view name, std::string_view text) {
+  const std::string ending = Ending(name);
+  if (ending == ".s1p") return ReadTouchstone(text, 1);
+  if (ending == ".s2p") return ReadTouchstone(text, 2);
+  if (ending == ".csv") return ReadCsv(text);
+  throw std::invalid_argument("is no recording that can be read (.s1p, .s2p, .csv)");
+}
+
+RecordedFile LoadRecording(const std::string& path) {
+  try {
+    return ReadRecording(path, TextOf(path));
+  } catch (const FormatError& error) {
+    throw std::runtime_error(fmt::format("{}:{}: {}", path, error.Line(), error.what()));
+  } catch (const std::invalid_argument& error) {
+    throw std::runtime_error(path + ": " + error.what());
+  }
+}
+
+}  // namespace Lumenar::Replay
