@@ -229,6 +229,10 @@ TEST_F(TraceValue, EqualSamplesOfAPeakKeepThisTracesEntries) {
   EXPECT_EQ(entries[1].Get_unit(), kmW) << "a replaced entry is the other's, its record sample in this trace's unit";
   EXPECT_EQ(entries[1].Get_value(), 3000);
   EXPECT_EQ(UnitsOf(trace.record), kW);
+  trace = trace.record;  // changes nothing: the list is not built anew
+  EXPECT_EQ(trace.SampleValues()[1].Get_unit(), kmW);
+  trace = MathTrace(trace);
+  EXPECT_EQ(trace.SampleValues()[1].Get_unit(), kW);
 }
 
 TEST_F(TraceValue, FreeFunctionsLeaveTheirOperands) {

@@ -84,6 +84,16 @@ TEST_F(OperationTest, SubtractWithOnlyTheSecondInputInDecibelsIsLinear) {
   EXPECT_DOUBLE_EQ(ScalarResult(math).val, 20) << "the second input was back in dB";
 }
 
+TEST_F(OperationTest, TheSecondInputGoesBackIntoDecibelsByTheRuleOfItsUnit) {
+  const Value::Units volt2 = Value::Make_unit(Value::U_Volt, 2);
+  scalar_ = ScalarOf(1000, volt2);
+  other_scalar_ = ScalarOf(20, Value::Make_unit(Value::U_Volt, 2, 0, true));
+  const Math_var math = Create(Subtract, {scalar_, other_scalar_});
+  EXPECT_DOUBLE_EQ(ScalarResult(math).val, 800) << "20 dB are 2 * 10^(20/10)";
+  Deliver(scalar_, ScalarOf(1000, volt2));
+  EXPECT_NEAR(ScalarResult(math).val, -79000, 1e-6) << "200 went back as 20 log10(200) = 46 dB, which are 2 * 10^4.6";
+}
+
 TEST_F(OperationTest, AUnitMismatchLeavesResultAtItsLastGoodValueAndReportsNothing) {
   for (const int type : {Subtract, RelativeSubtract}) {
     scalar_ = ScalarOf(5, kdBW);

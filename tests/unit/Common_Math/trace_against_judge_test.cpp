@@ -27,13 +27,16 @@ Units Gapped() {
   return units;
 }
 
+/// The first kPowerForms stand for powers, which convert into each other.
+constexpr int kPowerForms = 9;
+
 std::vector<Units> UnitForms() {
   const Units mW = Make_unit(Value::U_Watt, 1, -3);
   const Units V2 = Make_unit(Value::U_Volt, 2);
   const Units AV{false, 0, {{{Value::U_Ampere, 1}, {Value::U_Volt, 1}}}};
-  return {Value::C_Watts,  InDecibels(Value::C_Watts), mW, InDecibels(mW), Value::C_Empty, InDecibels(Value::C_Empty),
-          Make_unit(Value::U_Watt, 1, 6), Make_unit(Value::U_Volt), InDecibels(Make_unit(Value::U_Volt)), V2, InDecibels(V2),
-          Value::C_VoltAmps, AV, Value::C_Volt2PerOhms, InDecibels(Value::C_Volt2PerOhms), Value::C_DgreeC, Value::C_DgreeF,
+  return {Value::C_Watts, InDecibels(Value::C_Watts), mW, InDecibels(mW), Make_unit(Value::U_Watt, 1, 6), Value::C_VoltAmps, AV,
+          Value::C_Volt2PerOhms, InDecibels(Value::C_Volt2PerOhms), Value::C_Empty, InDecibels(Value::C_Empty),
+          Make_unit(Value::U_Volt), InDecibels(Make_unit(Value::U_Volt)), V2, InDecibels(V2), Value::C_DgreeC, Value::C_DgreeF,
           Value::C_Kelvin, Make_unit(Value::U_Hertz), Make_unit(Value::U_Second), Make_unit(Value::U_Second, -1),
           Make_unit(Value::U_Foot), Make_unit(Value::U_Meter), Make_unit(Value::U_Percent), Make_unit(Value::U_Bit, 1, 10),
           Make_unit(Value::U_Byte), Gapped()};
@@ -58,7 +61,8 @@ class RandomTraces {
   BT_DATA Trace(int size) {
     std::vector<float> samples(static_cast<std::size_t>(size));
     for (float& sample : samples) sample = Number();
-    return TraceOf(samples, forms_[static_cast<std::size_t>(Pick(static_cast<int>(forms_.size())))]);
+    const int form = Pick(Pick(2) == 0 ? kPowerForms : static_cast<int>(forms_.size()));
+    return TraceOf(samples, forms_[static_cast<std::size_t>(form)]);
   }
 
  private:
