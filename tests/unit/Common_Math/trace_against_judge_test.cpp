@@ -128,7 +128,7 @@ std::string Step(int operation, Trace& a, Trace& b, const BT_DATA& fresh, const 
     case 11: a = a.record; return "";
     case 12: { Trace copy(b); copy.DoPeak(a); b = copy; return ""; }
     case 13: a.DoValueEqualOp(b, static_cast<ValueOperator>(&Sample::operator=)); return "";
-    case 14: a -= a; return "";
+    case 14: { const Trace& itself = a; a -= itself; return ""; }
     case 15: a.DoPeak(a); return "";
     default: a.UpdateValues(); return "";
   }
