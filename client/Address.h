@@ -22,8 +22,9 @@ std::string FullName(const ReadingName& name);
 /// The id in "math:3" or "3"; nothing when the text has another form or the number is no id.
 std::optional<std::int32_t> MathIdFromText(std::string_view text);
 
-/// The index of the reading that `text` means: "ENGINE/INSTANCE/ITEM" in full; "ENGINE/ITEM" or "ITEM" alone when just one reading
-/// fits. The fullest form that fits at all decides. Names are compared byte for byte, or in their printable form.
+/// The index of the reading that `text` means: "ENGINE/INSTANCE/ITEM" in full; "ENGINE/ITEM" or "ITEM" alone when just
+/// one reading fits. The fullest form that fits at all decides. Names are compared byte for byte, or in their printable
+/// form.
 /// Errors   Error NotFound; Error BadArgument, naming the candidates, when several fit.
 std::size_t MatchReading(std::string_view text, const std::vector<ReadingName>& names);
 

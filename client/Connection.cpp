@@ -51,9 +51,8 @@ bool Precedes(const std::string& a, const std::string& b) {
 }
 
 Engine* EngineAt(std::vector<Engine>& engines, const std::string& address) {
-  const auto found = std::find_if(engines.begin(), engines.end(), [&](const Engine& engine) {
-    return !address.empty() && engine.address == address;
-  });
+  const auto found = std::find_if(engines.begin(), engines.end(),
+                                  [&](const Engine& engine) { return !address.empty() && engine.address == address; });
   return found == engines.end() ? nullptr : &*found;
 }
 
@@ -157,8 +156,7 @@ std::vector<Reading> Connection::ReadingsOf(const std::vector<Engine>& engines) 
   std::vector<Reading> readings;
   for (const Engine& engine : engines) {
     if (engine.problem) continue;
-    Corvanta::ItemSeq_var items =
-        Remote(Printable(engine.name), [&] { return engine.registration->Items(); });
+    Corvanta::ItemSeq_var items = Remote(Printable(engine.name), [&] { return engine.registration->Items(); });
     for (CORBA::ULong i = 0; i < items->length(); ++i) readings.push_back(ReadingFrom(engine.name, items[i]));
   }
   return readings;

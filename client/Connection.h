@@ -51,8 +51,8 @@ class Connection {
   std::chrono::milliseconds Timeout() const { return timeout_; }
   Corvanta::ORB_base& Orb() { return orb_; }
 
-  /// Every engine, also those that do not answer, ordered by name. The engines are asked at the same time, so that several
-  /// that hang cost one time limit.
+  /// Every engine, also those that do not answer, ordered by name. The engines are asked at the same time, so that
+  /// several that hang cost one time limit.
   /// Errors   Error Unreachable when the naming service does not answer.
   std::vector<Engine> Engines();
 
@@ -84,7 +84,8 @@ class Connection {
   Corvanta::ORB_wrapper_base orb_;
 };
 
-/// `object` as the interface Interface. Errors   Error Refused when it is not one; as the remote call.
+/// `object` as the interface Interface.
+/// Errors   Error Refused when it is not one; as the remote call.
 template <class Interface>
 typename Interface::_var_type Narrowed(CORBA::Object_ptr object, const std::string& subject) {
   typename Interface::_var_type narrowed = Remote(subject, [&] { return Interface::_narrow(object); });

@@ -8,8 +8,8 @@
 namespace Lumenar::Client {
 namespace {
 
-// Reads the encapsulations of an object reference (CORBA 3.3, part 2, 7.6.2 and 7.7.2): numbers stand at multiples of their size,
-// in the byte order that the first octet tells.
+// Reads the encapsulations of an object reference (CORBA 3.3, part 2, 7.6.2 and 7.7.2): numbers stand at multiples of
+// their size, in the byte order that the first octet tells.
 class Encapsulation {
  public:
   explicit Encapsulation(std::string_view bytes) : bytes_(bytes) { little_ = Octet() != 0; }

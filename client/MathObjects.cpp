@@ -29,7 +29,8 @@ MathObject Described(std::int32_t id, Corvanta::MathFactory::Math_var reference)
 MathObjects::MathObjects(Connection& connection, std::string factory)
     : connection_(connection),
       engine_(std::move(factory)),
-      factory_(Narrowed<Corvanta::MathFactory::Interfaces>(connection.Lookup(engine_), "math engine " + Printable(engine_))) {}
+      factory_(Narrowed<Corvanta::MathFactory::Interfaces>(connection.Lookup(engine_),
+                                                           "math engine " + Printable(engine_))) {}
 
 std::vector<MathType> MathObjects::Types() {
   Corvanta::EnumElementSeq_var elements = Remote(engine_, [&] {
@@ -60,7 +61,8 @@ Corvanta::MathFactory::ReadingAttribSeq MathObjects::References(const std::vecto
   return references;
 }
 
-// False when another client changed the type meanwhile, so that neither a success nor a refusal is an answer to our request.
+// False when another client changed the type meanwhile, so that neither a success nor a refusal is an answer to our
+// request.
 bool MathObjects::TryCreate(const MathType& type, const Corvanta::MathFactory::ReadingAttribSeq& inputs,
                             MathObject& created) {
   const Corvanta::EngineAttribEnum_var selector = factory_->AttrType();
@@ -85,8 +87,8 @@ MathObject MathObjects::Create(const std::string& type_text, const std::vector<s
   for (int attempt = 0; attempt < kCreationAttempts; ++attempt) {
     if (Remote("create " + type.name, [&] { return TryCreate(type, references, created); })) return created;
   }
-  throw Error(ErrorKind::Refused,
-              fmt::format("create {}: other clients changed the type each time ({} attempts)", type.name, kCreationAttempts));
+  throw Error(ErrorKind::Refused, fmt::format("create {}: other clients changed the type each time ({} attempts)",
+                                              type.name, kCreationAttempts));
 }
 
 std::vector<MathObject> MathObjects::List() {
@@ -129,10 +131,12 @@ Reading MathObjects::Find(const std::string& text) {
 
 Corvanta::MathFactory::Average_var MathObjects::Average(std::int32_t id) {
   const MathObject object = Get(id);
-  const auto average =
-      Remote(ObjectText(id), [&] { return Corvanta::MathFactory::Average_var(Corvanta::MathFactory::Average::_narrow(object.reference)); });
+  const auto average = Remote(ObjectText(id), [&] {
+    return Corvanta::MathFactory::Average_var(Corvanta::MathFactory::Average::_narrow(object.reference));
+  });
   if (CORBA::is_nil(average)) {
-    throw Error(ErrorKind::BadArgument, fmt::format("{} is a {}: it has no SIZE", ObjectText(id), Printable(object.type)));
+    throw Error(ErrorKind::BadArgument,
+                fmt::format("{} is a {}: it has no SIZE", ObjectText(id), Printable(object.type)));
   }
   return average;
 }
@@ -162,7 +166,8 @@ void MathObjects::Reset(std::int32_t id) {
     if (!CORBA::is_nil(average)) reset = average->AttrReset();
     if (!CORBA::is_nil(peak)) reset = peak->AttrReset();
     if (CORBA::is_nil(reset)) {
-      throw Error(ErrorKind::BadArgument, fmt::format("{} is a {}: it has no RESET", ObjectText(id), Printable(object.type)));
+      throw Error(ErrorKind::BadArgument,
+                  fmt::format("{} is a {}: it has no RESET", ObjectText(id), Printable(object.type)));
     }
     reset->Set();
   });

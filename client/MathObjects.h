@@ -31,11 +31,12 @@ class MathObjects {
 
   std::vector<MathType> Types();
 
-  /// A new object of the type, given by its name (in any case of letters) or its number, over the inputs, each as in Find.
+  /// A new object of the type, given by its name (in any case of letters) or its number, over the inputs, each as in
+  /// Find.
   ///
-  /// The type is an attribute that all clients share, so that another client may change it between our setting it and our
-  /// creating the object. An object of a wrong type is deleted again, a refusal under another type is not believed, and
-  /// the creation is tried again, at most five times in all.
+  /// The type is an attribute that all clients share, so that another client may change it between our setting it and
+  /// our creating the object. An object of a wrong type is deleted again, a refusal under another type is not believed,
+  /// and the creation is tried again, at most five times in all.
   /// Errors   also BadArgument for an unknown type.
   MathObject Create(const std::string& type, const std::vector<std::string>& inputs);
 
@@ -47,14 +48,17 @@ class MathObjects {
   /// The reading RESULT of an object.
   Reading Result(std::int32_t id);
 
-  /// The reading that a text means: "math:3" and "3" are RESULT of object 3, everything else as Connection::FindReading.
+  /// The reading that a text means: "math:3" and "3" are RESULT of object 3, everything else as
+  /// Connection::FindReading.
   Reading Find(const std::string& text);
 
-  /// SIZE of an Average. Errors   also Refused outside the limits, BadArgument for an object of another type.
+  /// SIZE of an Average.
+  /// Errors   also Refused outside the limits, BadArgument for an object of another type.
   void SetSize(std::int32_t id, std::int32_t size);
   std::int32_t Size(std::int32_t id);
 
-  /// RESET of an Average or a Peak. Errors   also BadArgument for an object of another type.
+  /// RESET of an Average or a Peak.
+  /// Errors   also BadArgument for an object of another type.
   void Reset(std::int32_t id);
 
   void Delete(std::int32_t id);

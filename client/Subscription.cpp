@@ -79,7 +79,8 @@ class Subscription::Queue {
   bool ended_ GUARDED_BY(mutex_) = false;
 };
 
-// The counted servant that the topic manager calls. It shares the queue, so that a delivery that comes late harms nothing.
+// The counted servant that the topic manager calls. It shares the queue, so that a delivery that comes late harms
+// nothing.
 class Subscription::Subscriber : public POA_Corvanta::DDS_Sub {
  public:
   Subscriber(std::shared_ptr<Queue> queue, std::size_t source) : queue_(std::move(queue)), source_(source) {}
@@ -127,9 +128,8 @@ void Subscription::Add(const Reading& reading) {
   Entry entry{reading.topic, new Subscriber(queue_, entries_.size()), 0};
   const Corvanta::DDS_Sub_var reference = entry.servant->_this();
   try {
-    entry.handle = Remote("topic manager", [&] {
-      return Corvanta::DdsBaseAccess::Instance().Subscribe(entry.topic.c_str(), reference);
-    });
+    entry.handle = Remote(
+        "topic manager", [&] { return Corvanta::DdsBaseAccess::Instance().Subscribe(entry.topic.c_str(), reference); });
   } catch (const Error&) {
     Corvanta::ORB_base::DeactivateObject(entry.servant.in());
     throw;

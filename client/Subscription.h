@@ -20,9 +20,9 @@ struct Delivery {
 
 /// The samples of some readings, in the order of their arrival, from the moment of Add on.
 ///
-/// A reader that is too slow loses the oldest samples, counted, never the newest. Ends its subscriptions when destroyed, and by
-/// itself when the ORB shuts down. Must go before its Connection.
-/// Threads   any.
+/// A reader that is too slow loses the oldest samples, counted, never the newest. Ends its subscriptions when
+/// destroyed, and by itself when the ORB shuts down. Must go before its Connection.
+/// Threads  any.
 class Subscription {
  public:
   explicit Subscription(Connection& connection);

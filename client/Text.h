@@ -5,8 +5,8 @@
 
 namespace Lumenar::Client {
 
-/// A name of any bytes as text that a terminal and a JSON reader can take: control characters, backslashes and bytes that
-/// are not UTF-8 become \xNN, everything else stays. Two different names never give the same text.
+/// A name of any bytes as text that a terminal and a JSON reader can take: control characters, backslashes and bytes
+/// that are not UTF-8 become \xNN, everything else stays. Two different names never give the same text.
 std::string Printable(std::string_view bytes);
 
 }  // namespace Lumenar::Client

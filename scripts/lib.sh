@@ -37,8 +37,8 @@ clean_up_at_end() {
   trap 'exit 143' TERM
 }
 
-# A new directory that goes with the script; its name stands in $private_directory before it exists, so that no moment is left in
-# which it could be forgotten.
+# A new directory that goes with the script; its name stands in $private_directory before it exists, so that no moment is
+# left in which it could be forgotten.
 make_private_directory() {
   private_directory=${TMPDIR:-/tmp}/$1-$$-$RANDOM$RANDOM
   mkdir -m 700 -- "$private_directory" || { private_directory=; return 1; }
@@ -51,8 +51,8 @@ start() {
   "$@" >"$log" 2>&1 &
 }
 
-# step LOG COMMAND...: runs a command that takes long, in a group of its own. Unlike for a command in the foreground, a signal
-# to the script ends it at once.
+# step LOG COMMAND...: runs a command that takes long, in a group of its own. Unlike for a command in the foreground, a
+# signal to the script ends it at once.
 step() {
   local log=$1
   shift
@@ -86,7 +86,8 @@ until_line() {
 
 port_is_taken() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
 
-# A loopback port that nobody listens on: the wanted one, else another below the range from which the system gives out its own.
+# A loopback port that nobody listens on: the wanted one, else another below the range from which the system gives out
+# its own.
 free_port() {
   local port=$1 i
   for ((i = 0; i < 50; i++)); do

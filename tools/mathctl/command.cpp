@@ -44,8 +44,8 @@ void DefineOptions(CLI::App& app, Options& options) {
 void DefineVerbs(CLI::App& app, Command& command) {
   app.require_subcommand(1);
   app.fallthrough();
-  for (const auto define : {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineGet, DefineWatch,
-                            DefinePlot, DefineSet, DefineReset, DefineDelete, DefineDoctor}) {
+  for (const auto define : {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineGet,
+                            DefineWatch, DefinePlot, DefineSet, DefineReset, DefineDelete, DefineDoctor}) {
     define(app, command);
   }
 }

@@ -56,8 +56,8 @@ void DefineReset(CLI::App& app, Command& command);
 void DefineDelete(CLI::App& app, Command& command);
 void DefineDoctor(CLI::App& app, Command& command);
 
-/// Parses a command line into `command`. Returns true when there is something to run; else `exit_code` is set and the help or the
-/// complaint has been written.
+/// Parses a command line into `command`. Returns true when there is something to run; else `exit_code` is set and the
+/// help or the complaint has been written.
 bool Parse(int argc, const char* const* argv, Command& command, int& exit_code);
 
 /// Runs a parsed command against the platform; writes what goes wrong to standard error. Returns the exit code.
@@ -66,7 +66,8 @@ int Run(const Command& command);
 /// Of an option that is a time: empty when the text is one that can be waited, else what is wrong.
 std::string CheckSeconds(const std::string& text);
 
-/// The id in "math:3" or "3". Errors   Error BadArgument.
+/// The id in "math:3" or "3".
+/// Errors   Error BadArgument.
 std::int32_t RequireMathId(const std::string& text);
 
 }  // namespace Lumenar::Mathctl

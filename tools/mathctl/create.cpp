@@ -33,9 +33,8 @@ void DefineCreate(CLI::App& app, Command& command) {
   const auto arguments = std::make_shared<Arguments>();
   verb->add_option("TYPE", arguments->type, "Name or number of the type, see `mathctl types`")->required();
   verb->add_option("INPUT", arguments->inputs, "Its inputs: readings, or math objects as math:3")->required();
-  verb->callback([&command, arguments] {
-    command.run = [arguments](const Session& session) { Create(session, *arguments); };
-  });
+  verb->callback(
+      [&command, arguments] { command.run = [arguments](const Session& session) { Create(session, *arguments); }; });
 }
 
 }  // namespace Lumenar::Mathctl

@@ -102,7 +102,8 @@ void Write(const std::vector<Finding>& findings, bool json) {
   std::vector<Row> rows;
   for (const Finding& finding : findings) {
     if (json) {
-      WriteOut(OneLine({{"part", finding.part}, {"address", finding.address}, {"well", finding.well}, {"text", finding.text}}));
+      WriteOut(OneLine(
+          {{"part", finding.part}, {"address", finding.address}, {"well", finding.well}, {"text", finding.text}}));
     }
     rows.push_back({finding.well ? "well" : "FAILS", finding.part, finding.address, finding.text});
   }
@@ -112,7 +113,8 @@ void Write(const std::vector<Finding>& findings, bool json) {
 void Doctor(const Session& session) {
   const auto findings = Examine(session);
   Write(findings, session.options.json);
-  const auto failing = std::count_if(findings.begin(), findings.end(), [](const Finding& finding) { return !finding.well; });
+  const auto failing =
+      std::count_if(findings.begin(), findings.end(), [](const Finding& finding) { return !finding.well; });
   if (failing > 0) throw Error(ErrorKind::Unreachable, fmt::format("{} of {} parts fail", failing, findings.size()));
 }
 

@@ -30,9 +30,8 @@ void DefineGet(CLI::App& app, Command& command) {
   const auto arguments = std::make_shared<Arguments>();
   verb->add_option("READING", arguments->reading, "A reading, or a math object as math:3")->required();
   verb->add_flag("--samples", arguments->samples, "With --json: all samples of a trace");
-  verb->callback([&command, arguments] {
-    command.run = [arguments](const Session& session) { Get(session, *arguments); };
-  });
+  verb->callback(
+      [&command, arguments] { command.run = [arguments](const Session& session) { Get(session, *arguments); }; });
 }
 
 }  // namespace Lumenar::Mathctl

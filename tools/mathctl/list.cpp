@@ -38,7 +38,8 @@ void ListObjects(const Session& session) {
     if (!described) continue;
     const std::string type = Client::Printable(object.type), result = Client::FullName(described->result);
     if (session.options.json) {
-      WriteOut(OneLine({{"id", object.id}, {"type", type}, {"result", result}, {"present", JsonOf(described->value, false)}}));
+      WriteOut(OneLine(
+          {{"id", object.id}, {"type", type}, {"result", result}, {"present", JsonOf(described->value, false)}}));
     }
     rows.push_back({fmt::format("math:{}", object.id), type, result, TextOf(described->value)});
   }

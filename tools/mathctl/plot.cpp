@@ -24,9 +24,11 @@ Curve CurveOf(const Session& session, const std::string& text) {
   const Client::Reading reading = session.Find(text);
   Corvanta::SampleRecord value = Client::GetValue(reading);
   auto* trace = std::get_if<Corvanta::BASIC_TRACE::BT_DATA>(&value);
-  if (trace == nullptr) throw Error(ErrorKind::BadArgument, Client::FullName(reading.name) + ": only traces can be drawn");
+  if (trace == nullptr)
+    throw Error(ErrorKind::BadArgument, Client::FullName(reading.name) + ": only traces can be drawn");
   const auto id = Client::MathIdFromText(text);
-  const std::string name = id ? fmt::format("{} of math:{}", session.Objects().Get(*id).type, *id) : Client::FullName(reading.name);
+  const std::string name =
+      id ? fmt::format("math:{} {}", *id, session.Objects().Get(*id).type) : Client::FullName(reading.name);
   return {name, std::move(*trace)};
 }
 
@@ -51,9 +53,8 @@ void DefinePlot(CLI::App& app, Command& command) {
   const auto arguments = std::make_shared<Arguments>();
   verb->add_option("READING", arguments->readings, "Traces: readings, or math objects as math:3")->required();
   verb->add_option("-o,--output", arguments->output, "The file")->required();
-  verb->callback([&command, arguments] {
-    command.run = [arguments](const Session& session) { Plot(session, *arguments); };
-  });
+  verb->callback(
+      [&command, arguments] { command.run = [arguments](const Session& session) { Plot(session, *arguments); }; });
 }
 
 }  // namespace Lumenar::Mathctl

@@ -37,15 +37,12 @@ std::string Quoted(const std::string& text) {
   return quoted + "'";
 }
 
-double StepOf(const Curve& curve) { return curve.trace.x_step > 0 && std::isfinite(curve.trace.x_step) ? curve.trace.x_step : 1; }
-
 void AppendData(std::string& script, std::size_t number, const Curve& curve) {
   const auto out = std::back_inserter(script);
   fmt::format_to(out, "$curve{} << END_OF_CURVE\n", number);
-  const double step = StepOf(curve);
   for (CORBA::ULong i = 0; i < curve.trace.samples.length(); ++i) {
     const float sample = curve.trace.samples[i];
-    fmt::format_to(out, "{} {}\n", i * step, std::isfinite(sample) ? fmt::format("{}", sample) : "NaN");
+    fmt::format_to(out, "{} {}\n", i, std::isfinite(sample) ? fmt::format("{}", sample) : "NaN");
   }
   fmt::format_to(out, "END_OF_CURVE\n");
 }
@@ -68,10 +65,11 @@ std::string PlotScript(const std::vector<Curve>& curves, const std::string& outp
     throw Client::Error(Client::ErrorKind::BadArgument, "the file name holds control characters");
   }
   const std::vector<Panel> panels = PanelsOf(curves);
-  std::string script = fmt::format("set terminal pngcairo noenhanced size 1000,{}\nset output {}\n", 150 + 350 * panels.size(),
-                                   Quoted(output));
+  std::string script = fmt::format("set terminal pngcairo noenhanced size 1000,{}\nset output {}\n",
+                                   150 + 350 * panels.size(), Quoted(output));
   for (std::size_t i = 0; i < curves.size(); ++i) AppendData(script, i, curves[i]);
-  script += fmt::format("set grid\nset xlabel 'point'\nset multiplot layout {},1\n", panels.size());
+  script += fmt::format("set grid\nset key outside top horizontal\nset xlabel 'point'\nset multiplot layout {},1\n",
+                        panels.size());
   for (const Panel& panel : panels) script += PanelCommand(panel, curves);
   return script + "unset multiplot\n";
 }

@@ -38,8 +38,8 @@ void ShowReadings(const Session& session, bool with_values) {
       WriteOut(OneLine(json));
       continue;
     }
-    rows.push_back({Client::FullName(reading.name), Client::Printable(reading.type_name),
-                    reading.settable ? "set" : "", with_values ? ValueText(reading) : ""});
+    rows.push_back({Client::FullName(reading.name), Client::Printable(reading.type_name), reading.settable ? "set" : "",
+                    with_values ? ValueText(reading) : ""});
   }
   if (!session.options.json) WriteTable({"READING", "KIND", "", with_values ? "VALUE" : ""}, std::move(rows));
 }

@@ -37,8 +37,8 @@ struct TextWriter {
   std::string operator()(const Corvanta::BASIC_TRACE::BT_DATA& trace) const {
     const TraceSummary summary = SummaryOf(trace);
     const std::string units = UnitsForPeople(trace.units);
-    std::string text = fmt::format("{} points  min {:.6g} {}  max {:.6g} {}  mean {:.6g} {}", summary.points, summary.min,
-                                   units, summary.max, units, summary.mean, units);
+    std::string text = fmt::format("{} points  min {:.6g} {}  max {:.6g} {}  mean {:.6g} {}", summary.points,
+                                   summary.min, units, summary.max, units, summary.mean, units);
     if (summary.not_numbers > 0) text += fmt::format("  {} not a number", summary.not_numbers);
     return text;
   }

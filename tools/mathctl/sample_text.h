@@ -9,8 +9,8 @@
 
 namespace Lumenar::Mathctl {
 
-/// What is said of a trace instead of all its samples: over the samples that are numbers, infinities included. All three are NaN
-/// when there are none.
+/// What is said of a trace instead of all its samples: over the samples that are numbers, infinities included. All
+/// three are NaN when there are none.
 struct TraceSummary {
   std::size_t points = 0;
   std::size_t not_numbers = 0;
@@ -27,8 +27,8 @@ std::string UnitsForPeople(const Corvanta::VALUE_UNITS::Units& units);
 /// A sample in one line: a trace as number of points, min, max and mean; a scalar as value and its two errors.
 std::string TextOf(const Corvanta::SampleRecord& record);
 
-/// A sample as a JSON object: "kind" ("BasicTrace", "ValueDouble", "long", "boolean") and its numbers; `with_samples` adds all
-/// samples of a trace. Numbers that are not finite are the texts "NaN", "Infinity", "-Infinity".
+/// A sample as a JSON object: "kind" ("BasicTrace", "ValueDouble", "long", "boolean") and its numbers; `with_samples`
+/// adds all samples of a trace. Numbers that are not finite are the texts "NaN", "Infinity", "-Infinity".
 nlohmann::ordered_json JsonOf(const Corvanta::SampleRecord& record, bool with_samples);
 
 nlohmann::ordered_json JsonNumber(double number);

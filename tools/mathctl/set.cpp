@@ -16,7 +16,8 @@ using Client::ErrorKind;
 void SetOfObject(const Session& session, std::int32_t id, const std::vector<std::string>& rest) {
   if (rest.size() != 2) throw Error(ErrorKind::BadArgument, "a math object takes: set ID SIZE VALUE");
   if (rest[0] != "SIZE") {
-    throw Error(ErrorKind::BadArgument, fmt::format("a math object has no attribute \"{}\" to set", Client::Printable(rest[0])));
+    throw Error(ErrorKind::BadArgument,
+                fmt::format("a math object has no attribute \"{}\" to set", Client::Printable(rest[0])));
   }
   session.Objects().SetSize(id, Client::LongFromText(rest[1]));
 }
@@ -38,13 +39,12 @@ void Set(const Session& session, const std::vector<std::string>& words) {
 void DefineSet(CLI::App& app, Command& command) {
   auto* verb = app.add_subcommand("set", "Sets an attribute: `set math:3 SIZE 10`, `set PROBE/1/START 10`");
   verb->footer(
-      "A long takes a whole number, an enumeration a number or a name, a scalar a number with or without units, as \"2.5\n"
+      "A long takes a whole number, an enumeration a number or a name, a scalar a number with or without units, as "
+      "\"2.5\n"
       "ms\"; an action takes no value and is triggered.");
   const auto words = std::make_shared<std::vector<std::string>>();
   verb->add_option("ATTRIBUTE", *words, "The attribute, or a math object and SIZE; then the value")->required();
-  verb->callback([&command, words] {
-    command.run = [words](const Session& session) { Set(session, *words); };
-  });
+  verb->callback([&command, words] { command.run = [words](const Session& session) { Set(session, *words); }; });
 }
 
 }  // namespace Lumenar::Mathctl

@@ -34,7 +34,8 @@ class Watch {
 
   void Run() {
     for (const std::string& text : arguments_.readings) Add(text);
-    if (arguments_.seconds > 0) end_ = steady_clock::now() + milliseconds(static_cast<long long>(arguments_.seconds * 1000));
+    if (arguments_.seconds > 0)
+      end_ = steady_clock::now() + milliseconds(static_cast<long long>(arguments_.seconds * 1000));
     while (!Finished()) {
       if (const auto delivery = subscription_.Next(Patience())) {
         Write(*delivery);
@@ -118,7 +119,8 @@ class Watch {
 void DefineWatch(CLI::App& app, Command& command) {
   auto* verb = app.add_subcommand("watch", "Each new value of some readings, one line each, until Ctrl-C");
   verb->footer(
-      "A line is: the time of arrival; the reading; # and the trace's sequence number (of other kinds: how many values\n"
+      "A line is: the time of arrival; the reading; # and the trace's sequence number (of other kinds: how many "
+      "values\n"
       "came so far); the value. In JSON, \"count\" is how many values of this reading came so far.");
   const auto arguments = std::make_shared<Arguments>();
   verb->add_option("READING", arguments->readings, "Readings, or math objects as math:3")->required();

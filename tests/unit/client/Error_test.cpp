@@ -21,8 +21,10 @@ TEST(ErrorFrom, SortsByWhatTheCallerCanDo) {
   const Row kRows[] = {
       {std::make_shared<Corvanta::MathFactory::MathFactoryException>("Invalid attrib types"), ErrorKind::Refused,
        "x: Invalid attrib types"},
-      {std::make_shared<Corvanta::MathFactory::MathFactoryException>("two\nlines"), ErrorKind::Refused, "x: two\\x0alines"},
-      {std::make_shared<Corvanta::LimitsExceeded>(100, 1, 99), ErrorKind::Refused, "x: 100 is outside the limits 1 to 99"},
+      {std::make_shared<Corvanta::MathFactory::MathFactoryException>("two\nlines"), ErrorKind::Refused,
+       "x: two\\x0alines"},
+      {std::make_shared<Corvanta::LimitsExceeded>(100, 1, 99), ErrorKind::Refused,
+       "x: 100 is outside the limits 1 to 99"},
       {std::make_shared<CosNaming::NamingContext::NotFound>(), ErrorKind::NotFound, "x: not registered"},
       {std::make_shared<CORBA::OBJECT_NOT_EXIST>(), ErrorKind::NotFound, nullptr},
       {std::make_shared<CORBA::TRANSIENT>(), ErrorKind::Unreachable, nullptr},

@@ -34,7 +34,7 @@ TEST(ScalarFromText, ReadsANumberAndItsUnits) {
     Units units;
   };
   const Row kRows[] = {
-      {"7", 7, kSeconds},                                                  // keeps the units it had
+      {"7", 7, kSeconds},  // keeps the units it had
       {"-2.5e-3", -2.5e-3, kSeconds},
       {"2.5 ms", 2.5, Make_unit(Value::U_Second, 1, -3)},
       {"2.5ms", 2.5, Make_unit(Value::U_Second, 1, -3)},

@@ -35,11 +35,24 @@ Outcome ParseWords(std::vector<const char*> words) {
 
 TEST(Parse, AcceptsEveryVerb) {
   const std::vector<const char*> kLines[] = {
-      {"engines"}, {"readings"}, {"readings", "--values"}, {"types"}, {"create", "Average", "WAKEUP"},
-      {"create", "4", "A", "B", "math:3"}, {"list"}, {"get", "PROBE/1/WAKEUP"}, {"get", "3", "--json", "--samples"},
-      {"watch", "1", "2", "-n", "5"}, {"watch", "1", "--for", "0.5", "--json"}, {"plot", "1", "-o", "x.png"},
-      {"set", "3", "SIZE", "10"}, {"set", "PROBE/1/START", "-10"}, {"set", "PROBE/1/GO"}, {"reset", "1"},
-      {"delete", "1", "2"}, {"doctor"},
+      {"engines"},
+      {"readings"},
+      {"readings", "--values"},
+      {"types"},
+      {"create", "Average", "WAKEUP"},
+      {"create", "4", "A", "B", "math:3"},
+      {"list"},
+      {"get", "PROBE/1/WAKEUP"},
+      {"get", "3", "--json", "--samples"},
+      {"watch", "1", "2", "-n", "5"},
+      {"watch", "1", "--for", "0.5", "--json"},
+      {"plot", "1", "-o", "x.png"},
+      {"set", "3", "SIZE", "10"},
+      {"set", "PROBE/1/START", "-10"},
+      {"set", "PROBE/1/GO"},
+      {"reset", "1"},
+      {"delete", "1", "2"},
+      {"doctor"},
   };
   for (const auto& line : kLines) {
     const Outcome outcome = ParseWords(line);
@@ -49,9 +62,22 @@ TEST(Parse, AcceptsEveryVerb) {
 
 TEST(Parse, RefusesWithTwoAndSaysWhy) {
   const std::vector<const char*> kLines[] = {
-      {}, {"frobnicate"}, {"create"}, {"create", "Average"}, {"get"}, {"get", "a", "b"}, {"watch"}, {"plot", "1"},
-      {"watch", "1", "-n", "many"}, {"watch", "1", "--for", "-1"}, {"watch", "1", "--for", "1e300"}, {"list", "--timeout", "0"},
-      {"list", "--timeout", "soon"}, {"list", "--timeout", "nan"}, {"engines", "extra"}, {"engines", "types"},
+      {},
+      {"frobnicate"},
+      {"create"},
+      {"create", "Average"},
+      {"get"},
+      {"get", "a", "b"},
+      {"watch"},
+      {"plot", "1"},
+      {"watch", "1", "-n", "many"},
+      {"watch", "1", "--for", "-1"},
+      {"watch", "1", "--for", "1e300"},
+      {"list", "--timeout", "0"},
+      {"list", "--timeout", "soon"},
+      {"list", "--timeout", "nan"},
+      {"engines", "extra"},
+      {"engines", "types"},
   };
   for (const auto& line : kLines) {
     const Outcome outcome = ParseWords(line);

@@ -92,8 +92,9 @@ TEST_F(MathctlTest, ShowsWhatThereIs) {
                                                       "MATHFACTORY/1 +127\\.0\\.0\\.1:[0-9]+ +answers\n"
                                                       "TESTBENCH/1 +127\\.0\\.0\\.1:[0-9]+ +answers\n"));
   EXPECT_THAT(Out({"readings", "--values"}), HasSubstr("TESTBENCH/1/LEVEL   ValueDouble       2.5 mW  -0.1 +0.2 mW\n"));
-  EXPECT_EQ(Out({"types"}), "NUMBER  TYPE\n0       Subtract\n1       RelativeSubtract\n2       Average\n3       Peak\n"
-                            "4       CumulativeAdd\n");
+  EXPECT_EQ(Out({"types"}),
+            "NUMBER  TYPE\n0       Subtract\n1       RelativeSubtract\n2       Average\n3       Peak\n"
+            "4       CumulativeAdd\n");
   EXPECT_EQ(Out({"get", "LEVEL"}), "2.5 mW  -0.1 +0.2 mW\n");
   EXPECT_THAT(Out({"doctor"}), Not(HasSubstr("FAILS")));
 }
@@ -111,7 +112,8 @@ TEST_F(MathctlTest, CreatesObjectsOverReadingsAndOverEachOther) {
   EXPECT_EQ(objects[2]["type"], "CumulativeAdd");
   EXPECT_EQ(objects[2]["present"]["value"], 5);
   EXPECT_EQ(Out({"delete", "math:0", "2"}), "");
-  EXPECT_THAT(Out({"list"}), testing::MatchesRegex("ID +TYPE +RESULT +VALUE\nmath:1 +Subtract +MATHFACTORY/1/RESULT[^\n]*\n"));
+  EXPECT_THAT(Out({"list"}),
+              testing::MatchesRegex("ID +TYPE +RESULT +VALUE\nmath:1 +Subtract +MATHFACTORY/1/RESULT[^\n]*\n"));
 }
 
 TEST_F(MathctlTest, WatchWritesOneLineAResultAndEndsAfterThoseAskedFor) {
@@ -220,7 +222,8 @@ TEST_F(MathctlTest, AnEngineThatHangsCostsOneTimeLimit) {
   engine_.Signal(SIGSTOP);
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(Run({"list", "--timeout", "0.3"}).exit_code, kUnreachable);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3)) << "the default limit, not the one given";
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3))
+      << "the default limit, not the one given";
   EXPECT_EQ(Run({"get", "MATHFACTORY/1/TYPE", "--timeout", "0.3"}).exit_code, kUnreachable);
   EXPECT_EQ(Out({"get", "LEVEL", "--timeout", "0.3"}), "1 W  +0 +0 W\n");
   const auto engines = Objects({"engines", "--timeout", "0.3"});

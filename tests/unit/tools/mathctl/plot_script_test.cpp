@@ -15,7 +15,8 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-Curve MakeCurve(const std::string& name, const std::vector<float>& samples, const Value::Units& units, double step = 0) {
+Curve MakeCurve(const std::string& name, const std::vector<float>& samples, const Value::Units& units,
+                double step = 0) {
   Curve curve{name, DefaultRecord<Corvanta::BASIC_TRACE::BT_DATA>()};
   curve.trace.units = VALUE::UnitsToCorba(units);
   curve.trace.x_step = step;
@@ -25,11 +26,15 @@ Curve MakeCurve(const std::string& name, const std::vector<float>& samples, cons
 }
 
 TEST(PlotScript, DrawsOnePanelAUnit) {
-  const std::string script = PlotScript({MakeCurve("a", {1, 2}, Value::C_Watts, 0.5), MakeCurve("b", {3}, Value::C_Kelvin),
-                                         MakeCurve("c", {4}, Value::C_Watts)}, "out.png");
-  EXPECT_THAT(script, HasSubstr("$curve0 << END_OF_CURVE\n0 1\n0.5 2\nEND_OF_CURVE\n"));
+  const std::string script = PlotScript({MakeCurve("a", {1, 2}, Value::C_Watts, 0.5),
+                                         MakeCurve("b", {3}, Value::C_Kelvin), MakeCurve("c", {4}, Value::C_Watts)},
+                                        "out.png");
+  EXPECT_THAT(script, HasSubstr("$curve0 << END_OF_CURVE\n0 1\n1 2\nEND_OF_CURVE\n"));
   EXPECT_THAT(script, HasSubstr("set multiplot layout 2,1"));
-  EXPECT_THAT(script, HasSubstr("set ylabel 'W'\nplot $curve0 using 1:2 with lines title 'a', $curve2 using 1:2 with lines title 'c'\n"));
+  EXPECT_THAT(
+      script,
+      HasSubstr(
+          "set ylabel 'W'\nplot $curve0 using 1:2 with lines title 'a', $curve2 using 1:2 with lines title 'c'\n"));
   EXPECT_THAT(script, HasSubstr("set ylabel 'K'\nplot $curve1 using 1:2 with lines title 'b'\n"));
 }
 

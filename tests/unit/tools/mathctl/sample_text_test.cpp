@@ -95,13 +95,12 @@ TEST(JsonOf, Table) {
   for (const Row& row : kRows) EXPECT_EQ(OneLine(JsonOf(row.record, row.samples)), row.json);
 }
 
-TEST(OneLine, IsValidWhateverIsInIt) {
-  EXPECT_EQ(OneLine({{"text", "a\nb\xff"}}), "{\"text\":\"a\\nb\xef\xbf\xbd\"}");
-}
+TEST(OneLine, IsValidWhateverIsInIt) { EXPECT_EQ(OneLine({{"text", "a\nb\xff"}}), "{\"text\":\"a\\nb\xef\xbf\xbd\"}"); }
 
 TEST(UtcText, KeepsMicrosecondsAlsoBeforeTheEpoch) {
   using std::chrono::microseconds;
-  EXPECT_EQ(UtcText(std::chrono::system_clock::time_point(microseconds(1715000000000042))), "2024-05-06T12:53:20.000042Z");
+  EXPECT_EQ(UtcText(std::chrono::system_clock::time_point(microseconds(1715000000000042))),
+            "2024-05-06T12:53:20.000042Z");
   EXPECT_EQ(UtcText(std::chrono::system_clock::time_point(microseconds(-1))), "1969-12-31T23:59:59.999999Z");
 }
 

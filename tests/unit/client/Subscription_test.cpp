@@ -1,0 +1,78 @@
+// A client's subscriptions against a platform of real processes.
+#include "client/Subscription.h"
+
+#include <gtest/gtest.h>
+
+#include <variant>
+
+#include "client/MathObjects.h"
+#include "client/values.h"
+#include "tests/support/IsolatedPlatform.h"
+
+extern "C" {
+int localargc = 0;
+char* localargv[] = {nullptr};
+}
+
+namespace Lumenar::Client {
+namespace {
+
+class SubscriptionTest : public testing::Test {
+ protected:
+  SubscriptionTest() {
+    platform_.UseInThisProcess();
+    platform_.StartEngine("math_factory_hh");
+  }
+
+  static std::size_t Subscriptions(Connection& connection) {
+    const auto manager = connection.TopicManager();
+    return Corvanta::SubscriptionStatusSeq_var(manager->Subscriptions())->length();
+  }
+
+  Lumenar::Test::IsolatedPlatform platform_;
+};
+
+TEST_F(SubscriptionTest, DeliversFromItsBeginningToItsEndWhileTheConnectionLives) {
+  Connection connection;
+  const Reading type = connection.FindReading("TYPE");
+  SetValue(type, "1");
+  {
+    Subscription subscription(connection);
+    subscription.Add(type);
+    for (const char* number : {"4", "2"}) SetValue(type, number);
+    for (const CORBA::Long number : {4, 2}) {
+      const auto delivery = subscription.Next(std::chrono::seconds(10));
+      ASSERT_TRUE(delivery);
+      EXPECT_EQ(std::get<CORBA::Long>(delivery->record), number);
+    }
+    EXPECT_EQ(Subscriptions(connection), 1u);
+  }
+  EXPECT_EQ(Subscriptions(connection), 0u);
+}
+
+TEST_F(SubscriptionTest, EndsWithTheOrbAndWakesItsReader) {
+  Connection connection;
+  Subscription subscription(connection);
+  subscription.Add(connection.FindReading("TYPE"));
+  EXPECT_FALSE(subscription.Next(std::chrono::milliseconds(1)));
+  EXPECT_FALSE(subscription.Ended());
+  connection.Orb().Shutdown();
+  EXPECT_FALSE(subscription.Next(std::chrono::hours(1)));
+  EXPECT_TRUE(subscription.Ended());
+}
+
+TEST_F(SubscriptionTest, SaysSoWhenTheTopicManagerIsAway) {
+  Connection connection(std::chrono::milliseconds(500));
+  const Reading type = connection.FindReading("TYPE");
+  platform_.KillTopicManager();
+  Subscription subscription(connection);
+  try {
+    subscription.Add(type);
+    FAIL() << "subscribed to nobody";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.Kind(), ErrorKind::Unreachable);
+  }
+}
+
+}  // namespace
+}  // namespace Lumenar::Client
