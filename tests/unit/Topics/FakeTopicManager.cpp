@@ -74,6 +74,7 @@ void FakeTopicManager::Take(const Corvanta::SampleRecord& record, const char* to
 
 CORBA::Long FakeTopicManager::Subscribe(const char* topic, Corvanta::DDS_Sub_ptr subscriber) {
   CORBA::Long handle = 0;
+  CORBA::Any early;
   {
     Lock lock(mutex_);
     if (refuse_) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
@@ -81,8 +82,9 @@ CORBA::Long FakeTopicManager::Subscribe(const char* topic, Corvanta::DDS_Sub_ptr
     subscribed_.push_back({topic, handle});
     subscribers_[handle] = Corvanta::DDS_Sub::_duplicate(subscriber);
     if (!deliver_within_subscribe_) return handle;
+    early = early_sample_;
   }
-  subscriber->DDS_Callback(early_sample_);
+  subscriber->DDS_Callback(early);
   return handle;
 }
 
