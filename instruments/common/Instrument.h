@@ -14,13 +14,14 @@ struct Place {
   GUI_AbleRegistration& registration;
 };
 
-/// A source of readings. Its life: constructed from its settings, Offer, Start, Stop; destroyed when the ORB is gone, so that no
-/// request meets its destruction.
+/// A source of readings. Its life: constructed from its settings, Offer, Start, Stop; destroyed when the ORB is gone,
+/// so that no request meets its destruction.
 class Instrument {
  public:
   virtual ~Instrument() = default;
 
-  /// Creates the readings and attributes, with what they hold before the first sample. Requests do not come before this returns.
+  /// Creates the readings and attributes, with what they hold before the first sample. Requests do not come before this
+  /// returns.
   virtual void Offer(const Place& place) = 0;
 
   /// Begins to produce samples, on threads of its own.

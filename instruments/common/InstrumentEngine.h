@@ -12,8 +12,8 @@ namespace Lumenar::Instruments {
 /// An instrument as an engine: brings it up with its ORB, runs it, takes it down.
 class InstrumentEngine {
  public:
-  /// Settings, ORB wrapper, registration object, readings, announcement, in this order; so a setting that is wrong leaves no
-  /// name behind. The engine's own object, at Lumenar/local/NAME/INSTANCE, is its registration object.
+  /// Settings, ORB wrapper, registration object, readings, announcement, in this order; so a setting that is wrong
+  /// leaves no name behind. The engine's own object, at Lumenar/local/NAME/INSTANCE, is its registration object.
   /// Errors   those of these steps; a hardware-enumeration service that is not there is none.
   explicit InstrumentEngine(const InstrumentKind& kind);
 

@@ -73,7 +73,8 @@ bool PeriodicTask::RunOnce() noexcept {
 }
 
 std::chrono::nanoseconds PeriodOf(double rate_Hz) {
-  return std::chrono::nanoseconds(static_cast<std::chrono::nanoseconds::rep>(std::min(1e9 / rate_Hz, kLongestPeriod_ns)));
+  return std::chrono::nanoseconds(
+      static_cast<std::chrono::nanoseconds::rep>(std::min(1e9 / rate_Hz, kLongestPeriod_ns)));
 }
 
 }  // namespace Lumenar::Instruments

@@ -8,8 +8,8 @@
 
 namespace Lumenar::Instruments {
 
-/// Runs a function again and again at a steady rate, on a thread of its own: at once, then at each multiple of the period since.
-/// Multiples that pass while the function runs are skipped, so a slow run delays nothing but itself.
+/// Runs a function again and again at a steady rate, on a thread of its own: at once, then at each multiple of the
+/// period since. Multiples that pass while the function runs are skipped, so a slow run delays nothing but itself.
 /// Threads   Start and Stop: any.
 class PeriodicTask {
  public:
@@ -21,14 +21,16 @@ class PeriodicTask {
   PeriodicTask(const PeriodicTask&) = delete;
   PeriodicTask& operator=(const PeriodicTask&) = delete;
 
-  /// Does nothing after Stop. Errors   std::system_error.
+  /// Does nothing after Stop.
+  /// Errors   std::system_error.
   void Start();
 
   /// Waits for a run of the function. For good.
   void Stop() noexcept;
 
   /// The first multiple of `period` after `deadline` that has not passed at `now`.
-  static Clock::time_point NextDeadline(Clock::time_point deadline, Clock::time_point now, std::chrono::nanoseconds period);
+  static Clock::time_point NextDeadline(Clock::time_point deadline, Clock::time_point now,
+                                        std::chrono::nanoseconds period);
 
  private:
   void Run();

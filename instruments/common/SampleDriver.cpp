@@ -6,7 +6,8 @@
 namespace Lumenar::Instruments {
 namespace {
 
-constexpr Corvanta::EngineAttribLongParams kAnyNumber{std::numeric_limits<int>::min(), std::numeric_limits<int>::max(), 0};
+constexpr Corvanta::EngineAttribLongParams kAnyNumber{std::numeric_limits<int>::min(), std::numeric_limits<int>::max(),
+                                                      0};
 
 }  // namespace
 

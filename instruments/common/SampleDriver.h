@@ -10,11 +10,11 @@
 
 namespace Lumenar::Instruments {
 
-/// Decides when a reading publishes its next sample: at a rate, or, with the rate 0, each time that a client sets the long
-/// attribute NAME_STEP. Sample 0 comes at Start either way.
+/// Decides when a reading publishes its next sample: at a rate, or, with the rate 0, each time that a client sets the
+/// long attribute NAME_STEP. Sample 0 comes at Start either way.
 ///
-/// A client's Set publishes one sample, whatever the number (it is stored, so clients may count their steps with it), and returns
-/// when the sample is published.
+/// A client's Set publishes one sample, whatever the number (it is stored, so clients may count their steps with it),
+/// and returns when the sample is published.
 class SampleDriver {
  public:
   /// `next` publishes the next sample and returns whether there are more; never called by two threads at once.

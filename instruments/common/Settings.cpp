@@ -31,7 +31,8 @@ double NumberSetting(const Settings& settings, const std::string& name, double a
   double number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   const bool good = error == std::errc() && end == text.data() + text.size() && number >= lower && number <= upper;
-  if (!good) throw std::invalid_argument(fmt::format("{}={}: expected a number from {} to {}", name, text, lower, upper));
+  if (!good)
+    throw std::invalid_argument(fmt::format("{}={}: expected a number from {} to {}", name, text, lower, upper));
   return number;
 }
 

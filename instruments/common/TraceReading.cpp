@@ -26,7 +26,8 @@ BT_DATA FirstRecord(const TraceForm& form, std::span<const float> samples) {
 
 }  // namespace
 
-TraceReading::TraceReading(const Place& place, const std::string& name, const TraceForm& form, std::span<const float> first)
+TraceReading::TraceReading(const Place& place, const std::string& name, const TraceForm& form,
+                           std::span<const float> first)
     : record_(FirstRecord(form, first)), reading_(place.namer, place.registration, name.c_str(), record_) {}
 
 void TraceReading::Publish(std::span<const float> samples) {

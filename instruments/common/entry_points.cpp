@@ -1,4 +1,5 @@
-// The three functions through which a host drives an instrument, and the ORB's argument list. Part of each engine library.
+// The three functions through which a host drives an instrument, and the ORB's argument list. Part of each engine
+// library.
 
 #include <omniORB4/CORBA.h>
 
@@ -35,7 +36,8 @@ namespace {
 
 std::string Title() { return ThisInstrument().title; }
 
-/// Runs a step for the host, which gets no exception: each failure is one line on standard error, the first clause that fits.
+/// Runs a step for the host, which gets no exception: each failure is one line on standard error, the first clause that
+/// fits.
 template <class Step>
 void Shielded(const std::string& prefix, Step step) {
   try {
@@ -55,8 +57,8 @@ void Shielded(const std::string& prefix, Step step) {
 
 }  // namespace
 
-/// Builds the engine: settings read, the ORB up, the readings registered. Null when that failed (with one line on standard
-/// error). The host calls it once.
+/// Builds the engine: settings read, the ORB up, the readings registered. Null when that failed (with one line on
+/// standard error). The host calls it once.
 ENGINE_EXPORT void* createEngine() {
   Shielded(Title() + " new: ", [] {
     WriteOut(Title() + " createEngine");

@@ -25,7 +25,8 @@ void ProbeInstrument::Offer(const Instruments::Place& place) {
   wakeup_ = std::make_unique<TraceReading>(place, "WAKEUP", kWakeupForm, lateness_us);
   wakeup_dB_ = std::make_unique<TraceReading>(place, "WAKEUP_DB", kLevelForm, LevelsOf(lateness_us));
   start_ = std::make_unique<Attribute>(place.namer, place.registration, "START", 0, Attribute::Callback(), kPoints);
-  stop_ = std::make_unique<Attribute>(place.namer, place.registration, "STOP", kLastPoint, Attribute::Callback(), kPoints);
+  stop_ =
+      std::make_unique<Attribute>(place.namer, place.registration, "STOP", kLastPoint, Attribute::Callback(), kPoints);
   scalars_ = std::make_unique<ScalarReadings>(place, "/");
   traces_task_ = std::make_unique<PeriodicTask>(PeriodOf(rate_Hz_), [this] {
     PublishTraces();

@@ -12,9 +12,12 @@
 namespace Lumenar::Probe {
 
 /// Live measurements of the machine itself:
-///   WAKEUP       trace: how late a timer of 1 kHz woke up, for its last 1,001 periods, in us; oldest first, x_step 1 ms
+///   WAKEUP       trace: how late a 1 kHz timer woke up, for its last 1,001 periods, in us; oldest first, x_step 1 ms
+///
 ///   WAKEUP_DB    the same as levels in dB of 1 us; 0 and less count as 1 ns, which is -30 dB
+///
 ///   START, STOP  long attributes, 0 to 1000: a range of points of the traces, for a math object that takes one
+///
 ///   CPU_LOAD, MEMORY_FREE, TEMPERATURE  as ScalarReadings
 class ProbeInstrument : public Instruments::Instrument {
  public:
@@ -45,7 +48,8 @@ class ProbeInstrument : public Instruments::Instrument {
   std::unique_ptr<Instruments::PeriodicTask> scalars_task_;
 };
 
-/// Reads PROBE_RATE, publications of the traces a second, 20 by default. Errors   std::invalid_argument.
+/// Reads PROBE_RATE, publications of the traces a second, 20 by default.
+/// Errors   std::invalid_argument.
 std::unique_ptr<Instruments::Instrument> CreateProbe(const Instruments::Settings& settings);
 
 }  // namespace Lumenar::Probe

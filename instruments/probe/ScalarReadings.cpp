@@ -23,7 +23,8 @@ ScalarReadings::ScalarReadings(const Instruments::Place& place, const std::files
 }
 
 std::unique_ptr<ScalarReadings::Reading> ScalarReadings::Offer(const Instruments::Place& place, const char* name,
-                                                               const std::optional<Figure>& first, const Value::Units& units) {
+                                                               const std::optional<Figure>& first,
+                                                               const Value::Units& units) {
   if (!first) return nullptr;
   return std::make_unique<Reading>(place.namer, place.registration, name, RecordOf(*first, units));
 }

@@ -12,8 +12,8 @@
 
 namespace Lumenar::Probe {
 
-/// The probe's scalar readings: CPU_LOAD in percent, MEMORY_FREE in bytes, TEMPERATURE in degC; each only where the machine tells it.
-/// Their error bands: see CpuLoad, Spread and TemperatureSensor.
+/// The probe's scalar readings: CPU_LOAD in percent, MEMORY_FREE in bytes, TEMPERATURE in degC; each only where the
+/// machine tells it. Their error bands: see CpuLoad, Spread and TemperatureSensor.
 /// Threads   one at a time.
 class ScalarReadings {
  public:
@@ -31,7 +31,8 @@ class ScalarReadings {
 
   std::unique_ptr<Reading> Offer(const Instruments::Place& place, const char* name, const std::optional<Figure>& first,
                                  const Value::Units& units);
-  static void Assign(const std::unique_ptr<Reading>& reading, const std::optional<Figure>& figure, const Value::Units& units);
+  static void Assign(const std::unique_ptr<Reading>& reading, const std::optional<Figure>& figure,
+                     const Value::Units& units);
   std::optional<Figure> TakeLoad();
 
   const std::filesystem::path root_;

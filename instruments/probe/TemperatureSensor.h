@@ -10,12 +10,12 @@ namespace Lumenar::Probe {
 
 /// A temperature sensor that the kernel offers as a file of millidegrees Celsius.
 ///
-/// The kernel does not tell the sensor's resolution. It is taken from the readings: the largest step, of at most 1 degC, of
-/// which all readings so far are multiples. The band is half a step either way.
+/// The kernel does not tell the sensor's resolution. It is taken from the readings: the largest step, of at most 1
+/// degC, of which all readings so far are multiples. The band is half a step either way.
 class TemperatureSensor {
  public:
-  /// The first sensor below the system directory ("/sys"): of the thermal zones, then of the hardware monitors, by name. Nothing where
-  /// none can be read.
+  /// The first sensor below the system directory ("/sys"): of the thermal zones, then of the hardware monitors, by
+  /// name. Nothing where none can be read.
   static std::optional<TemperatureSensor> Find(const std::filesystem::path& sys);
 
   explicit TemperatureSensor(std::filesystem::path file) : file_(std::move(file)) {}

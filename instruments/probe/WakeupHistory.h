@@ -12,8 +12,9 @@ namespace Lumenar::Probe {
 
 /// How late a periodic timer woke up, for each of its last periods.
 ///
-/// Every period has one point. A wake-up that comes after later deadlines have passed counts for these too, each as late as
-/// it was by then: a stall of 5 ms at 1 kHz shows as 5, 4, 3, 2, 1 ms (and what is over), and the axis stays true.
+/// Every period has one point. A wake-up that comes after later deadlines have passed counts for these too, each as
+/// late as it was by then: a stall of 5 ms at 1 kHz shows as 5, 4, 3, 2, 1 ms (and what is over), and the axis stays
+/// true.
 /// Threads   any.
 class WakeupHistory {
  public:
@@ -21,11 +22,12 @@ class WakeupHistory {
 
   explicit WakeupHistory(std::int64_t period_ns) : period_ns_(period_ns) {}
 
-  /// Takes a wake-up at `now_ns` that was due at `deadline_ns`; the next deadline, which is after `now_ns`. The work is bounded,
-  /// however late the wake-up.
+  /// Takes a wake-up at `now_ns` that was due at `deadline_ns`; the next deadline, which is after `now_ns`. The work is
+  /// bounded, however late the wake-up.
   std::int64_t WokeUp(std::int64_t deadline_ns, std::int64_t now_ns);
 
-  /// The lateness of the last kPeriods periods in microseconds, oldest first. Before there were that many the oldest are 0.
+  /// The lateness of the last kPeriods periods in microseconds, oldest first. Before there were that many the oldest
+  /// are 0.
   std::vector<float> Lateness_us() const;
 
  private:
@@ -37,7 +39,8 @@ class WakeupHistory {
   std::size_t oldest_ GUARDED_BY(mutex_) = 0;
 };
 
-/// What stands for a lateness of 0 or less, in microseconds: one nanosecond, the resolution of the clock. A level needs a positive number.
+/// What stands for a lateness of 0 or less, in microseconds: one nanosecond, the resolution of the clock. A level needs
+/// a positive number.
 inline constexpr float kSmallestLateness_us = 0.001f;
 
 /// Latenesses as levels in dB of 1 us: 10 * log10, of at least kSmallestLateness_us (-30 dB).

@@ -24,8 +24,8 @@ struct CpuTimes {
 /// The first line of /proc/stat. Waiting for input and output counts as idle. Nothing for any other text.
 std::optional<CpuTimes> ParseCpuTimes(std::string_view stat);
 
-/// The load between two moments in percent. The kernel counts whole ticks, so the busy time of the interval is known to one tick
-/// either way: the band is one tick in the ticks of the interval. Nothing when no tick has passed.
+/// The load between two moments in percent. The kernel counts whole ticks, so the busy time of the interval is known to
+/// one tick either way: the band is one tick in the ticks of the interval. Nothing when no tick has passed.
 std::optional<Figure> CpuLoad(const CpuTimes& before, const CpuTimes& after);
 
 /// The free memory that /proc/meminfo tells, in bytes. Nothing for any other text.

@@ -14,7 +14,8 @@ constexpr std::size_t kLongestQuote = 40;
 /// A number of any kind, NaN and infinity too.
 double ParseAny(std::string_view field, std::size_t line) {
   std::string_view digits = field;
-  if (digits.size() > 1 && digits[0] == '+' && digits[1] != '-') digits.remove_prefix(1);  // from_chars knows no plus sign
+  if (digits.size() > 1 && digits[0] == '+' && digits[1] != '-')
+    digits.remove_prefix(1);  // from_chars knows no plus sign
   double number = 0;
   const char* end = digits.data() + digits.size();
   const auto [stop, error] = std::from_chars(digits.data(), end, number);

@@ -34,8 +34,8 @@ class LineReader {
 /// Without blanks and tabs at both ends.
 std::string_view Trim(std::string_view text) noexcept;
 
-/// Takes the first field, up to `separator` or the end, off a text, trimmed. Nothing when the text is used up; a separator at the
-/// end is followed by an empty field.
+/// Takes the first field, up to `separator` or the end, off a text, trimmed. Nothing when the text is used up; a
+/// separator at the end is followed by an empty field.
 std::optional<std::string_view> TakeField(std::optional<std::string_view>& rest, char separator);
 
 /// Takes the first word, between blanks and tabs, off a text; empty when there is none.
@@ -44,13 +44,16 @@ std::string_view TakeWord(std::string_view& rest) noexcept;
 /// A part of a file for a message: in quotation marks, on one line, not too long.
 std::string Quoted(std::string_view text);
 
-/// A finite decimal number; a sign may stand in front. Errors   FormatError.
+/// A finite decimal number; a sign may stand in front.
+/// Errors   FormatError.
 double ParseNumber(std::string_view field, std::size_t line);
 
-/// A number as a sample; NaN and infinity are numbers here ("nan", "inf", "-inf"). Errors   FormatError.
+/// A number as a sample; NaN and infinity are numbers here ("nan", "inf", "-inf").
+/// Errors   FormatError.
 float ParseSample(std::string_view field, std::size_t line);
 
-/// A computed number as a sample. Errors   FormatError when it is finite and too large for one.
+/// A computed number as a sample.
+/// Errors   FormatError when it is finite and too large for one.
 float SampleOf(double number, std::size_t line);
 
 }  // namespace Lumenar::Replay

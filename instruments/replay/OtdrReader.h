@@ -6,8 +6,9 @@
 
 namespace Lumenar::Replay {
 
-/// Reads a backscatter trace in two columns: a line with the columns' names and units (`Distance [m],Signal [dB]`), then one
-/// point a line. One sweep; samples in the second column's unit, as dB of a ratio without unit where that is "dB".
+/// Reads a backscatter trace in two columns: a line with the columns' names and units (`Distance [m],Signal [dB]`),
+/// then one point a line. One sweep; samples in the second column's unit, as dB of a ratio without unit where that is
+/// "dB".
 /// Errors   FormatError.      Threads  pure.
 RecordedFile ReadOtdr(std::string_view text);
 

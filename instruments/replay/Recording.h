@@ -17,7 +17,7 @@ inline constexpr std::size_t kMaxPoints = std::size_t{1} << 24;
 struct Recording {
   std::string suffix;  ///< after the name of the file, as "_S11"; often empty
   Value::Units units;
-  double x_step = 0;  ///< distance of two points, in the axis' unit without prefix; 0 where points are not evenly spaced
+  double x_step = 0;  ///< distance of two points, in the axis' unit without prefix; 0 where they are not even
   std::vector<std::vector<float>> sweeps;  ///< never empty
 };
 

@@ -47,12 +47,16 @@ double RateOf(const RecordedFile& file, double wanted_Hz) {
 class ReplayInstrument::Playback {
  public:
   Playback(const std::string& path, const ReplayOptions& options)
-      : name_(ReadingName(path)), file_(LoadRecording(path)), rate_Hz_(RateOf(file_, options.rate_Hz)), loop_(options.loop) {}
+      : name_(ReadingName(path)),
+        file_(LoadRecording(path)),
+        rate_Hz_(RateOf(file_, options.rate_Hz)),
+        loop_(options.loop) {}
 
   void Offer(const Place& place) {
     for (const Recording& recording : file_.recordings) {
-      readings_.push_back(std::make_unique<TraceReading>(
-          place, name_ + recording.suffix, Instruments::TraceForm{recording.units, recording.x_step}, recording.sweeps.front()));
+      readings_.push_back(std::make_unique<TraceReading>(place, name_ + recording.suffix,
+                                                         Instruments::TraceForm{recording.units, recording.x_step},
+                                                         recording.sweeps.front()));
     }
     driver_ = std::make_unique<SampleDriver>(place, name_, rate_Hz_, [this] { return PublishNext(); });
   }

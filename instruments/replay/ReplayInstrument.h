@@ -12,8 +12,9 @@ namespace Lumenar::Replay {
 /// How recordings are played.
 struct ReplayOptions {
   std::vector<std::string> files;
-  double rate_Hz = -1;  ///< sweeps a second; 0: one each time that a client says so; below 0: as recorded, else kDefaultRate_Hz
-  bool loop = true;     ///< start again after the last sweep
+  /// Sweeps a second; 0: one each time that a client says so; below 0: as recorded, else kDefaultRate_Hz.
+  double rate_Hz = -1;
+  bool loop = true;  ///< start again after the last sweep
 };
 
 inline constexpr double kDefaultRate_Hz = 10;
@@ -22,11 +23,12 @@ inline constexpr double kDefaultRate_Hz = 10;
 /// Errors   std::invalid_argument.
 ReplayOptions ParseReplayOptions(const Instruments::Settings& settings);
 
-/// Recorded sweeps as readings: a trace for each recording, named after its file. Sweep 0 is there from the start; a sweep's capture
-/// time is that of its publication.
+/// Recorded sweeps as readings: a trace for each recording, named after its file. Sweep 0 is there from the start; a
+/// sweep's capture time is that of its publication.
 class ReplayInstrument : public Instruments::Instrument {
  public:
-  /// Reads all files. Errors   as LoadRecording, at the first file that cannot be read.
+  /// Reads all files.
+  /// Errors   as LoadRecording, at the first file that cannot be read.
   explicit ReplayInstrument(const ReplayOptions& options);
   ~ReplayInstrument() override;
 

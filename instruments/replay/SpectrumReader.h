@@ -6,8 +6,9 @@
 
 namespace Lumenar::Replay {
 
-/// Reads spectrum sweeps, one stretch of the spectrum a line: date, local time, lowest and highest frequency, bin step (all in
-/// hertz), number of samples, then the levels of the bins from low to high. A sweep begins where the frequency starts again.
+/// Reads spectrum sweeps, one stretch of the spectrum a line: date, local time, lowest and highest frequency, bin step
+/// (all in hertz), number of samples, then the levels of the bins from low to high. A sweep begins where the frequency
+/// starts again.
 ///
 /// The programs that write this form repeat the last level of each line; it is left out. A line may have up to two
 /// levels more than its frequencies tell, as such programs round the cropping of a line in two ways.

@@ -95,9 +95,12 @@ Row ParseRow(std::string_view text, std::size_t line) {
 
 double LevelOf(Pair pair, double first, double second) {
   switch (pair) {
-    case Pair::RealImaginary: return 20 * std::log10(std::hypot(first, second));
-    case Pair::MagnitudeAngle: return 20 * std::log10(std::abs(first));
-    case Pair::DecibelAngle: break;
+    case Pair::RealImaginary:
+      return 20 * std::log10(std::hypot(first, second));
+    case Pair::MagnitudeAngle:
+      return 20 * std::log10(std::abs(first));
+    case Pair::DecibelAngle:
+      break;
   }
   return first;
 }
@@ -138,12 +141,14 @@ class Network {
 
  private:
   bool BeginsNoise(const Row& row) const {
-    return levels_.size() == kSuffixes.size() && row.count == kNoiseNumbers && !axis_.empty() && row.numbers[0] <= axis_.back();
+    return levels_.size() == kSuffixes.size() && row.count == kNoiseNumbers && !axis_.empty() &&
+           row.numbers[0] <= axis_.back();
   }
 
   void Require(const Row& row, std::size_t line) const {
     const std::size_t expected = 1 + 2 * levels_.size();
-    if (row.count != expected) throw FormatError(line, fmt::format("expected {} numbers, found {}", expected, row.count));
+    if (row.count != expected)
+      throw FormatError(line, fmt::format("expected {} numbers, found {}", expected, row.count));
     if (!axis_.empty() && row.numbers[0] <= axis_.back()) {
       throw FormatError(line, fmt::format("frequency {} does not follow {}", row.numbers[0], axis_.back()));
     }

@@ -12,7 +12,8 @@ std::pair<std::string_view, std::string_view> TwoFields(const Line& line) {
   std::optional<std::string_view> rest = line.text;
   const auto first = TakeField(rest, ',');
   const auto second = TakeField(rest, ',');
-  if (!second || rest) throw FormatError(line.number, "expected two fields with a comma between, found " + Quoted(line.text));
+  if (!second || rest)
+    throw FormatError(line.number, "expected two fields with a comma between, found " + Quoted(line.text));
   return {*first, *second};
 }
 

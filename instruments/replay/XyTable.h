@@ -15,17 +15,20 @@ struct XyTable {
   std::vector<float> y;
 };
 
-/// The two fields of a line that has exactly two. Errors   FormatError.
+/// The two fields of a line that has exactly two.
+/// Errors   FormatError.
 std::pair<std::string_view, std::string_view> TwoFields(const Line& line);
 
-/// Reads the remaining lines as `x,y`, x rising; empty lines are skipped. Errors   FormatError; also when there is no row.
+/// Reads the remaining lines as `x,y`, x rising; empty lines are skipped.
+/// Errors   FormatError; also when there is no row.
 XyTable ReadXyTable(LineReader& lines);
 
-/// A unit's text. Errors   FormatError.
+/// A unit's text.
+/// Errors   FormatError.
 Value::Units ParseUnits(std::string_view text, std::size_t line);
 
-/// The distance of neighbours on an axis; 0 for less than two points, and where a point lies more than a tenth of the mean
-/// distance beside the even grid.
+/// The distance of neighbours on an axis; 0 for less than two points, and where a point lies more than a tenth of the
+/// mean distance beside the even grid.
 double StepOf(std::span<const double> axis);
 
 /// The one sweep of a table as a file's contents: `x` and `y` are the units of the columns.

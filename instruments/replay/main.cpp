@@ -5,10 +5,11 @@
 namespace Lumenar::Instruments {
 
 const InstrumentKind& ThisInstrument() {
-  static const InstrumentKind kind{"REPLAY", "Lumenar::ReplayInit", "replay.engine", "REPLAY_",
-                                   [](const Settings& settings) -> std::unique_ptr<Instrument> {
-                                     return std::make_unique<Replay::ReplayInstrument>(Replay::ParseReplayOptions(settings));
-                                   }};
+  static const InstrumentKind kind{
+      "REPLAY", "Lumenar::ReplayInit", "replay.engine", "REPLAY_",
+      [](const Settings& settings) -> std::unique_ptr<Instrument> {
+        return std::make_unique<Replay::ReplayInstrument>(Replay::ParseReplayOptions(settings));
+      }};
   return kind;
 }
 

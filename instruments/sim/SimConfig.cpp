@@ -21,8 +21,8 @@ struct KindName {
   std::string_view name;
   Kind kind;
 };
-constexpr std::array kKinds = {KindName{"trace", Kind::Trace}, KindName{"value", Kind::Value}, KindName{"long", Kind::Long},
-                               KindName{"setting", Kind::Setting}};
+constexpr std::array kKinds = {KindName{"trace", Kind::Trace}, KindName{"value", Kind::Value},
+                               KindName{"long", Kind::Long}, KindName{"setting", Kind::Setting}};
 
 struct WaveName {
   std::string_view name;
@@ -64,7 +64,8 @@ double ParseFinite(std::string_view text) {
 }
 
 int ParseLong(std::string_view text) {
-  return ParseNumber<std::int32_t>(text, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max());
+  return ParseNumber<std::int32_t>(text, std::numeric_limits<std::int32_t>::min(),
+                                   std::numeric_limits<std::int32_t>::max());
 }
 
 Wave ParseWave(std::string_view text) {
@@ -84,13 +85,16 @@ struct Key {
 };
 
 constexpr std::array kKeys = {
-    Key{"rate", "tvl", [](ItemConfig& item, std::string_view text) { item.rate_Hz = ParseNumber<double>(text, 0, kMaxRate_Hz); }},
+    Key{"rate", "tvl",
+        [](ItemConfig& item, std::string_view text) { item.rate_Hz = ParseNumber<double>(text, 0, kMaxRate_Hz); }},
     Key{"units", "tv", [](ItemConfig& item, std::string_view text) { item.units = Value::Units_from_text(text); }},
     Key{"wave", "tvl", [](ItemConfig& item, std::string_view text) { item.form.wave = ParseWave(text); }},
     Key{"amplitude", "tvl", [](ItemConfig& item, std::string_view text) { item.form.amplitude = ParseFinite(text); }},
     Key{"offset", "tvl", [](ItemConfig& item, std::string_view text) { item.form.offset = ParseFinite(text); }},
     Key{"period", "tvl",
-        [](ItemConfig& item, std::string_view text) { item.form.period = ParseNumber<std::uint32_t>(text, 1, kMaxPoints); }},
+        [](ItemConfig& item, std::string_view text) {
+          item.form.period = ParseNumber<std::uint32_t>(text, 1, kMaxPoints);
+        }},
     Key{"seed", "tvl",
         [](ItemConfig& item, std::string_view text) {
           item.form.seed = ParseNumber<std::uint64_t>(text, 0, std::numeric_limits<std::uint64_t>::max());

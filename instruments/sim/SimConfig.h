@@ -18,14 +18,14 @@ struct ItemConfig {
   Kind kind = Kind::Trace;
   std::string name;
   WaveForm form;
-  double rate_Hz = 10;        ///< 0: a sample each time that a client sets NAME_STEP
-  Value::Units units;         ///< trace, value
+  double rate_Hz = 10;          ///< 0: a sample each time that a client sets NAME_STEP
+  Value::Units units;           ///< trace, value
   std::uint32_t points = 1001;  ///< trace
-  double x_step = 0;          ///< trace
-  double error = 0;           ///< value: the band is -error .. +error
-  int initial = 0;            ///< setting
-  int lower = 0;              ///< setting
-  int upper = 1000;           ///< setting
+  double x_step = 0;            ///< trace
+  double error = 0;             ///< value: the band is -error .. +error
+  int initial = 0;              ///< setting
+  int lower = 0;                ///< setting
+  int upper = 1000;             ///< setting
 };
 
 /// Reads items, one a line or with ";" between; empty ones and those that begin with "#" are skipped. An item is
@@ -35,8 +35,8 @@ struct ItemConfig {
 ///   long:NAME[:KEY=VALUE]...      rate, wave, amplitude, offset, period, seed
 ///   setting:NAME[:KEY=VALUE]...   value, lower, upper; a long attribute that clients set
 ///
-/// wave is one of constant, count, ramp, sine, square, noise; a cyclic wave's period is by default the number of points of a
-/// trace, 100 for the others.
+/// wave is one of constant, count, ramp, sine, square, noise; a cyclic wave's period is by default the number of points
+/// of a trace, 100 for the others.
 /// Errors   std::invalid_argument that names the item and what is wrong with it.
 std::vector<ItemConfig> ParseItems(std::string_view text);
 

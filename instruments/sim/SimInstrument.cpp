@@ -57,7 +57,9 @@ class Source : public SimInstrument::Item {
 class TraceSource : public Source {
  public:
   TraceSource(const ItemConfig& config, const Place& place)
-      : Source(config), points_(config.points), reading_(place, config.name, {config.units, config.x_step}, PointsOf(0)) {
+      : Source(config),
+        points_(config.points),
+        reading_(place, config.name, {config.units, config.x_step}, PointsOf(0)) {
     Drive(place);
   }
   ~TraceSource() override { Stop(); }
@@ -118,7 +120,8 @@ class LongSource : public Source {
 class SettingItem : public SimInstrument::Item {
  public:
   SettingItem(const ItemConfig& config, const Place& place)
-      : attribute_(place.namer, place.registration, config.name.c_str(), config.initial, {}, {config.lower, config.upper, 0}) {}
+      : attribute_(place.namer, place.registration, config.name.c_str(), config.initial, {},
+                   {config.lower, config.upper, 0}) {}
 
   void Start() override {}
   void Stop() noexcept override {}
@@ -129,10 +132,14 @@ class SettingItem : public SimInstrument::Item {
 
 std::unique_ptr<SimInstrument::Item> CreateItem(const ItemConfig& config, const Place& place) {
   switch (config.kind) {
-    case Kind::Trace: return std::make_unique<TraceSource>(config, place);
-    case Kind::Value: return std::make_unique<ValueSource>(config, place);
-    case Kind::Long: return std::make_unique<LongSource>(config, place);
-    case Kind::Setting: break;
+    case Kind::Trace:
+      return std::make_unique<TraceSource>(config, place);
+    case Kind::Value:
+      return std::make_unique<ValueSource>(config, place);
+    case Kind::Long:
+      return std::make_unique<LongSource>(config, place);
+    case Kind::Setting:
+      break;
   }
   return std::make_unique<SettingItem>(config, place);
 }

@@ -8,8 +8,8 @@
 
 namespace Lumenar::Sim {
 
-/// Readings whose every sample is known beforehand, and long attributes. Sample 0 is there from the start; the sequence number of
-/// a trace is the number of its sample.
+/// Readings whose every sample is known beforehand, and long attributes. Sample 0 is there from the start; the sequence
+/// number of a trace is the number of its sample.
 class SimInstrument : public Instruments::Instrument {
  public:
   explicit SimInstrument(std::vector<ItemConfig> items);

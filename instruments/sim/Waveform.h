@@ -18,7 +18,8 @@ struct WaveForm {
   std::uint64_t seed = 0;
 };
 
-/// A signal in which every point of every sample is a function of its indices, so that whoever knows the indices knows the value.
+/// A signal in which every point of every sample is a function of its indices, so that whoever knows the indices knows
+/// the value.
 ///
 /// Point i of sample n is  offset + amplitude * w(n, i),  in double, with p = (n + i) mod period and
 ///   constant  0

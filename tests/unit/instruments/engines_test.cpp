@@ -101,9 +101,11 @@ TEST_F(InstrumentEngines, SimStepsByHandThroughSamplesThatAreKnown) {
 }
 
 TEST_F(InstrumentEngines, SimScalarsLongsAndSettings) {
-  platform_.StartEngine("sim", {{"SIM_READINGS", "value:V:rate=0:wave=count:units=V:error=0.5;long:L:rate=0:wave=count:offset=2;"
-                                                "setting:S:value=3:upper=5"}});
-  EXPECT_THAT(ItemsOf("SIM"), ElementsAre("V ValueDouble", "V_STEP long set", "L long", "L_STEP long set", "S long set"));
+  platform_.StartEngine("sim", {{"SIM_READINGS",
+                                 "value:V:rate=0:wave=count:units=V:error=0.5;long:L:rate=0:wave=count:offset=2;"
+                                 "setting:S:value=3:upper=5"}});
+  EXPECT_THAT(ItemsOf("SIM"),
+              ElementsAre("V ValueDouble", "V_STEP long set", "L long", "L_STEP long set", "S long set"));
   Find<Corvanta::EngineAttribLong>("SIM", "V_STEP")->Set(1);
   Find<Corvanta::EngineAttribLong>("SIM", "L_STEP")->Set(1);
   const Corvanta::VALUE_DOUBLE::VALUE value = Find<Corvanta::EngineReadingValueDouble>("SIM", "V")->Get();
@@ -125,10 +127,11 @@ TEST_F(InstrumentEngines, SimRunsAtItsRate) {
 
 TEST_F(InstrumentEngines, ReplayPublishesEverySweepInTurn) {
   const std::string folder = LUMENAR_SAMPLE_RECORDINGS;
-  platform_.StartEngine("replay", {{"REPLAY_FILES", folder + "/spectrum.csv:" + folder + "/two_port.s2p"}, {"REPLAY_RATE", "0"}});
-  EXPECT_THAT(ItemsOf("REPLAY"),
-              ElementsAre("SPECTRUM BasicTrace", "SPECTRUM_STEP long set", "TWO_PORT_S11 BasicTrace", "TWO_PORT_S21 BasicTrace",
-                          "TWO_PORT_S12 BasicTrace", "TWO_PORT_S22 BasicTrace", "TWO_PORT_STEP long set"));
+  platform_.StartEngine("replay",
+                        {{"REPLAY_FILES", folder + "/spectrum.csv:" + folder + "/two_port.s2p"}, {"REPLAY_RATE", "0"}});
+  EXPECT_THAT(ItemsOf("REPLAY"), ElementsAre("SPECTRUM BasicTrace", "SPECTRUM_STEP long set", "TWO_PORT_S11 BasicTrace",
+                                             "TWO_PORT_S21 BasicTrace", "TWO_PORT_S12 BasicTrace",
+                                             "TWO_PORT_S22 BasicTrace", "TWO_PORT_STEP long set"));
   Corvanta::EngineAttribLong_var step = Find<Corvanta::EngineAttribLong>("REPLAY", "SPECTRUM_STEP");
   EXPECT_THAT(SamplesOf(Trace("REPLAY", "SPECTRUM")), ElementsAre(-10, -20, -30, -40));
   step->Set(1);
@@ -161,8 +164,9 @@ TEST_F(InstrumentEngines, ABadRecordingIsOneLineAndNoEngine) {
 
 TEST_F(InstrumentEngines, ProbeMeasuresThisMachine) {
   platform_.StartEngine("probe", {{"PROBE_RATE", "50"}});
-  EXPECT_THAT(ItemsOf("PROBE"), testing::IsSupersetOf({"WAKEUP BasicTrace", "WAKEUP_DB BasicTrace", "START long set",
-                                                       "STOP long set", "CPU_LOAD ValueDouble", "MEMORY_FREE ValueDouble"}));
+  EXPECT_THAT(ItemsOf("PROBE"),
+              testing::IsSupersetOf({"WAKEUP BasicTrace", "WAKEUP_DB BasicTrace", "START long set", "STOP long set",
+                                     "CPU_LOAD ValueDouble", "MEMORY_FREE ValueDouble"}));
   EXPECT_TRUE(WaitUntil([&] { return Trace("PROBE", "WAKEUP").samples[0] > 0; })) << "1,001 periods have passed";
   const BT_DATA wakeup = Trace("PROBE", "WAKEUP");
   EXPECT_EQ(wakeup.samples.length(), 1001u);

@@ -20,12 +20,16 @@ struct DeadlineCase {
 
 TEST(PeriodicTask, NextDeadlineIsOnTheGridAndNotInThePast) {
   const DeadlineCase cases[] = {
-      {"in time", 100, 100, 110},           {"woken early", 100, 99, 110},       {"a little late", 100, 109, 110},
-      {"late by one period", 100, 110, 120}, {"late by many periods", 100, 1234, 1240},
+      {"in time", 100, 100, 110},
+      {"woken early", 100, 99, 110},
+      {"a little late", 100, 109, 110},
+      {"late by one period", 100, 110, 120},
+      {"late by many periods", 100, 1234, 1240},
   };
   for (const auto& test : cases) {
-    const auto next = PeriodicTask::NextDeadline(PeriodicTask::Clock::time_point(milliseconds(test.deadline_ms)),
-                                                 PeriodicTask::Clock::time_point(milliseconds(test.now_ms)), milliseconds(10));
+    const auto next =
+        PeriodicTask::NextDeadline(PeriodicTask::Clock::time_point(milliseconds(test.deadline_ms)),
+                                   PeriodicTask::Clock::time_point(milliseconds(test.now_ms)), milliseconds(10));
     EXPECT_EQ(next.time_since_epoch(), milliseconds(test.next_ms)) << test.what;
   }
 }

@@ -42,7 +42,8 @@ TEST_F(TemperatureSensorTest, TheBandIsHalfTheFinestStepSeen) {
   struct {
     const char* text;
     double value, half_step;
-  } const cases[] = {{"45000", 45, 0.5}, {"0", 0, 0.5}, {"45500", 45.5, 0.25}, {"-3000", -3, 0.25}, {"45125", 45.125, 0.0625}};
+  } const cases[] = {
+      {"45000", 45, 0.5}, {"0", 0, 0.5}, {"45500", 45.5, 0.25}, {"-3000", -3, 0.25}, {"45125", 45.125, 0.0625}};
   for (const auto& test : cases) {
     Write("temp", test.text);
     const auto figure = sensor.Read();

@@ -13,7 +13,8 @@ TEST(CpuTimes, GuestTimesAndOtherLinesDoNotCount) {
 }
 
 TEST(CpuTimes, OtherTextsAreRefused) {
-  for (const char* text : {"", "cpu", "cpu 1 2 3 4 5 6 7", "cpu0 1 2 3 4 5 6 7 8", "cpu 1 2 x 4 5 6 7 8", "cpu 1 2 -3 4 5 6 7 8"}) {
+  for (const char* text :
+       {"", "cpu", "cpu 1 2 3 4 5 6 7", "cpu0 1 2 3 4 5 6 7 8", "cpu 1 2 x 4 5 6 7 8", "cpu 1 2 -3 4 5 6 7 8"}) {
     EXPECT_FALSE(ParseCpuTimes(text)) << text;
   }
 }

@@ -23,7 +23,9 @@ std::vector<std::string> LinesOf(std::string_view text) {
 
 TEST(LineReader, TakesEitherLineEnd) {
   EXPECT_THAT(LinesOf("a\r\nb\n\nc"), ElementsAre("1:a", "2:b", "3:", "4:c"));
-  EXPECT_THAT(LinesOf("\xEF\xBB\xBF" "a\n"), ElementsAre("1:a"));
+  EXPECT_THAT(LinesOf("\xEF\xBB\xBF"
+                      "a\n"),
+              ElementsAre("1:a"));
   EXPECT_THAT(LinesOf(""), ElementsAre());
   EXPECT_THAT(LinesOf("\r"), ElementsAre("1:"));
 }
@@ -55,9 +57,15 @@ TEST(LineReader, BadNumbersAreNamed) {
     const char* text;
     const char* reason;
   } const cases[] = {
-      {"", "\"\" is not a number"},       {"1x", "\"1x\" is not a number"},     {"+-1", "\"+-1\" is not a number"},
-      {"++1", "\"++1\" is not a number"}, {"1,5", "\"1,5\" is not a number"},   {"0x10", "\"0x10\" is not a number"},
-      {"+", "\"+\" is not a number"},     {"1e999", "\"1e999\" is out of range"}, {"nan", "\"nan\" is not a finite number"},
+      {"", "\"\" is not a number"},
+      {"1x", "\"1x\" is not a number"},
+      {"+-1", "\"+-1\" is not a number"},
+      {"++1", "\"++1\" is not a number"},
+      {"1,5", "\"1,5\" is not a number"},
+      {"0x10", "\"0x10\" is not a number"},
+      {"+", "\"+\" is not a number"},
+      {"1e999", "\"1e999\" is out of range"},
+      {"nan", "\"nan\" is not a finite number"},
       {"inf", "\"inf\" is not a finite number"},
   };
   for (const auto& test : cases) {

@@ -20,7 +20,8 @@ TEST(ReplayOptions, FilesAreListedWithColonsBetween) {
 }
 
 TEST(ReplayOptions, RateAndLoop) {
-  const ReplayOptions options = ParseReplayOptions({{"REPLAY_FILES", "a"}, {"REPLAY_RATE", "2.5"}, {"REPLAY_LOOP", "once"}});
+  const ReplayOptions options =
+      ParseReplayOptions({{"REPLAY_FILES", "a"}, {"REPLAY_RATE", "2.5"}, {"REPLAY_LOOP", "once"}});
   EXPECT_EQ(options.rate_Hz, 2.5);
   EXPECT_FALSE(options.loop);
 }
@@ -37,7 +38,8 @@ std::string Refusal(const Instruments::Settings& settings) {
 TEST(ReplayOptions, BadSettingsAreNamed) {
   EXPECT_EQ(Refusal({}), "REPLAY_FILES names no file: expected paths with ':' between");
   EXPECT_EQ(Refusal({{"REPLAY_FILES", "a"}, {"REPLAY_LOOP", "twice"}}), "REPLAY_LOOP=twice: expected once or loop");
-  EXPECT_EQ(Refusal({{"REPLAY_FILES", "a"}, {"REPLAY_RATE", "-1"}}), "REPLAY_RATE=-1: expected a number from 0 to 10000");
+  EXPECT_EQ(Refusal({{"REPLAY_FILES", "a"}, {"REPLAY_RATE", "-1"}}),
+            "REPLAY_RATE=-1: expected a number from 0 to 10000");
 }
 
 std::string LoadFailure(const std::string& path) {

@@ -69,7 +69,8 @@ TEST(Touchstone, LevelsOfTheThreeForms) {
 
 TEST(Touchstone, CommentsStandAnywhere) {
   const char* text =
-      "! made by hand\r\n# GHz S RI R 50 ! the option line\r\n!freq\tRe\tIm\r\n1\t1\t0\t! end of line\r\n! between\r\n\r\n# MHz S DB\r\n"
+      "! made by hand\r\n# GHz S RI R 50 ! the option line\r\n!freq\tRe\tIm\r\n1\t1\t0\t! end of line\r\n! "
+      "between\r\n\r\n# MHz S DB\r\n"
       " +2\t0.1\t0\r\n";
   EXPECT_THAT(OnlySweep(ReadTouchstone(text, 1)), ElementsAre(0, FloatNear(-20, 1e-5f)));
 }
@@ -138,10 +139,14 @@ TEST(Spectrum, NumbersOfLevelsThatALineMayHave) {
     const char* levels;
     std::vector<float> bins;
   } const cases[] = {
-      {"1, 2", {1, 2}}, {"1, 2, 2", {1, 2}}, {"1, 2, 3, 3", {1, 2, 3}}, {"1, 2, 3, 4, 4", {1, 2, 3, 4}},
+      {"1, 2", {1, 2}},
+      {"1, 2, 2", {1, 2}},
+      {"1, 2, 3, 3", {1, 2, 3}},
+      {"1, 2, 3, 4, 4", {1, 2, 3, 4}},
   };
   for (const auto& test : cases) {
-    EXPECT_EQ(OnlySweep(ReadSpectrum(std::string("2026-02-15, 12:00:00, 0, 20, 10, 1, ") + test.levels + "\n")), test.bins)
+    EXPECT_EQ(OnlySweep(ReadSpectrum(std::string("2026-02-15, 12:00:00, 0, 20, 10, 1, ") + test.levels + "\n")),
+              test.bins)
         << test.levels;
   }
 }
@@ -169,10 +174,13 @@ TEST(Spectrum, BadLinesAreNamed) {
       {"2026-02-15, 12:00, 0, 20, 10, 1, 1, 2", 1, "\"12:00\" is not a time"},
       {"2026-02-15, 12:00:00, 0, 20, 0, 1, 1, 2", 1, "the bin step is not positive"},
       {"2026-02-15, 12:00:00, 20, 20, 1, 1, 1, 2", 1, "the highest frequency is not above the lowest"},
-      {"2026-02-15, 12:00:00, 0, 1, 1, 1, 1\n2026-02-15, 12:00:00, 3, 4, 1, 1, 1\n", 2, "frequency 3 does not follow 1"},
-      {"2026-02-15, 12:00:00, 0, 1, 1, 1, 1\n2026-02-15, 12:00:00, 1, 2, 0.5, 1, 1, 1\n", 2, "bin step 0.5 differs from 1"},
-      {"2026-02-15, 12:00:00, 0, 1, 1, 1, 1\n2026-02-15, 12:00:00, 1, 2, 1, 1, 1\n2026-02-15, 12:00:01, 0, 1, 1, 1, 1\n", 3,
-       "sweep 2 has 1 bins, expected 2"},
+      {"2026-02-15, 12:00:00, 0, 1, 1, 1, 1\n2026-02-15, 12:00:00, 3, 4, 1, 1, 1\n", 2,
+       "frequency 3 does not follow 1"},
+      {"2026-02-15, 12:00:00, 0, 1, 1, 1, 1\n2026-02-15, 12:00:00, 1, 2, 0.5, 1, 1, 1\n", 2,
+       "bin step 0.5 differs from 1"},
+      {"2026-02-15, 12:00:00, 0, 1, 1, 1, 1\n2026-02-15, 12:00:00, 1, 2, 1, 1, 1\n2026-02-15, 12:00:01, 0, 1, 1, 1, "
+       "1\n",
+       3, "sweep 2 has 1 bins, expected 2"},
       {"2026-02-15, 12:00:00, 0, 1, 1, 1, 1\n2026-02-15, 12:00:01, 0, 1, 1, 1, 1\n2026-02-15, 12:00:01, 1, 2, 1, 1, 1\n"
        "2026-02-15, 12:00:02, 0, 1, 1, 1, 1\n",
        3, "sweep 2 has 2 bins, expected 1"},

@@ -10,7 +10,8 @@ namespace {
 TEST(SimConfig, AnItemOfEachKind) {
   const auto items = ParseItems(
       "trace:T:points=8:rate=1000:units=dBm:wave=noise:amplitude=2:offset=-1:seed=7:xstep=0.5;"
-      "value:V : error=0.5 : units=V\n# a comment\n\n  long:L:rate=0:wave=count:period=5;setting:S:value=3:lower=-1:upper=9;");
+      "value:V : error=0.5 : units=V\n# a comment\n\n  "
+      "long:L:rate=0:wave=count:period=5;setting:S:value=3:lower=-1:upper=9;");
   ASSERT_EQ(items.size(), 4u);
   EXPECT_EQ(items[0].kind, Kind::Trace);
   EXPECT_EQ(items[0].name, "T");

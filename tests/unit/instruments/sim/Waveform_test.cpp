@@ -16,7 +16,9 @@ std::vector<float> Sample(const Waveform& waveform, std::uint64_t n, std::size_t
   return sample;
 }
 
-Waveform Make(Wave wave, std::uint32_t period = 4, std::uint64_t seed = 0) { return Waveform({wave, 2, 10, period, seed}); }
+Waveform Make(Wave wave, std::uint32_t period = 4, std::uint64_t seed = 0) {
+  return Waveform({wave, 2, 10, period, seed});
+}
 
 TEST(Waveform, CyclesMoveByOnePointASample) {
   EXPECT_THAT(Sample(Make(Wave::Ramp), 0, 5), ElementsAre(10, 10.5f, 11, 11.5f, 10));
@@ -37,7 +39,8 @@ TEST(Waveform, NoiseIsTheDocumentedHash) {
   EXPECT_EQ(Waveform::Hash(0, 0, 0), 0x238275bc38fcbe91ull);
   EXPECT_EQ(Waveform::Hash(1, 2, 3), 0x6ae515c1c0ac7e37ull);
   const Waveform noise = Make(Wave::Noise, 1, 1);
-  EXPECT_EQ(noise.At(2, 3), 10 + 2 * (2 * (static_cast<double>(Waveform::Hash(1, 2, 3) >> 11) / 9007199254740992.0) - 1));
+  EXPECT_EQ(noise.At(2, 3),
+            10 + 2 * (2 * (static_cast<double>(Waveform::Hash(1, 2, 3) >> 11) / 9007199254740992.0) - 1));
 }
 
 TEST(Waveform, NoiseFillsItsRangeAndDependsOnEachIndex) {
