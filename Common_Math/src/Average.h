@@ -18,8 +18,8 @@ inline constexpr Corvanta::EngineAttribLongParams f_SizeParams{1, 99, 0};
 
 /// The mean of the last SIZE samples of one input, computed in linear units; in dB when the newest sample was.
 ///
-/// There is no running sum: it is rebuilt from the published RESULT with every sample, so that RESULT and the history are the
-/// only memory. One mutex makes a sample, a new SIZE and a RESET follow each other.
+/// There is no running sum: it is rebuilt from the published RESULT with every sample, so that RESULT and the history
+/// are the only memory. One mutex makes a sample, a new SIZE and a RESET follow each other.
 template <class T, class T1>
 class Average final : virtual public POA_Corvanta::MathFactory::Average,
                       virtual public MathBaseTemplate<T, ValReadingMap<T>> {
@@ -33,7 +33,8 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
         subscription_(new Corvanta::DDS_Subscriber<T>(
             CORBA::String_var(input->DDS_Value()),
             this->Gate().Guard([this](const char* topic, const T& sample) { DDS_Callback(topic, sample); }))),
-        size_(namer, gui, "SIZE", 1, this->Gate().Guard([this](const int& value) { SizeCallback(value); }), f_SizeParams),
+        size_(namer, gui, "SIZE", 1, this->Gate().Guard([this](const int& value) { SizeCallback(value); }),
+              f_SizeParams),
         reset_(namer, gui, "RESET", this->Gate().Guard([this] { ResetCallback(); })),
         full_(namer, gui, "FULL", false) {
     MathValue<T> present(input);
@@ -87,7 +88,8 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
  private:
   ~Average() override = default;
 
-  // The functions below publish, a call to the topic manager, under the lock: results leave in the order of their samples.
+  // The functions below publish, a call to the topic manager, under the lock: results leave in the order of their
+  // samples.
 
   /// Null: SIZE changed, and nothing is inserted, trimmed or published.
   void Update(MathValue<T>* sample) REQUIRES(mutex_) {

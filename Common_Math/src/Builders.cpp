@@ -121,9 +121,8 @@ boost::shared_ptr<MathBase> CreateCumulativeAdd(Corvanta::ItemNamer& namer, GUI_
   RequireCount(attribs, 3, "CreateCumulativeAdd", "Cumulative Add requires exactly three attributes.");
   const Kinds kinds = KindsOf(attribs);
   if (kinds != Kinds{kBasicTrace, kLong, kLong}) RefuseKinds("CreateCumulativeAdd", kinds);
-  return MathBase::Own(new SimpleOp3<BT_DATA, int, int, VALUE>(namer, gui, "CumulativeAdd",
-                                                               &CumulativeAdd<VALUE, BT_DATA, int, int>, attribs[0],
-                                                               attribs[1], attribs[2]));
+  return MathBase::Own(new SimpleOp3<BT_DATA, int, int, VALUE>(
+      namer, gui, "CumulativeAdd", &CumulativeAdd<VALUE, BT_DATA, int, int>, attribs[0], attribs[1], attribs[2]));
 }
 
 }  // namespace Lumenar

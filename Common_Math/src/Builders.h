@@ -10,10 +10,12 @@
 namespace Lumenar {
 
 /// The kind of a reading, as it tells itself by one remote call: 0 long, 1 ValueDouble, 2 BasicTrace.
-/// Errors   a diagnostic line and MathFactoryException, both naming the reading, for any other kind; CORBA system exceptions.
+/// Errors   a diagnostic line and MathFactoryException, both naming the reading, for any other kind; CORBA system
+///          exceptions.
 int GetType(Corvanta::EngineReadingBase_ptr reading);
 
-/// A builder checks number and kinds of the inputs and builds the operation for them, complete and with its first result.
+/// A builder checks number and kinds of the inputs and builds the operation for them, complete and with its first
+/// result.
 /// Errors   a diagnostic line and MathFactoryException for inputs that do not fit; CORBA system exceptions; the value
 ///          library's exceptions from the first computation. Nothing is left behind.
 using Builder = boost::shared_ptr<MathBase> (*)(Corvanta::ItemNamer&, GUI_AbleRegistration&,

@@ -9,11 +9,14 @@
 
 namespace Lumenar {
 
-/// A math object: what every operation has in common. Its id is the number of math objects constructed in the process before it.
+/// A math object: what every operation has in common. Its id is the number of math objects constructed in the process
+/// before it.
 ///
-/// A counted servant: the registry's pointer closes it and gives up its reference; the memory goes when the last call inside
-/// has left. Samples and attribute changes come in through its gate, which opens when the object is complete.
-class MathBase : virtual public POA_Corvanta::MathFactory::Math, virtual public boost::noncopyable, private Counted<MathBase> {
+/// A counted servant: the registry's pointer closes it and gives up its reference; the memory goes when the last call
+/// inside has left. Samples and attribute changes come in through its gate, which opens when the object is complete.
+class MathBase : virtual public POA_Corvanta::MathFactory::Math,
+                 virtual public boost::noncopyable,
+                 private Counted<MathBase> {
  public:
   static constexpr const char* kClassName = "MathBase";
 
@@ -25,8 +28,8 @@ class MathBase : virtual public POA_Corvanta::MathFactory::Math, virtual public 
   /// The id, also of a closed object.
   CORBA::Long Id() const noexcept { return id_; }
 
-  /// The pointer that owns a newly built object and opens it. Its end closes the object: subscriptions end at once, readings and
-  /// attributes are withdrawn, no call gets in any more, and nothing waits for those inside.
+  /// The pointer that owns a newly built object and opens it. Its end closes the object: subscriptions end at once,
+  /// readings and attributes are withdrawn, no call gets in any more, and nothing waits for those inside.
   static boost::shared_ptr<MathBase> Own(MathBase* object);
 
   /// Makes the object known to the ORB; called once, before others can reach it.

@@ -24,9 +24,8 @@ struct OperationRow {
 };
 
 constexpr OperationRow kOperations[] = {
-    {"Subtract", CreateSubtract}, {"RelativeSubtract", CreateRelativeSubtract},
-    {"Average", CreateAverage},   {"Peak", CreatePeak},
-    {"CumulativeAdd", CreateCumulativeAdd},
+    {"Subtract", CreateSubtract}, {"RelativeSubtract", CreateRelativeSubtract}, {"Average", CreateAverage},
+    {"Peak", CreatePeak},         {"CumulativeAdd", CreateCumulativeAdd},
 };
 
 std::vector<EngineAttribEnumParamElem> TypeElements() {

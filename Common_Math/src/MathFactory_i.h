@@ -24,8 +24,8 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces {
   /// TYPE is 0, "Subtract", and the registry is empty.
   MathFactory_i(GUI_AbleRegistration& registration, Corvanta::ORB_wrapper* orb);
 
-  /// Errors   MathFactoryException for a TYPE that names no operation and for inputs that do not fit, each after its diagnostic
-  ///          line; an input's CORBA system exceptions; UNKNOWN or NO_MEMORY, with a line, for anything else.
+  /// Errors   MathFactoryException for a TYPE that names no operation and for inputs that do not fit, each after its
+  ///          diagnostic line; an input's CORBA system exceptions; UNKNOWN or NO_MEMORY, with a line, for the rest.
   Corvanta::MathFactory::Math_ptr CreateMath(const Corvanta::MathFactory::ReadingAttribSeq& attribs) override;
   void DeleteMath(CORBA::Long id) override;
   Corvanta::MathFactory::Math_ptr GetMath(CORBA::Long id) override;
@@ -35,7 +35,8 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces {
   /// A client has set TYPE: any number is stored; one that names no operation is refused by the next CreateMath.
   void TypeCallback(const int& value);
 
-  /// Drops every math object, without taking its servant from the ORB, and withdraws TYPE. Later calls get OBJECT_NOT_EXIST.
+  /// Drops every math object, without taking its servant from the ORB, and withdraws TYPE. Later calls get
+  /// OBJECT_NOT_EXIST.
   void Close() noexcept;
 
  protected:

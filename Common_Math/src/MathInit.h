@@ -29,8 +29,8 @@ class MathInit {
   /// Errors   Term_Exception and Quit_Exception when a signal was the reason.
   void Join();
 
-  /// Announces the engine to the hardware-enumeration service; best effort, without a retry: a service that is not there leaves
-  /// the engine without a progress interface.
+  /// Announces the engine to the hardware-enumeration service; best effort, without a retry: a service that is not
+  /// there leaves the engine without a progress interface.
   /// Errors   CORBA system exceptions of the announcement itself.
   void InitHwInterface(int instance);
 

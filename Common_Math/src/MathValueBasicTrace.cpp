@@ -32,7 +32,8 @@ void InBlocks(std::size_t length, Step step) {
   for (std::size_t begin = 0; begin < length; begin += kBlock) step(begin, std::min(kBlock, length - begin));
 }
 
-/// Whether the numbers of two operands are added or subtracted as they stand: operands in one unit, and a gain to a level.
+/// Whether the numbers of two operands are added or subtracted as they stand: operands in one unit, and a gain to a
+/// level.
 bool CombineAsTheyStand(const Units& a, const Units& b) {
   if (Units_library::Compare_units(a, b, true)) return true;
   const bool gain = b.slots[0].unit == Value::U_None || Units_library::Compare_units(a, b, false);
@@ -130,8 +131,8 @@ MathTrace& MathTrace::DoValueEqualOp(const MathValue& other, ValueOperator op) {
   UpdateValues();
   const Units reference = First().Get_unit();
   const Units other_units = VALUE::UnitsFromCorba(other.record.units);
-  const bool has_kernel = op == static_cast<ValueOperator>(&Sample::operator+=) ||
-                          op == static_cast<ValueOperator>(&Sample::operator-=);
+  const bool has_kernel =
+      op == static_cast<ValueOperator>(&Sample::operator+=) || op == static_cast<ValueOperator>(&Sample::operator-=);
   if (has_kernel && list_.IsUniform() && reference.is_dB == other_units.is_dB) {
     AddOrSubtract(other, other_units, op);
     return *this;
@@ -144,8 +145,8 @@ MathTrace& MathTrace::DoValueEqualOp(const MathValue& other, ValueOperator op) {
   return *this;
 }
 
-/// The first sample goes by the rule for one value: it throws what the units make it throw before anything has changed, and tells
-/// the errors of all.
+/// The first sample goes by the rule for one value: it throws what the units make it throw before anything has
+/// changed, and tells the errors of all.
 void MathTrace::AddOrSubtract(const MathValue& other, const Units& other_units, ValueOperator op) {
   const Units reference = list_.Form().Get_unit();
   Sample first = First();
@@ -202,7 +203,9 @@ MathTrace& MathTrace::operator-=(const MathValue& other) { return DoValueEqualOp
 
 MathTrace& MathTrace::operator*=(const int& factor) { return DoValueEqualOp(ExactFloat(factor), &Sample::operator*=); }
 
-MathTrace& MathTrace::operator/=(const int& divisor) { return DoValueEqualOp(ExactFloat(divisor), &Sample::operator/=); }
+MathTrace& MathTrace::operator/=(const int& divisor) {
+  return DoValueEqualOp(ExactFloat(divisor), &Sample::operator/=);
+}
 
 MathTrace& MathTrace::RelativeSubEqual(const MathValue& other) {
   if (IsEmpty("RelativeSubEqual") || SizesDiffer("RelativeSubEqual", other.Length())) return *this;
@@ -212,8 +215,8 @@ MathTrace& MathTrace::RelativeSubEqual(const MathValue& other) {
   if (list_.IsUniform()) {
     const Units reference = list_.Form().Get_unit();
     const Sample first = Value::Relative_sub(First(), Sample(operand[0], other_units, 0.0f, 0.0f));
-    const bool as_it_stands = Units_library::Compare_units(reference, other_units, false) ||
-                              other_units.slots[0].unit == Value::U_None;
+    const bool as_it_stands =
+        Units_library::Compare_units(reference, other_units, false) || other_units.slots[0].unit == Value::U_None;
     if (as_it_stands) {
       Kernels::Subtract(Samples(), operand, Length());
     } else {
@@ -316,7 +319,8 @@ bool MathTrace::HoldUniformPeak(const MathValue& other) {
   const Sample& theirs = other.list_.Form();
   const Units reference = list_.Form().Get_unit();
   const bool same_unit = Units_library::Compare_units_DB(theirs.Get_unit(), reference, true);
-  const auto to_theirs = same_unit ? std::optional(TraceConversion()) : TraceConversion::IfPossible(reference, theirs.Get_unit());
+  const auto to_theirs =
+      same_unit ? std::optional(TraceConversion()) : TraceConversion::IfPossible(reference, theirs.Get_unit());
   const auto to_reference = TraceConversion::IfPossible(theirs.Get_unit(), reference);
   if (!to_theirs || !to_reference) return false;
   if (same_unit && SameErrors(theirs, list_.Form()) && to_reference->IsIdentity()) {

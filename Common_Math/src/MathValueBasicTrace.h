@@ -13,8 +13,9 @@ namespace Lumenar {
 
 /// A trace on which operations compute: the record, and each sample's value with its unit.
 ///
-/// The record is the authority: every operation leaves its results there, so that it can be published as it stands. The list of
-/// sample values follows it lazily: whoever replaces the record leaves the list as it is until UpdateValues.
+/// The record is the authority: every operation leaves its results there, so that it can be published as it stands.
+/// The list of sample values follows it lazily: whoever replaces the record leaves the list as it is until
+/// UpdateValues.
 /// Threads   none of its own: one thread at a time, also for reading.
 template <>
 class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
@@ -42,8 +43,8 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
   /// Errors   OperationNotValid for a record with malformed units.
   void UpdateValues() const;
 
-  /// The sum of the samples from start to stop inclusive, in the unit of sample 0, without errors; a default value and a
-  /// warning for an empty trace or range. The stop is clamped to the list as it was before this call refreshes it.
+  /// The sum of the samples from start to stop inclusive, in the unit of sample 0, without errors; a default value and
+  /// a warning for an empty trace or range. The stop is clamped to the list as it was before this call refreshes it.
   /// Errors   CORBA::BAD_PARAM when that list was longer than the trace and the range ends beyond it.
   Value::Value_object<double> CumulativeAdd(int start, int stop) const;
 
@@ -65,7 +66,8 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
   MathValue& operator*=(const int& factor);
   MathValue& operator/=(const int& divisor);
 
-  /// Takes the samples into dB, zero and negative ones as the smallest normal float. Does not ask whether they are in dB.
+  /// Takes the samples into dB, zero and negative ones as the smallest normal float. Does not ask whether they are in
+  /// dB.
   void Add_dB();
 
   /// Takes the samples out of dB; false, with nothing changed, when they are not in dB.

@@ -32,8 +32,8 @@ class MathValue<Corvanta::VALUE_DOUBLE::VALUE> {
   /// Takes the value into dB. Zero and negative values are not treated specially, unlike those of a trace.
   void Add_dB();
 
-  /// Takes the value out of dB; false, with nothing changed, for a linear value and for one in plain decibels, which have no
-  /// linear form.
+  /// Takes the value out of dB; false, with nothing changed, for a linear value and for one in plain decibels, which
+  /// have no linear form.
   bool Remove_dB();
 
   /// Sum and difference stay in this value's unit.

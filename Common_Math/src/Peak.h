@@ -11,10 +11,11 @@
 
 namespace Lumenar {
 
-/// The largest value of one input since creation or RESET, compared in linear units; a trace point by point. In dB when the held
-/// value was, whatever the new sample is.
+/// The largest value of one input since creation or RESET, compared in linear units; a trace point by point. In dB
+/// when the held value was, whatever the new sample is.
 ///
-/// The held peak is the RESULT itself, read back with every sample. One mutex makes samples and RESET follow each other.
+/// The held peak is the RESULT itself, read back with every sample. One mutex makes samples and RESET follow each
+/// other.
 template <class T, class T1>
 class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
                    virtual public MathBaseTemplate<T, ValReadingMap<T>> {
@@ -61,7 +62,8 @@ class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
  private:
   ~Peak() override = default;
 
-  /// The publication, a call to the topic manager, runs under the lock so that results leave in the order of their samples.
+  /// The publication, a call to the topic manager, runs under the lock so that results leave in the order of their
+  /// samples.
   void Update(MathValue<T>* sample) REQUIRES(mutex_) {
     if (first_) {
       this->SetResult(*sample);
@@ -72,7 +74,8 @@ class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
     const bool held_was_dB = peak.Remove_dB();
     sample->Remove_dB();
     peak.DoPeak(*sample);
-    MathValue<T> held(std::move(peak));  // a new value: the sample values that the comparison left behind do not come along
+    MathValue<T> held(
+        std::move(peak));  // a new value: the sample values that the comparison left behind do not come along
     if (held_was_dB) held.Add_dB();
     this->SetResult(held);
   }

@@ -10,9 +10,9 @@ namespace Lumenar {
 
 /// The values with units of a trace's samples, kept without an object for each sample.
 ///
-/// Nearly always every entry is the record's sample in one unit with one pair of errors: then the list is its length and one
-/// form. A peak hold against a trace in another unit makes entries of two forms; only operations on such a list, and
-/// failures in the middle of a trace, keep an object for each entry.
+/// Nearly always every entry is the record's sample in one unit with one pair of errors: then the list is its length
+/// and one form. A peak hold against a trace in another unit makes entries of two forms; only operations on such a
+/// list, and failures in the middle of a trace, keep an object for each entry.
 class SampleList {
  public:
   using Sample = Value::Value_object<float>;

@@ -27,7 +27,8 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
   SimpleOp2(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui, const char* type, Operation op,
             Corvanta::EngineReadingBase_ptr first, Corvanta::EngineReadingBase_ptr second)
       : MathBaseTemplate<T, ValReadingMap<T>>(namer, gui), first_(first), second_(second), type_(type), op_(op) {
-    // Remote calls under the lock: nobody can contend for it yet, since samples wait at the gate until the object is complete.
+    // Remote calls under the lock: nobody can contend for it yet, since samples wait at the gate until the object is
+    // complete.
     Lock lock(mutex_);
     const CORBA::String_var first_topic = first->DDS_Value();
     const CORBA::String_var second_topic = second->DDS_Value();
@@ -63,10 +64,10 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
  private:
   ~SimpleOp2() override { EndSubscriptions(); }
 
-  /// Computes and publishes. The publication, a call to the topic manager, runs under the lock so that results leave in the
-  /// order of their samples.
-  /// Errors   RelativeSubtract drops the value library's unit errors, Subtract only those of dimension: nothing is published
-  ///          then and RESULT keeps its value. Everything else passes.
+  /// Computes and publishes. The publication, a call to the topic manager, runs under the lock so that results leave
+  /// in the order of their samples.
+  /// Errors   RelativeSubtract drops the value library's unit errors, Subtract only those of dimension: nothing is
+  ///          published then and RESULT keeps its value. Everything else passes.
   void Update() REQUIRES(mutex_) {
     if (type_ == "RelativeSubtract") {
       UpdateRelative();
@@ -80,8 +81,7 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
       this->SetResult(op_(first_, second_));
     } catch (const Value::UnitDimensionNotSame&) {
     } catch (const Value::MissingUnitInFirstParameter&) {
-    } catch (const Value::OperationNotValid&) {
-    }
+    } catch (const Value::OperationNotValid&) {}
   }
 
   /// The inputs go back into dB whatever exception ends the computation.

@@ -20,8 +20,14 @@ class SimpleOp3 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
   SimpleOp3(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui, const char* type, Operation op,
             Corvanta::EngineReadingBase_ptr trace, Corvanta::EngineReadingBase_ptr start,
             Corvanta::EngineReadingBase_ptr stop)
-      : MathBaseTemplate<T, ValReadingMap<T>>(namer, gui), trace_(trace), start_(start), stop_(stop), type_(type), op_(op) {
-    // Remote calls under the lock: nobody can contend for it yet, since samples wait at the gate until the object is complete.
+      : MathBaseTemplate<T, ValReadingMap<T>>(namer, gui),
+        trace_(trace),
+        start_(start),
+        stop_(stop),
+        type_(type),
+        op_(op) {
+    // Remote calls under the lock: nobody can contend for it yet, since samples wait at the gate until the object is
+    // complete.
     Lock lock(mutex_);
     Subscribe(trace, start, stop);
     // Once more, so that no sample is lost between the first look and the subscription.
@@ -62,13 +68,14 @@ class SimpleOp3 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     const CORBA::String_var stop_topic = stop->DDS_Value();
     const auto index_callback = [this](const char* topic, Start sample) { Val2Callback(topic, sample); };
     trace_subscription_.reset(new Corvanta::DDS_Subscriber<Trace>(
-        trace_topic, this->Gate().Guard([this](const char* topic, const Trace& sample) { Val1Callback(topic, sample); })));
+        trace_topic,
+        this->Gate().Guard([this](const char* topic, const Trace& sample) { Val1Callback(topic, sample); })));
     start_subscription_.reset(new Corvanta::DDS_Subscriber<Start>(start_topic, this->Gate().Guard(index_callback)));
     stop_subscription_.reset(new Corvanta::DDS_Subscriber<Stop>(stop_topic, this->Gate().Guard(index_callback)));
   }
 
-  /// Computes and publishes. The publication, a call to the topic manager, runs under the lock so that results leave in the
-  /// order of their samples.
+  /// Computes and publishes. The publication, a call to the topic manager, runs under the lock so that results leave
+  /// in the order of their samples.
   /// Errors   everything passes; when the sum fails, the trace stays linear.
   void Update() REQUIRES(mutex_) {
     const bool was_dB = trace_.Remove_dB();

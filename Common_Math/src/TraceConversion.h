@@ -8,15 +8,15 @@
 
 namespace Lumenar {
 
-/// The conversion of all samples of a trace from one unit to another, worked out once; each sample gets the bits that the
-/// rule for one value gives it.
+/// The conversion of all samples of a trace from one unit to another, worked out once; each sample gets the bits that
+/// the rule for one value gives it.
 class TraceConversion {
  public:
   /// Changes nothing.
   TraceConversion() = default;
 
-  /// Numbers in dB are made linear before they are converted. Numbers in dB that stand in `to` already stay as they are: on the
-  /// way through linear they would lose bits, and with k other than 1 their meaning.
+  /// Numbers in dB are made linear before they are converted. Numbers in dB that stand in `to` already stay as they
+  /// are: on the way through linear they would lose bits, and with k other than 1 their meaning.
   /// Errors   UnitDimensionNotSame; OperationNotValid for malformed units.
   static TraceConversion Between(const Value::Units& from, const Value::Units& to);
 

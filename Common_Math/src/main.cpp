@@ -32,7 +32,8 @@ __attribute__((visibility("default"))) char* localargv[] = {
 
 namespace {
 
-/// Runs a step for the host, which gets no exception: each failure is one line on standard error, the first clause that fits.
+/// Runs a step for the host, which gets no exception: each failure is one line on standard error, the first clause
+/// that fits.
 template <class Step>
 void Shielded(const std::string& prefix, Step step) {
   try {
@@ -52,8 +53,8 @@ void Shielded(const std::string& prefix, Step step) {
 
 }  // namespace
 
-/// Builds the engine: the ORB is up, the factory registered, the progress reported. Null when that failed (with one line on
-/// standard error). The host calls it once.
+/// Builds the engine: the ORB is up, the factory registered, the progress reported. Null when that failed (with one
+/// line on standard error). The host calls it once.
 ENGINE_EXPORT void* createEngine() {
   Shielded("Lumenar::MathInit new: ", [] {
     WriteOut("Lumenar::MathInit createEngine");

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <limits>
 
-// Plain loops that the compiler vectorises (this file is compiled with -O3). No __restrict: an operand may be the same array,
-// and the compiler's own overlap test costs nothing per sample.
+// Plain loops that the compiler vectorises (this file is compiled with -O3). No __restrict: an operand may be the same
+// array, and the compiler's own overlap test costs nothing per sample.
 
 namespace Lumenar::Kernels {
 

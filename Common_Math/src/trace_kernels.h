@@ -5,8 +5,8 @@
 namespace Lumenar::Kernels {
 
 // The arithmetic of traces on plain samples. All are pure; the caller owns the arrays. A sample's result depends on the
-// numbers alone, never on its index, the length or the alignment. Shape: any length, also 0; `operand` is the same array or
-// does not overlap.
+// numbers alone, never on its index, the length or the alignment. Shape: any length, also 0; `operand` is the same
+// array or does not overlap.
 
 /// values[i] + operand[i], in place.
 void Add(float* values, const float* operand, std::size_t count) noexcept;

@@ -7,9 +7,9 @@
 namespace Lumenar::Test {
 namespace {
 
+using Corvanta::EngineReadingBase_ptr;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using Corvanta::EngineReadingBase_ptr;
 
 class FactoryTest : public MathFixture {
  protected:
@@ -33,7 +33,7 @@ class StubReading : public POA_Corvanta::EngineReadingBase {
   char* Name() override { return CORBA::string_dup(name_.c_str()); }
   Corvanta::TypeInfo* CORBA_Type() override {
     ++asked;
-    return new Corvanta::TypeInfo{CORBA::string_dup(name_.c_str()), CORBA::string_dup(type_name_.c_str())};
+    return NewTypeInfo(name_, type_name_);
   }
 
   int asked = 0;
@@ -80,8 +80,8 @@ TEST_F(FactoryTest, TypeSevenIsAcceptedAndRefusedByTheNextCreateMath) {
     type->Set(number);
     EXPECT_EQ(type->Get(), number);
     EXPECT_EQ(RefusalOf([&] { Factory().CreateMath(Inputs({first_, second_})); }), "Invalid Math Type");
-    EXPECT_EQ(written_.Take(),
-              "Common_Math/src/MathFactory_i:CreateMath Error: Invalid math operation: " + std::to_string(number) + "\n");
+    EXPECT_EQ(written_.Take(), "Common_Math/src/MathFactory_i:CreateMath Error: Invalid math operation: " +
+                                   std::to_string(number) + "\n");
   }
   EXPECT_THAT(Ids(), IsEmpty());
 }
@@ -102,7 +102,9 @@ TEST_F(FactoryTest, InputsThatDoNotFitAreRefusedWithLineAndText) {
       {Subtract, {2, 1}, "CreateSubtract Error: Invalid types: 2, 1", "Invalid attrib types"},
       {Subtract, {1, 2}, "CreateSubtract Error: Invalid types: 1, 2", "Invalid attrib types"},
       {Subtract, {0, 0}, "CreateSubtract Error: Invalid types: 0, 0", "Invalid attrib types"},
-      {RelativeSubtract, {2}, "CreateRelativeSubtract Error: attribs length != 2",
+      {RelativeSubtract,
+       {2},
+       "CreateRelativeSubtract Error: attribs length != 2",
        "Relative Subtract requires exactly two attributes."},
       {RelativeSubtract, {2, 1}, "CreateRelativeSubtract Error: Invalid types: 2, 1", "Invalid attrib types"},
       {RelativeSubtract, {0, 0}, "CreateRelativeSubtract Error: Invalid types: 0, 0", "Invalid attrib types"},
@@ -111,7 +113,9 @@ TEST_F(FactoryTest, InputsThatDoNotFitAreRefusedWithLineAndText) {
       {Average, {0}, "CreateAverage Error: Invalid type: 0", "Invalid attrib types"},
       {Peak, {1, 1}, "CreatePeak Error: attribs length != 1", "Average requires exactly one attribute."},
       {Peak, {0}, "CreatePeak Error: Invalid type: 0", "Invalid attrib types"},
-      {CumulativeAdd, {2, 0}, "CreateCumulativeAdd Error: attribs length != 3",
+      {CumulativeAdd,
+       {2, 0},
+       "CreateCumulativeAdd Error: attribs length != 3",
        "Cumulative Add requires exactly three attributes."},
       {CumulativeAdd, {0, 2, 0}, "CreateCumulativeAdd Error: Invalid types: 0, 2, 0", "Invalid attrib types"},
       {CumulativeAdd, {2, 1, 0}, "CreateCumulativeAdd Error: Invalid types: 2, 1, 0", "Invalid attrib types"},
@@ -276,8 +280,7 @@ TEST_F(FactoryTest, AResultIsTheInputOfAnotherObject) {
   const Corvanta::EngineReadingBase_var result = average->AttrResult();
   const Corvanta::MathFactory::Math_var difference = Create(Subtract, {result, second_});
   EXPECT_EQ(ScalarResult(difference).val, 3);
-  EXPECT_THAT(StandingTopics(),
-              ElementsAre(first_.GetDDS_Topic(), ResultTopic(average), second_.GetDDS_Topic()));
+  EXPECT_THAT(StandingTopics(), ElementsAre(first_.GetDDS_Topic(), ResultTopic(average), second_.GetDDS_Topic()));
 }
 
 }  // namespace

@@ -12,6 +12,13 @@ Value::Units UnitsOf(const Scalar& scalar) { return VALUE::UnitsFromCorba(scalar
 
 Value::Units UnitsOf(const BT_DATA& trace) { return VALUE::UnitsFromCorba(trace.units); }
 
+Corvanta::TypeInfo* NewTypeInfo(const std::string& name, const std::string& type_name) {
+  Corvanta::TypeInfo_var info = new Corvanta::TypeInfo;
+  info->name = name.c_str();
+  info->type_name = type_name.c_str();
+  return info._retn();
+}
+
 MathFixture::MathFixture() : factory_(new MathFactory_i(registration_, &Orb())) {}
 
 void MathFixture::CloseAndRelease::operator()(MathFactory_i* factory) const noexcept {
@@ -21,14 +28,16 @@ void MathFixture::CloseAndRelease::operator()(MathFactory_i* factory) const noex
 
 void MathFixture::DropFactory() { factory_.reset(); }
 
-Corvanta::MathFactory::ReadingAttribSeq MathFixture::Inputs(const std::vector<Corvanta::EngineReadingBase_ptr>& inputs) {
+Corvanta::MathFactory::ReadingAttribSeq MathFixture::Inputs(
+    const std::vector<Corvanta::EngineReadingBase_ptr>& inputs) {
   Corvanta::MathFactory::ReadingAttribSeq attribs;
   attribs.length(static_cast<CORBA::ULong>(inputs.size()));
   for (CORBA::ULong i = 0; i < attribs.length(); ++i) attribs[i] = Corvanta::EngineReadingBase::_duplicate(inputs[i]);
   return attribs;
 }
 
-Corvanta::MathFactory::Math_var MathFixture::Create(int type, const std::vector<Corvanta::EngineReadingBase_ptr>& inputs) {
+Corvanta::MathFactory::Math_var MathFixture::Create(int type,
+                                                    const std::vector<Corvanta::EngineReadingBase_ptr>& inputs) {
   Factory().TypeCallback(type);
   return Factory().CreateMath(Inputs(inputs));
 }

@@ -32,6 +32,9 @@ Scalar ScalarOf(double value, const Value::Units& units = kW, double minus_err =
 Value::Units UnitsOf(const Scalar& scalar);
 Value::Units UnitsOf(const BT_DATA& trace);
 
+/// What a reading says of itself; newly allocated, as CORBA_Type returns it.
+Corvanta::TypeInfo* NewTypeInfo(const std::string& name, const std::string& type_name);
+
 /// Runs `step` and gives the text of the MathFactoryException that it throws, or "none".
 template <class Step>
 std::string RefusalOf(Step step) {

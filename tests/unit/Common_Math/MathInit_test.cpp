@@ -27,7 +27,8 @@ class FakeProgress : public POA_Corvanta::Progress_Interface {
 class FakeEnumeration : public POA_Corvanta::HwEnumerate_Able {
  public:
   explicit FakeEnumeration(FakeProgress& progress) : progress_(progress) {}
-  Corvanta::Progress_Interface_ptr GetProgressInterface(const char* engine, CORBA::Long instance, CORBA::Long slot) override {
+  Corvanta::Progress_Interface_ptr GetProgressInterface(const char* engine, CORBA::Long instance,
+                                                        CORBA::Long slot) override {
     if (refuses) throw CORBA::NO_RESOURCES();
     announced.push_back(std::string(engine) + " " + std::to_string(instance) + " " + std::to_string(slot));
     return progress_._this();

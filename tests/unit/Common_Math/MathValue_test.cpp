@@ -43,11 +43,14 @@ TEST_F(TraceValue, AnEmptyRecordHasAnEmptyListAndEveryOperationSaysSo) {
     std::function<void()> step;
   };
   const Row table[] = {
-      {"DoValueEqualOp", [&] { empty += other; }},       {"DoValueEqualOp", [&] { empty -= other; }},
-      {"DoValueEqualOp", [&] { empty *= 2; }},           {"DoValueEqualOp", [&] { empty /= 2; }},
+      {"DoValueEqualOp", [&] { empty += other; }},
+      {"DoValueEqualOp", [&] { empty -= other; }},
+      {"DoValueEqualOp", [&] { empty *= 2; }},
+      {"DoValueEqualOp", [&] { empty /= 2; }},
       {"RelativeSubEqual", [&] { empty.RelativeSubEqual(other); }},
       {"CumulativeAdd", [&] { EXPECT_EQ(empty.CumulativeAdd(0, 0).Get_value(), 0); }},
-      {"Add_dB", [&] { empty.Add_dB(); }},               {"Remove_dB", [&] { EXPECT_FALSE(empty.Remove_dB()); }},
+      {"Add_dB", [&] { empty.Add_dB(); }},
+      {"Remove_dB", [&] { EXPECT_FALSE(empty.Remove_dB()); }},
       {"DoPeak", [&] { empty.DoPeak(other); }},
   };
   for (const Row& row : table) {
@@ -154,7 +157,8 @@ TEST_F(TraceValue, ASumOfOneSampleIsThatSampleWithoutErrors) {
 TEST_F(TraceValue, ZeroAndNegativeSamplesHaveFiniteDecibels) {
   MathTrace trace = Updated({0, -0.0f, -3, 100});
   trace.Add_dB();
-  EXPECT_THAT(SamplesOf(trace.record), ElementsAre(FloatEq(-379.2978f), FloatEq(-379.2978f), FloatEq(-379.2978f), FloatEq(20)));
+  EXPECT_THAT(SamplesOf(trace.record),
+              ElementsAre(FloatEq(-379.2978f), FloatEq(-379.2978f), FloatEq(-379.2978f), FloatEq(20)));
   EXPECT_EQ(UnitsOf(trace.record), kdBW);
 }
 
@@ -306,7 +310,8 @@ class ValueFromReference : public MathFixture {
   ScalarInput scalar_{namer_, registration_, ScalarOf(5, kdBm, -1, 2)};
   LongInput long_{namer_, registration_, 7};
   Corvanta::EngineAttribValueDouble_i scalar_attribute_{namer_, registration_, "LIMIT", ScalarOf(8, kW), {}};
-  Corvanta::EngineAttribLong_i long_attribute_{namer_, registration_, "INDEX", 9, {}, Corvanta::EngineAttribLongParams{0, 99, 0}};
+  Corvanta::EngineAttribLong_i long_attribute_{
+      namer_, registration_, "INDEX", 9, {}, Corvanta::EngineAttribLongParams{0, 99, 0}};
 
   template <class T>
   std::string Refusal(Corvanta::EngineReadingBase_ptr reading) {
@@ -317,9 +322,11 @@ class ValueFromReference : public MathFixture {
 TEST_F(ValueFromReference, ATraceComesFromATraceReadingOnly) {
   EXPECT_THAT(SamplesOf(MathTrace(trace_).record), ElementsAre(1, 2));
   for (const Corvanta::EngineReadingBase_ptr reading :
-       {Corvanta::EngineReadingBase::_nil(), Corvanta::EngineReadingBase_ptr(scalar_), Corvanta::EngineReadingBase_ptr(long_)}) {
+       {Corvanta::EngineReadingBase::_nil(), Corvanta::EngineReadingBase_ptr(scalar_),
+        Corvanta::EngineReadingBase_ptr(long_)}) {
     EXPECT_EQ(Refusal<BT_DATA>(reading), "Invalid Corvanta::BASIC_TRACE::BT_DATA Attrib type");
-    EXPECT_EQ(written_.Take(), "Common_Math/src/MathValueBasicTrace:MathValue Error: could not narrow attrib to BasicTrace type!\n");
+    EXPECT_EQ(written_.Take(),
+              "Common_Math/src/MathValueBasicTrace:MathValue Error: could not narrow attrib to BasicTrace type!\n");
   }
 }
 
@@ -329,9 +336,11 @@ TEST_F(ValueFromReference, AScalarComesFromAReadingOrAnAttribute) {
   const Corvanta::EngineAttribValueDouble_var attribute = scalar_attribute_._this();
   EXPECT_EQ(MathScalar(Corvanta::EngineReadingBase_ptr(attribute.in())).value.Get_value(), 8);
   for (const Corvanta::EngineReadingBase_ptr reading :
-       {Corvanta::EngineReadingBase::_nil(), Corvanta::EngineReadingBase_ptr(trace_), Corvanta::EngineReadingBase_ptr(long_)}) {
+       {Corvanta::EngineReadingBase::_nil(), Corvanta::EngineReadingBase_ptr(trace_),
+        Corvanta::EngineReadingBase_ptr(long_)}) {
     EXPECT_EQ(Refusal<Scalar>(reading), "Invalid ::Corvanta::VALUE_DOUBLE::VALUE Attrib type");
-    EXPECT_EQ(written_.Take(), "Common_Math/src/MathValueValueDouble:MathValue Error: could not narrow attrib to ValueDouble type!\n");
+    EXPECT_EQ(written_.Take(),
+              "Common_Math/src/MathValueValueDouble:MathValue Error: could not narrow attrib to ValueDouble type!\n");
   }
 }
 
@@ -340,9 +349,11 @@ TEST_F(ValueFromReference, ALongComesFromAReadingOrAnAttribute) {
   const Corvanta::EngineAttribLong_var attribute = long_attribute_._this();
   EXPECT_EQ(MathValue<int>(Corvanta::EngineReadingBase_ptr(attribute.in())).value, 9);
   for (const Corvanta::EngineReadingBase_ptr reading :
-       {Corvanta::EngineReadingBase::_nil(), Corvanta::EngineReadingBase_ptr(trace_), Corvanta::EngineReadingBase_ptr(scalar_)}) {
+       {Corvanta::EngineReadingBase::_nil(), Corvanta::EngineReadingBase_ptr(trace_),
+        Corvanta::EngineReadingBase_ptr(scalar_)}) {
     EXPECT_EQ(Refusal<int>(reading), "Invalid ::CORBA::Long type");
-    EXPECT_EQ(written_.Take(), "Common_Math/src/MathValueLong:MathValue Error: could not narrow attrib to long type!\n");
+    EXPECT_EQ(written_.Take(),
+              "Common_Math/src/MathValueLong:MathValue Error: could not narrow attrib to long type!\n");
   }
 }
 

@@ -1,6 +1,6 @@
-// Operation x kind x form of each input. The expected numbers come from a calculation with 40 digits, not from the engine.
+// Operation x kind x form of each input. The expected numbers come from a calculation with 40 digits, not from the
+// engine.
 #include <gtest/gtest.h>
-
 
 #include "tests/unit/Common_Math/MathFixture.h"
 
@@ -79,16 +79,17 @@ const Row kTable[] = {
 
 // Operands whose units cannot be brought together: nothing is published.
 const Row kMismatches[] = {
-    {Subtract, kNone, 8, kW, 3, 0, {}},           {Subtract, kW, 8, kNone, 3, 0, {}},
-    {Subtract, kW, 8, kSecond, 3, 0, {}},         {Subtract, kdBm, 8, kSecond, 3, 0, {}},
-    {RelativeSubtract, kW, 8, kW, 3, 0, {}},      {RelativeSubtract, kNone, 8, kNone, 3, 0, {}},
-    {RelativeSubtract, kdB, 8, kdBm, 3, 0, {}},   {RelativeSubtract, kdBm, 8, kSecond, 3, 0, {}},
+    {Subtract, kNone, 8, kW, 3, 0, {}},         {Subtract, kW, 8, kNone, 3, 0, {}},
+    {Subtract, kW, 8, kSecond, 3, 0, {}},       {Subtract, kdBm, 8, kSecond, 3, 0, {}},
+    {RelativeSubtract, kW, 8, kW, 3, 0, {}},    {RelativeSubtract, kNone, 8, kNone, 3, 0, {}},
+    {RelativeSubtract, kdB, 8, kdBm, 3, 0, {}}, {RelativeSubtract, kdBm, 8, kSecond, 3, 0, {}},
 };
 
 std::string Picture(const Row& row) {
-  return "type " + std::to_string(row.type) + ": " + std::to_string(row.first) + " dB" + std::to_string(row.first_unit.is_dB) +
-         " 10^" + std::to_string(row.first_unit.base_power) + " and " + std::to_string(row.second) + " dB" +
-         std::to_string(row.second_unit.is_dB) + " 10^" + std::to_string(row.second_unit.base_power);
+  return "type " + std::to_string(row.type) + ": " + std::to_string(row.first) + " dB" +
+         std::to_string(row.first_unit.is_dB) + " 10^" + std::to_string(row.first_unit.base_power) + " and " +
+         std::to_string(row.second) + " dB" + std::to_string(row.second_unit.is_dB) + " 10^" +
+         std::to_string(row.second_unit.base_power);
 }
 
 class OperationTable : public MathFixture {
@@ -144,7 +145,8 @@ TEST_F(OperationTable, TracesInAllForms) {
     const Corvanta::MathFactory::Math_var math = OfTraces(row);
     const BT_DATA result = TraceResult(math);
     ASSERT_EQ(result.samples.length(), 67u);
-    // Single precision: a few units in the last place for each step; in dB an absolute error of that of the linear number.
+    // Single precision: a few units in the last place for each step; in dB an absolute error of that of the linear
+    // number.
     const double tolerance = 4e-7 * std::abs(row.expected) + (row.expected_unit.is_dB ? 2e-6 : 0);
     for (const float sample : SamplesOf(result)) {
       ASSERT_NEAR(sample, row.expected, tolerance);
@@ -178,7 +180,9 @@ struct SumRow {
 
 TEST_F(OperationTable, SumsOfTracesInAllForms) {
   const SumRow table[] = {
-      {kW, 0, 2, 20, kW},      {kmW, 1, 2, 10, kmW},     {kNone, 0, 0, 10, kNone},
+      {kW, 0, 2, 20, kW},
+      {kmW, 1, 2, 10, kmW},
+      {kNone, 0, 0, 10, kNone},
       {kdBm, 0, 2, 12.5555886012918188, kdBm},  // 10 + 5.01187 + 3 mW
       {kdBW, 0, 1, 11.7643486, kdBW},
   };

@@ -3,44 +3,17 @@
 
 #include <limits>
 
-#include "tests/unit/Common_Math/MathFixture.h"
+#include "tests/unit/Common_Math/OperationFixture.h"
 
 namespace Lumenar::Test {
 namespace {
 
+using Corvanta::MathFactory::Math_var;
 using testing::ElementsAre;
 using testing::FloatEq;
 using testing::IsEmpty;
-using Corvanta::MathFactory::Math_var;
 
-class OperationTest : public MathFixture {
- protected:
-  ScalarInput scalar_{namer_, registration_, ScalarOf(1)};
-  ScalarInput other_scalar_{namer_, registration_, ScalarOf(1)};
-  TraceInput trace_{namer_, registration_, TraceOf({1})};
-  TraceInput other_trace_{namer_, registration_, TraceOf({1})};
-  LongInput start_{namer_, registration_, 0};
-  LongInput stop_{namer_, registration_, 0};
-
-  bool Full(Corvanta::MathFactory::Math_ptr math) {
-    const Corvanta::MathFactory::Average_var average = Corvanta::MathFactory::Average::_narrow(math);
-    const Corvanta::EngineReadingBoolean_var full = average->AttrFull();
-    return full->Get();
-  }
-
-  void SetSize(Corvanta::MathFactory::Math_ptr math, int size) {
-    const Corvanta::MathFactory::Average_var average = Corvanta::MathFactory::Average::_narrow(math);
-    const Corvanta::EngineAttribLong_var attribute = average->AttrSize();
-    attribute->Set(size);
-  }
-
-  template <class Object>
-  void Reset(Corvanta::MathFactory::Math_ptr math) {
-    const typename Object::_var_type object = Object::_narrow(math);
-    const Corvanta::EngineAttribVoid_var reset = object->AttrReset();
-    reset->Set();
-  }
-};
+using OperationTest = OperationFixture;
 
 // --- two inputs ---------------------------------------------------------------------------------------------------
 
@@ -116,11 +89,13 @@ TEST_F(OperationTest, SubtractPutsItsInputsBackIntoDecibelsWhateverExceptionEnds
   const Math_var math = Create(Subtract, {trace_, other_trace_});
   EXPECT_ANY_THROW(Deliver(other_trace_, TraceOf({1}, gap)));
   Deliver(other_trace_, TraceOf({0}, kdBW));
-  EXPECT_THAT(SamplesOf(TraceResult(math)), ElementsAre(FloatEq(19.956352f))) << "100 W - 1 W: the first was in dB again";
+  EXPECT_THAT(SamplesOf(TraceResult(math)), ElementsAre(FloatEq(19.956352f)))
+      << "100 W - 1 W: the first was in dB again";
 }
 
 TEST_F(OperationTest, RelativeSubtractDropsUnitExceptionsWhereSubtractLetsThemPass) {
-  const Math_var relative = Create(RelativeSubtract, {scalar_, other_scalar_});  // both linear: OperationNotValid, dropped
+  const Math_var relative =
+      Create(RelativeSubtract, {scalar_, other_scalar_});  // both linear: OperationNotValid, dropped
   EXPECT_EQ(ScalarResult(relative).val, 0) << "the default";
   EXPECT_THAT(NumbersPublished(ResultTopic(relative)), IsEmpty());
   EXPECT_NO_THROW(Deliver(other_scalar_, ScalarOf(3, kdBW)));
@@ -134,7 +109,8 @@ TEST_F(OperationTest, TracesOfDifferentSizesGiveTheFirstWithALine) {
   other_trace_ = TraceOf({1, 1});
   const Math_var math = Create(Subtract, {trace_, other_trace_});
   EXPECT_THAT(SamplesOf(TraceResult(math)), ElementsAre(1, 2, 3));
-  EXPECT_EQ(written_.Take(), "Common_Math/src/MathValueBasicTrace:DoValueEqualOp Error: traces are different sizes! 2, 3\n");
+  EXPECT_EQ(written_.Take(),
+            "Common_Math/src/MathValueBasicTrace:DoValueEqualOp Error: traces are different sizes! 2, 3\n");
 }
 
 TEST_F(OperationTest, TheHeaderOfAResultIsThatOfTheFirstOperand) {
@@ -152,7 +128,7 @@ class LateReading : public POA_Corvanta::EngineReadingValueDouble {
   char* DDS_Value() override { return CORBA::string_dup("LATE"); }
   char* Name() override { return CORBA::string_dup("LATE"); }
   Corvanta::TypeInfo* CORBA_Type() override {
-    return new Corvanta::TypeInfo{CORBA::string_dup("LATE"), CORBA::string_dup("ValueDouble")};
+    return NewTypeInfo("LATE", "ValueDouble");
   }
   Scalar Get() override { return ScalarOf(++asked); }
   int asked = 0;
@@ -226,185 +202,16 @@ TEST_F(OperationTest, AnEmptyRangeGivesZeroWithoutUnitAndALine) {
   EXPECT_EQ(written_.Take(), "Common_Math/src/MathValueBasicTrace:CumulativeAdd Warning: start[2] > stop[1]\n");
 }
 
-// --- average ------------------------------------------------------------------------------------------------------
-
-TEST_F(OperationTest, AverageOfSizeOnePublishesEverySampleAndIsFull) {
-  const Math_var math = Create(Average, {scalar_});
-  EXPECT_TRUE(Full(math));
-  Deliver(scalar_, ScalarOf(5, kW, -1, 1));
-  Deliver(scalar_, ScalarOf(-2));
-  EXPECT_THAT(NumbersPublished(ResultTopic(math)), ElementsAre(1, 5, -2));
-  EXPECT_TRUE(Full(math));
-}
-
-TEST_F(OperationTest, AverageOfSizeThreeFillsAndThenSlides) {
-  const Math_var math = Create(Average, {scalar_});
-  SetSize(math, 3);
-  EXPECT_TRUE(Full(math)) << "a new SIZE counts from the next sample on";
-  std::vector<double> results;
-  std::vector<bool> full;
-  for (const double sample : {2.0, 3.0, 4.0}) {
-    Deliver(scalar_, ScalarOf(sample));
-    results.push_back(ScalarResult(math).val);
-    full.push_back(Full(math));
-  }
-  EXPECT_THAT(results, ElementsAre(1.5, 2, 3));
-  EXPECT_THAT(full, ElementsAre(false, true, true));
-}
-
-TEST_F(OperationTest, AverageOfLevelsIsTheLevelOfTheMean) {
-  trace_ = TraceOf({10, 0}, kdBm);
-  const Math_var math = Create(Average, {trace_});
-  SetSize(math, 2);
-  Deliver(trace_, TraceOf({7, 0}, kdBm));
-  EXPECT_THAT(SamplesOf(TraceResult(math)), ElementsAre(FloatEq(8.754049f), testing::FloatNear(0, 1e-6f)));
-  EXPECT_EQ(UnitsOf(TraceResult(math)), kdBm);
-  Deliver(trace_, TraceOf({20, 20}, kmW));
-  EXPECT_EQ(UnitsOf(TraceResult(math)), kmW) << "the newest sample decides the form";
-  EXPECT_THAT(SamplesOf(TraceResult(math)), ElementsAre(testing::FloatNear(12.505936f, 2e-5f), testing::FloatNear(10.5f, 1e-5f)));
-}
-
-TEST_F(OperationTest, ResetOfAverageShowsTheNewestSampleAndBeginsAgain) {
-  scalar_ = ScalarOf(5);
-  const Math_var math = Create(Average, {scalar_});
-  SetSize(math, 4);
-  Deliver(scalar_, ScalarOf(7));
-  EXPECT_EQ(ScalarResult(math).val, 6);
-  Reset<Corvanta::MathFactory::Average>(math);
-  EXPECT_EQ(ScalarResult(math).val, 7);
-  EXPECT_FALSE(Full(math));
-  Reset<Corvanta::MathFactory::Average>(math);  // nothing is held: nothing is published
-  Deliver(scalar_, ScalarOf(9));
-  EXPECT_THAT(NumbersPublished(ResultTopic(math)), ElementsAre(5, 6, 7, 9));
-}
-
-TEST_F(OperationTest, ResetOfAverageShowsALevelInLinearUnits) {
-  scalar_ = ScalarOf(20, kdBW);
-  const Math_var math = Create(Average, {scalar_});
-  EXPECT_DOUBLE_EQ(ScalarResult(math).val, 20);
-  Reset<Corvanta::MathFactory::Average>(math);
-  EXPECT_DOUBLE_EQ(ScalarResult(math).val, 100);
-  EXPECT_EQ(UnitsOf(ScalarResult(math)), kW);
-}
-
-TEST_F(OperationTest, ASmallerSizeTrimsWithTheNextSample) {
-  const Math_var math = Create(Average, {scalar_});
-  SetSize(math, 4);
-  for (const double sample : {2.0, 3.0, 4.0}) Deliver(scalar_, ScalarOf(sample));
-  SetSize(math, 2);
-  EXPECT_EQ(ScalarResult(math).val, 2.5);
-  EXPECT_TRUE(Full(math));
-  Deliver(scalar_, ScalarOf(10));
-  EXPECT_EQ(ScalarResult(math).val, 7) << "the mean of 4 and 10";
-  EXPECT_TRUE(Full(math));
-}
-
-TEST_F(OperationTest, ALargerSizeClearsFullWithTheNextSample) {
-  const Math_var math = Create(Average, {scalar_});
-  SetSize(math, 9);
-  EXPECT_TRUE(Full(math));
-  Deliver(scalar_, ScalarOf(3));
-  EXPECT_FALSE(Full(math));
-}
-
-TEST_F(OperationTest, SizeIsRefusedOutsideOneToNinetyNine) {
-  const Math_var math = Create(Average, {scalar_});
-  EXPECT_THROW(SetSize(math, 0), Corvanta::LimitsExceeded);
-  EXPECT_THROW(SetSize(math, 100), Corvanta::LimitsExceeded);
-  EXPECT_NO_THROW(SetSize(math, 99));
-}
-
-TEST_F(OperationTest, AMeanThatIsNotFiniteIsRefusedAndResultKeepsItsValue) {
-  const Math_var math = Create(Average, {scalar_});
-  SetSize(math, 2);
-  EXPECT_THROW(Deliver(scalar_, ScalarOf(std::numeric_limits<double>::infinity())), CORBA::UNKNOWN);
-  EXPECT_EQ(ScalarResult(math).val, 1);
-}
-
-TEST_F(OperationTest, AverageErrorsAreTheMeanOfTheErrors) {
-  scalar_ = ScalarOf(1, kW, -1, 3);
-  const Math_var math = Create(Average, {scalar_});
-  SetSize(math, 2);
-  Deliver(scalar_, ScalarOf(3, kW, -3, 1));
-  EXPECT_EQ(ScalarResult(math).val, 2);
-  EXPECT_EQ(ScalarResult(math).minus_err, -2);
-  EXPECT_EQ(ScalarResult(math).plus_err, 2);
-}
-
-// --- peak ---------------------------------------------------------------------------------------------------------
-
-TEST_F(OperationTest, PeakPublishesTheLargestForEverySampleUntilReset) {
-  scalar_ = ScalarOf(3);
-  const Math_var math = Create(Peak, {scalar_});
-  for (const double sample : {1.0, 5.0, 2.0}) Deliver(scalar_, ScalarOf(sample));
-  const std::size_t before = NumbersPublished(ResultTopic(math)).size();
-  Reset<Corvanta::MathFactory::Peak>(math);
-  EXPECT_EQ(NumbersPublished(ResultTopic(math)).size(), before) << "RESET publishes nothing";
-  Deliver(scalar_, ScalarOf(1));
-  EXPECT_THAT(NumbersPublished(ResultTopic(math)), ElementsAre(3, 3, 5, 5, 1));
-}
-
-TEST_F(OperationTest, PeakOfTracesIsHeldPointByPoint) {
-  trace_ = TraceOf({1, 4, 2});
-  const Math_var math = Create(Peak, {trace_});
-  Deliver(trace_, TraceOf({3, 0, 2}));
-  EXPECT_THAT(SamplesOf(TraceResult(math)), ElementsAre(3, 4, 2));
-}
-
-TEST_F(OperationTest, APeakHeldInDecibelsStaysInDecibels) {
-  trace_ = TraceOf({10, 10}, kdBm);
-  const Math_var traces = Create(Peak, {trace_});
-  Deliver(trace_, TraceOf({0.02f, 0.001f}, kW));
-  EXPECT_EQ(UnitsOf(TraceResult(traces)), kdBm);
-  EXPECT_THAT(SamplesOf(TraceResult(traces)), ElementsAre(FloatEq(13.0103f), FloatEq(10)));
-
-  scalar_ = ScalarOf(10, kdBm);
-  const Math_var scalars = Create(Peak, {scalar_});
-  Deliver(scalar_, ScalarOf(0.02, kW));
-  EXPECT_EQ(UnitsOf(ScalarResult(scalars)), kdBW) << "a larger scalar comes with its own unit";
-  EXPECT_NEAR(ScalarResult(scalars).val, -16.989700043360188, 1e-12);
-}
-
-TEST_F(OperationTest, ALinearPeakStaysLinearWhenALevelComes) {
-  scalar_ = ScalarOf(3, kW);
-  const Math_var math = Create(Peak, {scalar_});
-  Deliver(scalar_, ScalarOf(10, kdBW));
-  EXPECT_DOUBLE_EQ(ScalarResult(math).val, 10);
-  EXPECT_EQ(UnitsOf(ScalarResult(math)), kW);
-}
-
-TEST_F(OperationTest, EqualScalarsKeepTheHeldOneWithItsErrors) {
-  scalar_ = ScalarOf(3, kW, -1, 1);
-  const Math_var math = Create(Peak, {scalar_});
-  Deliver(scalar_, ScalarOf(3, kW, -9, 9));
-  EXPECT_EQ(ScalarResult(math).plus_err, 1);
-}
-
-TEST_F(OperationTest, APeakTraceOfAnotherSizeIsRefusedUntilReset) {
-  trace_ = TraceOf({1, 2});
-  const Math_var math = Create(Peak, {trace_});
-  EXPECT_EQ(RefusalOf([&] { Deliver(trace_, TraceOf({5, 6, 7})); }), "Doing Peak search: traces are different sizes! ");
-  EXPECT_EQ(written_.Take(), "Common_Math/src/MathValueBasicTrace:DoPeak Error: traces are different sizes! 3, 2\n");
-  EXPECT_THAT(SamplesOf(TraceResult(math)), ElementsAre(1, 2));
-  Reset<Corvanta::MathFactory::Peak>(math);
-  Deliver(trace_, TraceOf({0, 0, 0}));
-  EXPECT_THAT(SamplesOf(TraceResult(math)), ElementsAre(0, 0, 0));
-}
-
-TEST_F(OperationTest, AMismatchOfUnitsLeavesThePeak) {
-  const Math_var math = Create(Peak, {scalar_});
-  EXPECT_THROW(Deliver(scalar_, ScalarOf(9, kSecond)), CORBA::UNKNOWN);
-  EXPECT_EQ(ScalarResult(math).val, 1);
-}
-
 // --- deliveries ---------------------------------------------------------------------------------------------------
 
 TEST_F(OperationTest, ASampleOfAnotherKindIsDroppedWithTwoLines) {
   const Math_var math = Create(Average, {scalar_});
   Deliver(scalar_, TraceOf({1, 2}));
-  EXPECT_EQ(written_.Take(),
-            "void Corvanta::DDS_Subscriber<T>::DDS_Callback(const CORBA::Any&) [with T = Corvanta::VALUE_DOUBLE::VALUE] "
-            "error filling message \ntopic is " + scalar_.GetDDS_Topic() + "\n");
+  EXPECT_EQ(
+      written_.Take(),
+      "void Corvanta::DDS_Subscriber<T>::DDS_Callback(const CORBA::Any&) [with T = Corvanta::VALUE_DOUBLE::VALUE] "
+      "error filling message \ntopic is " +
+          scalar_.GetDDS_Topic() + "\n");
   EXPECT_EQ(ScalarResult(math).val, 1);
 }
 

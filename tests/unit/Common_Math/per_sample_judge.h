@@ -14,8 +14,8 @@
 
 namespace Lumenar::Test {
 
-/// The trace value by its rule, one Value_object<float> for each sample: slow, plain, and independent of the engine's code. It
-/// decides what the engine's traces must give, bit for bit. What it would print goes to `out`.
+/// The trace value by its rule, one Value_object<float> for each sample: slow, plain, and independent of the engine's
+/// code. It decides what the engine's traces must give, bit for bit. What it would print goes to `out`.
 class PerSampleTrace {
  public:
   using Record = Corvanta::BASIC_TRACE::BT_DATA;
@@ -113,7 +113,8 @@ class PerSampleTrace {
     for (std::size_t i = 0; i < list.size(); ++i) {
       Sample& entry = list[i];
       if (entry.Get_value() <= 0) {
-        entry = Sample(std::numeric_limits<float>::min(), entry.Get_unit(), entry.Get_plus_err(), entry.Get_minus_err());
+        entry =
+            Sample(std::numeric_limits<float>::min(), entry.Get_unit(), entry.Get_plus_err(), entry.Get_minus_err());
       }
       entry = entry.Convert_to(target);
       WriteBack(i);

@@ -34,12 +34,33 @@ std::vector<Units> UnitForms() {
   const Units mW = Make_unit(Value::U_Watt, 1, -3);
   const Units V2 = Make_unit(Value::U_Volt, 2);
   const Units AV{false, 0, {{{Value::U_Ampere, 1}, {Value::U_Volt, 1}}}};
-  return {Value::C_Watts, InDecibels(Value::C_Watts), mW, InDecibels(mW), Make_unit(Value::U_Watt, 1, 6), Value::C_VoltAmps, AV,
-          Value::C_Volt2PerOhms, InDecibels(Value::C_Volt2PerOhms), Value::C_Empty, InDecibels(Value::C_Empty),
-          Make_unit(Value::U_Volt), InDecibels(Make_unit(Value::U_Volt)), V2, InDecibels(V2), Value::C_DgreeC, Value::C_DgreeF,
-          Value::C_Kelvin, Make_unit(Value::U_Hertz), Make_unit(Value::U_Second), Make_unit(Value::U_Second, -1),
-          Make_unit(Value::U_Foot), Make_unit(Value::U_Meter), Make_unit(Value::U_Percent), Make_unit(Value::U_Bit, 1, 10),
-          Make_unit(Value::U_Byte), Gapped()};
+  return {Value::C_Watts,
+          InDecibels(Value::C_Watts),
+          mW,
+          InDecibels(mW),
+          Make_unit(Value::U_Watt, 1, 6),
+          Value::C_VoltAmps,
+          AV,
+          Value::C_Volt2PerOhms,
+          InDecibels(Value::C_Volt2PerOhms),
+          Value::C_Empty,
+          InDecibels(Value::C_Empty),
+          Make_unit(Value::U_Volt),
+          InDecibels(Make_unit(Value::U_Volt)),
+          V2,
+          InDecibels(V2),
+          Value::C_DgreeC,
+          Value::C_DgreeF,
+          Value::C_Kelvin,
+          Make_unit(Value::U_Hertz),
+          Make_unit(Value::U_Second),
+          Make_unit(Value::U_Second, -1),
+          Make_unit(Value::U_Foot),
+          Make_unit(Value::U_Meter),
+          Make_unit(Value::U_Percent),
+          Make_unit(Value::U_Bit, 1, 10),
+          Make_unit(Value::U_Byte),
+          Gapped()};
 }
 
 class RandomTraces {
@@ -49,9 +70,16 @@ class RandomTraces {
   int Pick(int below) { return static_cast<int>(engine_() % static_cast<unsigned>(below)); }
 
   float Number() {
-    static constexpr float kSpecial[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
-                                         -std::numeric_limits<float>::infinity(), 0.0f, -0.0f, 1e-41f, -1e-41f,
-                                         std::numeric_limits<float>::max(), std::numeric_limits<float>::min(), 1e-30f};
+    static constexpr float kSpecial[] = {std::numeric_limits<float>::quiet_NaN(),
+                                         std::numeric_limits<float>::infinity(),
+                                         -std::numeric_limits<float>::infinity(),
+                                         0.0f,
+                                         -0.0f,
+                                         1e-41f,
+                                         -1e-41f,
+                                         std::numeric_limits<float>::max(),
+                                         std::numeric_limits<float>::min(),
+                                         1e-30f};
     if (Pick(8) == 0) return kSpecial[Pick(static_cast<int>(std::size(kSpecial)))];
     return std::uniform_real_distribution<float>(Pick(2) == 0 ? 0.001f : -100.0f, 100.0f)(engine_);
   }
@@ -126,9 +154,18 @@ std::string Step(int operation, Trace& a, Trace& b, const BT_DATA& fresh, const 
     case 9: a = b; return "";
     case 10: a = fresh; return "";
     case 11: a = a.record; return "";
-    case 12: { Trace copy(b); copy.DoPeak(a); b = copy; return ""; }
+    case 12: {
+      Trace copy(b);
+      copy.DoPeak(a);
+      b = copy;
+      return "";
+    }
     case 13: a.DoValueEqualOp(b, static_cast<ValueOperator>(&Sample::operator=)); return "";
-    case 14: { const Trace& itself = a; a -= itself; return ""; }
+    case 14: {
+      const Trace& itself = a;
+      a -= itself;
+      return "";
+    }
     case 15: a.DoPeak(a); return "";
     default: a.UpdateValues(); return "";
   }
@@ -149,7 +186,8 @@ TEST_P(TraceAgainstJudge, RandomOperationsGiveTheSameBitsLinesAndExceptions) {
     Pair b(random.Trace(size_of_other()), judged_lines);
     std::string history;
     for (int step = 0; step < 6; ++step) {
-      static constexpr int kFactors[] = {1, 2, 3, -7, 99, 0, 16777216, 16777217, -33554432, std::numeric_limits<int>::min()};
+      static constexpr int kFactors[] = {1, 2,        3,        -7,        99,
+                                         0, 16777216, 16777217, -33554432, std::numeric_limits<int>::min()};
       const std::vector<int> numbers{kFactors[random.Pick(10)], random.Pick(80) - 10, random.Pick(80) - 10};
       const int operation = random.Pick(kOperations);
       const BT_DATA fresh = random.Trace(size_of_other());

@@ -48,8 +48,10 @@ template <class T>
 std::string Picture(const Value::Value_object<T>& value) {
   std::ostringstream text;
   const Value::Units unit = value.Get_unit();
-  text << std::hex << Bits(value.Get_value()) << " -" << Bits(value.Get_minus_err()) << " +" << Bits(value.Get_plus_err())
-       << std::dec << " (" << double(value.Get_value()) << ") " << (unit.is_dB ? "dB " : "") << unit.base_power;
+  text << std::hex << Bits(value.Get_value()) << " -" << Bits(value.Get_minus_err()) << " +"
+       << Bits(value.Get_plus_err()) << std::dec << " ("
+       << (std::isnan(value.Get_value()) ? 0.0 : double(value.Get_value())) << ") " << (unit.is_dB ? "dB " : "")
+       << unit.base_power;
   for (const auto& slot : unit.slots) text << " " << slot.unit << "^" << slot.exponent;
   return text.str();
 }
