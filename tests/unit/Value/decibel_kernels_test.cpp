@@ -282,6 +282,23 @@ TEST(Log10CorrectlyRounded, AgreesWithTheJudgeAroundEveryPowerOfTwoAndTen) {
   for (int power = -44; power <= 38; ++power) expect_right(static_cast<float>(std::pow(10.0, power)));
 }
 
+/// The logarithms that come closest to the middle between two floats; rounding the double logarithm gets the first wrong.
+TEST(Log10CorrectlyRounded, AgreesWithTheJudgeWhereItIsHardest) {
+  for (const float x : {0x1.fddcf4p-98f, 0x1.1727b8p-91f, 0x1.5cf1a6p-88f, 0x1.7bdb9p+12f, 0x1.9be058p+65f,
+                        0x1.0acfc8p+67f, 0x1.4d83bap+70f, 0x1.b25878p+95f}) {
+    Reference::Tally tally;
+    EXPECT_EQ(Bits(Log10_correctly_rounded(x)), Bits(Reference::Log10(x, tally))) << std::hexfloat << x;
+    EXPECT_EQ(tally.by_mpfr, 1U) << "an easy one: " << std::hexfloat << x;
+  }
+}
+
+TEST(DecibelToLinear, AgreesWithTheJudgeWhereItIsHardest) {
+  Reference::Tally tally;
+  const float x = -0x1.ebefe6p-7f;
+  EXPECT_EQ(Bits(Decibel_to_linear(x, 1)), Bits(Reference::Decibel_to_linear(x, 1, tally)));
+  EXPECT_EQ(tally.by_mpfr, 1U);
+}
+
 TEST(KernelPath, TheBestOneIsAvailable) {
   EXPECT_TRUE(Detail::Is_available(Detail::Best_path()));
   EXPECT_TRUE(Detail::Is_available(Kernel_path::baseline));
