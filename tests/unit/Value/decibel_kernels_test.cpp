@@ -108,8 +108,9 @@ TEST_P(BothDirections, EveryFactorIsCorrectlyRoundedOnEveryPath) {
   const std::vector<float> in = Sample_of_all_floats(kJudge_is_fast ? 262145 : 4194305);
   std::vector<float> expected(in.size());
   std::vector<float> out(in.size());
-  for (const double k : {-4.0, -3.0, -2.0, -1.0, 0.0, 2.0, 3.0, 4.0, 0.37, 1 / 3.0, 1e-30, 1e-41, 1e60, 1e61, 1e-61, 1e300,
-                         -1e-320, 1.7e308, -1.7e308, static_cast<double>(kInf), static_cast<double>(kNan)}) {
+  for (const double k :
+       {-4.0, -3.0, -2.0, -1.0, 0.0, 2.0, 3.0, 4.0, 0.37, 1 / 3.0, 1e-30, 1e-41, 1e60, 1e61, 1e-61, 1e300, -1e-320,
+        1.7e308, -1.7e308, static_cast<double>(kInf), static_cast<double>(kNan)}) {
     Reference::Tally tally;
     std::ranges::transform(in, expected.begin(), [&](float x) { return GetParam().judge(x, k, tally); });
     for (const Kernel_path path : Available_paths()) {
@@ -282,21 +283,33 @@ TEST(Log10CorrectlyRounded, AgreesWithTheJudgeAroundEveryPowerOfTwoAndTen) {
   for (int power = -44; power <= 38; ++power) expect_right(static_cast<float>(std::pow(10.0, power)));
 }
 
-/// The logarithms that come closest to the middle between two floats; rounding the double logarithm gets the first wrong.
-TEST(Log10CorrectlyRounded, AgreesWithTheJudgeWhereItIsHardest) {
-  for (const float x : {0x1.fddcf4p-98f, 0x1.1727b8p-91f, 0x1.5cf1a6p-88f, 0x1.7bdb9p+12f, 0x1.9be058p+65f,
-                        0x1.0acfc8p+67f, 0x1.4d83bap+70f, 0x1.b25878p+95f}) {
+/// The bits of all floats whose result (k = 1) comes within 2^-50, relatively, of the middle between two floats: the
+/// work of the double-double arithmetic. For one of the first, 0x0efeee7a, the double logarithm rounds to the wrong float.
+constexpr std::uint32_t kHardest_logarithms[] = {
+    0x0225f259, 0x058ecd6a, 0x0a4d4ce8, 0x0ab667dd, 0x0e10c607, 0x0efeee7a, 0x10b88aec, 0x120b93dc,
+    0x1266ada7, 0x13ae78d3, 0x13b57a47, 0x15964dc5, 0x1944e975, 0x1eac122f, 0x262ca79a, 0x2846c871,
+    0x2b1b73f9, 0x2bb4e779, 0x2f149212, 0x33b5ebfc, 0x356366fb, 0x427a28e9, 0x43079cce, 0x45bdedc8,
+    0x499271d9, 0x4dff4ddc, 0x56f8c876, 0x5d610fe9, 0x5f3315a3, 0x604df02c, 0x610567e4, 0x62a6c1dd,
+    0x6307980c, 0x63bf4495, 0x63ce2f36, 0x64a97e0f, 0x65716a23, 0x65903d25, 0x6a581bf5, 0x6f592c3c,
+    0x711016a5, 0x73cb20d6, 0x7f6362e7};
+constexpr std::uint32_t kHardest_powers[] = {
+    0x368249cd, 0x375d7d67, 0x431e6f9c, 0xb4d0761c, 0xb982e720, 0xbc575ce4, 0xbc75f7f3, 0xc0cbcaa7, 0xc0cbcaa8};
+
+TEST(HardestInputs, LogarithmsAgreeWithTheJudge) {
+  for (const std::uint32_t bits : kHardest_logarithms) {
     Reference::Tally tally;
-    EXPECT_EQ(Bits(Log10_correctly_rounded(x)), Bits(Reference::Log10(x, tally))) << std::hexfloat << x;
-    EXPECT_EQ(tally.by_mpfr, 1U) << "an easy one: " << std::hexfloat << x;
+    EXPECT_EQ(Bits(Log10_correctly_rounded(From_bits(bits))), Bits(Reference::Log10(From_bits(bits), tally))) << bits;
+    EXPECT_EQ(tally.by_mpfr, 1U) << "an easy one: " << bits;
   }
 }
 
-TEST(DecibelToLinear, AgreesWithTheJudgeWhereItIsHardest) {
-  Reference::Tally tally;
-  const float x = -0x1.ebefe6p-7f;
-  EXPECT_EQ(Bits(Decibel_to_linear(x, 1)), Bits(Reference::Decibel_to_linear(x, 1, tally)));
-  EXPECT_EQ(tally.by_mpfr, 1U);
+TEST(HardestInputs, PowersAgreeWithTheJudge) {
+  for (const std::uint32_t bits : kHardest_powers) {
+    Reference::Tally tally;
+    const float x = From_bits(bits);
+    EXPECT_EQ(Bits(Decibel_to_linear(x, 1)), Bits(Reference::Decibel_to_linear(x, 1, tally))) << bits;
+    EXPECT_EQ(tally.by_mpfr, 1U) << "an easy one: " << bits;
+  }
 }
 
 TEST(KernelPath, TheBestOneIsAvailable) {
