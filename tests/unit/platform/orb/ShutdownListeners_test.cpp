@@ -54,15 +54,15 @@ TEST(ShutdownListeners, RemovingWaitsForTheOneThatRuns) {
   const long token = listeners.Add([&] {
     began.set_value();
     go_on.get_future().wait();
-    std::this_thread::sleep_for(std::chrono::milliseconds(30));  // time to notice who does not wait
     ended = true;
   });
   std::thread runner([&listeners] { listeners.Run(); });
   began.get_future().wait();
-  std::thread releaser([&go_on] { go_on.set_value(); });
-  listeners.Remove(token);
+  auto removal = std::async(std::launch::async, [&] { listeners.Remove(token); });
+  EXPECT_EQ(removal.wait_for(std::chrono::milliseconds(30)), std::future_status::timeout) << "the listener still runs";
+  go_on.set_value();
+  removal.get();
   EXPECT_TRUE(ended);
-  releaser.join();
   runner.join();
 }
 

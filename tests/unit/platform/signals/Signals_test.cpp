@@ -122,15 +122,15 @@ TEST_F(Signals_in_a_process, ClearingTheHandlerWaitsForOneThatRuns) {
         Signals::SetHandler([&] {
           began.set_value();
           go_on.get_future().wait();
-          std::this_thread::sleep_for(std::chrono::milliseconds(30));  // time to notice who does not wait
           ended = true;
         });
         kill(getpid(), SIGTERM);
         began.get_future().wait();
-        std::thread releaser([&go_on] { go_on.set_value(); });
-        Signals::SetHandler({});
+        auto clearing = std::async(std::launch::async, [] { Signals::SetHandler({}); });
+        if (clearing.wait_for(std::chrono::milliseconds(30)) != std::future_status::timeout) Say("did not wait");
+        go_on.set_value();
+        clearing.get();
         Say(ended ? "ended" : "still running");
-        releaser.join();
         _exit(0);
       },
       testing::ExitedWithCode(0), "^ended\n$");
