@@ -20,10 +20,15 @@ class ItemNamer {
   /// The topic of an item: "PREFIX/ITEM".
   std::string DDS_Topic(const std::string& item) const;
 
+  /// The registered name of the engine that publishes on a topic, "PROBE/1" for "PROBE/1/WAKEUP"; empty for a topic without prefix.
+  static std::string EngineOf(const std::string& topic);
+
  private:
+  bool WasGiven(const std::string& item) const REQUIRES(mutex_);
+
   const std::string prefix_;
-  Lumenar::Mutex mutex_;
-  std::map<std::string, unsigned long> used_ GUARDED_BY(mutex_);
+  mutable Lumenar::Mutex mutex_;
+  std::map<std::string, unsigned long> asked_ GUARDED_BY(mutex_);  ///< names asked for, with the last number of each
 };
 
 }  // namespace Corvanta

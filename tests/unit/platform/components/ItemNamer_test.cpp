@@ -1,6 +1,7 @@
 #include "platform/components/ItemNamer.h"
 
 #include <gmock/gmock.h>
+#include <malloc.h>
 
 #include <barrier>
 #include <set>
@@ -28,6 +29,9 @@ TEST(ItemNamer, NeverGivesANameThatSomebodyAskedFor) {
       {{"A", "A.2", "A"}, {"A", "A.2", "A.3"}},
       {{"A.2", "A", "A"}, {"A.2", "A", "A.3"}},
       {{"A", "A", "A.2"}, {"A", "A.2", "A.2.2"}},
+      {{"A", "A", "A.2", "A.2"}, {"A", "A.2", "A.2.2", "A.2.3"}},
+      {{"A", "A", "A.02", "A.3", "A"}, {"A", "A.2", "A.02", "A.3", "A.4"}},
+      {{"A", "A", "A.2x", "A.", "A.99999999999999999999"}, {"A", "A.2", "A.2x", "A.", "A.99999999999999999999"}},
       {{"", "", ""}, {"", ".2", ".3"}},
   };
   for (const Row& row : rows) {
@@ -38,9 +42,23 @@ TEST(ItemNamer, NeverGivesANameThatSomebodyAskedFor) {
   }
 }
 
+TEST(ItemNamer, ObjectsThatComeAndGoLeaveNothingBehind) {
+  ItemNamer namer("P/1");
+  const std::size_t before = mallinfo2().uordblks;
+  for (int i = 0; i < 100000; ++i) namer.Add("RESULT");
+  EXPECT_LT(mallinfo2().uordblks - before, 10000u);
+}
+
 TEST(ItemNamer, TopicIsPrefixAndItem) {
   EXPECT_EQ(ItemNamer("MATHFACTORY/1").DDS_Topic("RESULT.2"), "MATHFACTORY/1/RESULT.2");
   EXPECT_EQ(ItemNamer("").DDS_Topic("MATHFACTORY/1"), "MATHFACTORY/1");
+}
+
+TEST(ItemNamer_, ATopicTellsItsEngine) {
+  EXPECT_EQ(ItemNamer::EngineOf("PROBE/1/WAKEUP"), "PROBE/1");
+  EXPECT_EQ(ItemNamer::EngineOf("MATHFACTORY/12/RESULT.2"), "MATHFACTORY/12");
+  EXPECT_EQ(ItemNamer::EngineOf("RESULT"), "");
+  EXPECT_EQ(ItemNamer::EngineOf(""), "");
 }
 
 TEST(ItemNamer, NamesGivenByManyThreadsAreDistinct) {
