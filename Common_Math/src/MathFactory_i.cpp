@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Common_Math/src/Builders.h"
+#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 
 namespace Lumenar {
@@ -69,7 +70,8 @@ MathFactory_i::MathFactory_i(GUI_AbleRegistration& registration, Corvanta::ORB_w
       registration_(registration),
       orb_(orb),
       type_(namer_, registration_, "TYPE", 0, gate_->Guard([this](const int& value) { TypeCallback(value); }),
-            TypeElements()) {
+            TypeElements()),
+      input_engines_(*orb) {
   gate_->Open();
 }
 
@@ -81,6 +83,7 @@ Math_ptr MathFactory_i::CreateMath(const ReadingAttribSeq& attribs) {
     const boost::shared_ptr<MathBase> object = Build(attribs);
     object->Activate();
     Register(object);
+    WatchInputs(object->Id(), attribs);
     return object->Reference();
   } catch (...) {
     ReportAsSystemException();
@@ -100,6 +103,22 @@ void MathFactory_i::Register(const boost::shared_ptr<MathBase>& object) {
   Lock lock(mutex_);
   if (closed_) throw CORBA::OBJECT_NOT_EXIST();  // the factory went while the object was built; so does the object
   registry_[object->Id()] = object;
+}
+
+// An object whose inputs are not watched works all the same, so that nothing here fails its creation.
+void MathFactory_i::WatchInputs(CORBA::Long id, const ReadingAttribSeq& attribs) noexcept {
+  try {
+    for (CORBA::ULong i = 0; i < attribs.length(); ++i) {
+      const CORBA::String_var topic = attribs[i]->DDS_Value();
+      const std::string engine = Corvanta::ItemNamer::EngineOf(topic.in());
+      if (!engine.empty() && engine != orb_->EngineName()) input_engines_.Add(id, engine, attribs[i]);
+    }
+    if (!Find(id)) input_engines_.Forget(id);  // deleted meanwhile
+  } catch (const CORBA::Exception& error) {
+    WriteError("input not watched: " + CorbaText(error));
+  } catch (const std::exception& failure) {
+    WriteError(std::string("input not watched: ") + failure.what());
+  }
 }
 
 boost::shared_ptr<MathBase> MathFactory_i::Find(CORBA::Long id) {
@@ -124,6 +143,7 @@ void MathFactory_i::DeleteMath(CORBA::Long id) {
     object.swap(found->second);
     registry_.erase(found);
   }
+  input_engines_.Forget(id);
   orb_->DeactivateObject(object.get());
 }
 
@@ -152,6 +172,7 @@ void MathFactory_i::Close() noexcept {
     closed_ = true;
     dropped.swap(registry_);
   }
+  input_engines_.End();
   dropped.clear();
   type_.Close();
 }

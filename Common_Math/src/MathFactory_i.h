@@ -11,6 +11,7 @@
 #include "platform/components/ItemNamer.h"
 #include "platform/components/attributes/EngineAttribEnum_i.h"
 #include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/PeerWatch.h"
 #include "platform/orb/UpcallGate.h"
 
 namespace Lumenar {
@@ -47,6 +48,9 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces {
 
   boost::shared_ptr<MathBase> Build(const Corvanta::MathFactory::ReadingAttribSeq& attribs);
   void Register(const boost::shared_ptr<MathBase>& object);
+
+  /// Has the engines watched whose readings are inputs of an object.
+  void WatchInputs(CORBA::Long id, const Corvanta::MathFactory::ReadingAttribSeq& attribs) noexcept;
   boost::shared_ptr<MathBase> Find(CORBA::Long id);
 
   static Corvanta::ItemNamer& InstanceNamer();
@@ -59,6 +63,7 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces {
   GUI_AbleRegistration& registration_;
   Corvanta::ORB_wrapper* const orb_;
   Corvanta::EngineAttribEnum_i type_;
+  Corvanta::PeerWatch input_engines_;  ///< keyed by the id of the math object
   Mutex mutex_;
   Registry registry_ GUARDED_BY(mutex_);
   bool closed_ GUARDED_BY(mutex_) = false;

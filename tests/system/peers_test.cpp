@@ -46,6 +46,48 @@ TEST_F(Peers, AReadingWhoseProcessIsGoneIsRefusedWithTheOrbsException) {
   EXPECT_TRUE(engine_.IsRunning());
 }
 
+TEST_F(Peers, AKilledInputProcessIsNotedOnceAndItsReturnBringsTheSamplesBack) {
+  Process& probe = platform_.StartEngine("probe");
+  Corvanta::MathFactory::ReadingAttribSeq inputs;
+  inputs.length(1);
+  inputs[0] = FirstItemOf(bench_.Orb(), "PROBE/1");
+  ASSERT_FALSE(CORBA::is_nil(inputs[0]));
+  Corvanta::MathFactory::Math_var peak = Create(Peak, inputs);
+  Corvanta::MathFactory::Math_var average = Create(Average, inputs);
+  probe.Signal(SIGKILL);
+  probe.WaitForExit();
+  ASSERT_TRUE(WaitUntil([&] { return CountLines(engine_.Error(), "engine PROBE/1, which supplies inputs, is away: ") == 1; }))
+      << engine_.Error();
+  EXPECT_GT(TraceResult(peak).samples.length(), 0u);
+
+  Watcher<BT_DATA> results(ResultTopic(peak));
+  platform_.StartEngine("probe");
+  EXPECT_TRUE(WaitUntil([&] { return CountLines(engine_.Error(), "engine PROBE/1, which supplies inputs, is back\n") == 1; }))
+      << engine_.Error();
+  EXPECT_FALSE(results.WaitFor(1).empty()) << "the new process publishes on the same topics";
+  EXPECT_EQ(CountLines(engine_.Error(), "\n"), 2u) << engine_.Error();
+}
+
+TEST_F(Peers, AnEngineIsWatchedNoLongerThanAMathObjectNeedsIt) {
+  Process& probe = platform_.StartEngine("probe");
+  Process& other = platform_.StartEngine("sim", {{"SIM_READINGS", "trace:T:points=16:rate=0"}});
+  Corvanta::MathFactory::ReadingAttribSeq inputs;
+  inputs.length(1);
+  inputs[0] = FirstItemOf(bench_.Orb(), "PROBE/1");
+  Corvanta::MathFactory::Math_var deleted = Create(Peak, inputs);
+  inputs[0] = FirstItemOf(bench_.Orb(), "SIM/1");
+  ASSERT_FALSE(CORBA::is_nil(inputs[0]));
+  Corvanta::MathFactory::Math_var kept = Create(Peak, inputs);
+  factory_->DeleteMath(deleted->GetId());
+  for (Process* process : {&probe, &other}) {
+    process->Signal(SIGKILL);
+    process->WaitForExit();
+  }
+  EXPECT_TRUE(WaitUntil([&] { return CountLines(engine_.Error(), "engine SIM/1, which supplies inputs, is away: ") == 1; }))
+      << engine_.Error();
+  EXPECT_EQ(CountLines(engine_.Error(), "PROBE/1"), 0u) << engine_.Error();
+}
+
 TEST_F(Peers, AKilledSubscriberOfAResultDisturbsNobody) {
   ScalarInput input(bench_, "INPUT", ScalarOf(1, C_Watts));
   Corvanta::MathFactory::Math_var math = Create(Peak, Inputs(input));

@@ -1,0 +1,159 @@
+#include "platform/orb/PeerWatch.h"
+
+#include <fmt/format.h>
+
+#include <sstream>
+
+#include "platform/base/CorbaText.h"
+#include "platform/base/Diagnostic.h"
+
+namespace Corvanta {
+namespace {
+
+using Lumenar::Lock;
+
+constexpr std::chrono::milliseconds kAnswerLimit{1000};
+constexpr unsigned kMissesOfOneThatHangs = 2;
+
+/// Where an engine is bound in the naming service.
+std::vector<std::string> NamingPath(const std::string& engine) {
+  std::vector<std::string> path{"Lumenar", "local"};
+  std::istringstream text(engine);
+  for (std::string component; std::getline(text, component, '/');) path.push_back(component);
+  return path;
+}
+
+/// Returns when the object's process answers, be it that the object is gone.
+/// Errors   CORBA system exceptions: nobody answers there.
+void RequireAnswer(CORBA::Object_ptr object) {
+  try {
+    static_cast<void>(object->_non_existent());
+  } catch (const CORBA::OBJECT_NOT_EXIST&) {
+  }
+}
+
+}  // namespace
+
+PeerWatch::PeerWatch(ORB_wrapper_base& orb, std::chrono::milliseconds period) : orb_(orb), period_(period) {
+  listener_ = orb_.AddShutdownListener([this] { End(); });
+}
+
+PeerWatch::~PeerWatch() {
+  orb_.RemoveShutdownListener(listener_);
+  End();
+}
+
+void PeerWatch::Add(Key key, const std::string& engine, CORBA::Object_ptr object) {
+  // A reference of its own: the time limit of the looks is not to touch other calls through the caller's.
+  const CORBA::String_var text = orb_.Orb()->object_to_string(object);
+  CORBA::Object_var own = orb_.Orb()->string_to_object(text);
+  ORB_base::SetCallTimeout(own, kAnswerLimit);
+  Lock lock(mutex_);
+  if (ended_) return;
+  Peer& peer = peers_[engine];
+  peer.keys.insert(key);
+  peer.object = own;
+  if (!thread_.joinable()) thread_ = std::thread([this] { Run(); });
+}
+
+void PeerWatch::Forget(Key key) noexcept {
+  Lock lock(mutex_);
+  for (auto peer = peers_.begin(); peer != peers_.end();) {
+    peer->second.keys.erase(key);
+    peer = peer->second.keys.empty() ? peers_.erase(peer) : std::next(peer);
+  }
+}
+
+void PeerWatch::End() noexcept {
+  std::thread thread;
+  {
+    Lock lock(mutex_);
+    ended_ = true;
+    peers_.clear();
+    thread.swap(thread_);
+  }
+  changed_.NotifyAll();
+  if (thread.joinable()) thread.join();
+}
+
+std::size_t PeerWatch::Size() const {
+  Lock lock(mutex_);
+  return peers_.size();
+}
+
+void PeerWatch::Run() {
+  while (WaitForNextRound()) {
+    std::map<std::string, CORBA::Object_var> round;
+    {
+      Lock lock(mutex_);
+      for (const auto& [engine, peer] : peers_) round[engine] = peer.object;
+    }
+    for (const auto& [engine, object] : round) Look(engine, object);
+  }
+}
+
+/// False when the watch has ended.
+bool PeerWatch::WaitForNextRound() {
+  Lock lock(mutex_);
+  const auto due = std::chrono::steady_clock::now() + period_;
+  for (auto now = std::chrono::steady_clock::now(); !ended_ && now < due; now = std::chrono::steady_clock::now()) {
+    changed_.WaitFor(mutex_, due - now);
+  }
+  return !ended_;
+}
+
+void PeerWatch::Look(const std::string& engine, CORBA::Object_ptr object) {
+  try {
+    CORBA::Object_var answering = Reach(engine, object);
+    Answered(engine, answering);
+  } catch (const CORBA::Exception& error) {
+    Missed(engine, error);
+  } catch (const std::exception& failure) {  // out of memory, say; the next round looks again
+    Lumenar::WriteError(fmt::format("watch of engine {}: {}", engine, failure.what()));
+  }
+}
+
+/// An object of the engine that answered just now: `object`, or what stands under the engine's name since it was started again.
+/// Errors   CORBA system exceptions; CosNaming::NamingContext::NotFound.
+CORBA::Object_ptr PeerWatch::Reach(const std::string& engine, CORBA::Object_ptr object) {
+  try {
+    RequireAnswer(object);
+    return CORBA::Object::_duplicate(object);
+  } catch (const CORBA::TIMEOUT&) {  // it is there, but hangs: nobody else has its name
+    throw;
+  } catch (const CORBA::SystemException&) {
+  }
+  CORBA::Object_var successor = orb_.Resolve(NamingPath(engine));
+  ORB_base::SetCallTimeout(successor, kAnswerLimit);
+  RequireAnswer(successor);
+  return successor._retn();
+}
+
+void PeerWatch::Answered(const std::string& engine, CORBA::Object_ptr object) {
+  bool was_away = false;
+  {
+    Lock lock(mutex_);
+    const auto found = peers_.find(engine);
+    if (found == peers_.end()) return;
+    Peer& peer = found->second;
+    std::swap(was_away, peer.away);
+    peer.missed = 0;
+    peer.object = CORBA::Object::_duplicate(object);
+  }
+  if (was_away) Lumenar::WriteError(fmt::format("engine {}, which supplies inputs, is back", engine));
+}
+
+void PeerWatch::Missed(const std::string& engine, const CORBA::Exception& error) {
+  const bool hangs = CORBA::TIMEOUT::_downcast(&error) != nullptr;
+  {
+    Lock lock(mutex_);
+    const auto found = peers_.find(engine);
+    if (found == peers_.end()) return;
+    Peer& peer = found->second;
+    if (++peer.missed < (hangs ? kMissesOfOneThatHangs : 1) || peer.away) return;
+    peer.away = true;
+  }
+  Lumenar::WriteError(fmt::format("engine {}, which supplies inputs, is away: {}", engine, Lumenar::CorbaText(error)));
+}
+
+}  // namespace Corvanta

@@ -1,0 +1,145 @@
+#include "platform/orb/PeerWatch.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+#include "tests/support/IsolatedPlatform.h"
+
+namespace Corvanta {
+namespace {
+
+using Lumenar::Test::IsolatedPlatform;
+using Lumenar::Test::Process;
+using Lumenar::Test::WaitUntil;
+using testing::HasSubstr;
+using testing::Not;
+
+IsolatedPlatform::Options NamingOnly() {
+  IsolatedPlatform::Options options;
+  options.topic_manager = false;
+  options.hw_enumeration = false;
+  return options;
+}
+
+std::size_t Count(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
+/// The watching process is the test itself; what it writes to standard error is caught.
+class PeerWatch_ : public testing::Test {
+ protected:
+  PeerWatch_() : platform_(NamingOnly()) {
+    platform_.UseInThisProcess();
+    orb_ = std::make_unique<ORB_wrapper>("WATCHER", "Lumenar/local");
+    watch_ = std::make_unique<PeerWatch>(*orb_, std::chrono::milliseconds(100));
+    testing::internal::CaptureStderr();
+  }
+
+  ~PeerWatch_() override {
+    watch_.reset();
+    static_cast<void>(testing::internal::GetCapturedStderr());
+  }
+
+  std::unique_ptr<Process> StartPeer(const char* expected_name = "PEER/1") {
+    auto peer = platform_.Start("orb_test_engine", {"PEER", "run"});
+    EXPECT_TRUE(peer->WaitForLine(std::string("is ") + expected_name)) << peer->Error();
+    return peer;
+  }
+
+  CORBA::Object_ptr Reference(const char* instance = "1") { return orb_->Resolve({"Lumenar", "local", "PEER", instance}); }
+
+  /// All that was written so far.
+  const std::string& Lines() {
+    written_ += testing::internal::GetCapturedStderr();
+    testing::internal::CaptureStderr();
+    return written_;
+  }
+
+  bool WaitForLines(const std::string& part, std::size_t count) {
+    return WaitUntil([&] { return Count(Lines(), part) >= count; });
+  }
+
+  static void Kill(Process& process) {
+    process.Signal(SIGKILL);
+    process.WaitForExit();
+  }
+
+  IsolatedPlatform platform_;
+  std::unique_ptr<ORB_wrapper> orb_;
+  std::unique_ptr<PeerWatch> watch_;
+  std::string written_;
+};
+
+TEST_F(PeerWatch_, AKilledEngineIsSaidOnceAndSoIsItsSuccessorOfTheSameName) {
+  auto peer = StartPeer();
+  watch_->Add(1, "PEER/1", CORBA::Object_var(Reference()));
+  watch_->Add(2, "PEER/1", CORBA::Object_var(Reference()));
+  EXPECT_EQ(watch_->Size(), 1u);
+  Kill(*peer);
+  ASSERT_TRUE(WaitForLines("engine PEER/1, which supplies inputs, is away: ", 1)) << Lines();
+  peer = StartPeer();
+  ASSERT_TRUE(WaitForLines("engine PEER/1, which supplies inputs, is back\n", 1)) << Lines();
+  Kill(*peer);
+  ASSERT_TRUE(WaitForLines("is away", 2)) << "the successor is watched in its turn";
+  EXPECT_EQ(Count(Lines(), "\n"), 3u) << Lines();
+}
+
+TEST_F(PeerWatch_, AnEngineThatHangsIsAwayUntilItGoesOn) {
+  auto peer = StartPeer();
+  watch_->Add(1, "PEER/1", CORBA::Object_var(Reference()));
+  peer->Signal(SIGSTOP);
+  ASSERT_TRUE(WaitForLines("is away: ", 1));
+  EXPECT_THAT(Lines(), HasSubstr("TIMEOUT"));
+  peer->Signal(SIGCONT);
+  EXPECT_TRUE(WaitForLines("is back", 1));
+  EXPECT_EQ(Count(Lines(), "\n"), 2u) << Lines();
+}
+
+TEST_F(PeerWatch_, AnEngineIsWatchedUntilItsLastKeyIsForgotten) {
+  auto watched = StartPeer();
+  auto forgotten = StartPeer("PEER/2");
+  watch_->Add(1, "PEER/1", CORBA::Object_var(Reference()));
+  watch_->Add(2, "PEER/1", CORBA::Object_var(Reference()));
+  watch_->Add(2, "PEER/2", CORBA::Object_var(Reference("2")));
+  watch_->Forget(2);
+  EXPECT_EQ(watch_->Size(), 1u);
+  Kill(*forgotten);
+  Kill(*watched);
+  ASSERT_TRUE(WaitForLines("PEER/1", 1));
+  EXPECT_THAT(Lines(), Not(HasSubstr("PEER/2")));
+  watch_->Forget(1);
+  EXPECT_EQ(watch_->Size(), 0u);
+}
+
+TEST_F(PeerWatch_, AnObjectThatIsGoneInALivingEngineIsNoLoss) {
+  auto peer = StartPeer();
+  auto second = StartPeer("PEER/2");
+  CORBA::Object_var object = Reference();
+  CORBA::String_var text = orb_->Orb()->object_to_string(object);
+  std::string changed = text.in();
+  // The object key stands at the end of the reference's profile; another digit in it names an object that is not there.
+  changed[changed.size() - 1] = changed.back() == '0' ? '1' : '0';
+  CORBA::Object_var missing = orb_->Orb()->string_to_object(changed.c_str());
+  watch_->Add(1, "PEER/1", missing);
+  watch_->Add(1, "PEER/2", CORBA::Object_var(Reference("2")));
+  Kill(*second);
+  ASSERT_TRUE(WaitForLines("PEER/2", 1)) << "a round has passed";
+  EXPECT_THAT(Lines(), Not(HasSubstr("PEER/1")));
+}
+
+TEST_F(PeerWatch_, EndsWithTheOrbAndTakesNoMoreThen) {
+  auto peer = StartPeer();
+  CORBA::Object_var object = Reference();
+  watch_->Add(1, "PEER/1", object);
+  orb_->Shutdown();
+  EXPECT_EQ(watch_->Size(), 0u);
+  watch_->End();
+  EXPECT_EQ(Lines(), "");
+}
+
+}  // namespace
+}  // namespace Corvanta
