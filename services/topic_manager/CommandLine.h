@@ -11,7 +11,8 @@ struct CommandLine {
   std::optional<StateFile> state_file;
   std::size_t queue = 1000;
   std::optional<std::chrono::milliseconds> stall_limit;  ///< else the time limit of calls
-  std::size_t topics = 100000;
+  std::chrono::seconds silence_limit{600};
+  std::size_t topics = 10000;
 
   /// Errors   none: false when the program has to end with `exit_code` (help was asked for, or an argument is wrong).
   bool Read(int argc, const char* const* argv, int& exit_code);

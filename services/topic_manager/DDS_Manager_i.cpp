@@ -25,7 +25,11 @@ void CheckTopic(const char* topic) {
 }
 
 const char* ReasonText(Lumenar::Outcome reason) {
-  return reason == Lumenar::Outcome::Gone ? "it no longer exists" : "it cannot be reached";
+  switch (reason) {
+    case Lumenar::Outcome::Gone: return "it no longer exists";
+    case Lumenar::Outcome::TimedOut: return "it has not answered for too long";
+    default: return "it cannot be reached";
+  }
 }
 
 }  // namespace

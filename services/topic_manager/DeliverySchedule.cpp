@@ -114,8 +114,8 @@ DeliverySchedule::Delivery DeliverySchedule::Begin(const SubscriptionPtr& subscr
   return {subscription, subscription->queue.Pop(), now};
 }
 
-bool DeliverySchedule::Finish(const Delivery& delivery, Outcome outcome, SteadyTime now,
-                              std::vector<SamplePtr>& freed) {
+std::vector<SubscriptionPtr> DeliverySchedule::Finish(const Delivery& delivery, Outcome outcome, SteadyTime now,
+                                                      std::vector<SamplePtr>& freed) {
   const EndpointPtr& endpoint = delivery.subscription->endpoint;
   endpoint->in_flight.erase(endpoint->in_flight.find(delivery.begun));
   in_flight_.erase(in_flight_.find(delivery.begun));
@@ -124,10 +124,26 @@ bool DeliverySchedule::Finish(const Delivery& delivery, Outcome outcome, SteadyT
   } else {
     EndpointAnswered(endpoint, outcome, now);
   }
-  if (delivery.subscription->place == Place::Removed) return false;
-  if (!Settle(delivery, outcome, now, freed)) return false;
-  Remove(delivery.subscription->handle, freed);
-  return true;
+  const std::vector<SubscriptionPtr> lost = Lost(delivery, outcome, now, freed);
+  for (const SubscriptionPtr& subscription : lost) Remove(subscription->handle, freed);
+  return lost;
+}
+
+/// The subscriptions whose subscriber has to be given up: that of the delivery, or all of a process that was silent for
+/// too long.
+std::vector<SubscriptionPtr> DeliverySchedule::Lost(const Delivery& delivery, Outcome outcome, SteadyTime now,
+                                                    std::vector<SamplePtr>& freed) {
+  const Endpoint* endpoint = delivery.subscription->endpoint.get();
+  std::vector<SubscriptionPtr> lost;
+  if (delivery.subscription->place != Place::Removed && Settle(delivery, outcome, now, freed)) {
+    lost.push_back(delivery.subscription);
+  }
+  if (!endpoint->silent_since || now - *endpoint->silent_since < limits_.silence_limit) return lost;
+  lost.clear();
+  for (const auto& [handle, subscription] : subscriptions_) {
+    if (subscription->endpoint.get() == endpoint) lost.push_back(subscription);
+  }
+  return lost;
 }
 
 /// What the outcome means for the subscription itself; true when it has to be dropped.
@@ -144,11 +160,14 @@ bool DeliverySchedule::Settle(const Delivery& delivery, Outcome outcome, SteadyT
       ++subscription.dropped;
       subscription.stalled = true;
       subscription.unreachable_since.reset();
+      if (!subscription.silent_since) subscription.silent_since = delivery.begun;
+      if (now - *subscription.silent_since >= limits_.silence_limit) return true;
       Pause(delivery.subscription, now + subscription.backoff.Next(limits_.first_pause, limits_.longest_pause));
       return false;
     case Outcome::Delivered:
       ++subscription.delivered;
       subscription.stalled = false;
+      subscription.silent_since.reset();
       subscription.unreachable_since.reset();
       subscription.backoff.Reset();
       subscription.place = Place::Idle;
@@ -161,6 +180,7 @@ bool DeliverySchedule::Settle(const Delivery& delivery, Outcome outcome, SteadyT
 bool DeliverySchedule::SettleUnreachable(const Delivery& delivery, Outcome outcome, SteadyTime now,
                                          std::vector<SamplePtr>& freed) {
   Subscription& subscription = *delivery.subscription;
+  subscription.silent_since.reset();
   if (outcome == Outcome::Interrupted) {
     ++subscription.dropped;
   } else {
@@ -195,6 +215,7 @@ void DeliverySchedule::EndpointTimedOut(const EndpointPtr& endpoint, const Deliv
     return;
   }
   endpoint->stalled = true;
+  if (!endpoint->silent_since) endpoint->silent_since = delivery.begun;
   if (!endpoint->held || was_probe) {
     Hold(endpoint, now + endpoint->backoff.Next(limits_.first_pause, limits_.longest_pause));
   }
@@ -210,6 +231,7 @@ void DeliverySchedule::Hold(const EndpointPtr& endpoint, SteadyTime until) {
 
 void DeliverySchedule::Release(const EndpointPtr& endpoint) {
   endpoint->held = endpoint->stalled = endpoint->probe_due = false;
+  endpoint->silent_since.reset();
   endpoint->probe = nullptr;
   endpoint->backoff.Reset();
   for (const SubscriptionPtr& subscription : endpoint->parked) {

@@ -14,7 +14,8 @@ namespace Lumenar {
 /// time limit loses that sample and pauses, 0.1 s doubling to 2 s. When nothing of its process answered meanwhile, the
 /// whole process is held and tried by one subscription at a time; the same, sooner, when several deliveries to a
 /// process are stuck, so that a stopped process does not occupy a worker for each of its subscriptions. A subscriber
-/// that cannot be reached is tried for 3 s and then dropped; one that no longer exists, at once.
+/// that cannot be reached is tried for 3 s and then dropped; one that no longer exists, at once; one that never answers
+/// (its machine was switched off, say), after 10 minutes, with all others of its process.
 /// Threads   the caller's lock.
 class DeliverySchedule {
  public:
@@ -26,6 +27,7 @@ class DeliverySchedule {
     std::chrono::milliseconds first_pause{100};
     std::chrono::milliseconds longest_pause{2000};
     std::chrono::milliseconds unreachable_limit{3000};  ///< then an unreachable subscriber is dropped
+    std::chrono::milliseconds silence_limit{600000};    ///< then one that does not answer is dropped
   };
 
   struct Delivery {
@@ -47,8 +49,9 @@ class DeliverySchedule {
   /// The next delivery, which has then begun; nothing when no subscription is ready.
   std::optional<Delivery> Next(SteadyTime now);
 
-  /// Ends a delivery. True when the subscription has to be dropped for it; it is removed then.
-  bool Finish(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed);
+  /// Ends a delivery. The subscriptions that are dropped for it; they are removed.
+  std::vector<SubscriptionPtr> Finish(const Delivery& delivery, Outcome outcome, SteadyTime now,
+                                      std::vector<SamplePtr>& freed);
 
   /// Wakes what waits for a moment up to `now`.
   void Advance(SteadyTime now);
@@ -79,6 +82,8 @@ class DeliverySchedule {
   void Hold(const EndpointPtr& endpoint, SteadyTime until);
   void Release(const EndpointPtr& endpoint);
   void Probe(const EndpointPtr& endpoint);
+  std::vector<SubscriptionPtr> Lost(const Delivery& delivery, Outcome outcome, SteadyTime now,
+                                    std::vector<SamplePtr>& freed);
   bool Settle(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed);
   bool SettleUnreachable(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed);
 

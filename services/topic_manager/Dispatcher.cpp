@@ -133,15 +133,16 @@ void Dispatcher::EndWorker() {
 }
 
 void Dispatcher::Finish(const Delivery& delivery, Outcome outcome) {
-  bool dropped = false;
+  std::vector<SubscriptionPtr> dropped;
   std::vector<SamplePtr> freed;  // destroyed after the lock is released
   {
     Lock lock(mutex_);
     dropped = schedule_.Finish(delivery, outcome, Now(), freed);
     Wake();
   }
-  const Subscription& subscription = *delivery.subscription;
-  if (dropped) on_dropped_(subscription.handle, subscription.topic, subscription.endpoint->address, outcome);
+  for (const SubscriptionPtr& subscription : dropped) {
+    on_dropped_(subscription->handle, subscription->topic, subscription->endpoint->address, outcome);
+  }
 }
 
 /// The one thread that watches the clock: ends pauses, starts workers, joins those that ended.

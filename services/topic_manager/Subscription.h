@@ -57,6 +57,7 @@ struct Endpoint {
   SteadyTime last_answer{};
   bool held = false;
   bool stalled = false;    ///< held because a delivery ran into its time limit
+  std::optional<SteadyTime> silent_since;  ///< the first of the deliveries that nothing has answered since
   SteadyTime held_until{};
   bool probe_due = false;  ///< the pause is over, and nobody was parked to try
   const Subscription* probe = nullptr;
@@ -92,6 +93,7 @@ struct Subscription {
   Place place = Place::Idle;
   bool stalled = false;
   Backoff backoff;
+  std::optional<SteadyTime> silent_since;
   std::optional<SteadyTime> unreachable_since;
   std::uint64_t delivered = 0;
   std::uint64_t dropped = 0;

@@ -16,8 +16,8 @@ namespace Lumenar {
 class TopicTable {
  public:
   struct Limits {
-    std::size_t topics = 100000;
-    std::size_t bytes = 512u << 20;  ///< of last samples
+    std::size_t topics = 10000;
+    std::size_t bytes = 128u << 20;  ///< of last samples
   };
 
   struct Status {

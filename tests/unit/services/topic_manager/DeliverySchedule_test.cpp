@@ -35,7 +35,7 @@ class Schedule : public testing::Test {
     return *delivery;
   }
   bool Finish(const DeliverySchedule::Delivery& delivery, Outcome outcome) {
-    return schedule_.Finish(delivery, outcome, now_, freed_);
+    return !schedule_.Finish(delivery, outcome, now_, freed_).empty();
   }
 
   /// The handles that may be delivered to now, all begun.
@@ -280,6 +280,69 @@ TEST_F(Schedule, AKilledProcessIsReleasedAfterItWasHeld) {
   now_ += 100ms;
   Finish(MustNext(), Outcome::Unreachable);
   EXPECT_THAT(BeginAll(), ElementsAre(3)) << "each finds out by itself, at once";
+}
+
+TEST_F(Schedule, ASilentProcessIsDroppedWithAllItsSubscriptions) {
+  for (long handle = 1; handle <= 3; ++handle) Add(handle);
+  Add(4, "host:2");
+  const SteadyTime begin = now_;
+  std::vector<SubscriptionPtr> dropped;
+  while (dropped.empty() && now_ - begin < 1h) {
+    Publish(10);
+    std::vector<DeliverySchedule::Delivery> silent;
+    while (const auto delivery = Next()) {
+      if (delivery->subscription->handle == 4) {
+        Finish(*delivery, Outcome::Delivered);
+      } else {
+        silent.push_back(*delivery);
+      }
+    }
+    now_ += 5s;
+    for (const auto& delivery : silent) {
+      if (dropped.empty()) dropped = schedule_.Finish(delivery, Outcome::TimedOut, now_, freed_);
+    }
+  }
+  EXPECT_GE(now_ - begin, 600s);
+  EXPECT_LE(now_ - begin, 610s);
+  EXPECT_EQ(dropped.size(), 3u);
+  ASSERT_EQ(schedule_.Subscriptions().size(), 1u) << "the other process stays";
+  EXPECT_EQ(schedule_.Subscriptions().count(4), 1u);
+}
+
+TEST_F(Schedule, ASilentSubscriberOfAProcessThatAnswersIsDroppedAlone) {
+  Add(1, "host:1", "A");
+  Add(2, "host:1", "B");
+  const SteadyTime begin = now_;
+  for (bool dropped = false; !dropped && now_ - begin < 1h;) {
+    Publish(10, "A");
+    const auto hung = MustNext();
+    Publish(20, "B");
+    now_ += 1ms;
+    Finish(MustNext(), Outcome::Delivered);
+    now_ += 5s;
+    dropped = Finish(hung, Outcome::TimedOut);
+    now_ += 2s;
+  }
+  EXPECT_GE(now_ - begin, 600s);
+  EXPECT_LT(now_ - begin, 620s);
+  EXPECT_EQ(schedule_.Subscriptions().count(1), 0u);
+  EXPECT_EQ(schedule_.Subscriptions().count(2), 1u);
+}
+
+TEST_F(Schedule, AnAnswerEndsTheSilence) {
+  Add(1);
+  Publish(10);
+  Publish(11);
+  Publish(12);
+  now_ += 1ms;
+  const auto first = MustNext();
+  now_ += 599s;
+  EXPECT_FALSE(Finish(first, Outcome::TimedOut));
+  now_ += 100ms;
+  Finish(MustNext(), Outcome::Delivered);
+  const auto last = MustNext();
+  now_ += 599s;
+  EXPECT_FALSE(Finish(last, Outcome::TimedOut));
 }
 
 }  // namespace

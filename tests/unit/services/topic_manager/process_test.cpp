@@ -134,6 +134,21 @@ TEST_F(TopicManager, AKilledSubscriberIsDropped) {
   EXPECT_THAT(platform_.TopicManager().Out(), HasSubstr("dropped: it cannot be reached"));
 }
 
+TEST_F(TopicManager, AStoppedProcessIsDroppedWhenItsSilenceLastsTooLong) {
+  platform_.KillTopicManager();
+  const auto manager = platform_.Start("topic_manager", {"--stall-limit", "100", "--silence-limit", "1"});
+  ASSERT_TRUE(manager->WaitForLine("topic_manager ready"));
+  std::vector<CORBA::Long> handles;
+  const auto stopped = StartSubscriber("T", 3, handles);
+  stopped->Signal(SIGSTOP);
+  int value = 0;
+  EXPECT_TRUE(WaitUntil([&] {
+    Publish("T", value++);
+    return StatusOf(handles[0]).handle == 0 && StatusOf(handles[1]).handle == 0 && StatusOf(handles[2]).handle == 0;
+  }));
+  EXPECT_THAT(manager->Out(), HasSubstr("dropped: it has not answered for too long"));
+}
+
 TEST_F(TopicManager, ASubscriberThatNoLongerExistsIsDroppedAtOnce) {
   TestSubscriberVar subscriber(new TestSubscriber);
   const auto handle = Subscribe("T", subscriber.in());
