@@ -8,6 +8,7 @@
 #include "GuiAble.hh"
 #include "platform/base/InstanceCounter.h"
 #include "platform/base/Mutex.h"
+#include "platform/dds/DDS_BaseObj.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/OwnedServant.h"
 
@@ -74,6 +75,11 @@ class Servant : public POA_Corvanta::GUI_Able, public Corvanta::ClosableServant 
       all[i].live = static_cast<CORBA::Long>(counts[i].second);
     }
     return all._retn();
+  }
+
+  CORBA::ULongLong LostSamples() override {
+    RequireOpen();
+    return Corvanta::DdsBaseAccess::Instance().LostSamples();
   }
 
  protected:

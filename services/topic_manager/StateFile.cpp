@@ -1,19 +1,15 @@
 #include "services/topic_manager/StateFile.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <cstdio>
 #include <fstream>
 #include <optional>
 #include <set>
 #include <sstream>
-#include <system_error>
+
+#include "platform/base/ReplaceFile.h"
 
 namespace Lumenar {
 namespace {
@@ -129,19 +125,6 @@ std::string Text(const StateFile::State& state) {
   return text;
 }
 
-[[noreturn]] void Fail(int error, const std::string& what) {
-  throw std::system_error(error, std::generic_category(), what);
-}
-
-void WriteAll(int descriptor, const std::string& text, const std::string& path) {
-  for (std::size_t written = 0; written < text.size();) {
-    const ssize_t count = ::write(descriptor, text.data() + written, text.size() - written);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) Fail(errno, path);
-    written += static_cast<std::size_t>(count);
-  }
-}
-
 }  // namespace
 
 StateFile::State StateFile::Read(std::string& problem) const {
@@ -159,18 +142,6 @@ StateFile::State StateFile::Read(std::string& problem) const {
   return reader.Finish();
 }
 
-void StateFile::Write(const State& state) const {
-  const std::string temporary = path_.string() + ".new";
-  const int descriptor = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  if (descriptor < 0) Fail(errno, temporary);
-  try {
-    WriteAll(descriptor, Text(state), temporary);
-  } catch (...) {
-    ::close(descriptor);
-    throw;
-  }
-  if (::close(descriptor) != 0) Fail(errno, temporary);
-  if (std::rename(temporary.c_str(), path_.c_str()) != 0) Fail(errno, path_.string());
-}
+void StateFile::Write(const State& state) const { ReplaceFile(path_, Text(state)); }
 
 }  // namespace Lumenar

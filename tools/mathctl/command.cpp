@@ -45,7 +45,8 @@ void DefineVerbs(CLI::App& app, Command& command) {
   app.require_subcommand(1);
   app.fallthrough();
   for (const auto define : {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineGet,
-                            DefineWatch, DefinePlot, DefineSet, DefineReset, DefineDelete, DefineDoctor}) {
+                            DefineWatch, DefinePlot, DefineSet, DefineReset, DefineDelete, DefineSubscriptions,
+                            DefineDoctor}) {
     define(app, command);
   }
 }

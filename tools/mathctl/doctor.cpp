@@ -79,7 +79,8 @@ Finding EngineFinding(const Client::Engine& engine) {
   Finding finding = Examined("engine " + Client::Printable(engine.name), [&](Finding& found) {
     if (engine.problem) throw *engine.problem;
     const Corvanta::ItemSeq_var items = Client::Remote(engine.name, [&] { return engine.registration->Items(); });
-    found.text = fmt::format("{} readings and attributes", items->length());
+    const auto lost = Client::Remote(engine.name, [&] { return engine.registration->LostSamples(); });
+    found.text = fmt::format("{} readings and attributes, {} samples not sent", items->length(), lost);
   });
   finding.address = engine.address;
   return finding;

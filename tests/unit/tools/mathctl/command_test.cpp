@@ -52,6 +52,7 @@ TEST(Parse, AcceptsEveryVerb) {
       {"set", "PROBE/1/GO"},
       {"reset", "1"},
       {"delete", "1", "2"},
+      {"subscriptions"},
       {"doctor"},
   };
   for (const auto& line : kLines) {

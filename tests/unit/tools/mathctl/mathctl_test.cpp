@@ -236,6 +236,29 @@ TEST_F(MathctlTest, AnEngineThatHangsCostsOneTimeLimit) {
   engine_.Signal(SIGCONT);
 }
 
+TEST_F(MathctlTest, SubscriptionsShowWhatEachHasLost) {
+  LongInput count(bench_, "COUNT", 0);
+  const auto watch = StartWatch({"COUNT"});
+  watch->Signal(SIGSTOP);
+  for (int i = 0; i < 1100; ++i) count = i;
+  const auto rows = Objects({"subscriptions"});
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0]["topic"], "TESTBENCH/1/COUNT");
+  EXPECT_EQ(rows[0]["dropped"].get<int>() + rows[0]["queued"].get<int>() + rows[0]["delivered"].get<int>() + 1, 1100)
+      << "one is under way";
+  EXPECT_GE(rows[0]["dropped"].get<int>(), 99);
+  EXPECT_THAT(Out({"subscriptions"}), HasSubstr("HANDLE  TOPIC              ADDRESS"));
+  watch->Signal(SIGCONT);
+}
+
+TEST_F(MathctlTest, SamplesThatNoManagerTookAreCountedByTheirEngine) {
+  LongInput count(bench_, "COUNT", 0);
+  EXPECT_THAT(Out({"doctor"}), HasSubstr("1 readings and attributes, 0 samples not sent"));
+  platform_.KillTopicManager();
+  for (int i = 0; i < 5; ++i) count = i;
+  EXPECT_THAT(Run({"doctor"}).out, HasSubstr("1 readings and attributes, 5 samples not sent"));
+}
+
 TEST_F(MathctlTest, DoctorFindsEachDeadPart) {
   platform_.KillTopicManager();
   const Outcome without_manager = Run({"doctor"});

@@ -1,0 +1,42 @@
+#include "platform/base/ReplaceFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+namespace Lumenar {
+namespace {
+
+[[noreturn]] void Fail(int error, const std::string& what) {
+  throw std::system_error(error, std::generic_category(), what);
+}
+
+void WriteAll(int descriptor, const std::string& text, const std::string& path) {
+  for (std::size_t written = 0; written < text.size();) {
+    const ssize_t count = ::write(descriptor, text.data() + written, text.size() - written);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) Fail(errno, path);
+    written += static_cast<std::size_t>(count);
+  }
+}
+
+}  // namespace
+
+void ReplaceFile(const std::filesystem::path& path, const std::string& text) {
+  const std::string temporary = path.string() + ".new";
+  const int descriptor = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  if (descriptor < 0) Fail(errno, temporary);
+  try {
+    WriteAll(descriptor, text, temporary);
+  } catch (...) {
+    ::close(descriptor);
+    throw;
+  }
+  if (::close(descriptor) != 0) Fail(errno, temporary);
+  if (std::rename(temporary.c_str(), path.c_str()) != 0) Fail(errno, path.string());
+}
+
+}  // namespace Lumenar
