@@ -5,8 +5,8 @@
 #include <future>
 #include <utility>
 
-#include "client/Endpoint.h"
 #include "client/Text.h"
+#include "platform/orb/reference_endpoint.h"
 
 namespace Lumenar::Client {
 namespace {

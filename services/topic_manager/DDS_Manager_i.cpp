@@ -7,8 +7,8 @@
 
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/reference_endpoint.h"
 #include "services/topic_manager/CorbaSubscriber.h"
-#include "services/topic_manager/IorAddress.h"
 
 namespace Corvanta {
 namespace {
@@ -30,6 +30,12 @@ const char* ReasonText(Lumenar::Outcome reason) {
     case Lumenar::Outcome::TimedOut: return "it has not answered for too long";
     default: return "it cannot be reached";
   }
+}
+
+/// What says which subscribers share a process. A reference without an endpoint shares its fate with no other.
+std::string AddressOf(const std::string& reference) {
+  const std::string endpoint = Lumenar::EndpointOf(reference);
+  return endpoint.empty() ? reference : endpoint;
 }
 
 }  // namespace
@@ -55,7 +61,7 @@ void DDS_Manager_i::Restore() {
     try {
       auto subscriber = MakeSubscriber(entry.reference);
       EnterTopic(entry.topic);
-      dispatcher_.Add(entry.handle, entry.topic, Lumenar::IorAddress(entry.reference), std::move(subscriber));
+      dispatcher_.Add(entry.handle, entry.topic, AddressOf(entry.reference), std::move(subscriber));
     } catch (const CORBA::Exception& error) {
       Lumenar::WriteError(
           fmt::format("topic_manager: subscription {} not restored: {}", entry.handle, Lumenar::CorbaText(error)));
@@ -103,7 +109,7 @@ CORBA::Long DDS_Manager_i::Subscribe(const char* topic, DDS_Sub_ptr subscriber) 
     LeaveTopic(topic);
     throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
   }
-  dispatcher_.Add(handle, topic, Lumenar::IorAddress(reference.in()), std::move(target));
+  dispatcher_.Add(handle, topic, AddressOf(reference.in()), std::move(target));
   return static_cast<CORBA::Long>(handle);
 }
 

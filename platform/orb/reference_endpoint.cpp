@@ -1,11 +1,11 @@
-#include "client/Endpoint.h"
+#include "platform/orb/reference_endpoint.h"
 
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
 
-namespace Lumenar::Client {
+namespace Lumenar {
 namespace {
 
 // Reads the encapsulations of an object reference (CORBA 3.3, part 2, 7.6.2 and 7.7.2): numbers stand at multiples of
@@ -49,8 +49,9 @@ class Encapsulation {
 };
 
 std::string FromHex(std::string_view hex) {
+  if (hex.size() % 2 != 0) throw std::invalid_argument("half an octet");
   std::string bytes;
-  for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
+  for (std::size_t i = 0; i < hex.size(); i += 2) {
     unsigned char byte = 0;
     const auto [end, error] = std::from_chars(hex.data() + i, hex.data() + i + 2, byte, 16);
     if (error != std::errc() || end != hex.data() + i + 2) throw std::invalid_argument("not hexadecimal");
@@ -59,12 +60,18 @@ std::string FromHex(std::string_view hex) {
   return bytes;
 }
 
+/// Empty when the profile cannot be read or names no host or no port.
 std::string InternetEndpoint(std::string_view profile_data) {
-  Encapsulation profile(profile_data);
-  profile.Octet();  // version of the protocol, major
-  profile.Octet();  // and minor
-  const std::string host(profile.String());
-  return host + ':' + std::to_string(profile.Short());
+  try {
+    Encapsulation profile(profile_data);
+    profile.Octet();  // version of the protocol, major
+    profile.Octet();  // and minor
+    const std::string host(profile.String());
+    const unsigned port = profile.Short();
+    return host.empty() || port == 0 ? std::string() : host + ':' + std::to_string(port);
+  } catch (const std::out_of_range&) {
+    return {};
+  }
 }
 
 std::string FirstEndpoint(std::string_view bytes) {
@@ -74,21 +81,22 @@ std::string FirstEndpoint(std::string_view bytes) {
   for (std::uint32_t left = reference.Long(); left > 0; --left) {
     const std::uint32_t tag = reference.Long();
     const std::string_view data = reference.Sequence();
-    if (tag == kInternetProfile) return InternetEndpoint(data);
+    const std::string endpoint = tag == kInternetProfile ? InternetEndpoint(data) : std::string();
+    if (!endpoint.empty()) return endpoint;
   }
   return {};
 }
 
 }  // namespace
 
-std::string EndpointOf(std::string_view ior) {
+std::string EndpointOf(std::string_view reference) {
   constexpr std::string_view kPrefix = "IOR:";
-  if (ior.substr(0, kPrefix.size()) != kPrefix) return {};
+  if (reference.substr(0, kPrefix.size()) != kPrefix) return {};
   try {
-    return FirstEndpoint(FromHex(ior.substr(kPrefix.size())));
-  } catch (const std::exception&) {  // a reference that cannot be read names no endpoint
+    return FirstEndpoint(FromHex(reference.substr(kPrefix.size())));
+  } catch (const std::logic_error&) {  // a reference that cannot be read names no endpoint
     return {};
   }
 }
 
-}  // namespace Lumenar::Client
+}  // namespace Lumenar
