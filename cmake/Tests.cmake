@@ -12,6 +12,9 @@ function(lumenar_test name)
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 60)
   endif()
+  if(CMAKE_CROSSCOMPILING)  # under an emulator
+    math(EXPR ARG_TIMEOUT "${ARG_TIMEOUT} * 10")
+  endif()
   gtest_discover_tests(${name}
     DISCOVERY_MODE PRE_TEST
     PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}" ${properties})

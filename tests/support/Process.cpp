@@ -45,6 +45,14 @@ std::vector<std::string> MergedEnvironment(const std::map<std::string, std::stri
   return merged;
 }
 
+/// The command with which a program of the build starts: behind the emulator when it is built for another processor.
+std::vector<std::string> Runnable(std::vector<std::string> command) {
+  const bool built = std::filesystem::path(command.at(0)).parent_path() == LUMENAR_BUILT_PROGRAMS;
+  std::istringstream emulator(LUMENAR_EMULATOR);
+  if (built) command.insert(command.begin(), std::istream_iterator<std::string>(emulator), {});
+  return command;
+}
+
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
   for (std::string& text : texts) pointers.push_back(text.data());
@@ -104,6 +112,7 @@ Process::Process(std::vector<std::string> command, std::map<std::string, std::st
   impl_->program = command.at(0);
   impl_->out = log_stem.string() + ".out";
   impl_->error = log_stem.string() + ".err";
+  command = Runnable(std::move(command));
   std::vector<std::string> variables = MergedEnvironment(environment);
   int report[2];
   if (pipe2(report, O_CLOEXEC) != 0) throw std::runtime_error(std::string("pipe: ") + std::strerror(errno));
