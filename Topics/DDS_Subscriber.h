@@ -28,9 +28,13 @@ class DDS_Subscriber : public DDS_BaseObj, private boost::noncopyable, private C
  public:
   using Callback = boost::function<void(const char*, T)>;
 
-  /// Samples may come before this has returned. An empty callback throws boost::bad_function_call at each delivery.
+  /// The callback is a Callback, or anything else that can be called with the topic and a T&&: taken so, a record is not copied
+  /// on its way from the wire. Samples may come before this has returned. An empty callback throws boost::bad_function_call at
+  /// each delivery.
   /// Errors   CORBA system exceptions of activation and of the manager's Subscribe.
-  DDS_Subscriber(const char* topic, Callback callback) : servant_(new SubscriberServant<T>(topic, std::move(callback))) {
+  template <class Function>
+  DDS_Subscriber(const char* topic, Function callback)
+      : servant_(new SubscriberServant<T>(topic, Taker(std::move(callback)))) {
     servant_->SetHandle(DdsBase().Subscribe(topic, servant_.Reference()));
   }
 
@@ -47,6 +51,8 @@ class DDS_Subscriber : public DDS_BaseObj, private boost::noncopyable, private C
   CORBA::Long GetId() const noexcept { return servant_->Handle(); }
 
  private:
+  using Taker = typename SubscriberServant<T>::Taker;
+
   OwnedServant<DDS_Sub, SubscriberServant<T>> servant_;
 };
 

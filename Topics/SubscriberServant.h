@@ -24,9 +24,10 @@ class CountedSubscriberServant : private Lumenar::Counted<CountedSubscriberServa
 template <class T>
 class SubscriberServant : public POA_Corvanta::DDS_Sub, public ClosableServant, private CountedSubscriberServant {
  public:
-  using Callback = boost::function<void(const char*, T)>;
+  /// May take over what it needs of the record: nobody looks at it afterwards.
+  using Taker = boost::function<void(const char*, T&&)>;
 
-  SubscriberServant(const char* topic, Callback callback) : topic_(topic), callback_(std::move(callback)) {}
+  SubscriberServant(const char* topic, Taker callback) : topic_(topic), callback_(std::move(callback)) {}
 
   const std::string& Topic() const noexcept { return topic_; }
   CORBA::Long Handle() const noexcept { return handle_; }
@@ -54,17 +55,17 @@ class SubscriberServant : public POA_Corvanta::DDS_Sub, public ClosableServant, 
   ~SubscriberServant() override = default;
 
  private:
-  void DeliverDecoded(const SampleRecord& sample) {
+  void DeliverDecoded(SampleRecord& sample) {
     if (!IsClosed()) Deliver(RecordIn<T>(sample));
   }
 
   /// `record` is null for a sample of another kind. An empty callback throws boost::bad_function_call.
   template <class Record>
-  void Deliver(const Record* record) {
+  void Deliver(Record* record) {
     if (record == nullptr) {
       WriteUnfit();
     } else {
-      callback_(topic_.c_str(), *record);
+      callback_(topic_.c_str(), std::move(*record));
     }
   }
 
@@ -76,7 +77,7 @@ class SubscriberServant : public POA_Corvanta::DDS_Sub, public ClosableServant, 
   }
 
   const std::string topic_;
-  const Callback callback_;
+  const Taker callback_;
   std::atomic<CORBA::Long> handle_{0};  // a first delivery may come before Subscribe has returned
 };
 

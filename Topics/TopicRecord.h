@@ -32,7 +32,7 @@ struct TopicRecord<bool> {
 
 /// The record of kind T in a sample; null when the sample is of another kind.
 template <class T>
-const auto* RecordIn(const SampleRecord& sample) noexcept {
+auto* RecordIn(SampleRecord& sample) noexcept {
   using Stored = std::conditional_t<std::is_same_v<T, int>, CORBA::Long, T>;
   return std::get_if<Stored>(&sample);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include "Common_Math/src/MathBase.h"
 #include "Common_Math/src/MathValue.h"
 #include "platform/components/GUI_AbleRegistration.h"
@@ -27,8 +29,9 @@ class MathBaseTemplate : virtual public MathBase {
  protected:
   ~MathBaseTemplate() override = default;
 
-  /// Stores and publishes a result.
+  /// Stores and publishes a result; one that is given up is not copied.
   void SetResult(const MathValue<T>& value) { result_ = value.ToRecord(); }
+  void SetResult(MathValue<T>&& value) { result_ = std::move(value).ToRecord(); }
 
   /// The present RESULT, read back.
   MathValue<T> GetResult() const { return result_.GetValue(); }

@@ -9,10 +9,10 @@
 
 #include "Common_Math/src/TraceConversion.h"
 #include "Common_Math/src/trace_kernels.h"
-#include "Common_Math/src/trace_record.h"
 #include "MathFactory.hh"
 #include "platform/base/Diagnostic.h"
 #include "platform/records/Records.h"
+#include "platform/records/trace_record.h"
 
 namespace Lumenar {
 namespace {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "BASIC_TRACE.hh"
@@ -78,7 +79,8 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
   void DoPeak(const MathValue& other);
 
   /// The record, for generic code.
-  const Record& ToRecord() const noexcept { return record; }
+  const Record& ToRecord() const& noexcept { return record; }
+  Record&& ToRecord() && noexcept { return std::move(record); }
 
   /// Entries of the list as of the last refresh.
   std::size_t ListSize() const noexcept { return list_.Size(); }

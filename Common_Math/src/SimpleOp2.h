@@ -4,6 +4,7 @@
 #include <exception>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 #include "Common_Math/src/MathBaseTemplate.h"
 #include "Topics/DDS_Subscriber.h"
@@ -33,9 +34,11 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     const CORBA::String_var first_topic = first->DDS_Value();
     const CORBA::String_var second_topic = second->DDS_Value();
     first_subscription_.reset(new Corvanta::DDS_Subscriber<T>(
-        first_topic, this->Gate().Guard([this](const char* topic, const T& sample) { Val1Callback(topic, sample); })));
+        first_topic,
+        this->Gate().Guard([this](const char* topic, T&& sample) { Val1Callback(topic, std::move(sample)); })));
     second_subscription_.reset(new Corvanta::DDS_Subscriber<T>(
-        second_topic, this->Gate().Guard([this](const char* topic, const T& sample) { Val2Callback(topic, sample); })));
+        second_topic,
+        this->Gate().Guard([this](const char* topic, T&& sample) { Val2Callback(topic, std::move(sample)); })));
     // Once more, so that no sample is lost between the first look and the subscription.
     first_ = MathValue<T>(first);
     second_ = MathValue<T>(second);
@@ -47,17 +50,17 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     return CORBA::string_dup(type_.c_str());
   }
 
-  /// A sample of the first, or the second, input.
+  /// A sample of the first, or the second, input, which becomes the operand.
   /// Errors   as Update.
-  void Val1Callback(const char* /*topic*/, const T& sample) {
+  void Val1Callback(const char* /*topic*/, T&& sample) {
     Lock lock(mutex_);
-    first_ = sample;
+    first_ = std::move(sample);
     Update();
   }
 
-  void Val2Callback(const char* /*topic*/, const T& sample) {
+  void Val2Callback(const char* /*topic*/, T&& sample) {
     Lock lock(mutex_);
-    second_ = sample;
+    second_ = std::move(sample);
     Update();
   }
 
@@ -94,7 +97,7 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
       second_was_dB = second_.Remove_dB();
       MathValue<T> result = op_(first_, second_);
       if (first_was_dB) result.Add_dB();
-      this->SetResult(result);
+      this->SetResult(std::move(result));
     } catch (const Value::UnitDimensionNotSame&) {
     } catch (...) {
       failure = std::current_exception();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 #include "platform/records/Records.h"
 
@@ -34,7 +35,7 @@ void TraceReading::Publish(std::span<const float> samples) {
   SetSamples(record_, samples);
   record_.sequence_number = next_number_++;
   SetCaptureTime(record_, CaptureTimeNow());
-  reading_ = record_;
+  reading_ = std::move(record_);  // which comes back with the buffer of the sample before
 }
 
 void SetCaptureTime(BT_DATA& record, std::uint64_t time_ns) {

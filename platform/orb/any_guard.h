@@ -3,15 +3,10 @@
 #include <functional>
 #include <variant>
 
-#include "BASIC_TRACE.hh"
 #include "DDS.hh"
-#include "VALUE_DOUBLE.hh"
+#include "platform/records/SampleRecord.h"
 
 namespace Corvanta {
-
-/// A sample out of an any: one of the record kinds that topics carry, or monostate for an any of another type.
-using SampleRecord =
-    std::variant<std::monostate, BASIC_TRACE::BT_DATA, VALUE_DOUBLE::VALUE, CORBA::Long, bool>;
 
 /// A sample to be sent, not owned.
 using SampleView = std::variant<const BASIC_TRACE::BT_DATA*, const VALUE_DOUBLE::VALUE*, CORBA::Long, bool>;

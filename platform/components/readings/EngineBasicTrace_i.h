@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include "EngineReading.hh"
 #include "platform/components/readings/ServedReading.h"
 
@@ -15,6 +17,12 @@ class EngineBasicTrace_i : public ServedReading<BASIC_TRACE::BT_DATA, EngineBasi
   /// Stores and publishes.
   EngineBasicTrace_i& operator=(const BASIC_TRACE::BT_DATA& value) {
     value_->Assign(value);
+    return *this;
+  }
+
+  /// The same without a copy of the samples: `value` is given up, and comes back with the buffer of the last value.
+  EngineBasicTrace_i& operator=(BASIC_TRACE::BT_DATA&& value) {
+    value_->Assign(std::move(value));
     return *this;
   }
 

@@ -3,11 +3,14 @@
 #include <atomic>
 #include <boost/enable_shared_from_this.hpp>
 #include <boost/shared_ptr.hpp>
+#include <memory>
 #include <string>
+#include <utility>
 
 #include "Topics/DDS_Publisher.h"
 #include "platform/base/Mutex.h"
 #include "platform/components/HoldReadings.h"
+#include "platform/records/trace_record.h"
 
 namespace Corvanta {
 
@@ -22,28 +25,29 @@ class PublishedValue : public Lumenar::HeldPublication, public boost::enable_sha
 
   const std::string& Topic() const noexcept { return publisher_.Topic(); }
 
-  /// Stores and publishes. A record as long as the last one is copied into the buffer that is there.
+  /// Stores and publishes. A record as long as the last one is copied into the buffer that is there; one that the caller gives
+  /// up is not copied, and comes back with the buffer of the last one (ExchangeRecord).
   ///
   /// The lock on the order is held over the publication, a remote call that the time limit of calls bounds: publications come
   /// in the order of the assignments, and each assignment is published.
   void Assign(const T& record) {
-    Lumenar::Lock in_order(order_);
-    {
-      Lumenar::Lock lock(value_mutex_);
-      value_ = record;
-    }
-    PublishUnlessHeld();
+    Store([&]() REQUIRES(value_mutex_) { Lumenar::CopyRecord(value_, record); });
+  }
+  void Assign(T&& record) {
+    Store([&]() REQUIRES(value_mutex_) { Lumenar::ExchangeRecord(value_, record); });
   }
 
   T Get() const {
-    Lumenar::Lock lock(value_mutex_);
-    return value_;
+    T copy{};
+    CopyTo(copy);
+    return copy;
   }
 
   /// The value in memory that the caller deletes, as CORBA returns structures of variable length.
   T* NewCopy() const {
-    Lumenar::Lock lock(value_mutex_);
-    return new T(value_);
+    auto copy = std::make_unique<T>();
+    CopyTo(*copy);
+    return copy.release();
   }
 
   /// Publishes nothing from now on; assignments are still stored. Waits for nothing.
@@ -57,6 +61,21 @@ class PublishedValue : public Lumenar::HeldPublication, public boost::enable_sha
   }
 
  private:
+  template <class SetValue>
+  void Store(SetValue set_value) {
+    Lumenar::Lock in_order(order_);
+    {
+      Lumenar::Lock lock(value_mutex_);
+      set_value();
+    }
+    PublishUnlessHeld();
+  }
+
+  void CopyTo(T& copy) const {
+    Lumenar::Lock lock(value_mutex_);
+    Lumenar::CopyRecord(copy, value_);
+  }
+
   /// While a held publication waits for its turn, a later assignment takes its place in it: nothing is deferred twice.
   void PublishUnlessHeld() REQUIRES(order_) {
     if (closed_) return;

@@ -58,6 +58,19 @@ TEST(PublishedValue, EquallyLongTracesReuseTheBuffer) {
   EXPECT_EQ(value->Get().samples[kPoints - 1], 1.0F);
 }
 
+TEST(PublishedValue, ATraceThatIsGivenUpIsNotCopiedAndComesBackWithTheFormerBuffer) {
+  auto value = boost::make_shared<PublishedValue<BT_DATA>>("T/1/A", TraceOf(kPoints, 0.0F));
+  BT_DATA sample = TraceOf(kPoints, 1.0F);
+  const float* const own = sample.samples.get_buffer();
+  const int before = large_allocations;
+  value->Assign(std::move(sample));
+  EXPECT_NE(sample.samples.get_buffer(), own);
+  value->Assign(std::move(sample));
+  EXPECT_EQ(sample.samples.get_buffer(), own);
+  EXPECT_EQ(large_allocations, before);
+  EXPECT_EQ(value->Get().samples[kPoints - 1], 0.0F) << "what the value began with";
+}
+
 TEST(PublishedValue, ATraceOfAnotherLengthIsStoredWhole) {
   auto value = boost::make_shared<PublishedValue<BT_DATA>>("T/1/A", TraceOf(3, 0.0F));
   for (const CORBA::ULong points : {5U, 2U, 0U, 4U}) {

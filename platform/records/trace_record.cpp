@@ -1,4 +1,4 @@
-#include "Common_Math/src/trace_record.h"
+#include "platform/records/trace_record.h"
 
 #include <cstddef>
 #include <cstring>
@@ -46,6 +46,22 @@ void TakeRecord(BT_DATA& to, BT_DATA& from) {
   const CORBA::ULong maximum = from.samples.maximum();
   const CORBA::ULong count = from.samples.length();
   to.samples.replace(maximum, count, from.samples.get_buffer(true), true);
+  CopyFixedFields(to, from);
+}
+
+void ExchangeRecord(BT_DATA& to, BT_DATA& from) {
+  if (&to == &from) return;
+  if (!from.samples.release() || !to.samples.release()) {
+    CopyRecord(to, from);
+    return;
+  }
+  const CORBA::ULong maximum = from.samples.maximum();
+  const CORBA::ULong count = from.samples.length();
+  CORBA::Float* samples = from.samples.get_buffer(true);
+  const CORBA::ULong former_maximum = to.samples.maximum();
+  const CORBA::ULong former_count = to.samples.length();
+  from.samples.replace(former_maximum, former_count, to.samples.get_buffer(true), true);
+  to.samples.replace(maximum, count, samples, true);
   CopyFixedFields(to, from);
 }
 
