@@ -1,5 +1,3 @@
-#include <malloc.h>
-
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdlib>
@@ -10,6 +8,7 @@
 
 #include "host/EngineLibrary.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/base/TraceMemory.h"
 #include "platform/signals/Signals.h"
 
 namespace {
@@ -34,16 +33,6 @@ void Describe(CLI::App& app, Options& options) {
       "  0  the engine ran and ended\n"
       "  1  the engine did not start, or a signal came before it had\n"
       "  2  the command line is wrong, or the library cannot be loaded or is no engine");
-}
-
-/// Keeps freed memory of traces for the next ones: giving it back and faulting it in again makes the time of a sample jump.
-void KeepTraceMemory() {
-#ifdef __GLIBC__
-  constexpr int kMiB = 1 << 20;
-  mallopt(M_MMAP_THRESHOLD, sizeof(void*) == 8 ? 16 * kMiB : kMiB / 2);  // half a MiB is the most on 32 bit
-  mallopt(M_TRIM_THRESHOLD, 256 * kMiB);
-  mallopt(M_TOP_PAD, 4 * kMiB);
-#endif
 }
 
 /// Errors   std::invalid_argument.
@@ -83,7 +72,7 @@ int main(int argc, char** argv) {
     Describe(app, options);
     app.parse(argc, argv);
     for (const std::string& setting : options.settings) SetVariable(setting);
-    KeepTraceMemory();
+    Lumenar::KeepTraceMemory();
     return RunEngine(Lumenar::EngineLibrary(options.library));
   } catch (const CLI::CallForHelp&) {
     Lumenar::WriteOut(app.help());

@@ -4,6 +4,7 @@
 
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/base/TraceMemory.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/signals/Signals.h"
 #include "services/topic_manager/CommandLine.h"
@@ -74,6 +75,7 @@ int Run(const Lumenar::CommandLine& command_line) {
 int main(int argc, char** argv) {
   try {
     Lumenar::Signals::Install();
+    Lumenar::KeepTraceMemory();
     Lumenar::CommandLine command_line;
     int exit_code = 0;
     return command_line.Read(argc, argv, exit_code) ? Run(command_line) : exit_code;

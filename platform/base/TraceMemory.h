@@ -1,0 +1,9 @@
+#pragma once
+
+namespace Lumenar {
+
+/// Keeps the memory of traces that were freed for the next ones: giving it back to the system and faulting it in again makes the
+/// time of a sample jump between two values. For programs through which traces pass; called before they start threads.
+void KeepTraceMemory() noexcept;
+
+}  // namespace Lumenar
