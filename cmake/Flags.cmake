@@ -7,7 +7,6 @@ target_compile_features(lumenar_flags INTERFACE cxx_std_20)
 target_compile_options(lumenar_flags INTERFACE
   -Wall -Wextra -Wshadow -Wnon-virtual-dtor -ffp-contract=off -fno-strict-aliasing)
 target_include_directories(lumenar_flags INTERFACE ${CMAKE_SOURCE_DIR})
-target_link_options(lumenar_flags INTERFACE -Wl,--no-undefined)
 
 option(LUMENAR_WERROR "Treat warnings as errors" OFF)
 if(LUMENAR_WERROR)
@@ -17,6 +16,13 @@ set(LUMENAR_SANITIZE "" CACHE STRING "Sanitizers, as given to -fsanitize=")
 if(LUMENAR_SANITIZE)
   add_compile_options(-fsanitize=${LUMENAR_SANITIZE} -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${LUMENAR_SANITIZE})
+endif()
+option(LUMENAR_FUZZ "Build the fuzz programs (clang)" OFF)
+if(LUMENAR_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize-recover=all)
+else()
+  # Clang leaves the sanitizers' own symbols to the program, so its sanitized libraries have undefined ones.
+  target_link_options(lumenar_flags INTERFACE -Wl,--no-undefined)
 endif()
 
 set(CMAKE_CXX_EXTENSIONS OFF)

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+#include "platform/orb/any_guard.h"
+
+namespace Corvanta {
+
+/// Samples as they stand in a message: an any of a known type code and a record. What the any guard reads and writes with.
+
+/// Reads an any. One of another type gives monostate, and leaves the stream somewhere inside that any.
+/// Errors   CORBA::MARSHAL for a type code or a length that claims more than there is.
+void ReadSample(cdrStream& stream, SampleRecord& record);
+
+/// A topic name; no code set is applied to it, as none is to names of our own.
+/// Errors   CORBA::MARSHAL; BAD_PARAM for a name of more than 4 KiB.
+std::string ReadTopic(cdrStream& stream);
+
+void WriteSample(const SampleView& sample, cdrStream& stream);
+
+}  // namespace Corvanta

@@ -1,0 +1,83 @@
+#include <fmt/format.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "platform/orb/TransportConfig.h"
+#include "tests/fuzz/Input.h"
+#include "tests/fuzz/Violation.h"
+
+namespace Lumenar::Fuzz {
+namespace {
+
+using Corvanta::TransportConfig;
+
+/// A file in memory.
+class MemoryFile {
+ public:
+  explicit MemoryFile(const std::string& contents) : descriptor_(::memfd_create("transport", MFD_CLOEXEC)) {
+    if (descriptor_ < 0 || ::write(descriptor_, contents.data(), contents.size()) != static_cast<ssize_t>(contents.size())) {
+      throw std::logic_error("no file in memory");
+    }
+  }
+  ~MemoryFile() { ::close(descriptor_); }
+  MemoryFile(const MemoryFile&) = delete;
+  MemoryFile& operator=(const MemoryFile&) = delete;
+
+  std::string Path() const { return fmt::format("/proc/self/fd/{}", descriptor_); }
+
+ private:
+  int descriptor_;
+};
+
+void CheckRanges(const TransportConfig& config) {
+  Require(!config.endpoints.empty() && !config.allowed_peers.empty(), "there is an endpoint and a peer");
+  Require(config.call_timeout.count() > 0, "calls have a limit");
+  Require(config.max_message_bytes >= 8192, "messages have room for a value");
+  Require(config.max_connections_to_peer > 0 && config.max_server_threads > 1, "limits leave something");
+  Require(config.out_scan_period_s < config.in_scan_period_s, "idle connections end at the client first");
+  Require(config.dds_domain <= 232, "the domain is one of DDS");
+  for (const auto& [name, value] : config.OrbOptions()) {
+    Require(!name.empty() && !value.empty(), "options have a name and a value");
+  }
+}
+
+std::string Lines(const char* key, const std::vector<std::string>& values) {
+  std::string lines;
+  for (const std::string& value : values) lines += fmt::format("{} = {}\n", key, value);
+  return lines;
+}
+
+/// The configuration as a file.
+std::string FileOf(const TransportConfig& config) {
+  return Lines("orb.endpoint", config.endpoints) + Lines("orb.allowed_peer", config.allowed_peers) +
+         fmt::format("orb.call_timeout_ms = {}\norb.max_message_bytes = {}\n", config.call_timeout.count(),
+                     config.max_message_bytes) +
+         fmt::format("orb.max_connections_to_peer = {}\norb.max_server_threads = {}\n", config.max_connections_to_peer,
+                     config.max_server_threads) +
+         fmt::format("orb.out_scan_period_s = {}\norb.in_scan_period_s = {}\n", config.out_scan_period_s,
+                     config.in_scan_period_s) +
+         fmt::format("dds.enabled = {}\ndds.domain = {}\ndds.interface = {}\n", config.dds_enabled, config.dds_domain,
+                     config.dds_interface) +
+         Lines("dds.topic", config.dds_topics);
+}
+
+}  // namespace
+
+void TransportSettings(Bytes input) {
+  const MemoryFile file(TextOf(input));
+  TransportConfig config;
+  try {
+    config = TransportConfig::Read(file.Path());
+  } catch (const Corvanta::TransportConfigError& error) {
+    Require(std::string(error.what()).rfind(file.Path() + ":", 0) == 0, "an error names file and line");
+    return;
+  }
+  CheckRanges(config);
+  const MemoryFile written(FileOf(config));
+  Require(FileOf(TransportConfig::Read(written.Path())) == FileOf(config), "settings written are read again as they were");
+}
+
+}  // namespace Lumenar::Fuzz

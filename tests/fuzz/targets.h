@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace Lumenar::Fuzz {
+
+using Bytes = std::span<const std::uint8_t>;
+
+/// What is done with one input. A target lets the errors pass that its subject documents and throws a Violation when a
+/// rule is broken; anything else that leaves it is a finding too.
+using Target = void (*)(Bytes input);
+
+void AnyRecord(Bytes input);          ///< an any off the wire, in either byte order
+void UnitsAlgebra(Bytes input);       ///< units out of records: arranged, compared, converted
+void Values(Bytes input);             ///< values of both precisions: converted, scaled, added, subtracted
+void UnitsText(Bytes input);          ///< units that people write
+void TransportSettings(Bytes input);  ///< the transport configuration
+void Touchstone(Bytes input);         ///< recordings: scattering parameters
+void Spectrum(Bytes input);           ///< recordings: sweeps of a spectrum
+void TwoColumns(Bytes input);         ///< recordings: waveforms in two columns
+void Otdr(Bytes input);               ///< recordings: backscatter traces
+void SimItems(Bytes input);           ///< the items of the simulator
+void ToolOutput(Bytes input);         ///< samples and names as mathctl writes them: lines, JSON, tables, plots
+void ToolInput(Bytes input);          ///< names, numbers and references as people and peers give them to mathctl
+
+}  // namespace Lumenar::Fuzz
