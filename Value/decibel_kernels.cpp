@@ -19,13 +19,17 @@
 /// Inlined into each path, so that it is compiled for the instruction set of the path.
 #define LUMENAR_KERNEL [[gnu::always_inline]] inline
 
+/// 0 leaves the baseline alone, as what the compiler makes of it for its own target.
+#if !defined(LUMENAR_X86_PATHS)
 #if defined(__x86_64__)
 #define LUMENAR_X86_PATHS 1
-#define LUMENAR_AVX2 [[gnu::target("avx2")]]
-#define LUMENAR_AVX512 [[gnu::target("avx2,avx512f,avx512dq,avx512bw,avx512vl")]]
 #else
 #define LUMENAR_X86_PATHS 0
 #endif
+#endif
+
+#define LUMENAR_AVX2 [[gnu::target("avx2")]]
+#define LUMENAR_AVX512 [[gnu::target("avx2,avx512f,avx512dq,avx512bw,avx512vl")]]
 
 namespace Lumenar::Value {
 
