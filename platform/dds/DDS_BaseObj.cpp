@@ -37,7 +37,8 @@ DDS_Manager_ptr Find(ORB_wrapper_base& orb) {
   DDS_Manager_var manager = DDS_Manager::_unchecked_narrow(object);
   ORB_base::SetCallTimeout(manager, kProbeLimit);
   if (manager->_non_existent()) throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
-  ORB_base::SetCallTimeout(manager, orb.Transport().call_timeout);
+  // Half the limit of calls: a client whose call makes us publish to a manager that hangs still gets its answer in time.
+  ORB_base::SetCallTimeout(manager, orb.Transport().call_timeout / 2);
   return manager._retn();
 }
 

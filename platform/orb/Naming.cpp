@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <string_view>
+#include <utility>
 
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
@@ -247,7 +248,10 @@ void Naming::KeepNames() {
     }
     try {
       RestoreLostNames();
-    } catch (const CORBA::Exception&) {  // the service is away; it is tried again
+      NoteBack();
+    } catch (const CORBA::SystemException& error) {  // it is tried again
+      NoteAway(error);
+    } catch (const CORBA::Exception&) {  // a name changed hands meanwhile; it is tried again
     } catch (const std::exception& exception) {
       Lumenar::WriteError(std::string("naming: lost names were not put back: ") + exception.what());
     }
@@ -276,6 +280,17 @@ void Naming::Restore(const Path& path, CORBA::Object_ptr object) {
     return;  // bound meanwhile
   }
   if (!Holds(path)) UnbindOurs(path, object);  // given up while it was put back
+}
+
+void Naming::NoteAway(const CORBA::SystemException& error) {
+  if (std::exchange(away_, true)) return;
+  const bool answered = CORBA::PERSIST_STORE::_downcast(&error) != nullptr;  // its disk is full
+  const std::string what = answered ? " does not take names: " : " is away: ";
+  Lumenar::WriteError("naming service at " + address_ + what + Lumenar::CorbaText(error));
+}
+
+void Naming::NoteBack() {
+  if (std::exchange(away_, false)) Lumenar::WriteError("naming service at " + address_ + " is back");
 }
 
 bool Naming::Holds(const Path& path) {

@@ -6,6 +6,7 @@
 #include <map>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/base/Mutex.h"
@@ -15,14 +16,17 @@ namespace Corvanta {
 /// The naming service as this process sees it, and the names that this process has there.
 ///
 /// The service is looked up anew for every operation, so one that was restarted is found again; while names are held, a thread
-/// puts those back that a restarted service has lost.
+/// puts those back that a restarted service has lost, and says in one line on standard error when the service goes away
+/// and when it is back.
 /// Errors   of every operation that is not noexcept: CORBA system exceptions and those of CosNaming.
 /// Threads  any.
 class Naming {
  public:
   using Path = std::vector<std::string>;
 
-  explicit Naming(CORBA::ORB_ptr orb) : orb_(CORBA::ORB::_duplicate(orb)) {}
+  /// `address` ("HOST:PORT") is for messages.
+  Naming(CORBA::ORB_ptr orb, std::string address)
+      : orb_(CORBA::ORB::_duplicate(orb)), address_(std::move(address)) {}
   ~Naming();
   Naming(const Naming&) = delete;
   Naming& operator=(const Naming&) = delete;
@@ -52,12 +56,16 @@ class Naming {
   void RestoreLostNames();
   void Restore(const Path& path, CORBA::Object_ptr object);
   bool Holds(const Path& path);
+  void NoteAway(const CORBA::SystemException& error);
+  void NoteBack();
 
   CORBA::ORB_var orb_;
+  const std::string address_;
   Lumenar::Mutex mutex_;
   Lumenar::Condition changed_;
   std::map<Path, CORBA::Object_var> names_ GUARDED_BY(mutex_);
   bool ended_ GUARDED_BY(mutex_) = false;
+  bool away_ = false;  ///< the keeper's: its last look failed, and the absence stands on standard error
   std::thread keeper_ GUARDED_BY(mutex_);
 };
 

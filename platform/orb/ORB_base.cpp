@@ -56,7 +56,7 @@ void ORB_base::Impl::InitialiseOrb() {
   CORBA::Object_var object = orb->resolve_initial_references("RootPOA");
   poa = PortableServer::POA::_narrow(object);
   manager = poa->the_POAManager();  // holds requests until it is activated
-  naming = std::make_unique<Naming>(orb);
+  naming = std::make_unique<Naming>(orb, arguments.NamingAddress());
   listeners.Add([this] { naming->UnbindAll(); });
 }
 

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <system_error>
 #include <utility>
 
 #include "platform/base/Diagnostic.h"
@@ -20,7 +21,14 @@ void WriteEvent(const EngineTable::Key& key, const std::string& event) {
 
 }  // namespace
 
-HwEnumerate_Able_i::HwEnumerate_Able_i() = default;
+HwEnumerate_Able_i::HwEnumerate_Able_i(std::optional<Lumenar::EngineFile> file) : file_(std::move(file)) {
+  if (!file_) return;
+  std::string problem;
+  Lock lock(mutex_);
+  file_->Read(table_, problem);
+  if (!problem.empty()) Lumenar::WriteError("hw_enumeration: state file " + problem);
+}
+
 HwEnumerate_Able_i::~HwEnumerate_Able_i() = default;
 
 Progress_Interface_ptr HwEnumerate_Able_i::GetProgressInterface(const char* engine, CORBA::Long instance, CORBA::Long) {
@@ -37,6 +45,7 @@ Progress_Interface_ptr HwEnumerate_Able_i::GetProgressInterface(const char* engi
     replaced = place._retn();
     servant->_add_ref();
     place = servant.in();
+    Keep();
   }
   ORB_base::DeactivateObject(replaced.in());
   WriteEvent(key, "announced");
@@ -47,8 +56,21 @@ void HwEnumerate_Able_i::Report(const EngineTable::Key& key, long announcement, 
   {
     Lock lock(mutex_);
     if (!table_.Report(key, announcement, progress)) throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
+    Keep();
   }
   WriteEvent(key, progress + " %");
+}
+
+/// A file that cannot be written is noted once and costs no engine anything but a later restart.
+void HwEnumerate_Able_i::Keep() {
+  if (!file_) return;
+  try {
+    file_->Write(table_);
+    file_fails_ = false;
+  } catch (const std::system_error& error) {
+    if (!file_fails_) Lumenar::WriteError(std::string("hw_enumeration: state file not written: ") + error.what());
+    file_fails_ = true;
+  }
 }
 
 EngineProgressSeq* HwEnumerate_Able_i::Engines() {

@@ -1,19 +1,22 @@
 #pragma once
 
 #include <map>
+#include <optional>
 
 #include "HwEnumerate.hh"
 #include "platform/base/Mutex.h"
-#include "services/hw_enumeration/EngineTable.h"
+#include "services/hw_enumeration/EngineFile.h"
 
 namespace Corvanta {
 
 class Progress_Interface_i;
 
-/// The hardware-enumeration service: keeps the announced engines and writes one line for each event.
+/// The hardware-enumeration service: keeps the announced engines, in a file where there is one, and writes one line for
+/// each event.
 class HwEnumerate_Able_i : public POA_Corvanta::HwEnumerate_Able {
  public:
-  HwEnumerate_Able_i();
+  /// The engines of the file are known again; says in one line on standard error what of it could not be read.
+  explicit HwEnumerate_Able_i(std::optional<Lumenar::EngineFile> file);
 
   /// Errors   BAD_PARAM for a name that is empty, longer than 256 bytes or not printable; IMP_LIMIT when 1024
   ///          engines are known.
@@ -30,7 +33,11 @@ class HwEnumerate_Able_i : public POA_Corvanta::HwEnumerate_Able {
  private:
   using ProgressServant = PortableServer::Servant_var<Progress_Interface_i>;
 
-  Lumenar::Mutex mutex_;
+  void Keep() REQUIRES(mutex_);
+
+  const std::optional<Lumenar::EngineFile> file_;
+  Lumenar::Mutex mutex_;  ///< also held while the file is written, so that it follows the table; no call waits inside
+  bool file_fails_ GUARDED_BY(mutex_) = false;
   Lumenar::EngineTable table_ GUARDED_BY(mutex_);
   std::map<Lumenar::EngineTable::Key, ProgressServant> servants_ GUARDED_BY(mutex_);
 };

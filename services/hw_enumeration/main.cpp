@@ -1,27 +1,18 @@
 // hw_enumeration: the process around HwEnumerate_Able_i.
 #include <CLI/CLI.hpp>
 #include <exception>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/local_arguments.h"
 #include "platform/signals/Signals.h"
 #include "services/hw_enumeration/HwEnumerate_Able_i.h"
 
-namespace {
-
-char kProgram[] = "hw_enumeration";
-char kServiceConf[] = "-ORBSvcConf";
-char kTransportConf[] = TRANSPORT_CONF;
-
-}  // namespace
-
-extern "C" {
-int localargc = 3;
-char* localargv[] = {kProgram, kServiceConf, kTransportConf, nullptr};
-}
+LUMENAR_LOCAL_ARGUMENTS("hw_enumeration")
 
 namespace {
 
@@ -36,9 +27,11 @@ constexpr const char* kFooter =
     "  1  could not start; one line on standard error says why\n"
     "  other than these: an argument is wrong";
 
-void Serve() {
+void Serve(const std::string& state) {
+  std::optional<Lumenar::EngineFile> file;
+  if (!state.empty()) file.emplace(state);
   Corvanta::ORB_wrapper_base orb(localargc, localargv);
-  PortableServer::Servant_var<Corvanta::HwEnumerate_Able_i> servant(new Corvanta::HwEnumerate_Able_i);
+  PortableServer::Servant_var<Corvanta::HwEnumerate_Able_i> servant(new Corvanta::HwEnumerate_Able_i(file));
   Corvanta::HwEnumerate_Able_var service = servant->_this();
   orb.Activate();
   orb.Bind(kName, service);
@@ -50,10 +43,13 @@ void Serve() {
 }
 
 int Run(int argc, char** argv) {
-  CLI::App app("Tracks the engines of the instrument and their start-up progress, one line for each event.", kProgram);
+  CLI::App app("Tracks the engines of the instrument and their start-up progress, one line for each event.", "hw_enumeration");
   app.footer(kFooter);
+  std::string state;
+  app.add_option("--state", state, "Keep the known engines in FILE over a restart (default: not kept)")
+      ->type_name("FILE");
   CLI11_PARSE(app, argc, argv);
-  Serve();
+  Serve(state);
   return 0;
 }
 

@@ -60,6 +60,7 @@ struct IsolatedPlatform::Impl {
   fs::path directory = PrivateDirectory();
   std::uint16_t naming_port = 0;
   std::map<std::string, std::string> environment;
+  std::vector<std::string> topic_manager_arguments;
   int log_number = 0;
   bool used_in_this_process = false;
   // Ended in reverse order: who uses a service goes before it.
@@ -96,11 +97,14 @@ struct IsolatedPlatform::Impl {
     return process;
   }
 
-  bool StartNaming() {
+  /// `wrapper` is a command that runs the service.
+  bool StartNaming(const std::vector<std::string>& wrapper = {}) {
     const std::string port = std::to_string(naming_port);
     fs::create_directories(directory / "naming");
-    naming = Launch({"omniNames", "-start", port, "-always", "-nohostname", "-datadir", (directory / "naming").string(),
-                     "-ORBendPoint", "giop:tcp:127.0.0.1:" + port});
+    std::vector<std::string> command{"omniNames", "-start", port, "-always", "-nohostname", "-datadir",
+                                     (directory / "naming").string(), "-ORBendPoint", "giop:tcp:127.0.0.1:" + port};
+    command.insert(command.begin(), wrapper.begin(), wrapper.end());
+    naming = Launch(std::move(command));
     return WaitForLineThat(*naming, [](const std::string& line) { return EndsWith(line, "Checkpointing completed."); });
   }
 
@@ -128,6 +132,7 @@ IsolatedPlatform::IsolatedPlatform() : IsolatedPlatform(Options()) {}
 IsolatedPlatform::IsolatedPlatform(const Options& options) : impl_(std::make_unique<Impl>()) {
   impl_->StartNamingAnywhere();
   impl_->WriteTransport(options.transport);
+  impl_->topic_manager_arguments = options.topic_manager_arguments;
   if (options.topic_manager) StartTopicManager();
   if (options.hw_enumeration) StartHwEnumeration();
 }
@@ -178,8 +183,9 @@ void IsolatedPlatform::KillTopicManager() {
 }
 
 void IsolatedPlatform::StartTopicManager() {
-  impl_->topic_manager =
-      impl_->LaunchService("topic_manager", {"--state", (impl_->directory / "subscriptions.state").string()});
+  std::vector<std::string> arguments{"--state", (impl_->directory / "subscriptions.state").string()};
+  arguments.insert(arguments.end(), impl_->topic_manager_arguments.begin(), impl_->topic_manager_arguments.end());
+  impl_->topic_manager = impl_->LaunchService("topic_manager", arguments);
 }
 
 void IsolatedPlatform::KillNamingService() {
@@ -191,7 +197,21 @@ void IsolatedPlatform::StartNamingService() {
   if (!impl_->StartNaming()) NotStarted("omniNames", *impl_->naming);
 }
 
-void IsolatedPlatform::StartHwEnumeration() { impl_->hw_enumeration = impl_->LaunchService("hw_enumeration"); }
+void IsolatedPlatform::StartNamingServiceOnSmallDisk(unsigned long bytes) {
+  // A limit on the size of files fails a write as a full disk does, once its signal is ignored.
+  const std::string limit = "trap '' XFSZ; exec prlimit --fsize=" + std::to_string(bytes) + " \"$@\"";
+  if (!impl_->StartNaming({"sh", "-c", limit, "sh"})) NotStarted("omniNames", *impl_->naming);
+}
+
+void IsolatedPlatform::KillHwEnumeration() {
+  HwEnumeration().Signal(SIGKILL);
+  HwEnumeration().WaitForExit();
+}
+
+void IsolatedPlatform::StartHwEnumeration() {
+  impl_->hw_enumeration =
+      impl_->LaunchService("hw_enumeration", {"--state", (impl_->directory / "engines.state").string()});
+}
 
 fs::path BuiltProgram(const std::string& name) { return Existing(fs::path(LUMENAR_BUILT_PROGRAMS) / name); }
 

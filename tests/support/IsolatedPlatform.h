@@ -50,6 +50,7 @@ class IsolatedPlatform {
     bool topic_manager = true;
     bool hw_enumeration = true;
     std::string transport;  ///< further lines of the transport configuration
+    std::vector<std::string> topic_manager_arguments{};
   };
 
   IsolatedPlatform();
@@ -82,7 +83,11 @@ class IsolatedPlatform {
   void StartTopicManager();
   void KillNamingService();
   void StartNamingService();
+  void KillHwEnumeration();
   void StartHwEnumeration();
+
+  /// Starts the naming service, while it is not running, on a disk that has room for `bytes` in each file.
+  void StartNamingServiceOnSmallDisk(unsigned long bytes);
 
  private:
   struct Impl;

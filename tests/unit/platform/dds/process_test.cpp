@@ -59,14 +59,14 @@ TEST_F(DdsAccess, AManagerThatIsAwayIsNotedOnceAndCostsLittle) {
                                     "topic manager is back\n"));
 }
 
-TEST_F(DdsAccess, AHungManagerCostsTheTimeLimitOnce) {
+TEST_F(DdsAccess, AHungManagerCostsHalfTheTimeLimitOnce) {
   Send(0);
   platform_.TopicManager().Signal(SIGSTOP);
   const auto time = TimeOf([] {
     for (int i = 0; i < 2000; ++i) Send(i);
   });
-  EXPECT_GE(time, 900ms);
-  EXPECT_LT(time, 1600ms);
+  EXPECT_GE(time, 400ms);
+  EXPECT_LT(time, 950ms) << "who waits for us, under the same limit, still gets an answer";
   platform_.TopicManager().Signal(SIGCONT);
   const auto lost = Dds().LostSamples();
   EXPECT_TRUE(WaitUntil([&] {

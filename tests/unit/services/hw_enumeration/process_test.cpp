@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <fstream>
 
 #include "HwEnumerate.hh"
 #include "platform/orb/ORB_wrapper.h"
@@ -22,6 +23,10 @@ class HwEnumeration : public testing::Test {
   HwEnumeration() : platform_({.topic_manager = false, .hw_enumeration = true, .transport = ""}) {
     platform_.UseInThisProcess();
     orb_ = std::make_unique<Corvanta::ORB_wrapper_base>(localargc, localargv);
+    Resolve();
+  }
+
+  void Resolve() {
     CORBA::Object_var object = orb_->Resolve({"Lumenar", "local", "HWENUM_ABLE", "1"});
     service_ = Corvanta::HwEnumerate_Able::_narrow(object);
   }
@@ -74,6 +79,51 @@ TEST_F(HwEnumeration, RefusesTextsThatWouldSpoilTheLog) {
   EXPECT_THROW(Announce("a\nb", 1), CORBA::BAD_PARAM);
   Corvanta::Progress_Interface_var progress = Announce("a", 1);
   EXPECT_THROW(progress->SetProgress("\x1b[2J"), CORBA::BAD_PARAM);
+}
+
+TEST_F(HwEnumeration, KnowsItsEnginesAgainAfterItWasKilled) {
+  Corvanta::Progress_Interface_var ready = Announce("math_factory.engine", 3);
+  ready->SetProgress("100");
+  Corvanta::Progress_Interface_var starting = Announce("an engine", -1);
+  platform_.HwEnumeration().Signal(SIGKILL);
+  platform_.HwEnumeration().WaitForExit();
+  platform_.StartHwEnumeration();
+  Resolve();
+  Corvanta::EngineProgressSeq_var engines = service_->Engines();
+  ASSERT_EQ(engines->length(), 2u);
+  EXPECT_STREQ(engines[0].engine, "an engine");
+  EXPECT_EQ(engines[0].instance, -1);
+  EXPECT_STREQ(engines[0].progress, "");
+  EXPECT_STREQ(engines[1].progress, "100");
+  Corvanta::Progress_Interface_var anew = Announce("math_factory.engine", 3);
+  anew->SetProgress("50");
+  engines = service_->Engines();
+  EXPECT_STREQ(engines[1].progress, "50");
+}
+
+TEST_F(HwEnumeration, ADamagedStateFileCostsWhatIsDamagedOnly) {
+  const auto state = platform_.Directory() / "damaged";
+  std::ofstream(state) << "hw_enumeration engines 1\nx\t1\ta\n7\t100\tb\n7\n7\t\t\n8\t\x1b\tc\n";
+  platform_.HwEnumeration().Signal(SIGTERM);
+  platform_.HwEnumeration().WaitForExit();
+  const auto service = platform_.Start("hw_enumeration", {"--state", state.string()});
+  ASSERT_TRUE(service->WaitForLine("hw_enumeration ready"));
+  EXPECT_THAT(service->Error(), testing::MatchesRegex("hw_enumeration: state file .*/damaged:2: damaged\n"));
+  Resolve();
+  Corvanta::EngineProgressSeq_var engines = service_->Engines();
+  ASSERT_EQ(engines->length(), 1u);
+  EXPECT_STREQ(engines[0].engine, "b");
+}
+
+TEST_F(HwEnumeration, AStateFileThatCannotBeWrittenIsNotedOnce) {
+  platform_.HwEnumeration().Signal(SIGTERM);
+  platform_.HwEnumeration().WaitForExit();
+  const auto service = platform_.Start("hw_enumeration", {"--state", (platform_.Directory() / "none" / "x").string()});
+  ASSERT_TRUE(service->WaitForLine("hw_enumeration ready"));
+  Resolve();
+  Corvanta::Progress_Interface_var progress = Announce("a", 1);
+  progress->SetProgress("100");
+  EXPECT_THAT(service->Error(), testing::MatchesRegex("hw_enumeration: state file not written: [^\n]*\n"));
 }
 
 TEST_F(HwEnumeration, SigtermEndsIt) {

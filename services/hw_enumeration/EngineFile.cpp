@@ -1,0 +1,67 @@
+#include "services/hw_enumeration/EngineFile.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <fstream>
+#include <vector>
+
+#include "platform/base/ReplaceFile.h"
+
+namespace Lumenar {
+namespace {
+
+constexpr const char* kTitle = "hw_enumeration engines 1";
+
+std::vector<std::string> Fields(const std::string& line) {
+  std::vector<std::string> fields(1);
+  for (const char character : line) {
+    if (character == '\t') {
+      fields.emplace_back();
+    } else {
+      fields.back() += character;
+    }
+  }
+  return fields;
+}
+
+/// False for a line that makes no sense, or that finds no place any more.
+bool TakeLine(const std::string& line, EngineTable& table) {
+  const std::vector<std::string> fields = Fields(line);
+  if (fields.size() != 3) return false;
+  const auto& [instance_text, progress, name] = std::tie(fields[0], fields[1], fields[2]);
+  long instance = 0;
+  const char* last = instance_text.data() + instance_text.size();
+  const auto [end, error] = std::from_chars(instance_text.data(), last, instance);
+  if (error != std::errc() || end != last || !EngineTable::IsNameGood(name)) return false;
+  if (!progress.empty() && !EngineTable::IsProgressGood(progress)) return false;
+  const auto announcement = table.Announce({name, instance});
+  return announcement && table.Report({name, instance}, *announcement, progress);
+}
+
+}  // namespace
+
+void EngineFile::Read(EngineTable& table, std::string& problem) const {
+  problem.clear();
+  std::ifstream stream(path_);
+  if (!stream) {
+    std::error_code ignored;
+    if (std::filesystem::exists(path_, ignored)) problem = path_.string() + ": cannot be read";
+    return;
+  }
+  int number = 0;
+  for (std::string line; std::getline(stream, line);) {
+    const bool good = ++number == 1 ? line == kTitle : TakeLine(line, table);
+    if (!good && problem.empty()) problem = fmt::format("{}:{}: damaged", path_.string(), number);
+  }
+}
+
+void EngineFile::Write(const EngineTable& table) const {
+  std::string text = fmt::format("{}\n", kTitle);
+  for (const auto& [key, entry] : table.Entries()) {
+    text += fmt::format("{}\t{}\t{}\n", key.second, entry.progress, key.first);
+  }
+  ReplaceFile(path_, text);
+}
+
+}  // namespace Lumenar
