@@ -12,11 +12,16 @@
 
 namespace Lumenar::Test {
 
-/// A process started by a test; its output is kept in files. Ended (SIGTERM, then SIGKILL after 5 s) by the destructor.
+/// A process started by a test; its output is kept. Ended (SIGTERM, then SIGKILL after 5 s) by the destructor.
 class Process {
  public:
+  /// Its output is kept in the files `log_stem`.out and .err.
   /// Errors   std::runtime_error when the program cannot be started.
   Process(std::vector<std::string> command, std::map<std::string, std::string> environment, std::filesystem::path log_stem);
+
+  /// Its output is kept in memory and goes with this object.
+  explicit Process(std::vector<std::string> command, std::map<std::string, std::string> environment = {});
+
   ~Process();
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;

@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -61,7 +62,7 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 }
 
 /// All that the child needs, prepared before fork: afterwards only async-signal-safe calls are allowed.
-struct Launch {
+struct LaunchPlan {
   std::vector<char*> command;
   std::vector<char*> environment;
   int out;
@@ -70,7 +71,7 @@ struct Launch {
   pid_t parent;
 };
 
-[[noreturn]] void BecomeProgram(const Launch& launch) {
+[[noreturn]] void BecomeProgram(const LaunchPlan& launch) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);  // a test that is killed leaves nothing behind
   if (getppid() != launch.parent) _exit(127);
   sigset_t none;
@@ -82,6 +83,13 @@ struct Launch {
   const int error = errno;
   [[maybe_unused]] const auto written = write(launch.report, &error, sizeof error);
   _exit(127);
+}
+
+/// The path of a new file in memory, which goes when the descriptor is closed.
+std::filesystem::path InMemory(int& descriptor) {
+  descriptor = memfd_create("log", MFD_CLOEXEC);
+  if (descriptor < 0) throw std::runtime_error(std::string("memfd_create: ") + std::strerror(errno));
+  return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
 int OpenLog(const std::filesystem::path& path) {
@@ -98,6 +106,15 @@ struct Process::Impl {
   std::string program;
   std::filesystem::path out;
   std::filesystem::path error;
+  int out_memory = -1;    // of the files in memory, where the logs are no others
+  int error_memory = -1;
+
+  ~Impl() {
+    for (int descriptor : {out_memory, error_memory})
+      if (descriptor >= 0) close(descriptor);
+  }
+
+  void Launch(std::vector<std::string> command, const std::map<std::string, std::string>& environment);
 
   bool HasExited() {
     int raw = 0;
@@ -106,27 +123,38 @@ struct Process::Impl {
   }
 };
 
-Process::Process(std::vector<std::string> command, std::map<std::string, std::string> environment,
-                 std::filesystem::path log_stem)
-    : impl_(std::make_unique<Impl>()) {
-  impl_->program = command.at(0);
-  impl_->out = log_stem.string() + ".out";
-  impl_->error = log_stem.string() + ".err";
+void Process::Impl::Launch(std::vector<std::string> command, const std::map<std::string, std::string>& environment) {
+  program = command.at(0);
   command = Runnable(std::move(command));
   std::vector<std::string> variables = MergedEnvironment(environment);
   int report[2];
   if (pipe2(report, O_CLOEXEC) != 0) throw std::runtime_error(std::string("pipe: ") + std::strerror(errno));
-  const Launch launch{Pointers(command), Pointers(variables), OpenLog(impl_->out), OpenLog(impl_->error), report[1], getpid()};
-  impl_->pid = fork();
-  if (impl_->pid == 0) BecomeProgram(launch);
+  const LaunchPlan launch{Pointers(command), Pointers(variables), OpenLog(out), OpenLog(error), report[1], getpid()};
+  pid = fork();
+  if (pid == 0) BecomeProgram(launch);
   const int fork_error = errno;
   for (int descriptor : {launch.out, launch.error, report[1]}) close(descriptor);
-  int error = 0;
-  const bool failed = impl_->pid < 0 || read(report[0], &error, sizeof error) > 0;
+  int start_error = 0;
+  const bool failed = pid < 0 || read(report[0], &start_error, sizeof start_error) > 0;
   close(report[0]);
   if (!failed) return;
-  if (impl_->pid > 0) waitpid(impl_->pid, nullptr, 0);
-  throw std::runtime_error("cannot start " + impl_->program + ": " + std::strerror(impl_->pid < 0 ? fork_error : error));
+  if (pid > 0) waitpid(pid, nullptr, 0);
+  throw std::runtime_error("cannot start " + program + ": " + std::strerror(pid < 0 ? fork_error : start_error));
+}
+
+Process::Process(std::vector<std::string> command, std::map<std::string, std::string> environment,
+                 std::filesystem::path log_stem)
+    : impl_(std::make_unique<Impl>()) {
+  impl_->out = log_stem.string() + ".out";
+  impl_->error = log_stem.string() + ".err";
+  impl_->Launch(std::move(command), environment);
+}
+
+Process::Process(std::vector<std::string> command, std::map<std::string, std::string> environment)
+    : impl_(std::make_unique<Impl>()) {
+  impl_->out = InMemory(impl_->out_memory);
+  impl_->error = InMemory(impl_->error_memory);
+  impl_->Launch(std::move(command), environment);
 }
 
 Process::~Process() {

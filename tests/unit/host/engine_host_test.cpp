@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <csignal>
 
@@ -16,8 +15,7 @@ class Engine_host : public testing::Test {
  protected:
   Process& Start(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), BuiltProgram("engine_host").string());
-    process_ = std::make_unique<Process>(arguments, std::map<std::string, std::string>(),
-                                         testing::TempDir() + "engine_host-" + std::to_string(getpid()));
+    process_ = std::make_unique<Process>(arguments);
     return *process_;
   }
 

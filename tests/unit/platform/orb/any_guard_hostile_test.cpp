@@ -1,7 +1,6 @@
 // What the any guard makes of messages that no client of ours sends.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <sstream>
@@ -23,7 +22,7 @@ constexpr const char* kTraceText =
 
 class Server {
  public:
-  Server() : process_({BuiltProgram("any_guard_server").string()}, {}, testing::TempDir() + "hostile-" + std::to_string(getpid())) {
+  Server() : process_({BuiltProgram("any_guard_server").string()}) {
     if (!process_.WaitForLine("ready")) throw std::runtime_error(process_.Error());
     std::istringstream lines(process_.Out());
     std::string subscriber_text, manager_text;

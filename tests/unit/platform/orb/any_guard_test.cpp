@@ -66,7 +66,7 @@ class ManagerHere : public POA_Corvanta::DDS_Manager {
 
 class any_guard_ : public testing::Test {
  protected:
-  any_guard_() : orb_(localargc, localargv), server_({BuiltProgram("any_guard_server").string()}, {}, LogStem()) {
+  any_guard_() : orb_(localargc, localargv), server_({BuiltProgram("any_guard_server").string()}) {
     EXPECT_TRUE(server_.WaitForLine("ready")) << server_.Error();
     std::istringstream lines(server_.Out());
     std::string subscriber, manager;
@@ -76,8 +76,6 @@ class any_guard_ : public testing::Test {
     object = orb_.Orb()->string_to_object(manager.c_str());
     manager_ = DDS_Manager::_narrow(object);
   }
-
-  static std::string LogStem() { return testing::TempDir() + "any_guard_server-" + std::to_string(getpid()); }
 
   /// Whether the server has written this line last; it is cheap enough to look at all of them.
   testing::AssertionResult Wrote(const std::string& line) {
