@@ -117,9 +117,33 @@ void RawClient::Send(const std::string& bytes) {
   }
 }
 
+void RawClient::EndSending() { shutdown(socket_, SHUT_WR); }
+
+bool RawClient::WaitUntilClosed(std::chrono::milliseconds limit) {
+  const auto end = std::chrono::steady_clock::now() + limit;
+  for (;;) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+    pollfd ready{socket_, POLLIN, 0};
+    if (left.count() <= 0 || poll(&ready, 1, static_cast<int>(left.count())) <= 0) return false;
+    char dropped[4096];
+    if (recv(socket_, dropped, sizeof dropped, 0) <= 0) return true;
+  }
+}
+
 std::string RawClient::Call(const std::string& operation, const Wire& arguments) {
   Send(Request(operation, arguments));
   return Answer();
+}
+
+void RawClient::BeginFragments(const std::string& operation, const Wire& arguments) {
+  Send(Request(operation, arguments, true));
+  SendFragment(arguments.Bytes(), true, arguments.IsLittleEndian());
+}
+
+void RawClient::SendFragment(const std::string& bytes, bool more, bool little_endian) {
+  Wire id(little_endian);
+  id.Ulong(request_id_);
+  Send(Header(little_endian, more, kFragment, bytes.size() + id.Bytes().size()) + id.Bytes() + bytes);
 }
 
 std::string RawClient::CallInFragments(const std::string& operation, const Wire& arguments, std::size_t fragment_bytes) {
@@ -127,10 +151,7 @@ std::string RawClient::CallInFragments(const std::string& operation, const Wire&
   const std::string& bytes = arguments.Bytes();
   for (std::size_t at = 0; at < bytes.size(); at += fragment_bytes) {
     const std::string part = bytes.substr(at, fragment_bytes);
-    const bool more = at + part.size() < bytes.size();
-    Wire id(arguments.IsLittleEndian());
-    id.Ulong(request_id_);
-    Send(Header(arguments.IsLittleEndian(), more, kFragment, part.size() + id.Bytes().size()) + id.Bytes() + part);
+    SendFragment(part, at + part.size() < bytes.size(), arguments.IsLittleEndian());
   }
   return Answer();
 }

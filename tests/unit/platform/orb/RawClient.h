@@ -32,7 +32,17 @@ class RawClient {
   /// fragment carries a part of the arguments.
   std::string CallInFragments(const std::string& operation, const Wire& arguments, std::size_t fragment_bytes);
 
+  /// The same piece by piece: the first message and each fragment say that more follow.
+  void BeginFragments(const std::string& operation, const Wire& arguments);
+  void SendFragment(const std::string& bytes, bool more = true, bool little_endian = true);
+
   void Send(const std::string& bytes);
+
+  /// Says that nothing more will be sent.
+  void EndSending();
+
+  /// Takes and drops what comes until the other side closes the connection; false after `limit`.
+  bool WaitUntilClosed(std::chrono::milliseconds limit);
 
   /// A request message.
   std::string Request(const std::string& operation, const Wire& arguments, bool fragments_follow = false);
