@@ -8,21 +8,11 @@
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/local_arguments.h"
 #include "platform/signals/Signals.h"
 #include "services/hw_enumeration/HwEnumerate_Able_i.h"
 
-namespace {
-
-char kProgram[] = "hw_enumeration";
-char kServiceConf[] = "-ORBSvcConf";
-char kTransportConf[] = TRANSPORT_CONF;
-
-}  // namespace
-
-extern "C" {
-int localargc = 3;
-char* localargv[] = {kProgram, kServiceConf, kTransportConf, nullptr};
-}
+LUMENAR_LOCAL_ARGUMENTS("hw_enumeration")
 
 namespace {
 
@@ -53,7 +43,8 @@ void Serve(const std::string& state) {
 }
 
 int Run(int argc, char** argv) {
-  CLI::App app("Tracks the engines of the instrument and their start-up progress, one line for each event.", kProgram);
+  CLI::App app("Tracks the engines of the instrument and their start-up progress, one line for each event.",
+               "hw_enumeration");
   app.footer(kFooter);
   std::string state;
   app.add_option("--state", state, "Keep the known engines in FILE over a restart (default: not kept)")

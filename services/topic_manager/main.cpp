@@ -6,21 +6,11 @@
 #include "platform/base/Diagnostic.h"
 #include "platform/base/TraceMemory.h"
 #include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/local_arguments.h"
 #include "platform/signals/Signals.h"
 #include "services/topic_manager/CommandLine.h"
 
-namespace {
-
-char kProgram[] = "topic_manager";
-char kServiceConf[] = "-ORBSvcConf";
-char kTransportConf[] = TRANSPORT_CONF;
-
-}  // namespace
-
-extern "C" {
-int localargc = 3;
-char* localargv[] = {kProgram, kServiceConf, kTransportConf, nullptr};
-}
+LUMENAR_LOCAL_ARGUMENTS("topic_manager")
 
 namespace {
 

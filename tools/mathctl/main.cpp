@@ -1,20 +1,9 @@
 #include <csignal>
 
-#include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/local_arguments.h"
 #include "tools/mathctl/command.h"
 
-namespace {
-
-char kProgram[] = "mathctl";
-char kServiceConf[] = "-ORBSvcConf";
-char kTransportConf[] = TRANSPORT_CONF;
-
-}  // namespace
-
-extern "C" {
-int localargc = 3;
-char* localargv[] = {kProgram, kServiceConf, kTransportConf, nullptr};
-}
+LUMENAR_LOCAL_ARGUMENTS("mathctl")
 
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a reader that went away shows as a failed stream
