@@ -30,13 +30,12 @@ void RequireAnswer(CORBA::Object_ptr object) { static_cast<void>(object->_non_ex
 }  // namespace
 
 PeerWatch::PeerWatch(ORB_wrapper_base& orb, std::chrono::milliseconds period) : orb_(orb), period_(period) {
-  listener_ = orb_.AddShutdownListener([this] { End(); });
+  const long listener = orb_.AddShutdownListener([this] { EndThread(); });
+  Lock lock(mutex_);
+  listener_ = listener;
 }
 
-PeerWatch::~PeerWatch() {
-  orb_.RemoveShutdownListener(listener_);
-  End();
-}
+PeerWatch::~PeerWatch() { End(); }
 
 void PeerWatch::Add(Key key, const std::string& engine, CORBA::Object_ptr object) {
   // A reference of its own: the time limit of the looks is not to touch other calls through the caller's.
@@ -60,6 +59,16 @@ void PeerWatch::Forget(Key key) noexcept {
 }
 
 void PeerWatch::End() noexcept {
+  EndThread();
+  long listener = 0;
+  {
+    Lock lock(mutex_);
+    std::swap(listener, listener_);
+  }
+  if (listener != 0) orb_.RemoveShutdownListener(listener);  // waits for the one that runs: it may be joining the thread
+}
+
+void PeerWatch::EndThread() noexcept {
   std::thread thread;
   {
     Lock lock(mutex_);

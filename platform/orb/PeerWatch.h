@@ -27,7 +27,7 @@ class PeerWatch {
   /// What for an engine is watched, chosen by the caller; unique among its own.
   using Key = CORBA::Long;
 
-  /// `orb` lives longer. The watch ends with it, before calls stop going out. All engines are looked at each `period`.
+  /// `orb` lives until End has returned. The watch ends with it, before calls stop going out. All engines are looked at each `period`.
   explicit PeerWatch(ORB_wrapper_base& orb, std::chrono::milliseconds period = std::chrono::seconds(2));
   ~PeerWatch();
   PeerWatch(const PeerWatch&) = delete;
@@ -54,6 +54,7 @@ class PeerWatch {
     bool away = false;
   };
 
+  void EndThread() noexcept;
   void Run();
   bool WaitForNextRound();
   void Look(const std::string& engine, CORBA::Object_ptr object);
@@ -68,7 +69,7 @@ class PeerWatch {
   std::map<std::string, Peer> peers_ GUARDED_BY(mutex_);
   bool ended_ GUARDED_BY(mutex_) = false;
   std::thread thread_ GUARDED_BY(mutex_);
-  long listener_ = 0;
+  long listener_ GUARDED_BY(mutex_) = 0;  ///< 0 once it is removed
 };
 
 }  // namespace Corvanta

@@ -1,0 +1,88 @@
+// The whole engine under everything at once, for LUMENAR_STRESS_SECONDS (3 by default); run with the sanitizers for long.
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+
+#include "platform/base/InstanceCounter.h"
+#include "tests/stress/EngineStress.h"
+#include "tests/support/IsolatedPlatform.h"
+
+extern "C" {
+int localargc = 1;
+char program_name[] = "stress";
+char* localargv[] = {program_name, nullptr};
+}
+
+namespace Lumenar::Test {
+namespace {
+
+using testing::IsEmpty;
+using testing::Pair;
+using testing::Each;
+
+std::chrono::seconds Duration() {
+  const char* text = std::getenv("LUMENAR_STRESS_SECONDS");
+  return std::chrono::seconds(text == nullptr ? 3 : std::max(1, std::atoi(text)));
+}
+
+/// What the engine writes of refused requests would fill the log.
+class Silence {
+ public:
+  Silence() { testing::internal::CaptureStdout(); }
+  ~Silence() { static_cast<void>(testing::internal::GetCapturedStdout()); }
+};
+
+class Stress : public testing::Test {
+ protected:
+  Stress() { platform_.UseInThisProcess(); }
+
+  static void ExpectNothingLeft() {
+    EXPECT_TRUE(WaitUntil([] {
+      for (const auto& [name, live] : InstanceCounter::All())
+        if (live != 0) return false;
+      return true;
+    }));
+    EXPECT_THAT(InstanceCounter::All(), Each(Pair(testing::_, 0)));
+  }
+
+  IsolatedPlatform platform_;
+};
+
+void ExpectWorkWasDone(const EngineStress::Counts& done) {
+  EXPECT_GT(done.created, 10u);
+  EXPECT_GT(done.refused, 0u);
+  EXPECT_GT(done.deleted, 10u);
+  EXPECT_GT(done.looked_at, 10u);
+  EXPECT_GT(done.published, 10u);
+}
+
+TEST_F(Stress, EverythingAtOnceMeetsNoDeadObjectAndLeavesNothing) {
+  EngineStress::Counts done;
+  {
+    const Silence silence;
+    EngineStress stress;
+    // The time is the purpose; a fault ends it early.
+    WaitUntil([&] { return !stress.Faults().empty(); }, Duration());
+    stress.Stop();
+    done = stress.Done();
+    EXPECT_THAT(stress.Faults(), IsEmpty());
+  }
+  ExpectWorkWasDone(done);
+  RecordProperty("created", std::to_string(done.created));
+  ExpectNothingLeft();
+}
+
+TEST_F(Stress, TheEngineMayEndAtAnyMomentOfIt) {
+  const auto end = std::chrono::steady_clock::now() + Duration();
+  for (unsigned objects = 3; std::chrono::steady_clock::now() < end; objects = objects % 40 + 7) {
+    const Silence silence;
+    EngineStress stress;
+    WaitUntil([&] { return stress.Done().created >= objects; });
+    stress.ShutDownUnderLoad();
+    EXPECT_THAT(stress.Faults(), IsEmpty());
+  }
+  ExpectNothingLeft();
+}
+
+}  // namespace
+}  // namespace Lumenar::Test
