@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "platform/orb/unix_endpoint.h"
+
 namespace Corvanta {
 namespace {
 
@@ -68,6 +70,7 @@ OrbArguments OrbArguments::Read(int argc, const char* const* argv) {
   if (const char* address = std::getenv("LUMENAR_NAMING"); address != nullptr && *address != '\0')
     arguments.naming_uri = "corbaloc:iiop:" + std::string(address) + "/NameService";
   arguments.transport = ReadTransport(transport_file);
+  for (std::string& endpoint : arguments.transport.endpoints) endpoint = PrepareEndpoint(endpoint);
   arguments.options = arguments.transport.OrbOptions();
   arguments.options.emplace_back("InitRef", std::string(kNamingKey) + arguments.naming_uri);
   arguments.options.insert(arguments.options.end(), given.begin(), given.end());

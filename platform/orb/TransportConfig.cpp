@@ -50,6 +50,12 @@ std::string Peer(std::string_view text) {
   return std::string(text);
 }
 
+std::string Transport(std::string_view text) {
+  if (text != "unix" && text != "tcp" && text != "ssl")
+    throw BadValue{fmt::format("'{}' is neither unix nor tcp nor ssl", text)};
+  return std::string(text);
+}
+
 /// Reads one file, line by line, into a configuration.
 class Reader {
  public:
@@ -96,6 +102,8 @@ class Reader {
       Append(config_.endpoints, endpoints_given_, Endpoint(value));
     } else if (key == "orb.allowed_peer") {
       Append(config_.allowed_peers, peers_given_, Peer(value));
+    } else if (key == "orb.client_transport") {
+      Append(config_.client_transports, client_transports_given_, Transport(value));
     } else {
       return false;
     }
@@ -156,6 +164,7 @@ class Reader {
   unsigned scan_period_line_ = 0;
   bool endpoints_given_ = false;
   bool peers_given_ = false;
+  bool client_transports_given_ = false;
 };
 
 }  // namespace
@@ -171,6 +180,9 @@ std::vector<std::pair<std::string, std::string>> TransportConfig::OrbOptions() c
   std::vector<std::pair<std::string, std::string>> options;
   for (const std::string& endpoint : endpoints) options.emplace_back("endPoint", endpoint);
   for (const std::string& peer : allowed_peers) options.emplace_back("serverTransportRule", peer + " unix,tcp,ssl");
+  // Who may use a socket of this machine is a matter of its directory; this rule comes last and allows nothing else.
+  options.emplace_back("serverTransportRule", "localhost unix");
+  options.emplace_back("clientTransportRule", fmt::format("* {}", fmt::join(client_transports, ",")));
   const auto add = [&options](const char* name, auto number) { options.emplace_back(name, std::to_string(number)); };
   add("clientCallTimeOutPeriod", call_timeout.count());
   add("giopMaxMsgSize", max_message_bytes);

@@ -21,6 +21,7 @@ class TransportConfigError : public std::runtime_error {
 struct TransportConfig {
   std::vector<std::string> endpoints{"giop:tcp:127.0.0.1:"};  ///< orb.endpoint, repeated
   std::vector<std::string> allowed_peers{"localhost"};        ///< orb.allowed_peer, repeated: addresses that may connect
+  std::vector<std::string> client_transports{"unix", "tcp", "ssl"};  ///< orb.client_transport, repeated: in order of choice
   std::chrono::milliseconds call_timeout{5000};               ///< orb.call_timeout_ms: limit of every remote call
   std::uint64_t max_message_bytes = 80u << 20;                ///< orb.max_message_bytes; the same in all processes
   unsigned max_connections_to_peer = 64;                      ///< orb.max_connections_to_peer

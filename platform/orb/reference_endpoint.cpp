@@ -60,6 +60,22 @@ std::string FromHex(std::string_view hex) {
   return bytes;
 }
 
+/// The path in the ORB's component for a socket of one machine, "unix:PATH"; empty when a profile has none. The profile has been
+/// read up to its object key.
+/// Errors   std::out_of_range when it ends early.
+std::string UnixEndpoint(Encapsulation profile) {
+  constexpr std::uint32_t kUnixComponent = 0x41545402;
+  profile.Sequence();  // object key
+  for (std::uint32_t left = profile.Long(); left > 0; --left) {
+    const std::uint32_t tag = profile.Long();
+    Encapsulation component(profile.Sequence());
+    if (tag != kUnixComponent) continue;
+    component.String();  // machine
+    return "unix:" + std::string(component.String());
+  }
+  return {};
+}
+
 /// Empty when the profile cannot be read or names no host or no port.
 std::string InternetEndpoint(std::string_view profile_data) {
   try {
@@ -68,7 +84,8 @@ std::string InternetEndpoint(std::string_view profile_data) {
     profile.Octet();  // and minor
     const std::string host(profile.String());
     const unsigned port = profile.Short();
-    return host.empty() || port == 0 ? std::string() : host + ':' + std::to_string(port);
+    if (port == 0) return UnixEndpoint(profile);  // so the ORB describes a process that has no internet address
+    return host.empty() ? std::string() : host + ':' + std::to_string(port);
   } catch (const std::out_of_range&) {
     return {};
   }

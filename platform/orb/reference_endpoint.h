@@ -6,7 +6,8 @@
 namespace Lumenar {
 
 /// Where the process of an object listens, from its stringified reference ("IOR:..."): "HOST:PORT" of the first internet
-/// profile that can be read; empty when there is none.
+/// profile that can be read, or "unix:PATH" of a process that listens at a socket of its machine alone; empty when there is
+/// none.
 /// Errors   none, whatever the text.
 std::string EndpointOf(std::string_view reference);
 

@@ -44,6 +44,8 @@ TEST(TransportConfig, EveryKeyIsRead) {
       "orb.endpoint = giop:unix:/run/x\n"
       "orb.allowed_peer=10.0.0.0/255.0.0.0\n"
       "orb.allowed_peer = localhost\r\n"
+      "orb.client_transport = tcp\n"
+      "orb.client_transport = unix\n"
       "orb.call_timeout_ms = 250\n"
       "\torb.max_message_bytes = 8192\n"
       "orb.max_connections_to_peer = 3\n"
@@ -57,6 +59,7 @@ TEST(TransportConfig, EveryKeyIsRead) {
       "dds.topic = B");
   EXPECT_THAT(config.endpoints, ElementsAre("giop:tcp:10.0.0.1:3000", "giop:unix:/run/x"));
   EXPECT_THAT(config.allowed_peers, ElementsAre("10.0.0.0/255.0.0.0", "localhost"));
+  EXPECT_THAT(config.client_transports, ElementsAre("tcp", "unix"));
   EXPECT_EQ(config.call_timeout, std::chrono::milliseconds(250));
   EXPECT_EQ(config.max_message_bytes, 8192u);
   EXPECT_EQ(config.max_connections_to_peer, 3u);
@@ -96,6 +99,7 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{"no_prefix", "domain = 1", ":1: unknown key 'domain'"},
         Bad{"endpoint", "orb.endpoint = tcp:1", ":1: orb.endpoint: 'tcp:1' is no endpoint: it must begin with giop:"},
         Bad{"peer", "orb.allowed_peer = a b", ":1: orb.allowed_peer: 'a b' is not one address"},
+        Bad{"transport", "orb.client_transport = udp", ":1: orb.client_transport: 'udp' is neither unix nor tcp nor ssl"},
         Bad{"text", "dds.domain = one", ":1: dds.domain: 'one' is not a whole number from 0 to 232"},
         Bad{"rest", "dds.domain = 1x", ":1: dds.domain: '1x' is not a whole number from 0 to 232"},
         Bad{"negative", "dds.domain = -1", ":1: dds.domain: '-1' is not a whole number from 0 to 232"},
@@ -126,6 +130,8 @@ TEST(TransportConfig, BecomesOptionsOfTheOrb) {
   EXPECT_THAT(options, Contains(Pair("endPoint", "giop:tcp:127.0.0.1:")));
   EXPECT_THAT(options, Contains(Pair("serverTransportRule", "localhost unix,tcp,ssl")));
   EXPECT_THAT(options, Contains(Pair("serverTransportRule", "10.0.0.5 unix,tcp,ssl")));
+  EXPECT_THAT(options, Contains(Pair("clientTransportRule", "* unix,tcp,ssl")));
+  EXPECT_THAT(options, Contains(Pair("unixTransportPermission", "0700")));
   EXPECT_THAT(options, Contains(Pair("clientCallTimeOutPeriod", "5000")));
   EXPECT_THAT(options, Contains(Pair("giopMaxMsgSize", "83886080")));
   EXPECT_THAT(options, Contains(Pair("threadPerConnectionUpperLimit", "8")));

@@ -18,6 +18,12 @@ const std::string kSecondProfileOfOtherOrder =
     "302e302e302e380000ffff010000006b";
 const std::string kNoInternetProfile = "IOR:010000000a00000049444c3a583a312e3000000001000000010000000400000000000001";
 
+// As the ORB writes it: a process with a socket of its machine alone, and one that has an internet address besides.
+const std::string kUnixAlone =
+    "IOR:010000000a00000049444c3a783a312e300000000100000000000000750000000101020003000000766d0000000000000100000078000000030000"
+    "0000000000080000000100000000545441010000001c0000000100000001000100010000000100010509010100010000000901010002545441"
+    "1d0000000100000003000000766d00000d0000002f746d702f75782f642f733100";
+
 std::string Hex(const std::string& bytes) {
   std::string hex;
   for (const char byte : bytes) hex += fmt::format("{:02x}", static_cast<unsigned char>(byte));
@@ -49,6 +55,10 @@ TEST(EndpointOf, ReadsBothByteOrdersAndTakesTheFirstInternetProfile) {
   EXPECT_EQ(EndpointOf(kLittleEndian), "127.0.0.1:2700");
   EXPECT_EQ(EndpointOf(kBigEndian), "rack-7.lab:40001");
   EXPECT_EQ(EndpointOf(kSecondProfileOfOtherOrder), "10.0.0.8:65535");
+}
+
+TEST(EndpointOf, NamesTheSocketOfAProcessThatHasNoInternetAddress) {
+  EXPECT_EQ(EndpointOf(kUnixAlone), "unix:/tmp/ux/d/s1");
 }
 
 TEST(EndpointOf, PassesOverProfilesThatNameNone) {
