@@ -9,7 +9,7 @@ namespace {
 IsolatedPlatform::Options QuickLimits() {
   IsolatedPlatform::Options options;
   options.transport = "orb.call_timeout_ms = 1000";
-  options.topic_manager_arguments = {"--queue", "200"};
+  options.topic_manager_arguments = {"--queue", "200", "--topics", "500"};
   return options;
 }
 
@@ -21,10 +21,10 @@ Process& PeersFault::StartSim() {
   return platform_.StartEngine("sim", {{"SIM_READINGS", "trace:A:points=101:rate=200:units=mW;trace:B:points=101:rate=0:units=mW"}});
 }
 
-Corvanta::EngineReadingBase_var PeersFault::ReadingOf(const std::string& engine, const std::string& item) {
-  for (const std::string& instance : bench_.Orb().List({"Lumenar", "local", "GUI_ABLE"})) {
+Corvanta::EngineReadingBase_var FindReading(Corvanta::ORB_wrapper& orb, const std::string& engine, const std::string& item) {
+  for (const std::string& instance : orb.List({"Lumenar", "local", "GUI_ABLE"})) {
     try {
-      CORBA::Object_var object = bench_.Orb().Resolve({"Lumenar", "local", "GUI_ABLE", instance});
+      CORBA::Object_var object = orb.Resolve({"Lumenar", "local", "GUI_ABLE", instance});
       Corvanta::GUI_Able_var registration = Corvanta::GUI_Able::_narrow(object);
       CORBA::String_var name = registration->EngineName();
       if (engine != name.in()) continue;
@@ -41,8 +41,8 @@ Corvanta::EngineReadingBase_var PeersFault::ReadingOf(const std::string& engine,
 Corvanta::MathFactory::ReadingAttribSeq PeersFault::SimInputs() {
   Corvanta::MathFactory::ReadingAttribSeq inputs;
   inputs.length(2);
-  inputs[0] = ReadingOf("SIM/1", "A");
-  inputs[1] = ReadingOf("SIM/1", "B");
+  inputs[0] = FindReading(bench_.Orb(), "SIM/1", "A");
+  inputs[1] = FindReading(bench_.Orb(), "SIM/1", "B");
   return inputs;
 }
 

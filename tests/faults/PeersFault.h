@@ -19,8 +19,6 @@ class PeersFault : public EngineFixture {
   /// Starts the simulator with the traces SIM/1/A, at 200 Hz, and SIM/1/B, which stands still.
   Process& StartSim();
 
-  /// A reading by the name of its engine and its own.
-  Corvanta::EngineReadingBase_var ReadingOf(const std::string& engine, const std::string& item);
   Corvanta::MathFactory::ReadingAttribSeq SimInputs();
 
   Corvanta::DDS_Manager_var Manager();
@@ -37,6 +35,9 @@ class PeersFault : public EngineFixture {
   /// How many lines of the math engine's standard error contain `part`.
   std::size_t EngineLines(const std::string& part);
 };
+
+/// A reading by the name of its engine and its own.
+Corvanta::EngineReadingBase_var FindReading(Corvanta::ORB_wrapper& orb, const std::string& engine, const std::string& item);
 
 std::size_t CountOf(const std::string& text, const std::string& part);
 

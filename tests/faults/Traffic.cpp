@@ -1,7 +1,11 @@
 #include "tests/faults/Traffic.h"
 
+#include <unistd.h>
+
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 namespace Lumenar::Test {
 
@@ -125,6 +129,23 @@ ProcessFigures FiguresOf(pid_t process) {
   }
   figures.descriptors = std::distance(std::filesystem::directory_iterator(place / "fd"), {});
   return figures;
+}
+
+double ProcessorTime_s(pid_t process) {
+  std::ifstream stat("/proc/" + std::to_string(process) + "/stat");
+  std::string text;
+  std::getline(stat, text);
+  std::istringstream fields(text.substr(text.rfind(')') + 1));
+  std::string skipped;
+  for (int field = 0; field < 11; ++field) fields >> skipped;
+  double user_ticks = 0, system_ticks = 0;
+  fields >> user_ticks >> system_ticks;
+  return (user_ticks + system_ticks) / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+double SettingOr(const char* name, double otherwise) {
+  const char* text = std::getenv(name);
+  return text == nullptr ? otherwise : std::stod(text);
 }
 
 }  // namespace Lumenar::Test

@@ -95,4 +95,10 @@ struct ProcessFigures {
 };
 ProcessFigures FiguresOf(pid_t process);
 
+/// Processor time that a process has used, user and system.
+double ProcessorTime_s(pid_t process);
+
+/// A number from the environment, for runs of another length than usual.
+double SettingOr(const char* name, double otherwise);
+
 }  // namespace Lumenar::Test

@@ -26,7 +26,7 @@ TEST_F(HangingPeers, StoppedSubscriber) {
 
   stopped->Signal(SIGSTOP);
   Feeder feeder(input, 300);
-  const unsigned before = ByLength(900u, 3000u);
+  const unsigned before = ByLength(450u, 3000u);
   ASSERT_TRUE(follower.WaitForNumber(before, 60s));
   const long memory_before_kB = FiguresOf(platform_.TopicManager().Pid()).memory_kB;
   ASSERT_TRUE(follower.WaitForNumber(2 * before, 60s));

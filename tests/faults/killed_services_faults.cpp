@@ -74,6 +74,7 @@ TEST_F(KilledServices, TopicManagerKilled) {
     platform_.StartTopicManager();
     longest = std::max(longest, TimeOf([&] { EXPECT_TRUE(follower_.WaitForMore(kBack)); }));
     EXPECT_TRUE(WaitUntil([&] { return EngineLines("topic manager is back") == round; })) << engine_.Error();
+    EXPECT_TRUE(follower_.WaitForNumber(follower_.Now().last + 30)) << "the load goes on";
     if (round == 1 + rounds / 5) first = FiguresOf(engine_.Pid());
   }
   const ProcessFigures last = FiguresOf(engine_.Pid());
