@@ -1,11 +1,6 @@
 #include "tests/faults/Traffic.h"
 
-#include <unistd.h>
-
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 namespace Lumenar::Test {
 
@@ -117,30 +112,6 @@ void BusyClient::CallOnce() {
     throw;
   }
   factory_->DeleteMath(id);
-}
-
-ProcessFigures FiguresOf(pid_t process) {
-  const std::filesystem::path place = "/proc/" + std::to_string(process);
-  ProcessFigures figures;
-  std::ifstream status(place / "status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.rfind("VmRSS:", 0) == 0) figures.memory_kB = std::stol(line.substr(6));
-    if (line.rfind("Threads:", 0) == 0) figures.threads = std::stol(line.substr(8));
-  }
-  figures.descriptors = std::distance(std::filesystem::directory_iterator(place / "fd"), {});
-  return figures;
-}
-
-double ProcessorTime_s(pid_t process) {
-  std::ifstream stat("/proc/" + std::to_string(process) + "/stat");
-  std::string text;
-  std::getline(stat, text);
-  std::istringstream fields(text.substr(text.rfind(')') + 1));
-  std::string skipped;
-  for (int field = 0; field < 11; ++field) fields >> skipped;
-  double user_ticks = 0, system_ticks = 0;
-  fields >> user_ticks >> system_ticks;
-  return (user_ticks + system_ticks) / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
 double SettingOr(const char* name, double otherwise) {

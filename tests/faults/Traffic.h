@@ -87,17 +87,6 @@ class BusyClient {
   std::thread thread_;
 };
 
-/// What a process takes of the machine.
-struct ProcessFigures {
-  long memory_kB = 0;  ///< resident
-  long descriptors = 0;
-  long threads = 0;
-};
-ProcessFigures FiguresOf(pid_t process);
-
-/// Processor time that a process has used, user and system.
-double ProcessorTime_s(pid_t process);
-
 /// A number from the environment, for runs of another length than usual.
 double SettingOr(const char* name, double otherwise);
 

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "tests/faults/ProcessFigures.h"
+
 namespace Lumenar::Test {
 namespace {
 
@@ -17,7 +19,11 @@ Number Median(std::vector<Number> numbers) {
 
 }  // namespace
 
-void Trend::Add(double time_s, const ProcessFigures& figures) { samples_.push_back({time_s, figures}); }
+Figures FiguresOf(pid_t process) {
+  return {ResidentMemory_kB(process), CountDescriptors(process), CountThreads(process)};
+}
+
+void Trend::Add(double time_s, const Figures& figures) { samples_.push_back({time_s, figures}); }
 
 double Trend::MemorySlope_kB_per_h() const {
   std::vector<double> slopes;
@@ -32,7 +38,7 @@ double Trend::MemorySlope_kB_per_h() const {
   return samples_.size() < 3 ? 0 : Median(slopes);
 }
 
-long Trend::Growth(long ProcessFigures::*figure) const {
+long Trend::Growth(long Figures::*figure) const {
   const std::size_t third = samples_.size() / 3;
   std::vector<long> first, last;
   for (std::size_t i = 0; i < third; ++i) {
@@ -44,7 +50,7 @@ long Trend::Growth(long ProcessFigures::*figure) const {
 
 std::string Trend::Text() const {
   if (samples_.empty()) return "no figures";
-  const ProcessFigures& now = samples_.back().figures;
+  const Figures& now = samples_.back().figures;
   const std::string slope = SaysSomethingOfAnHour() ? fmt::format(", {:+.0f} kB/h", MemorySlope_kB_per_h()) : "";
   return fmt::format("memory {} kB ({:+} kB{}), descriptors {} ({:+}), threads {} ({:+})", now.memory_kB,
                      MemoryGrowth_kB(), slope, now.descriptors, DescriptorGrowth(), now.threads, ThreadGrowth());

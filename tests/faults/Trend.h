@@ -1,25 +1,33 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 #include <vector>
 
-#include "tests/faults/Traffic.h"
-
 namespace Lumenar::Test {
+
+/// What a process takes of the machine.
+struct Figures {
+  long memory_kB = 0;  ///< resident
+  long descriptors = 0;
+  long threads = 0;
+};
+Figures FiguresOf(pid_t process);
 
 /// How the figures of one process develop over a run.
 class Trend {
  public:
-  void Add(double time_s, const ProcessFigures& figures);
+  void Add(double time_s, const Figures& figures);
 
   /// Growth of the memory: the median of the slopes between samples that are at least a third of the time apart
   /// (Theil and Sen), so that single jumps do not count. 0 for fewer than three samples.
   double MemorySlope_kB_per_h() const;
 
   /// By how much the median of the last third of the samples is above that of the first third.
-  long MemoryGrowth_kB() const { return Growth(&ProcessFigures::memory_kB); }
-  long DescriptorGrowth() const { return Growth(&ProcessFigures::descriptors); }
-  long ThreadGrowth() const { return Growth(&ProcessFigures::threads); }
+  long MemoryGrowth_kB() const { return Growth(&Figures::memory_kB); }
+  long DescriptorGrowth() const { return Growth(&Figures::descriptors); }
+  long ThreadGrowth() const { return Growth(&Figures::threads); }
 
   /// Whether the run is long enough for its slope to mean something.
   bool SaysSomethingOfAnHour() const { return Length_s() >= 900; }
@@ -32,10 +40,10 @@ class Trend {
  private:
   struct Sample {
     double time_s;
-    ProcessFigures figures;
+    Figures figures;
   };
 
-  long Growth(long ProcessFigures::*figure) const;
+  long Growth(long Figures::*figure) const;
 
   std::vector<Sample> samples_;
 };

@@ -5,6 +5,7 @@
 #include <csignal>
 
 #include "tests/faults/PeersFault.h"
+#include "tests/faults/ProcessFigures.h"
 
 namespace Lumenar::Test {
 namespace {
@@ -28,9 +29,9 @@ TEST_F(HangingPeers, StoppedSubscriber) {
   Feeder feeder(input, 300);
   const unsigned before = ByLength(450u, 3000u);
   ASSERT_TRUE(follower.WaitForNumber(before, 60s));
-  const long memory_before_kB = FiguresOf(platform_.TopicManager().Pid()).memory_kB;
+  const long memory_before_kB = ResidentMemory_kB(platform_.TopicManager().Pid());
   ASSERT_TRUE(follower.WaitForNumber(2 * before, 60s));
-  const long growth_kB = FiguresOf(platform_.TopicManager().Pid()).memory_kB - memory_before_kB;
+  const long growth_kB = ResidentMemory_kB(platform_.TopicManager().Pid()) - memory_before_kB;
   EXPECT_TRUE(WaitUntil([&] { return SubscriptionsOf(topic)[1].stalled; }));
   const unsigned published = feeder.Stop();
   EXPECT_TRUE(follower.WaitForNumber(published - 1));

@@ -7,6 +7,7 @@
 
 #include "platform/dds/DDS_BaseObj.h"
 #include "tests/faults/PeersFault.h"
+#include "tests/faults/Trend.h"
 
 namespace Lumenar::Test {
 namespace {
@@ -67,7 +68,7 @@ TEST_F(KilledServices, TopicManagerKilled) {
                 "objects kept, subscriptions back in < 5 s, gaps counted, one line each, no growth");
   const std::size_t rounds = ByLength(2, 50);
   auto longest = 0ms;
-  ProcessFigures first;
+  Figures first;
   for (std::size_t round = 1; round <= rounds; ++round) {
     platform_.KillTopicManager();
     EXPECT_TRUE(WaitUntil([&] { return EngineLines("is away: ") == round; })) << engine_.Error();
@@ -77,7 +78,7 @@ TEST_F(KilledServices, TopicManagerKilled) {
     EXPECT_TRUE(follower_.WaitForNumber(follower_.Now().last + 30)) << "the load goes on";
     if (round == 1 + rounds / 5) first = FiguresOf(engine_.Pid());
   }
-  const ProcessFigures last = FiguresOf(engine_.Pid());
+  const Figures last = FiguresOf(engine_.Pid());
   const unsigned published = EndLoad();
   EXPECT_EQ(EngineLines("is away: "), rounds) << engine_.Error();
   EXPECT_EQ(SubscriptionsOf("TESTBENCH/1/INPUT").size(), 1u);

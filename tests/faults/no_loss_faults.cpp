@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "tests/faults/PeersFault.h"
+#include "tests/faults/ProcessFigures.h"
 
 namespace Lumenar::Test {
 namespace {
@@ -39,11 +40,11 @@ class NoLoss : public EngineFixture {
     for (CORBA::ULong i = 0; i < all->length(); ++i) EXPECT_EQ(all[i].dropped, 0u) << all[i].topic;
   }
 
-  std::vector<double> ProcessorTimes_s() {
-    std::vector<double> times_s;
+  std::vector<std::chrono::milliseconds> ProcessorTimes() {
+    std::vector<std::chrono::milliseconds> times;
     for (const pid_t process : {sim_->Pid(), platform_.TopicManager().Pid(), engine_.Pid(), getpid()})
-      times_s.push_back(ProcessorTime_s(process));
-    return times_s;
+      times.push_back(ProcessorTime(process));
+    return times;
   }
 
   Process* sim_ = nullptr;
@@ -57,12 +58,12 @@ TEST_F(NoLoss, EachResultOfTwentyObjectsComes) {
   const double rate_Hz = SettingOr("LUMENAR_NO_LOSS_RATE", ByLength(50.0, 200.0));
   Load(rate_Hz);
   const unsigned long first = followers_.front()->Now().last;
-  const std::vector<double> before_s = ProcessorTimes_s();
+  const auto before = ProcessorTimes();
   const auto samples = static_cast<unsigned long>(length_s * rate_Hz);
   const auto time = TimeOf([&] {
     EXPECT_TRUE(followers_.front()->WaitForNumber(first + samples, std::chrono::seconds(static_cast<long>(2 * length_s + 10))));
   });
-  const std::vector<double> after_s = ProcessorTimes_s();
+  const auto after = ProcessorTimes();
   unsigned long results = 0;
   for (const auto& follower : followers_) {
     EXPECT_TRUE(follower->WaitForNumber(first + samples));
@@ -76,7 +77,7 @@ TEST_F(NoLoss, EachResultOfTwentyObjectsComes) {
   if (std::getenv("LUMENAR_NO_LOSS_RATE") != nullptr) {  // who asks for a rate wants it carried
     EXPECT_GT(carried_Hz, 0.99 * rate_Hz) << "the source fell behind";
   }
-  const auto share = [&](std::size_t i) { return 100 * (after_s[i] - before_s[i]) / elapsed_s; };
+  const auto share = [&](std::size_t i) { return 100 * std::chrono::duration<double>(after[i] - before[i]).count() / elapsed_s; };
   ReportFigure(fmt::format("{:.0f} s at {:.1f} of {:.0f} Hz, {} results, none lost; processor: source {:.0f} %, topic manager "
                            "{:.0f} %, engine {:.0f} %, followers {:.0f} %",
                            elapsed_s, carried_Hz, rate_Hz, results, share(0), share(1), share(2), share(3)));

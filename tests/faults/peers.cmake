@@ -1,4 +1,4 @@
-add_library(fault_traffic STATIC Traffic.cpp PeersFault.cpp Churn.cpp Trend.cpp)
+add_library(fault_traffic STATIC Traffic.cpp PeersFault.cpp Churn.cpp Trend.cpp ProcessFigures.cpp)
 target_link_libraries(fault_traffic PUBLIC fault_case)
 
 lumenar_fault_test(peers_faults_test
