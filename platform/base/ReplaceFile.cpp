@@ -23,19 +23,25 @@ void WriteAll(int descriptor, const std::string& text, const std::string& path) 
   }
 }
 
-}  // namespace
-
-void ReplaceFile(const std::filesystem::path& path, const std::string& text) {
-  const std::string temporary = path.string() + ".new";
-  const int descriptor = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  if (descriptor < 0) Fail(errno, temporary);
+void WriteTo(const std::string& path, int flags, const std::string& text) {
+  const int descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, 0600);
+  if (descriptor < 0) Fail(errno, path);
   try {
-    WriteAll(descriptor, text, temporary);
+    WriteAll(descriptor, text, path);
   } catch (...) {
     ::close(descriptor);
     throw;
   }
-  if (::close(descriptor) != 0) Fail(errno, temporary);
+  if (::close(descriptor) != 0) Fail(errno, path);
+}
+
+}  // namespace
+
+void AppendToFile(const std::filesystem::path& path, const std::string& text) { WriteTo(path.string(), O_APPEND, text); }
+
+void ReplaceFile(const std::filesystem::path& path, const std::string& text) {
+  const std::string temporary = path.string() + ".new";
+  WriteTo(temporary, O_CREAT | O_TRUNC, text);
   if (std::rename(temporary.c_str(), path.c_str()) != 0) Fail(errno, path.string());
 }
 

@@ -10,4 +10,8 @@ namespace Lumenar {
 /// Errors   std::system_error; the old file stands then.
 void ReplaceFile(const std::filesystem::path& path, const std::string& text);
 
+/// Adds text to the end of a file that is there.
+/// Errors   std::system_error; a part of the text may stand in the file then.
+void AppendToFile(const std::filesystem::path& path, const std::string& text);
+
 }  // namespace Lumenar

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <fstream>
+#include <map>
 #include <optional>
 #include <set>
 #include <sstream>
@@ -86,7 +87,8 @@ class Reader {
   }
 
   StateFile::State Finish() {
-    for (const auto& entry : state_.entries) state_.next_handle = std::max(state_.next_handle, entry.handle + 1);
+    if (!handles_.empty()) state_.next_handle = std::max(state_.next_handle, *handles_.rbegin() + 1);
+    for (auto& [handle, entry] : entries_) state_.entries.push_back(std::move(entry));
     return std::move(state_);
   }
 
@@ -94,7 +96,7 @@ class Reader {
     if (line_number_ == 0) return path + ": empty; starting without subscriptions";
     if (bad_lines_ == 0) return {};
     return fmt::format("{}:{}: damaged ({} line(s) in all not read, {} subscription(s) kept)", path, first_bad_line_,
-                       bad_lines_, handles_.size());
+                       bad_lines_, entries_.size());
   }
 
  private:
@@ -104,14 +106,19 @@ class Reader {
       if (handle) state_.next_handle = *handle;
       return handle.has_value();
     }
+    if (words.size() == 2 && words[0] == "end") {
+      const auto handle = ReadHandle(words[1]);
+      return handle && entries_.erase(*handle) == 1;
+    }
     auto entry = ReadEntry(words);
     if (!entry || !handles_.insert(entry->handle).second) return false;
-    state_.entries.push_back(std::move(*entry));
+    entries_.emplace(entry->handle, std::move(*entry));
     return true;
   }
 
   StateFile::State state_;
-  std::set<long> handles_;
+  std::map<long, StateFile::Entry> entries_;
+  std::set<long> handles_;  // also of those that ended
   int line_number_ = 0;
   int bad_lines_ = 0;
   int first_bad_line_ = 0;
@@ -119,9 +126,7 @@ class Reader {
 
 std::string Text(const StateFile::State& state) {
   std::string text = fmt::format("{}\nnext {}\n", kTitle, state.next_handle);
-  for (const auto& entry : state.entries) {
-    text += fmt::format("sub {} {} {}\n", entry.handle, Escape(entry.topic), entry.reference);
-  }
+  for (const auto& entry : state.entries) text += StateFile::BeginLine(entry);
   return text;
 }
 
@@ -141,6 +146,14 @@ StateFile::State StateFile::Read(std::string& problem) const {
   problem = reader.Problem(path_.string());
   return reader.Finish();
 }
+
+std::string StateFile::BeginLine(const Entry& entry) {
+  return fmt::format("sub {} {} {}\n", entry.handle, Escape(entry.topic), entry.reference);
+}
+
+std::string StateFile::EndLine(long handle) { return fmt::format("end {}\n", handle); }
+
+void StateFile::Append(const std::string& lines) const { AppendToFile(path_, lines); }
 
 void StateFile::Write(const State& state) const { ReplaceFile(path_, Text(state)); }
 

@@ -7,7 +7,8 @@
 namespace Lumenar {
 
 /// The subscriptions of a topic manager over its restarts: a text file of one line per subscription
-/// ("sub HANDLE TOPIC REFERENCE", the topic percent-escaped) after a line with the next handle.
+/// ("sub HANDLE TOPIC REFERENCE", the topic percent-escaped) after a line with the next handle. Changes are added at its end, a
+/// subscription that ended as "end HANDLE", until the file is written anew.
 /// Threads   one caller at a time.
 class StateFile {
  public:
@@ -32,6 +33,13 @@ class StateFile {
   /// Replaces the file in one step; readable by its owner only.
   /// Errors   std::system_error.
   void Write(const State& state) const;
+
+  /// Adds lines, made by the functions below, to the file that is there: the time does not grow with the number of subscriptions.
+  /// Errors   std::system_error; the file should be written anew then.
+  void Append(const std::string& lines) const;
+
+  static std::string BeginLine(const Entry& entry);
+  static std::string EndLine(long handle);
 
   const std::filesystem::path& Path() const { return path_; }
 

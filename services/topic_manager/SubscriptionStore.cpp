@@ -23,8 +23,8 @@ SubscriptionStore::SubscriptionStore(std::optional<StateFile> file) : file_(std:
 }
 
 std::vector<StateFile::Entry> SubscriptionStore::Entries() const {
-  std::uint64_t ignored = 0;
-  return Snapshot(ignored).entries;
+  Lock lock(mutex_);
+  return State().entries;
 }
 
 long SubscriptionStore::Add(const std::string& topic, const std::string& reference) {
@@ -34,8 +34,8 @@ long SubscriptionStore::Add(const std::string& topic, const std::string& referen
     Lock lock(mutex_);
     if (next_handle_ >= kLastHandle) throw std::length_error("no handles left");
     handle = next_handle_++;
-    entries_.emplace(handle, StateFile::Entry{handle, topic, reference});
-    change = Change();
+    const auto added = entries_.emplace(handle, StateFile::Entry{handle, topic, reference}).first;
+    change = Change(StateFile::BeginLine(added->second));
   }
   Persist(change);
   return handle;
@@ -46,9 +46,14 @@ void SubscriptionStore::Remove(long handle) {
   {
     Lock lock(mutex_);
     if (entries_.erase(handle) == 0) return;
-    change = Change();
+    change = Change(StateFile::EndLine(handle));
   }
   Persist(change);
+}
+
+std::uint64_t SubscriptionStore::Change(const std::string& line) {
+  if (file_) pending_ += line;
+  return ++changes_;
 }
 
 /// Returns when the file holds a change. Changes that came while another was written are written together.
@@ -56,29 +61,46 @@ void SubscriptionStore::Persist(std::uint64_t change) {
   if (!file_) return;
   Lock writing(writing_);
   if (written_ >= change) return;
-  std::uint64_t newest = 0;
-  const StateFile::State state = Snapshot(newest);
-  Write(state);
-  written_ = newest;
-}
-
-StateFile::State SubscriptionStore::Snapshot(std::uint64_t& change) const {
-  Lock lock(mutex_);
-  change = changes_;
-  StateFile::State state;
-  state.next_handle = next_handle_;
-  for (const auto& [handle, entry] : entries_) state.entries.push_back(entry);
-  return state;
-}
-
-void SubscriptionStore::Write(const StateFile::State& state) {
   try {
-    file_->Write(state);
+    Write(written_);
     failing_ = false;
   } catch (const std::system_error& error) {
     if (!failing_) WriteError(std::string("topic_manager: state file not written: ") + error.what());
     failing_ = true;
   }
+}
+
+/// Adds what is pending, or writes the file anew when it has grown well beyond what stands, or may be damaged at its end.
+void SubscriptionStore::Write(std::uint64_t& newest) {
+  const std::uint64_t before = newest;
+  std::string lines;
+  std::optional<StateFile::State> all;
+  {
+    Lock lock(mutex_);
+    newest = changes_;
+    lines.swap(pending_);
+    if (MustWriteAnew()) all = State();
+  }
+  if (!all) {
+    file_->Append(lines);
+    added_ += newest - before;
+    return;
+  }
+  file_->Write(*all);
+  begun_ = true;
+  added_ = 0;
+}
+
+bool SubscriptionStore::MustWriteAnew() const {
+  constexpr std::uint64_t kFew = 1000;
+  return !begun_ || failing_ || added_ > entries_.size() + kFew;
+}
+
+StateFile::State SubscriptionStore::State() const {
+  StateFile::State state;
+  state.next_handle = next_handle_;
+  for (const auto& [handle, entry] : entries_) state.entries.push_back(entry);
+  return state;
 }
 
 }  // namespace Lumenar

@@ -28,19 +28,23 @@ class SubscriptionStore {
   void Remove(long handle);
 
  private:
-  std::uint64_t Change() REQUIRES(mutex_) { return ++changes_; }
+  std::uint64_t Change(const std::string& line) REQUIRES(mutex_);
   void Persist(std::uint64_t change);
-  StateFile::State Snapshot(std::uint64_t& change) const;
-  void Write(const StateFile::State& state) REQUIRES(writing_);
+  void Write(std::uint64_t& newest) REQUIRES(writing_);
+  bool MustWriteAnew() const REQUIRES(writing_, mutex_);
+  StateFile::State State() const REQUIRES(mutex_);
 
   const std::optional<StateFile> file_;
   mutable Mutex mutex_;
   std::map<long, StateFile::Entry> entries_ GUARDED_BY(mutex_);
   long next_handle_ GUARDED_BY(mutex_) = 1;
   std::uint64_t changes_ GUARDED_BY(mutex_) = 0;
+  std::string pending_ GUARDED_BY(mutex_);  ///< lines of the changes that the file does not hold yet
 
   Mutex writing_;  ///< held over the writing of the file, for which only those wait who need it written; before mutex_
   std::uint64_t written_ GUARDED_BY(writing_) = 0;  ///< the last change that the file holds
+  std::uint64_t added_ GUARDED_BY(writing_) = 0;    ///< changes added since the file was written anew
+  bool begun_ GUARDED_BY(writing_) = false;         ///< this process has written the file anew
   bool failing_ GUARDED_BY(writing_) = false;
 };
 

@@ -78,7 +78,24 @@ INSTANTIATE_TEST_SUITE_P(StateFile, DamagedLine,
                                          Damage{"handle twice", "sub 3 A IOR:01"}, Damage{"no reference", "sub 4 A B"},
                                          Damage{"bad escape", "sub 4 A%4 IOR:01"},
                                          Damage{"bad escape digits", "sub 4 A%4gB IOR:01"},
+                                         Damage{"end of none", "end 4"}, Damage{"end without handle", "end"},
                                          Damage{"too much", "sub 4 A IOR:01 IOR:02"}, Damage{"bad next", "next x"}));
+
+TEST_F(State, AddedLinesBeginAndEndSubscriptions) {
+  const StateFile file(directory_.Path() / "state");
+  file.Write({4, {{1, "A", "IOR:01"}, {3, "B", "IOR:02"}}});
+  file.Append(StateFile::BeginLine({7, "C %", "IOR:03"}) + StateFile::BeginLine({8, "D", "IOR:04"}));
+  file.Append(StateFile::EndLine(1));
+  file.Append(StateFile::EndLine(8));
+  const StateFile::State read = file.Read(problem_);
+  EXPECT_THAT(read.entries, ElementsAre(Entry{3, "B", "IOR:02"}, Entry{7, "C %", "IOR:03"}));
+  EXPECT_EQ(read.next_handle, 9) << "the handle of a subscription that ended is not used again";
+  EXPECT_THAT(problem_, IsEmpty());
+}
+
+TEST_F(State, NothingIsAddedToAFileThatIsNotThere) {
+  EXPECT_THROW(StateFile(directory_.Path() / "state").Append(StateFile::EndLine(1)), std::system_error);
+}
 
 TEST_F(State, TheNextHandleIsAboveAllThatWereRead) {
   EXPECT_EQ(ReadText("topic_manager subscriptions 1\nnext 2\nsub 7 A IOR:01\n").next_handle, 8);

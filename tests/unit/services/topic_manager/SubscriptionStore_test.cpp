@@ -2,9 +2,13 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <set>
 #include <thread>
+#include <utility>
 
 #include "scratch_directory.h"
 
@@ -51,6 +55,45 @@ TEST_F(Store, AHandleIsNotUsedAgainAfterARestart) {
   SubscriptionStore store(File());
   EXPECT_THAT(store.Entries(), ElementsAre(Entry{1, "A", "IOR:01"}));
   EXPECT_EQ(store.Add("C", "IOR:03"), 3);
+}
+
+/// The file is written anew from time to time, and in between each change is a line at its end.
+TEST_F(Store, SubscriptionsThatComeAndGoNeitherRewriteTheFileEachTimeNorLetItGrow) {
+  SubscriptionStore store(File());
+  for (int i = 0; i < 100; ++i) store.Add("STAYS", "IOR:01");
+  auto written_anew = [&, inode = ino_t{0}]() mutable {
+    struct stat status {};
+    EXPECT_EQ(::stat((directory_.Path() / "state").c_str(), &status), 0);
+    return std::exchange(inode, status.st_ino) != status.st_ino;
+  };
+  written_anew();
+  int anew = 0;
+  std::uintmax_t largest = 0;
+  for (int i = 0; i < 2000; ++i) {
+    store.Remove(store.Add("COMES AND GOES", "IOR:02"));
+    anew += written_anew() ? 1 : 0;
+    largest = std::max(largest, std::filesystem::file_size(directory_.Path() / "state"));
+  }
+  EXPECT_EQ(OnDisk().entries.size(), 100u);
+  EXPECT_GE(anew, 2);
+  EXPECT_LE(anew, 4);
+  EXPECT_LE(largest, 50000u);
+}
+
+TEST_F(Store, AfterAFailureTheFileIsWrittenAnew) {
+  testing::internal::CaptureStderr();
+  const auto file = directory_.Path() / "later" / "state";
+  SubscriptionStore store{StateFile(file)};
+  store.Add("A", "IOR:01");
+  std::filesystem::create_directory(directory_.Path() / "later");
+  store.Add("B", "IOR:02");
+  std::filesystem::remove(file);
+  store.Add("C", "IOR:03");  // fails: there is nothing to add to
+  store.Add("D", "IOR:04");
+  std::string problem;
+  EXPECT_EQ(StateFile(file).Read(problem).entries.size(), 4u);
+  EXPECT_THAT(problem, IsEmpty());
+  testing::internal::GetCapturedStderr();
 }
 
 TEST_F(Store, ManyThreadsGetHandlesOfTheirOwnAllOnDisk) {
