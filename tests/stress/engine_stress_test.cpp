@@ -7,12 +7,6 @@
 #include "tests/stress/EngineStress.h"
 #include "tests/support/IsolatedPlatform.h"
 
-extern "C" {
-int localargc = 1;
-char program_name[] = "stress";
-char* localargv[] = {program_name, nullptr};
-}
-
 namespace Lumenar::Test {
 namespace {
 

@@ -1,11 +1,5 @@
 #include "tests/system/EngineFixture.h"
 
-extern "C" {
-int localargc = 1;
-char program_name[] = "testbench";
-char* localargv[] = {program_name, nullptr};
-}
-
 namespace Lumenar::Test {
 
 namespace {

@@ -49,4 +49,12 @@ TopicsFixture::TopicsFixture() : platform_(NamingOnly()), manager_(new FakeTopic
 
 TopicsFixture::~TopicsFixture() { manager_->LetPublicationsGo(); }
 
+std::vector<int> TopicsFixture::LongsOn(const std::string& topic) {
+  std::vector<int> numbers;
+  for (const Corvanta::SampleRecord& record : Manager().PublishedOn(topic)) {
+    numbers.push_back(std::get<CORBA::Long>(record));
+  }
+  return numbers;
+}
+
 }  // namespace Lumenar::Test

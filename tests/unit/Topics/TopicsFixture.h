@@ -37,6 +37,9 @@ class TopicsFixture : public testing::Test {
   FakeTopicManager& Manager() { return *manager_; }
   Corvanta::ORB_wrapper& Orb() { return *orb_; }
 
+  /// The longs published on a topic, in order.
+  std::vector<int> LongsOn(const std::string& topic);
+
   FakeRegistration registration_;
 
  private:

@@ -9,11 +9,6 @@
 #include "client/values.h"
 #include "tests/support/IsolatedPlatform.h"
 
-extern "C" {
-int localargc = 0;
-char* localargv[] = {nullptr};
-}
-
 namespace Lumenar::Client {
 namespace {
 

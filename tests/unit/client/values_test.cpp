@@ -5,12 +5,6 @@
 #include "platform/records/Records.h"
 #include "platform/units/Units.h"
 
-// The test opens no ORB.
-extern "C" {
-int localargc = 0;
-char* localargv[] = {nullptr};
-}
-
 namespace Lumenar::Client {
 namespace {
 

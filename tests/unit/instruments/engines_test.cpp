@@ -16,12 +16,6 @@
 #include "platform/records/Records.h"
 #include "tests/support/IsolatedPlatform.h"
 
-extern "C" {
-int localargc = 1;
-char instruments_test_name[] = "instruments_test";
-char* localargv[] = {instruments_test_name, nullptr};
-}
-
 namespace Lumenar::Test {
 namespace {
 

@@ -23,12 +23,6 @@ const EngineAttribLongParams kSizeLimits{1, 99, 0};
 
 class AttributesTest : public TopicsFixture {
  protected:
-  std::vector<int> LongsOn(const std::string& topic) {
-    std::vector<int> numbers;
-    for (const SampleRecord& record : Manager().PublishedOn(topic)) numbers.push_back(std::get<CORBA::Long>(record));
-    return numbers;
-  }
-
   ItemNamer namer_{"MATHFACTORY/1"};
 };
 

@@ -21,12 +21,6 @@ using VALUE_DOUBLE::VALUE;
 
 class ReadingsTest : public TopicsFixture {
  protected:
-  std::vector<int> LongsOn(const std::string& topic) {
-    std::vector<int> numbers;
-    for (const SampleRecord& record : Manager().PublishedOn(topic)) numbers.push_back(std::get<CORBA::Long>(record));
-    return numbers;
-  }
-
   ItemNamer namer_{"PROBE/1"};
 };
 

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
 #include <cstdio>
 #include <future>
 #include <stdexcept>
@@ -29,7 +30,7 @@ class Subscriber : public POA_Corvanta::DDS_Sub {
 class ORB_base_ : public testing::Test {
  protected:
   void SetUp() override {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    if (std::getenv("GTEST_DEATH_TEST_STYLE") == nullptr) GTEST_FLAG_SET(death_test_style, "threadsafe");
     unsetenv("LUMENAR_NAMING");
     unsetenv("LUMENAR_TRANSPORT_CONF");
   }

@@ -9,12 +9,6 @@
 #include "platform/orb/ORB_wrapper.h"
 #include "tests/support/IsolatedPlatform.h"
 
-char program_name[] = "hw_test";
-extern "C" {
-int localargc = 1;
-char* localargv[] = {program_name, nullptr};
-}
-
 namespace Lumenar::Test {
 namespace {
 

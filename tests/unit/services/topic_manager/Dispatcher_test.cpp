@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "samples.h"
+#include "tests/support/IsolatedPlatform.h"
 
 namespace Lumenar::Test {
 namespace {
@@ -73,12 +74,6 @@ class Recorder : public Subscriber {
 };
 
 using RecorderPtr = boost::shared_ptr<Recorder>;
-
-bool WaitUntil(const std::function<bool()>& condition) {
-  const SteadyTime end = std::chrono::steady_clock::now() + 10s;
-  while (!condition() && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(1ms);
-  return condition();
-}
 
 Dispatcher::Limits QuickLimits() {
   Dispatcher::Limits limits;

@@ -3,12 +3,6 @@
 #include <algorithm>
 #include <sstream>
 
-char program_name[] = "topic_test";
-extern "C" {
-int localargc = 1;
-char* localargv[] = {program_name, nullptr};
-}
-
 namespace Lumenar::Test {
 
 std::vector<int> TestSubscriber::Values() {

@@ -10,12 +10,6 @@
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/signals/Signals.h"
 
-char program_name[] = "topic_subscriber";
-extern "C" {
-int localargc = 1;
-char* localargv[] = {program_name, nullptr};
-}
-
 namespace {
 
 class Printer : public POA_Corvanta::DDS_Sub {

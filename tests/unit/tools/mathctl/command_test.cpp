@@ -3,12 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-// The test opens no ORB.
-extern "C" {
-int localargc = 0;
-char* localargv[] = {nullptr};
-}
-
 namespace Lumenar::Mathctl {
 namespace {
 
