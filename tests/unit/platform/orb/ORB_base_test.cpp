@@ -6,8 +6,8 @@
 
 #include <atomic>
 #include <csignal>
-#include <cstdlib>
 #include <cstdio>
+#include <cstdlib>
 #include <future>
 #include <stdexcept>
 #include <thread>
