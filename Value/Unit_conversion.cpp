@@ -81,6 +81,16 @@ const Units_conversion* Find_slot_row(Units_list from, Units_list to) {
   return nullptr;
 }
 
+/// Units_library::Is_Invert_units of units that are arranged already.
+bool Are_reciprocal(const Units& a, const Units& b) {
+  if (a.slots[0].unit == U_None) {
+    return false;
+  }
+  return std::equal(a.slots.begin(), a.slots.end(), b.slots.begin(), [](const Unit_slot& x, const Unit_slot& y) {
+    return x.unit == y.unit && std::int64_t{x.exponent} == -std::int64_t{y.exponent};
+  });
+}
+
 std::int64_t Size(std::int32_t exponent) { return exponent < 0 ? -std::int64_t{exponent} : exponent; }
 
 template <class T>
@@ -130,8 +140,8 @@ Unit_conversion<T> Unit_conversion<T>::Plan(const Units& from, const Units& to) 
 template <class T>
 bool Unit_conversion<T>::Plan_whole_unit(const Units& source) {
   for (const Units_conversion& row : Unit_conv_vect) {
-    const bool source_inverse = Units_library::Is_Invert_units(source, row.source);
-    const bool target_inverse = Units_library::Is_Invert_units(target_, row.target);
+    const bool source_inverse = Are_reciprocal(source, row.source);
+    const bool target_inverse = Are_reciprocal(target_, row.target);
     const bool source_fits = source_inverse || source.slots == row.source.slots;
     const bool target_fits = target_inverse || target_.slots == row.target.slots;
     if (source_fits && target_fits) {
@@ -162,7 +172,9 @@ void Unit_conversion<T>::Plan_slots(const Units& source) {
       rest_target.slots[i] = {};
     }
   }
-  factor_ = Units_library::Get_conversion_factor(rest_target, rest_source);
+  if (rest_source.slots != rest_target.slots) {
+    factor_ = Units_library::Get_conversion_factor(rest_target, rest_source);
+  }
 }
 
 template <class T>

@@ -1,10 +1,11 @@
 #pragma once
 
 #include <boost/scoped_ptr.hpp>
-#include <list>
 #include <type_traits>
+#include <utility>
 
 #include "Common_Math/src/MathBaseTemplate.h"
+#include "Common_Math/src/RunningMean.h"
 #include "Topics/DDS_Subscriber.h"
 #include "platform/base/Mutex.h"
 #include "platform/components/attributes/EngineAttribLong_i.h"
@@ -18,8 +19,8 @@ inline constexpr Corvanta::EngineAttribLongParams f_SizeParams{1, 99, 0};
 
 /// The mean of the last SIZE samples of one input, computed in linear units; in dB when the newest sample was.
 ///
-/// There is no running sum: it is rebuilt from the published RESULT with every sample, so that RESULT and the history
-/// are the only memory. One mutex makes a sample, a new SIZE and a RESET follow each other.
+/// The mean so far is RESULT itself, read back with every sample. One mutex makes a sample, a new SIZE and a RESET
+/// follow each other.
 template <class T, class T1>
 class Average final : virtual public POA_Corvanta::MathFactory::Average,
                       virtual public MathBaseTemplate<T, ValReadingMap<T>> {
@@ -32,7 +33,7 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
       : MathBaseTemplate<T, ValReadingMap<T>>(namer, gui),
         subscription_(new Corvanta::DDS_Subscriber<T>(
             CORBA::String_var(input->DDS_Value()),
-            this->Gate().Guard([this](const char* topic, const T& sample) { DDS_Callback(topic, sample); }))),
+            this->Gate().Guard([this](const char* topic, T&& sample) { DDS_Callback(topic, std::move(sample)); }))),
         size_(namer, gui, "SIZE", 1, this->Gate().Guard([this](const int& value) { SizeCallback(value); }),
               f_SizeParams),
         reset_(namer, gui, "RESET", this->Gate().Guard([this] { ResetCallback(); })),
@@ -64,8 +65,8 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
 
   /// A sample of the input.
   /// Errors   the value library's: RESULT keeps its value, and the history what was inserted before the failure.
-  void DDS_Callback(const char* /*topic*/, const T& sample) {
-    MathValue<T> value(sample);
+  void DDS_Callback(const char* /*topic*/, T&& sample) {
+    MathValue<T> value(std::move(sample));
     Lock lock(mutex_);
     Update(&value);
   }
@@ -80,8 +81,8 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
   /// Publishes the newest sample as it is held, that is in linear units, and begins a new history.
   void ResetCallback() {
     Lock lock(mutex_);
-    if (!history_.empty()) this->SetResult(history_.front());
-    history_.clear();
+    if (!mean_.IsEmpty()) this->SetResult(mean_.Newest());
+    mean_.Clear();
     full_ = false;
   }
 
@@ -91,44 +92,31 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
   // The functions below publish, a call to the topic manager, under the lock: results leave in the order of their
   // samples.
 
-  /// Null: SIZE changed, and nothing is inserted, trimmed or published.
+  /// The sample is given up. Null: SIZE changed, and nothing is inserted, trimmed or published.
   void Update(MathValue<T>* sample) REQUIRES(mutex_) {
     const bool was_dB = sample != nullptr && sample->Remove_dB();
-    if (!history_.empty()) {
+    if (!mean_.IsEmpty()) {
       Continue(sample, was_dB);
     } else if (sample != nullptr) {
-      Begin(*sample, was_dB);
+      Begin(std::move(*sample), was_dB);
     }
   }
 
-  void Begin(MathValue<T>& sample, bool was_dB) REQUIRES(mutex_) {
-    history_.push_front(sample);
+  void Begin(MathValue<T>&& sample, bool was_dB) REQUIRES(mutex_) {
+    mean_.Begin(sample);
     if (was_dB) sample.Add_dB();
-    this->SetResult(sample);
+    this->SetResult(std::move(sample));
     if (size_.Get() == 1) full_ = true;
   }
 
-  void Continue(const MathValue<T>* sample, bool was_dB) REQUIRES(mutex_) {
-    MathValue<T> sum = this->GetResult();
-    sum.Remove_dB();
-    sum *= Count();
-    if (sample == nullptr) return;
-
-    history_.push_front(*sample);
-    sum += *sample;
-    while (Count() > size_.Get()) {
-      sum -= history_.back();
-      history_.pop_back();
-    }
-    if (history_.empty()) return;
-
-    sum /= Count();  // the mean from here on
-    if (was_dB) sum.Add_dB();
-    this->SetResult(sum);
-    full_ = size_.Get() <= Count();
+  void Continue(MathValue<T>* sample, bool was_dB) REQUIRES(mutex_) {
+    MathValue<T> mean = this->GetResult();
+    mean.Remove_dB();
+    if (sample == nullptr || !mean_.Continue(mean, std::move(*sample), size_.Get())) return;
+    if (was_dB) mean.Add_dB();
+    this->SetResult(std::move(mean));
+    full_ = size_.Get() <= mean_.Count();
   }
-
-  int Count() const REQUIRES(mutex_) { return static_cast<int>(history_.size()); }
 
   void CloseParts() noexcept override {
     subscription_.reset();
@@ -139,7 +127,7 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
   }
 
   Mutex mutex_;
-  std::list<MathValue<T>> history_ GUARDED_BY(mutex_);  // linear samples, the newest in front
+  RunningMean<T> mean_ GUARDED_BY(mutex_);
   boost::scoped_ptr<Corvanta::DDS_Subscriber<T>> subscription_;
   Corvanta::EngineAttribLong_i size_;
   Corvanta::EngineAttribVoid_i reset_;

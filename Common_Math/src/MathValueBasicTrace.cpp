@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
+#include <stdexcept>
 #include <utility>
 
 #include "Common_Math/src/TraceConversion.h"
@@ -73,6 +74,8 @@ MathTrace::MathValue(const Record& source) { CopyRecord(record, source); }
 MathTrace::MathValue(Record&& source) { TakeRecord(record, source); }
 
 MathTrace::MathValue(const MathValue& other) { CopyRecord(record, other.record); }
+
+MathTrace::MathValue(MathValue&& other) { TakeRecord(record, other.record); }
 
 MathTrace& MathTrace::operator=(const MathValue& other) { return *this = other.record; }
 
@@ -205,6 +208,32 @@ MathTrace& MathTrace::operator*=(const int& factor) { return DoValueEqualOp(Exac
 
 MathTrace& MathTrace::operator/=(const int& divisor) {
   return DoValueEqualOp(ExactFloat(divisor), &Sample::operator/=);
+}
+
+bool MathTrace::CombinesPlainlyWith(const MathValue& other) const {
+  if (Length() == 0 || other.Length() != Length()) return false;
+  UpdateValues();
+  const Units reference = list_.Form().Get_unit();
+  return list_.IsUniform() && !reference.is_dB && VALUE::UnitsFromCorba(other.record.units) == reference &&
+         TraceConversion::Between(reference, reference).IsIdentity();
+}
+
+void MathTrace::NextMean(int count_before, const MathValue& newest, const MathValue* oldest, int count_after) {
+  const Units units = list_.Form().Get_unit();
+  const auto first_of = [&](const MathValue& trace) { return Sample(trace.Samples()[0], units, 0.0f, 0.0f); };
+  Sample first = First();
+  first *= static_cast<float>(count_before);
+  first += first_of(newest);
+  if (oldest != nullptr) first -= first_of(*oldest);
+  first /= static_cast<float>(count_after);
+
+  const Kernels::MeanStep step{static_cast<float>(count_before), newest.Samples(), static_cast<float>(count_after)};
+  const bool finite = oldest == nullptr
+                          ? Kernels::NextMean(Samples(), step, Length())
+                          : Kernels::NextMeanWithout(Samples(), step, oldest->Samples(), Length());
+  if (!finite) throw std::out_of_range("Value is out of range");
+  list_.SetForm(first);
+  record.units = VALUE::UnitsToCorba(units);
 }
 
 MathTrace& MathTrace::RelativeSubEqual(const MathValue& other) {

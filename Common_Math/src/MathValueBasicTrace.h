@@ -34,6 +34,8 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
   explicit MathValue(Record&& source);
   /// Copies the record alone: the new list is empty and is built on first use.
   MathValue(const MathValue& other);
+  /// The same without a copy of the samples, which the other has no more.
+  MathValue(MathValue&& other);
   virtual ~MathValue() = default;
 
   MathValue& operator=(const MathValue& other);
@@ -66,6 +68,16 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
   /// Errors   MathFactoryException for an integer that no 32-bit float represents; std::out_of_range from the division.
   MathValue& operator*=(const int& factor);
   MathValue& operator/=(const int& divisor);
+
+  /// Whether this and the other have one size, not 0, and stand in one linear unit in which sums and differences stay as
+  /// they are.
+  /// Errors   OperationNotValid for a record with malformed units.
+  bool CombinesPlainlyWith(const MathValue& other) const;
+
+  /// In one pass over traces that combine plainly what *= count_before, += newest, -= oldest (unless null) and
+  /// /= count_after do one after the other; the counts are small.
+  /// Errors   std::out_of_range, as /= does; the samples mean nothing then.
+  void NextMean(int count_before, const MathValue& newest, const MathValue* oldest, int count_after);
 
   /// Takes the samples into dB, zero and negative ones as the smallest normal float. Does not ask whether they are in
   /// dB.

@@ -29,7 +29,7 @@ class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
         reset_(namer, gui, "RESET", this->Gate().Guard([this] { ResetCallback(); })) {
     const CORBA::String_var topic = input->DDS_Value();
     subscription_.reset(new Corvanta::DDS_Subscriber<T>(
-        topic, this->Gate().Guard([this](const char* name, const T& sample) { DDS_Callback(name, sample); })));
+        topic, this->Gate().Guard([this](const char* name, T&& sample) { DDS_Callback(name, std::move(sample)); })));
     MathValue<T> present(input);
     Lock lock(mutex_);
     Update(&present);
@@ -47,8 +47,8 @@ class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
 
   /// A sample of the input.
   /// Errors   the value library's, and MathFactoryException for a trace of another size: RESULT keeps its value.
-  void DDS_Callback(const char* /*topic*/, const T& sample) {
-    MathValue<T> value(sample);
+  void DDS_Callback(const char* /*topic*/, T&& sample) {
+    MathValue<T> value(std::move(sample));
     Lock lock(mutex_);
     Update(&value);
   }
@@ -64,9 +64,10 @@ class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
 
   /// The publication, a call to the topic manager, runs under the lock so that results leave in the order of their
   /// samples.
+  /// The sample is given up.
   void Update(MathValue<T>* sample) REQUIRES(mutex_) {
     if (first_) {
-      this->SetResult(*sample);
+      this->SetResult(std::move(*sample));
       first_ = false;
       return;
     }
@@ -77,7 +78,7 @@ class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
     MathValue<T> held(
         std::move(peak));  // a new value: the sample values that the comparison left behind do not come along
     if (held_was_dB) held.Add_dB();
-    this->SetResult(held);
+    this->SetResult(std::move(held));
   }
 
   void CloseParts() noexcept override {

@@ -2,6 +2,7 @@
 
 #include <boost/scoped_ptr.hpp>
 #include <string>
+#include <utility>
 
 #include "Common_Math/src/MathBaseTemplate.h"
 #include "Topics/DDS_Subscriber.h"
@@ -44,9 +45,9 @@ class SimpleOp3 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
 
   /// A sample of the trace.
   /// Errors   as Update.
-  void Val1Callback(const char* /*topic*/, const Trace& sample) {
+  void Val1Callback(const char* /*topic*/, Trace&& sample) {
     Lock lock(mutex_);
-    trace_ = sample;
+    trace_ = std::move(sample);
     Update();
   }
 
@@ -69,7 +70,7 @@ class SimpleOp3 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     const auto index_callback = [this](const char* topic, Start sample) { Val2Callback(topic, sample); };
     trace_subscription_.reset(new Corvanta::DDS_Subscriber<Trace>(
         trace_topic,
-        this->Gate().Guard([this](const char* topic, const Trace& sample) { Val1Callback(topic, sample); })));
+        this->Gate().Guard([this](const char* topic, Trace&& sample) { Val1Callback(topic, std::move(sample)); })));
     start_subscription_.reset(new Corvanta::DDS_Subscriber<Start>(start_topic, this->Gate().Guard(index_callback)));
     stop_subscription_.reset(new Corvanta::DDS_Subscriber<Stop>(stop_topic, this->Gate().Guard(index_callback)));
   }

@@ -23,6 +23,19 @@ void Divide(float* values, float divisor, std::size_t count) noexcept;
 /// Whether no values[i] / divisor is infinite or NaN.
 bool QuotientsAreFinite(const float* values, float divisor, std::size_t count) noexcept;
 
+/// A running mean of traces goes from `count_before` samples to `count_after`, which are 1 or more.
+struct MeanStep {
+  float count_before;
+  const float* newest;
+  float count_after;
+};
+
+/// (values[i] * count_before + newest[i]) / count_after, in place, each step rounded; false when one is infinite or NaN.
+bool NextMean(float* values, const MeanStep& step, std::size_t count) noexcept;
+
+/// The same with a sample that leaves: (values[i] * count_before + newest[i] - oldest[i]) / count_after.
+bool NextMeanWithout(float* values, const MeanStep& step, const float* oldest, std::size_t count) noexcept;
+
 /// sum + values[0] + values[1] + ..., in single precision and in this order: the order is part of the result.
 float SumInOrder(float sum, const float* values, std::size_t count) noexcept;
 

@@ -15,6 +15,19 @@ std::size_t Leading_slots(const Units& units) noexcept {
   return static_cast<std::size_t>(std::find_if(units.slots.begin(), units.slots.end(), is_empty) - units.slots.begin());
 }
 
+/// As nearly every unit is: known units in order, each once, then nothing. Such a unit is its own arrangement.
+bool Is_arranged(const Units& units) noexcept {
+  const std::size_t leading = Leading_slots(units);
+  for (std::size_t i = 0; i < leading; ++i) {
+    const auto& [unit, exponent] = units.slots[i];
+    if (Find_unit(unit) == nullptr || exponent == 0 || (i > 0 && units.slots[i - 1].unit >= unit)) {
+      return false;
+    }
+  }
+  const auto rest = units.slots.begin() + static_cast<std::ptrdiff_t>(leading);
+  return std::all_of(rest, units.slots.end(), [](const Unit_slot& slot) { return slot == Unit_slot{}; });
+}
+
 void Require_known_units(const Units& units) {
   for (const Unit_slot& slot : units.slots) {
     if (slot.unit != U_None && Find_unit(slot.unit) == nullptr) {
@@ -116,6 +129,9 @@ struct Quotient {
 }  // namespace
 
 Units Units_library::Arrange_tuple(const Units& units) {
+  if (Is_arranged(units)) {
+    return units;
+  }
   Require_known_units(units);
   const std::size_t leading = Leading_slots(units);
   Wide_slots merged;
