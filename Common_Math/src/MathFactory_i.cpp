@@ -1,5 +1,6 @@
 #include "Common_Math/src/MathFactory_i.h"
 
+#include <algorithm>
 #include <exception>
 #include <iterator>
 #include <new>
@@ -8,6 +9,7 @@
 #include "Common_Math/src/Builders.h"
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/base/TraceMemory.h"
 
 namespace Lumenar {
 namespace {
@@ -103,6 +105,7 @@ void MathFactory_i::Register(const boost::shared_ptr<MathBase>& object) {
   Lock lock(mutex_);
   if (closed_) throw CORBA::OBJECT_NOT_EXIST();  // the factory went while the object was built; so does the object
   registry_[object->Id()] = object;
+  most_ = std::max(most_, registry_.size());
 }
 
 // An object whose inputs are not watched works all the same, so that nothing here fails its creation.
@@ -136,15 +139,27 @@ Math_ptr MathFactory_i::GetMath(CORBA::Long id) {
 void MathFactory_i::DeleteMath(CORBA::Long id) {
   gate_->RequireOpen();
   boost::shared_ptr<MathBase> object;
+  bool half_is_gone = false;
   {
     Lock lock(mutex_);
     const auto found = registry_.find(id);
     if (found == registry_.end()) return;
     object.swap(found->second);
     registry_.erase(found);
+    half_is_gone = HalfIsGone();
   }
   input_engines_.Forget(id);
   orb_->DeactivateObject(object.get());
+  object.reset();
+  if (half_is_gone) GiveBackMemory();
+}
+
+/// Whether half of the objects went since memory was last given back: so rarely that no deletion is slow on average.
+bool MathFactory_i::HalfIsGone() {
+  constexpr std::size_t kFew = 16;
+  if (most_ < kFew || registry_.size() > most_ / 2) return false;
+  most_ = registry_.size();
+  return true;
 }
 
 Corvanta::EngineAttribEnum_ptr MathFactory_i::AttrType() {

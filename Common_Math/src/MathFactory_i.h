@@ -52,6 +52,7 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces {
   /// Has the engines watched whose readings are inputs of an object.
   void WatchInputs(CORBA::Long id, const Corvanta::MathFactory::ReadingAttribSeq& attribs) noexcept;
   boost::shared_ptr<MathBase> Find(CORBA::Long id);
+  bool HalfIsGone() REQUIRES(mutex_);
 
   static Corvanta::ItemNamer& InstanceNamer();
 
@@ -66,6 +67,7 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces {
   Corvanta::PeerWatch input_engines_;  ///< keyed by the id of the math object
   Mutex mutex_;
   Registry registry_ GUARDED_BY(mutex_);
+  std::size_t most_ GUARDED_BY(mutex_) = 0;  ///< objects at once, since memory was last given back
   bool closed_ GUARDED_BY(mutex_) = false;
 };
 

@@ -14,4 +14,10 @@ void KeepTraceMemory() noexcept {
 #endif
 }
 
+void GiveBackMemory() noexcept {
+#ifdef __GLIBC__
+  malloc_trim(0);
+#endif
+}
+
 }  // namespace Lumenar

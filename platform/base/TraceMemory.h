@@ -6,4 +6,7 @@ namespace Lumenar {
 /// time of a sample jump between two values. For programs through which traces pass; called before they start threads.
 void KeepTraceMemory() noexcept;
 
+/// Gives memory that is free back to the system all the same: for the moment after much of it was freed for good.
+void GiveBackMemory() noexcept;
+
 }  // namespace Lumenar

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "tests/system/EngineFixture.h"
+
+namespace Lumenar::Bench {
+
+/// What a process has used so far.
+double CpuSecondsOf(pid_t process);
+double ResidentBytesOf(pid_t process);
+
+/// A platform of its own with a math engine, and a trace reading of 1001 points as the input of all objects.
+class ObjectsRig {
+ public:
+  static constexpr int kPoints = 1001;
+
+  ObjectsRig();
+
+  /// A new math object; the time that CreateMath took, in seconds.
+  double Create(Test::MathType type);
+
+  /// Deletes the newest object; the time that DeleteMath took, in seconds.
+  double DeleteNewest();
+
+  std::size_t Objects() const { return ids_.size(); }
+
+  /// SIZE of the newest object, an Average.
+  void SetSize(int size);
+
+  /// Publishes samples one after another and waits until every object has had each of them.
+  void Publish(int samples);
+
+  /// CPU time of engine and topic manager together, in seconds.
+  double CpuSeconds();
+  double EngineBytes() { return ResidentBytesOf(engine_.Pid()); }
+
+ private:
+  void WaitUntilDelivered();
+
+  Test::IsolatedPlatform platform_;
+  Test::Process& engine_;
+  Test::Testbench bench_;
+  Corvanta::MathFactory::Interfaces_var factory_;
+  Test::BT_DATA sample_;
+  Test::TraceInput input_;
+  Corvanta::MathFactory::ReadingAttribSeq inputs_[2];  // one input, and two
+  std::vector<CORBA::Long> ids_;
+};
+
+}  // namespace Lumenar::Bench

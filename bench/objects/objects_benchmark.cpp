@@ -1,0 +1,187 @@
+// Many math objects: what one costs for each sample when there are few and when there are many, what it costs to create and
+// delete one, and how much memory it takes. All with traces of 1001 points, in real processes.
+//
+// Method. CPU time of engine and topic manager together, from the clocks of the processes: waking up, the calls and the
+// computation, whatever the number of processors. What a sample costs without any object is measured first and taken off.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <exception>
+#include <map>
+#include <numeric>
+
+#include "bench/Figures.h"
+#include "bench/objects/ObjectsRig.h"
+#include "platform/orb/sample_wire.h"
+
+namespace {
+
+using namespace Lumenar::Bench;
+using Lumenar::Test::MathType;
+
+constexpr double kTraceBytes = ObjectsRig::kPoints * sizeof(float);
+constexpr int kWarmUp = 3;
+
+/// Seconds of CPU time for each sample.
+double CostOfSample(ObjectsRig& rig, int deliveries) {
+  constexpr int kBurst = 100;  // few enough for every queue
+  const int objects = std::max<int>(1, static_cast<int>(rig.Objects()));
+  const int samples = std::max(3, deliveries / objects);
+  rig.Publish(kWarmUp);
+  const double before = rig.CpuSeconds();
+  for (int left = samples; left > 0; left -= kBurst) rig.Publish(std::min(left, kBurst));
+  return (rig.CpuSeconds() - before) / samples;
+}
+
+/// For 1, 10, 100 and 1000 objects, on the way up and on the way down again.
+void CostPerObject(std::vector<Figure>& figures, int most) {
+  constexpr int kDeliveries = 3000;
+  ObjectsRig rig;
+  const double idle = CostOfSample(rig, kDeliveries);
+  std::map<std::size_t, std::vector<double>> costs;
+  const auto measure = [&] {
+    costs[rig.Objects()].push_back((CostOfSample(rig, kDeliveries) - idle) / static_cast<double>(rig.Objects()) * 1e6);
+  };
+  for (std::size_t objects = 1; objects <= static_cast<std::size_t>(most); objects *= 10) {
+    while (rig.Objects() < objects) rig.Create(MathType::Peak);
+    measure();
+  }
+  while (rig.Objects() > 1) {
+    const std::size_t fewer = rig.Objects() / 10;
+    while (rig.Objects() > fewer) rig.DeleteNewest();
+    measure();
+  }
+  const auto mean = [&](std::size_t objects) {
+    const std::vector<double>& all = costs[objects];
+    return std::accumulate(all.begin(), all.end(), 0.0) / static_cast<double>(all.size());
+  };
+  for (const auto& [objects, unused] : costs) {
+    figures.push_back(AtMost(fmt::format("CPU time per object and sample, {} objects on one topic, to 1 object", objects),
+                             mean(objects), "us", mean(1), 1.2));
+  }
+}
+
+constexpr int kBlocks = 50;
+
+/// Does `one` so many times in all, in blocks; the CPU time of one in each block, in microseconds.
+template <class Action>
+std::vector<double> CostsInBlocks(ObjectsRig& rig, int times, Action one) {
+  const int block = std::max(1, times / kBlocks);
+  std::vector<double> costs;
+  for (int i = 0; i < kBlocks; ++i) {
+    const double before = rig.CpuSeconds();
+    for (int k = 0; k < block; ++k) one();
+    costs.push_back((rig.CpuSeconds() - before) / block * 1e6);
+  }
+  return costs;
+}
+
+/// The least of all, of the first of some parts, and of the last: whatever else the machine does only adds.
+double Least(const std::vector<double>& costs) { return *std::min_element(costs.begin(), costs.end()); }
+double First(const std::vector<double>& costs, int parts) { return Least({costs.begin(), costs.begin() + kBlocks / parts}); }
+double Last(const std::vector<double>& costs, int parts) { return Least({costs.end() - kBlocks / parts, costs.end()}); }
+
+/// Objects that come and go: as fast at the end as at the beginning, and no memory left behind.
+void ComeAndGo(std::vector<Figure>& figures, int objects) {
+  ObjectsRig rig;
+  const auto one = [&] {
+    rig.Create(MathType::Subtract);
+    rig.DeleteNewest();
+  };
+  CostsInBlocks(rig, objects / 10, one);
+  const double memory = rig.EngineBytes();
+  const std::vector<double> costs = CostsInBlocks(rig, objects, one);
+  figures.push_back(AtMost(fmt::format("CPU time to create and delete an object, the last third of {} to the first", objects),
+                           Last(costs, 3), "us", First(costs, 3), 1.2));
+  figures.push_back(AtMost(fmt::format("resident memory of the engine after {} objects came and went, to before", objects),
+                           rig.EngineBytes() / 1e6, "MB", memory / 1e6, 1.05));
+}
+
+/// Objects that stay: the last as fast to create and to delete as the first. In rounds, since other work on the machine can slow
+/// down a whole one.
+void ManyAtOnce(std::vector<Figure>& figures, int objects) {
+  constexpr int kRounds = 5;
+  ObjectsRig rig;
+  rig.Create(MathType::Peak);
+  const double memory = rig.EngineBytes();
+  std::vector<double> first_created, last_created, first_deleted, last_deleted;
+  for (int round = 0; round < kRounds; ++round) {
+    const auto created = CostsInBlocks(rig, objects, [&] { rig.Create(MathType::Peak); });
+    const auto deleted = CostsInBlocks(rig, static_cast<int>(rig.Objects()) - 1, [&] { rig.DeleteNewest(); });
+    first_created.push_back(First(created, 10));
+    last_created.push_back(Last(created, 10));
+    first_deleted.push_back(First(deleted, 10));
+    last_deleted.push_back(Last(deleted, 10));
+  }
+  figures.push_back(AtMost(fmt::format("CPU time to create an object, the last tenth of {} at once to the first", objects),
+                           Least(last_created), "us", Least(first_created), 1.2));
+  figures.push_back(AtMost(fmt::format("CPU time to delete an object, the first tenth of {} at once to the last", objects),
+                           Least(first_deleted), "us", Least(last_deleted), 1.2));
+  figures.push_back(AtMost(fmt::format("resident memory of the engine after {} objects at once, to before", objects),
+                           rig.EngineBytes() / 1e6, "MB", memory / 1e6, 1.05));
+}
+
+/// What it takes to read a sample off the wire, once it is in memory: what one decoded any for all objects of a process would save.
+void Decoding(std::vector<Figure>& figures) {
+  constexpr int kRounds = 10000;
+  const Lumenar::Test::BT_DATA trace = Lumenar::Test::Trace(std::vector<float>(ObjectsRig::kPoints, 1.0f), Lumenar::Test::kMilliwatt);
+  cdrMemoryStream stream;
+  Corvanta::WriteSample(Corvanta::ViewOf(trace), stream);
+  const auto begin = std::chrono::steady_clock::now();
+  for (int i = 0; i < kRounds; ++i) {
+    stream.rewindInputPtr();
+    Corvanta::SampleRecord record;
+    Corvanta::ReadSample(stream, record);
+  }
+  const std::chrono::duration<double, std::micro> time = std::chrono::steady_clock::now() - begin;
+  figures.push_back(Plain("decoding of a sample of 1001 points", time.count() / kRounds, "us"));
+}
+
+/// What one more object takes, once it has had samples.
+void MemoryOf(std::vector<Figure>& figures, MathType type, const char* name, int size) {
+  constexpr int kObjects = 200;
+  ObjectsRig rig;
+  const auto create = [&] {
+    rig.Create(type);
+    if (size > 0) rig.SetSize(size);
+  };
+  for (int i = 0; i < kObjects / 10; ++i) create();
+  rig.Publish(size + kWarmUp);
+  const double before = rig.EngineBytes();
+  for (int i = 0; i < kObjects; ++i) create();
+  rig.Publish(size + kWarmUp);
+  const double bytes = (rig.EngineBytes() - before) / kObjects;
+  figures.push_back(Plain(fmt::format("memory of a {} on a trace of 1001 points", name), bytes, "B",
+                          (6 + size) * kTraceBytes + 16384));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app("Cost of many math objects, in real processes.");
+  int come_and_go = 10000;
+  int at_once = 1000;
+  app.add_option("--come-and-go", come_and_go, "Objects created and deleted one after another")->capture_default_str();
+  app.add_option("--at-once", at_once, "Objects that exist together")->capture_default_str();
+  CLI11_PARSE(app, argc, argv);
+  try {
+    std::vector<Figure> figures;
+    CostPerObject(figures, at_once);
+    Decoding(figures);
+    MemoryOf(figures, MathType::Subtract, "Subtract", 0);
+    MemoryOf(figures, MathType::Peak, "Peak", 0);
+    MemoryOf(figures, MathType::Average, "Average of SIZE 10", 10);
+    ManyAtOnce(figures, at_once);
+    ComeAndGo(figures, come_and_go);
+    Report(figures);
+    return 0;
+  } catch (const CORBA::Exception& error) {
+    std::fprintf(stderr, "objects_benchmark: %s\n", error._name());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "objects_benchmark: %s\n", error.what());
+  }
+  return 1;
+}
