@@ -1,16 +1,21 @@
 #include "tests/faults/FaultCase.h"
 
+#include <cstdio>
 #include <cstdlib>
-#include <iostream>
 #include <string_view>
 
 namespace Lumenar::Test {
 
+// Past std::cout, whose buffer a test may have taken.
 void DescribeFault(const std::string& name, const std::string& fault, const std::string& must_hold) {
-  std::cout << "FAULT\t" << name << '\t' << fault << '\t' << must_hold << std::endl;
+  std::printf("FAULT\t%s\t%s\t%s\n", name.c_str(), fault.c_str(), must_hold.c_str());
+  std::fflush(stdout);
 }
 
-void ReportFigure(const std::string& figure) { std::cout << "FIGURE\t" << figure << std::endl; }
+void ReportFigure(const std::string& figure) {
+  std::printf("FIGURE\t%s\n", figure.c_str());
+  std::fflush(stdout);
+}
 
 bool FullLength() {
   const char* form = std::getenv("LUMENAR_FAULTS");
