@@ -95,6 +95,13 @@ class RandomTraces {
     return TraceOf(samples, units);
   }
 
+  /// Numbers as they are measured, which divide without leaving the range.
+  BT_DATA OrdinaryTrace(int size, const Value::Units& units) {
+    std::vector<float> samples(static_cast<std::size_t>(size));
+    for (float& sample : samples) sample = static_cast<float>(engine_() >> 8) * 0x1p-16f - 100.0f;
+    return TraceOf(samples, units);
+  }
+
   BT_DATA Trace(int size) {
     const int form = Pick(Pick(2) == 0 ? kPowerForms : static_cast<int>(forms_.size()));
     return Trace(size, forms_[static_cast<std::size_t>(form)]);
