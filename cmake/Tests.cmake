@@ -12,7 +12,7 @@ function(lumenar_test name)
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 60)
   endif()
-  if(CMAKE_CROSSCOMPILING)  # under an emulator
+  if(CMAKE_CROSSCOMPILING OR LUMENAR_SANITIZE)  # under an emulator, or with checks in every access
     math(EXPR ARG_TIMEOUT "${ARG_TIMEOUT} * 10")
   endif()
   gtest_discover_tests(${name}

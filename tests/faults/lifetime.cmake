@@ -1,7 +1,7 @@
 lumenar_test(lifetime_faults_test
   SOURCES lifetime_faults_test.cpp FaultCase.cpp
   LINK math_test_support
-  LABELS fault TIMEOUT 120)
+  LABELS stress TIMEOUT 120)
 
 add_executable(cycle_host cycle_host.cpp)
 target_link_libraries(cycle_host PRIVATE lumenar::platform_base lumenar::platform_signals PkgConfig::omniORB ${CMAKE_DL_LIBS})
