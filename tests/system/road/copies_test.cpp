@@ -74,11 +74,14 @@ class Counting {
   std::string directory_;
 };
 
-/// A Subtract of two traces in processes that count.
+/// A math object on traces in processes that count.
 class CopiesTest : private Counting, public EngineFixture {
  protected:
-  void SetUp() override {
-    Corvanta::MathFactory::Math_var math = Create(Subtract, Inputs(first_, second_));
+  void SetUp() override { Watch(Subtract, Inputs(first_, second_)); }
+
+  void Watch(MathType type, const Corvanta::MathFactory::ReadingAttribSeq& inputs) {
+    Corvanta::MathFactory::Math_var math = Create(type, inputs);
+    published_ = 0;
     result_topic_ = ResultTopic(math);
     result_ = std::make_unique<Watcher<BT_DATA>>(result_topic_);
     Publish(kWarmUp);
@@ -102,7 +105,8 @@ class CopiesTest : private Counting, public EngineFixture {
     return {(after.allocated - before.allocated) / kSamples, (after.copied - before.copied) / kSamples};
   }
 
-  const BT_DATA trace_ = Trace(std::vector<float>(kPoints, 2.5f), kMilliwatt);
+  // In a unit without prefix: where numbers change when they are converted to their own unit, a peak keeps both.
+  const BT_DATA trace_ = Trace(std::vector<float>(kPoints, 2.5f), Value::Make_unit(Value::U_Watt));
   TraceInput first_{bench_, "FIRST", trace_};
   TraceInput second_{bench_, "SECOND", trace_};
   std::string result_topic_;
@@ -117,6 +121,22 @@ TEST_F(CopiesTest, TheTopicManagerCopiesNothing) {
 
 /// The sample becomes the operand; the result begins as a copy of the first operand and becomes the value of RESULT.
 TEST_F(CopiesTest, TheEngineCopiesTheOperandOnce) {
+  EXPECT_EQ(PerSample(engine_), (Blocks{.allocated = 2, .copied = 1}));
+}
+
+/// Operations that read their own RESULT back take a copy of it, since clients may Get it meanwhile.
+class OtherOperations : public CopiesTest {
+ protected:
+  void SetUp() override {}
+};
+
+TEST_F(OtherOperations, APeakCopiesTheHeldTraceOnce) {
+  Watch(Peak, Inputs(first_));
+  EXPECT_EQ(PerSample(engine_), (Blocks{.allocated = 2, .copied = 1}));
+}
+
+TEST_F(OtherOperations, AnAverageCopiesTheLastMeanOnce) {
+  Watch(Average, Inputs(first_));
   EXPECT_EQ(PerSample(engine_), (Blocks{.allocated = 2, .copied = 1}));
 }
 
