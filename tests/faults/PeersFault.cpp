@@ -6,16 +6,16 @@ namespace Lumenar::Test {
 
 namespace {
 
-IsolatedPlatform::Options QuickLimits() {
+IsolatedPlatform::Options QuickLimits(const std::string& transport) {
   IsolatedPlatform::Options options;
-  options.transport = "orb.call_timeout_ms = 1000";
+  options.transport = "orb.call_timeout_ms = 1000\n" + transport;
   options.topic_manager_arguments = {"--queue", "200", "--topics", "500"};
   return options;
 }
 
 }  // namespace
 
-PeersFault::PeersFault() : EngineFixture(QuickLimits()) {}
+PeersFault::PeersFault(const std::string& transport) : EngineFixture(QuickLimits(transport)) {}
 
 Process& PeersFault::StartSim() {
   return platform_.StartEngine("sim", {{"SIM_READINGS", "trace:A:points=101:rate=200:units=mW;trace:B:points=101:rate=0:units=mW"}});

