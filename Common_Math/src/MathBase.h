@@ -5,6 +5,7 @@
 
 #include "MathFactory.hh"
 #include "platform/base/InstanceCounter.h"
+#include "platform/orb/CountedServant.h"
 #include "platform/orb/UpcallGate.h"
 
 namespace Lumenar {
@@ -15,6 +16,7 @@ namespace Lumenar {
 /// A counted servant: the registry's pointer closes it and gives up its reference; the memory goes when the last call
 /// inside has left. Samples and attribute changes come in through its gate, which opens when the object is complete.
 class MathBase : virtual public POA_Corvanta::MathFactory::Math,
+                 public Corvanta::CountedServant,
                  virtual public boost::noncopyable,
                  private Counted<MathBase> {
  public:

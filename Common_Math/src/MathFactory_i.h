@@ -10,6 +10,7 @@
 #include "platform/components/GUI_AbleRegistration.h"
 #include "platform/components/ItemNamer.h"
 #include "platform/components/attributes/EngineAttribEnum_i.h"
+#include "platform/orb/CountedServant.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/PeerWatch.h"
 #include "platform/orb/UpcallGate.h"
@@ -20,7 +21,7 @@ namespace Lumenar {
 ///
 /// A counted servant: its owner calls Close and gives up its reference; the memory goes when the ORB lets go of it too.
 /// Threads   any; no lock is held over a remote call, and no math object ends under the registry's lock.
-class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces {
+class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces, public Corvanta::CountedServant {
  public:
   /// TYPE is 0, "Subtract", and the registry is empty.
   MathFactory_i(GUI_AbleRegistration& registration, Corvanta::ORB_wrapper* orb);

@@ -2,16 +2,15 @@
 
 #include <atomic>
 
+#include "platform/orb/CountedServant.h"
 #include "platform/orb/ORB_base.h"
 
 namespace Corvanta {
 
 /// Base of a servant that one owner gives up while requests may still run in it.
 ///
-/// Counts its references in an atomic of its own, so that the memory goes with the last of owner, POA and requests in flight;
-/// derived classes have a protected destructor. The POA may go on dispatching requests to a deactivated servant: every upcall
-/// tests the closed flag first.
-class ClosableServant : public virtual PortableServer::ServantBase {
+/// The POA may go on dispatching requests to a deactivated servant: every upcall tests the closed flag first.
+class ClosableServant : public CountedServant {
  public:
   void Close() noexcept { closed_.store(true, std::memory_order_release); }
   bool IsClosed() const noexcept { return closed_.load(std::memory_order_acquire); }
@@ -21,18 +20,11 @@ class ClosableServant : public virtual PortableServer::ServantBase {
     if (IsClosed()) throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
   }
 
-  void _add_ref() override { references_.fetch_add(1, std::memory_order_relaxed); }
-  void _remove_ref() override {
-    if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
-  }
-  CORBA::ULong _refcount_value() override { return references_.load(std::memory_order_relaxed); }
-
  protected:
   ClosableServant() = default;
   ~ClosableServant() override = default;
 
  private:
-  std::atomic<CORBA::ULong> references_{1};
   std::atomic<bool> closed_{false};
 };
 
