@@ -12,11 +12,9 @@ namespace Corvanta {
 /// The memory goes with the last of owner, POA and requests in flight; derived classes have a protected destructor.
 class CountedServant : public virtual PortableServer::ServantBase {
  public:
-  void _add_ref() override { references_.fetch_add(1, std::memory_order_relaxed); }
-  void _remove_ref() override {
-    if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
-  }
-  CORBA::ULong _refcount_value() override { return references_.load(std::memory_order_relaxed); }
+  void _add_ref() override;
+  void _remove_ref() override;
+  CORBA::ULong _refcount_value() override;
 
  protected:
   CountedServant() = default;
