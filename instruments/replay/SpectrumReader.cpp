@@ -38,7 +38,8 @@ double TimeOf(std::string_view date, std::string_view time, std::size_t line) {
   const auto [y, m, d] = Triple(date, '-');
   const auto [hours, minutes, seconds] = Triple(time, ':');
   const year_month_day day(year(y), month(static_cast<unsigned>(m)), std::chrono::day(static_cast<unsigned>(d)));
-  if (y < 0 || m < 0 || d < 0 || !day.ok()) throw FormatError(line, Quoted(date) + " is not a date");
+  const bool as_written = y >= 0 && y <= 9999 && m >= 0 && m <= 12 && d >= 0 && d <= 31;  // larger ones wrap round
+  if (!as_written || !day.ok()) throw FormatError(line, Quoted(date) + " is not a date");
   if (hours < 0 || hours > 23 || minutes < 0 || minutes > 59 || seconds < 0 || seconds > 60) {
     throw FormatError(line, Quoted(time) + " is not a time");
   }

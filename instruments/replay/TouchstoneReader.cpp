@@ -133,7 +133,7 @@ class Network {
       Recording& recording = file.recordings.emplace_back();
       recording.suffix = kSuffixes[i];
       recording.units.is_dB = true;
-      recording.x_step = StepOf(axis_) * options_->Hz_per_unit;
+      recording.x_step = StepOf(axis_, options_->Hz_per_unit);
       recording.sweeps.push_back(std::move(levels_[i]));
     }
     return file;

@@ -42,20 +42,20 @@ Value::Units ParseUnits(std::string_view text, std::size_t line) {
   }
 }
 
-double StepOf(std::span<const double> axis) {
+double StepOf(std::span<const double> axis, double scale) {
   if (axis.size() < 2) return 0;
   const double step = (axis.back() - axis.front()) / static_cast<double>(axis.size() - 1);
   for (std::size_t i = 0; i < axis.size(); ++i) {
     const bool even = std::abs(axis[i] - (axis.front() + static_cast<double>(i) * step)) <= std::abs(step) / 10;
     if (!even) return 0;
   }
-  return std::isfinite(step) ? step : 0;
+  return std::isfinite(step * scale) ? step * scale : 0;
 }
 
 RecordedFile OneSweep(XyTable table, const Value::Units& x, const Value::Units& y) {
   Recording recording;
   recording.units = y;
-  recording.x_step = StepOf(table.x) * std::pow(Value::Units_library::Get_unit_base(x), x.base_power);
+  recording.x_step = StepOf(table.x, std::pow(Value::Units_library::Get_unit_base(x), x.base_power));
   recording.sweeps.push_back(std::move(table.y));
   RecordedFile file;
   file.recordings.push_back(std::move(recording));

@@ -1,5 +1,6 @@
 #include "platform/orb/reference_endpoint.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
@@ -91,6 +92,11 @@ std::string InternetEndpoint(std::string_view profile_data) {
   }
 }
 
+/// A peer writes what it likes where a host should stand, and endpoints go into lines for people.
+bool HasControlCharacter(std::string_view endpoint) {
+  return std::any_of(endpoint.begin(), endpoint.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; });
+}
+
 std::string FirstEndpoint(std::string_view bytes) {
   constexpr std::uint32_t kInternetProfile = 0;
   Encapsulation reference(bytes);
@@ -99,7 +105,7 @@ std::string FirstEndpoint(std::string_view bytes) {
     const std::uint32_t tag = reference.Long();
     const std::string_view data = reference.Sequence();
     const std::string endpoint = tag == kInternetProfile ? InternetEndpoint(data) : std::string();
-    if (!endpoint.empty()) return endpoint;
+    if (!endpoint.empty() && !HasControlCharacter(endpoint)) return endpoint;
   }
   return {};
 }

@@ -45,7 +45,7 @@ Finding NamingService(Client::Connection& connection) {
 Finding TopicManager(Client::Connection& connection) {
   return Examined("topic manager", [&](Finding& finding) {
     const auto manager = connection.TopicManager();
-    finding.address = connection.AddressOf(manager);
+    finding.address = Client::Printable(connection.AddressOf(manager));
     Client::Remote("topic manager", [&] {
       const Corvanta::TopicStatusSeq_var topics = manager->Topics();
       Corvanta::SubscriptionStatusSeq_var subscriptions = manager->Subscriptions();
@@ -63,7 +63,7 @@ Finding TopicManager(Client::Connection& connection) {
 Finding HwEnumeration(Client::Connection& connection) {
   return Examined("hardware enumeration", [&](Finding& finding) {
     const auto service = connection.HwEnumeration();
-    finding.address = connection.AddressOf(service);
+    finding.address = Client::Printable(connection.AddressOf(service));
     Client::Remote("hardware enumeration", [&] {
       Corvanta::EngineProgressSeq_var engines = service->Engines();
       finding.text = fmt::format("{} engines reported", engines->length());
@@ -82,7 +82,7 @@ Finding EngineFinding(const Client::Engine& engine) {
     const auto lost = Client::Remote(engine.name, [&] { return engine.registration->LostSamples(); });
     found.text = fmt::format("{} readings and attributes, {} samples not sent", items->length(), lost);
   });
-  finding.address = engine.address;
+  finding.address = Client::Printable(engine.address);
   return finding;
 }
 

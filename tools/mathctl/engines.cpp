@@ -17,13 +17,14 @@ void ShowEngines(const Session& session) {
   std::vector<Row> rows;
   for (const Client::Engine& engine : session.connection.Engines()) {
     const std::string name = Client::Printable(engine.name);
+    const std::string address = Client::Printable(engine.address);
     if (session.options.json) {
       WriteOut(OneLine({{"engine", name},
-                        {"address", engine.address},
+                        {"address", address},
                         {"answers", !engine.problem},
                         {"problem", engine.problem ? StateOf(engine) : ""}}));
     }
-    rows.push_back({name, engine.address, StateOf(engine)});
+    rows.push_back({name, address, StateOf(engine)});
   }
   if (!session.options.json) WriteTable({"ENGINE", "ADDRESS", "STATE"}, std::move(rows));
 }

@@ -81,11 +81,13 @@ TEST(LineReader, BadNumbersAreNamed) {
 }
 
 TEST(StepOf, IsZeroWherePointsAreNotEven) {
-  EXPECT_EQ(StepOf(std::vector<double>{}), 0);
-  EXPECT_EQ(StepOf(std::vector<double>{5}), 0);
-  EXPECT_EQ(StepOf(std::vector<double>{1, 3, 5}), 2);
-  EXPECT_EQ(StepOf(std::vector<double>{1, 10, 100}), 0);
-  EXPECT_EQ(StepOf(std::vector<double>{-1.7e308, 0, 1.7e308}), 0) << "the distance is no number";
+  EXPECT_EQ(StepOf(std::vector<double>{}, 1), 0);
+  EXPECT_EQ(StepOf(std::vector<double>{5}, 1), 0);
+  EXPECT_EQ(StepOf(std::vector<double>{1, 3, 5}, 10), 20);
+  EXPECT_EQ(StepOf(std::vector<double>{1, 10, 100}, 1), 0);
+  EXPECT_EQ(StepOf(std::vector<double>{-1.7e308, 0, 1.7e308}, 1), 0) << "the distance is no number";
+  EXPECT_EQ(StepOf(std::vector<double>{1e300, 2e300}, 1e9), 0) << "the distance times its scale is no number";
+  EXPECT_EQ(StepOf(std::vector<double>{1, 1.5}, INFINITY), 0);
 }
 
 TEST(ReadingName, IsTheStemInCapitals) {

@@ -49,6 +49,7 @@ std::string Ior(const std::string& profiles, unsigned count) {
 
 const std::string kHost("\x00\x01\x02\x00\x00\x00\x00\x09""10.0.0.7\x00\x00\x12\x34", 20);
 const std::string kNoHost("\x00\x01\x02\x00\x00\x00\x00\x01\x00\x00\x12\x34", 12);
+const std::string kHostWithLineEnd("\x00\x01\x02\x00\x00\x00\x00\x09""10.0.0.\n\x00\x00\x12\x34", 20);
 const std::string kNoPort("\x00\x01\x02\x00\x00\x00\x00\x09""10.0.0.8\x00\x00\x00\x00", 20);
 
 TEST(EndpointOf, ReadsBothByteOrdersAndTakesTheFirstInternetProfile) {
@@ -63,7 +64,7 @@ TEST(EndpointOf, NamesTheSocketOfAProcessThatHasNoInternetAddress) {
 
 TEST(EndpointOf, PassesOverProfilesThatNameNone) {
   for (const std::string& useless : {Profile(1, kNoPort), Profile(0, kNoPort), Profile(0, kNoHost), Profile(0, ""),
-                                     Profile(0, kHost.substr(0, 10))}) {
+                                     Profile(0, kHostWithLineEnd), Profile(0, kHost.substr(0, 10))}) {
     EXPECT_EQ(EndpointOf(Ior(useless + Profile(0, kHost), 2)), "10.0.0.7:4660") << Hex(useless);
     EXPECT_EQ(EndpointOf(Ior(useless, 1)), "") << Hex(useless);
   }
