@@ -45,6 +45,8 @@ void ORB_base::Impl::InitialiseOrb() {
   RequireNoOrb();
   omniORB::setLogFunction(WriteOrbMessage);
   if (std::getenv("ORBtraceLevel") == nullptr) arguments.options.emplace(arguments.options.begin(), "traceLevel", "0");
+  for (auto& [name, value] : arguments.options)
+    if (name == "endPoint") value = GuardedTransport::Endpoint(value);
   const auto count = arguments.options.size();
   const auto options = std::make_unique<const char*[][2]>(count + 1);
   for (std::size_t i = 0; i < count; ++i) {

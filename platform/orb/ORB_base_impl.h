@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "platform/orb/GuardedTransport.h"
 #include "platform/orb/Naming.h"
 #include "platform/orb/ORB_base.h"
 #include "platform/orb/OrbArguments.h"
@@ -11,7 +12,8 @@ namespace Corvanta {
 
 /// The parts of an ORB_base. Only the ORB classes of this folder include this file.
 struct ORB_base::Impl {
-  explicit Impl(OrbArguments orb_arguments) : arguments(std::move(orb_arguments)) {}
+  explicit Impl(OrbArguments orb_arguments)
+      : arguments(std::move(orb_arguments)), incoming(arguments.transport.max_server_threads) {}
   ~Impl();
   Impl(const Impl&) = delete;
   Impl& operator=(const Impl&) = delete;
@@ -20,6 +22,7 @@ struct ORB_base::Impl {
   void WaitUntilStopped();
 
   OrbArguments arguments;
+  GuardedTransport incoming;
   CORBA::ORB_var orb;
   PortableServer::POA_var poa;
   PortableServer::POAManager_var manager;

@@ -187,10 +187,12 @@ std::vector<std::pair<std::string, std::string>> TransportConfig::OrbOptions() c
   add("clientCallTimeOutPeriod", call_timeout.count());
   add("giopMaxMsgSize", max_message_bytes);
   add("maxGIOPConnectionPerServer", max_connections_to_peer);
-  // A thread for each connection; above the limit, a pool serves all of them.
+  // A thread for each connection, always: a pool would be frozen by as many half requests as it has threads. The number of
+  // connections is what is limited (GuardedTransport); those that are being closed still count here.
   add("threadPerConnectionPolicy", 1);
-  add("threadPerConnectionUpperLimit", max_server_threads);
-  add("threadPerConnectionLowerLimit", max_server_threads - 1);
+  const unsigned never = 4 * max_server_threads + kPoolThreads;
+  add("threadPerConnectionUpperLimit", never);
+  add("threadPerConnectionLowerLimit", never - 1);
   add("maxServerThreadPoolSize", std::min(max_server_threads, kPoolThreads));
   add("outConScanPeriod", out_scan_period_s);
   add("inConScanPeriod", in_scan_period_s);

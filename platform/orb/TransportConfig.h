@@ -25,7 +25,7 @@ struct TransportConfig {
   std::chrono::milliseconds call_timeout{5000};               ///< orb.call_timeout_ms: limit of every remote call
   std::uint64_t max_message_bytes = 80u << 20;                ///< orb.max_message_bytes; the same in all processes
   unsigned max_connections_to_peer = 64;                      ///< orb.max_connections_to_peer
-  unsigned max_server_threads = 512;                          ///< orb.max_server_threads
+  unsigned max_server_threads = 512;                          ///< orb.max_server_threads: connections served, each by a thread
   unsigned out_scan_period_s = 120;                           ///< orb.out_scan_period_s, below in_scan_period_s
   unsigned in_scan_period_s = 180;                            ///< orb.in_scan_period_s
   bool dds_enabled = false;                                   ///< dds.enabled: relay topics between machines

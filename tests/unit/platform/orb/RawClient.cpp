@@ -63,6 +63,14 @@ std::string Header(bool little_endian, bool fragments_follow, int type, std::siz
   return wire.Bytes();
 }
 
+sockaddr_in InternetAddress(const std::string& host, std::uint16_t port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  inet_pton(AF_INET, host.c_str(), &address.sin_addr);
+  return address;
+}
+
 constexpr int kRequest = 0;
 constexpr int kReply = 1;
 constexpr int kFragment = 7;
@@ -86,13 +94,15 @@ ObjectAddress AddressOf(const std::string& reference) {
   return address;
 }
 
-RawClient::RawClient(const ObjectAddress& address) : address_(address), socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  sockaddr_in peer{};
-  peer.sin_family = AF_INET;
-  peer.sin_port = htons(address.port);
-  inet_pton(AF_INET, address.host.c_str(), &peer.sin_addr);
-  if (connect(socket_, reinterpret_cast<sockaddr*>(&peer), sizeof peer) != 0)
-    throw std::runtime_error(std::string("connect: ") + std::strerror(errno));
+RawClient::RawClient(const ObjectAddress& address, const char* source)
+    : address_(address), socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  sockaddr_in from = InternetAddress(source == nullptr ? "0.0.0.0" : source, 0);
+  sockaddr_in peer = InternetAddress(address.host, address.port);
+  if (source != nullptr) (void)bind(socket_, reinterpret_cast<sockaddr*>(&from), sizeof from);  // connect tells if it failed
+  if (connect(socket_, reinterpret_cast<sockaddr*>(&peer), sizeof peer) == 0) return;
+  const int error = errno;
+  close(socket_);
+  throw std::runtime_error(std::string("connect: ") + std::strerror(error));
 }
 
 RawClient::~RawClient() { close(socket_); }

@@ -19,7 +19,8 @@ ObjectAddress AddressOf(const std::string& reference);
 /// A connection that sends messages byte by byte as it is told, sense or nonsense.
 class RawClient {
  public:
-  explicit RawClient(const ObjectAddress& address);
+  /// `source`: the own address to connect from, as "127.0.0.2"; else the system chooses.
+  explicit RawClient(const ObjectAddress& address, const char* source = nullptr);
   ~RawClient();
   RawClient(const RawClient&) = delete;
   RawClient& operator=(const RawClient&) = delete;

@@ -134,8 +134,8 @@ TEST(TransportConfig, BecomesOptionsOfTheOrb) {
   EXPECT_THAT(options, Contains(Pair("unixTransportPermission", "0700")));
   EXPECT_THAT(options, Contains(Pair("clientCallTimeOutPeriod", "5000")));
   EXPECT_THAT(options, Contains(Pair("giopMaxMsgSize", "83886080")));
-  EXPECT_THAT(options, Contains(Pair("threadPerConnectionUpperLimit", "8")));
-  EXPECT_THAT(options, Contains(Pair("threadPerConnectionLowerLimit", "7")));
+  EXPECT_THAT(options, Contains(Pair("threadPerConnectionUpperLimit", "132")));
+  EXPECT_THAT(options, Contains(Pair("threadPerConnectionLowerLimit", "131")));
   EXPECT_THAT(options, Contains(Pair("maxServerThreadPoolSize", "8")));
 }
 
