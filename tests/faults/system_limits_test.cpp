@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <thread>
 
 #include "tests/faults/FaultCase.h"
 #include "tests/faults/ForeignUser.h"
