@@ -3,9 +3,11 @@
 #include <tango.h>
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <iostream>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -28,11 +30,19 @@ class Arrivals : public Tango::CallBack {
     changed_.notify_one();
   }
 
+  /// Waits until an event is there, up to `limit`, and forgets all that came.
+  bool AnyWithin(std::chrono::milliseconds limit) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    const bool came = changed_.wait_for(lock, limit, [&] { return !ways_.empty(); });
+    ways_.clear();
+    return came;
+  }
+
   /// Waits for `count` events and takes their times.
   std::vector<double> Take(std::size_t count) {
     std::unique_lock<std::mutex> lock(mutex_);
     if (!changed_.wait_for(lock, std::chrono::seconds(10), [&] { return ways_.size() >= count; }))
-      throw std::runtime_error("events are missing");
+      throw std::runtime_error(std::to_string(ways_.size()) + " of " + std::to_string(count) + " events came");
     std::vector<double> taken;
     taken.swap(ways_);
     return taken;
@@ -57,11 +67,26 @@ void Burst(Tango::DeviceProxy& device, int points, int count) {
   device.command_inout("Burst", data);
 }
 
+/// The channel loses what is pushed before its subscription stands, which subscribe_event does not wait for: pushes until an event
+/// comes, then waits until no more of them are on their way.
+void WaitUntilConnected(Tango::DeviceProxy& device, int points, Arrivals& arrivals) {
+  constexpr std::chrono::milliseconds kPatience{300};
+  for (int i = 0; i < 60; ++i) {
+    Burst(device, points, 1);
+    if (!arrivals.AnyWithin(kPatience)) continue;
+    while (arrivals.AnyWithin(kPatience)) {
+    }
+    return;
+  }
+  throw std::runtime_error("no event ever came");
+}
+
 void Run(const std::string& port, int points, int rounds, int burst) {
   std::string name = "tango://127.0.0.1:" + port + "/bench/channel/1#dbase=no";
   Tango::DeviceProxy device(name);
   Arrivals arrivals(points);
   const int id = device.subscribe_event("Trace", Tango::CHANGE_EVENT, &arrivals);
+  WaitUntilConnected(device, points, arrivals);
   std::vector<double> single, in_bursts;
   for (int i = 0; i < rounds; ++i) {
     Burst(device, points, 1);
