@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 
@@ -29,6 +32,33 @@ std::size_t Count(const std::string& text, const std::string& part) {
   return count;
 }
 
+/// Standard error of this process, kept in memory from construction to the end. It can be looked at while others write.
+class CaughtErrors {
+ public:
+  CaughtErrors() : saved_(dup(STDERR_FILENO)), file_(memfd_create("stderr", MFD_CLOEXEC)) { dup2(file_, STDERR_FILENO); }
+  ~CaughtErrors() {
+    dup2(saved_, STDERR_FILENO);
+    close(saved_);
+    close(file_);
+  }
+  CaughtErrors(const CaughtErrors&) = delete;
+  CaughtErrors& operator=(const CaughtErrors&) = delete;
+
+  /// All that was written so far.
+  std::string Text() const {
+    struct stat status {};
+    fstat(file_, &status);
+    std::string text(static_cast<std::size_t>(status.st_size), '\0');
+    const ssize_t got = pread(file_, text.data(), text.size(), 0);
+    text.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    return text;
+  }
+
+ private:
+  const int saved_;
+  const int file_;
+};
+
 /// The watching process is the test itself; what it writes to standard error is caught.
 class PeerWatch_ : public testing::Test {
  protected:
@@ -36,13 +66,9 @@ class PeerWatch_ : public testing::Test {
     platform_.UseInThisProcess();
     orb_ = std::make_unique<ORB_wrapper>("WATCHER", "Lumenar/local");
     watch_ = std::make_unique<PeerWatch>(*orb_, std::chrono::milliseconds(100));
-    testing::internal::CaptureStderr();
   }
 
-  ~PeerWatch_() override {
-    watch_.reset();
-    static_cast<void>(testing::internal::GetCapturedStderr());
-  }
+  ~PeerWatch_() override { watch_.reset(); }
 
   std::unique_ptr<Process> StartPeer(const char* expected_name = "PEER/1") {
     auto peer = platform_.Start("orb_test_engine", {"PEER", "run"});
@@ -52,12 +78,7 @@ class PeerWatch_ : public testing::Test {
 
   CORBA::Object_ptr Reference(const char* instance = "1") { return orb_->Resolve({"Lumenar", "local", "PEER", instance}); }
 
-  /// All that was written so far.
-  const std::string& Lines() {
-    written_ += testing::internal::GetCapturedStderr();
-    testing::internal::CaptureStderr();
-    return written_;
-  }
+  std::string Lines() const { return errors_.Text(); }
 
   bool WaitForLines(const std::string& part, std::size_t count) {
     return WaitUntil([&] { return Count(Lines(), part) >= count; });
@@ -71,7 +92,7 @@ class PeerWatch_ : public testing::Test {
   IsolatedPlatform platform_;
   std::unique_ptr<ORB_wrapper> orb_;
   std::unique_ptr<PeerWatch> watch_;
-  std::string written_;
+  CaughtErrors errors_;
 };
 
 TEST_F(PeerWatch_, AKilledEngineIsSaidOnceAndSoIsItsSuccessorOfTheSameName) {
@@ -95,7 +116,7 @@ TEST_F(PeerWatch_, AnEngineThatHangsIsAwayUntilItGoesOn) {
   ASSERT_TRUE(WaitForLines("is away: ", 1));
   EXPECT_THAT(Lines(), HasSubstr("TIMEOUT"));
   peer->Signal(SIGCONT);
-  EXPECT_TRUE(WaitForLines("is back", 1));
+  EXPECT_TRUE(WaitForLines("is back\n", 1));
   EXPECT_EQ(Count(Lines(), "\n"), 2u) << Lines();
 }
 
