@@ -1,0 +1,1 @@
+lumenar_fault_test(size_limits_faults_test SOURCES size_limits_test.cpp)
