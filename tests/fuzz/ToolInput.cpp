@@ -15,7 +15,8 @@ namespace Lumenar::Fuzz {
 namespace {
 
 bool CanBeShown(const std::string& text) {
-  return std::none_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; });
+  return std::none_of(text.begin(), text.end(),
+                      [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; });
 }
 
 void CheckError(const Client::Error& error) { Require(CanBeShown(error.what()), "an error is one line"); }
@@ -60,7 +61,8 @@ void CheckNames(const std::string& text, Input& input) {
   for (std::size_t i = 0; i < names.size(); ++i) {
     // A raw name may look like the printable form of another; only a name without backslash is sure to be found.
     const std::string name = Client::FullName(names[i]);
-    const bool plain = std::none_of(full.begin(), full.end(), [](const auto& any) { return any.find('\\') != any.npos; });
+    const bool plain =
+        std::none_of(full.begin(), full.end(), [](const auto& any) { return any.find('\\') != any.npos; });
     if (plain) Require(Client::MatchReading(name, names) == i, "a full name finds its reading");
   }
 }

@@ -17,7 +17,8 @@ using Corvanta::SampleRecord;
 using nlohmann::ordered_json;
 
 bool IsOneLine(const std::string& text) {
-  return std::none_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; });
+  return std::none_of(text.begin(), text.end(),
+                      [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; });
 }
 
 Corvanta::BASIC_TRACE::BT_DATA TakeTrace(Input& input) {
@@ -38,7 +39,8 @@ SampleRecord TakeRecord(Input& input) {
     case 0: return SampleRecord(std::in_place_type<CORBA::Long>, input.Take<CORBA::Long>());
     case 1: return SampleRecord(std::in_place_type<bool>, input.TakeBool());
     case 2: {
-      Corvanta::VALUE_DOUBLE::VALUE value{TakeUnits(input), input.Take<double>(), input.Take<double>(), input.Take<double>()};
+      Corvanta::VALUE_DOUBLE::VALUE value{TakeUnits(input), input.Take<double>(), input.Take<double>(),
+                                          input.Take<double>()};
       return value;
     }
     case 3: return TakeTrace(input);
@@ -62,7 +64,8 @@ void RequireSame(const ordered_json& json, double number) {
 }
 
 void CheckNumbers(const ordered_json& json, const SampleRecord& record) {
-  if (const auto* number = std::get_if<CORBA::Long>(&record)) Require(json["value"] == *number, "a long stays as it is");
+  if (const auto* number = std::get_if<CORBA::Long>(&record))
+    Require(json["value"] == *number, "a long stays as it is");
   if (const auto* value = std::get_if<Corvanta::VALUE_DOUBLE::VALUE>(&record)) {
     RequireSame(json["value"], value->val);
     RequireSame(json["minus_err"], value->minus_err);
@@ -158,7 +161,8 @@ void ToolOutput(Bytes input) {
   CheckTable({{Client::Printable(name), Client::Printable(other), "x"}, {"y", Client::Printable(name)}, {}});
   CheckPlot({{name, TakeTrace(rest)}, {other, TakeTrace(rest)}}, other);
   const std::chrono::nanoseconds since(rest.Take<std::int64_t>());
-  const std::chrono::system_clock::time_point time(std::chrono::duration_cast<std::chrono::system_clock::duration>(since));
+  const std::chrono::system_clock::time_point time(
+      std::chrono::duration_cast<std::chrono::system_clock::duration>(since));
   Require(Mathctl::UtcText(time).size() == 27, "a time has its fixed form");
   Require(Mathctl::ClockText(time).size() == 12, "a time of day has its fixed form");
 }

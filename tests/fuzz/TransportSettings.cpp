@@ -18,7 +18,8 @@ using Corvanta::TransportConfig;
 class MemoryFile {
  public:
   explicit MemoryFile(const std::string& contents) : descriptor_(::memfd_create("transport", MFD_CLOEXEC)) {
-    if (descriptor_ < 0 || ::write(descriptor_, contents.data(), contents.size()) != static_cast<ssize_t>(contents.size())) {
+    if (descriptor_ < 0 ||
+        ::write(descriptor_, contents.data(), contents.size()) != static_cast<ssize_t>(contents.size())) {
       throw std::logic_error("no file in memory");
     }
   }
@@ -77,7 +78,8 @@ void TransportSettings(Bytes input) {
   }
   CheckRanges(config);
   const MemoryFile written(FileOf(config));
-  Require(FileOf(TransportConfig::Read(written.Path())) == FileOf(config), "settings written are read again as they were");
+  Require(FileOf(TransportConfig::Read(written.Path())) == FileOf(config),
+          "settings written are read again as they were");
 }
 
 }  // namespace Lumenar::Fuzz

@@ -60,7 +60,8 @@ void CheckPair(const Units& a, const Units& b) {
   }
   Require(!Units_library::Compare_units(a, b, true) || Units_library::Compare_units(a, b, false),
           "the same in every respect is the same");
-  Require(Units_library::Is_Invert_units(a, b) == Units_library::Is_Invert_units(b, a), "to be a reciprocal goes both ways");
+  Require(Units_library::Is_Invert_units(a, b) == Units_library::Is_Invert_units(b, a),
+          "to be a reciprocal goes both ways");
   CheckFactors(a, b);
 }
 

@@ -67,7 +67,8 @@ TEST_P(Corpus, HoldsAsAWholeAndCutAnywhere) {
     const std::vector<std::uint8_t> contents = ContentsOf(file);
     EXPECT_LE(contents.size(), kLongest) << file << " is too large for the corpus";
     for (std::size_t length = 0; length <= contents.size(); ++length) {
-      EXPECT_EQ(Fault(GetParam().target, Bytes(contents).first(length)), "") << file << ", " << length << " bytes of it";
+      EXPECT_EQ(Fault(GetParam().target, Bytes(contents).first(length)), "")
+          << file << ", " << length << " bytes of it";
     }
   }
 }

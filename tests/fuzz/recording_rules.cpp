@@ -18,7 +18,8 @@ void CheckContents(const Replay::RecordedFile& file) {
     Require(sweeps > 0 && recording.sweeps.size() == sweeps, "all recordings have the same number of sweeps");
     const std::size_t points = recording.sweeps.front().size();
     Require(points > 0 && points <= Replay::kMaxPoints, "there are points, and not too many");
-    for (const auto& sweep : recording.sweeps) Require(sweep.size() == points, "all sweeps have the same number of points");
+    for (const auto& sweep : recording.sweeps)
+      Require(sweep.size() == points, "all sweeps have the same number of points");
     Require(std::isfinite(recording.x_step) && recording.x_step >= 0, "the step is finite");
     Require(Value::Units_library::Is_packed(recording.units), "units are packed");
     Require(Value::Units_library::Arrange_tuple(recording.units) == recording.units, "units are arranged");
@@ -30,7 +31,8 @@ void CheckRefusal(const Replay::FormatError& error, const std::string& text) {
   const std::string reason = error.what();
   Require(error.Line() >= 1 && error.Line() <= lines, "the line is one of the file");
   Require(!reason.empty() && reason.size() < 200, "the reason is short");
-  Require(std::all_of(reason.begin(), reason.end(), [](char c) { return c >= ' ' && c <= '~'; }), "the reason can be shown");
+  Require(std::all_of(reason.begin(), reason.end(), [](char c) { return c >= ' ' && c <= '~'; }),
+          "the reason can be shown");
 }
 
 }  // namespace

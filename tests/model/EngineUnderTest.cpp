@@ -19,7 +19,9 @@ Scalar RecordOf(const Quantity& quantity) {
   return Bench::ScalarOf(quantity.value, quantity.units, quantity.minus, quantity.plus);
 }
 
-Datum DatumOf(const BT_DATA& record) { return Sweep{Bench::SamplesOf(record), Bench::UnitsOf(record), record.sequence_number}; }
+Datum DatumOf(const BT_DATA& record) {
+  return Sweep{Bench::SamplesOf(record), Bench::UnitsOf(record), record.sequence_number};
+}
 Datum DatumOf(const Scalar& record) {
   return Quantity{record.val, record.minus_err, record.plus_err, Bench::UnitsOf(record)};
 }
@@ -192,7 +194,8 @@ std::string EngineUnderTest::Difference(const MathModel& model) {
   for (CORBA::ULong i = 0; i < ids->length(); ++i) {
     if (ids[i] >= first_id_) found.push_back(ids[i]);
   }
-  if (found != expected) return fmt::format("objects {} instead of {}", fmt::join(found, ","), fmt::join(expected, ","));
+  if (found != expected)
+    return fmt::format("objects {} instead of {}", fmt::join(found, ","), fmt::join(expected, ","));
   for (const auto& [id, object] : model.Objects()) {
     if (const std::string difference = DifferenceOf(id, object); !difference.empty()) return difference;
   }

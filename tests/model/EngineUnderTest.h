@@ -14,8 +14,8 @@ namespace Lumenar::Model {
 
 namespace Bench = Lumenar::Test;  // inside a fixture, Test is its base class
 
-/// The running system as the commands of the model check use it: an engine and a topic manager in processes of their own,
-/// the inputs in this one. It stays from case to case; only what clients make is taken away between.
+/// The running system as the commands of the model check use it: an engine and a topic manager in processes of their
+/// own, the inputs in this one. It stays from case to case; only what clients make is taken away between.
 class EngineUnderTest : public Bench::EngineFixture {
  public:
   EngineUnderTest();

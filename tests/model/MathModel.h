@@ -15,7 +15,8 @@ enum class Kind { Long, Scalar, Trace };
 
 inline Kind KindOf(const Datum& datum) { return static_cast<Kind>(datum.index()); }
 
-/// Where a value comes from: one of the testbench's readings, the RESULT of an object that lives or is gone, or nowhere.
+/// Where a value comes from: one of the testbench's readings, the RESULT of an object that lives or is gone, or
+/// nowhere.
 struct Source {
   enum Type { Input, Result, Nil } type = Nil;
   int number = 0;  ///< of the input, or the object's id
@@ -47,7 +48,8 @@ struct Creation {
   std::string text;                                  ///< of a refusal
 };
 
-/// The math engine and the topics around it, as simple as can be: one sample after the other, each handed on to the end.
+/// The math engine and the topics around it, as simple as can be: one sample after the other, each handed on to the
+/// end.
 class MathModel {
  public:
   MathModel() = default;
@@ -74,8 +76,8 @@ class MathModel {
   /// The kind of what a source gives; nothing when it gives nothing.
   std::optional<Kind> KindOfSource(const Source& source) const;
 
-  /// Whether samples of one origin reach an object over these inputs on two ways. Their order is then nobody's promise, so
-  /// that the model could not tell the results.
+  /// Whether samples of one origin reach an object over these inputs on two ways. Their order is then nobody's promise,
+  /// so that the model could not tell the results.
   bool MeetsItself(const std::vector<Source>& inputs) const;
 
  private:

@@ -9,8 +9,9 @@
 
 namespace Lumenar::Model {
 
-/// Knows from the topic manager's own counters whether samples are under way. Since the engine publishes its results inside
-/// the call that delivers a sample, nothing is under way any more when every subscription has had what was published since.
+/// Knows from the topic manager's own counters whether samples are under way. Since the engine publishes its results
+/// inside the call that delivers a sample, nothing is under way any more when every subscription has had what was
+/// published since.
 class TopicTraffic {
  public:
   explicit TopicTraffic(Corvanta::ORB_wrapper& orb) : orb_(orb) {}

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -11,6 +12,16 @@ namespace Lumenar::Model {
 namespace {
 
 namespace gen = rc::gen;
+
+/// Evenly from low to high - 1. (Left to themselves, numbers are small ones in small cases, and choices no choices.)
+int Draw(int low, int high) { return *gen::resize(rc::kNominalSize, gen::inRange(low, high)); }
+
+bool OneIn(int count) { return Draw(0, count) == 0; }
+
+template <class T>
+T DrawOneOf(const std::vector<T>& choices) {
+  return choices[static_cast<std::size_t>(Draw(0, static_cast<int>(choices.size())))];
+}
 
 // ---------------------------------------------------------------- random samples
 
@@ -25,34 +36,34 @@ Units DrawUnits() {
                                            Make_unit(Value::U_Volt, 2),
                                            Make_unit(Value::U_Volt, 2, 0, true),
                                            Make_unit(Value::U_Volt, 1, -3, true)};
-  return *gen::inRange(0, 5) > 0 ? *gen::elementOf(kCommon) : *gen::elementOf(kRare);
+  return OneIn(6) ? DrawOneOf(kRare) : DrawOneOf(kCommon);
 }
 
 /// Mostly levels and powers as they are measured, now and then a number that breaks things.
 double DrawNumber() {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   static const std::vector<double> kOdd = {0.0, -0.0, kInfinity, -kInfinity, NAN, 3e38, -3e38, 1e-40, 400, -400};
-  return *gen::inRange(0, 25) > 0 ? *gen::inRange(-400, 401) / 8.0 : *gen::elementOf(kOdd);
+  return OneIn(60) ? DrawOneOf(kOdd) : Draw(-400, 401) / 8.0;
 }
 
 Datum DrawSweep() {
   static const std::vector<std::size_t> kLengths = {3, 3, 3, 3, 3, 3, 3, 3, 0, 1, 4};
   Sweep sweep;
-  sweep.samples.resize(*gen::elementOf(kLengths));
+  sweep.samples.resize(DrawOneOf(kLengths));
   for (float& sample : sweep.samples) sample = static_cast<float>(DrawNumber());
   sweep.units = DrawUnits();
-  sweep.mark = *gen::inRange(0u, 1000u);
+  sweep.mark = static_cast<unsigned>(Draw(0, 1000));
   return sweep;
 }
 
 Datum DrawQuantity() {
-  return Quantity{DrawNumber(), -*gen::inRange(0, 9) / 4.0, *gen::inRange(0, 9) / 4.0, DrawUnits()};
+  return Quantity{DrawNumber(), -Draw(0, 9) / 4.0, Draw(0, 9) / 4.0, DrawUnits()};
 }
 
 Datum DrawDatum(Kind kind) {
   if (kind == Kind::Trace) return DrawSweep();
   if (kind == Kind::Scalar) return DrawQuantity();
-  return *gen::inRange(-2, 6);
+  return Draw(-2, 6);
 }
 
 // ---------------------------------------------------------------- random sources
@@ -75,8 +86,7 @@ std::vector<Source> SourcesOf(const MathModel& model, std::optional<Kind> kind) 
 }
 
 Source DrawSource(const MathModel& model, std::optional<Kind> kind) {
-  const std::vector<Source> sources = SourcesOf(model, kind);
-  return *gen::elementOf(sources);
+  return DrawOneOf(SourcesOf(model, kind));
 }
 
 /// Inputs that an operation takes.
@@ -84,7 +94,7 @@ std::vector<Source> DrawFitting(const MathModel& model, int type) {
   if (type == kCumulativeAdd) {
     return {DrawSource(model, Kind::Trace), DrawSource(model, Kind::Long), DrawSource(model, Kind::Long)};
   }
-  const Kind kind = *gen::element(Kind::Scalar, Kind::Trace);
+  const Kind kind = OneIn(2) ? Kind::Scalar : Kind::Trace;
   std::vector<Source> inputs{DrawSource(model, kind)};
   if (type == kSubtract || type == kRelativeSubtract) inputs.push_back(DrawSource(model, kind));
   return inputs;
@@ -92,19 +102,27 @@ std::vector<Source> DrawFitting(const MathModel& model, int type) {
 
 /// Any inputs at all, mostly refused.
 std::vector<Source> DrawAny(const MathModel& model) {
-  std::vector<Source> inputs(static_cast<std::size_t>(*gen::inRange(0, 5)));
-  for (Source& input : inputs) input = *gen::inRange(0, 10) > 0 ? DrawSource(model, std::nullopt) : Source{};
+  std::vector<Source> inputs(static_cast<std::size_t>(Draw(0, 5)));
+  for (Source& input : inputs) input = OneIn(10) ? Source{} : DrawSource(model, std::nullopt);
   return inputs;
 }
 
+using Operations = std::vector<Operation>;
+
+bool IsOneOf(const MathModel& model, int id, const Operations& operations) {
+  const auto found = model.Objects().find(id);
+  return found != model.Objects().end() &&
+         std::find(operations.begin(), operations.end(), found->second.operation) != operations.end();
+}
+
 /// The id of an object of one of these operations.
-int DrawObject(const MathModel& model, const std::vector<Operation>& operations) {
+int DrawObject(const MathModel& model, const Operations& operations) {
   std::vector<int> ids;
   for (const auto& [id, object] : model.Objects()) {
-    if (std::find(operations.begin(), operations.end(), object.operation) != operations.end()) ids.push_back(id);
+    if (IsOneOf(model, id, operations)) ids.push_back(id);
   }
   RC_PRE(!ids.empty());
-  return *gen::elementOf(ids);
+  return DrawOneOf(ids);
 }
 
 void Expect(bool holds, const std::string& text) {
@@ -113,18 +131,29 @@ void Expect(bool holds, const std::string& text) {
 
 // ---------------------------------------------------------------- commands
 
+/// Mostly one that an object works on.
+int DrawInput(const MathModel& model) {
+  std::vector<int> used;
+  for (const auto& [id, object] : model.Objects()) {
+    for (const Source& source : object.inputs) {
+      if (source.type == Source::Input) used.push_back(source.number);
+    }
+  }
+  return used.empty() || OneIn(8) ? Draw(0, kInputs) : DrawOneOf(used);
+}
+
 struct Feed : Command {
   int input;
   Datum datum;
 
-  explicit Feed(const MathModel&) : input(*gen::inRange(0, kInputs)), datum(DrawDatum(kInputKinds[input])) {}
+  explicit Feed(const MathModel& model) : input(DrawInput(model)), datum(DrawDatum(kInputKinds[input])) {}
   void apply(MathModel& model) const override { model.Feed(input, datum); }
   void Do(const MathModel&, EngineUnderTest& engine) const override { engine.Feed(input, datum); }
   void show(std::ostream& out) const override { out << "feed input " << input << ": " << TextOf(datum); }
 };
 
 struct SetType : Command {
-  int type = *gen::inRange(0, 4) > 0 ? *gen::inRange(0, static_cast<int>(kOperations)) : *gen::element(-1, 5, 7, INT32_MIN);
+  int type = OneIn(5) ? DrawOneOf<int>({-1, 5, 7, INT32_MIN}) : Draw(0, kOperations);
 
   void apply(MathModel& model) const override { model.SetType(type); }
   void Do(const MathModel&, EngineUnderTest& engine) const override { engine.SetType(type); }
@@ -138,10 +167,10 @@ struct Create : Command {
   std::vector<Source> inputs;
 
   explicit Create(const MathModel& model) {
-    if (*gen::inRange(0, 3) > 0) type = *gen::inRange(0, static_cast<int>(kOperations));
+    if (!OneIn(4)) type = Draw(0, kOperations);
     const int effective = type.value_or(model.Type());
-    inputs = *gen::inRange(0, 5) > 0 && effective >= 0 && effective < kOperations ? DrawFitting(model, effective)
-                                                                                : DrawAny(model);
+    const bool exists = effective >= 0 && effective < kOperations;
+    inputs = exists && !OneIn(6) ? DrawFitting(model, effective) : DrawAny(model);
   }
 
   Creation Apply(MathModel& model) const {
@@ -152,7 +181,8 @@ struct Create : Command {
   void checkPreconditions(const MathModel& before) const override {
     for (const Source& input : inputs) RC_PRE(input.type != Source::Result || before.Knows(input.number));
     MathModel after = before;
-    if (Apply(after).kind == Creation::Made) RC_PRE(!before.MeetsItself(inputs) && after.Objects().size() <= kMostObjects);
+    if (Apply(after).kind == Creation::Made)
+      RC_PRE(!before.MeetsItself(inputs) && after.Objects().size() <= kMostObjects);
   }
 
   void apply(MathModel& model) const override { Apply(model); }
@@ -177,7 +207,7 @@ struct Create : Command {
 struct Delete : Command {
   int id;
 
-  explicit Delete(const MathModel& model) : id(*gen::inRange(0, model.NextId() + 2)) {}
+  explicit Delete(const MathModel& model) : id(Draw(0, model.NextId() + 2)) {}
   void apply(MathModel& model) const override { model.Delete(id); }
   void Do(const MathModel&, EngineUnderTest& engine) const override { engine.Delete(id); }
   void show(std::ostream& out) const override { out << "delete " << id; }
@@ -185,10 +215,10 @@ struct Delete : Command {
 
 struct SetSize : Command {
   int id;
-  int size = *gen::inRange(0, 4) > 0 ? *gen::inRange(1, 5) : *gen::element(-1, 0, 1, 99, 100, INT32_MAX);
+  int size = OneIn(5) ? DrawOneOf<int>({-1, 0, 1, 99, 100, INT32_MAX}) : Draw(1, 6);
 
   explicit SetSize(const MathModel& model) : id(DrawObject(model, {kAverage})) {}
-  void checkPreconditions(const MathModel& model) const override { RC_PRE(model.Objects().count(id) > 0); }
+  void checkPreconditions(const MathModel& model) const override { RC_PRE(IsOneOf(model, id, {kAverage})); }
   void apply(MathModel& model) const override { model.SetSize(id, size); }
 
   void Do(const MathModel& before, EngineUnderTest& engine) const override {
@@ -203,7 +233,7 @@ struct Reset : Command {
   int id;
 
   explicit Reset(const MathModel& model) : id(DrawObject(model, {kAverage, kPeak})) {}
-  void checkPreconditions(const MathModel& model) const override { RC_PRE(model.Objects().count(id) > 0); }
+  void checkPreconditions(const MathModel& model) const override { RC_PRE(IsOneOf(model, id, {kAverage, kPeak})); }
   void apply(MathModel& model) const override { model.Reset(id); }
   void Do(const MathModel&, EngineUnderTest& engine) const override { engine.Reset(id); }
   void show(std::ostream& out) const override { out << "reset " << id; }
@@ -211,7 +241,7 @@ struct Reset : Command {
 
 /// Seldom, since it takes its time.
 struct KillTopicManager : Command {
-  explicit KillTopicManager(const MathModel& model) { RC_PRE(model.HasTopics() && *gen::inRange(0, 12) == 0); }
+  explicit KillTopicManager(const MathModel& model) { RC_PRE(model.HasTopics() && OneIn(10)); }
   void checkPreconditions(const MathModel& model) const override { RC_PRE(model.HasTopics()); }
   void apply(MathModel& model) const override { model.SwitchTopics(false); }
   void Do(const MathModel&, EngineUnderTest& engine) const override { engine.KillTopicManager(); }
@@ -235,8 +265,8 @@ void Command::run(const MathModel& before, EngineUnderTest& engine) const {
 }
 
 rc::Gen<std::shared_ptr<const rc::state::Command<MathModel, EngineUnderTest>>> NextCommand(const MathModel& model) {
-  return rc::state::gen::execOneOfWithArgs<Feed, Feed, Feed, Feed, Feed, Feed, Create, Create, Create, SetType, Delete,
-                                           SetSize, Reset, KillTopicManager, StartTopicManager>()(model);
+  return rc::state::gen::execOneOfWithArgs<Feed, Feed, Feed, Feed, Feed, Feed, Feed, Feed, Create, Create, SetType,
+                                           Delete, SetSize, Reset, KillTopicManager, StartTopicManager>()(model);
 }
 
 }  // namespace Lumenar::Model

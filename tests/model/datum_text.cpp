@@ -30,7 +30,8 @@ bool Same(int actual, int expected) { return actual == expected; }
 struct Writer {
   std::string operator()(int number) const { return std::to_string(number); }
   std::string operator()(const Quantity& quantity) const {
-    return fmt::format("{} ({}, {}) {}", quantity.value, quantity.minus, quantity.plus, Value::Units_text(quantity.units));
+    return fmt::format("{} ({}, {}) {}", quantity.value, quantity.minus, quantity.plus,
+                       Value::Units_text(quantity.units));
   }
   std::string operator()(const Sweep& sweep) const {
     return fmt::format("#{} [{}] {}", sweep.mark, fmt::join(sweep.samples, " "), Value::Units_text(sweep.units));
@@ -41,7 +42,8 @@ struct Writer {
 
 bool Same(const Datum& actual, const Datum& expected) {
   return actual.index() == expected.index() &&
-         std::visit([&](const auto& typed) { return Same(typed, std::get<std::decay_t<decltype(typed)>>(expected)); }, actual);
+         std::visit([&](const auto& typed) { return Same(typed, std::get<std::decay_t<decltype(typed)>>(expected)); },
+                    actual);
 }
 
 std::string TextOf(const Datum& datum) { return std::visit(Writer{}, datum); }

@@ -10,11 +10,12 @@
 namespace Lumenar::Model {
 namespace {
 
-/// The same cases in every run. LUMENAR_MODEL_RUNS asks for that many cases from a seed of their own, RC_PARAMS for anything.
+/// The same cases in every run. LUMENAR_MODEL_RUNS asks for that many cases from a seed of their own, RC_PARAMS for
+/// anything.
 void SetParameters() {
   const char* runs = std::getenv("LUMENAR_MODEL_RUNS");
-  const std::string parameters = runs == nullptr ? "seed=20260101 max_success=25 max_size=60"
-                                                 : "max_size=100 max_success=" + std::string(runs);
+  const std::string parameters = runs == nullptr ? "seed=20260101 max_success=60 max_size=150"
+                                                 : "max_size=200 max_success=" + std::string(runs);
   ::setenv("RC_PARAMS", parameters.c_str(), 0);
 }
 

@@ -6,8 +6,8 @@
 
 namespace Lumenar::Model {
 
-/// The first computation of an object whose inputs have these values, and the object's state after it. `result` stays the
-/// default of its kind when there is nothing to compute.
+/// The first computation of an object whose inputs have these values, and the object's state after it. `result` stays
+/// the default of its kind when there is nothing to compute.
 void Begin(Object& object, const std::vector<Datum>& values);
 
 /// What the object publishes for a sample of its input number `input`; nothing when it publishes nothing.

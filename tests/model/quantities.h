@@ -6,7 +6,8 @@
 #include "platform/units/Units.h"
 
 /// What the math should compute, written once more and as plainly as can be: one number after the other, no kernels, no
-/// records, nothing of the engine's. Of units it knows what the model check uses: one factor, prefix milli or none, dB or not.
+/// records, nothing of the engine's. Of units it knows what the model check uses: one factor, prefix milli or none, dB
+/// or not.
 namespace Lumenar::Model {
 
 using Value::Units;
