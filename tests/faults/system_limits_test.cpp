@@ -103,7 +103,7 @@ TEST_F(SystemLimits, FewDescriptorsAndManyConnections) {
   {
     const auto idle = Connect(200);
     EXPECT_TRUE(EngineSays("32 connections, the limit: the longest silent one is closed for each further one")) << engine_->Error();
-    EXPECT_LT(CountDescriptors(engine_->Pid()), 64);
+    EXPECT_TRUE(WaitUntil([&] { return CountDescriptors(engine_->Pid()) < 64; })) << "some stay free for the engine's own use";
     ExpectNoSpin();
     ExpectWork();
   }
