@@ -160,9 +160,10 @@ void ToolOutput(Bytes input) {
   CheckName(name);
   CheckTable({{Client::Printable(name), Client::Printable(other), "x"}, {"y", Client::Printable(name)}, {}});
   CheckPlot({{name, TakeTrace(rest)}, {other, TakeTrace(rest)}}, other);
-  const std::chrono::nanoseconds since(rest.Take<std::int64_t>());
-  const std::chrono::system_clock::time_point time(
-      std::chrono::duration_cast<std::chrono::system_clock::duration>(since));
+  constexpr std::int64_t kLongest_s = 9'000'000'000;  // in nanoseconds the clock ends not far beyond
+  const std::chrono::seconds since(rest.Take<std::int64_t>() % kLongest_s);
+  const std::chrono::system_clock::time_point time = std::chrono::system_clock::time_point() + since +
+                                                     std::chrono::microseconds(rest.Take<std::uint16_t>());
   Require(Mathctl::UtcText(time).size() == 27, "a time has its fixed form");
   Require(Mathctl::ClockText(time).size() == 12, "a time of day has its fixed form");
 }

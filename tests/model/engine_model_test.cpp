@@ -14,7 +14,7 @@ namespace {
 /// anything.
 void SetParameters() {
   const char* runs = std::getenv("LUMENAR_MODEL_RUNS");
-  const std::string parameters = runs == nullptr ? "seed=20260101 max_success=60 max_size=150"
+  const std::string parameters = runs == nullptr ? "seed=20260101 max_success=100 max_size=150"
                                                  : "max_size=200 max_success=" + std::string(runs);
   ::setenv("RC_PARAMS", parameters.c_str(), 0);
 }
