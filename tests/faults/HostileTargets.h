@@ -25,11 +25,9 @@ class HostileFixture : public EngineFixture {
   Corvanta::Test::ObjectAddress Factory() { return AddressOf(bench_, {"Lumenar", "local", "MATHFACTORY", "1"}); }
   Corvanta::Test::ObjectAddress Manager() { return AddressOf(bench_, {"Lumenar", "local", "DDS_MANAGER", "1"}); }
 
+  double last_ = 1;  // before input_, which begins with it
   ScalarInput input_;
   Corvanta::MathFactory::Math_var peak_;
-
- private:
-  double last_ = 1;
 };
 
 }  // namespace Lumenar::Test
