@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <new>
 #include <stdexcept>
 #include <string_view>
 
@@ -67,6 +68,16 @@ void ORB_base::Impl::WaitUntilStopped() {
   while (!stopped) changed.Wait(mutex);
 }
 
+/// Returns when no request is in flight any more.
+void ORB_base::Impl::WaitForRequests() noexcept {
+  try {
+    orb->shutdown(true);
+  } catch (const CORBA::BAD_INV_ORDER&) {  // it has ended already
+  } catch (const CORBA::Exception& exception) {
+    Lumenar::WriteError("ORB_base: the end of the ORB was not awaited: " + Lumenar::CorbaText(exception));
+  }
+}
+
 ORB_base::Impl::~Impl() {
   naming.reset();
   manager = PortableServer::POAManager::_nil();
@@ -76,6 +87,9 @@ ORB_base::Impl::~Impl() {
     orb->destroy();
   } catch (const CORBA::Exception& exception) {
     Lumenar::WriteError("ORB_base: the ORB was not destroyed: " + Lumenar::CorbaText(exception));
+  } catch (const omniORB::fatalException& failure) {  // a check of its own failed: the host lives on without it
+    Lumenar::WriteError(std::string("ORB_base: the ORB was not destroyed: ") + failure.errmsg() + " at " + failure.file() + ":" +
+                        std::to_string(failure.line()));
   }
 }
 
@@ -95,6 +109,7 @@ ORB_base::~ORB_base() {
   if (impl_->handles_signals) Lumenar::Signals::SetHandler({});  // waits for a handler that runs
   Shutdown();
   impl_->WaitUntilStopped();
+  impl_->WaitForRequests();  // they use this object
   impl_.reset();
   current = nullptr;
 }
@@ -156,6 +171,7 @@ void ORB_base::DeactivateObject(PortableServer::ServantBase* servant) noexcept {
     PortableServer::ObjectId_var id = poa->servant_to_id(servant);
     poa->deactivate_object(id);
   } catch (const CORBA::Exception&) {  // deactivated meanwhile, or the ORB is going
+  } catch (const std::bad_alloc&) {  // it stays with the POA, closed, until the ORB goes
   }
 }
 

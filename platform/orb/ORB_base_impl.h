@@ -20,6 +20,7 @@ struct ORB_base::Impl {
 
   void InitialiseOrb();
   void WaitUntilStopped();
+  void WaitForRequests() noexcept;
 
   OrbArguments arguments;
   GuardedTransport incoming;

@@ -52,6 +52,7 @@ void ExpectWorkWasDone(const EngineStress::Counts& done) {
 
 TEST_F(Stress, EverythingAtOnceMeetsNoDeadObjectAndLeavesNothing) {
   EngineStress::Counts done;
+  std::vector<std::string> faults;
   {
     const Silence silence;
     EngineStress stress;
@@ -59,8 +60,9 @@ TEST_F(Stress, EverythingAtOnceMeetsNoDeadObjectAndLeavesNothing) {
     WaitUntil([&] { return !stress.Faults().empty(); }, Duration());
     stress.Stop();
     done = stress.Done();
-    EXPECT_THAT(stress.Faults(), IsEmpty());
+    faults = stress.Faults();
   }
+  EXPECT_THAT(faults, IsEmpty());
   ExpectWorkWasDone(done);
   RecordProperty("created", std::to_string(done.created));
   ExpectNothingLeft();
@@ -69,11 +71,15 @@ TEST_F(Stress, EverythingAtOnceMeetsNoDeadObjectAndLeavesNothing) {
 TEST_F(Stress, TheEngineMayEndAtAnyMomentOfIt) {
   const auto end = std::chrono::steady_clock::now() + Duration();
   for (unsigned objects = 3; std::chrono::steady_clock::now() < end; objects = objects % 40 + 7) {
-    const Silence silence;
-    EngineStress stress;
-    WaitUntil([&] { return stress.Done().created >= objects; });
-    stress.ShutDownUnderLoad();
-    EXPECT_THAT(stress.Faults(), IsEmpty());
+    std::vector<std::string> faults;
+    {
+      const Silence silence;
+      EngineStress stress;
+      WaitUntil([&] { return stress.Done().created >= objects; });
+      stress.ShutDownUnderLoad();
+      faults = stress.Faults();
+    }
+    EXPECT_THAT(faults, IsEmpty());
   }
   ExpectNothingLeft();
 }
