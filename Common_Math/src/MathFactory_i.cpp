@@ -83,8 +83,7 @@ Math_ptr MathFactory_i::CreateMath(const ReadingAttribSeq& attribs) {
   gate_->RequireOpen();
   try {
     const boost::shared_ptr<MathBase> object = Build(attribs);
-    object->Activate();
-    Register(object);
+    Enter(object);
     WatchInputs(object->Id(), attribs);
     return object->Reference();
   } catch (...) {
@@ -99,6 +98,17 @@ boost::shared_ptr<MathBase> MathFactory_i::Build(const ReadingAttribSeq& attribs
     throw Corvanta::MathFactory::MathFactoryException("Invalid Math Type");
   }
   return kOperations[type].builder(namer_, registration_, attribs);
+}
+
+/// An object that does not get into the registry does not stay with the ORB either.
+void MathFactory_i::Enter(const boost::shared_ptr<MathBase>& object) {
+  try {
+    object->Activate();
+    Register(object);
+  } catch (...) {
+    orb_->DeactivateObject(object.get());
+    throw;
+  }
 }
 
 void MathFactory_i::Register(const boost::shared_ptr<MathBase>& object) {

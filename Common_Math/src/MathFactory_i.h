@@ -48,6 +48,7 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces, public Corva
   using Registry = std::map<CORBA::Long, boost::shared_ptr<MathBase>>;
 
   boost::shared_ptr<MathBase> Build(const Corvanta::MathFactory::ReadingAttribSeq& attribs);
+  void Enter(const boost::shared_ptr<MathBase>& object);
   void Register(const boost::shared_ptr<MathBase>& object);
 
   /// Has the engines watched whose readings are inputs of an object.

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <map>
+#include <new>
 #include <set>
 #include <string>
 
@@ -70,6 +71,7 @@ struct DdsBaseAccess::Impl {
   void WentAway(DDS_Manager_ptr manager, const CORBA::SystemException& error, Urgency urgency);
   void NoteAway(const CORBA::Exception& error);
   void NoteRefused(const char* topic, const CORBA::Exception& error);
+  void NoteStanding(DDS_Manager_ptr manager, const char* topic, CORBA::Long handle);
   void EndAll();
 
   Lumenar::Mutex mutex_;
@@ -215,11 +217,21 @@ CORBA::Long DdsBaseAccess::Impl::Subscribe(const char* topic, DDS_Sub_ptr subscr
   if (CORBA::is_nil(manager)) throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
   try {
     const CORBA::Long handle = manager->Subscribe(topic, subscriber);
-    Lock lock(mutex_);
-    standing_.emplace(handle, topic);
+    NoteStanding(manager, topic, handle);
     return handle;
   } catch (const CORBA::SystemException& error) {
     if (MeansAway(error)) WentAway(manager, error, Urgency::Urgent);
+    throw;
+  }
+}
+
+/// A subscription of which no note can be kept does not stay.
+void DdsBaseAccess::Impl::NoteStanding(DDS_Manager_ptr manager, const char* topic, CORBA::Long handle) {
+  try {
+    Lock lock(mutex_);
+    standing_.emplace(handle, topic);
+  } catch (const std::bad_alloc&) {
+    manager->Unsubscribe(topic, handle);
     throw;
   }
 }

@@ -36,7 +36,7 @@ class OwnedServant {
   /// Takes over the reference that `new` gave, and activates the servant: everything else of it is set by now.
   /// Errors   CORBA system exceptions; the servant is released then.
   template <class Created>
-  explicit OwnedServant(Created* servant) : servant_(servant), reference_(servant->_this()) {}
+  explicit OwnedServant(Created* servant) : servant_(servant), reference_(Activate(servant)) {}
 
   /// As Close.
   ~OwnedServant() { Close(); }
@@ -57,6 +57,18 @@ class OwnedServant {
   Servant* operator->() const noexcept { return servant_.in(); }
 
  private:
+  /// Without memory for the reference the servant is active already: the POA would keep it for good.
+  template <class Created>
+  static typename Interface::_ptr_type Activate(Created* servant) {
+    try {
+      return servant->_this();
+    } catch (...) {
+      servant->Close();
+      ORB_base::DeactivateObject(servant);
+      throw;
+    }
+  }
+
   PortableServer::Servant_var<Servant> servant_;
   typename Interface::_var_type reference_;
   std::atomic<bool> closed_{false};

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <new>
 #include <sstream>
 
 #include "platform/base/CorbaText.h"
@@ -87,13 +88,20 @@ std::size_t PeerWatch::Size() const {
 
 void PeerWatch::Run() {
   while (WaitForNextRound()) {
-    std::map<std::string, CORBA::Object_var> round;
-    {
-      Lock lock(mutex_);
-      for (const auto& [engine, peer] : peers_) round[engine] = peer.object;
+    try {
+      LookAtAll();
+    } catch (const std::bad_alloc&) {  // the next round looks again
     }
-    for (const auto& [engine, object] : round) Look(engine, object);
   }
+}
+
+void PeerWatch::LookAtAll() {
+  std::map<std::string, CORBA::Object_var> round;
+  {
+    Lock lock(mutex_);
+    for (const auto& [engine, peer] : peers_) round[engine] = peer.object;
+  }
+  for (const auto& [engine, object] : round) Look(engine, object);
 }
 
 /// False when the watch has ended.

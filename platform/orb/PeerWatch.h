@@ -57,6 +57,7 @@ class PeerWatch {
   void EndThread() noexcept;
   void Run();
   bool WaitForNextRound();
+  void LookAtAll();
   void Look(const std::string& engine, CORBA::Object_ptr object);
   CORBA::Object_ptr Reach(const std::string& engine, CORBA::Object_ptr object);
   void Answered(const std::string& engine, CORBA::Object_ptr object);

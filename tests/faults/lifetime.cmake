@@ -8,3 +8,9 @@ target_link_libraries(cycle_host PRIVATE lumenar::platform_base lumenar::platfor
 
 lumenar_fault_test(engine_faults_test SOURCES engine_faults_test.cpp LINK fault_traffic)
 add_dependencies(engine_faults_test cycle_host)
+
+# Its operator new fails on demand: a program of its own.
+lumenar_test(no_memory_faults_test
+  SOURCES no_memory_faults_test.cpp AllocationFault.cpp FaultCase.cpp
+  LINK math_test_support
+  LABELS stress TIMEOUT 120)

@@ -79,8 +79,8 @@ CORBA::Long FakeTopicManager::Subscribe(const char* topic, Corvanta::DDS_Sub_ptr
     Lock lock(mutex_);
     if (refuse_) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
     handle = kFirstHandle + static_cast<CORBA::Long>(subscribed_.size());
-    subscribed_.push_back({topic, handle});
     subscribers_[handle] = Corvanta::DDS_Sub::_duplicate(subscriber);
+    subscribed_.push_back({topic, handle});  // last: without memory, no subscription stands
     if (!deliver_within_subscribe_) return handle;
     early = early_sample_;
   }
