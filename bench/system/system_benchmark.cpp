@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <sstream>
 #include <stdexcept>
@@ -21,6 +22,9 @@ struct Plan {
   int share = 1;          ///< rounds are divided by it
   int steady_seconds = 60;
 
+  std::vector<std::string> parts = {};  ///< those to run; all when empty
+
+  bool Has(const std::string& part) const { return parts.empty() || std::find(parts.begin(), parts.end(), part) != parts.end(); }
   int Rounds(std::size_t points) const { return (points > 50000 ? 400 : points > 5000 ? 1500 : 3000) / share + 10; }
 };
 
@@ -161,15 +165,17 @@ void RequirePositive(const std::vector<Figure>& figures) {
 
 void Run(const Plan& plan) {
   std::vector<Figure> figures;
-  {
+  if (plan.Has("engine") || plan.Has("hop") || plan.Has("bare") || plan.Has("steady")) {
     SystemRig rig;
-    ThroughTheEngine(rig, plan, figures);
-    OneHop(rig, "", plan, figures);
-    BareOnes(rig, plan, figures);
-    Steadiness(rig, plan, figures);
+    if (plan.Has("engine")) ThroughTheEngine(rig, plan, figures);
+    if (plan.Has("hop")) OneHop(rig, "", plan, figures);
+    if (plan.Has("bare")) BareOnes(rig, plan, figures);
+    if (plan.Has("steady")) Steadiness(rig, plan, figures);
   }
-  SystemRig rig(SystemRig::Sockets::Unix);  // one ORB at a time
-  OneHop(rig, " over Unix-domain sockets", plan, figures);
+  if (plan.Has("unix")) {
+    SystemRig rig(SystemRig::Sockets::Unix);  // one ORB at a time
+    OneHop(rig, " over Unix-domain sockets", plan, figures);
+  }
   RequirePositive(figures);  // before the report: what is written has been checked
   Report(figures);
 }
@@ -182,8 +188,14 @@ int main(int argc, char** argv) {
   Plan plan;
   app.add_flag("--quick", quick, "A hundredth of the rounds, to see that it works");
   app.add_option("--steady-seconds", plan.steady_seconds, "Length of the run for steadiness")->capture_default_str();
+  app.add_option("--only", plan.parts, "The parts to run: engine, hop, bare, steady, unix")
+      ->delimiter(',')
+      ->check(CLI::IsMember({"engine", "hop", "bare", "steady", "unix"}));
   CLI11_PARSE(app, argc, argv);
-  if (quick) plan = {100, 1};
+  if (quick) {
+    plan.share = 100;
+    plan.steady_seconds = 1;
+  }
   try {
     Run(plan);
     return 0;

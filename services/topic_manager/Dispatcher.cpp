@@ -45,19 +45,30 @@ bool Dispatcher::Remove(long handle, const std::string& topic) {
 
 void Dispatcher::Publish(const std::string& topic, const SamplePtr& sample) {
   std::vector<SamplePtr> freed;  // destroyed after the lock is released
-  Lock lock(mutex_);
-  if (stopping_) return;
-  schedule_.Publish(topic, sample, freed);
-  Wake();
+  Wanted wanted;
+  {
+    Lock lock(mutex_);
+    if (stopping_) return;
+    schedule_.Publish(topic, sample, freed);
+    wanted = WhoIsWanted();
+  }
+  Wake(wanted);
 }
 
-/// Sees to it that somebody takes what is ready. A worker that takes a delivery wakes the next one in turn.
-void Dispatcher::Wake() {
-  if (schedule_.HasReady() && idle_ > 0) work_.NotifyOne();
+/// Who has to see to it that somebody takes what is ready. A worker that takes a delivery wakes the next one in turn.
+Dispatcher::Wanted Dispatcher::WhoIsWanted() {
+  Wanted wanted;
+  wanted.worker = schedule_.HasReady() && idle_ > 0;
   const SteadyTime next_look = NextLook();
-  if (next_look >= next_look_) return;
-  next_look_ = next_look;
-  look_.NotifyOne();
+  wanted.supervisor = next_look < next_look_;
+  if (wanted.supervisor) next_look_ = next_look;
+  return wanted;
+}
+
+/// Without the lock: who wakes would run into it at once, and sleep again.
+void Dispatcher::Wake(Wanted wanted) {
+  if (wanted.worker) work_.NotifyOne();
+  if (wanted.supervisor) look_.NotifyOne();
 }
 
 std::vector<Dispatcher::Status> Dispatcher::Subscriptions() const {
@@ -104,19 +115,23 @@ void Dispatcher::Work() {
 
 /// The next delivery, begun; nothing when this worker has to end, which it has then entered in the books.
 std::optional<Dispatcher::Delivery> Dispatcher::WaitForDelivery() {
-  Lock lock(mutex_);
-  while (!stopping_) {
-    if (std::optional<Delivery> delivery = schedule_.Next(Now())) {
-      Wake();
-      return delivery;
+  std::optional<Delivery> delivery;
+  Wanted wanted;
+  {
+    Lock lock(mutex_);
+    while (!stopping_ && !(delivery = schedule_.Next(Now())) && !TooManyWorkers()) {
+      ++idle_;
+      work_.WaitFor(mutex_, limits_.idle_limit);
+      --idle_;
     }
-    if (TooManyWorkers()) break;
-    ++idle_;
-    work_.WaitFor(mutex_, limits_.idle_limit);
-    --idle_;
+    if (delivery) {
+      wanted = WhoIsWanted();
+    } else {
+      EndWorker();
+    }
   }
-  EndWorker();
-  return std::nullopt;
+  Wake(wanted);
+  return delivery;
 }
 
 bool Dispatcher::TooManyWorkers() const {
@@ -135,11 +150,14 @@ void Dispatcher::EndWorker() {
 void Dispatcher::Finish(const Delivery& delivery, Outcome outcome) {
   std::vector<SubscriptionPtr> dropped;
   std::vector<SamplePtr> freed;  // destroyed after the lock is released
+  Wanted wanted;
   {
     Lock lock(mutex_);
     dropped = schedule_.Finish(delivery, outcome, Now(), freed);
-    Wake();
+    wanted = WhoIsWanted();
+    wanted.worker = wanted.worker && !dropped.empty();  // else this one takes what is ready itself
   }
+  Wake(wanted);
   for (const SubscriptionPtr& subscription : dropped) {
     on_dropped_(subscription->handle, subscription->topic, subscription->endpoint->address, outcome);
   }

@@ -60,6 +60,12 @@ class Dispatcher {
  private:
   using Delivery = DeliverySchedule::Delivery;
 
+  /// Whom a change made wanted: each is woken once the lock is released.
+  struct Wanted {
+    bool worker = false;
+    bool supervisor = false;
+  };
+
   void Work();
   std::optional<Delivery> WaitForDelivery();
   bool TooManyWorkers() const REQUIRES(mutex_);
@@ -68,7 +74,8 @@ class Dispatcher {
   void Supervise();
   void AddWorkers() REQUIRES(mutex_);
   SteadyTime NextLook() const REQUIRES(mutex_);
-  void Wake() REQUIRES(mutex_);
+  Wanted WhoIsWanted() REQUIRES(mutex_);
+  void Wake(Wanted wanted);
 
   const Limits limits_;
   const OnDropped on_dropped_;
