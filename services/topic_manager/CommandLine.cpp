@@ -32,6 +32,8 @@ bool CommandLine::Read(int argc, const char* const* argv, int& exit_code) {
       ->type_name("S")->capture_default_str()->check(CLI::Range(1, 86400));
   app.add_option("--topics", topics, "Topics that are kept with their last sample")
       ->type_name("N")->capture_default_str()->check(CLI::Range(1, 10000000));
+  app.add_option("--unsubscribed-topics", unsubscribed_topics, "Of these, topics that nobody subscribes to")
+      ->type_name("N")->capture_default_str()->check(CLI::Range(1, 10000000));
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -49,6 +51,7 @@ Corvanta::DDS_Manager_i::Options CommandLine::ManagerOptions(const Corvanta::Tra
   options.dispatcher.schedule.queue.samples = queue;
   options.dispatcher.schedule.silence_limit = silence_limit;
   options.topics.topics = topics;
+  options.topics.unsubscribed = unsubscribed_topics;
   options.state_file = state_file;
   if (transport.dds_enabled) {
     options.relay.emplace();

@@ -13,6 +13,7 @@ struct CommandLine {
   std::optional<std::chrono::milliseconds> stall_limit;  ///< else the time limit of calls
   std::chrono::seconds silence_limit{600};
   std::size_t topics = 10000;
+  std::size_t unsubscribed_topics = 1000;
 
   /// Errors   none: false when the program has to end with `exit_code` (help was asked for, or an argument is wrong).
   bool Read(int argc, const char* const* argv, int& exit_code);

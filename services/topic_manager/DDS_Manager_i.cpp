@@ -131,8 +131,9 @@ void DDS_Manager_i::EnterTopic(const std::string& topic) {
 }
 
 void DDS_Manager_i::LeaveTopic(const std::string& topic) {
+  std::vector<SamplePtr> freed;  // destroyed after the lock is released
   Lock lock(mutex_);
-  topics_.Unsubscribed(topic);
+  topics_.Unsubscribed(topic, freed);
   --subscriptions_;
 }
 

@@ -13,7 +13,8 @@ bool TopicTable::Published(const std::string& name, const SamplePtr& sample, std
   topic.last = sample;
   bytes_ += SampleBytes(*sample);
   if (topic.subscribers == 0) unwatched_.splice(unwatched_.end(), unwatched_, topic.place);
-  Trim(found, freed);
+  ForgetBeyondLimits(found, freed);
+  if (bytes_ > limits_.bytes) DropLast(topic, freed);
   return true;
 }
 
@@ -24,14 +25,15 @@ bool TopicTable::Subscribed(const std::string& name, std::vector<SamplePtr>& fre
   return true;
 }
 
-void TopicTable::Unsubscribed(const std::string& name) {
+void TopicTable::Unsubscribed(const std::string& name, std::vector<SamplePtr>& freed) {
   const Topics::iterator found = topics_.find(name);
   if (found == topics_.end() || found->second.subscribers == 0 || --found->second.subscribers > 0) return;
   if (found->second.published == 0) {
     topics_.erase(found);
-  } else {
-    found->second.place = unwatched_.insert(unwatched_.end(), found);
+    return;
   }
+  found->second.place = unwatched_.insert(unwatched_.end(), found);
+  ForgetBeyondLimits(found, freed);
 }
 
 SamplePtr TopicTable::Last(const std::string& name) const {
@@ -70,10 +72,9 @@ void TopicTable::DropLast(Topic& topic, std::vector<SamplePtr>& freed) {
   freed.push_back(std::exchange(topic.last, nullptr));
 }
 
-void TopicTable::Trim(Topics::iterator newest, std::vector<SamplePtr>& freed) {
-  while (bytes_ > limits_.bytes && !unwatched_.empty() && unwatched_.front() != newest)
-    Forget(unwatched_.front(), freed);
-  if (bytes_ > limits_.bytes) DropLast(newest->second, freed);
+/// Of the topics without subscribers all may go but the one that is in use at the moment.
+void TopicTable::ForgetBeyondLimits(Topics::iterator newest, std::vector<SamplePtr>& freed) {
+  while (IsBeyondLimits() && !unwatched_.empty() && unwatched_.front() != newest) Forget(unwatched_.front(), freed);
 }
 
 }  // namespace Lumenar

@@ -11,13 +11,15 @@
 namespace Lumenar {
 
 /// The topics with their last samples. Bounded in number and in memory: for a new topic or sample the topics go that
-/// nobody subscribes to, the longest unpublished first.
+/// nobody subscribes to, the longest unpublished first. Those have a limit of their own: readings that come and go leave
+/// their topics behind, and nothing else says that a topic is of no use any more.
 /// Threads   the caller's lock.
 class TopicTable {
  public:
   struct Limits {
     std::size_t topics = 10000;
-    std::size_t bytes = 128u << 20;  ///< of last samples
+    std::size_t bytes = 128u << 20;     ///< of last samples
+    std::size_t unsubscribed = 1000;    ///< of the topics, those without subscribers
   };
 
   struct Status {
@@ -34,7 +36,7 @@ class TopicTable {
 
   /// Notes a subscription; false when the table is full.
   bool Subscribed(const std::string& topic, std::vector<SamplePtr>& freed);
-  void Unsubscribed(const std::string& topic);
+  void Unsubscribed(const std::string& topic, std::vector<SamplePtr>& freed);
 
   /// Null when there was no sample, or when it had to go.
   SamplePtr Last(const std::string& topic) const;
@@ -55,7 +57,8 @@ class TopicTable {
   Topics::iterator FindOrAdd(const std::string& topic, std::vector<SamplePtr>& freed);
   void Forget(Topics::iterator topic, std::vector<SamplePtr>& freed);
   void DropLast(Topic& topic, std::vector<SamplePtr>& freed);
-  void Trim(Topics::iterator newest, std::vector<SamplePtr>& freed);
+  void ForgetBeyondLimits(Topics::iterator newest, std::vector<SamplePtr>& freed);
+  bool IsBeyondLimits() const { return bytes_ > limits_.bytes || unwatched_.size() > limits_.unsubscribed; }
 
   Limits limits_;
   Topics topics_;

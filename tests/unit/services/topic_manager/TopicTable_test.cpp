@@ -37,11 +37,11 @@ TEST_F(Table, ATopicThatWasNeverPublishedGoesWithItsSubscribers) {
   TopicTable table({10, 1 << 20});
   table.Subscribed("A", freed_);
   table.Subscribed("A", freed_);
-  table.Unsubscribed("A");
+  table.Unsubscribed("A", freed_);
   EXPECT_THAT(Names(table), ElementsAre("A"));
-  table.Unsubscribed("A");
+  table.Unsubscribed("A", freed_);
   EXPECT_THAT(Names(table), ElementsAre());
-  table.Unsubscribed("A");  // unknown: nothing happens
+  table.Unsubscribed("A", freed_);  // unknown: nothing happens
 }
 
 TEST_F(Table, AFullTableForgetsTheLongestUnpublishedTopicWithoutSubscribers) {
@@ -53,6 +53,25 @@ TEST_F(Table, AFullTableForgetsTheLongestUnpublishedTopicWithoutSubscribers) {
   table.Published("B", LongSample(2), freed_);
   EXPECT_TRUE(table.Published("D", LongSample(1), freed_));
   EXPECT_THAT(Names(table), ElementsAre("A", "B", "D"));
+}
+
+TEST_F(Table, TopicsThatNobodySubscribesToHaveALimitOfTheirOwn) {
+  TopicTable table({1000, 1 << 20, 3});
+  table.Subscribed("WATCHED", freed_);
+  table.Published("WATCHED", LongSample(1), freed_);
+  for (int i = 0; i < 100; ++i) table.Published("T" + std::to_string(i), LongSample(i), freed_);
+  EXPECT_THAT(Names(table), ElementsAre("T97", "T98", "T99", "WATCHED"));
+  EXPECT_EQ(freed_.size(), 97u);
+  table.Unsubscribed("WATCHED", freed_);
+  EXPECT_THAT(Names(table), ElementsAre("T98", "T99", "WATCHED"));
+}
+
+TEST_F(Table, TopicsWithSubscribersGoOnTopOfThoseWithout) {
+  TopicTable table({1000, 1 << 20, 2});
+  for (int i = 10; i < 30; ++i) table.Subscribed("S" + std::to_string(i), freed_);
+  for (int i = 10; i < 30; ++i) EXPECT_TRUE(table.Published("S" + std::to_string(i), LongSample(i), freed_));
+  EXPECT_EQ(Names(table).size(), 20u);
+  EXPECT_NE(table.Last("S10"), nullptr);
 }
 
 TEST_F(Table, ATableFullOfSubscribedTopicsTakesNoNewOne) {
