@@ -31,16 +31,33 @@ bool MeansAway(const CORBA::SystemException& error) {
          CORBA::INV_OBJREF::_downcast(&error) != nullptr || CORBA::NO_RESPONSE::_downcast(&error) != nullptr;
 }
 
-/// A manager that can be used, as the naming service has it now. A reference of a manager that died, and one that
-/// hangs, raise here, within a short time.
-DDS_Manager_ptr Find(ORB_wrapper_base& orb) {
-  CORBA::Object_var object = orb.Resolve({"Lumenar", "local", "DDS_MANAGER", "1"});
-  DDS_Manager_var manager = DDS_Manager::_unchecked_narrow(object);
+/// Returns when the manager answers. One that died, and one that hangs, raise here, within a short time.
+void RequireAnswer(ORB_wrapper_base& orb, DDS_Manager_ptr manager) {
   ORB_base::SetCallTimeout(manager, kProbeLimit);
   if (manager->_non_existent()) throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
   // Half the limit of calls: a client whose call makes us publish to a manager that hangs still gets its answer in time.
   ORB_base::SetCallTimeout(manager, orb.Transport().call_timeout / 2);
+}
+
+/// The manager that the naming service has now; raises at once when that is `known`, which does not answer.
+DDS_Manager_ptr FindAnother(ORB_wrapper_base& orb, DDS_Manager_ptr known, const CORBA::SystemException& error) {
+  CORBA::Object_var object = orb.Resolve({"Lumenar", "local", "DDS_MANAGER", "1"});
+  if (!CORBA::is_nil(known) && known->_is_equivalent(object)) error._raise();
+  DDS_Manager_var manager = DDS_Manager::_unchecked_narrow(object);
+  RequireAnswer(orb, manager);
   return manager._retn();
+}
+
+/// A manager that can be used. `known` may be nil; else it is asked first, so that a manager whose connections broke, or that
+/// hung for a while, is found again while the naming service is away.
+DDS_Manager_ptr Find(ORB_wrapper_base& orb, DDS_Manager_ptr known) {
+  try {
+    if (CORBA::is_nil(known)) throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
+    RequireAnswer(orb, known);
+    return DDS_Manager::_duplicate(known);
+  } catch (const CORBA::SystemException& error) {
+    return FindAnother(orb, known, error);
+  }
 }
 
 }  // namespace
@@ -66,6 +83,7 @@ struct DdsBaseAccess::Impl {
  private:
   ORB_wrapper_base* Attach();
   DDS_Manager_ptr Try(ORB_wrapper_base& orb, Urgency urgency);
+  DDS_Manager_ptr Known();
   void Found(DDS_Manager_ptr manager);
   void NotFound(const CORBA::Exception& error, Urgency urgency);
   void WentAway(DDS_Manager_ptr manager, const CORBA::SystemException& error, Urgency urgency);
@@ -78,6 +96,7 @@ struct DdsBaseAccess::Impl {
   CORBA::ORB_var orb_ GUARDED_BY(mutex_);  ///< whose references these are; held: a later ORB has another address
   bool open_ GUARDED_BY(mutex_) = false;   ///< orb_ runs
   DDS_Manager_var manager_ GUARDED_BY(mutex_);  ///< nil while the manager is away
+  DDS_Manager_var known_ GUARDED_BY(mutex_);    ///< the last that answered, or nil
   Breaker breaker_ GUARDED_BY(mutex_);
   bool noted_ GUARDED_BY(mutex_) = false;  ///< the absence stands on standard error
   std::map<CORBA::Long, std::string> standing_ GUARDED_BY(mutex_);  ///< handle to topic
@@ -95,6 +114,7 @@ ORB_wrapper_base* DdsBaseAccess::Impl::Attach() {
     orb_ = CORBA::ORB::_duplicate(orb->Orb());
     open_ = true;
     manager_ = DDS_Manager::_nil();
+    known_ = DDS_Manager::_nil();
     breaker_ = Breaker();
     noted_ = false;
     standing_.clear();
@@ -120,7 +140,8 @@ DDS_Manager_ptr DdsBaseAccess::Impl::Reach(Urgency urgency) {
 
 DDS_Manager_ptr DdsBaseAccess::Impl::Try(ORB_wrapper_base& orb, Urgency urgency) {
   try {
-    DDS_Manager_var manager = Find(orb);
+    DDS_Manager_var known = Known();
+    DDS_Manager_var manager = Find(orb, known);
     Found(manager);
     return manager._retn();
   } catch (const CORBA::Exception& error) {
@@ -133,11 +154,17 @@ DDS_Manager_ptr DdsBaseAccess::Impl::Try(ORB_wrapper_base& orb, Urgency urgency)
   }
 }
 
+DDS_Manager_ptr DdsBaseAccess::Impl::Known() {
+  Lock lock(mutex_);
+  return DDS_Manager::_duplicate(known_);
+}
+
 void DdsBaseAccess::Impl::Found(DDS_Manager_ptr manager) {
   bool was_noted = false;
   {
     Lock lock(mutex_);
     manager_ = DDS_Manager::_duplicate(manager);
+    known_ = DDS_Manager::_duplicate(manager);
     breaker_.CameBack();
     std::swap(was_noted, noted_);
   }
@@ -258,6 +285,7 @@ void DdsBaseAccess::Impl::EndAll() {
     Lock lock(mutex_);
     open_ = false;
     manager = manager_._retn();
+    known_ = DDS_Manager::_nil();
     standing.swap(standing_);
   }
   if (CORBA::is_nil(manager)) return;

@@ -76,6 +76,21 @@ TEST_F(DdsAccess, AHungManagerCostsHalfTheTimeLimitOnce) {
   })) << "found again by itself; lost " << Dds().LostSamples() - lost;
 }
 
+TEST_F(DdsAccess, AManagerThatHungIsFoundAgainWhileTheNamingServiceIsAway) {
+  Send(0);
+  platform_.KillNamingService();
+  platform_.TopicManager().Signal(SIGSTOP);
+  const auto lost = Dds().LostSamples();
+  Send(1);
+  EXPECT_EQ(Dds().LostSamples(), lost + 1);
+  platform_.TopicManager().Signal(SIGCONT);
+  EXPECT_TRUE(WaitUntil([&] {
+    const auto before = Dds().LostSamples();
+    Send(2);
+    return Dds().LostSamples() == before;
+  }));
+}
+
 TEST_F(DdsAccess, SubscribingRightAfterARestartSucceeds) {
   TestSubscriberVar subscriber(new TestSubscriber);
   SubscribeHere(subscriber.in());
