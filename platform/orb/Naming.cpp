@@ -11,7 +11,10 @@ namespace Corvanta {
 namespace {
 
 constexpr CORBA::ULong kProbeLimit_ms = 500;
-constexpr std::chrono::seconds kRestorePeriod(2);
+constexpr std::chrono::milliseconds kRestorePeriod(2000);
+constexpr std::chrono::milliseconds kRestorePeriodWhileAway(250);  // a try that nobody answers costs next to nothing
+constexpr const char* kIsAway = "is away";
+constexpr const char* kTakesNoNames = "does not take names";
 constexpr int kMostInstances = 9999;
 
 CosNaming::Name NameOf(const Naming::Path& path) {
@@ -236,26 +239,34 @@ std::vector<std::string> Naming::List(const Path& context) const {
   return names;
 }
 
-/// The keeper thread: looks every few seconds whether a restarted service has lost our names.
+/// The keeper thread: looks every few seconds whether a restarted service has lost our names, and more often for one that
+/// is away.
 void Naming::KeepNames() {
-  for (;;) {
-    {
-      Lumenar::Lock lock(mutex_);
-      const auto due = std::chrono::steady_clock::now() + kRestorePeriod;
-      for (auto now = std::chrono::steady_clock::now(); !ended_ && now < due; now = std::chrono::steady_clock::now())
-        changed_.WaitFor(mutex_, due - now);
-      if (ended_) return;
-    }
+  std::chrono::milliseconds pause = kRestorePeriod;
+  while (WaitForNextLook(pause)) {
+    pause = kRestorePeriod;
     try {
       RestoreLostNames();
       NoteBack();
-    } catch (const CORBA::SystemException& error) {  // it is tried again
-      NoteAway(error);
+    } catch (const CORBA::PERSIST_STORE& error) {  // it is there, and its disk is full
+      NoteTrouble(kTakesNoNames, error);
+    } catch (const CORBA::SystemException& error) {
+      NoteTrouble(kIsAway, error);
+      pause = kRestorePeriodWhileAway;
     } catch (const CORBA::Exception&) {  // a name changed hands meanwhile; it is tried again
     } catch (const std::exception& exception) {
       Lumenar::WriteError(std::string("naming: lost names were not put back: ") + exception.what());
     }
   }
+}
+
+/// False when the names are given up.
+bool Naming::WaitForNextLook(std::chrono::milliseconds pause) {
+  Lumenar::Lock lock(mutex_);
+  const auto due = std::chrono::steady_clock::now() + pause;
+  for (auto now = std::chrono::steady_clock::now(); !ended_ && now < due; now = std::chrono::steady_clock::now())
+    changed_.WaitFor(mutex_, due - now);
+  return !ended_;
 }
 
 void Naming::RestoreLostNames() {
@@ -282,15 +293,13 @@ void Naming::Restore(const Path& path, CORBA::Object_ptr object) {
   if (!Holds(path)) UnbindOurs(path, object);  // given up while it was put back
 }
 
-void Naming::NoteAway(const CORBA::SystemException& error) {
-  if (std::exchange(away_, true)) return;
-  const bool answered = CORBA::PERSIST_STORE::_downcast(&error) != nullptr;  // its disk is full
-  const std::string what = answered ? " does not take names: " : " is away: ";
-  Lumenar::WriteError("naming service at " + address_ + what + Lumenar::CorbaText(error));
+void Naming::NoteTrouble(const char* trouble, const CORBA::SystemException& error) {
+  if (std::exchange(trouble_, trouble) == trouble) return;
+  Lumenar::WriteError("naming service at " + address_ + " " + trouble + ": " + Lumenar::CorbaText(error));
 }
 
 void Naming::NoteBack() {
-  if (std::exchange(away_, false)) Lumenar::WriteError("naming service at " + address_ + " is back");
+  if (std::exchange(trouble_, nullptr) != nullptr) Lumenar::WriteError("naming service at " + address_ + " is back");
 }
 
 bool Naming::Holds(const Path& path) {

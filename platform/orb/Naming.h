@@ -3,6 +3,7 @@
 #include <omniORB4/CORBA.h>
 #include <omniORB4/Naming.hh>
 
+#include <chrono>
 #include <map>
 #include <string>
 #include <thread>
@@ -52,11 +53,12 @@ class Naming {
   void Remember(const Path& path, CORBA::Object_ptr object);
   void UnbindOurs(const Path& path, CORBA::Object_ptr object) const;
   void KeepNames();
+  bool WaitForNextLook(std::chrono::milliseconds pause);
   void EndKeeper() noexcept;
   void RestoreLostNames();
   void Restore(const Path& path, CORBA::Object_ptr object);
   bool Holds(const Path& path);
-  void NoteAway(const CORBA::SystemException& error);
+  void NoteTrouble(const char* trouble, const CORBA::SystemException& error);
   void NoteBack();
 
   CORBA::ORB_var orb_;
@@ -65,7 +67,7 @@ class Naming {
   Lumenar::Condition changed_;
   std::map<Path, CORBA::Object_var> names_ GUARDED_BY(mutex_);
   bool ended_ GUARDED_BY(mutex_) = false;
-  bool away_ = false;  ///< the keeper's: its last look failed, and the absence stands on standard error
+  const char* trouble_ = nullptr;  ///< the keeper's: what its last look met and standard error says; null when all was well
   std::thread keeper_ GUARDED_BY(mutex_);
 };
 
