@@ -1,21 +1,26 @@
 #include "tests/faults/PeersFault.h"
 
+#include <fmt/format.h>
+
 #include <stdexcept>
+
+#include "platform/dds/DDS_BaseObj.h"
 
 namespace Lumenar::Test {
 
 namespace {
 
-IsolatedPlatform::Options QuickLimits(const std::string& transport) {
+IsolatedPlatform::Options QuickLimits(const std::string& transport, const std::vector<std::string>& topic_manager_arguments) {
   IsolatedPlatform::Options options;
   options.transport = "orb.call_timeout_ms = 1000\n" + transport;
-  options.topic_manager_arguments = {"--queue", "200", "--topics", "500"};
+  options.topic_manager_arguments = topic_manager_arguments;
   return options;
 }
 
 }  // namespace
 
-PeersFault::PeersFault(const std::string& transport) : EngineFixture(QuickLimits(transport)) {}
+PeersFault::PeersFault(const std::string& transport, const std::vector<std::string>& topic_manager_arguments)
+    : EngineFixture(QuickLimits(transport, topic_manager_arguments)) {}
 
 Process& PeersFault::StartSim() {
   return platform_.StartEngine("sim", {{"SIM_READINGS", "trace:A:points=101:rate=200:units=mW;trace:B:points=101:rate=0:units=mW"}});
@@ -66,6 +71,17 @@ unsigned long PeersFault::LostByEngine() {
   CORBA::Object_var object = bench_.Orb().Resolve({"Lumenar", "local", "GUI_ABLE", "1"});
   Corvanta::GUI_Able_var registration = Corvanta::GUI_Able::_narrow(object);
   return registration->LostSamples();
+}
+
+std::string PeersFault::Losses() {
+  std::string text = fmt::format("not taken from the test {}, from the engine {}; dropped in the topic manager",
+                                 Corvanta::DdsBaseAccess::Instance().LostSamples(), LostByEngine());
+  const Corvanta::SubscriptionStatusSeq_var all = Subscriptions();
+  for (CORBA::ULong i = 0; i < all->length(); ++i) {
+    const Corvanta::SubscriptionStatus& status = all.in()[i];
+    text += fmt::format(" {} for {}", status.dropped, status.topic.in());
+  }
+  return text + "\nthe engine wrote: " + engine_.Error();
 }
 
 std::size_t PeersFault::ObjectCount() { return Corvanta::MathFactory::IdSeq_var(factory_->ListMath())->length(); }

@@ -15,7 +15,7 @@ class PeersFault : public EngineFixture {
   static constexpr std::chrono::seconds kBack{5};  ///< so soon everything is found again
 
   /// `transport` are further lines of the transport configuration.
-  explicit PeersFault(const std::string& transport = "");
+  explicit PeersFault(const std::string& transport = "", const std::vector<std::string>& topic_manager_arguments = {});
 
   /// Starts the simulator with the traces SIM/1/A, at 200 Hz, and SIM/1/B, which stands still.
   Process& StartSim();
@@ -30,6 +30,9 @@ class PeersFault : public EngineFixture {
 
   /// Samples that the math engine could not send.
   unsigned long LostByEngine();
+
+  /// Where samples were lost, as the system counts it: said when a test misses some.
+  std::string Losses();
 
   std::size_t ObjectCount();
 

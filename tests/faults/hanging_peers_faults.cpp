@@ -11,7 +11,11 @@ namespace Lumenar::Test {
 namespace {
 
 using namespace std::chrono_literals;
-using HangingPeers = PeersFault;
+
+class HangingPeers : public PeersFault {
+ protected:
+  HangingPeers() : PeersFault("", {"--queue", "200"}) {}
+};
 
 TEST_F(HangingPeers, StoppedSubscriber) {
   DescribeFault("stopped subscriber", "SIGSTOP one of three",

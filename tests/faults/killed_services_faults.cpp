@@ -40,7 +40,7 @@ class KilledServices : public PeersFault {
     return published;
   }
 
-  void ExpectNothingMissing() { EXPECT_EQ(follower_.Now().missing, 0u); }
+  void ExpectNothingMissing() { EXPECT_EQ(follower_.Now().missing, 0u) << Losses(); }
 
   bool AllNamesAreThere() {
     for (const char* name : {"MATHFACTORY", "TESTBENCH", "DDS_MANAGER", "HWENUM_ABLE", "GUI_ABLE"}) {
@@ -120,6 +120,8 @@ TEST_F(KilledServices, NamingServiceKilled) {
                            longest.count(), published, calls_.done));
 }
 
+constexpr unsigned long kRoomForNothing = 200;  // the naming service starts, and can note no name
+
 TEST_F(KilledServices, NamingOnAFullDisk) {
   DescribeFault("naming on a full disk", "the naming service's disk is full; names are bound all the same; then it has room again",
                 "no sample and no call is lost; a bind that fails says so; all names are back in < 5 s");
@@ -138,10 +140,19 @@ TEST_F(KilledServices, NamingOnAFullDisk) {
   }
   EXPECT_NE(failure, "") << "the disk was not full";
   EXPECT_TRUE(follower_.WaitForMore());
+
+  // Now the names are lost as well, and there is no room to put them back.
+  platform_.KillNamingService();
+  std::filesystem::remove_all(platform_.Directory() / "naming");
+  platform_.StartNamingServiceOnSmallDisk(kRoomForNothing);
+  EXPECT_TRUE(WaitUntil([&] { return EngineLines("does not take names: PERSIST_STORE") == 1; })) << engine_.Error();
+  EXPECT_FALSE(AllNamesAreThere());
+  EXPECT_TRUE(follower_.WaitForMore());
   platform_.KillNamingService();
   platform_.StartNamingService();
   const auto back = TimeOf([&] { EXPECT_TRUE(WaitUntil([&] { return AllNamesAreThere(); }, 10s)); });
   EXPECT_LT(back, kBack);
+  EXPECT_EQ(EngineLines("does not take names"), 1u) << engine_.Error();
   const unsigned published = EndLoad();
   ExpectNothingMissing();
   EXPECT_EQ(calls_.refused, 0u);

@@ -23,7 +23,7 @@ double SecondsSince(steady_clock::time_point begin) {
 class Soak : public PeersFault {
  protected:
   Soak()
-      : PeersFault(kQuickScan),
+      : PeersFault(kQuickScan, {"--queue", "200", "--unsubscribed-topics", "500"}),
         input_(bench_, "INPUT", NumberedTrace(0)),
         other_(bench_, "OTHER", NumberedTrace(0)),
         math_(Create(Subtract, Inputs(input_, other_))),

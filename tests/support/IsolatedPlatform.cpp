@@ -198,9 +198,10 @@ void IsolatedPlatform::StartNamingService() {
 }
 
 void IsolatedPlatform::StartNamingServiceOnSmallDisk(unsigned long bytes) {
-  // A limit on the size of files fails a write as a full disk does, once its signal is ignored.
-  const std::string limit = "trap '' XFSZ; exec prlimit --fsize=" + std::to_string(bytes) + " \"$@\"";
-  if (!impl_->StartNaming({"sh", "-c", limit, "sh"})) NotStarted("omniNames", *impl_->naming);
+  // A limit on the size of files fails a write as a full disk does, once its signal is ignored. What the service writes to its
+  // log goes through a process without the limit.
+  const std::string limit = "trap '' XFSZ; exec prlimit --fsize=" + std::to_string(bytes) + " \"$@\" > >(exec cat) 2>&1";
+  if (!impl_->StartNaming({"bash", "-c", limit, "bash"})) NotStarted("omniNames", *impl_->naming);
 }
 
 void IsolatedPlatform::KillHwEnumeration() {
