@@ -107,7 +107,9 @@ TEST_F(HangingPeers, HungTopicManager) {
                            TraceResult(math);
                          }));
     }
-    EXPECT_EQ(EngineLines("topic manager at Lumenar/local/DDS_MANAGER/1 is away: "), static_cast<std::size_t>(round));
+    const std::string away = "topic manager at Lumenar/local/DDS_MANAGER/1 is away: ";
+    EXPECT_TRUE(WaitUntil([&] { return EngineLines(away) >= static_cast<std::size_t>(round); }));
+    EXPECT_EQ(EngineLines(away), static_cast<std::size_t>(round));
     platform_.TopicManager().Signal(SIGCONT);
     longest_return = std::max(longest_return, TimeOf([&] {
                                 EXPECT_TRUE(WaitUntil([&] {
@@ -116,7 +118,7 @@ TEST_F(HangingPeers, HungTopicManager) {
                                 }));
                               }));
   }
-  EXPECT_LT(longest, 900ms) << "less than one time limit, once the absence is known";
+  EXPECT_LT(longest, 1000ms) << "less than one time limit, once the absence is known";
   EXPECT_LT(longest_return, kBack);
   EXPECT_EQ(ObjectCount(), 1u);
   ReportFigure(fmt::format("longest call {} ms, back after {} ms", longest.count(), longest_return.count()));
