@@ -31,7 +31,7 @@ struct Direction {
   const char* name;
   void (*convert)(Kernel_path, const float*, float*, std::size_t, double) noexcept;
   float (*scalar)(float, double) noexcept;
-  float (*judge)(float, double, Reference::Tally&);
+  void (*judge)(std::span<const float>, std::span<float>, double, Reference::Tally&);
 };
 
 constexpr Direction kDirections[] = {
@@ -66,24 +66,26 @@ std::uint64_t Differences(std::span<const float> a, std::span<const float> b) {
   return count;
 }
 
-/// The floats with the bits first, first + stride, and so on.
+/// One chunk at a time: of the floats with the bits first, first + stride, and so on, as many as a chunk holds or there are.
 class Checker {
  public:
   Checker(const Direction& direction, double k) : direction_(direction), k_(k), in_(kChunk), out_(kChunk), right_(kChunk) {}
 
   void Check(std::uint64_t first, std::uint64_t stride, Outcome& outcome) {
-    for (std::size_t i = 0; i < kChunk; ++i) {
-      in_[i] = std::bit_cast<float>(static_cast<std::uint32_t>(first + i * stride));
-      right_[i] = direction_.judge(in_[i], k_, outcome.tally);
-    }
-    outcome.inputs += kChunk;
+    const std::size_t count = std::min(std::uint64_t{kChunk}, (kAll_floats - first + stride - 1) / stride);
+    const std::span in = std::span(in_).first(count);
+    const std::span out = std::span(out_).first(count);
+    const std::span right = std::span(right_).first(count);
+    for (std::size_t i = 0; i < count; ++i) in[i] = std::bit_cast<float>(static_cast<std::uint32_t>(first + i * stride));
+    direction_.judge(in, right, k_, outcome.tally);
+    outcome.inputs += count;
     for (std::size_t i = 0; i < std::size(kPaths); ++i) {
       if (!Detail::Is_available(kPaths[i].path)) continue;
-      direction_.convert(kPaths[i].path, in_.data(), out_.data(), kChunk, k_);
-      outcome.wrong[i] += Differences(out_, right_);
+      direction_.convert(kPaths[i].path, in.data(), out.data(), count, k_);
+      outcome.wrong[i] += Differences(out, right);
     }
-    for (std::size_t i = 0; i < kChunk; ++i) out_[i] = direction_.scalar(in_[i], k_);
-    outcome.wrong[std::size(kPaths)] += Differences(out_, right_);
+    for (std::size_t i = 0; i < count; ++i) out[i] = direction_.scalar(in[i], k_);
+    outcome.wrong[std::size(kPaths)] += Differences(out, right);
   }
 
  private:

@@ -3,6 +3,7 @@
 #include <mpfr.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -89,6 +90,48 @@ long double Scaled_power(float q, double k) {
   return k * std::pow(10.0L, static_cast<long double>(q));
 }
 
+float Scaled_logarithm(float logarithm, double k) {
+  const auto result = static_cast<float>(10.0 * k * static_cast<double>(logarithm));
+  return std::isnan(result) ? kNan : result;
+}
+
+std::uint32_t Bits(float number) { return std::bit_cast<std::uint32_t>(number); }
+
+/// In the order of their bits: 0 the numbers from +0 to infinity, 1 the NaN behind them, 2 from -0 to -infinity, 3 NaN again.
+/// Within one part a greater number of bits means a greater number, or a smaller one, or NaN throughout.
+int Part(float x) {
+  constexpr std::uint32_t kSign = 0x80000000;
+  return (std::isnan(x) ? 1 : 0) + ((Bits(x) & kSign) != 0 ? 2 : 0);
+}
+
+/// Floats, their results as far as they are known, and the judge of one of them.
+template <class Judge>
+struct Run_finder {
+  std::span<const float> in;
+  std::span<float> out;
+  const Judge& judge;
+
+  void Find_all() const {
+    if (in.empty()) return;
+    out.front() = judge(in.front());
+    out.back() = judge(in.back());
+    Fill_between(0, in.size() - 1);
+  }
+
+  /// Both ends are known.
+  void Fill_between(std::size_t first, std::size_t last) const {
+    if (last - first < 2) return;
+    if (Bits(out[first]) == Bits(out[last]) && Part(in[first]) == Part(in[last])) {
+      std::fill(&out[first + 1], &out[last], out[first]);
+      return;
+    }
+    const std::size_t middle = first + (last - first) / 2;
+    out[middle] = judge(in[middle]);
+    Fill_between(first, middle);
+    Fill_between(middle, last);
+  }
+};
+
 }  // namespace
 
 void Tally::Merge(const Tally& other) noexcept {
@@ -105,8 +148,7 @@ float Log10(float x, Tally& tally) {
 }
 
 float Linear_to_decibel(float x, double k, Tally& tally) {
-  const auto result = static_cast<float>(10.0 * k * static_cast<double>(Log10(x, tally)));
-  return std::isnan(result) ? kNan : result;
+  return Scaled_logarithm(Log10(x, tally), k);
 }
 
 float Decibel_to_linear(float x, double k, Tally& tally) {
@@ -119,6 +161,18 @@ float Decibel_to_linear(float x, double k, Tally& tally) {
   if (k == 0 || std::isinf(k)) return static_cast<float>(k);
   const long double value = Scaled_power(q, k);
   return Is_clear(value) ? static_cast<float>(value) : Power_by_mpfr(q, k, tally);
+}
+
+/// The runs are those of the logarithm: a product with an infinite factor is not in order.
+void Linear_to_decibel(std::span<const float> in, std::span<float> out, double k, Tally& tally) {
+  const auto judge = [&](float x) { return Log10(x, tally); };
+  Run_finder<decltype(judge)>{in, out, judge}.Find_all();
+  for (float& number : out) number = Scaled_logarithm(number, k);
+}
+
+void Decibel_to_linear(std::span<const float> in, std::span<float> out, double k, Tally& tally) {
+  const auto judge = [&](float x) { return Decibel_to_linear(x, k, tally); };
+  Run_finder<decltype(judge)>{in, out, judge}.Find_all();
 }
 
 }  // namespace Lumenar::Value::Reference

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 namespace Lumenar::Value::Reference {
 
@@ -19,5 +20,11 @@ struct Tally {
 float Log10(float x, Tally& tally);
 float Linear_to_decibel(float x, double k, Tally& tally);
 float Decibel_to_linear(float x, double k, Tally& tally);
+
+/// The same of many floats, whose bits ascend. Logarithm, power and every rounding keep the order of numbers, so where both
+/// ends of a stretch without a change of sign have the same result, so has everything between them: judged one by one are
+/// both ends of every run of equal results, and next to nothing within.
+void Linear_to_decibel(std::span<const float> in, std::span<float> out, double k, Tally& tally);
+void Decibel_to_linear(std::span<const float> in, std::span<float> out, double k, Tally& tally);
 
 }  // namespace Lumenar::Value::Reference

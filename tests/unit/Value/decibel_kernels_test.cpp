@@ -46,14 +46,15 @@ struct Direction {
   void (*convert_best)(const float*, float*, std::size_t, double) noexcept;
   float (*scalar)(float, double) noexcept;
   float (*judge)(float, double, Reference::Tally&);
+  void (*judge_many)(std::span<const float>, std::span<float>, double, Reference::Tally&);
 };
 
 std::ostream& operator<<(std::ostream& out, const Direction& direction) { return out << direction.name; }
 
 constexpr Direction kTo_decibel{"linear to dB", Detail::Linear_to_decibel, Linear_to_decibel, Linear_to_decibel,
-                                Reference::Linear_to_decibel};
+                                Reference::Linear_to_decibel, Reference::Linear_to_decibel};
 constexpr Direction kTo_linear{"dB to linear", Detail::Decibel_to_linear, Decibel_to_linear, Decibel_to_linear,
-                               Reference::Decibel_to_linear};
+                               Reference::Decibel_to_linear, Reference::Decibel_to_linear};
 
 std::vector<Kernel_path> Available_paths() {
   std::vector<Kernel_path> paths;
@@ -88,13 +89,41 @@ std::vector<float> Mixed_numbers(std::size_t count) {
 /// Long double has 64 bits of precision on this processor; elsewhere MPFR judges alone, which takes its time.
 constexpr bool kJudge_is_fast = std::numeric_limits<long double>::digits == 64;
 
+/// Floats in the order of their bits: a coarse sample of all, dense around the ends of the parts within which the order of
+/// numbers is kept, and dense where runs of equal results are long and short.
+std::vector<float> Ascending_floats() {
+  std::vector<std::uint32_t> all;
+  for (std::uint64_t bits = 0; bits <= 0xffffffffU; bits += 16777259) all.push_back(static_cast<std::uint32_t>(bits));
+  for (const std::uint32_t first : {0x00000000u, 0x30ffff80u, 0x3f7fff80u, 0x411fff80u, 0x43c08000u, 0x7cffff80u, 0x7f7fff80u,
+                                    0x7fffff80u, 0xb0ffff80u, 0xc11fff80u, 0xc3e0ff80u, 0xff7fff80u, 0xffffff00u}) {
+    for (std::uint32_t i = 0; i < 256; ++i) all.push_back(first + i);
+  }
+  std::ranges::sort(all);
+  std::vector<float> floats(all.size());
+  std::ranges::transform(all, floats.begin(), From_bits);
+  return floats;
+}
+
 class BothDirections : public testing::TestWithParam<Direction> {};
+
+TEST_P(BothDirections, ToJudgeManyFloatsGivesWhatJudgingEachOfThemGives) {
+  const std::vector<float> in = Ascending_floats();
+  std::vector<float> many(in.size());
+  std::vector<float> each(in.size());
+  for (const double k : {1.0, -3.0, 0.0, -0.0, 1e-41, 1.7e308, static_cast<double>(kInf), -static_cast<double>(kInf),
+                         static_cast<double>(kNan)}) {
+    Reference::Tally tally;
+    GetParam().judge_many(in, many, k, tally);
+    std::ranges::transform(in, each.begin(), [&](float x) { return GetParam().judge(x, k, tally); });
+    EXPECT_TRUE(Same_bits(many, each)) << "k = " << k;
+  }
+}
 
 TEST_P(BothDirections, ASampleOfAllFloatsIsCorrectlyRoundedOnEveryPath) {
   const std::vector<float> in = Sample_of_all_floats(kJudge_is_fast ? 257 : 65537);
   std::vector<float> expected(in.size());
   Reference::Tally tally;
-  std::ranges::transform(in, expected.begin(), [&](float x) { return GetParam().judge(x, 1, tally); });
+  GetParam().judge_many(in, expected, 1, tally);
   std::vector<float> out(in.size());
   for (const Kernel_path path : Available_paths()) {
     GetParam().convert(path, in.data(), out.data(), in.size(), 1);
