@@ -68,11 +68,11 @@ int main(int argc, char** argv) {
   Options options;
   CLI::App app;
   try {
-    Lumenar::Signals::Install();  // first: every thread must have the signals blocked
+    Lumenar::KeepTraceMemory();   // before there is any other thread
+    Lumenar::Signals::Install();  // every thread from here on has the signals blocked
     Describe(app, options);
     app.parse(argc, argv);
     for (const std::string& setting : options.settings) SetVariable(setting);
-    Lumenar::KeepTraceMemory();
     return RunEngine(Lumenar::EngineLibrary(options.library));
   } catch (const CLI::CallForHelp&) {
     Lumenar::WriteOut(app.help());

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <system_error>
 
+#include "platform/base/TraceMemory.h"
+
 namespace Lumenar {
 namespace {
 
@@ -149,11 +151,12 @@ void Dispatcher::EndWorker() {
 
 void Dispatcher::Finish(const Delivery& delivery, Outcome outcome) {
   std::vector<SubscriptionPtr> dropped;
-  std::vector<SamplePtr> freed;  // destroyed after the lock is released
   Wanted wanted;
   {
+    std::vector<SamplePtr> freed;  // destroyed after the lock is released
     Lock lock(mutex_);
     dropped = schedule_.Finish(delivery, outcome, Now(), freed);
+    if (!dropped.empty() && !give_back_at_) give_back_at_ = Now() + limits_.give_back_pause;
     wanted = WhoIsWanted();
     wanted.worker = wanted.worker && !dropped.empty();  // else this one takes what is ready itself
   }
@@ -163,14 +166,19 @@ void Dispatcher::Finish(const Delivery& delivery, Outcome outcome) {
   }
 }
 
-/// The one thread that watches the clock: ends pauses, starts workers, joins those that ended.
+/// The one thread that watches the clock: ends pauses, starts workers, joins those that ended, gives memory back.
 void Dispatcher::Supervise() {
+  while (SuperviseOnce()) {
+  }
+}
+
+/// One look and the wait for the next; false when it was the last.
+bool Dispatcher::SuperviseOnce() {
   std::list<std::thread> ended;
-  for (;;) {
-    for (std::thread& thread : ended) thread.join();
-    ended.clear();
+  bool give_back = false;
+  {
     Lock lock(mutex_);
-    if (stopping_) return;
+    if (stopping_) return false;
     schedule_.Advance(Now());
     AddWorkers();
     if (schedule_.HasReady() && idle_ > 0) work_.NotifyOne();
@@ -178,7 +186,17 @@ void Dispatcher::Supervise() {
     const SteadyTime now = Now();
     if (next_look_ > now) look_.WaitFor(mutex_, next_look_ - now);
     ended.swap(ended_);
+    give_back = MustGiveBack();
   }
+  for (std::thread& thread : ended) thread.join();
+  if (give_back) GiveBackMemory();
+  return true;
+}
+
+bool Dispatcher::MustGiveBack() {
+  if (!give_back_at_ || Now() < *give_back_at_) return false;
+  give_back_at_.reset();
+  return true;
 }
 
 /// Keeps as many workers that are not stuck as there should be, while there is work for them.
@@ -203,6 +221,7 @@ SteadyTime Dispatcher::NextLook() const {
     next = first_workers && workers_.empty() ? now : now + limits_.schedule.patience;
   }
   if (const auto moment = schedule_.NextMoment()) next = std::min(next, *moment);
+  if (give_back_at_) next = std::min(next, *give_back_at_);
   return next;
 }
 

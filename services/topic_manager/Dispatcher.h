@@ -10,7 +10,8 @@
 namespace Lumenar {
 
 /// Delivers published samples to subscribers on threads of its own: a few workers, and for each one that is stuck in a
-/// delivery another, so that subscribers that hang delay nobody else.
+/// delivery another, so that subscribers that hang delay nobody else. The memory that the queues of dropped subscribers
+/// leave behind goes back to the system a few seconds later, once for all that were dropped meanwhile.
 /// Threads   any. Publish never waits for a subscriber.
 class Dispatcher {
  public:
@@ -19,6 +20,7 @@ class Dispatcher {
     std::size_t workers = 4;       ///< that are not stuck
     std::size_t max_workers = 256;
     std::chrono::milliseconds idle_limit{5000};  ///< after which workers that are too many end
+    std::chrono::milliseconds give_back_pause{10000};  ///< until the memory of dropped subscribers' queues goes back
   };
 
   /// The state of one subscription, for people and tools.
@@ -72,6 +74,8 @@ class Dispatcher {
   void EndWorker() REQUIRES(mutex_);
   void Finish(const Delivery& delivery, Outcome outcome);
   void Supervise();
+  bool SuperviseOnce();
+  bool MustGiveBack() REQUIRES(mutex_);
   void AddWorkers() REQUIRES(mutex_);
   SteadyTime NextLook() const REQUIRES(mutex_);
   Wanted WhoIsWanted() REQUIRES(mutex_);
@@ -89,6 +93,7 @@ class Dispatcher {
   std::size_t idle_ GUARDED_BY(mutex_) = 0;
   SteadyTime last_growth_ GUARDED_BY(mutex_){};
   SteadyTime next_look_ GUARDED_BY(mutex_){};
+  std::optional<SteadyTime> give_back_at_ GUARDED_BY(mutex_);  ///< when free memory goes back to the system
   bool stopping_ GUARDED_BY(mutex_) = false;
   std::thread supervisor_;
 };

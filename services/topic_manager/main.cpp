@@ -64,8 +64,8 @@ int Run(const Lumenar::CommandLine& command_line) {
 
 int main(int argc, char** argv) {
   try {
+    Lumenar::KeepTraceMemory();  // before there is any other thread
     Lumenar::Signals::Install();
-    Lumenar::KeepTraceMemory();
     Lumenar::CommandLine command_line;
     int exit_code = 0;
     return command_line.Read(argc, argv, exit_code) ? Run(command_line) : exit_code;

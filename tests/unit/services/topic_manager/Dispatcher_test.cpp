@@ -3,9 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <atomic>
+#include <fstream>
 #include <stdexcept>
 
+#include "platform/base/TraceMemory.h"
 #include "samples.h"
 #include "tests/support/IsolatedPlatform.h"
 
@@ -13,6 +17,12 @@ namespace Lumenar::Test {
 namespace {
 
 using namespace std::chrono_literals;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
 
 /// Blocks those who pass until it opens.
 class Gate {
@@ -226,6 +236,54 @@ TEST(Dispatcher, StopTellsOfDeliveriesUnderWay) {
   gate.Open();
   EXPECT_TRUE(dispatcher.Stop(10s));
 }
+
+#ifdef __GLIBC__
+/// The memory of this process, as the system counts it.
+long ResidentBytes() {
+  std::ifstream file("/proc/self/statm");
+  long all = 0, resident = 0;
+  file >> all >> resident;
+  return resident * sysconf(_SC_PAGESIZE);
+}
+
+/// A sample of a mebibyte, each page of which is in use.
+SamplePtr Mebibyte() {
+  Corvanta::BASIC_TRACE::BT_DATA trace{};
+  trace.samples.length(1u << 18);
+  for (CORBA::ULong i = 0; i < trace.samples.length(); ++i) trace.samples[i] = 1;
+  return SamplePtr(new Corvanta::SampleRecord(std::move(trace)));
+}
+
+/// One that is gone once the gate opens.
+class Leaving : public Subscriber {
+ public:
+  explicit Leaving(Gate& gate) : gate_(gate) {}
+  Outcome Deliver(const Corvanta::SampleRecord&) override {
+    gate_.Pass();
+    return Outcome::Gone;
+  }
+
+ private:
+  Gate& gate_;
+};
+
+TEST(Dispatcher, TheMemoryOfADroppedSubscriberGoesBackToTheSystem) {
+  if (kSanitized) GTEST_SKIP() << "its allocator keeps freed memory";
+  KeepTraceMemory();
+  Dispatcher::Limits limits = QuickLimits();
+  limits.give_back_pause = 100ms;
+  Gate gate;
+  Dispatcher dispatcher(limits, kIgnore);
+  dispatcher.Add(1, "T", "there:1", boost::shared_ptr<Subscriber>(new Leaving(gate)));
+  const long before = ResidentBytes();
+  constexpr long kQueue = 40;
+  for (long i = 0; i < kQueue; ++i) dispatcher.Publish("T", Mebibyte());
+  const SamplePtr above = Mebibyte();  // at the end of the heap: what is below is not given back as a matter of course
+  EXPECT_GT(ResidentBytes() - before, kQueue << 20);
+  gate.Open();
+  EXPECT_TRUE(WaitUntil([&] { return ResidentBytes() - before < (kQueue << 20) / 4; })) << ResidentBytes() - before;
+}
+#endif
 
 }  // namespace
 }  // namespace Lumenar::Test
