@@ -11,7 +11,7 @@ namespace Corvanta {
 namespace {
 
 constexpr CORBA::ULong kProbeLimit_ms = 500;
-constexpr std::chrono::milliseconds kRestorePeriod(2000);
+constexpr std::chrono::milliseconds kRestorePeriod(1000);
 constexpr std::chrono::milliseconds kRestorePeriodWhileAway(250);  // a try that nobody answers costs next to nothing
 constexpr const char* kIsAway = "is away";
 constexpr const char* kTakesNoNames = "does not take names";
@@ -239,7 +239,7 @@ std::vector<std::string> Naming::List(const Path& context) const {
   return names;
 }
 
-/// The keeper thread: looks every few seconds whether a restarted service has lost our names, and more often for one that
+/// The keeper thread: looks every second whether a restarted service has lost our names, and more often for one that
 /// is away.
 void Naming::KeepNames() {
   std::chrono::milliseconds pause = kRestorePeriod;
