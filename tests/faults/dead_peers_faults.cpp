@@ -2,10 +2,13 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <csignal>
 #include <random>
 
+#include "tests/faults/Churn.h"
 #include "tests/faults/PeersFault.h"
+#include "tests/faults/Trend.h"
 
 namespace Lumenar::Test {
 namespace {
@@ -74,8 +77,21 @@ TEST_F(DeadPeers, DeadInput) {
 
 TEST_F(DeadPeers, DeadClient) {
   DescribeFault("dead client", "SIGKILL clients in the middle of CreateMath",
-                "the engine serves others, each object that is listed is whole and can be deleted");
+                "the engine serves others meanwhile; each object that is listed is whole and can be deleted; no descriptor and "
+                "no thread is left");
   StartSim();
+  const Figures before = FiguresOf(engine_.Pid());
+  std::atomic<unsigned long> whole{0};
+  // Another client takes each object as soon as it is listed.
+  Churn other([&] {
+    Corvanta::MathFactory::IdSeq_var ids = factory_->ListMath();
+    for (CORBA::ULong i = 0; i < ids->length(); ++i) {
+      Corvanta::MathFactory::Math_var math = factory_->GetMath(ids[i]);
+      EXPECT_EQ(TraceResult(math).samples.length(), 101u);
+      factory_->DeleteMath(ids[i]);
+      ++whole;
+    }
+  });
   std::mt19937 random(1);
   std::uniform_int_distribution<int> delay_ms(0, 60);
   const int rounds = ByLength(20, 200);
@@ -85,15 +101,16 @@ TEST_F(DeadPeers, DeadClient) {
     client->Signal(SIGKILL);
     client->WaitForExit();
   }
-  Corvanta::MathFactory::IdSeq_var ids = factory_->ListMath();
-  for (CORBA::ULong i = 0; i < ids->length(); ++i) {
-    Corvanta::MathFactory::Math_var math = factory_->GetMath(ids[i]);
-    EXPECT_EQ(TraceResult(math).samples.length(), 101u);
-    factory_->DeleteMath(ids[i]);
-  }
-  EXPECT_EQ(ObjectCount(), 0u);
+  EXPECT_TRUE(WaitUntil([&] { return ObjectCount() == 0; }));
   EXPECT_TRUE(WaitUntil([&] { return Subscriptions()->length() == 0; }));
-  ReportFigure(fmt::format("{} clients killed, {} of their objects were created", rounds, ids->length()));
+  EXPECT_EQ(other.Refused() + other.Foreign(), 0u);
+  EXPECT_GT(whole, 0u);
+  EXPECT_TRUE(WaitUntil([&] {
+    const Figures now = FiguresOf(engine_.Pid());
+    return now.descriptors <= before.descriptors + 5 && now.threads <= before.threads + 5;
+  }, 20s)) << "threads and descriptors are left of killed clients";
+  ReportFigure(fmt::format("{} clients killed, {} of their objects were created, all whole; {} calls of another client, none "
+                           "refused", rounds, whole.load(), other.Done()));
 }
 
 }  // namespace
