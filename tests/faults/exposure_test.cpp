@@ -29,7 +29,10 @@ TEST_F(Exposure, FilesAreTheirOwnersAlone) {
   ExpectSamplesFlow();
 }
 
-TEST_F(Exposure, SamplesFlowWhoeverTheUserIs) { ExpectSamplesFlow(); }
+TEST_F(Exposure, SamplesFlowWhoeverTheUserIs) {
+  DescribeFault("exposure: any user", "the whole platform as the user that runs the tests", "samples flow from input to subscriber");
+  ExpectSamplesFlow();
+}
 
 TEST(ExposureOfAnotherUser, NoServiceNeedsRoot) {
   DescribeFault("exposure: no root", "the whole platform as a user without any rights", "samples flow from input to subscriber");
