@@ -28,6 +28,7 @@ class Process {
 
   pid_t Pid() const;
   bool IsRunning();
+  /// SIGSTOP returns once the process has stopped.
   void Signal(int signal_number);
 
   /// The exit status (128 + signal for a signal); throws std::runtime_error when the process outlives `limit`.

@@ -172,7 +172,9 @@ pid_t Process::Pid() const { return impl_->pid; }
 bool Process::IsRunning() { return !impl_->HasExited(); }
 
 void Process::Signal(int signal_number) {
-  if (IsRunning()) kill(impl_->pid, signal_number);
+  if (!IsRunning() || kill(impl_->pid, signal_number) != 0 || signal_number != SIGSTOP) return;
+  siginfo_t stopped{};  // its threads run on for a moment after the signal was sent
+  waitid(P_PID, static_cast<id_t>(impl_->pid), &stopped, WSTOPPED | WEXITED | WNOWAIT);
 }
 
 int Process::WaitForExit(std::chrono::milliseconds limit) {
