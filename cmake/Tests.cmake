@@ -1,10 +1,16 @@
 # One test program: lumenar_test(NAME SOURCES ... LINK ... [LABELS ...] [SERIAL] [TIMEOUT seconds]).
 include(GoogleTest)
 
+# The test programs without the labels of those that start whole systems of processes: what scripts/test-sanitizers builds.
+add_custom_target(tests_without_systems)
+
 function(lumenar_test name)
   cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE lumenar_flags ${ARG_LINK} GTest::gmock GTest::gtest_main)
+  if(NOT "${ARG_LABELS}" MATCHES "system|fault|model")
+    add_dependencies(tests_without_systems ${name})
+  endif()
   set(properties)
   if(ARG_SERIAL)
     list(APPEND properties RUN_SERIAL ON)
