@@ -119,6 +119,7 @@ Subscription::Subscription(Connection& connection) : queue_(std::make_shared<Que
 }
 
 Subscription::~Subscription() {
+  orb_.WaitForShutdown();
   End();
   orb_.RemoveShutdownListener(shutdown_token_);
   for (Entry& entry : entries_) Drop(entry);
@@ -143,7 +144,11 @@ void Subscription::Drop(Entry& entry) noexcept {
   Corvanta::ORB_base::DeactivateObject(entry.servant.in());
 }
 
-std::optional<Delivery> Subscription::Next(std::chrono::milliseconds limit) { return queue_->Next(limit); }
+std::optional<Delivery> Subscription::Next(std::chrono::milliseconds limit) {
+  std::optional<Delivery> next = queue_->Next(limit);
+  if (queue_->Ended()) orb_.WaitForShutdown();  // the caller gives its references back now
+  return next;
+}
 void Subscription::End() noexcept { queue_->End(); }
 bool Subscription::Ended() const { return queue_->Ended(); }
 unsigned long long Subscription::Lost() const { return queue_->Lost(); }

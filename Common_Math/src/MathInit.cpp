@@ -28,6 +28,7 @@ MathInit::MathInit()
 }
 
 MathInit::~MathInit() {
+  orb_->Settle();
   factory_.reset();
   orb_.reset();
 }

@@ -27,6 +27,7 @@ InstrumentEngine::InstrumentEngine(const InstrumentKind& kind, std::unique_ptr<I
 }
 
 InstrumentEngine::~InstrumentEngine() {
+  orb_->Settle();
   instrument_->Stop();
   orb_.reset();
 }

@@ -72,6 +72,7 @@ struct TransportState {
   RefusalLog log;
   ConnectionTable table;
   SpareDescriptor spare;  // the endpoint's thread alone uses it
+  std::atomic<bool> ended{false};
 };
 
 namespace {
@@ -83,7 +84,7 @@ class GuardedConnection final : public omni::tcpConnection, public ServedConnect
 
   ~GuardedConnection() override {
     state_->table.Leave(*this);
-    if (!was_read_ && !gave_way_)
+    if (!was_read_ && !gave_way_ && !state_->ended)
       state_->log.Say("no thread", fmt::format("connection from {} closed unserved: no thread for it", HostOf(peeraddress())));
   }
 
@@ -203,6 +204,7 @@ class GuardedTcp final : public omni::giopTransportImpl {
   CORBA::Boolean isValid(const char*) override { return true; }
   CORBA::Boolean addToIOR(const char*, omni::IORPublish*) override { return false; }
   const omnivector<const char*>* getInterfaceAddress() override { return &no_addresses_; }
+  void BeginEnd() noexcept { state_->ended = true; }
 
  private:
   const std::shared_ptr<TransportState> state_;
@@ -219,6 +221,8 @@ struct GuardedTransport::Impl {
 GuardedTransport::GuardedTransport(std::size_t max_connections) : impl_(std::make_unique<Impl>(max_connections)) {}
 
 GuardedTransport::~GuardedTransport() = default;
+
+void GuardedTransport::BeginEnd() noexcept { impl_->transport.BeginEnd(); }
 
 std::string GuardedTransport::Endpoint(const std::string& endpoint) {
   if (endpoint.compare(0, kTcp.size(), kTcp) != 0) return endpoint;

@@ -22,6 +22,9 @@ class GuardedTransport {
   /// An endpoint as given to ORB_init, served by this transport if it is one of TCP.
   static std::string Endpoint(const std::string& endpoint);
 
+  /// From here on the ORB closes its connections: nothing is said of one that nobody served.
+  void BeginEnd() noexcept;
+
   struct Impl;
 
  private:

@@ -68,13 +68,18 @@ void ORB_base::Impl::WaitUntilStopped() {
   while (!stopped) changed.Wait(mutex);
 }
 
-/// Returns when no request is in flight any more.
-void ORB_base::Impl::WaitForRequests() noexcept {
-  try {
-    orb->shutdown(true);
-  } catch (const CORBA::BAD_INV_ORDER&) {  // it has ended already
-  } catch (const CORBA::Exception& exception) {
-    Lumenar::WriteError("ORB_base: the end of the ORB was not awaited: " + Lumenar::CorbaText(exception));
+/// Returns when no request is in flight any more; in a request, at once.
+void ORB_base::Impl::StopOrb() noexcept {
+  incoming.BeginEnd();
+  for (const bool wait : {true, false}) {
+    try {
+      orb->shutdown(wait);
+      return;
+    } catch (const CORBA::BAD_INV_ORDER&) {  // it has ended already, or this is a request, which cannot wait for its own end
+    } catch (const CORBA::Exception& exception) {
+      Lumenar::WriteError("ORB_base: the ORB was not shut down: " + Lumenar::CorbaText(exception));
+      return;
+    }
   }
 }
 
@@ -106,10 +111,10 @@ ORB_base::ORB_base(int argc, const char* const* argv) : impl_(std::make_unique<I
 }
 
 ORB_base::~ORB_base() {
-  if (impl_->handles_signals) Lumenar::Signals::SetHandler({});  // waits for a handler that runs
+  Settle();
   Shutdown();
   impl_->WaitUntilStopped();
-  impl_->WaitForRequests();  // they use this object
+  impl_->StopOrb();  // again, when a request shut it down: requests in flight use this object
   impl_.reset();
   current = nullptr;
 }
@@ -149,14 +154,21 @@ void ORB_base::Run() {
 
 void ORB_base::Shutdown() noexcept {
   if (!impl_->listeners.Run()) return;
-  try {
-    impl_->orb->shutdown(false);
-  } catch (const CORBA::Exception& exception) {
-    Lumenar::WriteError("ORB_base: the ORB was not shut down: " + Lumenar::CorbaText(exception));
-  }
+  impl_->StopOrb();
   Lumenar::Lock lock(impl_->mutex);
   impl_->stopped = true;
   impl_->changed.NotifyAll();
+}
+
+void ORB_base::Settle() noexcept {
+  if (impl_->handles_signals) Lumenar::Signals::SetHandler({});  // waits for a handler that runs
+  WaitForShutdown();
+}
+
+void ORB_base::WaitForShutdown() noexcept {
+  if (!impl_->listeners.Began()) return;
+  impl_->WaitUntilStopped();
+  impl_->StopOrb();
 }
 
 long ORB_base::AddShutdownListener(std::function<void()> listener) { return impl_->listeners.Add(std::move(listener)); }

@@ -50,8 +50,19 @@ class ORB_base {
   void Run();
 
   /// Ends Run from any thread: first runs the shutdown listeners (names are unbound and subscriptions ended while calls still go
-  /// out), then stops the ORB. Later calls do nothing.
+  /// out), then stops the ORB, and returns once it has stopped; at once when the calling thread is in a request. Later calls do
+  /// nothing.
+  ///
+  /// While omniORB 4.2 stops it marks every reference of the process, and one that another thread is giving back at that very
+  /// moment ends the process. So threads that make calls end in a shutdown listener, and who gives references back before this
+  /// object goes calls Settle first.
   void Shutdown() noexcept;
+
+  /// Returns when a shutdown that has begun is complete; at once when none has, and in a request.
+  void WaitForShutdown() noexcept;
+
+  /// WaitForShutdown, and no signal begins one from here on.
+  void Settle() noexcept;
 
   /// Registers something to do, once, before the ORB stops; run in reverse order of registration. Must not throw.
   /// Returns a token for RemoveShutdownListener (which does nothing for a listener that ran).

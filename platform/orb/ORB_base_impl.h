@@ -20,7 +20,7 @@ struct ORB_base::Impl {
 
   void InitialiseOrb();
   void WaitUntilStopped();
-  void WaitForRequests() noexcept;
+  void StopOrb() noexcept;
 
   OrbArguments arguments;
   GuardedTransport incoming;

@@ -19,6 +19,7 @@ using Corvanta::ORB_wrapper_base;
 const std::vector<std::string> kName{"Lumenar", "local", "DDS_MANAGER", "1"};
 constexpr std::chrono::milliseconds kProbeLimit{1000};
 constexpr std::chrono::milliseconds kLastDeliveries{1000};
+constexpr std::chrono::milliseconds kNoTime{0};
 
 /// Whether a topic manager answers at the name, or keeps its connection without answering. What stands there else is
 /// stale.
@@ -38,6 +39,7 @@ bool AnotherIsThere(ORB_wrapper_base& orb) {
 bool Serve(ORB_wrapper_base& orb, const Lumenar::CommandLine& command_line) {
   PortableServer::Servant_var<Corvanta::DDS_Manager_i> servant(
       new Corvanta::DDS_Manager_i(orb, command_line.ManagerOptions(orb.Transport())));
+  orb.AddShutdownListener([servant] { servant->Stop(kLastDeliveries); });
   Corvanta::DDS_Manager_var manager = servant->_this();
   orb.Activate();
   orb.Bind(kName, manager);
@@ -46,7 +48,7 @@ bool Serve(ORB_wrapper_base& orb, const Lumenar::CommandLine& command_line) {
     orb.Run();
   } catch (const Signal_Exception&) {  // the ordinary end
   }
-  return servant->Stop(kLastDeliveries);
+  return servant->Stop(kNoTime);
 }
 
 int Run(const Lumenar::CommandLine& command_line) {

@@ -1,64 +1,55 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
 #include <memory>
 #include <random>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "Common_Math/src/MathInit.h"
-#include "MathFactory.hh"
-#include "platform/base/Mutex.h"
 #include "platform/components/GUI_Able_i.h"
 #include "platform/components/ItemNamer.h"
 #include "platform/components/readings/EngineBasicTrace_i.h"
 #include "platform/components/readings/EngineReadingLong_i.h"
 #include "platform/components/readings/EngineReadingValueDouble_i.h"
+#include "tests/stress/StressClients.h"
 
 namespace Lumenar::Test {
 
-/// A whole engine in the calling process, where a sanitizer sees it, under all that clients can do to it at once: creation (also
-/// such as must fail), deletion, look-ups, results, SIZE, RESET, TYPE, and samples of every input through a real topic manager.
+/// A whole engine in the calling process, where a sanitizer sees it, under a
+/// flood of samples of all its inputs that come through a real topic manager.
+/// What clients do to it meanwhile is StressClients'.
 ///
 /// The engine may be shut down in the middle of it.
 class EngineStress {
  public:
-  /// The environment names the naming service. Starts the threads.
+  /// The environment names the naming service. Starts the samples.
   EngineStress();
 
-  /// Stops the threads, if Stop did not.
+  /// Ends the samples, and then the engine.
   ~EngineStress();
 
-  /// Ends the calls, and then the engine.
-  void Stop();
+  /// Ends the ORB as the engine's host does after a signal, under the requests
+  /// that other processes make; ends the samples as an instrument does: while
+  /// calls still go out.
+  void ShutDown();
 
-  /// Ends the engine as its host does after a signal, while the calls go on; then the calls.
-  void ShutDownUnderLoad();
+  Corvanta::MathFactory::Interfaces_ptr Factory() const { return factory_; }
 
-  /// What happened that must not: ids given twice, exceptions that no client should see, values of the wrong kind.
-  std::vector<std::string> Faults() const;
+  /// Trace, scalar and long, and once more.
+  const StressClients::Inputs &Inputs() const { return inputs_; }
 
-  struct Counts {
-    unsigned long created = 0, refused = 0, deleted = 0, looked_at = 0, published = 0;
-  };
-  Counts Done() const;
+  /// For other processes: the reference of the factory, then those of the
+  /// inputs.
+  std::vector<std::string> References() const;
+
+  unsigned long Published() const { return published_; }
 
  private:
-  using Random = std::minstd_rand;
-
-  void Repeat(unsigned seed, const std::function<void(Random&)>& step);
-  void CreateOne(Random& random);
-  void DeleteOne(Random& random);
-  void LookAtOne(Random& random);
-  void SetAttributesOfOne(Random& random);
-  void PublishOne(Random& random);
-  Corvanta::MathFactory::ReadingAttribSeq RandomInputs(Random& random);
-  long RandomId(Random& random) const;
-  void NoteCreated(CORBA::Long id);
-  void Fault(const std::string& text);
+  void Publish(unsigned seed);
+  void PublishOne(std::minstd_rand &random);
+  void EndSamples();
 
   std::unique_ptr<MathInit> engine_;
   Corvanta::ItemNamer namer_{"STRESS/1"};
@@ -66,16 +57,10 @@ class EngineStress {
   std::unique_ptr<Corvanta::EngineBasicTrace_i> traces_[2];
   std::unique_ptr<Corvanta::EngineReadingValueDouble_i> scalars_[2];
   std::unique_ptr<Corvanta::EngineReadingLong_i> longs_[2];
-  std::vector<Corvanta::EngineReadingBase_var> inputs_;
+  StressClients::Inputs inputs_;
   Corvanta::MathFactory::Interfaces_var factory_;
-
   std::atomic<bool> stop_{false};
-  std::atomic<bool> shutting_down_{false};
-  std::atomic<unsigned long> created_{0}, refused_{0}, deleted_{0}, looked_at_{0}, published_{0};
-  mutable Mutex mutex_;
-  std::set<CORBA::Long> given_ GUARDED_BY(mutex_);  ///< all ids ever
-  std::set<CORBA::Long> live_ GUARDED_BY(mutex_);
-  std::vector<std::string> faults_ GUARDED_BY(mutex_);
+  std::atomic<unsigned long> published_{0};
   std::vector<std::thread> threads_;
 };
 
