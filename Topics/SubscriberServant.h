@@ -9,6 +9,7 @@
 #include "Topics/TopicRecord.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/base/InstanceCounter.h"
+#include "platform/dds/GroupSubscriber.h"
 #include "platform/orb/OwnedServant.h"
 
 namespace Corvanta {
@@ -22,7 +23,7 @@ class CountedSubscriberServant : private Lumenar::Counted<CountedSubscriberServa
 /// The counted part of a DDS_Subscriber, which the ORB calls.
 /// Threads   any; deliveries that arrive together run together.
 template <class T>
-class SubscriberServant : public POA_Corvanta::DDS_Sub, public ClosableServant, private CountedSubscriberServant {
+class SubscriberServant : public GroupSubscriber, public ClosableServant, private CountedSubscriberServant {
  public:
   /// May take over what it needs of the record: nobody looks at it afterwards.
   using Taker = boost::function<void(const char*, T&&)>;
@@ -31,7 +32,14 @@ class SubscriberServant : public POA_Corvanta::DDS_Sub, public ClosableServant, 
 
   const std::string& Topic() const noexcept { return topic_; }
   CORBA::Long Handle() const noexcept { return handle_; }
-  void SetHandle(CORBA::Long handle) noexcept { handle_ = handle; }
+  void SetHandle(CORBA::Long handle) noexcept {
+    handle_ = handle;
+    JoinGroup(handle);
+  }
+  void Close() noexcept {
+    ClosableServant::Close();
+    LeaveGroup(handle_);
+  }
 
   CORBA::Long GetId() override {
     RequireOpen();
@@ -45,19 +53,15 @@ class SubscriberServant : public POA_Corvanta::DDS_Sub, public ClosableServant, 
     Deliver(FillVal<T>(record, any) ? &record : nullptr);
   }
 
-  /// Deliveries off the wire go through the any guard, which hands over a decoded record.
-  CORBA::Boolean _dispatch(omniCallHandle& handle) override {
-    return DispatchCallback(handle, this, [this](SampleRecord&& sample) { DeliverDecoded(sample); }) ||
-           POA_Corvanta::DDS_Sub::_dispatch(handle);
-  }
-
  protected:
   ~SubscriberServant() override = default;
 
- private:
-  void DeliverDecoded(SampleRecord& sample) {
+  /// Deliveries off the wire.
+  void Take(SampleRecord&& sample) override {
     if (!IsClosed()) Deliver(RecordIn<T>(sample));
   }
+
+ private:
 
   /// `record` is null for a sample of another kind. An empty callback throws boost::bad_function_call.
   template <class Record>

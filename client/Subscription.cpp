@@ -7,6 +7,7 @@
 
 #include "platform/base/Mutex.h"
 #include "platform/dds/DDS_BaseObj.h"
+#include "platform/dds/GroupSubscriber.h"
 
 namespace Lumenar::Client {
 namespace {
@@ -81,27 +82,26 @@ class Subscription::Queue {
 
 // The counted servant that the topic manager calls. It shares the queue, so that a delivery that comes late harms
 // nothing.
-class Subscription::Subscriber : public POA_Corvanta::DDS_Sub {
+class Subscription::Subscriber : public Corvanta::GroupSubscriber {
  public:
   Subscriber(std::shared_ptr<Queue> queue, std::size_t source) : queue_(std::move(queue)), source_(source) {}
 
-  _CORBA_Boolean _dispatch(omniCallHandle& handle) override {
-    const auto deliver = [this](Corvanta::SampleRecord&& record) { Deliver(std::move(record)); };
-    return Corvanta::DispatchCallback(handle, this, deliver) || POA_Corvanta::DDS_Sub::_dispatch(handle);
-  }
-
-  void DDS_Callback(const CORBA::Any& sample) override { Deliver(Corvanta::RecordFromAny(sample)); }
+  void DDS_Callback(const CORBA::Any& sample) override { Take(Corvanta::RecordFromAny(sample)); }
   CORBA::Long GetId() override { return handle_; }
-  void SetHandle(CORBA::Long handle) { handle_ = handle; }
+  void SetHandle(CORBA::Long handle) {
+    handle_ = handle;
+    JoinGroup(handle);
+  }
+  void Close() { LeaveGroup(handle_); }
 
  protected:
   ~Subscriber() override = default;
 
- private:
-  void Deliver(Corvanta::SampleRecord&& record) {
+  void Take(Corvanta::SampleRecord&& record) override {
     queue_->Push({source_, std::chrono::system_clock::now(), std::move(record)});
   }
 
+ private:
   const std::shared_ptr<Queue> queue_;
   const std::size_t source_;
   std::atomic<CORBA::Long> handle_{0};
@@ -126,6 +126,7 @@ Subscription::~Subscription() {
 }
 
 void Subscription::Add(const Reading& reading) {
+  entries_.reserve(entries_.size() + 1);  // nothing fails once the subscription stands
   Entry entry{reading.topic, new Subscriber(queue_, entries_.size()), 0};
   const Corvanta::DDS_Sub_var reference = entry.servant->_this();
   try {
@@ -140,6 +141,7 @@ void Subscription::Add(const Reading& reading) {
 }
 
 void Subscription::Drop(Entry& entry) noexcept {
+  entry.servant->Close();
   Corvanta::DdsBaseAccess::Instance().Unsubscribe(entry.topic.c_str(), entry.handle);
   Corvanta::ORB_base::DeactivateObject(entry.servant.in());
 }

@@ -28,7 +28,7 @@ class UpcallGate : public boost::enable_shared_from_this<UpcallGate> {
 
   bool IsClosed() const;
 
-  /// Holds the object for the length of a call; false when the gate is closed.
+  /// Holds the object for the length of a call; false when the gate is closed. Errors   WouldWait.
   class Pass {
    public:
     explicit Pass(UpcallGate& gate) : object_(gate.Enter()) {}
@@ -41,6 +41,21 @@ class UpcallGate : public boost::enable_shared_from_this<UpcallGate> {
 
    private:
     PortableServer::ServantBase* object_;
+  };
+
+  /// What a caller gets that may not wait, while the object is built.
+  struct WouldWait {};
+
+  /// As long as it lives, the calling thread does not wait at the first gate that it comes to.
+  class WithoutWaiting {
+   public:
+    WithoutWaiting() noexcept;
+    ~WithoutWaiting();
+    WithoutWaiting(const WithoutWaiting&) = delete;
+    WithoutWaiting& operator=(const WithoutWaiting&) = delete;
+
+   private:
+    const bool before_;
   };
 
   /// A callback that enters the gate before it calls `function`, and does nothing when the gate is closed.

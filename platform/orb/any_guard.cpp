@@ -4,6 +4,8 @@
 #include <omniORB4/callHandle.h>
 
 #include <cstring>
+#include <deque>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -14,14 +16,37 @@ namespace {
 
 constexpr char kCallback[] = "DDS_Callback";
 constexpr char kPublish[] = "Publish";
+constexpr char kGroup[] = "DDS_Group";
+
+constexpr std::uint64_t kAllElse = 4096;  // headers, object key, type code and the fixed part of a record
+
+std::uint64_t BytesOfSamples(const SampleView& sample) {
+  const auto* trace = std::get_if<const BASIC_TRACE::BT_DATA*>(&sample);
+  return trace != nullptr ? (*trace)->samples.length() * std::uint64_t{sizeof(CORBA::Float)} : 0;
+}
 
 /// Refuses a call whose message would be larger than this process sends.
-void RequireSendable(const SampleView& sample, std::size_t topic_bytes) {
-  constexpr std::uint64_t kAllElse = 4096;  // headers, object key, type code and the fixed part of a record
-  const auto* trace = std::get_if<const BASIC_TRACE::BT_DATA*>(&sample);
-  const std::uint64_t samples = trace != nullptr ? (*trace)->samples.length() : 0;
-  if (samples * sizeof(CORBA::Float) + topic_bytes + kAllElse > omniORB::giopMaxMsgSize())
-    throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
+void RequireSendable(std::uint64_t bytes) {
+  if (bytes > omniORB::giopMaxMsgSize()) throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
+}
+
+/// One whose subscriber failed is taken.
+bool IsTaken(const TakeSample& take, CORBA::Long handle, SampleRecord& sample, bool last) {
+  try {
+    return take(handle, sample, last);
+  } catch (...) {
+    return true;
+  }
+}
+
+/// Hands a sample to each of `handles`; those that did not take it go to `refused`.
+void HandOut(SampleRecord& sample, const HandleSeq& handles, const TakeSample& take, HandleSeq& refused) {
+  const CORBA::ULong count = handles.length();
+  for (CORBA::ULong i = 0; i < count; ++i) {
+    if (IsTaken(take, handles[i], sample, i + 1 == count)) continue;
+    refused.length(refused.length() + 1);
+    refused[refused.length() - 1] = handles[i];
+  }
 }
 
 /// DDS_Callback as it comes in.
@@ -69,6 +94,85 @@ class IncomingPublish : public omniCallDescriptor {
   const std::function<void(SampleRecord&&, const char*)>& publish_;
   SampleRecord record_;
   std::string topic_;
+};
+
+/// DDS_Group as it comes in.
+class IncomingGroup : public omniCallDescriptor {
+ public:
+  explicit IncomingGroup(const TakeSample& take)
+      : omniCallDescriptor(&Deliver, kGroup, sizeof kGroup, false, nullptr, 0, true), take_(take) {}
+
+  void unmarshalArguments(cdrStream& stream) override {
+    const CORBA::ULong count = stream.unmarshalULong();
+    RequireFew(count);
+    CORBA::ULong handles = 0;
+    for (CORBA::ULong i = 0; i < count; ++i) {
+      samples_.emplace_back();
+      ReadSample(stream, samples_.back().record);
+      if (std::holds_alternative<std::monostate>(samples_.back().record)) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+      handles += ReadHandles(stream, samples_.back().handles);
+      RequireFew(handles);
+    }
+    refused_ = HandleSeq(handles);  // room for all: nothing fails once a subscriber has its sample
+  }
+
+  void marshalReturnedValues(cdrStream& stream) override { refused_ >>= stream; }
+
+ private:
+  struct Shared {
+    SampleRecord record;
+    HandleSeq handles;
+  };
+
+  /// A message could claim, and hold, millions of them.
+  static void RequireFew(CORBA::ULong count) {
+    constexpr CORBA::ULong kMost = 1024;
+    if (count > kMost) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+  }
+
+  /// How many there are.
+  static CORBA::ULong ReadHandles(cdrStream& stream, HandleSeq& handles) {
+    const CORBA::ULong count = stream.unmarshalULong();
+    RequireFew(count);
+    handles.length(count);
+    for (CORBA::ULong i = 0; i < count; ++i) handles[i] = stream.unmarshalLong();
+    return count;
+  }
+
+  static void Deliver(omniCallDescriptor* descriptor, omniServant*) {
+    auto* call = static_cast<IncomingGroup*>(descriptor);
+    for (Shared& shared : call->samples_) HandOut(shared.record, shared.handles, call->take_, call->refused_);
+  }
+
+  const TakeSample& take_;
+  std::deque<Shared> samples_;
+  HandleSeq refused_;
+};
+
+/// DDS_Group as it goes out.
+class OutgoingGroup : public omniCallDescriptor {
+ public:
+  explicit OutgoingGroup(const std::vector<SharedSampleView>& samples)
+      : omniCallDescriptor(nullptr, kGroup, sizeof kGroup, false, nullptr, 0, false), samples_(samples) {}
+
+  void marshalArguments(cdrStream& stream) override {
+    stream.marshalULong(static_cast<CORBA::ULong>(samples_.size()));
+    for (const SharedSampleView& shared : samples_) {
+      WriteSample(shared.sample, stream);
+      stream.marshalULong(static_cast<CORBA::ULong>(shared.handles.size()));
+      for (const CORBA::Long handle : shared.handles) stream.marshalLong(handle);
+    }
+  }
+
+  void unmarshalReturnedValues(cdrStream& stream) override { refused_ <<= stream; }
+
+  std::vector<CORBA::Long> Refused() const {
+    return std::vector<CORBA::Long>(refused_.get_buffer(), refused_.get_buffer() + refused_.length());
+  }
+
+ private:
+  const std::vector<SharedSampleView>& samples_;
+  HandleSeq refused_;
 };
 
 /// DDS_Callback as it goes out.
@@ -144,18 +248,45 @@ bool DispatchPublish(omniCallHandle& handle, omniServant* servant,
   return true;
 }
 
+bool DispatchGroup(omniCallHandle& handle, omniServant* servant, const TakeSample& take) {
+  if (std::strcmp(handle.operation_name(), kGroup) != 0) return false;
+  IncomingGroup call(take);
+  handle.upcall(servant, call);
+  return true;
+}
+
+HandleSeq* TakeGroup(const SharedSampleSeq& samples, const TakeSample& take) {
+  HandleSeq_var refused = new HandleSeq;
+  for (CORBA::ULong i = 0; i < samples.length(); ++i) {
+    SampleRecord record = RecordFromAny(samples[i].sample);
+    HandOut(record, samples[i].handles, take, refused.inout());
+  }
+  return refused._retn();
+}
+
 void CallCallback(DDS_Sub_ptr subscriber, const SampleView& sample) {
   if (CORBA::is_nil(subscriber)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
-  RequireSendable(sample, 0);
+  RequireSendable(BytesOfSamples(sample) + kAllElse);
   OutgoingCallback call(sample);
   subscriber->_PR_getobj()->_invoke(call);
 }
 
 void CallPublish(DDS_Manager_ptr manager, const SampleView& sample, const char* topic) {
   if (CORBA::is_nil(manager)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
-  RequireSendable(sample, std::strlen(topic));
+  RequireSendable(BytesOfSamples(sample) + std::strlen(topic) + kAllElse);
   OutgoingPublish call(sample, topic);
   manager->_PR_getobj()->_invoke(call);
+}
+
+std::vector<CORBA::Long> CallGroup(DDS_GroupSub_ptr subscriber, const std::vector<SharedSampleView>& samples) {
+  if (CORBA::is_nil(subscriber)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
+  std::uint64_t bytes = 0;
+  for (const SharedSampleView& shared : samples)
+    bytes += BytesOfSamples(shared.sample) + shared.handles.size() * sizeof(CORBA::Long) + kAllElse;
+  RequireSendable(bytes);
+  OutgoingGroup call(samples);
+  subscriber->_PR_getobj()->_invoke(call);
+  return call.Refused();
 }
 
 SampleRecord RecordFromAny(const CORBA::Any& any) {

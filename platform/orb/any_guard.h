@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <variant>
+#include <vector>
 
 #include "DDS.hh"
 #include "platform/records/SampleRecord.h"
@@ -33,10 +34,29 @@ bool DispatchCallback(omniCallHandle& handle, omniServant* servant, const std::f
 bool DispatchPublish(omniCallHandle& handle, omniServant* servant,
                      const std::function<void(SampleRecord&&, const char* topic)>& publish);
 
-/// The same two calls from the client's side, without an any in between: one copy of the samples less.
+/// Whether the subscriber with this handle took the sample. Only the last one that a sample is for may take over what it needs of it.
+using TakeSample = std::function<bool(CORBA::Long handle, SampleRecord& sample, bool last)>;
+
+/// DDS_GroupSub::DDS_Group: `take` is called for each handle in turn; what it throws is the subscriber's own affair, and its sample
+/// counts as taken. More than 1024 samples, or handles, are BAD_PARAM.
+bool DispatchGroup(omniCallHandle& handle, omniServant* servant, const TakeSample& take);
+
+/// What DDS_Group does with samples that are in memory already (calls within one process).
+HandleSeq* TakeGroup(const SharedSampleSeq& samples, const TakeSample& take);
+
+/// The same calls from the client's side, without an any in between: one copy of the samples less.
 /// Errors   CORBA system exceptions; CORBA::IMP_LIMIT before the call when the sample is larger than the message limit.
 void CallCallback(DDS_Sub_ptr subscriber, const SampleView& sample);
 void CallPublish(DDS_Manager_ptr manager, const SampleView& sample, const char* topic);
+
+/// A sample to be sent and the subscriptions that it is for.
+struct SharedSampleView {
+  SampleView sample;
+  std::vector<CORBA::Long> handles;
+};
+
+/// The handles whose samples were not taken.
+std::vector<CORBA::Long> CallGroup(DDS_GroupSub_ptr subscriber, const std::vector<SharedSampleView>& samples);
 
 /// The records out of and into an any that is in memory already (calls within one process).
 SampleRecord RecordFromAny(const CORBA::Any& any);

@@ -1,5 +1,7 @@
 #include "services/topic_manager/CorbaSubscriber.h"
 
+#include <cstring>
+
 #include "platform/orb/ORB_base.h"
 
 namespace Lumenar {
@@ -13,12 +15,17 @@ Outcome BrokenCall(const CORBA::SystemException& error) {
 
 CorbaSubscriber::CorbaSubscriber(Corvanta::DDS_Sub_ptr subscriber, std::chrono::milliseconds limit)
     : subscriber_(Corvanta::DDS_Sub::_duplicate(subscriber)) {
+  if (std::strcmp(subscriber->_PR_getobj()->_mostDerivedRepoId(), Corvanta::DDS_GroupSub::_PD_repoId) == 0)
+    group_ = Corvanta::DDS_GroupSub::_unchecked_narrow(subscriber);
   Corvanta::ORB_base::SetCallTimeout(subscriber_, limit);
+  if (TakesGroups()) Corvanta::ORB_base::SetCallTimeout(group_, limit);
 }
 
-Outcome CorbaSubscriber::Deliver(const Corvanta::SampleRecord& sample) {
+/// What became of a call; `when_refused` is what another answer than the ordinary one means.
+template <class Call>
+Outcome CorbaSubscriber::Make(Call call, Outcome when_refused) {
   try {
-    Corvanta::CallCallback(subscriber_, Corvanta::ViewOf(sample));
+    call();
     return Outcome::Delivered;
   } catch (const CORBA::TIMEOUT&) {
     return Outcome::TimedOut;
@@ -30,9 +37,26 @@ Outcome CorbaSubscriber::Deliver(const Corvanta::SampleRecord& sample) {
     return Outcome::Gone;
   } catch (const CORBA::INV_OBJREF&) {
     return Outcome::Gone;
-  } catch (const CORBA::Exception&) {  // what the subscriber made of the sample is its own affair
-    return Outcome::Delivered;
+  } catch (const CORBA::Exception&) {
+    return when_refused;
   }
+}
+
+/// What the subscriber makes of the sample is its own affair.
+Outcome CorbaSubscriber::Deliver(const Corvanta::SampleRecord& sample) {
+  return Make([&] { Corvanta::CallCallback(subscriber_, Corvanta::ViewOf(sample)); }, Outcome::Delivered);
+}
+
+/// A group that is refused, for its size say, was handed to nobody.
+Outcome CorbaSubscriber::DeliverGroup(const std::vector<Shared>& samples, std::set<long>& not_taken) {
+  std::vector<Corvanta::SharedSampleView> views;
+  views.reserve(samples.size());
+  for (const Shared& shared : samples)
+    views.push_back({Corvanta::ViewOf(*shared.sample), {shared.handles.begin(), shared.handles.end()}});
+  const auto call = [&] {
+    for (const CORBA::Long handle : Corvanta::CallGroup(group_, views)) not_taken.insert(handle);
+  };
+  return Make(call, Outcome::NotTaken);
 }
 
 }  // namespace Lumenar

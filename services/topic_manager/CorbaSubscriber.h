@@ -13,8 +13,16 @@ class CorbaSubscriber : public Subscriber {
   CorbaSubscriber(Corvanta::DDS_Sub_ptr subscriber, std::chrono::milliseconds limit);
   Outcome Deliver(const Corvanta::SampleRecord& sample) override;
 
+  /// By the type that the reference names: nobody is asked.
+  bool TakesGroups() const override { return !CORBA::is_nil(group_); }
+  Outcome DeliverGroup(const std::vector<Shared>& samples, std::set<long>& not_taken) override;
+
  private:
+  template <class Call>
+  static Outcome Make(Call call, Outcome when_refused);
+
   Corvanta::DDS_Sub_var subscriber_;
+  Corvanta::DDS_GroupSub_var group_;  ///< the same, when it takes samples for others along
 };
 
 }  // namespace Lumenar

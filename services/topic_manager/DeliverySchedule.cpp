@@ -96,6 +96,36 @@ std::optional<DeliverySchedule::Delivery> DeliverySchedule::Next(SteadyTime now)
   return std::nullopt;
 }
 
+std::vector<DeliverySchedule::Delivery> DeliverySchedule::NextGroup(SteadyTime now) {
+  constexpr std::size_t kLookedAt = 64;  // of those that are ready: a long list is not searched for each call
+  std::vector<Delivery> group;
+  std::optional<Delivery> leader = Next(now);
+  if (!leader) return group;
+  group.push_back(std::move(*leader));
+  const Endpoint* const endpoint = group.front().subscription->endpoint.get();
+  if (!MayGroup(*group.front().subscription, now)) return group;
+  std::size_t bytes = SampleBytes(*group.front().sample);
+  for (std::size_t i = 0; i < std::min(ready_.size(), kLookedAt) && group.size() < limits_.group;) {
+    const SubscriptionPtr subscription = ready_[i];
+    const bool fits = subscription->place == Place::Ready && subscription->endpoint.get() == endpoint &&
+                      MayGroup(*subscription, now) && (bytes += SampleBytes(*subscription->queue.Front())) <= limits_.group_bytes;
+    if (!fits) {
+      ++i;
+      continue;
+    }
+    ready_.erase(ready_.begin() + static_cast<std::ptrdiff_t>(i));
+    subscription->place = Place::Delivering;
+    group.push_back({subscription, subscription->queue.Pop(), now, false, true});
+  }
+  group.front().grouped = group.size() > 1;
+  return group;
+}
+
+bool DeliverySchedule::MayGroup(const Subscription& subscription, SteadyTime now) const {
+  const Endpoint& endpoint = *subscription.endpoint;
+  return !endpoint.held && endpoint.single_until <= now && !subscription.single && subscription.subscriber->TakesGroups();
+}
+
 /// Whether the process of a ready subscription stopped answering since it became ready.
 bool DeliverySchedule::MustPark(const Subscription& subscription, SteadyTime now) {
   Endpoint& endpoint = *subscription.endpoint;
@@ -116,17 +146,23 @@ DeliverySchedule::Delivery DeliverySchedule::Begin(const SubscriptionPtr& subscr
 
 std::vector<SubscriptionPtr> DeliverySchedule::Finish(const Delivery& delivery, Outcome outcome, SteadyTime now,
                                                       std::vector<SamplePtr>& freed) {
+  if (delivery.leads) EndCall(delivery, outcome, now);
+  const std::vector<SubscriptionPtr> lost = Lost(delivery, outcome, now, freed);
+  for (const SubscriptionPtr& subscription : lost) Remove(subscription->handle, freed);
+  return lost;
+}
+
+/// What the outcome of a call means for the process.
+void DeliverySchedule::EndCall(const Delivery& delivery, Outcome outcome, SteadyTime now) {
   const EndpointPtr& endpoint = delivery.subscription->endpoint;
   endpoint->in_flight.erase(endpoint->in_flight.find(delivery.begun));
   in_flight_.erase(in_flight_.find(delivery.begun));
+  if (delivery.grouped && now - delivery.begun > limits_.patience) endpoint->single_until = now + limits_.single_pause;
   if (outcome == Outcome::TimedOut) {
     EndpointTimedOut(endpoint, delivery, now);
   } else {
     EndpointAnswered(endpoint, outcome, now);
   }
-  const std::vector<SubscriptionPtr> lost = Lost(delivery, outcome, now, freed);
-  for (const SubscriptionPtr& subscription : lost) Remove(subscription->handle, freed);
-  return lost;
 }
 
 /// The subscriptions whose subscriber has to be given up: that of the delivery, or all of a process that was silent for
@@ -166,15 +202,28 @@ bool DeliverySchedule::Settle(const Delivery& delivery, Outcome outcome, SteadyT
       return false;
     case Outcome::Delivered:
       ++subscription.delivered;
-      subscription.stalled = false;
+      subscription.stalled = subscription.single = false;
       subscription.silent_since.reset();
       subscription.unreachable_since.reset();
       subscription.backoff.Reset();
       subscription.place = Place::Idle;
       if (!subscription.queue.Empty()) Schedule(delivery.subscription);
       return false;
+    case Outcome::NotTaken:
+      PutBack(delivery, freed);
+      subscription.single = true;
+      subscription.place = Place::Idle;
+      if (!subscription.queue.Empty()) Schedule(delivery.subscription);
+      return false;
   }
   return false;
+}
+
+void DeliverySchedule::PutBack(const Delivery& delivery, std::vector<SamplePtr>& freed) {
+  Subscription& subscription = *delivery.subscription;
+  const std::size_t before = freed.size();
+  subscription.queue.PutBack(delivery.sample, freed);
+  subscription.dropped += freed.size() - before;
 }
 
 bool DeliverySchedule::SettleUnreachable(const Delivery& delivery, Outcome outcome, SteadyTime now,
@@ -184,9 +233,7 @@ bool DeliverySchedule::SettleUnreachable(const Delivery& delivery, Outcome outco
   if (outcome == Outcome::Interrupted) {
     ++subscription.dropped;
   } else {
-    const std::size_t before = freed.size();
-    subscription.queue.PutBack(delivery.sample, freed);
-    subscription.dropped += freed.size() - before;
+    PutBack(delivery, freed);
   }
   if (subscription.queue.Empty()) {  // nothing to try it with: the time begins with the next sample
     subscription.unreachable_since.reset();
@@ -203,7 +250,7 @@ bool DeliverySchedule::SettleUnreachable(const Delivery& delivery, Outcome outco
 }
 
 void DeliverySchedule::EndpointAnswered(const EndpointPtr& endpoint, Outcome outcome, SteadyTime now) {
-  if (outcome == Outcome::Delivered || outcome == Outcome::Gone) endpoint->last_answer = now;
+  if (outcome != Outcome::Unreachable && outcome != Outcome::Interrupted) endpoint->last_answer = now;
   // One that cannot be reached is released as well: it fails fast, and each subscription has its own limit for that.
   Release(endpoint);
 }

@@ -28,12 +28,17 @@ class DeliverySchedule {
     std::chrono::milliseconds longest_pause{2000};
     std::chrono::milliseconds unreachable_limit{3000};  ///< then an unreachable subscriber is dropped
     std::chrono::milliseconds silence_limit{600000};    ///< then one that does not answer is dropped
+    std::size_t group = 8;                              ///< so many subscriptions in one call; more of them leave threads idle
+    std::size_t group_bytes = 128u << 10;               ///< and so much to be worked on in it
+    std::chrono::milliseconds single_pause{1000};       ///< without calls for several, after one that took longer than patience
   };
 
   struct Delivery {
     SubscriptionPtr subscription;
     SamplePtr sample;
     SteadyTime begun;
+    bool leads = true;     ///< speaks for the call; the others of a group go along
+    bool grouped = false;  ///< one of several in a call
   };
 
   explicit DeliverySchedule(Limits limits) : limits_(limits) {}
@@ -49,7 +54,11 @@ class DeliverySchedule {
   /// The next delivery, which has then begun; nothing when no subscription is ready.
   std::optional<Delivery> Next(SteadyTime now);
 
-  /// Ends a delivery. The subscriptions that are dropped for it; they are removed.
+  /// As Next, together with others that are ready in the same process, when it takes samples for several in one call and none of
+  /// them has to wait for a call of its own. The first leads. Empty when no subscription is ready.
+  std::vector<Delivery> NextGroup(SteadyTime now);
+
+  /// Ends a delivery; the one that leads a group last. The subscriptions that are dropped for it; they are removed.
   std::vector<SubscriptionPtr> Finish(const Delivery& delivery, Outcome outcome, SteadyTime now,
                                       std::vector<SamplePtr>& freed);
 
@@ -77,6 +86,8 @@ class DeliverySchedule {
   static bool PassesHold(const Subscription& subscription);
   bool MustPark(const Subscription& subscription, SteadyTime now);
   Delivery Begin(const SubscriptionPtr& subscription, SteadyTime now);
+  bool MayGroup(const Subscription& subscription, SteadyTime now) const;
+  void EndCall(const Delivery& delivery, Outcome outcome, SteadyTime now);
   void EndpointAnswered(const EndpointPtr& endpoint, Outcome outcome, SteadyTime now);
   void EndpointTimedOut(const EndpointPtr& endpoint, const Delivery& delivery, SteadyTime now);
   void Hold(const EndpointPtr& endpoint, SteadyTime until);
@@ -85,6 +96,7 @@ class DeliverySchedule {
   std::vector<SubscriptionPtr> Lost(const Delivery& delivery, Outcome outcome, SteadyTime now,
                                     std::vector<SamplePtr>& freed);
   bool Settle(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed);
+  static void PutBack(const Delivery& delivery, std::vector<SamplePtr>& freed);
   bool SettleUnreachable(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed);
 
   const Limits limits_;

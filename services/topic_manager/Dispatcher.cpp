@@ -12,6 +12,30 @@ constexpr std::chrono::seconds kLongWait{60};
 
 SteadyTime Now() { return std::chrono::steady_clock::now(); }
 
+/// A sample that several of a group wait for goes once.
+std::vector<Subscriber::Shared> SharedSamples(const std::vector<DeliverySchedule::Delivery>& deliveries) {
+  std::vector<Subscriber::Shared> samples;
+  for (const DeliverySchedule::Delivery& delivery : deliveries) {
+    const Corvanta::SampleRecord* const sample = delivery.sample.get();
+    auto found = std::find_if(samples.begin(), samples.end(), [sample](const auto& shared) { return shared.sample == sample; });
+    if (found == samples.end()) found = samples.insert(found, {sample, {}});
+    found->handles.push_back(delivery.subscription->handle);
+  }
+  return samples;
+}
+
+Outcome Deliver(const std::vector<DeliverySchedule::Delivery>& deliveries, std::set<long>& not_taken) {
+  const DeliverySchedule::Delivery& leader = deliveries.front();
+  if (!leader.grouped) return leader.subscription->subscriber->Deliver(*leader.sample);
+  return leader.subscription->subscriber->DeliverGroup(SharedSamples(deliveries), not_taken);
+}
+
+/// What the outcome of a call means for one of its deliveries. That the subscriber who was called is gone says nothing of the others.
+Outcome OutcomeFor(const DeliverySchedule::Delivery& delivery, Outcome of_call, const std::set<long>& not_taken) {
+  if (of_call == Outcome::Gone && !delivery.leads) return Outcome::NotTaken;
+  return not_taken.count(delivery.subscription->handle) > 0 ? Outcome::NotTaken : of_call;
+}
+
 }  // namespace
 
 Dispatcher::Dispatcher(Limits limits, OnDropped on_dropped)
@@ -105,35 +129,39 @@ bool Dispatcher::Stop(std::chrono::milliseconds limit) {
 }
 
 void Dispatcher::Work() {
-  while (const std::optional<Delivery> delivery = WaitForDelivery()) {
-    Outcome outcome = Outcome::Delivered;
+  for (;;) {
+    const std::vector<Delivery> deliveries = WaitForDeliveries();
+    if (deliveries.empty()) return;
+    Outcome outcome = deliveries.front().grouped ? Outcome::NotTaken : Outcome::Delivered;
+    std::set<long> not_taken;
     try {
-      outcome = delivery->subscription->subscriber->Deliver(*delivery->sample);
-    } catch (...) {  // the top of a thread: a subscriber's failure is its own
+      outcome = Deliver(deliveries, not_taken);
+    } catch (...) {  // the top of a thread: a subscriber's failure is its own; a group that could not be put together was not sent
     }
-    Finish(*delivery, outcome);
+    Finish(deliveries, outcome, not_taken);
   }
 }
 
-/// The next delivery, begun; nothing when this worker has to end, which it has then entered in the books.
-std::optional<Dispatcher::Delivery> Dispatcher::WaitForDelivery() {
-  std::optional<Delivery> delivery;
+/// The next delivery, begun, and those that go along in its call; none when this worker has to end, which it has then entered in the
+/// books.
+std::vector<Dispatcher::Delivery> Dispatcher::WaitForDeliveries() {
+  std::vector<Delivery> deliveries;
   Wanted wanted;
   {
     Lock lock(mutex_);
-    while (!stopping_ && !(delivery = schedule_.Next(Now())) && !TooManyWorkers()) {
+    while (!stopping_ && (deliveries = schedule_.NextGroup(Now())).empty() && !TooManyWorkers()) {
       ++idle_;
       work_.WaitFor(mutex_, limits_.idle_limit);
       --idle_;
     }
-    if (delivery) {
-      wanted = WhoIsWanted();
-    } else {
+    if (deliveries.empty()) {
       EndWorker();
+    } else {
+      wanted = WhoIsWanted();
     }
   }
   Wake(wanted);
-  return delivery;
+  return deliveries;
 }
 
 bool Dispatcher::TooManyWorkers() const {
@@ -149,20 +177,24 @@ void Dispatcher::EndWorker() {
   worker_ended_.NotifyAll();
 }
 
-void Dispatcher::Finish(const Delivery& delivery, Outcome outcome) {
-  std::vector<SubscriptionPtr> dropped;
+void Dispatcher::Finish(const std::vector<Delivery>& deliveries, Outcome outcome, const std::set<long>& not_taken) {
+  std::vector<std::pair<SubscriptionPtr, Outcome>> dropped;
   Wanted wanted;
   {
     std::vector<SamplePtr> freed;  // destroyed after the lock is released
     Lock lock(mutex_);
-    dropped = schedule_.Finish(delivery, outcome, Now(), freed);
+    for (auto delivery = deliveries.rbegin(); delivery != deliveries.rend(); ++delivery) {
+      const Outcome its_outcome = OutcomeFor(*delivery, outcome, not_taken);
+      for (SubscriptionPtr& lost : schedule_.Finish(*delivery, its_outcome, Now(), freed))
+        dropped.emplace_back(std::move(lost), its_outcome);
+    }
     if (!dropped.empty() && !give_back_at_) give_back_at_ = Now() + limits_.give_back_pause;
     wanted = WhoIsWanted();
     wanted.worker = wanted.worker && !dropped.empty();  // else this one takes what is ready itself
   }
   Wake(wanted);
-  for (const SubscriptionPtr& subscription : dropped) {
-    on_dropped_(subscription->handle, subscription->topic, subscription->endpoint->address, outcome);
+  for (const auto& [subscription, its_outcome] : dropped) {
+    on_dropped_(subscription->handle, subscription->topic, subscription->endpoint->address, its_outcome);
   }
 }
 

@@ -69,10 +69,10 @@ class Dispatcher {
   };
 
   void Work();
-  std::optional<Delivery> WaitForDelivery();
+  std::vector<Delivery> WaitForDeliveries();
   bool TooManyWorkers() const REQUIRES(mutex_);
   void EndWorker() REQUIRES(mutex_);
-  void Finish(const Delivery& delivery, Outcome outcome);
+  void Finish(const std::vector<Delivery>& deliveries, Outcome outcome, const std::set<long>& not_taken);
   void Supervise();
   bool SuperviseOnce();
   bool MustGiveBack() REQUIRES(mutex_);

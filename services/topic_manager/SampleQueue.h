@@ -29,6 +29,9 @@ class SampleQueue {
   /// Puts back what Pop took. It stays the oldest, so a full queue drops it first.
   void PutBack(SamplePtr sample, std::vector<SamplePtr>& dropped);
 
+  /// The oldest sample; the queue must not be empty.
+  const SamplePtr& Front() const { return samples_.front(); }
+
   bool Empty() const { return samples_.empty(); }
   std::size_t Size() const { return samples_.size(); }
   std::size_t Bytes() const { return bytes_; }

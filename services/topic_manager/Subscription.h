@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "services/topic_manager/SampleQueue.h"
 
@@ -19,6 +20,7 @@ enum class Outcome {
   Unreachable,  ///< nobody is there; the sample was not delivered
   Interrupted,  ///< the connection broke; the sample may have been delivered, so it is not sent again
   Gone,         ///< the process is there, the subscriber is not
+  NotTaken,     ///< it did not take the sample in a call for several: it gets it in one of its own
 };
 
 /// Where the samples of a subscription go.
@@ -28,6 +30,18 @@ class Subscriber {
 
   /// Blocks until the subscriber answered or the time limit ran out.
   virtual Outcome Deliver(const Corvanta::SampleRecord& sample) = 0;
+
+  /// One sample for some subscriptions of this subscriber's process.
+  struct Shared {
+    const Corvanta::SampleRecord* sample;
+    std::vector<long> handles;
+  };
+
+  /// Whether a call to this subscriber can take samples for others of its process along.
+  virtual bool TakesGroups() const { return false; }
+
+  /// As Deliver, for several at once: the handles that did not take their sample go to `not_taken`; all the others share the outcome.
+  virtual Outcome DeliverGroup(const std::vector<Shared>&, std::set<long>& /*not_taken*/) { return Outcome::NotTaken; }
 };
 
 /// A pause that doubles with each failure.
@@ -61,6 +75,7 @@ struct Endpoint {
   SteadyTime held_until{};
   bool probe_due = false;  ///< the pause is over, and nobody was parked to try
   const Subscription* probe = nullptr;
+  SteadyTime single_until{};  ///< a call for several took long: until then each subscription has calls of its own
   Backoff backoff;
   std::deque<SubscriptionPtr> parked;
 };
@@ -92,6 +107,7 @@ struct Subscription {
   SampleQueue queue;
   Place place = Place::Idle;
   bool stalled = false;
+  bool single = false;  ///< its next sample comes in a call of its own
   Backoff backoff;
   std::optional<SteadyTime> silent_since;
   std::optional<SteadyTime> unreachable_since;

@@ -17,8 +17,10 @@ using Part = std::function<void(Wire&)>;
 constexpr std::uint32_t kTkNull = 0, kTkObjref = 14, kTkUnion = 16, kTkEnum = 17, kTkAlias = 21, kTkValue = 29;
 constexpr std::uint32_t kIndirection = 0xffffffff;
 
-Wire Any(const Part& type, const Part& value) {
+/// The any where the operation has it: first of all, or in the first sample of a group.
+Wire Any(AnyOperation operation, const Part& type, const Part& value) {
   Wire wire;
+  if (operation == AnyOperation::Group) wire.Ulong(1);
   type(wire);
   value(wire);
   return wire;
@@ -65,49 +67,49 @@ Part Samples(std::uint32_t claimed, std::uint32_t there) {
   return [=](Wire& wire) { WriteTrace(wire, claimed, there); };
 }
 
-std::vector<HostileMessage> Types() {
+std::vector<HostileMessage> Types(AnyOperation operation) {
   constexpr std::uint32_t kMany = 100000000;
   const TypeWriter a_string = [](Wire& wire) { wire.Ulong(kTkString).Ulong(0); };
   return {
-      {"wrong type: string", Any(a_string, [](Wire& w) { w.Text("no record"); })},
-      {"wrong type: trace without samples", Any(Struct("IDL:Corvanta/BASIC_TRACE/BT_DATA:1.0", {Simple(kTkUlong)}), Nothing)},
-      {"null type", Any(Simple(kTkNull), Nothing)},
-      {"no such kind", Any(Simple(0x7fffffff), Nothing)},
-      {"indirection to nowhere", Any(Words({kIndirection, 0x80000000}), Nothing)},
-      {"indirection to itself", Any(Words({kIndirection, 0xfffffffc}), Nothing)},
-      {"type's length lies", Any(Words({kTkStruct, 0x7ffffff0, 1}), Nothing)},
-      {"type's length is zero", Any(Words({kTkStruct, 0}), Nothing)},
-      {"struct claims members", Any(ClaimsMembers(kTkStruct, kMany), Nothing)},
-      {"struct claims 2^32 - 1 members", Any(ClaimsMembers(kTkStruct, 0xffffffff), Nothing)},
-      {"enum claims members", Any(ClaimsMembers(kTkEnum, kMany), Nothing)},
-      {"union claims members", Any(ClaimsMembers(kTkUnion, kMany), Nothing)},
-      {"value type claims members", Any(ClaimsMembers(kTkValue, kMany), Nothing)},
-      {"objref type without name", Any(Words({kTkObjref, 4, 1}), Nothing)},
-      {"bush of structures", Any(Bush(9), Nothing)},
-      {"anys in anys, 26 deep", Any(AnysWithin(26), Nothing)},
-      {"anys in anys, 250,000 deep", Any(AnysWithin(250000), Nothing)},
-      {"nested sequences, 480 kB", Any(NestedTypes(kTkSequence, 480000), Nothing)},
-      {"nested sequences, 1 MB", Any(NestedTypes(kTkSequence, 1 << 20), Nothing)},
-      {"nested aliases, 1 MB", Any(NestedTypes(kTkAlias, 1 << 20), Nothing)},
-      {"nested structures, 1 MB", Any(NestedTypes(kTkStruct, 1 << 20), Nothing)},
+      {"wrong type: string", Any(operation, a_string, [](Wire& w) { w.Text("no record"); })},
+      {"wrong type: trace without samples", Any(operation, Struct("IDL:Corvanta/BASIC_TRACE/BT_DATA:1.0", {Simple(kTkUlong)}), Nothing)},
+      {"null type", Any(operation, Simple(kTkNull), Nothing)},
+      {"no such kind", Any(operation, Simple(0x7fffffff), Nothing)},
+      {"indirection to nowhere", Any(operation, Words({kIndirection, 0x80000000}), Nothing)},
+      {"indirection to itself", Any(operation, Words({kIndirection, 0xfffffffc}), Nothing)},
+      {"type's length lies", Any(operation, Words({kTkStruct, 0x7ffffff0, 1}), Nothing)},
+      {"type's length is zero", Any(operation, Words({kTkStruct, 0}), Nothing)},
+      {"struct claims members", Any(operation, ClaimsMembers(kTkStruct, kMany), Nothing)},
+      {"struct claims 2^32 - 1 members", Any(operation, ClaimsMembers(kTkStruct, 0xffffffff), Nothing)},
+      {"enum claims members", Any(operation, ClaimsMembers(kTkEnum, kMany), Nothing)},
+      {"union claims members", Any(operation, ClaimsMembers(kTkUnion, kMany), Nothing)},
+      {"value type claims members", Any(operation, ClaimsMembers(kTkValue, kMany), Nothing)},
+      {"objref type without name", Any(operation, Words({kTkObjref, 4, 1}), Nothing)},
+      {"bush of structures", Any(operation, Bush(9), Nothing)},
+      {"anys in anys, 26 deep", Any(operation, AnysWithin(26), Nothing)},
+      {"anys in anys, 250,000 deep", Any(operation, AnysWithin(250000), Nothing)},
+      {"nested sequences, 480 kB", Any(operation, NestedTypes(kTkSequence, 480000), Nothing)},
+      {"nested sequences, 1 MB", Any(operation, NestedTypes(kTkSequence, 1 << 20), Nothing)},
+      {"nested aliases, 1 MB", Any(operation, NestedTypes(kTkAlias, 1 << 20), Nothing)},
+      {"nested structures, 1 MB", Any(operation, NestedTypes(kTkStruct, 1 << 20), Nothing)},
   };
 }
 
-std::vector<HostileMessage> Values() {
+std::vector<HostileMessage> Values(AnyOperation operation) {
   return {
       {"nothing at all", Wire()},
-      {"trace: value is missing", Any(TraceType(), Nothing)},
-      {"trace: 2^30 samples", Any(TraceType(), Samples(0x3fffffff, 4))},
-      {"trace: 2^32 - 1 samples", Any(TraceType(), Samples(0xffffffff, 4))},
-      {"trace: one sample too few", Any(TraceType(), Samples(5, 4))},
-      {"value: value is missing", Any(ValueType(), Nothing)},
-      {"long: value is missing", Any(Simple(kTkLong), Nothing)},
-      {"boolean: neither true nor false", Any(Simple(kTkBoolean), [](Wire& w) { w.Octet(7); })},
+      {"trace: value is missing", Any(operation, TraceType(), Nothing)},
+      {"trace: 2^30 samples", Any(operation, TraceType(), Samples(0x3fffffff, 4))},
+      {"trace: 2^32 - 1 samples", Any(operation, TraceType(), Samples(0xffffffff, 4))},
+      {"trace: one sample too few", Any(operation, TraceType(), Samples(5, 4))},
+      {"value: value is missing", Any(operation, ValueType(), Nothing)},
+      {"long: value is missing", Any(operation, Simple(kTkLong), Nothing)},
+      {"boolean: neither true nor false", Any(operation, Simple(kTkBoolean), [](Wire& w) { w.Octet(7); })},
   };
 }
 
 std::vector<HostileMessage> Topics() {
-  const auto topic = [](const Part& name) { return Any(Simple(kTkLong), [&](Wire& w) { name(w.Ulong(1)); }); };
+  const auto topic = [](const Part& name) { return Any(AnyOperation::Publish, Simple(kTkLong), [&](Wire& w) { name(w.Ulong(1)); }); };
   return {
       {"topic is missing", topic(Nothing)},
       {"topic: length lies", topic([](Wire& w) { w.Ulong(0x7fffffff).Ulong(0); })},
@@ -118,22 +120,43 @@ std::vector<HostileMessage> Topics() {
   };
 }
 
+std::vector<HostileMessage> Groups() {
+  const auto handles = [](const Part& list) { return Any(AnyOperation::Group, Simple(kTkLong), [&](Wire& w) { list(w.Ulong(1)); }); };
+  return {
+      {"2^32 - 1 samples", Wire().Ulong(0xffffffff)},
+      {"1,024 samples, none there", Wire().Ulong(1024)},
+      {"handles are missing", handles(Nothing)},
+      {"2^30 handles", handles([](Wire& w) { w.Ulong(0x3fffffff); })},
+      {"1,024 handles, one there", handles([](Wire& w) { w.Ulong(1024).Ulong(1); })},
+  };
+}
+
 }  // namespace
 
-const char* NameOf(AnyOperation operation) { return operation == AnyOperation::Publish ? "Publish" : "DDS_Callback"; }
+const char* NameOf(AnyOperation operation) {
+  switch (operation) {
+    case AnyOperation::Callback: return "DDS_Callback";
+    case AnyOperation::Publish: return "Publish";
+    case AnyOperation::Group: return "DDS_Group";
+  }
+  return "";
+}
 
 std::vector<HostileMessage> HostileAnys(AnyOperation operation) {
-  std::vector<HostileMessage> messages = Types();
-  for (HostileMessage& value : Values()) messages.push_back(std::move(value));
+  std::vector<HostileMessage> messages = Types(operation);
+  for (HostileMessage& value : Values(operation)) messages.push_back(std::move(value));
   if (operation == AnyOperation::Publish)
     for (HostileMessage& topic : Topics()) messages.push_back(std::move(topic));
+  if (operation == AnyOperation::Group)
+    for (HostileMessage& group : Groups()) messages.push_back(std::move(group));
   return messages;
 }
 
 Wire HarmlessAny(AnyOperation operation) {
-  return Any(Simple(kTkLong), [operation](Wire& wire) {
+  return Any(operation, Simple(kTkLong), [operation](Wire& wire) {
     wire.Ulong(5);
     if (operation == AnyOperation::Publish) wire.Text("HARMLESS");
+    if (operation == AnyOperation::Group) wire.Ulong(1).Ulong(0x7fffffff);
   });
 }
 

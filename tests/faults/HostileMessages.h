@@ -7,8 +7,9 @@
 
 namespace Lumenar::Test {
 
-/// Where an operation that takes an any stands in its argument list: alone, or with a topic name behind it.
-enum class AnyOperation { Callback, Publish };
+/// Where an operation that takes an any has it in its argument list: alone, with a topic name behind it, or in a sequence, each with
+/// the handles that it is for behind it.
+enum class AnyOperation { Callback, Publish, Group };
 
 /// The name of the operation in IDL.
 const char* NameOf(AnyOperation operation);

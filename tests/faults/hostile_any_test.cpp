@@ -44,8 +44,9 @@ class HostileAny : public HostileFixture {
     for (const std::string& reference : SubscriberReferences(platform_)) {
       const ObjectAddress address = Corvanta::Test::AddressOf(reference);
       const bool in_engine = address.port == engine_port;
-      targets.push_back({in_engine ? "DDS_Callback in the engine" : "DDS_Callback in a client", AnyOperation::Callback, address,
-                         in_engine ? engine_.Pid() : client_->Pid()});
+      for (const AnyOperation operation : {AnyOperation::Callback, AnyOperation::Group})
+        targets.push_back({NameOf(operation) + std::string(in_engine ? " in the engine" : " in a client"), operation, address,
+                           in_engine ? engine_.Pid() : client_->Pid()});
     }
     return targets;
   }

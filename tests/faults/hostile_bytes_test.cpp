@@ -72,7 +72,8 @@ std::vector<std::string> WholeRequests(const ObjectAddress& factory, const Objec
           to_manager.Request("Publish", HarmlessAny(AnyOperation::Publish)),
           to_manager.Request("Subscribe", subscribe),
           to_manager.Request("LastSample", Wire().Text("HARMLESS")),
-          to_subscriber.Request("DDS_Callback", HarmlessAny(AnyOperation::Callback))};
+          to_subscriber.Request("DDS_Callback", HarmlessAny(AnyOperation::Callback)),
+          to_subscriber.Request("DDS_Group", HarmlessAny(AnyOperation::Group))};
 }
 
 class Noise {

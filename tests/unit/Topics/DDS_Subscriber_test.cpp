@@ -3,8 +3,10 @@
 #include <boost/scoped_ptr.hpp>
 #include <gmock/gmock.h>
 
+#include <stdexcept>
 #include <thread>
 
+#include "platform/orb/UpcallGate.h"
 #include "tests/unit/Topics/TopicsFixture.h"
 
 namespace Lumenar::Test {
@@ -267,6 +269,70 @@ TEST_F(DDS_SubscriberTest, DeletionDoesNotWaitForACallbackThatRuns) {
   EXPECT_EQ(slow.Finished(), 1);
   EXPECT_THAT(slow.Numbers(), ElementsAre(1)) << "the late delivery found nobody";
   EXPECT_TRUE(WaitUntil([] { return LiveInstances("SubscriberServant") == 0; }));
+}
+
+/// Several subscribers of this process, called through any one of them.
+class GroupTest : public TopicsFixture {
+ protected:
+  std::vector<CORBA::Long> Call(CORBA::Long called, int number, const std::vector<CORBA::Long>& handles) {
+    const Corvanta::DDS_GroupSub_var group = Corvanta::DDS_GroupSub::_narrow(Manager().Subscriber(called));
+    const Corvanta::SampleRecord record(std::in_place_type<CORBA::Long>, number);
+    return Corvanta::CallGroup(group, {{Corvanta::ViewOf(record), handles}});
+  }
+
+  Received one_, two_;
+};
+
+TEST_F(GroupTest, EachThatIsNamedTakesTheSample) {
+  DDS_Subscriber<int> one(kTopic, one_.Callback());
+  DDS_Subscriber<int> two("ANOTHER/TOPIC", two_.Callback());
+  EXPECT_THAT(Call(one.GetId(), 5, {one.GetId(), two.GetId()}), IsEmpty());
+  EXPECT_THAT(Call(one.GetId(), 6, {two.GetId()}), IsEmpty());
+  EXPECT_THAT(one_.numbers, ElementsAre(5));
+  EXPECT_THAT(two_.numbers, ElementsAre(5, 6));
+  EXPECT_THAT(two_.topics, ElementsAre("ANOTHER/TOPIC", "ANOTHER/TOPIC")) << "its own";
+}
+
+TEST_F(GroupTest, TracesAreWholeForEach) {
+  std::vector<float> sums;
+  const auto add = [&sums](const char*, BT_DATA trace) { sums.push_back(trace.samples[0] + trace.samples[1]); };
+  DDS_Subscriber<BT_DATA> one(kTopic, add), two(kTopic, add), three(kTopic, add);
+  const Corvanta::SampleRecord trace = TraceOf({1, 2});
+  const Corvanta::DDS_GroupSub_var group = Corvanta::DDS_GroupSub::_narrow(Manager().Subscriber(one.GetId()));
+  EXPECT_THAT(Corvanta::CallGroup(group, {{Corvanta::ViewOf(trace), {one.GetId(), two.GetId(), three.GetId()}}}), IsEmpty());
+  EXPECT_THAT(sums, ElementsAre(3, 3, 3));
+}
+
+TEST_F(GroupTest, WhoIsNotHereOrGoneTakesNothing) {
+  boost::scoped_ptr<DDS_Subscriber<int>> one(new DDS_Subscriber<int>(kTopic, one_.Callback()));
+  DDS_Subscriber<int> two(kTopic, two_.Callback());
+  const CORBA::Long gone = one->GetId();
+  one.reset();
+  EXPECT_THAT(Call(two.GetId(), 5, {gone, two.GetId(), 12345}), ElementsAre(gone, 12345));
+  EXPECT_THAT(one_.numbers, IsEmpty());
+  EXPECT_THAT(two_.numbers, ElementsAre(5));
+}
+
+TEST_F(GroupTest, AFailureIsItsSubscribersOwnAffair) {
+  DDS_Subscriber<int> failing(kTopic, [](const char*, int) { throw std::runtime_error("not yours"); });
+  DDS_Subscriber<int> two(kTopic, two_.Callback());
+  EXPECT_THAT(Call(two.GetId(), 5, {failing.GetId(), two.GetId()}), IsEmpty());
+  EXPECT_THAT(two_.numbers, ElementsAre(5));
+}
+
+class Built final : public PortableServer::ServantBase {};
+
+/// An object under construction keeps its callers waiting; those behind it in the call do not wait with it.
+TEST_F(GroupTest, WhoWouldHaveToWaitTakesNothing) {
+  const PortableServer::Servant_var<Built> object(new Built);
+  const boost::shared_ptr<Corvanta::UpcallGate> gate = Corvanta::UpcallGate::Create(object.in());
+  DDS_Subscriber<int> building(kTopic, gate->Guard(one_.Callback()));
+  DDS_Subscriber<int> two(kTopic, two_.Callback());
+  EXPECT_THAT(Call(two.GetId(), 5, {building.GetId(), two.GetId()}), ElementsAre(building.GetId()));
+  EXPECT_THAT(two_.numbers, ElementsAre(5));
+  gate->Open();
+  EXPECT_THAT(Call(two.GetId(), 6, {building.GetId(), two.GetId()}), IsEmpty());
+  EXPECT_THAT(one_.numbers, ElementsAre(6));
 }
 
 }  // namespace

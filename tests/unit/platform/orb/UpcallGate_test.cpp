@@ -50,6 +50,22 @@ TEST_F(UpcallGate_, CallersWaitWhileTheObjectIsBuilt) {
   for (auto& caller : callers) EXPECT_TRUE(caller.get()) << "came in before the object was built";
 }
 
+TEST_F(UpcallGate_, WhoMayNotWaitIsToldSo) {
+  bool came_in = false;
+  const auto guarded = gate_->Guard([&came_in] { came_in = true; });
+  {
+    UpcallGate::WithoutWaiting without_waiting;
+    EXPECT_THROW(guarded(), UpcallGate::WouldWait);
+    EXPECT_FALSE(came_in);
+    gate_->Open();
+    guarded();
+    EXPECT_TRUE(came_in) << "there is nothing to wait for";
+  }
+  boost::shared_ptr<UpcallGate> other = UpcallGate::Create(object_);
+  auto opener = std::async(std::launch::async, [&] { other->Open(); });
+  EXPECT_TRUE(bool(UpcallGate::Pass(*other))) << "waits again";
+}
+
 TEST_F(UpcallGate_, CallersThatWaitAreSentAwayWhenTheBuildingFails) {
   auto caller = std::async(std::launch::async, [&] { return bool(UpcallGate::Pass(*gate_)); });
   gate_->Close();

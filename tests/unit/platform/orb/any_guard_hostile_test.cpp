@@ -58,6 +58,15 @@ Wire Any(const std::function<void(Wire&)>& type, const std::function<void(Wire&)
   return wire;
 }
 
+/// The one sample of a group.
+Wire Group(const std::function<void(Wire&)>& type, const std::function<void(Wire&)>& value_and_handles) {
+  Wire wire;
+  wire.Ulong(1);
+  type(wire);
+  value_and_handles(wire);
+  return wire;
+}
+
 void Nothing(Wire&) {}
 
 TEST(any_guard_by_hand, RecordsInBothByteOrdersAreUnderstood) {
@@ -149,6 +158,15 @@ std::vector<Hostile> HostileMessages() {
       {"topic_without_end", "Publish", Any(a_long, [](Wire& w) { w.Ulong(1).Ulong(2).Raw("ab"); }), "MARSHAL"},
       {"topic_with_a_zero_inside", "Publish", Any(a_long, ThenTopic(std::string("a\0b", 3))), "MARSHAL"},
       {"topic_too_long", "Publish", Any(a_long, ThenTopic(std::string(5000, 't'))), "BAD_PARAM"},
+      {"group_of_nothing_at_all", "DDS_Group", Wire(), "MARSHAL"},
+      {"group_claims_samples", "DDS_Group", Wire().Ulong(1024), "MARSHAL"},
+      {"group_claims_too_many_samples", "DDS_Group", Wire().Ulong(0xffffffff), "BAD_PARAM"},
+      {"group_struct_claims_members", "DDS_Group", Group(ClaimsMembers, Nothing), "MARSHAL"},
+      {"group_sequences_480_kB_deep", "DDS_Group", Group(SequencesWithin, Nothing), "BAD_PARAM"},
+      {"group_samples_overflow", "DDS_Group", Group(TraceType(), Samples(0xffffffff, 4)), "MARSHAL"},
+      {"group_without_handles", "DDS_Group", Group(a_long, [](Wire& w) { w.Ulong(1); }), "MARSHAL"},
+      {"group_claims_handles", "DDS_Group", Group(a_long, [](Wire& w) { w.Ulong(1).Ulong(1024).Ulong(3); }), "MARSHAL"},
+      {"group_claims_too_many_handles", "DDS_Group", Group(a_long, [](Wire& w) { w.Ulong(1).Ulong(0x3fffffff); }), "BAD_PARAM"},
   };
 }
 
@@ -166,10 +184,13 @@ TEST_P(any_guard_hostile, IsAnsweredAtOnceAndTheNextCallWorks) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
   EXPECT_LT(server.PeakMemory_kB() - before_kB, 8 * 1024);
   ASSERT_TRUE(server.IsRunning());
-  const Wire sample = Any(Simple(kTkLong), [&](Wire& w) {
+  const std::string operation = hostile.operation;
+  const auto value = [&](Wire& w) {
     w.Ulong(5);
-    if (std::string(hostile.operation) == "Publish") w.Text("T");
-  });
+    if (operation == "Publish") w.Text("T");
+    if (operation == "DDS_Group") w.Ulong(1).Ulong(7);
+  };
+  const Wire sample = operation == "DDS_Group" ? Group(Simple(kTkLong), value) : Any(Simple(kTkLong), value);
   EXPECT_EQ(client.Call(hostile.operation, sample), "ok") << "on the same connection";
   RawClient next(target);
   EXPECT_EQ(next.Call(hostile.operation, sample), "ok") << "on a new one";

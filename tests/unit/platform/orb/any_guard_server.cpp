@@ -1,5 +1,5 @@
 // Servants behind the any guard, for tests: writes the references of a subscriber and of a manager, then a line for each
-// record that comes in. A sample "long -1" is answered with BAD_OPERATION.
+// record that comes in. A sample "long -1" is answered with BAD_OPERATION; handle 13 does not take its sample, and 14 throws.
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/orb/ORB_wrapper.h"
@@ -10,10 +10,14 @@
 namespace Corvanta {
 namespace {
 
-class Subscriber : public POA_Corvanta::DDS_Sub {
+class Subscriber : public POA_Corvanta::DDS_GroupSub {
  public:
   void DDS_Callback(const CORBA::Any&) override { Lumenar::WriteOut("not guarded"); }
   CORBA::Long GetId() override { return 7; }
+  HandleSeq* DDS_Group(const SharedSampleSeq&) override {
+    Lumenar::WriteOut("not guarded");
+    return new HandleSeq;
+  }
 
   CORBA::Boolean _dispatch(omniCallHandle& handle) override {
     const auto deliver = [](SampleRecord&& record) {
@@ -21,7 +25,13 @@ class Subscriber : public POA_Corvanta::DDS_Sub {
       if (number != nullptr && *number == -1) throw CORBA::BAD_OPERATION(0, CORBA::COMPLETED_YES);
       Lumenar::WriteOut("callback " + Test::TextOf(record));
     };
-    return DispatchCallback(handle, this, deliver) || POA_Corvanta::DDS_Sub::_dispatch(handle);
+    const auto take = [](CORBA::Long member, SampleRecord& record, bool last) {
+      Lumenar::WriteOut("group " + std::to_string(member) + (last ? " last " : " ") + Test::TextOf(record));
+      if (member == 14) throw CORBA::BAD_OPERATION(0, CORBA::COMPLETED_YES);
+      return member != 13;
+    };
+    return DispatchCallback(handle, this, deliver) || DispatchGroup(handle, this, take) ||
+           POA_Corvanta::DDS_GroupSub::_dispatch(handle);
   }
 };
 

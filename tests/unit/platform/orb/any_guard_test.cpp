@@ -1,5 +1,6 @@
 #include "platform/orb/any_guard.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -112,6 +113,29 @@ TEST_F(any_guard_, EveryKindOfRecordArrivesAsItWasSent) {
   RoundTrip(SampleRecord(std::in_place_type<bool>, true));
   RoundTrip(SampleRecord(std::in_place_type<bool>, false));
   EXPECT_EQ(server_.Out().find("not guarded"), std::string::npos);
+}
+
+TEST_F(any_guard_, AGroupArrivesAsItWasSentAndSaysWhoTookNothing) {
+  const SampleRecord trace = Trace(1001);
+  const SampleRecord value = Value();
+  const DDS_GroupSub_var group = DDS_GroupSub::_narrow(subscriber_);
+  EXPECT_THAT(CallGroup(group, {{ViewOf(trace), {1, 13, 14}}, {ViewOf(value), {2}}, {ViewOf(value), {}}, {ViewOf(trace), {13}}}),
+              testing::ElementsAre(13, 13));
+  const std::string trace_text = TextOf(trace);
+  EXPECT_TRUE(Wrote("group 1 " + trace_text));
+  EXPECT_TRUE(Wrote("group 14 last " + trace_text));
+  EXPECT_TRUE(Wrote("group 2 last " + TextOf(value)));
+  EXPECT_TRUE(Wrote("group 13 last " + trace_text));
+  EXPECT_THAT(CallGroup(group, {}), testing::IsEmpty());
+  EXPECT_EQ(server_.Out().find("not guarded"), std::string::npos);
+}
+
+TEST_F(any_guard_, AGroupThatIsTooLargeIsNotSent) {
+  const SampleRecord trace = Trace(static_cast<CORBA::ULong>(omniORB::giopMaxMsgSize() / sizeof(float) / 2));
+  const DDS_GroupSub_var group = DDS_GroupSub::_narrow(subscriber_);
+  EXPECT_THROW(CallGroup(group, {{ViewOf(trace), {1}}, {ViewOf(trace), {2}}}), CORBA::IMP_LIMIT);
+  EXPECT_THROW(CallGroup(DDS_GroupSub::_nil(), {}), CORBA::INV_OBJREF);
+  EXPECT_EQ(subscriber_->GetId(), 7);
 }
 
 TEST_F(any_guard_, LongTracesArriveWhole) {

@@ -1,0 +1,86 @@
+#include "platform/dds/GroupSubscriber.h"
+
+#include <new>
+#include <optional>
+#include <unordered_map>
+#include <utility>
+
+#include "platform/base/Mutex.h"
+#include "platform/orb/UpcallGate.h"
+
+namespace Corvanta {
+
+/// The subscribers of this process by their handles.
+class GroupSubscriber::Members {
+ public:
+  static Members& Instance() {
+    static Members* members = new Members;  // outlives every servant
+    return *members;
+  }
+
+  /// A handle that another subscriber had of a manager that is no more is the new one's.
+  void Enter(CORBA::Long handle, GroupSubscriber* member) {
+    Lumenar::Lock lock(mutex_);
+    members_[handle] = member;
+  }
+
+  void Leave(CORBA::Long handle, const GroupSubscriber* member) noexcept {
+    Lumenar::Lock lock(mutex_);
+    const auto found = members_.find(handle);
+    if (found != members_.end() && found->second == member) members_.erase(found);
+  }
+
+  /// Held by a reference of the caller's; null for an unknown handle.
+  GroupSubscriber* Find(CORBA::Long handle) {
+    Lumenar::Lock lock(mutex_);
+    const auto found = members_.find(handle);
+    if (found == members_.end()) return nullptr;
+    found->second->_add_ref();  // under the lock: who leaves does so before it is released
+    return found->second;
+  }
+
+ private:
+  Lumenar::Mutex mutex_;
+  std::unordered_map<CORBA::Long, GroupSubscriber*> members_ GUARDED_BY(mutex_);
+};
+
+CORBA::Boolean GroupSubscriber::_dispatch(omniCallHandle& handle) {
+  return DispatchCallback(handle, this, [this](SampleRecord&& sample) { Take(std::move(sample)); }) ||
+         DispatchGroup(handle, this, &TakeFor) || POA_Corvanta::DDS_GroupSub::_dispatch(handle);
+}
+
+HandleSeq* GroupSubscriber::DDS_Group(const SharedSampleSeq& samples) { return TakeGroup(samples, &TakeFor); }
+
+bool GroupSubscriber::TakeFor(CORBA::Long handle, SampleRecord& sample, bool last) {
+  const PortableServer::Servant_var<GroupSubscriber> member(Members::Instance().Find(handle));
+  if (member.in() == nullptr) return false;
+  if (last) return member->TakeAtOnce(std::move(sample));
+  std::optional<SampleRecord> copy;
+  try {
+    copy = sample;
+  } catch (const std::bad_alloc&) {  // the subscriber has had nothing of it
+    return false;
+  }
+  return member->TakeAtOnce(std::move(*copy));
+}
+
+bool GroupSubscriber::TakeAtOnce(SampleRecord&& sample) {
+  const UpcallGate::WithoutWaiting without_waiting;
+  try {
+    Take(std::move(sample));
+    return true;
+  } catch (const UpcallGate::WouldWait&) {
+    return false;
+  }
+}
+
+void GroupSubscriber::JoinGroup(CORBA::Long handle) noexcept {
+  try {
+    Members::Instance().Enter(handle, this);
+  } catch (const std::bad_alloc&) {
+  }
+}
+
+void GroupSubscriber::LeaveGroup(CORBA::Long handle) noexcept { Members::Instance().Leave(handle, this); }
+
+}  // namespace Corvanta

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "platform/orb/any_guard.h"
+
+namespace Corvanta {
+
+/// A subscriber's servant whose process takes samples for several of its subscribers in one call.
+///
+/// Such a call hands each sample out in turn on one thread. A subscriber that would have to wait for something takes nothing then
+/// (see UpcallGate::WithoutWaiting), so that it holds up no other: it gets its sample in a call of its own.
+/// Threads   any.
+class GroupSubscriber : public POA_Corvanta::DDS_GroupSub {
+ public:
+  HandleSeq* DDS_Group(const SharedSampleSeq& samples) override;
+
+  /// Samples off the wire go through the any guard.
+  CORBA::Boolean _dispatch(omniCallHandle& handle) override;
+
+ protected:
+  GroupSubscriber() = default;
+  ~GroupSubscriber() override = default;
+
+  /// A decoded sample; what this throws reaches the caller of DDS_Callback.
+  virtual void Take(SampleRecord&& sample) = 0;
+
+  /// From here on a group call finds this subscriber by its handle. Without memory for that, it does not: samples come singly then.
+  void JoinGroup(CORBA::Long handle) noexcept;
+
+  /// The end of that, before the owner gives up its reference. A second call does nothing.
+  void LeaveGroup(CORBA::Long handle) noexcept;
+
+ private:
+  class Members;
+
+  bool TakeAtOnce(SampleRecord&& sample);
+  static bool TakeFor(CORBA::Long handle, SampleRecord& sample, bool last);
+};
+
+}  // namespace Corvanta
