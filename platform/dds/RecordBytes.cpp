@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "platform/orb/sample_wire.h"
+
 namespace Corvanta {
 namespace {
 
@@ -21,17 +23,22 @@ struct Writer {
   void operator()(bool truth) const { stream.marshalBoolean(truth); }
 };
 
-template <class Record>
-SampleRecord Read(cdrStream& stream) {
-  Record record;
-  record <<= stream;
-  return record;
+SampleRecord ReadTraceRecord(cdrStream& stream) {
+  BASIC_TRACE::BT_DATA trace;
+  ReadTrace(stream, trace);
+  return trace;
+}
+
+SampleRecord ReadValueRecord(cdrStream& stream) {
+  VALUE_DOUBLE::VALUE value;
+  value <<= stream;
+  return value;
 }
 
 SampleRecord ReadKind(cdrStream& stream) {
   switch (stream.unmarshalOctet()) {
-    case kTrace: return Read<BASIC_TRACE::BT_DATA>(stream);
-    case kValue: return Read<VALUE_DOUBLE::VALUE>(stream);
+    case kTrace: return ReadTraceRecord(stream);
+    case kValue: return ReadValueRecord(stream);
     case kLong: {
       CORBA::Long number = 0;
       number <<= stream;

@@ -24,15 +24,6 @@ void ReadSamples(cdrStream& stream, CORBA::FloatSeq& samples) {
   }
 }
 
-void ReadTrace(cdrStream& stream, BASIC_TRACE::BT_DATA& trace) {
-  trace.sequence_number = stream.unmarshalULong();
-  trace.flags = stream.unmarshalULong();
-  stream.unmarshalArrayULong(trace.header, static_cast<int>(std::extent_v<BASIC_TRACE::HeaderBlock>));
-  trace.units <<= stream;
-  trace.x_step = stream.unmarshalDouble();
-  ReadSamples(stream, trace.samples);
-}
-
 void ReadRecord(RecordKind kind, cdrStream& stream, SampleRecord& record) {
   switch (kind) {
     case RecordKind::Trace: ReadTrace(stream, record.emplace<BASIC_TRACE::BT_DATA>()); break;
@@ -44,6 +35,15 @@ void ReadRecord(RecordKind kind, cdrStream& stream, SampleRecord& record) {
 }
 
 }  // namespace
+
+void ReadTrace(cdrStream& stream, BASIC_TRACE::BT_DATA& trace) {
+  trace.sequence_number = stream.unmarshalULong();
+  trace.flags = stream.unmarshalULong();
+  stream.unmarshalArrayULong(trace.header, static_cast<int>(std::extent_v<BASIC_TRACE::HeaderBlock>));
+  trace.units <<= stream;
+  trace.x_step = stream.unmarshalDouble();
+  ReadSamples(stream, trace.samples);
+}
 
 void ReadSample(cdrStream& stream, SampleRecord& record) { ReadRecord(ReadRecordTypeCode(stream), stream, record); }
 
