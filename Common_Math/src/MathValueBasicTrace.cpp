@@ -4,7 +4,9 @@
 #include <bit>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -332,6 +334,22 @@ bool MathTrace::Remove_dB() {
   }
   record.units = VALUE::UnitsToCorba(target);
   return true;
+}
+
+bool MathTrace::GoThroughDecibels() {
+  std::vector<float> samples;
+  try {
+    samples.assign(Samples(), Samples() + Length());
+  } catch (const std::bad_alloc&) {  // whether something changed stays unknown then
+  }
+  const Units units = VALUE::UnitsFromCorba(record.units);
+  const bool was_uniform = list_.IsUniform();
+  const Sample form = list_.Form();
+  Add_dB();
+  Remove_dB();
+  const bool same_form = form.Get_unit() == list_.Form().Get_unit() && SameErrors(form, list_.Form());
+  return was_uniform && list_.IsUniform() && same_form && VALUE::UnitsFromCorba(record.units) == units &&
+         samples.size() == Length() && std::memcmp(samples.data(), Samples(), samples.size() * sizeof(float)) == 0;
 }
 
 void MathTrace::DoPeak(const MathValue& other) {

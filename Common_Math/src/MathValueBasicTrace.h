@@ -86,6 +86,10 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
   /// Takes the samples out of dB; false, with nothing changed, when they are not in dB.
   bool Remove_dB();
 
+  /// Add_dB and Remove_dB of a trace that Remove_dB has taken out of dB. Whether nothing has changed by it: then nothing would by
+  /// another round.
+  bool GoThroughDecibels();
+
   /// Keeps, sample by sample, the larger of this and the other trace; equal ones stay.
   /// Errors   MathFactoryException for traces of different sizes.
   void DoPeak(const MathValue& other);

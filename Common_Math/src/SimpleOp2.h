@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "Common_Math/src/DecibelOperand.h"
 #include "Common_Math/src/MathBaseTemplate.h"
 #include "Topics/DDS_Subscriber.h"
 #include "Value/Value_object.h"
@@ -27,7 +28,11 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
   /// Errors   MathFactoryException; CORBA system exceptions; the value library's, as Update.
   SimpleOp2(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui, const char* type, Operation op,
             Corvanta::EngineReadingBase_ptr first, Corvanta::EngineReadingBase_ptr second)
-      : MathBaseTemplate<T, ValReadingMap<T>>(namer, gui), first_(first), second_(second), type_(type), op_(op) {
+      : MathBaseTemplate<T, ValReadingMap<T>>(namer, gui),
+        first_(MathValue<T>(first)),
+        second_(MathValue<T>(second)),
+        type_(type),
+        op_(op) {
     // Remote calls under the lock: nobody can contend for it yet, since samples wait at the gate until the object is
     // complete.
     Lock lock(mutex_);
@@ -40,8 +45,8 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
         second_topic,
         this->Gate().Guard([this](const char* topic, T&& sample) { Val2Callback(topic, std::move(sample)); })));
     // Once more, so that no sample is lost between the first look and the subscription.
-    first_ = MathValue<T>(first);
-    second_ = MathValue<T>(second);
+    first_ = DecibelOperand<T>(MathValue<T>(first));
+    second_ = DecibelOperand<T>(MathValue<T>(second));
     Update();
   }
 
@@ -81,7 +86,7 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
 
   void UpdateRelative() REQUIRES(mutex_) {
     try {
-      this->SetResult(op_(first_, second_));
+      this->SetResult(op_(first_.Value(), second_.Value()));
     } catch (const Value::UnitDimensionNotSame&) {
     } catch (const Value::MissingUnitInFirstParameter&) {
     } catch (const Value::OperationNotValid&) {}
@@ -95,7 +100,7 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     try {
       first_was_dB = first_.Remove_dB();
       second_was_dB = second_.Remove_dB();
-      MathValue<T> result = op_(first_, second_);
+      MathValue<T> result = op_(first_.Value(), second_.Value());
       if (first_was_dB) result.Add_dB();
       this->SetResult(std::move(result));
     } catch (const Value::UnitDimensionNotSame&) {
@@ -117,8 +122,8 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     second_subscription_.reset();
   }
 
-  MathValue<T> first_ GUARDED_BY(mutex_);
-  MathValue<T> second_ GUARDED_BY(mutex_);
+  DecibelOperand<T> first_ GUARDED_BY(mutex_);
+  DecibelOperand<T> second_ GUARDED_BY(mutex_);
   boost::scoped_ptr<Corvanta::DDS_Subscriber<T>> first_subscription_;
   boost::scoped_ptr<Corvanta::DDS_Subscriber<T>> second_subscription_;
   const std::string type_;

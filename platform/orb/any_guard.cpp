@@ -103,49 +103,22 @@ class IncomingGroup : public omniCallDescriptor {
       : omniCallDescriptor(&Deliver, kGroup, sizeof kGroup, false, nullptr, 0, true), take_(take) {}
 
   void unmarshalArguments(cdrStream& stream) override {
-    const CORBA::ULong count = stream.unmarshalULong();
-    RequireFew(count);
+    samples_ = ReadGroup(stream);
     CORBA::ULong handles = 0;
-    for (CORBA::ULong i = 0; i < count; ++i) {
-      samples_.emplace_back();
-      ReadSample(stream, samples_.back().record);
-      if (std::holds_alternative<std::monostate>(samples_.back().record)) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
-      handles += ReadHandles(stream, samples_.back().handles);
-      RequireFew(handles);
-    }
+    for (const SharedRecord& shared : samples_) handles += shared.handles.length();
     refused_ = HandleSeq(handles);  // room for all: nothing fails once a subscriber has its sample
   }
 
   void marshalReturnedValues(cdrStream& stream) override { refused_ >>= stream; }
 
  private:
-  struct Shared {
-    SampleRecord record;
-    HandleSeq handles;
-  };
-
-  /// A message could claim, and hold, millions of them.
-  static void RequireFew(CORBA::ULong count) {
-    constexpr CORBA::ULong kMost = 1024;
-    if (count > kMost) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
-  }
-
-  /// How many there are.
-  static CORBA::ULong ReadHandles(cdrStream& stream, HandleSeq& handles) {
-    const CORBA::ULong count = stream.unmarshalULong();
-    RequireFew(count);
-    handles.length(count);
-    for (CORBA::ULong i = 0; i < count; ++i) handles[i] = stream.unmarshalLong();
-    return count;
-  }
-
   static void Deliver(omniCallDescriptor* descriptor, omniServant*) {
     auto* call = static_cast<IncomingGroup*>(descriptor);
-    for (Shared& shared : call->samples_) HandOut(shared.record, shared.handles, call->take_, call->refused_);
+    for (SharedRecord& shared : call->samples_) HandOut(shared.record, shared.handles, call->take_, call->refused_);
   }
 
   const TakeSample& take_;
-  std::deque<Shared> samples_;
+  std::deque<SharedRecord> samples_;
   HandleSeq refused_;
 };
 
@@ -156,12 +129,7 @@ class OutgoingGroup : public omniCallDescriptor {
       : omniCallDescriptor(nullptr, kGroup, sizeof kGroup, false, nullptr, 0, false), samples_(samples) {}
 
   void marshalArguments(cdrStream& stream) override {
-    stream.marshalULong(static_cast<CORBA::ULong>(samples_.size()));
-    for (const SharedSampleView& shared : samples_) {
-      WriteSample(shared.sample, stream);
-      stream.marshalULong(static_cast<CORBA::ULong>(shared.handles.size()));
-      for (const CORBA::Long handle : shared.handles) stream.marshalLong(handle);
-    }
+    WriteGroup(samples_, stream);
   }
 
   void unmarshalReturnedValues(cdrStream& stream) override { refused_ <<= stream; }

@@ -34,6 +34,21 @@ void ReadRecord(RecordKind kind, cdrStream& stream, SampleRecord& record) {
   }
 }
 
+/// Of the parts of a group.
+void RequireFew(CORBA::ULong count) {
+  constexpr CORBA::ULong kMost = 1024;
+  if (count > kMost) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+}
+
+/// How many there are.
+CORBA::ULong ReadHandles(cdrStream& stream, HandleSeq& handles) {
+  const CORBA::ULong count = stream.unmarshalULong();
+  RequireFew(count);
+  handles.length(count);
+  for (CORBA::ULong i = 0; i < count; ++i) handles[i] = stream.unmarshalLong();
+  return count;
+}
+
 }  // namespace
 
 void ReadTrace(cdrStream& stream, BASIC_TRACE::BT_DATA& trace) {
@@ -80,6 +95,30 @@ void WriteSample(const SampleView& sample, cdrStream& stream) {
     }
   };
   std::visit(Writer{stream}, sample);
+}
+
+std::deque<SharedRecord> ReadGroup(cdrStream& stream) {
+  const CORBA::ULong count = stream.unmarshalULong();
+  RequireFew(count);
+  std::deque<SharedRecord> samples;
+  CORBA::ULong all_handles = 0;
+  for (CORBA::ULong i = 0; i < count; ++i) {
+    SharedRecord& shared = samples.emplace_back();
+    ReadSample(stream, shared.record);
+    if (std::holds_alternative<std::monostate>(shared.record)) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    all_handles += ReadHandles(stream, shared.handles);
+    RequireFew(all_handles);
+  }
+  return samples;
+}
+
+void WriteGroup(const std::vector<SharedSampleView>& samples, cdrStream& stream) {
+  stream.marshalULong(static_cast<CORBA::ULong>(samples.size()));
+  for (const SharedSampleView& shared : samples) {
+    WriteSample(shared.sample, stream);
+    stream.marshalULong(static_cast<CORBA::ULong>(shared.handles.size()));
+    for (const CORBA::Long handle : shared.handles) stream.marshalLong(handle);
+  }
 }
 
 }  // namespace Corvanta

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <deque>
 #include <string>
+#include <vector>
 
 #include "platform/orb/any_guard.h"
 
@@ -22,5 +24,17 @@ void ReadTrace(cdrStream& stream, BASIC_TRACE::BT_DATA& trace);
 std::string ReadTopic(cdrStream& stream);
 
 void WriteSample(const SampleView& sample, cdrStream& stream);
+
+/// A sample for several subscribers of a process, as it came in.
+struct SharedRecord {
+  SampleRecord record;
+  HandleSeq handles;
+};
+
+/// What DDS_Group sends. A message could claim, and hold, millions of either, so there may be 1024 samples and as many handles.
+/// Errors   CORBA::MARSHAL as ReadSample; BAD_PARAM for more of them, and for a sample of another type, behind which nothing is found.
+std::deque<SharedRecord> ReadGroup(cdrStream& stream);
+
+void WriteGroup(const std::vector<SharedSampleView>& samples, cdrStream& stream);
 
 }  // namespace Corvanta

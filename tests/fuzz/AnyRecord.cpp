@@ -43,7 +43,28 @@ void CheckRecord(const SampleRecord& record, std::size_t sent_bytes) {
 
 }  // namespace
 
-/// The first byte says the byte order, and whether a topic follows.
+/// A call for several subscribers: what was read can be sent, and read again, and is the same.
+void CheckGroup(cdrMemoryStream& stream, std::size_t sent_bytes) {
+  const std::deque<Corvanta::SharedRecord> samples = Corvanta::ReadGroup(stream);
+  std::vector<Corvanta::SharedSampleView> views;
+  std::size_t handles = 0;
+  for (const Corvanta::SharedRecord& shared : samples) {
+    CheckRecord(shared.record, sent_bytes);
+    handles += shared.handles.length();
+    const CORBA::Long* const begin = shared.handles.get_buffer();
+    views.push_back({Corvanta::ViewOf(shared.record), {begin, begin + shared.handles.length()}});
+  }
+  Require(samples.size() <= 1024 && handles <= 1024, "a group is small");
+  cdrMemoryStream written;
+  Corvanta::WriteGroup(views, written);
+  const std::deque<Corvanta::SharedRecord> again = Corvanta::ReadGroup(written);
+  Require(again.size() == samples.size(), "a group read again is the same");
+  for (std::size_t i = 0; i < samples.size(); ++i)
+    Require(BytesOf(again[i].record) == BytesOf(samples[i].record) && again[i].handles.length() == samples[i].handles.length(),
+            "a sample of a group read again is the same");
+}
+
+/// The first byte says the byte order, and whether a topic follows, or a group stands there.
 void AnyRecord(Bytes input) {
   Input rest(input);
   const auto form = rest.Take<std::uint8_t>();
@@ -51,6 +72,7 @@ void AnyRecord(Bytes input) {
   Fill(stream, rest.Rest());
   stream.setByteSwapFlag((form & 1) != 0);
   try {
+    if ((form & 4) != 0) return CheckGroup(stream, rest.Rest().size());
     SampleRecord record;
     Corvanta::ReadSample(stream, record);
     CheckRecord(record, rest.Rest().size());
