@@ -2,6 +2,7 @@
 
 #include "Value/conversion_table.h"
 #include "Value/decibel_numbers.h"
+#include "Value/scaling.h"
 #include "platform/units/exceptions.h"
 
 #include <fmt/format.h>
@@ -94,8 +95,12 @@ bool Are_reciprocal(const Units& a, const Units& b) {
 std::int64_t Size(std::int32_t exponent) { return exponent < 0 ? -std::int64_t{exponent} : exponent; }
 
 template <class T>
-T Scale(T number, double factor) noexcept {
+T Scaled(T number, double factor) noexcept {
   return static_cast<T>(static_cast<double>(number) * factor);
+}
+
+void Scale(const double* in, double* out, std::size_t count, double first, double second) noexcept {
+  Transform(in, out, count, [first, second](double x) { return Scaled(Scaled(x, first), second); });
 }
 
 void To_decibels(const float* in, float* out, std::size_t count, double k) { Linear_to_decibel(in, out, count, k); }
@@ -200,7 +205,7 @@ bool Unit_conversion<T>::Is_identity() const noexcept {
 
 template <class T>
 T Unit_conversion<T>::Scale_and_level(T number) const noexcept {
-  const T scaled = Scale(Scale(number, factor_), target_factor_);
+  const T scaled = Scaled(Scaled(number, factor_), target_factor_);
   return to_dB_ ? To_decibel(scaled, to_k_) : scaled;
 }
 
@@ -238,11 +243,9 @@ void Unit_conversion<T>::Apply(const T* in, T* out, std::size_t count) const noe
       step([](T x) { return T(1) / x; });
     }
   }
-  if (factor_ != 1.0 || in != out) {
-    step([f = factor_](T x) { return Scale(x, f); });
-  }
-  if (target_factor_ != 1.0) {
-    step([f = target_factor_](T x) { return Scale(x, f); });
+  if (factor_ != 1.0 || target_factor_ != 1.0 || in != out) {
+    Scale(in, out, count, factor_, target_factor_);
+    in = out;
   }
   if (to_dB_) {
     To_decibels(in, out, count, to_k_);

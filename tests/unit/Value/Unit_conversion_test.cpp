@@ -1,11 +1,13 @@
 #include "Value/Unit_conversion.h"
 
 #include "Value/conversion_table.h"
+#include "Value/scaling.h"
 #include "tests/unit/Value/value_checks.h"
 
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cstdint>
 #include <limits>
 #include <vector>
 
@@ -110,6 +112,35 @@ TEST(UnitConversionFloat, ToOnesOwnScaledUnitRoundsTwiceAndSoIsNoIdentity) {
   const Units milli = Scaled(C_Watts, -3);
   EXPECT_FALSE(Unit_conversion<float>::Plan(milli, milli).Is_identity());
   EXPECT_TRUE(Unit_conversion<double>::Plan(milli, milli).Is_identity());
+}
+
+/// Numbers of every kind: random bits, so that each class of float is among them.
+std::vector<float> Floats(std::size_t count) {
+  std::vector<float> floats{0.0f, -0.0f, std::numeric_limits<float>::infinity(), std::numeric_limits<float>::denorm_min(),
+                            std::numeric_limits<float>::max()};
+  std::uint32_t bits = 1;
+  while (floats.size() < count) floats.push_back(std::bit_cast<float>(bits = bits * 1664525u + 1013904223u));
+  return floats;
+}
+
+TEST(Scale, RoundsEachProductOnEveryPathAtEveryLengthAndPlace) {
+  constexpr Detail::Kernel_path kPaths[] = {Detail::Kernel_path::baseline, Detail::Kernel_path::avx2, Detail::Kernel_path::avx512};
+  const std::vector<float> in = Floats(4096);
+  const auto expect_scaled = [&](Detail::Kernel_path path, std::size_t begin, std::size_t count, double first, double second) {
+    std::vector<float> out(count);
+    Detail::Scale(path, in.data() + begin, out.data(), count, first, second);
+    for (std::size_t i = 0; i < count; ++i) {
+      const auto once = static_cast<float>(static_cast<double>(in[begin + i]) * first);
+      const auto twice = static_cast<float>(static_cast<double>(once) * second);
+      ASSERT_TRUE(std::bit_cast<std::uint32_t>(out[i]) == std::bit_cast<std::uint32_t>(twice) || (out[i] != out[i] && twice != twice))
+          << "path " << static_cast<int>(path) << " number " << begin + i;
+    }
+  };
+  for (const Detail::Kernel_path path : kPaths) {
+    if (!Detail::Is_available(path)) continue;
+    for (std::size_t length = 0; length < 68; ++length) expect_scaled(path, length % 9, length, 1e-3, 1e3);
+    for (const double factor : {1.0, 1e-3, 1e3, 1e-30, 1e40}) expect_scaled(path, 1, in.size() - 1, factor, 1.0 / factor);
+  }
 }
 
 TEST(ConversionTable, HasTheRowsInTheirOrder) {
