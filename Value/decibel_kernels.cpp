@@ -11,6 +11,7 @@
 #include "Value/decibel_coefficients.h"
 #include "Value/decibel_exact.h"
 #include "Value/decibel_paths.h"
+#include "platform/base/x86_paths.h"
 
 // An estimate in double with a proven relative error is rounded to float at both ends of its error interval. Where the
 // ends agree they are the correctly rounded result, however the estimate came about; where they differ (one sample in
@@ -18,18 +19,6 @@
 
 /// Inlined into each path, so that it is compiled for the instruction set of the path.
 #define LUMENAR_KERNEL [[gnu::always_inline]] inline
-
-/// 0 leaves the baseline alone, as what the compiler makes of it for its own target.
-#if !defined(LUMENAR_X86_PATHS)
-#if defined(__x86_64__)
-#define LUMENAR_X86_PATHS 1
-#else
-#define LUMENAR_X86_PATHS 0
-#endif
-#endif
-
-#define LUMENAR_AVX2 [[gnu::target("avx2")]]
-#define LUMENAR_AVX512 [[gnu::target("avx2,avx512f,avx512dq,avx512bw,avx512vl")]]
 
 namespace Lumenar::Value {
 

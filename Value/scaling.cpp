@@ -1,15 +1,9 @@
 #include "Value/scaling.h"
 
+#include "platform/base/x86_paths.h"
+
 // One plain loop that the compiler vectorises (this file is compiled with -O3). Conversions between float and double fill few of a
 // narrow vector's places: the same loop is made for the wide ones, chosen as the decibel kernels choose.
-
-#if !defined(LUMENAR_X86_PATHS)
-#if defined(__x86_64__)
-#define LUMENAR_X86_PATHS 1
-#else
-#define LUMENAR_X86_PATHS 0
-#endif
-#endif
 
 namespace Lumenar::Value {
 namespace {
@@ -22,12 +16,11 @@ namespace {
 }
 
 #if LUMENAR_X86_PATHS
-[[gnu::target("avx2")]] void Scale_avx2(const float* in, float* out, std::size_t count, double first, double second) noexcept {
+LUMENAR_AVX2 void Scale_avx2(const float* in, float* out, std::size_t count, double first, double second) noexcept {
   Scale_each(in, out, count, first, second);
 }
 
-[[gnu::target("avx2,avx512f,avx512dq,avx512bw,avx512vl,prefer-vector-width=512")]] void Scale_avx512(
-    const float* in, float* out, std::size_t count, double first, double second) noexcept {
+LUMENAR_AVX512 void Scale_avx512(const float* in, float* out, std::size_t count, double first, double second) noexcept {
   Scale_each(in, out, count, first, second);
 }
 #endif

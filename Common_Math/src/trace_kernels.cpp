@@ -3,18 +3,11 @@
 #include <cmath>
 #include <limits>
 
+#include "platform/base/x86_paths.h"
+
 // Plain loops that the compiler vectorises (this file is compiled with -O3), for 256-bit vectors too where the processor has
 // them: narrow loads and stores are up to ten times slower when the arrays lie unluckily to each other. No __restrict: an operand
 // may be the same array, and the compiler's own overlap test costs nothing per sample.
-
-/// 0 leaves what the compiler makes for its own target.
-#if !defined(LUMENAR_X86_PATHS)
-#if defined(__x86_64__)
-#define LUMENAR_X86_PATHS 1
-#else
-#define LUMENAR_X86_PATHS 0
-#endif
-#endif
 
 #define LUMENAR_LOOP __attribute__((always_inline))
 
@@ -24,7 +17,7 @@ namespace {
 
 #if LUMENAR_X86_PATHS
 template <class Loop, class... Arguments>
-[[gnu::target("avx2")]] auto RunWide(const Loop& loop, Arguments... arguments) noexcept {
+LUMENAR_AVX2 auto RunWide(const Loop& loop, Arguments... arguments) noexcept {
   return loop(arguments...);
 }
 #endif
