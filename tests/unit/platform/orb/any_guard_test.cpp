@@ -48,6 +48,27 @@ class SubscriberHere : public POA_Corvanta::DDS_Sub {
   std::string last;
 };
 
+/// One that reads a group as the ORB does.
+class GroupHere : public POA_Corvanta::DDS_GroupSub {
+ public:
+  void DDS_Callback(const CORBA::Any&) override {}
+  CORBA::Long GetId() override { return 7; }
+  HandleSeq* DDS_Group(const SharedSampleSeq& samples) override {
+    for (CORBA::ULong i = 0; i < samples.length(); ++i) {
+      all += TextOf(RecordFromAny(samples[i].sample)) + " for";
+      for (CORBA::ULong j = 0; j < samples[i].handles.length(); ++j) all += " " + std::to_string(samples[i].handles[j]);
+      all += "\n";
+    }
+    HandleSeq_var refused = new HandleSeq;
+    refused->length(2);
+    refused[0] = 3;
+    refused[1] = -4;
+    return refused._retn();
+  }
+
+  std::string all;
+};
+
 class ManagerHere : public POA_Corvanta::DDS_Manager {
  public:
   void Publish(const CORBA::Any& sample, const char* topic) override {
@@ -128,6 +149,33 @@ TEST_F(any_guard_, AGroupArrivesAsItWasSentAndSaysWhoTookNothing) {
   EXPECT_TRUE(Wrote("group 13 last " + trace_text));
   EXPECT_THAT(CallGroup(group, {}), testing::IsEmpty());
   EXPECT_EQ(server_.Out().find("not guarded"), std::string::npos);
+}
+
+/// What the generated code writes the guard reads, and the other way round.
+TEST_F(any_guard_, AGroupIsTheSameForTheOrbsOwnCode) {
+  const SampleRecord trace = Trace(101);
+  const SampleRecord truth(std::in_place_type<bool>, true);
+  SharedSampleSeq samples;
+  samples.length(2);
+  RecordToAny(ViewOf(trace), samples[0].sample);
+  samples[0].handles.length(2);
+  samples[0].handles[0] = 13;
+  samples[0].handles[1] = 2;
+  RecordToAny(ViewOf(truth), samples[1].sample);
+  samples[1].handles.length(1);
+  samples[1].handles[0] = 13;
+  const DDS_GroupSub_var group = DDS_GroupSub::_narrow(subscriber_);
+  HandleSeq_var refused = group->DDS_Group(samples);
+  ASSERT_EQ(refused->length(), 2u);
+  EXPECT_EQ(refused[1], 13);
+  EXPECT_TRUE(Wrote("group 2 last " + TextOf(trace)));
+  EXPECT_TRUE(Wrote("group 13 last " + TextOf(truth)));
+
+  orb_.Activate();
+  PortableServer::Servant_var<GroupHere> servant(new GroupHere);
+  const DDS_GroupSub_var here = servant->_this();
+  EXPECT_THAT(CallGroup(here, {{ViewOf(trace), {5, 6}}, {ViewOf(truth), {7}}}), testing::ElementsAre(3, -4));
+  EXPECT_EQ(servant->all, TextOf(trace) + " for 5 6\n" + TextOf(truth) + " for 7\n");
 }
 
 TEST_F(any_guard_, AGroupThatIsTooLargeIsNotSent) {
