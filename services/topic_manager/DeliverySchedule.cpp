@@ -6,6 +6,10 @@ namespace Lumenar {
 
 using Place = Subscription::Place;
 
+DeliverySchedule::~DeliverySchedule() {
+  for (const auto& [address, endpoint] : endpoints_) endpoint->parked.clear();
+}
+
 void DeliverySchedule::Add(long handle, const std::string& topic, const std::string& address,
                            boost::shared_ptr<Subscriber> subscriber) {
   EndpointPtr& endpoint = endpoints_[address];
@@ -31,7 +35,10 @@ bool DeliverySchedule::Remove(long handle, std::vector<SamplePtr>& freed) {
   if (topic->second.empty()) by_topic_.erase(topic);
 
   Endpoint& endpoint = *subscription->endpoint;
-  if (--endpoint.subscriptions == 0) endpoints_.erase(endpoint.address);
+  if (--endpoint.subscriptions == 0) {
+    endpoint.parked.clear();  // they hold the endpoint in turn
+    endpoints_.erase(endpoint.address);
+  }
   // A probe under way still speaks for its process when it ends; one that has not begun makes room for another.
   if (was_ready && endpoint.probe == subscription.get()) Probe(subscription->endpoint);
   return true;

@@ -42,6 +42,9 @@ class DeliverySchedule {
   };
 
   explicit DeliverySchedule(Limits limits) : limits_(limits) {}
+  ~DeliverySchedule();
+  DeliverySchedule(const DeliverySchedule&) = delete;
+  DeliverySchedule& operator=(const DeliverySchedule&) = delete;
 
   void Add(long handle, const std::string& topic, const std::string& address, boost::shared_ptr<Subscriber> subscriber);
 

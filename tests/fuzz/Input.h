@@ -29,7 +29,8 @@ class Input {
 
   /// A text of at most 255 bytes behind its length.
   std::string TakeText() {
-    const std::size_t size = std::min<std::size_t>(Take<std::uint8_t>(), rest_.size());
+    const std::size_t said = Take<std::uint8_t>();  // first: it makes the rest shorter
+    const std::size_t size = std::min(said, rest_.size());
     std::string text(rest_.begin(), rest_.begin() + static_cast<std::ptrdiff_t>(size));
     rest_ = rest_.subspan(size);
     return text;
