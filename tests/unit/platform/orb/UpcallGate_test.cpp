@@ -1,5 +1,7 @@
 #include "platform/orb/UpcallGate.h"
 
+#include "platform/orb/CountedServant.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -11,7 +13,7 @@ namespace Corvanta {
 namespace {
 
 /// A counted object that tells when it dies.
-class Object final : public PortableServer::ServantBase {
+class Object final : public CountedServant {
  public:
   explicit Object(std::atomic<int>& deaths) : deaths_(deaths) {}
 
