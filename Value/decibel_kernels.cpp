@@ -27,7 +27,6 @@ namespace {
 using Detail::Kernel_path;
 
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-constexpr float kSmallest_normal = std::numeric_limits<float>::min();
 constexpr float kLargest_float = std::numeric_limits<float>::max();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
@@ -41,21 +40,33 @@ constexpr float kLargest_q = 110;
 constexpr double kSmallest_factor = 0x1p-200;
 constexpr double kLargest_factor = 0x1p200;
 
-/// The sum of coefficients[i] * x^i, even and odd powers apart: two short chains of operations in place of a long one.
-template <std::size_t Count>
+/// How a path computes its estimates. Their error bounds hold for each; the results are the same.
+struct Separate_products {
+  static constexpr bool kAvoids_division = false;
+  LUMENAR_KERNEL static double Multiply_add(double a, double b, double c) noexcept { return a * b + c; }
+};
+
+/// For processors that multiply and add in one instruction.
+struct Fused_products {
+  static constexpr bool kAvoids_division = false;
+  LUMENAR_KERNEL static double Multiply_add(double a, double b, double c) noexcept { return __builtin_fma(a, b, c); }
+};
+
+/// For vectors so wide that a division in double takes longer than all the rest.
+struct Fused_products_without_division : Fused_products {
+  static constexpr bool kAvoids_division = true;
+};
+
+/// The sum of coefficients[i] * x^i.
+template <class Arithmetic, std::size_t Count>
 LUMENAR_KERNEL double Polynomial(const std::array<double, Count>& coefficients, double x) noexcept {
-  const double square = x * x;
-  double next = coefficients[Count - 1];
-  double other = coefficients[Count - 2];
+  double sum = coefficients[Count - 1];
 #pragma GCC unroll 16
-  for (std::size_t i = Count - 2; i > 0; --i) {
-    next = next * square + coefficients[i - 1];
-    std::swap(next, other);
-  }
-  return next * x + other;
+  for (std::size_t i = Count - 1; i > 0; --i) sum = Arithmetic::Multiply_add(sum, x, coefficients[i - 1]);
+  return sum;
 }
 
-/// Both ends of an error interval rounded to float: the value, and 0 where they agree, else 1.
+/// A number rounded to float; -1 unless every number within the error of the estimate is rounded to it.
 struct Attempt {
   float value;
   std::int32_t unsettled;
@@ -63,7 +74,7 @@ struct Attempt {
 
 LUMENAR_KERNEL Attempt Round_ends(double one_end, double other_end) noexcept {
   const auto value = static_cast<float>(one_end);
-  return {value, value == static_cast<float>(other_end) ? 0 : 1};
+  return {value, value == static_cast<float>(other_end) ? 0 : -1};
 }
 
 /// log10(x) in three steps. x = m * 2^exponent, sqrt(1/2) <= m < sqrt(2), and log10(m) is an odd function of
@@ -74,21 +85,40 @@ struct Log10 {
     return static_cast<std::int32_t>(std::bit_cast<std::uint32_t>(x) - kSqrt_half) >> 23;
   }
 
+  template <class Arithmetic>
   LUMENAR_KERNEL static double Reduce(float x) noexcept {
     const std::uint32_t exponent_field = static_cast<std::uint32_t>(Exponent(x)) << 23;
-    const auto m = static_cast<double>(std::bit_cast<float>(std::bit_cast<std::uint32_t>(x) - exponent_field));
-    return (m - 1.0) / (m + 1.0);
+    const auto m = std::bit_cast<float>(std::bit_cast<std::uint32_t>(x) - exponent_field);
+    if constexpr (Arithmetic::kAvoids_division) return Reduce_by_reciprocal(m);
+    return (static_cast<double>(m) - 1.0) / (static_cast<double>(m) + 1.0);
   }
 
+  /// (m - 1) / (m + 1). A reciprocal in float is off by a factor 1 - e, with e about 2^-23 at most; e comes out exactly, and so does the reciprocal's
+  /// product with m - 1. 1 / (1 - e) is 1 + e + e^2 but for 2^-69.
+  LUMENAR_KERNEL static double Reduce_by_reciprocal(float m) noexcept {
+    const double reciprocal = 1.0f / (m + 1.0f);
+    const double e = __builtin_fma(-static_cast<double>(m), reciprocal, 1.0 - reciprocal);
+    const double quotient = __builtin_fma(static_cast<double>(m), reciprocal, -reciprocal);
+    return __builtin_fma(quotient, __builtin_fma(e, e, e), quotient);
+  }
+
+  template <class Arithmetic>
   LUMENAR_KERNEL static double Estimate(float x, double s) noexcept {
-    const double log10_m = s * Polynomial(Detail::kLog10_polynomial, s * s);
-    return static_cast<double>(Exponent(x)) * Detail::kLog10_of_2.high + log10_m;
+    const double log10_m = s * Polynomial<Arithmetic>(Detail::kLog10_polynomial, s * s);
+    return Arithmetic::Multiply_add(static_cast<double>(Exponent(x)), Detail::kLog10_of_2.high, log10_m);
   }
 
+  /// The estimate's last 29 bits are those that a float has no room for, and the middle of two floats is at 2^28: within the error of it,
+  /// the estimate does not settle which of the two it is.
   LUMENAR_KERNEL static Attempt Round(float x, double estimate) noexcept {
-    const Attempt attempt = Round_ends(estimate * (1 - kLog10_error), estimate * (1 + kLog10_error));
-    const std::int32_t special = x >= kSmallest_normal && x <= kLargest_float ? 0 : 1;
-    return {attempt.value, attempt.unsettled | special};
+    constexpr std::uint32_t kSmallest_normal = 0x00800000;
+    constexpr std::uint32_t kInfinite = 0x7f800000;
+    constexpr std::uint32_t kMiddle = 1u << 28;
+    constexpr auto kError = static_cast<std::uint32_t>(kLog10_error * 0x1p53);  // in units of the last place, of which there are 2^53 at most
+    const std::uint32_t rest = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(estimate)) & (2 * kMiddle - 1);
+    const std::int32_t near_middle = rest - (kMiddle - kError) <= 2 * kError ? -1 : 0;
+    const std::int32_t special = std::bit_cast<std::uint32_t>(x) - kSmallest_normal >= kInfinite - kSmallest_normal ? -1 : 0;
+    return {static_cast<float>(estimate), near_middle | special};
   }
 };
 
@@ -120,12 +150,14 @@ class To_linear {
     return std::abs(k_) >= kSmallest_factor && std::abs(k_) <= kLargest_factor;
   }
 
+  template <class Arithmetic>
   LUMENAR_KERNEL static float Reduce(float x) noexcept {
     float q = x / 10.0f;
     q = q < -kLargest_q ? -kLargest_q : q;
     return q > kLargest_q ? kLargest_q : q;
   }
 
+  template <class Arithmetic>
   LUMENAR_KERNEL static double Estimate(float, float q) noexcept {
     // Adding it rounds to an integer n and leaves n + 1023, the exponent field of 2^n, in the lowest bits of the sum.
     constexpr double kRounder = 0x1.8p52 + 1023;
@@ -133,7 +165,7 @@ class To_linear {
     const double rounded = product + kRounder;
     const double t = product - (rounded - kRounder);
     const auto power_of_2 = std::bit_cast<double>(std::bit_cast<std::uint64_t>(rounded) << 52);
-    return Polynomial(Detail::kExp2_polynomial, t) * power_of_2;
+    return Polynomial<Arithmetic>(Detail::kExp2_polynomial, t) * power_of_2;
   }
 
   LUMENAR_KERNEL Attempt Round(float, double estimate) const noexcept {
@@ -150,7 +182,7 @@ class To_linear {
 
 template <class Kernel>
 Attempt Try(const Kernel& kernel, float x) noexcept {
-  return kernel.Round(x, Kernel::Estimate(x, Kernel::Reduce(x)));
+  return kernel.Round(x, Kernel::template Estimate<Separate_products>(x, Kernel::template Reduce<Separate_products>(x)));
 }
 
 constexpr std::size_t kBlock = 64;
@@ -162,12 +194,12 @@ template <class Kernel>
 
 /// kBlock samples, step by step: the steps of one sample wait for each other, those of a block overlap. The result goes
 /// through a buffer of its own, since `in` may be `out` and is needed for the redo.
-template <class Kernel>
+template <class Arithmetic, class Kernel>
 LUMENAR_KERNEL void Convert_block(const Kernel& kernel, const float* in, float* out) noexcept {
-  std::array<decltype(Kernel::Reduce(0.0f)), kBlock> reduced;
-  for (std::size_t i = 0; i < kBlock; ++i) reduced[i] = Kernel::Reduce(in[i]);
+  std::array<decltype(Kernel::template Reduce<Arithmetic>(0.0f)), kBlock> reduced;
+  for (std::size_t i = 0; i < kBlock; ++i) reduced[i] = Kernel::template Reduce<Arithmetic>(in[i]);
   std::array<double, kBlock> estimate;
-  for (std::size_t i = 0; i < kBlock; ++i) estimate[i] = Kernel::Estimate(in[i], reduced[i]);
+  for (std::size_t i = 0; i < kBlock; ++i) estimate[i] = Kernel::template Estimate<Arithmetic>(in[i], reduced[i]);
   std::array<float, kBlock> result;
   std::int32_t unsettled = 0;
   for (std::size_t i = 0; i < kBlock; ++i) {
@@ -180,32 +212,32 @@ LUMENAR_KERNEL void Convert_block(const Kernel& kernel, const float* in, float* 
 }
 
 /// The rest behind the last whole block is converted as a block too, filled up with 1.
-template <class Kernel>
+template <class Arithmetic, class Kernel>
 LUMENAR_KERNEL void Convert(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
   const std::size_t rest = count % kBlock;
-  for (std::size_t i = 0; i < count - rest; i += kBlock) Convert_block(kernel, in + i, out + i);
+  for (std::size_t i = 0; i < count - rest; i += kBlock) Convert_block<Arithmetic>(kernel, in + i, out + i);
   if (rest == 0) return;
   std::array<float, kBlock> padded;
   padded.fill(1.0f);
   std::copy_n(in + (count - rest), rest, padded.begin());
-  Convert_block(kernel, padded.data(), padded.data());
+  Convert_block<Arithmetic>(kernel, padded.data(), padded.data());
   std::copy_n(padded.begin(), rest, out + (count - rest));
 }
 
 template <class Kernel>
 void Convert_baseline(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
-  Convert(kernel, in, out, count);
+  Convert<Separate_products>(kernel, in, out, count);
 }
 
 #if LUMENAR_X86_PATHS
 template <class Kernel>
-LUMENAR_AVX2 void Convert_avx2(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
-  Convert(kernel, in, out, count);
+LUMENAR_AVX2_FMA void Convert_avx2(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
+  Convert<Fused_products>(kernel, in, out, count);
 }
 
 template <class Kernel>
-LUMENAR_AVX512 void Convert_avx512(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
-  Convert(kernel, in, out, count);
+LUMENAR_AVX512_FMA void Convert_avx512(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
+  Convert<Fused_products_without_division>(kernel, in, out, count);
 }
 #endif
 
@@ -227,7 +259,7 @@ namespace Detail {
 
 bool Is_available(Kernel_path path) noexcept {
 #if LUMENAR_X86_PATHS
-  const bool avx2 = __builtin_cpu_supports("avx2");
+  const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
   if (path == Kernel_path::avx2) return avx2;
   if (path == Kernel_path::avx512) {
     return avx2 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&

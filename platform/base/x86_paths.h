@@ -14,3 +14,7 @@
 /// What a function for the 256-bit, or the 512-bit, instructions is declared with.
 #define LUMENAR_AVX2 [[gnu::target("avx2")]]
 #define LUMENAR_AVX512 [[gnu::target("avx2,avx512f,avx512dq,avx512bw,avx512vl")]]
+
+/// The same for one that asks for fused multiply-add by name; nothing else is fused.
+#define LUMENAR_AVX2_FMA [[gnu::target("avx2,fma")]]
+#define LUMENAR_AVX512_FMA [[gnu::target("avx2,fma,avx512f,avx512dq,avx512bw,avx512vl")]]
