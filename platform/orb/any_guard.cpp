@@ -5,7 +5,6 @@
 
 #include <cstring>
 #include <deque>
-#include <new>
 #include <string>
 #include <utility>
 
@@ -128,9 +127,7 @@ class OutgoingGroup : public omniCallDescriptor {
   explicit OutgoingGroup(const std::vector<SharedSampleView>& samples)
       : omniCallDescriptor(nullptr, kGroup, sizeof kGroup, false, nullptr, 0, false), samples_(samples) {}
 
-  void marshalArguments(cdrStream& stream) override {
-    WriteGroup(samples_, stream);
-  }
+  void marshalArguments(cdrStream& stream) override { WriteGroup(samples_, stream); }
 
   void unmarshalReturnedValues(cdrStream& stream) override { refused_ <<= stream; }
 

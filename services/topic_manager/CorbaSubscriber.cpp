@@ -1,6 +1,7 @@
 #include "services/topic_manager/CorbaSubscriber.h"
 
 #include <cstring>
+#include <new>
 
 #include "platform/orb/ORB_base.h"
 
@@ -21,9 +22,8 @@ CorbaSubscriber::CorbaSubscriber(Corvanta::DDS_Sub_ptr subscriber, std::chrono::
   if (TakesGroups()) Corvanta::ORB_base::SetCallTimeout(group_, limit);
 }
 
-/// What became of a call; `when_refused` is what another answer than the ordinary one means.
 template <class Call>
-Outcome CorbaSubscriber::Make(Call call, Outcome when_refused) {
+Outcome CorbaSubscriber::Make(Call call, OtherAnswer other) {
   try {
     call();
     return Outcome::Delivered;
@@ -37,17 +37,23 @@ Outcome CorbaSubscriber::Make(Call call, Outcome when_refused) {
     return Outcome::Gone;
   } catch (const CORBA::INV_OBJREF&) {
     return Outcome::Gone;
+  } catch (const CORBA::SystemException& error) {
+    return error.completed() == CORBA::COMPLETED_NO ? other.before_the_work : other.afterwards;
   } catch (const CORBA::Exception&) {
-    return when_refused;
+    return other.afterwards;
+  } catch (const std::bad_alloc&) {  // on the way out, or with the answer
+    return other.afterwards;
   }
 }
 
 /// What the subscriber makes of the sample is its own affair.
 Outcome CorbaSubscriber::Deliver(const Corvanta::SampleRecord& sample) {
-  return Make([&] { Corvanta::CallCallback(subscriber_, Corvanta::ViewOf(sample)); }, Outcome::Delivered);
+  return Make([&] { Corvanta::CallCallback(subscriber_, Corvanta::ViewOf(sample)); },
+              {Outcome::Delivered, Outcome::Delivered});
 }
 
-/// A group that is refused, for its size say, was handed to nobody.
+/// A group that is refused, for its size say, was handed to nobody and goes out singly. Of one that failed later nobody knows who took
+/// what: it counts as lost, since no sample goes to a subscriber twice.
 Outcome CorbaSubscriber::DeliverGroup(const std::vector<Shared>& samples, std::set<long>& not_taken) {
   std::vector<Corvanta::SharedSampleView> views;
   views.reserve(samples.size());
@@ -56,7 +62,7 @@ Outcome CorbaSubscriber::DeliverGroup(const std::vector<Shared>& samples, std::s
   const auto call = [&] {
     for (const CORBA::Long handle : Corvanta::CallGroup(group_, views)) not_taken.insert(handle);
   };
-  return Make(call, Outcome::NotTaken);
+  return Make(call, {Outcome::NotTaken, Outcome::Interrupted});
 }
 
 }  // namespace Lumenar

@@ -18,8 +18,14 @@ class CorbaSubscriber : public Subscriber {
   Outcome DeliverGroup(const std::vector<Shared>& samples, std::set<long>& not_taken) override;
 
  private:
+  /// What an answer means that is neither the ordinary one nor says that the subscriber is away or gone.
+  struct OtherAnswer {
+    Outcome before_the_work;  ///< the samples reached nobody
+    Outcome afterwards;       ///< or perhaps: they may have been taken
+  };
+
   template <class Call>
-  static Outcome Make(Call call, Outcome when_refused);
+  static Outcome Make(Call call, OtherAnswer other);
 
   Corvanta::DDS_Sub_var subscriber_;
   Corvanta::DDS_GroupSub_var group_;  ///< the same, when it takes samples for others along

@@ -109,17 +109,18 @@ std::vector<DeliverySchedule::Delivery> DeliverySchedule::NextGroup(SteadyTime n
   std::optional<Delivery> leader = Next(now);
   if (!leader) return group;
   group.push_back(std::move(*leader));
-  const Endpoint* const endpoint = group.front().subscription->endpoint.get();
+  const EndpointPtr endpoint = group.front().subscription->endpoint;
   if (!MayGroup(*group.front().subscription, now)) return group;
-  std::size_t bytes = SampleBytes(*group.front().sample);
+  std::size_t room = limits_.group_bytes - std::min(limits_.group_bytes, SampleBytes(*group.front().sample));
   for (std::size_t i = 0; i < std::min(ready_.size(), kLookedAt) && group.size() < limits_.group;) {
     const SubscriptionPtr subscription = ready_[i];
-    const bool fits = subscription->place == Place::Ready && subscription->endpoint.get() == endpoint &&
-                      MayGroup(*subscription, now) && (bytes += SampleBytes(*subscription->queue.Front())) <= limits_.group_bytes;
-    if (!fits) {
+    const bool goes_along = subscription->place == Place::Ready && subscription->endpoint == endpoint && MayGroup(*subscription, now);
+    const std::size_t bytes = goes_along ? SampleBytes(*subscription->queue.Front()) : 0;
+    if (!goes_along || bytes > room) {
       ++i;
       continue;
     }
+    room -= bytes;
     ready_.erase(ready_.begin() + static_cast<std::ptrdiff_t>(i));
     subscription->place = Place::Delivering;
     group.push_back({subscription, subscription->queue.Pop(), now, false, true});

@@ -41,6 +41,7 @@ class Subscriber {
   virtual bool TakesGroups() const { return false; }
 
   /// As Deliver, for several at once: the handles that did not take their sample go to `not_taken`; all the others share the outcome.
+  /// What it throws it throws before anything is sent.
   virtual Outcome DeliverGroup(const std::vector<Shared>&, std::set<long>& /*not_taken*/) { return Outcome::NotTaken; }
 };
 

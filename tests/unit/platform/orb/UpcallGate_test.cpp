@@ -1,13 +1,13 @@
 #include "platform/orb/UpcallGate.h"
 
-#include "platform/orb/CountedServant.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <future>
 #include <thread>
 #include <vector>
+
+#include "platform/orb/CountedServant.h"
 
 namespace Corvanta {
 namespace {
