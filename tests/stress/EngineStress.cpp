@@ -12,7 +12,7 @@ using Scalar = Corvanta::VALUE_DOUBLE::VALUE;
 
 constexpr Value::Units kdBm = Value::Make_unit(Value::U_Watt, 1, -3, true);
 
-int Between(std::minstd_rand &random, int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
+int Between(std::minstd_rand& random, int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
 
 BT_DATA TraceOf(int points, float sample) {
   BT_DATA trace = DefaultRecord<BT_DATA>();
@@ -25,7 +25,7 @@ BT_DATA TraceOf(int points, float sample) {
 Scalar ScalarOf(double value) { return VALUE::ValueToCorba(Value::Value_object<double>(value, Value::C_Watts, -0.1, 0.1)); }
 
 template <class Reading>
-EngineReadingBase_var ReferenceOf(Reading &reading) {
+EngineReadingBase_var ReferenceOf(Reading& reading) {
   const auto typed = reading._this();
   EngineReadingBase_var base = EngineReadingBase::_duplicate(typed);
   CORBA::release(typed);
@@ -35,7 +35,7 @@ EngineReadingBase_var ReferenceOf(Reading &reading) {
 }  // namespace
 
 EngineStress::EngineStress() : engine_(new MathInit), registration_(new GUI_Able_i) {
-  Corvanta::ORB_wrapper_base &orb = dynamic_cast<Corvanta::ORB_wrapper_base &>(Corvanta::ORB_base::Current());
+  Corvanta::ORB_wrapper_base& orb = dynamic_cast<Corvanta::ORB_wrapper_base&>(Corvanta::ORB_base::Current());
   orb.AddShutdownListener([this] { EndSamples(); });
   orb.Activate();
   for (int i = 0; i < 2; ++i) {
@@ -70,7 +70,7 @@ std::vector<std::string> EngineStress::References() const {
   const CORBA::ORB_ptr orb = Corvanta::ORB_base::Current().Orb();
   const auto text = [orb](CORBA::Object_ptr object) { return std::string(CORBA::String_var(orb->object_to_string(object))); };
   std::vector<std::string> references{text(factory_)};
-  for (const EngineReadingBase_var &input : inputs_) references.push_back(text(input));
+  for (const EngineReadingBase_var& input : inputs_) references.push_back(text(input));
   return references;
 }
 
@@ -79,7 +79,7 @@ void EngineStress::Publish(unsigned seed) {
   while (!stop_) PublishOne(random);
 }
 
-void EngineStress::PublishOne(std::minstd_rand &random) {
+void EngineStress::PublishOne(std::minstd_rand& random) {
   const int which = Between(random, 0, 1);
   switch (Between(random, 0, 2)) {
     case 0:
@@ -96,7 +96,7 @@ void EngineStress::PublishOne(std::minstd_rand &random) {
 
 void EngineStress::EndSamples() {
   stop_ = true;
-  for (std::thread &thread : threads_) thread.join();
+  for (std::thread& thread : threads_) thread.join();
   threads_.clear();
 }
 

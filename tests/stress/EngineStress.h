@@ -38,7 +38,7 @@ class EngineStress {
   Corvanta::MathFactory::Interfaces_ptr Factory() const { return factory_; }
 
   /// Trace, scalar and long, and once more.
-  const StressClients::Inputs &Inputs() const { return inputs_; }
+  const StressClients::Inputs& Inputs() const { return inputs_; }
 
   /// For other processes: the reference of the factory, then those of the
   /// inputs.
@@ -48,7 +48,7 @@ class EngineStress {
 
  private:
   void Publish(unsigned seed);
-  void PublishOne(std::minstd_rand &random);
+  void PublishOne(std::minstd_rand& random);
   void EndSamples();
 
   std::unique_ptr<MathInit> engine_;

@@ -12,18 +12,18 @@ using Corvanta::EngineReadingBase_var;
 
 constexpr std::size_t kMostObjects = 40;
 
-int Between(std::minstd_rand &random, int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
+int Between(std::minstd_rand& random, int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
 
 }  // namespace
 
 StressClients::StressClients(Corvanta::MathFactory::Interfaces_ptr factory, Inputs inputs, EndOfTheEngine end)
     : factory_(Corvanta::MathFactory::Interfaces::_duplicate(factory)), inputs_(std::move(inputs)), end_(end) {
-  using Step = void (StressClients::*)(Random &);
+  using Step = void (StressClients::*)(Random&);
   unsigned seed = 0;
   for (Step step : {&StressClients::CreateOne, &StressClients::CreateOne, &StressClients::DeleteOne, &StressClients::LookAtOne,
                     &StressClients::SetAttributesOfOne}) {
     threads_.emplace_back(
-        [this, step, thread_seed = ++seed] { Repeat(thread_seed, [this, step](Random &r) { (this->*step)(r); }); });
+        [this, step, thread_seed = ++seed] { Repeat(thread_seed, [this, step](Random& r) { (this->*step)(r); }); });
   }
 }
 
@@ -31,7 +31,7 @@ StressClients::~StressClients() { Stop(); }
 
 void StressClients::Stop() {
   stop_ = true;
-  for (std::thread &thread : threads_) thread.join();
+  for (std::thread& thread : threads_) thread.join();
   threads_.clear();
   factory_ = Corvanta::MathFactory::Interfaces::_nil();
   inputs_.clear();
@@ -40,23 +40,23 @@ void StressClients::Stop() {
 /// Calls `step` until the end. What a client may see is a result,
 /// OBJECT_NOT_EXIST for an object that was deleted meanwhile, and, once the
 /// engine goes, the ORB's exceptions.
-void StressClients::Repeat(unsigned seed, const std::function<void(Random &)> &step) {
+void StressClients::Repeat(unsigned seed, const std::function<void(Random&)>& step) {
   Random random(seed);
   while (!stop_) {
     try {
       step(random);
-    } catch (const CORBA::OBJECT_NOT_EXIST &) {
-    } catch (const CORBA::SystemException &error) {
+    } catch (const CORBA::OBJECT_NOT_EXIST&) {
+    } catch (const CORBA::SystemException& error) {
       if (end_ == EndOfTheEngine::IsAFault) Fault("a client got " + CorbaText(error));
-    } catch (const CORBA::Exception &error) {
+    } catch (const CORBA::Exception& error) {
       Fault("a client got " + CorbaText(error));
-    } catch (const std::exception &error) {
+    } catch (const std::exception& error) {
       Fault(std::string("a client got ") + error.what());
     }
   }
 }
 
-Corvanta::MathFactory::ReadingAttribSeq StressClients::RandomInputs(Random &random) {
+Corvanta::MathFactory::ReadingAttribSeq StressClients::RandomInputs(Random& random) {
   Corvanta::MathFactory::ReadingAttribSeq inputs;
   const int count = Between(random, 1, 3);
   inputs.length(static_cast<CORBA::ULong>(count));
@@ -70,7 +70,7 @@ Corvanta::MathFactory::ReadingAttribSeq StressClients::RandomInputs(Random &rand
   return inputs;
 }
 
-void StressClients::CreateOne(Random &random) {
+void StressClients::CreateOne(Random& random) {
   {
     Lock lock(mutex_);
     if (live_.size() >= kMostObjects) return;
@@ -81,9 +81,9 @@ void StressClients::CreateOne(Random &random) {
   try {
     const Corvanta::MathFactory::Math_var math = factory_->CreateMath(RandomInputs(random));
     NoteCreated(math->GetId());
-  } catch (const Corvanta::MathFactory::MathFactoryException &) {
+  } catch (const Corvanta::MathFactory::MathFactoryException&) {
     ++refused_;
-  } catch (const CORBA::UNKNOWN &) {  // a first computation that the value library refuses
+  } catch (const CORBA::UNKNOWN&) {  // a first computation that the value library refuses
     ++refused_;
   }
 }
@@ -96,13 +96,13 @@ void StressClients::NoteCreated(CORBA::Long id) {
 }
 
 /// One of the live ids; -1 when there is none.
-long StressClients::RandomId(Random &random) const {
+long StressClients::RandomId(Random& random) const {
   Lock lock(mutex_);
   if (live_.empty()) return -1;
   return *std::next(live_.begin(), Between(random, 0, static_cast<int>(live_.size()) - 1));
 }
 
-void StressClients::DeleteOne(Random &random) {
+void StressClients::DeleteOne(Random& random) {
   const CORBA::Long id = static_cast<CORBA::Long>(RandomId(random));
   factory_->DeleteMath(id);
   if (id < 0) return;
@@ -113,7 +113,7 @@ void StressClients::DeleteOne(Random &random) {
   ++deleted_;
 }
 
-void StressClients::LookAtOne(Random &random) {
+void StressClients::LookAtOne(Random& random) {
   const Corvanta::MathFactory::Math_var math = factory_->GetMath(static_cast<CORBA::Long>(RandomId(random)));
   if (CORBA::is_nil(math)) return;
   const CORBA::String_var type = math->GetType();
@@ -135,14 +135,14 @@ void StressClients::LookAtOne(Random &random) {
   ++looked_at_;
 }
 
-void StressClients::SetAttributesOfOne(Random &random) {
+void StressClients::SetAttributesOfOne(Random& random) {
   const Corvanta::MathFactory::Math_var math = factory_->GetMath(static_cast<CORBA::Long>(RandomId(random)));
   const Corvanta::MathFactory::Average_var average = Corvanta::MathFactory::Average::_narrow(math);
   if (!CORBA::is_nil(average)) {
     const Corvanta::EngineAttribLong_var size = average->AttrSize();
     try {
       size->Set(Between(random, -1, 101));
-    } catch (const Corvanta::LimitsExceeded &) {
+    } catch (const Corvanta::LimitsExceeded&) {
     }
     const Corvanta::EngineReadingBoolean_var full = average->AttrFull();
     static_cast<void>(full->Get());
@@ -161,7 +161,7 @@ std::vector<std::string> StressClients::Faults() const {
   return faults_;
 }
 
-void StressClients::Fault(const std::string &text) {
+void StressClients::Fault(const std::string& text) {
   Lock lock(mutex_);
   if (faults_.size() < 20) faults_.push_back(text);
 }

@@ -44,15 +44,15 @@ class StressClients {
  private:
   using Random = std::minstd_rand;
 
-  void Repeat(unsigned seed, const std::function<void(Random &)> &step);
-  void CreateOne(Random &random);
-  void DeleteOne(Random &random);
-  void LookAtOne(Random &random);
-  void SetAttributesOfOne(Random &random);
-  Corvanta::MathFactory::ReadingAttribSeq RandomInputs(Random &random);
-  long RandomId(Random &random) const;
+  void Repeat(unsigned seed, const std::function<void(Random&)>& step);
+  void CreateOne(Random& random);
+  void DeleteOne(Random& random);
+  void LookAtOne(Random& random);
+  void SetAttributesOfOne(Random& random);
+  Corvanta::MathFactory::ReadingAttribSeq RandomInputs(Random& random);
+  long RandomId(Random& random) const;
   void NoteCreated(CORBA::Long id);
-  void Fault(const std::string &text);
+  void Fault(const std::string& text);
 
   Corvanta::MathFactory::Interfaces_var factory_;
   Inputs inputs_;

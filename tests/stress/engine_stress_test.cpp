@@ -17,7 +17,7 @@ using testing::IsEmpty;
 using testing::Pair;
 
 std::chrono::seconds Duration() {
-  const char *text = std::getenv("LUMENAR_STRESS_SECONDS");
+  const char* text = std::getenv("LUMENAR_STRESS_SECONDS");
   return std::chrono::seconds(text == nullptr ? 3 : std::max(1, std::atoi(text)));
 }
 
@@ -42,7 +42,7 @@ class Stress : public testing::Test {
 
   static void ExpectNothingLeft() {
     EXPECT_TRUE(WaitUntil([] {
-      for (const auto &[name, live] : InstanceCounter::All())
+      for (const auto& [name, live] : InstanceCounter::All())
         if (live != 0) return false;
       return true;
     }));
@@ -52,7 +52,7 @@ class Stress : public testing::Test {
   IsolatedPlatform platform_;
 };
 
-void ExpectWorkWasDone(const StressClients::Counts &done) {
+void ExpectWorkWasDone(const StressClients::Counts& done) {
   EXPECT_GT(done.created, 10u);
   EXPECT_GT(done.refused, 0u);
   EXPECT_GT(done.deleted, 10u);
@@ -60,7 +60,7 @@ void ExpectWorkWasDone(const StressClients::Counts &done) {
 }
 
 long LiveMathObjects() {
-  for (const auto &[name, live] : InstanceCounter::All())
+  for (const auto& [name, live] : InstanceCounter::All())
     if (name == "MathBase") return live;
   return 0;
 }

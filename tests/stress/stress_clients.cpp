@@ -16,12 +16,12 @@ namespace {
 using Lumenar::Test::StressClients;
 
 template <class Interface>
-typename Interface::_var_type Reference(Corvanta::ORB_base &orb, const char *text) {
+typename Interface::_var_type Reference(Corvanta::ORB_base& orb, const char* text) {
   const CORBA::Object_var object = orb.Orb()->string_to_object(text);
   return Interface::_unchecked_narrow(object);
 }
 
-int Run(int argc, char **argv) {
+int Run(int argc, char** argv) {
   Corvanta::ORB_wrapper_base orb(localargc, localargv);
   StressClients::Inputs inputs;
   for (int i = 2; i < argc; ++i) inputs.push_back(Reference<Corvanta::EngineReadingBase>(orb, argv[i]));
@@ -30,21 +30,21 @@ int Run(int argc, char **argv) {
   orb.AddShutdownListener([&clients] { clients.Stop(); });
   try {
     orb.Run();
-  } catch (const Signal_Exception &) {  // the ordinary end
+  } catch (const Signal_Exception&) {  // the ordinary end
   }
-  for (const std::string &fault : clients.Faults()) Lumenar::WriteOut(fault);
+  for (const std::string& fault : clients.Faults()) Lumenar::WriteOut(fault);
   return clients.Faults().empty() ? 0 : 1;
 }
 
 }  // namespace
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   try {
     Lumenar::Signals::Install();
     return Run(argc, argv);
-  } catch (const CORBA::Exception &error) {
+  } catch (const CORBA::Exception& error) {
     Lumenar::WriteError("stress_clients: " + Lumenar::CorbaText(error));
-  } catch (const std::exception &error) {
+  } catch (const std::exception& error) {
     Lumenar::WriteError(std::string("stress_clients: ") + error.what());
   }
   return 2;

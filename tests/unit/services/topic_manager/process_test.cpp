@@ -1,6 +1,7 @@
 // The topic manager as a process, with subscribers that are slow, stopped, killed.
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <csignal>
 #include <fstream>
 
@@ -37,6 +38,53 @@ TEST_F(TopicManager, ASubscriberThatRaisesHasGotItsSample) {
   for (int i = 0; i < 3; ++i) Publish("T", i);
   EXPECT_TRUE(WaitUntil([&] { return StatusOf(handle).delivered == 3; }));
   EXPECT_THAT(subscriber->Values(), testing::ElementsAre(0, 1, 2));
+}
+
+/// Takes samples for several subscriptions of its process in one call, and answers each such call with an exception.
+class FailingGroup : public POA_Corvanta::DDS_GroupSub {
+ public:
+  explicit FailingGroup(CORBA::CompletionStatus completed) : completed_(completed) {}
+
+  Corvanta::HandleSeq* DDS_Group(const Corvanta::SharedSampleSeq&) override { throw CORBA::NO_RESOURCES(0, completed_); }
+  void DDS_Callback(const CORBA::Any&) override { ++singles; }
+  CORBA::Long GetId() override { return 0; }
+
+  std::atomic<unsigned> singles{0};
+
+ private:
+  const CORBA::CompletionStatus completed_;
+};
+
+/// The status of both subscriptions of one subscriber, after a sample went to them in one call that failed.
+class SharedCallThatFails : public TopicRig {
+ protected:
+  bool Ends(FailingGroup& subscriber, std::uint64_t delivered, std::uint64_t dropped) {
+    const Corvanta::DDS_Sub_var reference = subscriber._this();
+    Corvanta::DDS_Manager_var manager = Manager();
+    const CORBA::Long handles[] = {manager->Subscribe("T", reference), manager->Subscribe("T", reference)};
+    Publish("T", 1);
+    return WaitUntil([&] {
+      std::uint64_t all_delivered = 0, all_dropped = 0;
+      for (const CORBA::Long handle : handles) {
+        const Corvanta::SubscriptionStatus status = StatusOf(handle);
+        all_delivered += status.delivered;
+        all_dropped += status.dropped;
+      }
+      return all_delivered == delivered && all_dropped == dropped;
+    });
+  }
+};
+
+TEST_F(SharedCallThatFails, BeforeTheWorkIsMadeUpForSingly) {
+  PortableServer::Servant_var<FailingGroup> subscriber(new FailingGroup(CORBA::COMPLETED_NO));
+  EXPECT_TRUE(Ends(*subscriber.in(), 2, 0));
+  EXPECT_EQ(subscriber->singles, 2u);
+}
+
+TEST_F(SharedCallThatFails, AfterItPerhapsIsCountedAndNotSentTwice) {
+  PortableServer::Servant_var<FailingGroup> subscriber(new FailingGroup(CORBA::COMPLETED_MAYBE));
+  EXPECT_TRUE(Ends(*subscriber.in(), 0, 2));
+  EXPECT_EQ(subscriber->singles, 0u);
 }
 
 TEST_F(TopicManager, NoDeliveryBeginsAfterUnsubscribe) {
