@@ -12,8 +12,6 @@ using Scalar = Corvanta::VALUE_DOUBLE::VALUE;
 
 constexpr Value::Units kdBm = Value::Make_unit(Value::U_Watt, 1, -3, true);
 
-int Between(std::minstd_rand& random, int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
-
 BT_DATA TraceOf(int points, float sample) {
   BT_DATA trace = DefaultRecord<BT_DATA>();
   trace.units = VALUE::UnitsToCorba(kdBm);

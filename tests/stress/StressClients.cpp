@@ -12,8 +12,6 @@ using Corvanta::EngineReadingBase_var;
 
 constexpr std::size_t kMostObjects = 40;
 
-int Between(std::minstd_rand& random, int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
-
 }  // namespace
 
 StressClients::StressClients(Corvanta::MathFactory::Interfaces_ptr factory, Inputs inputs, EndOfTheEngine end)
