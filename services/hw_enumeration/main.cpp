@@ -1,14 +1,13 @@
 // hw_enumeration: the process around HwEnumerate_Able_i.
 #include <CLI/CLI.hpp>
-#include <exception>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/local_arguments.h"
+#include "platform/orb/program.h"
 #include "platform/signals/Signals.h"
 #include "services/hw_enumeration/HwEnumerate_Able_i.h"
 
@@ -57,13 +56,5 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    Lumenar::Signals::Install();
-    return Run(argc, argv);
-  } catch (const CORBA::Exception& error) {
-    Lumenar::WriteError("hw_enumeration: " + Lumenar::CorbaText(error));
-  } catch (const std::exception& error) {
-    Lumenar::WriteError(std::string("hw_enumeration: ") + error.what());
-  }
-  return 1;
+  return Lumenar::RunProgram("hw_enumeration", [&] { return Run(argc, argv); });
 }

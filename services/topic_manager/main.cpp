@@ -1,12 +1,11 @@
 // topic_manager: the process around DDS_Manager_i.
 #include <cstdlib>
-#include <exception>
 
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/base/TraceMemory.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/local_arguments.h"
+#include "platform/orb/program.h"
 #include "platform/signals/Signals.h"
 #include "services/topic_manager/CommandLine.h"
 
@@ -65,16 +64,10 @@ int Run(const Lumenar::CommandLine& command_line) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    Lumenar::KeepTraceMemory();  // before there is any other thread
-    Lumenar::Signals::Install();
+  Lumenar::KeepTraceMemory();  // before there is any other thread
+  return Lumenar::RunProgram("topic_manager", [&] {
     Lumenar::CommandLine command_line;
     int exit_code = 0;
     return command_line.Read(argc, argv, exit_code) ? Run(command_line) : exit_code;
-  } catch (const CORBA::Exception& error) {
-    Lumenar::WriteError("topic_manager: " + Lumenar::CorbaText(error));
-  } catch (const std::exception& error) {
-    Lumenar::WriteError(std::string("topic_manager: ") + error.what());
-  }
-  return 1;
+  });
 }

@@ -2,12 +2,10 @@
 // own, by stringified references, until a signal. Writes one line for each
 // fault that they met; the exit status is 0 when there was none. That the
 // engine ends is none.
-#include <exception>
-
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/local_arguments.h"
+#include "platform/orb/program.h"
 #include "platform/signals/Signals.h"
 #include "tests/stress/StressClients.h"
 
@@ -39,13 +37,5 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    Lumenar::Signals::Install();
-    return Run(argc, argv);
-  } catch (const CORBA::Exception& error) {
-    Lumenar::WriteError("stress_clients: " + Lumenar::CorbaText(error));
-  } catch (const std::exception& error) {
-    Lumenar::WriteError(std::string("stress_clients: ") + error.what());
-  }
-  return 2;
+  return Lumenar::RunProgram("stress_clients", [&] { return Run(argc, argv); });
 }
