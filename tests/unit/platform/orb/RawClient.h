@@ -48,8 +48,10 @@ class RawClient {
   /// A request message.
   std::string Request(const std::string& operation, const Wire& arguments, bool fragments_follow = false);
 
- private:
+  /// What comes back next, to whichever request: as from Call.
   std::string Answer();
+
+ private:
   bool Receive(std::string& bytes, std::size_t count);
 
   ObjectAddress address_;

@@ -137,6 +137,7 @@ TEST(TransportConfig, BecomesOptionsOfTheOrb) {
   EXPECT_THAT(options, Contains(Pair("threadPerConnectionUpperLimit", "132")));
   EXPECT_THAT(options, Contains(Pair("threadPerConnectionLowerLimit", "131")));
   EXPECT_THAT(options, Contains(Pair("maxServerThreadPoolSize", "8")));
+  EXPECT_THAT(options, Contains(Pair("connectionWatchPeriod", "1000000")));
 }
 
 }  // namespace

@@ -218,5 +218,18 @@ TEST(any_guard_by_hand, AMessageThatNeverEndsHoldsUpNobodyElse) {
   EXPECT_EQ(next.Call("GetId", Wire()), "ok");
 }
 
+TEST(any_guard_by_hand, CallsInterleavedOnAConnectionDoNotWaitForEachOther) {
+  Server server;
+  RawClient client(server.subscriber);
+  const auto number = [](std::int32_t value) {
+    return Any(Simple(kTkLong), [value](Wire& wire) { wire.Ulong(static_cast<std::uint32_t>(value)); });
+  };
+  client.Send(client.Request("DDS_Callback", number(-2)));
+  ASSERT_TRUE(server.Wrote("held")) << server.Out();
+  client.Send(client.Request("DDS_Callback", number(-3)));  // answers the first one, too
+  EXPECT_EQ(client.Answer(), "ok");
+  EXPECT_EQ(client.Answer(), "ok");
+}
+
 }  // namespace
 }  // namespace Corvanta

@@ -1,5 +1,9 @@
 // Servants behind the any guard, for tests: writes the references of a subscriber and of a manager, then a line for each
-// record that comes in. A sample "long -1" is answered with BAD_OPERATION; handle 13 does not take its sample, and 14 throws.
+// record that comes in. A sample "long -1" is answered with BAD_OPERATION, "long -2" when a "long -3" has come or with TIMEOUT after
+// ten seconds; handle 13 does not take its sample, and 14 throws.
+#include <chrono>
+#include <future>
+
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/orb/ORB_wrapper.h"
@@ -20,9 +24,11 @@ class Subscriber : public POA_Corvanta::DDS_GroupSub {
   }
 
   CORBA::Boolean _dispatch(omniCallHandle& handle) override {
-    const auto deliver = [](SampleRecord&& record) {
+    const auto deliver = [this](SampleRecord&& record) {
       const auto* number = std::get_if<CORBA::Long>(&record);
       if (number != nullptr && *number == -1) throw CORBA::BAD_OPERATION(0, CORBA::COMPLETED_YES);
+      if (number != nullptr && *number == -2) WaitForRelease();
+      if (number != nullptr && *number == -3) release_.set_value();
       Lumenar::WriteOut("callback " + Test::TextOf(record));
     };
     const auto take = [](CORBA::Long member, SampleRecord& record, bool last) {
@@ -33,6 +39,16 @@ class Subscriber : public POA_Corvanta::DDS_GroupSub {
     return DispatchCallback(handle, this, deliver) || DispatchGroup(handle, this, take) ||
            POA_Corvanta::DDS_GroupSub::_dispatch(handle);
   }
+
+ private:
+  void WaitForRelease() {
+    Lumenar::WriteOut("held");
+    const auto end = released_.wait_for(std::chrono::seconds(10));
+    if (end != std::future_status::ready) throw CORBA::TIMEOUT(0, CORBA::COMPLETED_YES);
+  }
+
+  std::promise<void> release_;
+  std::shared_future<void> released_ = release_.get_future();
 };
 
 class Manager : public POA_Corvanta::DDS_Manager {
