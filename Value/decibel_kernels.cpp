@@ -94,12 +94,12 @@ struct Log10 {
   }
 
   /// (m - 1) / (m + 1). A reciprocal in float is off by a factor 1 - e, with e about 2^-23 at most; e comes out exactly, and so does the reciprocal's
-  /// product with m - 1. 1 / (1 - e) is 1 + e + e^2 but for 2^-69.
+  /// product with m - 1. 1 / (1 - e) is 1 + e but for 2^-46.
   LUMENAR_KERNEL static double Reduce_by_reciprocal(float m) noexcept {
     const double reciprocal = 1.0f / (m + 1.0f);
     const double e = __builtin_fma(-static_cast<double>(m), reciprocal, 1.0 - reciprocal);
     const double quotient = __builtin_fma(static_cast<double>(m), reciprocal, -reciprocal);
-    return __builtin_fma(quotient, __builtin_fma(e, e, e), quotient);
+    return __builtin_fma(quotient, e, quotient);
   }
 
   template <class Arithmetic>
@@ -192,17 +192,27 @@ template <class Kernel>
   for (std::size_t i = 0; i < count; ++i) out[i] = kernel.Certain(in[i]);
 }
 
-/// kBlock samples, step by step: the steps of one sample wait for each other, those of a block overlap. The result goes
-/// through a buffer of its own, since `in` may be `out` and is needed for the redo.
+/// What the first step makes of a block.
 template <class Arithmetic, class Kernel>
-LUMENAR_KERNEL void Convert_block(const Kernel& kernel, const float* in, float* out) noexcept {
-  std::array<decltype(Kernel::template Reduce<Arithmetic>(0.0f)), kBlock> reduced;
+using Reduced_block = std::array<decltype(Kernel::template Reduce<Arithmetic>(0.0f)), kBlock>;
+
+template <class Arithmetic, class Kernel>
+LUMENAR_KERNEL void Reduce_block(const float* in, Reduced_block<Arithmetic, Kernel>& reduced) noexcept {
   for (std::size_t i = 0; i < kBlock; ++i) reduced[i] = Kernel::template Reduce<Arithmetic>(in[i]);
+}
+
+/// kBlock samples, step by step: the steps of one sample wait for each other, those of a block overlap. `reduced` is theirs and becomes
+/// that of the samples `next`: the divisions of that step keep a unit busy that the last step leaves alone. The result goes through a
+/// buffer of its own, since `in` may be `out` and is needed for the redo.
+template <class Arithmetic, class Kernel>
+LUMENAR_KERNEL void Convert_block(const Kernel& kernel, const float* in, const float* next, Reduced_block<Arithmetic, Kernel>& reduced,
+                                  float* out) noexcept {
   std::array<double, kBlock> estimate;
   for (std::size_t i = 0; i < kBlock; ++i) estimate[i] = Kernel::template Estimate<Arithmetic>(in[i], reduced[i]);
   std::array<float, kBlock> result;
   std::int32_t unsettled = 0;
   for (std::size_t i = 0; i < kBlock; ++i) {
+    reduced[i] = Kernel::template Reduce<Arithmetic>(next[i]);
     const Attempt attempt = kernel.Round(in[i], estimate[i]);
     result[i] = attempt.value;
     unsettled |= attempt.unsettled;
@@ -215,13 +225,19 @@ LUMENAR_KERNEL void Convert_block(const Kernel& kernel, const float* in, float* 
 template <class Arithmetic, class Kernel>
 LUMENAR_KERNEL void Convert(const Kernel& kernel, const float* in, float* out, std::size_t count) noexcept {
   const std::size_t rest = count % kBlock;
-  for (std::size_t i = 0; i < count - rest; i += kBlock) Convert_block<Arithmetic>(kernel, in + i, out + i);
-  if (rest == 0) return;
+  const std::size_t whole = count - rest;
   std::array<float, kBlock> padded;
   padded.fill(1.0f);
-  std::copy_n(in + (count - rest), rest, padded.begin());
-  Convert_block<Arithmetic>(kernel, padded.data(), padded.data());
-  std::copy_n(padded.begin(), rest, out + (count - rest));
+  std::copy_n(in + whole, rest, padded.begin());
+  Reduced_block<Arithmetic, Kernel> reduced;
+  Reduce_block<Arithmetic, Kernel>(whole > 0 ? in : padded.data(), reduced);
+  for (std::size_t i = 0; i < whole; i += kBlock) {
+    const float* next = i + kBlock < whole ? in + i + kBlock : padded.data();
+    Convert_block<Arithmetic>(kernel, in + i, next, reduced, out + i);
+  }
+  if (rest == 0) return;
+  Convert_block<Arithmetic>(kernel, padded.data(), padded.data(), reduced, padded.data());
+  std::copy_n(padded.begin(), rest, out + whole);
 }
 
 template <class Kernel>
