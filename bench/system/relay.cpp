@@ -10,12 +10,11 @@
 #include <thread>
 
 #include "Topics/DDS_Publisher.h"
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/base/TraceMemory.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/local_arguments.h"
-#include "platform/signals/Signals.h"
+#include "platform/orb/program.h"
 
 LUMENAR_LOCAL_ARGUMENTS("system_relay")
 
@@ -103,25 +102,25 @@ void RunRelay(ORB_wrapper& orb, const char* in, const char* out) {
   orb.Run();
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  if (argc < 2) return 2;
+void Run(int argc, char** argv) {
+  Lumenar::KeepTraceMemory();
   try {
-    Lumenar::KeepTraceMemory();
-    Lumenar::Signals::Install();
     ORB_wrapper orb("SYSTEM_RELAY", "Lumenar/local");
     if (argc == 3) {
       RunRelay(orb, argv[1], argv[2]);
     } else {
       RunSink(orb);
     }
-  } catch (const Signal_Exception&) {
-    return 0;
-  } catch (const CORBA::Exception& error) {
-    Lumenar::WriteError(Lumenar::CorbaText(error));
-  } catch (const std::exception& error) {
-    Lumenar::WriteError(error.what());
+  } catch (const Signal_Exception&) {  // the way to end it
   }
-  return 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) return 2;
+  return Lumenar::RunProgram("system_relay", [&] {
+    Run(argc, argv);
+    return 0;
+  });
 }

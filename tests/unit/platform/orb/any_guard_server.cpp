@@ -4,11 +4,10 @@
 #include <chrono>
 #include <future>
 
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/any_guard.h"
-#include "platform/signals/Signals.h"
+#include "platform/orb/program.h"
 #include "tests/unit/platform/orb/record_text.h"
 
 namespace Corvanta {
@@ -90,15 +89,11 @@ void Serve() {
 }  // namespace Corvanta
 
 int main() {
-  try {
-    Lumenar::Signals::Install();
-    Corvanta::Serve();
-  } catch (const Signal_Exception&) {
+  return Lumenar::RunProgram("any_guard_server", [] {
+    try {
+      Corvanta::Serve();
+    } catch (const Signal_Exception&) {  // the way to end it
+    }
     return 0;
-  } catch (const CORBA::Exception& error) {
-    Lumenar::WriteError(Lumenar::CorbaText(error));
-  } catch (const std::exception& error) {
-    Lumenar::WriteError(error.what());
-  }
-  return 1;
+  });
 }

@@ -4,28 +4,32 @@
 #include <string>
 #include <thread>
 
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/program.h"
 #include "platform/signals/Signals.h"
 
-int main(int argc, char** argv) {
-  if (argc != 3) return 2;
+namespace {
+
+void Serve(const std::string& name, bool holds) {
   try {
-    Lumenar::Signals::Install();
-    Corvanta::ORB_wrapper orb(argv[1], "Lumenar/local");
+    Corvanta::ORB_wrapper orb(name.c_str(), "Lumenar/local");
     Lumenar::WriteOut("is " + orb.EngineName());
-    while (std::string(argv[2]) == "hold") {
+    while (holds) {
       Lumenar::Signals::ThrowIfPending();
       std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     orb.Run();
-  } catch (const Signal_Exception&) {
-    return 0;
-  } catch (const CORBA::Exception& error) {
-    Lumenar::WriteError(Lumenar::CorbaText(error));
-  } catch (const std::exception& error) {
-    Lumenar::WriteError(error.what());
+  } catch (const Signal_Exception&) {  // the way to end it
   }
-  return 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 3) return 2;
+  return Lumenar::RunProgram("orb_test_engine", [&] {
+    Serve(argv[1], argv[2] == std::string("hold"));
+    return 0;
+  });
 }
