@@ -201,9 +201,9 @@ LUMENAR_KERNEL void Reduce_block(const float* in, Reduced_block<Arithmetic, Kern
   for (std::size_t i = 0; i < kBlock; ++i) reduced[i] = Kernel::template Reduce<Arithmetic>(in[i]);
 }
 
-/// kBlock samples, step by step: the steps of one sample wait for each other, those of a block overlap. `reduced` is theirs and becomes
-/// that of the samples `next`: the divisions of that step keep a unit busy that the last step leaves alone. The result goes through a
-/// buffer of its own, since `in` may be `out` and is needed for the redo.
+/// kBlock samples, step by step: the steps of one sample wait for each other, those of a block overlap. `reduced` comes with their first
+/// step done and goes with that of the samples `next`: its divisions keep a unit busy that the last step leaves alone. The result goes
+/// through a buffer of its own, since `in` may be `out` and is needed for the redo.
 template <class Arithmetic, class Kernel>
 LUMENAR_KERNEL void Convert_block(const Kernel& kernel, const float* in, const float* next, Reduced_block<Arithmetic, Kernel>& reduced,
                                   float* out) noexcept {
