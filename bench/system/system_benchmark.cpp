@@ -20,6 +20,7 @@ using Lumenar::Test::Process;
 
 struct Plan {
   int share = 1;          ///< rounds are divided by it
+  int turns = 5;          ///< with the peer
   int steady_seconds = 60;
 
   std::vector<std::string> parts = {};  ///< those to run; all when empty
@@ -125,13 +126,13 @@ void OneHop(SystemRig& rig, const std::string& over, const Plan& plan, std::vect
     const BT_DATA trace = BenchTrace(points, false);
     const auto hop = rig.OneHop(trace);
     Times way, in_bursts, peer_way, peer_bursts;
-    for (int part = 0; part < 3; ++part) {  // in turn with the peer
-      for (int i = -kWarmUp; i < rounds / 3; ++i) {
+    for (int turn = 0; turn < plan.turns; ++turn) {  // with the peer, which has new processes, and luck with their places, in each
+      for (int i = -kWarmUp; i < rounds / plan.turns; ++i) {
         const double once = hop->Once(trace);
         if (i >= 0) way.push_back(once);
       }
       for (int i = 0; i < 3; ++i) in_bursts.push_back(hop->Burst(trace, burst));
-      if (const auto peer = PeerTimes(rig, points, rounds / 3 + 1, burst)) {
+      if (const auto peer = PeerTimes(rig, points, rounds / plan.turns + 1, burst)) {
         peer_way.push_back(peer->first);
         peer_bursts.push_back(peer->second);
       }
@@ -194,6 +195,7 @@ int main(int argc, char** argv) {
   CLI11_PARSE(app, argc, argv);
   if (quick) {
     plan.share = 100;
+    plan.turns = 1;
     plan.steady_seconds = 1;
   }
   try {
