@@ -195,7 +195,7 @@ int main(int argc, char** argv) {
   CLI11_PARSE(app, argc, argv);
   if (quick) {
     plan.share = 100;
-    plan.turns = 1;
+    plan.turns = 2;
     plan.steady_seconds = 1;
   }
   try {
