@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <utility>
 
 #include "Value/decibel_coefficients.h"
 #include "Value/decibel_exact.h"

@@ -102,25 +102,18 @@ void RunRelay(ORB_wrapper& orb, const char* in, const char* out) {
   orb.Run();
 }
 
-void Run(int argc, char** argv) {
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) return 2;
   Lumenar::KeepTraceMemory();
-  try {
+  return Lumenar::RunProgram("system_relay", [&] {
     ORB_wrapper orb("SYSTEM_RELAY", "Lumenar/local");
     if (argc == 3) {
       RunRelay(orb, argv[1], argv[2]);
     } else {
       RunSink(orb);
     }
-  } catch (const Signal_Exception&) {  // the way to end it
-  }
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-  if (argc < 2) return 2;
-  return Lumenar::RunProgram("system_relay", [&] {
-    Run(argc, argv);
     return 0;
   });
 }

@@ -12,13 +12,16 @@
 namespace Lumenar {
 
 /// What main of a program of the platform does around its work: installs the handling of signals, before the work starts any thread,
-/// and calls `run`. Returns what that returned, the exit status, or 1 after a line on standard error with what it threw.
+/// and calls `run`. Returns what that returned, the exit status; 0 when a signal ended it, the ordinary end of a server; or 1 after a line on
+/// standard error with what it threw.
 /// Threads   the main thread, once.
 template <class Run>
 int RunProgram(const std::string& name, Run run) {
   try {
     Signals::Install();
     return run();
+  } catch (const Signal_Exception&) {
+    return 0;
   } catch (const CORBA::Exception& error) {
     WriteError(name + ": " + CorbaText(error));
   } catch (const std::exception& error) {

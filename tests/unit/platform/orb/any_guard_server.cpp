@@ -90,10 +90,7 @@ void Serve() {
 
 int main() {
   return Lumenar::RunProgram("any_guard_server", [] {
-    try {
-      Corvanta::Serve();
-    } catch (const Signal_Exception&) {  // the way to end it
-    }
+    Corvanta::Serve();
     return 0;
   });
 }

@@ -9,27 +9,16 @@
 #include "platform/orb/program.h"
 #include "platform/signals/Signals.h"
 
-namespace {
-
-void Serve(const std::string& name, bool holds) {
-  try {
-    Corvanta::ORB_wrapper orb(name.c_str(), "Lumenar/local");
+int main(int argc, char** argv) {
+  if (argc != 3) return 2;
+  return Lumenar::RunProgram("orb_test_engine", [&] {
+    Corvanta::ORB_wrapper orb(argv[1], "Lumenar/local");
     Lumenar::WriteOut("is " + orb.EngineName());
-    while (holds) {
+    while (argv[2] == std::string("hold")) {
       Lumenar::Signals::ThrowIfPending();
       std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     orb.Run();
-  } catch (const Signal_Exception&) {  // the way to end it
-  }
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-  if (argc != 3) return 2;
-  return Lumenar::RunProgram("orb_test_engine", [&] {
-    Serve(argv[1], argv[2] == std::string("hold"));
     return 0;
   });
 }
