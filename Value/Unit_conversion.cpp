@@ -73,8 +73,8 @@ double Scale_of(const Units& units, int sign) {
   return Base_to_power(Units_library::Get_unit_base(units), std::int64_t{units.base_power} * sign);
 }
 
-const Units_conversion* Find_slot_row(Units_list from, Units_list to) {
-  for (const Units_conversion& row : Unit_conv_vect) {
+const Conversion_row* Find_slot_row(Units_list from, Units_list to) {
+  for (const Conversion_row& row : kConversionRows) {
     if (row.source.slots == Make_unit(from).slots && row.target.slots == Make_unit(to).slots) {
       return &row;
     }
@@ -144,7 +144,7 @@ Unit_conversion<T> Unit_conversion<T>::Plan(const Units& from, const Units& to) 
 /// side alone is a reciprocal.
 template <class T>
 bool Unit_conversion<T>::Plan_whole_unit(const Units& source) {
-  for (const Units_conversion& row : Unit_conv_vect) {
+  for (const Conversion_row& row : kConversionRows) {
     const bool source_inverse = Are_reciprocal(source, row.source);
     const bool target_inverse = Are_reciprocal(target_, row.target);
     const bool source_fits = source_inverse || source.slots == row.source.slots;
@@ -170,7 +170,7 @@ void Unit_conversion<T>::Plan_slots(const Units& source) {
     if (Size(from.exponent) != Size(to.exponent)) {
       throw UnitDimensionNotSame();
     }
-    const Units_conversion* row = Find_slot_row(from.unit, to.unit);
+    const Conversion_row* row = Find_slot_row(from.unit, to.unit);
     if (row != nullptr && from.exponent == to.exponent) {
       Add_row(row->rule, from.exponent < 0);
       rest_source.slots[i] = {};

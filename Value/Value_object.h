@@ -40,7 +40,8 @@ class Value_object {
   /// value comes back as it is. Not the inverse of Apply_DB where k is not 1.
   static Value_object Normalize_DB(const Value_object& source);
 
-  /// Linear numbers turned into dB: 10 * k * log10(x). The unit stays.
+  /// Linear numbers of a unit that is marked as in dB turned into dB: 10 * k * log10(x). The unit stays; a value whose unit
+  /// is not in dB comes back as it is.
   static Value_object Apply_DB(const Value_object& source);
 
   /// Errors   std::out_of_range "Value is out of range" for a value that is not finite or an error that is NaN.

@@ -182,7 +182,9 @@ template <class T>
 Value_object<T> Value_object<T>::Apply_DB(const Value_object& source) {
   detail::Numbers<T> numbers(source);
   numbers.Sort();
-  numbers.Make_decibel(Units_library::Decibel_factor(source.unit_));
+  if (source.unit_.is_dB) {
+    numbers.Make_decibel(Units_library::Decibel_factor(source.unit_));
+  }
   return numbers.With(source.unit_);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "BASIC_TRACE.hh"
 
 namespace Lumenar {
@@ -19,6 +21,14 @@ void TakeRecord(Corvanta::BASIC_TRACE::BT_DATA& to, Corvanta::BASIC_TRACE::BT_DA
 /// As TakeRecord, but `from` gets the buffer that `to` had, with samples that mean nothing: whoever fills one record again and
 /// again needs no new memory. Its other fields stay.
 void ExchangeRecord(Corvanta::BASIC_TRACE::BT_DATA& to, Corvanta::BASIC_TRACE::BT_DATA& from);
+
+/// How much memory the samples take.
+inline std::size_t SampleBytes(const Corvanta::BASIC_TRACE::BT_DATA& record) { return record.samples.length() * sizeof(float); }
+
+template <class T>
+std::size_t SampleBytes(const T&) {
+  return 0;
+}
 
 template <class T>
 void CopyRecord(T& to, const T& from) {

@@ -2,6 +2,7 @@
 
 #include "platform/units/Units.h"
 
+#include <map>
 #include <span>
 #include <string_view>
 
@@ -10,6 +11,13 @@ namespace Lumenar::Value {
 /// Signs of the text form of units: V^2, V/s.
 inline constexpr std::string_view Pow_sign = "^";
 inline constexpr std::string_view Divide_sign = "/";
+
+/// Units that are plain ratios, and what one of them is. Made when the library is loaded.
+inline const std::map<Units_list, double> angle_conv_table = {
+    {U_Percent, 0.01},
+    {U_PartsPerMillion, 1e-6},
+    {U_PartsPerBillion, 1e-9},
+};
 
 /// Exponents over the SI bases, and over three that count things SI has no base for: angle, information, samples.
 struct Dimension {

@@ -85,13 +85,18 @@ class AverageRule final : public Rule {
     PerSampleTrace mean = Of(result);
     mean.Remove_dB();
     mean *= static_cast<int>(history_.size());
+    mean += sample;  // what cannot be added does not come into the history
     history_.push_front(sample.record);
-    mean += sample;
     while (history_.size() > size_) {
-      mean -= Of(history_.back());
+      const BT_DATA oldest = history_.back();
       history_.pop_back();
+      mean -= Of(oldest);
     }
-    mean /= static_cast<int>(history_.size());
+    if (history_.size() == 1) {
+      mean = Of(sample.record);
+    } else {
+      mean /= static_cast<int>(history_.size());
+    }
     if (was_dB) mean.Add_dB();
     result = mean.record;
   }

@@ -8,6 +8,7 @@
 
 #include <bit>
 #include <cstdint>
+#include <iterator>
 #include <limits>
 #include <vector>
 
@@ -143,17 +144,28 @@ TEST(Scale, RoundsEachProductOnEveryPathAtEveryLengthAndPlace) {
   }
 }
 
-TEST(ConversionTable, HasTheRowsInTheirOrder) {
-  const Pair expected[] = {
-      {C_Volt2PerOhms, C_Watts}, {C_VoltAmps, C_Watts}, {C_Amps2Ohms, C_Watts},
-      {C_DgreeC, C_DgreeF},      {C_DgreeF, C_DgreeC},  {C_DgreeC, C_Kelvin},
-      {C_DgreeF, C_Kelvin},      {C_Kelvin, C_DgreeC},  {C_Kelvin, C_DgreeF},
+TEST(ConversionTable, HasItsNineRowsInTheirOrder) {
+  using Float = Value_object<float>;
+  const Units_conversion<float> expected[] = {
+      {C_Volt2PerOhms, C_Watts, Float::Power_conversion},
+      {C_VoltAmps, C_Watts, Float::Power_conversion},
+      {C_Amps2Ohms, C_Watts, Float::Power_conversion},
+      {C_DgreeC, C_DgreeF, Float::Convert_degreeC_to_degreeF},
+      {C_DgreeF, C_DgreeC, Float::Convert_degreeF_to_degreeC},
+      {C_DgreeC, C_Kelvin, Float::Convert_degreeC_to_kelvin},
+      {C_DgreeF, C_Kelvin, Float::Convert_degreeF_to_kelvin},
+      {C_Kelvin, C_DgreeC, Float::Convert_kelvin_to_degreeC},
+      {C_Kelvin, C_DgreeF, Float::Convert_kelvin_to_degreeF},
   };
-  ASSERT_EQ(Unit_conv_vect.size(), std::size(expected));
-  for (std::size_t i = 0; i < Unit_conv_vect.size(); ++i) {
-    EXPECT_EQ(Unit_conv_vect[i].source, expected[i].from);
-    EXPECT_EQ(Unit_conv_vect[i].target, expected[i].to);
-    EXPECT_EQ(Units_library::Arrange_tuple(Unit_conv_vect[i].source), Unit_conv_vect[i].source) << "arranged";
+  const std::vector<Units_conversion<float>>& rows = Units_conv<float>::Unit_conv_vect;
+  ASSERT_EQ(rows.size(), std::size(expected));
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    EXPECT_EQ(rows[i].source, expected[i].source) << i;
+    EXPECT_EQ(rows[i].target, expected[i].target) << i;
+    EXPECT_EQ(rows[i].convert, expected[i].convert) << i;
+    EXPECT_EQ(Units_library::Arrange_tuple(rows[i].source), rows[i].source) << "arranged";
+    const Float value(37.5f, rows[i].source, -0.5f, 0.25f);
+    Expect_same_bits(rows[i].convert(value, rows[i].target), value.Convert_to(rows[i].target));
   }
 }
 

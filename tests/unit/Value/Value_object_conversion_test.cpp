@@ -207,10 +207,26 @@ TYPED_TEST(ValueObject, DecibelRules) {
   EXPECT_TRUE(Close(Value::Apply_DB(Value(100, In_dB(kVolt2), 0, 0)).Get_value(), 40.0));
 }
 
+/// double alone takes a source out of dB.
+TEST(ValueObjectDouble, ASourceInDecibelsIsMadeLinearByItsOwnUnit) {
+  const Value_object<double> level(10, In_dB(C_Amps2Ohms), 0, 0);  // k is 2: 20 A^2*ohm
+  EXPECT_DOUBLE_EQ(level.Convert_to(C_Watts).Get_value(), 20);
+  EXPECT_DOUBLE_EQ(level.Convert_to(In_dB(C_Watts)).Get_value(), 10 * std::log10(20.0));
+  EXPECT_DOUBLE_EQ(Value_object<double>(10, In_dB(C_Volt2PerOhms), 0, 0).Convert_to(C_Watts).Get_value(), -20) << "k is -2";
+}
+
 TYPED_TEST(ValueObject, NormalizeLeavesLinearValuesAlone) {
   using Value = Value_object<TypeParam>;
   const Value linear(20, kVolt, -1, 2);
   Expect_same_bits(Value::Normalize_DB(linear), linear);
+}
+
+TYPED_TEST(ValueObject, ApplyLeavesValuesAloneWhoseUnitIsNotInDecibels) {
+  using Value = Value_object<TypeParam>;
+  for (const TypeParam number : {TypeParam(100), TypeParam(0), TypeParam(-3)}) {
+    const Value linear(number, kVolt2, -1, 2);
+    Expect_same_bits(Value::Apply_DB(linear), linear);
+  }
 }
 
 TYPED_TEST(ValueObject, ErrorsFollowTheDecibelRulesAndStaySorted) {
@@ -269,6 +285,13 @@ TEST(ValueObjectDouble, TheDecibelFlagsOfBothSidesCount) {
   Expect_numbers(Value(100, C_Watts, 1, 10).Convert_to(In_dB(C_Watts)), 20, 0, 10);
   Expect_numbers(Value(20, In_dB(C_VoltAmps), -10, 10).Convert_to(In_dB(C_Watts)), 20, -10, 10);
   Expect_numbers(Value(20, In_dB(C_Empty), 0, 0).Convert_to(C_Empty), 100, 1, 1);
+}
+
+TEST(ValueObjectDouble, TheLargestPowerOfTenIsANumber) {
+  const Units largest = Make_unit(U_Watt, 1, 308);
+  EXPECT_DOUBLE_EQ(Value_object<double>(1e-300, largest, 0, 0).Convert_to(C_Watts).Get_value(), 1e8);
+  const Units beyond = Make_unit(U_Watt, 1, 309);
+  EXPECT_EQ(Value_object<double>(1e-300, beyond, 0, 0).Convert_to(C_Watts).Get_value(), std::numeric_limits<double>::infinity());
 }
 
 TEST(ValueObjectDouble, TheSameUnitInEveryRespectChangesNothing) {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <map>
 #include <numbers>
 #include <vector>
 
@@ -51,6 +52,41 @@ TEST(Units, ArrangeSortsMergesAndPacksTheLeadingRun) {
   for (const Arrange_case& c : cases) {
     EXPECT_EQ(Units_library::Arrange_tuple(c.given), c.arranged) << c.why;
     EXPECT_EQ(Units_library::Arrange_tuple(c.arranged), c.arranged) << c.why << " (again)";
+  }
+}
+
+TEST(Units, OnlyRatiosHaveTheDimensionOfNoUnit) {
+  for (const Unit_row& row : Unit_table()) {
+    const Units unit = Make_unit(row.unit);
+    if (row.unit == U_Percent || row.unit == U_PartsPerMillion || row.unit == U_PartsPerBillion) {
+      EXPECT_EQ(Units_library::Get_conversion_factor(C_Empty, unit), row.numerator / row.denominator) << row.stem;
+    } else {
+      EXPECT_THROW(Units_library::Get_conversion_factor(C_Empty, unit), UnitDimensionNotSame) << row.stem;
+      EXPECT_THROW(Units_library::Get_conversion_factor(unit, C_Empty), UnitDimensionNotSame) << row.stem;
+      EXPECT_THROW(Units_library::Get_conversion_factor(unit, Make_unit(U_Percent)), UnitDimensionNotSame) << row.stem;
+    }
+  }
+}
+
+TEST(Units, RatiosStandInATableByTheirNumbers) {
+  const std::map<Units_list, double> expected = {
+      {static_cast<Units_list>(8), 0.01}, {static_cast<Units_list>(9), 1e-6}, {static_cast<Units_list>(10), 1e-9}};
+  EXPECT_EQ(angle_conv_table, expected);
+  for (const auto& [unit, ratio] : angle_conv_table) {
+    EXPECT_EQ(Units_library::Get_conversion_factor(C_Empty, Make_unit(unit)), ratio) << Units_text(Make_unit(unit));
+  }
+}
+
+TEST(Units, ThingsThatAreCountedDoNotMeet) {
+  const Units counted[] = {Make_unit(U_Sample), Make_unit(U_Bit), Make_unit(U_Radian), Make_unit(U_Candela)};
+  for (const Units& a : counted) {
+    for (const Units& b : counted) {
+      if (a == b) {
+        EXPECT_EQ(Units_library::Get_conversion_factor(a, b), 1.0) << Units_text(a);
+      } else {
+        EXPECT_THROW(Units_library::Get_conversion_factor(a, b), UnitDimensionNotSame) << Units_text(a) << Units_text(b);
+      }
+    }
   }
 }
 
