@@ -1,8 +1,12 @@
 #include "platform/base/Diagnostic.h"
 
+#include <atomic>
+#include <cerrno>
 #include <iostream>
+#include <system_error>
 
 #include "platform/base/Mutex.h"
+#include "platform/base/output_error.h"
 
 namespace Lumenar {
 namespace {
@@ -12,15 +16,39 @@ Mutex& OutputMutex() {
   return mutex;
 }
 
-void WriteLine(std::ostream& stream, std::string_view line) {
-  Lock lock(OutputMutex());
+std::atomic<int> output_error{0};
+
+/// Errno of a line that could not be written, 0 of one that was. The next line is tried again: a disk may have room by then.
+int WriteLine(std::ostream& stream, std::string_view line) {
+  errno = 0;
   stream << line << std::endl;
+  if (stream) return 0;
+  const int error = errno;
+  stream.clear();
+  return error != 0 ? error : EIO;
 }
 
 }  // namespace
 
-void WriteOut(std::string_view line) { WriteLine(std::cout, line); }
+void WriteOut(std::string_view line) {
+  Lock lock(OutputMutex());
+  const int error = WriteLine(std::cout, line);
+  int none = 0;
+  if (error != 0) output_error.compare_exchange_strong(none, error);
+}
 
-void WriteError(std::string_view line) { WriteLine(std::cerr, line); }
+void WriteError(std::string_view line) {
+  Lock lock(OutputMutex());
+  WriteLine(std::cerr, line);
+}
+
+int OutputError() noexcept { return output_error; }
+
+int CheckOutput(const char* program, int exit_code) {
+  const int error = OutputError();
+  if (error == 0 || error == EPIPE) return exit_code;
+  WriteError(std::string(program) + ": standard output: " + std::generic_category().message(error));
+  return exit_code == 0 ? 1 : exit_code;
+}
 
 }  // namespace Lumenar

@@ -1,14 +1,22 @@
 #include "platform/base/ReplaceFile.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <string_view>
 #include <system_error>
 
 namespace Lumenar {
 namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view kUnfinished = ".new-";
+constexpr std::string_view kRandomPart = "XXXXXX";  // as mkostemp wants it
 
 [[noreturn]] void Fail(int error, const std::string& what) {
   throw std::system_error(error, std::generic_category(), what);
@@ -23,9 +31,8 @@ void WriteAll(int descriptor, const std::string& text, const std::string& path) 
   }
 }
 
-void WriteTo(const std::string& path, int flags, const std::string& text) {
-  const int descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, 0600);
-  if (descriptor < 0) Fail(errno, path);
+/// Writes all and closes, whatever happens.
+void WriteAndClose(int descriptor, const std::string& text, const std::string& path) {
   try {
     WriteAll(descriptor, text, path);
   } catch (...) {
@@ -35,14 +42,49 @@ void WriteTo(const std::string& path, int flags, const std::string& text) {
   if (::close(descriptor) != 0) Fail(errno, path);
 }
 
+bool IsUnfinished(const fs::directory_entry& entry, const std::string& stem) {
+  std::error_code error;
+  const std::string name = entry.path().filename().string();
+  return name.size() == stem.size() + kRandomPart.size() && name.compare(0, stem.size(), stem) == 0 &&
+         entry.symlink_status(error).type() == fs::file_type::regular;
+}
+
 }  // namespace
 
-void AppendToFile(const std::filesystem::path& path, const std::string& text) { WriteTo(path.string(), O_APPEND, text); }
+void AppendToFile(const fs::path& path, const std::string& text) {
+  const int descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+  if (descriptor < 0) Fail(errno, path.string());
+  struct stat status {};
+  if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+    ::close(descriptor);
+    Fail(EINVAL, path.string() + ": is not a regular file");
+  }
+  WriteAndClose(descriptor, text, path.string());
+}
 
-void ReplaceFile(const std::filesystem::path& path, const std::string& text) {
-  const std::string temporary = path.string() + ".new";
-  WriteTo(temporary, O_CREAT | O_TRUNC, text);
-  if (std::rename(temporary.c_str(), path.c_str()) != 0) Fail(errno, path.string());
+void ReplaceFile(const fs::path& path, const std::string& text) {
+  std::string temporary = path.string().append(kUnfinished).append(kRandomPart);
+  const int descriptor = ::mkostemp(temporary.data(), O_CLOEXEC);  // O_EXCL, so that no link is followed; for its owner only
+  if (descriptor < 0) Fail(errno, path.string());
+  try {
+    WriteAndClose(descriptor, text, path.string());
+    if (std::rename(temporary.c_str(), path.c_str()) != 0) Fail(errno, path.string());
+  } catch (...) {
+    ::unlink(temporary.c_str());
+    throw;
+  }
+}
+
+void RemoveUnfinishedReplacements(const fs::path& path) noexcept {
+  try {
+    const std::string stem = path.filename().string().append(kUnfinished);
+    const fs::path directory = path.has_parent_path() ? path.parent_path() : fs::path(".");
+    for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
+      std::error_code ignored;
+      if (IsUnfinished(entry, stem)) fs::remove(entry.path(), ignored);
+    }
+  } catch (const std::exception&) {  // a directory that cannot be listed costs the space of what is left there
+  }
 }
 
 }  // namespace Lumenar

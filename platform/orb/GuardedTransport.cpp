@@ -1,86 +1,91 @@
 #include "platform/orb/GuardedTransport.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <poll.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <string_view>
 
-#include "platform/orb/ConnectionTable.h"
-#include "platform/orb/RefusalLog.h"
+#include "platform/orb/OwnConnections.h"
+#include "platform/orb/TransportState.h"
 #include "platform/orb/guarded_tcp.h"
 
 namespace Corvanta {
 namespace {
 
-constexpr std::string_view kTcp = "giop:tcp:";
-constexpr char kGuarded[] = "giop:guarded-tcp";
+constexpr std::string_view kTcp = "giop:tcp:", kUnix = "giop:unix:";
 
-/// A descriptor kept back: given up for the moment that it takes to accept a connection and close it.
-class SpareDescriptor {
- public:
-  SpareDescriptor() { Take(); }
-  ~SpareDescriptor() { Give(); }
-  SpareDescriptor(const SpareDescriptor&) = delete;
-  SpareDescriptor& operator=(const SpareDescriptor&) = delete;
-
-  void Take() { descriptor_ = open("/dev/null", O_RDONLY | O_CLOEXEC); }
-  void Give() {
-    if (descriptor_ >= 0) close(descriptor_);
-    descriptor_ = -1;
-  }
-
- private:
-  int descriptor_ = -1;
+/// A transport of the ORB as this process serves it: the name under which ours stands, that in the rules for peers, its connections.
+struct Tcp {
+  static constexpr char kGuarded[] = "giop:guarded-tcp", kRule[] = "tcp";
+  using Connection = omni::tcpConnection;
+  using Endpoint = omni::tcpEndpoint;
+  struct Accepted : Connection {
+    Accepted(int socket, omni::SocketCollection* collection, const char*) : Connection(socket, collection) {}
+  };
 };
 
-std::size_t LimitByDescriptors(std::size_t wanted) {
-  rlimit limit{};
-  if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return wanted;
-  return std::max<std::size_t>(1, std::min<std::size_t>(wanted, limit.rlim_cur / 2));
-}
+struct Unix {
+  static constexpr char kGuarded[] = "giop:guarded-unix", kRule[] = "unix";
+  using Connection = omni::unixConnection;
+  using Endpoint = omni::unixEndpoint;
+  struct Accepted : Connection {
+    Accepted(int socket, omni::SocketCollection* collection, const char* path) : Connection(socket, collection, path, false) {}
+  };
+};
 
-/// Whether the rules that the configuration gave to the ORB admit a peer.
-bool IsAllowedPeer(const char* peer) {
+/// Whether the rules that the configuration gave to the ORB admit a peer over a transport.
+bool IsAllowedPeer(const char* peer, const char* transport) {
   CORBA::StringSeq transports;
   CORBA::ULong rule = 0;
   if (!omni::transportRules::serverRules().match(peer, transports, rule)) return false;
   for (CORBA::ULong i = 0; i < transports.length(); ++i)
-    if (std::strcmp(transports[i], "tcp") == 0) return true;
+    if (std::strcmp(transports[i], transport) == 0) return true;
   return false;
 }
 
-/// The address without its port, of a "giop:tcp:ADDRESS:PORT".
-std::string HostOf(std::string_view peer) {
-  if (peer.substr(0, kTcp.size()) == kTcp) peer.remove_prefix(kTcp.size());
-  return std::string(peer.substr(0, peer.rfind(':')));
+/// What is left until a limit of the ORB's own on a call, if there is one.
+std::chrono::milliseconds TimeUntil(const omni_time_t& deadline) {
+  timeval left{};
+  if (!deadline) return std::chrono::milliseconds::max();
+  if (omni::tcpSocket::setTimeout(deadline, left)) return {};
+  return std::chrono::milliseconds(left.tv_sec * 1000 + left.tv_usec / 1000);
 }
 
 }  // namespace
 
-/// What all endpoints and connections share; it outlives them.
-struct TransportState {
-  explicit TransportState(std::size_t max_connections) : table(LimitByDescriptors(max_connections)) {}
-
-  RefusalLog log;
-  ConnectionTable table;
-  SpareDescriptor spare;  // the endpoint's thread alone uses it
-  std::atomic<bool> ended{false};
-};
+std::string HostOf(std::string_view peer) {
+  if (peer.substr(0, kUnix.size()) == kUnix) {
+    peer.remove_prefix(kUnix.find(':') + 1);
+    return std::string(peer.substr(0, peer.find(' ')));  // the ORB numbers connections behind a space
+  }
+  if (peer.substr(0, kTcp.size()) == kTcp) peer.remove_prefix(kTcp.size());
+  return std::string(peer.substr(0, peer.rfind(':')));
+}
 
 namespace {
 
-class GuardedConnection final : public omni::tcpConnection, public ServedConnection {
+template <class Transport>
+class GuardedConnection final : public Transport::Accepted, public ServedConnection {
+  using Plain = typename Transport::Accepted;
+  using Plain::handle;
+  using Plain::peeraddress;
+  using Plain::Shutdown;
+
  public:
-  GuardedConnection(int socket, omni::SocketCollection* collection, std::shared_ptr<TransportState> state)
-      : omni::tcpConnection(socket, collection), state_(std::move(state)) {}
+  /// `address`: of the endpoint.
+  GuardedConnection(int socket, omni::SocketCollection* collection, const char* address, std::shared_ptr<TransportState> state)
+      : Plain(socket, collection, address),
+        state_(std::move(state)),
+        framing_(MessageFraming::Side::Served, state_->framing, state_->assembly, nullptr, [this](const std::string& what) {
+          const std::string host = HostOf(peeraddress());
+          state_->log.Say("refused " + host, fmt::format("{} from {}", what, host));
+        }),
+        sender_(state_->sending, [this] { Shutdown(); }, [this] { return HostOf(peeraddress()); }) {}
 
   ~GuardedConnection() override {
     state_->table.Leave(*this);
@@ -90,42 +95,73 @@ class GuardedConnection final : public omni::tcpConnection, public ServedConnect
 
   int Recv(void* buffer, size_t size, const omni_time_t& deadline) override {
     was_read_ = true;
-    const int count = omni::tcpConnection::Recv(buffer, size, deadline);
-    if (count > 0) Heard();
-    return count;
+    sender_.WaitWhileStuck();
+    return ReceiveFramed(
+        framing_, {static_cast<char*>(buffer), size},
+        [&](char* to, std::size_t most) {
+          const int count = Plain::Recv(to, most, deadline);
+          if (count > 0) Heard();
+          return count;
+        },
+        [this](const char* why) { EndUnlawful(why); });
+  }
+
+  void setSelectable(int now, CORBA::Boolean data_in_buffer) override {
+    const bool has_output = framing_.HasOutput();
+    Plain::setSelectable(has_output && now == 0 ? 1 : now, data_in_buffer || has_output);
   }
 
   int Send(void* buffer, size_t size, const omni_time_t& deadline) override {
-    Answered();
-    return omni::tcpConnection::Send(buffer, size, deadline);
+    const int count = sender_.Send(handle(), buffer, size, TimeUntil(deadline));
+    if (sender_.IsBetweenAnswers()) Answered();
+    else Heard();  // it owes the rest
+    return count;
   }
 
   /// A peer at rest is told in the protocol's words, so that it may open a new connection without an error.
   void GiveWay() noexcept override {
     static constexpr char kCloseConnection[12] = {'G', 'I', 'O', 'P', 1, 2, 0, 5, 0, 0, 0, 0};
     gave_way_ = true;
-    if (Rank() == Resting) send(handle(), kCloseConnection, sizeof kCloseConnection, MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (Rank() == Resting && sender_.IsBetweenAnswers()) send(handle(), kCloseConnection, sizeof kCloseConnection, MSG_DONTWAIT | MSG_NOSIGNAL);
     Shutdown();
   }
 
   void NotServed() noexcept { gave_way_ = true; }
 
+  const char* PeerAddress() { return peeraddress(); }
+
  private:
+  /// Tells the peer in the protocol's words, if they do not fall into an answer that another thread is sending.
+  void EndUnlawful(const char* why) {
+    static constexpr char kMessageError[12] = {'G', 'I', 'O', 'P', 1, 0, 0, 6, 0, 0, 0, 0};
+    const std::string host = HostOf(peeraddress());
+    state_->log.Say("unlawful " + host, fmt::format("connection from {} closed: {}", host, why));
+    if (sender_.IsBetweenAnswers()) send(handle(), kMessageError, sizeof kMessageError, MSG_DONTWAIT | MSG_NOSIGNAL);
+    Shutdown();
+  }
+
   const std::shared_ptr<TransportState> state_;
   std::atomic<bool> was_read_{false};
   std::atomic<bool> gave_way_{false};  // was closed on purpose
+  MessageFraming framing_;
+  AnswerSender sender_;
 };
 
-class GuardedEndpoint final : public omni::tcpEndpoint {
+template <class Transport>
+class GuardedEndpoint final : public Transport::Endpoint {
+  using Plain = typename Transport::Endpoint;
+  using Plain::pd_socket;
+  using Plain::Select;
+
  public:
   GuardedEndpoint(const char* address, std::shared_ptr<TransportState> state)
-      : omni::tcpEndpoint(address), state_(std::move(state)) {}
+      : Plain(address), address_(address), state_(std::move(state)) {}
 
   /// Returns null only when the ORB ends: it would not serve this endpoint any more.
   omni::giopConnection* AcceptAndMonitor(omni::giopConnection::notifyReadable_t notify, void* cookie) override {
     notify_ = notify;
     cookie_ = cookie;
-    setSelectable(1, 0, 0);
+    this->setSelectable(1, 0);
     while (!poked_) {
       accepted_ = -1;
       if (!Select()) return nullptr;
@@ -138,13 +174,13 @@ class GuardedEndpoint final : public omni::tcpEndpoint {
 
   void Poke() override {
     poked_ = true;
-    omni::tcpEndpoint::Poke();
+    Plain::Poke();
   }
 
  protected:
   CORBA::Boolean notifyReadable(omni::SocketHolder* holder) override {
     if (holder != static_cast<omni::SocketHolder*>(this)) {
-      notify_(cookie_, static_cast<omni::tcpConnection*>(holder));
+      notify_(cookie_, static_cast<typename Transport::Connection*>(holder));
       return true;
     }
     accepted_ = accept4(pd_socket, nullptr, nullptr, SOCK_CLOEXEC);
@@ -152,16 +188,16 @@ class GuardedEndpoint final : public omni::tcpEndpoint {
     if (error == EBADF) return false;
     if (error == EMFILE || error == ENFILE) CloseOneUnserved(error);
     if (error == ENOBUFS || error == ENOMEM) Pause();
-    setSelectable(1, 0, 0);
+    this->setSelectable(1, 0);
     return true;
   }
 
  private:
   /// The connection, or null when its peer is not allowed.
   omni::giopConnection* Admit(int socket) {
-    auto* connection = new GuardedConnection(socket, this, state_);  // counted by the ORB
-    const std::string host = HostOf(connection->peeraddress());
-    if (!IsAllowedPeer(connection->peeraddress())) {
+    auto* connection = new GuardedConnection<Transport>(socket, this, address_.c_str(), state_);  // counted by the ORB
+    const std::string host = HostOf(connection->PeerAddress());
+    if (!IsAllowedPeer(connection->PeerAddress(), Transport::kRule)) {
       state_->log.Say(host, fmt::format("connection from {} refused: it is not an allowed peer (orb.allowed_peer)", host));
       connection->NotServed();
       connection->decrRefCount(1);
@@ -186,6 +222,7 @@ class GuardedEndpoint final : public omni::tcpEndpoint {
   /// Others of the machine have what is missing: they may give it back.
   static void Pause() { poll(nullptr, 0, 50); }
 
+  const std::string address_;
   const std::shared_ptr<TransportState> state_;
   omni::giopConnection::notifyReadable_t notify_ = nullptr;
   void* cookie_ = nullptr;
@@ -193,18 +230,18 @@ class GuardedEndpoint final : public omni::tcpEndpoint {
   std::atomic<bool> poked_{false};
 };
 
-/// Registers with the ORB under a name of its own; addresses that it gives out are those of TCP.
-class GuardedTcp final : public omni::giopTransportImpl {
+/// Registers with the ORB under a name of its own; addresses that it gives out are those of the ORB's transport.
+template <class Transport>
+class Guarded final : public omni::giopTransportImpl {
  public:
-  explicit GuardedTcp(std::size_t max_connections)
-      : omni::giopTransportImpl(kGuarded), state_(std::make_shared<TransportState>(max_connections)) {}
+  explicit Guarded(std::shared_ptr<TransportState> state)
+      : omni::giopTransportImpl(Transport::kGuarded), state_(std::move(state)) {}
 
-  omni::giopEndpoint* toEndpoint(const char* address) override { return new GuardedEndpoint(address, state_); }
+  omni::giopEndpoint* toEndpoint(const char* address) override { return new GuardedEndpoint<Transport>(address, state_); }
   omni::giopAddress* toAddress(const char*) override { return nullptr; }
   CORBA::Boolean isValid(const char*) override { return true; }
   CORBA::Boolean addToIOR(const char*, omni::IORPublish*) override { return false; }
   const omnivector<const char*>* getInterfaceAddress() override { return &no_addresses_; }
-  void BeginEnd() noexcept { state_->ended = true; }
 
  private:
   const std::shared_ptr<TransportState> state_;
@@ -214,19 +251,27 @@ class GuardedTcp final : public omni::giopTransportImpl {
 }  // namespace
 
 struct GuardedTransport::Impl {
-  explicit Impl(std::size_t max_connections) : transport(max_connections) {}
-  GuardedTcp transport;
+  explicit Impl(const TransportConfig& config) : state(std::make_shared<TransportState>(config)) {}
+
+  const std::shared_ptr<TransportState> state;
+  Guarded<Tcp> served_tcp{state};
+  Guarded<Unix> served_unix{state};
+  OwnConnections own_tcp{OwnConnections::Transport::Tcp, state};
+  OwnConnections own_unix{OwnConnections::Transport::Unix, state};
 };
 
-GuardedTransport::GuardedTransport(std::size_t max_connections) : impl_(std::make_unique<Impl>(max_connections)) {}
+GuardedTransport::GuardedTransport(const TransportConfig& config) : impl_(std::make_unique<Impl>(config)) {}
 
 GuardedTransport::~GuardedTransport() = default;
 
-void GuardedTransport::BeginEnd() noexcept { impl_->transport.BeginEnd(); }
+void GuardedTransport::BeginEnd() noexcept { impl_->state->ended = true; }
 
 std::string GuardedTransport::Endpoint(const std::string& endpoint) {
-  if (endpoint.compare(0, kTcp.size(), kTcp) != 0) return endpoint;
-  return std::string(kGuarded) + endpoint.substr(kTcp.size() - 1);
+  const auto guarded = [&](std::string_view name, const char* ours) { return ours + endpoint.substr(name.size() - 1); };
+  const std::string_view given = endpoint;
+  if (given.substr(0, kTcp.size()) == kTcp) return guarded(kTcp, Tcp::kGuarded);
+  if (given.substr(0, kUnix.size()) == kUnix) return guarded(kUnix, Unix::kGuarded);
+  return endpoint;
 }
 
 }  // namespace Corvanta

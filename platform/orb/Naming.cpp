@@ -77,6 +77,17 @@ CORBA::Object_ptr Naming::Resolve(const Path& path) const {
   return object._retn();
 }
 
+CORBA::Object_ptr Naming::ResolveWithin(const Path& path, std::chrono::milliseconds limit) const {
+  const CosNaming::NamingContext_var root = Root();
+  const CORBA::String_var text = orb_->object_to_string(root);
+  const CORBA::Object_var own = orb_->string_to_object(text);  // the limit is not to touch other calls through the root
+  const CosNaming::NamingContext_var limited = CosNaming::NamingContext::_unchecked_narrow(own);
+  omniORB::setClientCallTimeout(limited, static_cast<CORBA::ULong>(limit.count()));  // a narrowed reference does not inherit it
+  CORBA::Object_var object = limited->resolve(NameOf(path));
+  if (CORBA::is_nil(object)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_YES);
+  return object._retn();
+}
+
 /// Runs an operation that binds `path`, and once more with its contexts when they were missing.
 template <class Operation>
 void Naming::WithContexts(const Path& path, Operation operation) const {

@@ -33,6 +33,8 @@ class Naming {
   Naming& operator=(const Naming&) = delete;
 
   CORBA::Object_ptr Resolve(const Path& path) const;
+  /// With a limit of its own, whatever that of other calls is.
+  CORBA::Object_ptr ResolveWithin(const Path& path, std::chrono::milliseconds limit) const;
   void Bind(const Path& path, CORBA::Object_ptr object);
   int BindInstance(const Path& context, CORBA::Object_ptr object);
   void Unbind(const Path& path) noexcept;

@@ -18,6 +18,9 @@ namespace {
 
 std::atomic<ORB_base*> current{nullptr};
 
+/// By itself the ORB repeats a call, without end, when the answer is a certain TRANSIENT. What was called may have done its work.
+CORBA::Boolean RepeatNothing(void*, CORBA::ULong, const CORBA::TRANSIENT&) { return false; }
+
 /// Takes the ORB's own messages; it writes only errors unless its environment asks for more (ORBtraceLevel).
 void WriteOrbMessage(const char* message) {
   std::string_view line = message;
@@ -45,6 +48,7 @@ bool IsActive(PortableServer::ServantBase* servant) {
 void ORB_base::Impl::InitialiseOrb() {
   RequireNoOrb();
   omniORB::setLogFunction(WriteOrbMessage);
+  omniORB::installTransientExceptionHandler(nullptr, &RepeatNothing);
   if (std::getenv("ORBtraceLevel") == nullptr) arguments.options.emplace(arguments.options.begin(), "traceLevel", "0");
   for (auto& [name, value] : arguments.options)
     if (name == "endPoint") value = GuardedTransport::Endpoint(value);
@@ -55,9 +59,17 @@ void ORB_base::Impl::InitialiseOrb() {
     options[i][1] = arguments.options[i].second.c_str();
   }
   int no_arguments = 0;
-  orb = CORBA::ORB_init(no_arguments, nullptr, "omniORB4", options.get());
-  CORBA::Object_var object = orb->resolve_initial_references("RootPOA");
-  poa = PortableServer::POA::_narrow(object);
+  try {
+    orb = CORBA::ORB_init(no_arguments, nullptr, "omniORB4", options.get());
+    CORBA::Object_var object = orb->resolve_initial_references("RootPOA");  // begins to listen
+    poa = PortableServer::POA::_narrow(object);
+  } catch (const CORBA::INITIALIZE& error) {
+    const std::string problem = arguments.Problem();
+    if (!problem.empty()) throw TransportConfigError(problem);
+    throw std::runtime_error("the ORB refuses its options: " + Lumenar::CorbaText(error));
+  } catch (const omniORB::fatalException& failure) {
+    throw std::runtime_error(std::string("the ORB refuses its options: ") + failure.errmsg());
+  }
   manager = poa->the_POAManager();  // holds requests until it is activated
   naming = std::make_unique<Naming>(orb, arguments.NamingAddress());
   listeners.Add([this] { naming->UnbindAll(); });
@@ -70,7 +82,7 @@ void ORB_base::Impl::WaitUntilStopped() {
 
 /// Returns when no request is in flight any more; in a request, at once.
 void ORB_base::Impl::StopOrb() noexcept {
-  incoming.BeginEnd();
+  connections.BeginEnd();
   for (const bool wait : {true, false}) {
     try {
       orb->shutdown(wait);
@@ -189,6 +201,11 @@ void ORB_base::DeactivateObject(PortableServer::ServantBase* servant) noexcept {
 
 void ORB_base::SetCallTimeout(CORBA::Object_ptr object, std::chrono::milliseconds limit) {
   omniORB::setClientCallTimeout(object, static_cast<CORBA::ULong>(limit.count()));
+}
+
+bool RaisedByOrb(const CORBA::SystemException& error) noexcept {
+  constexpr CORBA::ULong kVendor = 0x41540000, kVendorMask = 0xfffff000;  // the first of the minor codes that were assigned to this ORB
+  return (error.minor() & kVendorMask) == kVendor;
 }
 
 }  // namespace Corvanta

@@ -73,7 +73,7 @@ class ORB_base {
   /// requests in flight.
   static void DeactivateObject(PortableServer::ServantBase* servant) noexcept;
 
-  /// Sets the time limit of calls through one reference.
+  /// Sets the time limit of calls through one reference; 0 is the limit of all calls.
   static void SetCallTimeout(CORBA::Object_ptr object, std::chrono::milliseconds limit);
 
   struct Impl;
@@ -81,5 +81,9 @@ class ORB_base {
  protected:
   std::unique_ptr<Impl> impl_;
 };
+
+/// Whether an exception bears the ORB's own mark: the call failed on the way, or the ORB at its other end refused it. One without the
+/// mark was raised by the object that was called; one with it may have been, if it lets the failure of a call of its own pass.
+bool RaisedByOrb(const CORBA::SystemException& error) noexcept;
 
 }  // namespace Corvanta

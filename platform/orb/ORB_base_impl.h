@@ -13,7 +13,7 @@ namespace Corvanta {
 /// The parts of an ORB_base. Only the ORB classes of this folder include this file.
 struct ORB_base::Impl {
   explicit Impl(OrbArguments orb_arguments)
-      : arguments(std::move(orb_arguments)), incoming(arguments.transport.max_server_threads) {}
+      : arguments(std::move(orb_arguments)), connections(arguments.transport) {}
   ~Impl();
   Impl(const Impl&) = delete;
   Impl& operator=(const Impl&) = delete;
@@ -23,7 +23,7 @@ struct ORB_base::Impl {
   void StopOrb() noexcept;
 
   OrbArguments arguments;
-  GuardedTransport incoming;
+  GuardedTransport connections;
   CORBA::ORB_var orb;
   PortableServer::POA_var poa;
   PortableServer::POAManager_var manager;

@@ -1,5 +1,8 @@
 #include "platform/orb/ORB_wrapper.h"
 
+#include <omniORB4/CORBA.h>
+#include <omniORB4/internal/omniIdentity.h>
+
 #include <map>
 #include <sstream>
 
@@ -30,12 +33,37 @@ Naming::Path Below(Naming::Path path, const std::string& component) {
   return path;
 }
 
+bool IsOfThisProcess(CORBA::Object_ptr object) {
+  const omni_tracedmutex_lock lock(*omni::internalLock);
+  return object->_PR_getobj()->_identity()->inThisAddressSpace();
+}
+
+/// Returns when the object answers a short question. One of this process is not asked: it is there, and a call to it has no
+/// time limit while its adapter holds requests back, as it does before the ORB runs.
+/// Errors   CORBA system exceptions: nobody answers in time, or the object is gone.
+void RequireAnswer(CORBA::Object_ptr object) {
+  if (IsOfThisProcess(object)) return;
+  constexpr std::chrono::milliseconds kShort{250};
+  constexpr std::chrono::milliseconds kLimitOfAllCalls{0};
+  ORB_base::SetCallTimeout(object, kShort);
+  if (object->_non_existent()) throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
+  ORB_base::SetCallTimeout(object, kLimitOfAllCalls);
+}
+
 }  // namespace
 
 ORB_wrapper_base::~ORB_wrapper_base() = default;
 
 void ORB_wrapper_base::LookupClient(std::vector<ClientInfo>& clients) {
-  for (ClientInfo& client : clients) client.object = Resolve(client.path);
+  for (ClientInfo& client : clients) {
+    const CORBA::Object_var found = Resolve(client.path);
+    RequireAnswer(found);
+    client.object = found;
+  }
+}
+
+CORBA::Object_ptr ORB_wrapper_base::ResolveWithin(const std::vector<std::string>& path, std::chrono::milliseconds limit) {
+  return impl_->naming->ResolveWithin(path, limit);
 }
 
 CORBA::Object_ptr ORB_wrapper_base::Resolve(const std::vector<std::string>& path) { return impl_->naming->Resolve(path); }

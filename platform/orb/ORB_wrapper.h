@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -31,12 +32,16 @@ class ORB_wrapper_base : public ORB_base {
   using ORB_base::ORB_base;
   ~ORB_wrapper_base() override;
 
-  /// Resolves every path in the naming service.
-  /// Errors   CosNaming::NamingContext::NotFound; CORBA system exceptions (the naming service away).
+  /// Resolves every path in the naming service, and asks each object whether it is there: a name whose object does not answer within
+  /// 0.25 s counts as not found. That limit is not the one of later calls.
+  /// Errors   CosNaming::NamingContext::NotFound; CORBA system exceptions (the naming service away, nobody behind the name).
   void LookupClient(std::vector<ClientInfo>& clients);
 
   /// The same for one path. Nil is never returned.
   CORBA::Object_ptr Resolve(const std::vector<std::string>& path);
+
+  /// The same within a limit of its own for the call to the naming service.
+  CORBA::Object_ptr ResolveWithin(const std::vector<std::string>& path, std::chrono::milliseconds limit);
 
   /// Binds an object, creating the contexts on the way; a binding that is there already is replaced. Unbound at shutdown.
   void Bind(const std::vector<std::string>& path, CORBA::Object_ptr object);

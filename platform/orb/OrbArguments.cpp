@@ -6,7 +6,10 @@
 #include <iterator>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 
+#include "platform/base/TextFile.h"
+#include "platform/orb/addresses.h"
 #include "platform/orb/unix_endpoint.h"
 
 namespace Corvanta {
@@ -38,18 +41,51 @@ bool IsOrbOption(std::string_view name) {
 }
 
 /// The configuration file: one from the environment must exist, the compiled-in one need not.
-TransportConfig ReadTransport(const std::string& compiled_in) {
-  if (const char* file = std::getenv("LUMENAR_TRANSPORT_CONF"); file != nullptr && *file != '\0')
-    return TransportConfig::Read(file);
-  if (compiled_in.empty() || !std::filesystem::exists(compiled_in)) return {};
-  return TransportConfig::Read(compiled_in);
+std::string TransportFile(const std::string& compiled_in) {
+  if (const char* file = std::getenv("LUMENAR_TRANSPORT_CONF"); file != nullptr && *file != '\0') return file;
+  std::error_code error;
+  const auto type = compiled_in.empty() ? std::filesystem::file_type::not_found : std::filesystem::status(compiled_in, error).type();
+  return type == std::filesystem::file_type::not_found ? std::string() : compiled_in;
+}
+
+/// "FILE:LINE: KEY: " of an element of a list, which a file that was read without an error names; "KEY: " of a default.
+std::string PlaceOf(const std::string& path, const std::string& key, std::size_t index) {
+  if (path.empty()) return key + ": ";
+  constexpr std::size_t kLongestLine = 8192;
+  Lumenar::TextFile file(path);
+  int number = 0;
+  for (std::string line; file.NextLine(line, kLongestLine);) {
+    ++number;
+    const auto begin = line.find_first_not_of(" \t");
+    if (begin == std::string::npos || line.compare(begin, key.size(), key) != 0) continue;
+    if (index-- == 0) return path + ":" + std::to_string(number) + ": " + key + ": ";
+  }
+  return key + ": ";
+}
+
+constexpr const char* kEndpoint = "orb.endpoint";
+constexpr const char* kAllowedPeer = "orb.allowed_peer";
+
+void PrepareEndpoints(const std::string& path, TransportConfig& transport) {
+  for (std::size_t i = 0; i < transport.endpoints.size(); ++i) {
+    try {
+      transport.endpoints[i] = PrepareEndpoint(transport.endpoints[i]);
+    } catch (const TransportConfigError& error) {
+      throw TransportConfigError(PlaceOf(path, kEndpoint, i) + error.what());
+    }
+  }
+}
+
+void CheckGiven(const std::string_view name, const std::string& value) {
+  const std::string problem = name == "endPoint" ? EndpointProblem(value) : std::string();
+  if (!problem.empty()) throw std::invalid_argument("-ORBendPoint " + value + " " + problem);
 }
 
 }  // namespace
 
 OrbArguments OrbArguments::Read(int argc, const char* const* argv) {
   OrbArguments arguments;
-  std::string transport_file;
+  std::string compiled_in;
   std::vector<std::pair<std::string, std::string>> given;
   for (int i = 1; i < argc; ++i) {
     const std::string_view argument = argv[i];
@@ -60,21 +96,43 @@ OrbArguments OrbArguments::Read(int argc, const char* const* argv) {
     if (++i == argc) throw std::invalid_argument("no value after " + std::string(argument));
     const std::string_view value = argv[i];
     if (name == "SvcConf") {
-      transport_file = value;
+      compiled_in = value;
     } else if (name == "InitRef" && value.substr(0, kNamingKey.size()) == kNamingKey) {
       arguments.naming_uri = value.substr(kNamingKey.size());
     } else {
       given.emplace_back(name, value);
+      CheckGiven(name, given.back().second);
     }
   }
   if (const char* address = std::getenv("LUMENAR_NAMING"); address != nullptr && *address != '\0')
-    arguments.naming_uri = "corbaloc:iiop:" + std::string(address) + "/NameService";
-  arguments.transport = ReadTransport(transport_file);
-  for (std::string& endpoint : arguments.transport.endpoints) endpoint = PrepareEndpoint(endpoint);
+    arguments.TakeNaming("LUMENAR_NAMING", address);
+  arguments.transport_file = TransportFile(compiled_in);
+  if (!arguments.transport_file.empty()) arguments.transport = TransportConfig::Read(arguments.transport_file);
+  PrepareEndpoints(arguments.transport_file, arguments.transport);
   arguments.options = arguments.transport.OrbOptions();
   arguments.options.emplace_back("InitRef", std::string(kNamingKey) + arguments.naming_uri);
   arguments.options.insert(arguments.options.end(), given.begin(), given.end());
   return arguments;
+}
+
+void OrbArguments::TakeNaming(const std::string& source, const std::string& address) {
+  const std::string problem = HostPortProblem(address);
+  if (!problem.empty()) throw std::invalid_argument(source + ": " + problem);
+  naming_uri = "corbaloc:iiop:" + address + "/NameService";
+}
+
+std::string OrbArguments::Problem() const {
+  for (std::size_t i = 0; i < transport.endpoints.size(); ++i) {
+    const std::string problem = ListenProblem(transport.endpoints[i]);
+    if (!problem.empty())
+      return PlaceOf(transport_file, kEndpoint, i) + transport.endpoints[i] + ": " + problem;
+  }
+  for (std::size_t i = 0; i < transport.allowed_peers.size(); ++i) {
+    const std::string problem = LookupProblem(transport.allowed_peers[i]);
+    if (!problem.empty())
+      return PlaceOf(transport_file, kAllowedPeer, i) + transport.allowed_peers[i] + ": " + problem;
+  }
+  return {};
 }
 
 std::string OrbArguments::NamingAddress() const {

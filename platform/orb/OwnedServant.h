@@ -54,6 +54,12 @@ class OwnedServant {
   /// Not duplicated; it stays the same after Close, when calls through it raise OBJECT_NOT_EXIST.
   typename Interface::_ptr_type Reference() const noexcept { return reference_; }
 
+  /// The servant with a reference of the caller's to it.
+  Servant* Counted() const {
+    servant_->_add_ref();
+    return servant_.in();
+  }
+
   Servant* operator->() const noexcept { return servant_.in(); }
 
  private:

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <atomic>
 #include <new>
 #include <sstream>
 
@@ -13,7 +15,7 @@ namespace {
 
 using Lumenar::Lock;
 
-constexpr std::chrono::milliseconds kAnswerLimit{1000};
+constexpr std::chrono::milliseconds kAnswerLimit{500};
 constexpr unsigned kMissesOfOneThatHangs = 2;
 
 /// Where an engine is bound in the naming service.
@@ -29,6 +31,16 @@ std::vector<std::string> NamingPath(const std::string& engine) {
 void RequireAnswer(CORBA::Object_ptr object) { static_cast<void>(object->_non_existent()); }
 
 }  // namespace
+
+struct PeerWatch::Round {
+  struct Place {
+    std::string engine;
+    CORBA::Object_var object;
+  };
+
+  std::vector<Place> places;
+  std::atomic<std::size_t> next{0};
+};
 
 PeerWatch::PeerWatch(ORB_wrapper_base& orb, std::chrono::milliseconds period) : orb_(orb), period_(period) {
   const long listener = orb_.AddShutdownListener([this] { EndThread(); });
@@ -96,12 +108,32 @@ void PeerWatch::Run() {
 }
 
 void PeerWatch::LookAtAll() {
-  std::map<std::string, CORBA::Object_var> round;
+  Round round;
   {
     Lock lock(mutex_);
-    for (const auto& [engine, peer] : peers_) round[engine] = peer.object;
+    for (const bool missed : {false, true}) {
+      for (const auto& [engine, peer] : peers_)
+        if ((peer.missed > 0) == missed) round.places.push_back({engine, peer.object});
+    }
   }
-  for (const auto& [engine, object] : round) Look(engine, object);
+  std::vector<std::thread> others;
+  try {
+    while (others.size() + 1 < std::min(kLookers, round.places.size())) others.emplace_back([&] { LookAtRest(round); });
+  } catch (const std::exception&) {  // no thread to be had: fewer do
+  }
+  LookAtRest(round);
+  for (std::thread& other : others) other.join();
+}
+
+void PeerWatch::LookAtRest(Round& round) noexcept {
+  for (std::size_t i = round.next++; i < round.places.size() && !HasEnded(); i = round.next++) {
+    Look(round.places[i].engine, round.places[i].object);
+  }
+}
+
+bool PeerWatch::HasEnded() const {
+  Lock lock(mutex_);
+  return ended_;
 }
 
 /// False when the watch has ended.
@@ -126,7 +158,7 @@ void PeerWatch::Look(const std::string& engine, CORBA::Object_ptr object) {
 }
 
 /// An object of the engine that answered just now: `object`, or what stands under the engine's name since it was started again.
-/// Errors   CORBA system exceptions; CosNaming::NamingContext::NotFound.
+/// Errors   CORBA system exceptions.
 CORBA::Object_ptr PeerWatch::Reach(const std::string& engine, CORBA::Object_ptr object) {
   try {
     RequireAnswer(object);
@@ -134,11 +166,22 @@ CORBA::Object_ptr PeerWatch::Reach(const std::string& engine, CORBA::Object_ptr 
   } catch (const CORBA::TIMEOUT&) {  // it is there, but hangs: nobody else has its name
     throw;
   } catch (const CORBA::SystemException&) {
+    const CORBA::Object_var successor = Successor(engine);
+    if (CORBA::is_nil(successor)) throw;
+    return CORBA::Object::_duplicate(successor);
   }
-  CORBA::Object_var successor = orb_.Resolve(NamingPath(engine));
-  ORB_base::SetCallTimeout(successor, kAnswerLimit);
-  RequireAnswer(successor);
-  return successor._retn();
+}
+
+/// What answers under the engine's name; nil when nothing does, also while the naming service is away or hangs.
+CORBA::Object_ptr PeerWatch::Successor(const std::string& engine) {
+  try {
+    CORBA::Object_var successor = orb_.ResolveWithin(NamingPath(engine), kAnswerLimit);
+    ORB_base::SetCallTimeout(successor, kAnswerLimit);
+    RequireAnswer(successor);
+    return successor._retn();
+  } catch (const CORBA::Exception&) {
+    return CORBA::Object::_nil();
+  }
 }
 
 void PeerWatch::Answered(const std::string& engine, CORBA::Object_ptr object) {

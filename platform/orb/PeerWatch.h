@@ -18,14 +18,17 @@ namespace Corvanta {
 /// Watches over engines that this process depends on but does not call: samples reach it through the topic manager, so the death of
 /// the engine that publishes them would pass unnoticed.
 ///
-/// One thread looks every period whether each watched engine answers, however many watch it, and writes one line to
-/// standard error when it is gone and one when it is back. An engine that was started again is found under its name. One that
-/// hangs counts as gone after two rounds without an answer.
+/// Every period it looks whether each watched engine answers, however many watch it, and writes one line to standard error
+/// when it is gone and one when it is back. An engine that was started again is found under its name. One that hangs counts as gone
+/// after two rounds without an answer. Engines are looked at side by side, by up to kLookers threads, and those that did not answer last
+/// time come last, so that many that hang do not put off the look at one that dies.
 /// Threads   any. No call waits for a remote one, but for End and the destructor, which wait for one look at most.
 class PeerWatch {
  public:
   /// What for an engine is watched, chosen by the caller; unique among its own.
   using Key = CORBA::Long;
+
+  static constexpr std::size_t kLookers = 16;
 
   /// `orb` lives until End has returned. The watch ends with it, before calls stop going out. All engines are looked at each `period`.
   explicit PeerWatch(ORB_wrapper_base& orb, std::chrono::milliseconds period = std::chrono::seconds(2));
@@ -54,12 +57,18 @@ class PeerWatch {
     bool away = false;
   };
 
+  /// What one round looks at: the next one is taken by whoever is free.
+  struct Round;
+
   void EndThread() noexcept;
   void Run();
   bool WaitForNextRound();
   void LookAtAll();
+  void LookAtRest(Round& round) noexcept;
+  bool HasEnded() const;
   void Look(const std::string& engine, CORBA::Object_ptr object);
   CORBA::Object_ptr Reach(const std::string& engine, CORBA::Object_ptr object);
+  CORBA::Object_ptr Successor(const std::string& engine);
   void Answered(const std::string& engine, CORBA::Object_ptr object);
   void Missed(const std::string& engine, const CORBA::Exception& error);
 

@@ -3,13 +3,15 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <cstring>
-#include <fstream>
 #include <functional>
 #include <limits>
+#include <stdexcept>
 #include <string_view>
+#include <system_error>
+
+#include "platform/base/TextFile.h"
+#include "platform/orb/addresses.h"
 
 namespace Corvanta {
 namespace {
@@ -19,6 +21,10 @@ std::string_view Trim(std::string_view text) {
   const auto first = text.find_first_not_of(kBlanks);
   if (first == std::string_view::npos) return {};
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+bool IsControl(char character) {
+  return static_cast<unsigned char>(character) < ' ' && character != '\t' && character != '\r';
 }
 
 /// Why a value is refused; the reader puts file and line in front.
@@ -40,14 +46,12 @@ bool Truth(std::string_view text) {
   throw BadValue{fmt::format("'{}' is neither true nor false", text)};
 }
 
-std::string Endpoint(std::string_view text) {
-  if (text.substr(0, 5) != "giop:") throw BadValue{fmt::format("'{}' is no endpoint: it must begin with giop:", text)};
-  return std::string(text);
-}
-
-std::string Peer(std::string_view text) {
-  if (text.find_first_of(" \t") != std::string_view::npos) throw BadValue{fmt::format("'{}' is not one address", text)};
-  return std::string(text);
+/// The text, unless `problem_of` it is something.
+std::string Good(std::string_view text, std::string (*problem_of)(const std::string&)) {
+  std::string good(text);
+  const std::string problem = problem_of(good);
+  if (!problem.empty()) throw BadValue{fmt::format("'{}' {}", text, problem)};
+  return good;
 }
 
 std::string Transport(std::string_view text) {
@@ -62,14 +66,7 @@ class Reader {
   Reader(std::string path, TransportConfig& config) : path_(std::move(path)), config_(config) {}
 
   void Read() {
-    std::ifstream file(path_);
-    if (!file) throw TransportConfigError(fmt::format("{}: cannot be read: {}", path_, std::strerror(errno)));
-    std::string text;
-    while (std::getline(file, text)) {
-      ++line_;
-      Line(text);
-    }
-    if (file.bad()) throw TransportConfigError(fmt::format("{}: cannot be read: {}", path_, std::strerror(errno)));
+    ReadLines();
     if (config_.out_scan_period_s >= config_.in_scan_period_s) {
       line_ = scan_period_line_;
       Fail("orb.out_scan_period_s must be below orb.in_scan_period_s");
@@ -77,7 +74,27 @@ class Reader {
   }
 
  private:
+  void ReadLines() {
+    constexpr std::size_t kLongestLine = 8192;
+    try {
+      Lumenar::TextFile file(path_);
+      for (std::string text; file.NextLine(text, kLongestLine);) {
+        ++line_;
+        if (text.size() > kLongestLine) Fail(fmt::format("a line has at most {} bytes", kLongestLine));
+        Line(text);
+      }
+    } catch (const std::system_error& error) {
+      throw TransportConfigError(fmt::format("{}: cannot be read: {}", path_, error.code().message()));
+    } catch (const TransportConfigError&) {
+      throw;
+    } catch (const std::runtime_error& error) {
+      throw TransportConfigError(error.what());
+    }
+  }
+
   void Line(std::string_view text) {
+    if (const auto odd = std::find_if(text.begin(), text.end(), IsControl); odd != text.end())
+      Fail(fmt::format("byte {} is a control character", odd - text.begin() + 1));
     text = Trim(text.substr(0, text.find('#')));
     if (text.empty()) return;
     const auto equals = text.find('=');
@@ -94,14 +111,14 @@ class Reader {
 
   /// False when there is no such key.
   bool Set(std::string_view key, std::string_view value) {
-    return SetOrbList(key, value) || SetOrbNumber(key, value) || SetDds(key, value);
+    return SetOrbList(key, value) || SetOrbNumber(key, value) || SetMath(key, value) || SetDds(key, value);
   }
 
   bool SetOrbList(std::string_view key, std::string_view value) {
     if (key == "orb.endpoint") {
-      Append(config_.endpoints, endpoints_given_, Endpoint(value));
+      Append(config_.endpoints, endpoints_given_, Good(value, EndpointProblem));
     } else if (key == "orb.allowed_peer") {
-      Append(config_.allowed_peers, peers_given_, Peer(value));
+      Append(config_.allowed_peers, peers_given_, Good(value, PeerProblem));
     } else if (key == "orb.client_transport") {
       Append(config_.client_transports, client_transports_given_, Transport(value));
     } else {
@@ -116,8 +133,14 @@ class Reader {
       config_.call_timeout = std::chrono::milliseconds(Number(value, 1, 3600000));
     } else if (key == "orb.max_message_bytes") {
       config_.max_message_bytes = Number(value, 8192, std::numeric_limits<std::int32_t>::max());
+    } else if (key == "orb.max_assembly_bytes") {
+      config_.max_assembly_bytes = Number(value, 65536, std::uint64_t{1} << 40);
+    } else if (key == "orb.send_timeout_ms") {
+      config_.send_timeout = std::chrono::milliseconds(Number(value, 1, 3600000));
+    } else if (key == "orb.max_unsent_bytes") {
+      config_.max_unsent_bytes = Number(value, 8192, std::numeric_limits<std::int64_t>::max());
     } else if (key == "orb.max_connections_to_peer") {
-      config_.max_connections_to_peer = static_cast<unsigned>(Number(value, 1, 1000));
+      config_.max_connections_to_peer = static_cast<unsigned>(Number(value, 1, 10000));
     } else if (key == "orb.max_server_threads") {
       config_.max_server_threads = static_cast<unsigned>(Number(value, 2, 10000));
     } else if (key == "orb.out_scan_period_s") {
@@ -126,6 +149,17 @@ class Reader {
     } else if (key == "orb.in_scan_period_s") {
       config_.in_scan_period_s = static_cast<unsigned>(Number(value, 1, kDay_s));
       scan_period_line_ = line_;
+    } else {
+      return false;
+    }
+    return true;
+  }
+
+  bool SetMath(std::string_view key, std::string_view value) {
+    if (key == "math.max_objects") {
+      config_.max_math_objects = static_cast<unsigned>(Number(value, 1, 10'000'000));
+    } else if (key == "math.max_history_bytes") {
+      config_.max_history_bytes = Number(value, 4096, std::uint64_t{1} << 48);
     } else {
       return false;
     }
@@ -154,8 +188,10 @@ class Reader {
     list.push_back(std::move(element));
   }
 
+  std::string Place() const { return fmt::format("{}:{}", path_, line_); }
+
   [[noreturn]] void Fail(const std::string& reason) const {
-    throw TransportConfigError(fmt::format("{}:{}: {}", path_, line_, reason));
+    throw TransportConfigError(fmt::format("{}: {}", Place(), reason));
   }
 
   std::string path_;
@@ -198,6 +234,7 @@ std::vector<std::pair<std::string, std::string>> TransportConfig::OrbOptions() c
   // in whole milliseconds and spins through the rest of a period: at the ORB's own 50 ms, the watchers of five processes on two
   // processors delayed one in a hundred large samples by half a millisecond and more.
   add("connectionWatchPeriod", 1'000'000);
+  add("maxServerThreadPerConnection", 4);  // calls of one connection at a time: each may hold an answer
   add("outConScanPeriod", out_scan_period_s);
   add("inConScanPeriod", in_scan_period_s);
   add("scanGranularity", std::min(5u, out_scan_period_s));

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/orb/sample_wire.h"
+#include "platform/orb/whole_message.h"
 
 namespace Corvanta {
 namespace {
@@ -22,6 +23,14 @@ constexpr std::uint64_t kAllElse = 4096;  // headers, object key, type code and 
 std::uint64_t BytesOfSamples(const SampleView& sample) {
   const auto* trace = std::get_if<const BASIC_TRACE::BT_DATA*>(&sample);
   return trace != nullptr ? (*trace)->samples.length() * std::uint64_t{sizeof(CORBA::Float)} : 0;
+}
+
+/// With all that stands around them.
+std::uint64_t BytesOfSamples(const std::vector<SharedSampleView>& samples) {
+  std::uint64_t bytes = 0;
+  for (const SharedSampleView& shared : samples)
+    bytes += BytesOfSamples(shared.sample) + shared.handles.size() * sizeof(CORBA::Long) + kAllElse;
+  return bytes;
 }
 
 /// Refuses a call whose message would be larger than this process sends.
@@ -127,7 +136,9 @@ class OutgoingGroup : public omniCallDescriptor {
   explicit OutgoingGroup(const std::vector<SharedSampleView>& samples)
       : omniCallDescriptor(nullptr, kGroup, sizeof kGroup, false, nullptr, 0, false), samples_(samples) {}
 
-  void marshalArguments(cdrStream& stream) override { WriteGroup(samples_, stream); }
+  void marshalArguments(cdrStream& stream) override {
+    WriteWhole(stream, BytesOfSamples(samples_), [this](cdrStream& to) { WriteGroup(samples_, to); });
+  }
 
   void unmarshalReturnedValues(cdrStream& stream) override { refused_ <<= stream; }
 
@@ -146,7 +157,9 @@ class OutgoingCallback : public omniCallDescriptor {
   explicit OutgoingCallback(const SampleView& sample)
       : omniCallDescriptor(&CallHere, kCallback, sizeof kCallback, false, nullptr, 0, false), sample_(sample) {}
 
-  void marshalArguments(cdrStream& stream) override { WriteSample(sample_, stream); }
+  void marshalArguments(cdrStream& stream) override {
+    WriteWhole(stream, BytesOfSamples(sample_), [this](cdrStream& to) { WriteSample(sample_, to); });
+  }
 
  private:
   /// The servant is in this process: the call is an ordinary one.
@@ -168,8 +181,10 @@ class OutgoingPublish : public omniCallDescriptor {
       : omniCallDescriptor(&CallHere, kPublish, sizeof kPublish, false, nullptr, 0, false), sample_(sample), topic_(topic) {}
 
   void marshalArguments(cdrStream& stream) override {
-    WriteSample(sample_, stream);
-    stream.marshalRawString(topic_);
+    WriteWhole(stream, BytesOfSamples(sample_), [this](cdrStream& to) {
+      WriteSample(sample_, to);
+      to.marshalRawString(topic_);
+    });
   }
 
  private:
@@ -245,10 +260,7 @@ void CallPublish(DDS_Manager_ptr manager, const SampleView& sample, const char* 
 
 std::vector<CORBA::Long> CallGroup(DDS_GroupSub_ptr subscriber, const std::vector<SharedSampleView>& samples) {
   if (CORBA::is_nil(subscriber)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
-  std::uint64_t bytes = 0;
-  for (const SharedSampleView& shared : samples)
-    bytes += BytesOfSamples(shared.sample) + shared.handles.size() * sizeof(CORBA::Long) + kAllElse;
-  RequireSendable(bytes);
+  RequireSendable(BytesOfSamples(samples));
   OutgoingGroup call(samples);
   subscriber->_PR_getobj()->_invoke(call);
   return call.Refused();

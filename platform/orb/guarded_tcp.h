@@ -7,3 +7,5 @@
 #include <omniORB4/internal/transportRules.h>
 #include <omniORB4/tcpConnection.h>
 #include <omniORB4/tcpEndpoint.h>
+#include <omniORB4/unixConnection.h>
+#include <omniORB4/unixEndpoint.h>

@@ -1,8 +1,13 @@
 #include "platform/signals/Signals.h"
 
+#include <errno.h>
+#include <poll.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <initializer_list>
 #include <pthread.h>
+#include <string>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -25,6 +30,15 @@ sigset_t WaitedSet() {
   return set;
 }
 
+/// Says so and ends the process. Takes no lock, waits for no reader of its line and runs no destructor: whoever hangs may hold any of them.
+[[noreturn]] void EndByForce(std::chrono::milliseconds limit) {
+  const std::string line = std::string(program_invocation_short_name) + ": ended by force, " + std::to_string(limit.count()) +
+                           " ms after it was told to end\n";
+  pollfd error_output{STDERR_FILENO, POLLOUT, 0};
+  if (poll(&error_output, 1, 0) == 1) [[maybe_unused]] const auto written = write(STDERR_FILENO, line.data(), line.size());
+  _exit(1);
+}
+
 /// What the waiting thread and the callers share.
 class State {
  public:
@@ -34,11 +48,16 @@ class State {
     const sigset_t set = WaitedSet();
     if (const int error = pthread_sigmask(SIG_BLOCK, &set, nullptr); error != 0)
       throw std::system_error(error, std::generic_category(), "pthread_sigmask");
+    for (const int ignored : {SIGPIPE, SIGXFSZ}) std::signal(ignored, SIG_IGN);
     std::thread thread([this] { WaitForever(); });
     waiter_ = thread.get_id();
     handle_ = thread.native_handle();
     thread.detach();  // waits for signals as long as the process lives
     installed_ = true;
+  }
+
+  void EndWithin(std::chrono::milliseconds limit) {
+    std::thread([this, limit] { EndLate(limit); }).detach();  // as long as the process lives
   }
 
   void SetHandler(std::function<void()> handler) {
@@ -60,6 +79,7 @@ class State {
   void Clear() {
     Lock lock(mutex_);
     pending_ = 0;
+    changed_.NotifyAll();
   }
 
  private:
@@ -78,6 +98,17 @@ class State {
     }
   }
 
+  void EndLate(std::chrono::milliseconds limit) {
+    using std::chrono::steady_clock;
+    Lock lock(mutex_);
+    for (;;) {
+      while (pending_ == 0) changed_.Wait(mutex_);
+      const auto end = steady_clock::now() + limit;
+      for (auto now = steady_clock::now(); pending_ != 0 && now < end; now = steady_clock::now()) changed_.WaitFor(mutex_, end - now);
+      if (pending_ != 0) EndByForce(limit);
+    }
+  }
+
   void Handle(int signal_number) {
     std::function<void()> handler;
     {
@@ -86,6 +117,7 @@ class State {
         --wakes_;
       } else if (pending_ == 0) {
         pending_ = signal_number;
+        changed_.NotifyAll();
       }
       if (pending_ == 0) return;
       handler = handler_;
@@ -116,6 +148,8 @@ State& TheState() {
 }  // namespace
 
 void Signals::Install() { TheState().Install(); }
+
+void Signals::EndWithin(std::chrono::milliseconds limit) { TheState().EndWithin(limit); }
 
 void Signals::SetHandler(std::function<void()> handler) { TheState().SetHandler(std::move(handler)); }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <exception>
 #include <functional>
 
@@ -37,7 +38,14 @@ class SIGNALS_EXPORT Signals {
   /// Blocks the three signals in the calling thread and in all threads that it starts later, and starts the one
   /// thread that waits for them. Call it first in main. A second call does nothing.
   /// Errors   std::system_error.
+  /// SIGPIPE and SIGXFSZ are ignored from then on: a write that fails returns an error, and ends nothing.
   static void Install();
+
+  /// Ends the process, with a line on standard error and exit status 1, when it is still there so long after a signal came (and was not
+  /// forgotten by Clear): somebody that it waits for may hang. For programs; a host that lives on after its engine's end does without.
+  /// Once, after Install.
+  /// Errors   std::system_error.
+  static void EndWithin(std::chrono::milliseconds limit);
 
   /// What to do when a signal comes, besides remembering it; runs on the waiting thread, so it may block and call
   /// anything. A signal that is already pending runs it at once. The last handler set counts; an empty one clears it and

@@ -57,5 +57,16 @@ TEST(Condition, AWaitWithALimitEndsByItself) {
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(19));
 }
 
+TEST(Condition, AWaitOverTheEndOfASecondIsNotShorter) {
+  constexpr std::chrono::nanoseconds kLong{999'999'999};  // its end lies in the next second, whatever the clock shows
+  Mutex mutex;
+  Condition condition;
+  Lock lock(mutex);
+  const auto start = std::chrono::steady_clock::now();
+  while (condition.WaitFor(mutex, kLong)) {
+  }
+  EXPECT_GE(std::chrono::steady_clock::now() - start, kLong);
+}
+
 }  // namespace
 }  // namespace Lumenar

@@ -78,6 +78,14 @@ TEST_F(OrbArguments_, AConfigurationNamedInTheEnvironmentMustExist) {
   EXPECT_THROW(Read({"p", "-ORBSvcConf", "/nonexistent/tcp.conf"}), TransportConfigError);
 }
 
+TEST_F(OrbArguments_, AnAddressThatIsNoneIsRefused) {
+  for (const char* address : {"abc", ":", "127.0.0.1:99999", "a b:1", "127.0.0.1:0", "x:1/NameService"}) {
+    const Variable naming("LUMENAR_NAMING", address);
+    EXPECT_THROW(Read({"p"}), std::invalid_argument) << address;
+  }
+  EXPECT_THROW(Read({"p", "-ORBendPoint", "giop:tcp:127.0.0.1:99999"}), std::invalid_argument);
+}
+
 std::string Refusal(const char* argument, bool with_value) {
   try {
     const char* argv[] = {"p", argument, "value"};

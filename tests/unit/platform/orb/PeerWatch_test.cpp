@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -109,6 +111,21 @@ TEST_F(PeerWatch_, AKilledEngineIsSaidOnceAndSoIsItsSuccessorOfTheSameName) {
   EXPECT_EQ(Count(Lines(), "\n"), 3u) << Lines();
 }
 
+TEST_F(PeerWatch_, AnEngineThatStaysAwayIsSaidOnceNotOnceARound) {
+  auto lasting = StartPeer("PEER/1");
+  auto next = StartPeer("PEER/2");
+  auto last = StartPeer("PEER/3");
+  for (const char* instance : {"1", "2", "3"})
+    watch_->Add(1, std::string("PEER/") + instance, CORBA::Object_var(Reference(instance)));
+  for (Process* peer : {lasting.get(), next.get(), last.get()}) {  // from one line to the next all were looked at
+    const std::size_t lines = Count(Lines(), "is away: ");
+    Kill(*peer);
+    ASSERT_TRUE(WaitForLines("is away: ", lines + 1)) << Lines();
+  }
+  for (const char* engine : {"PEER/1", "PEER/2", "PEER/3"})
+    EXPECT_EQ(Count(Lines(), std::string("engine ") + engine + ", which supplies inputs, is away: "), 1u) << Lines();
+}
+
 TEST_F(PeerWatch_, AnEngineThatHangsIsAwayUntilItGoesOn) {
   auto peer = StartPeer();
   watch_->Add(1, "PEER/1", CORBA::Object_var(Reference()));
@@ -144,6 +161,60 @@ TEST_F(PeerWatch_, AnObjectThatIsGoneInALivingProcessIsNoLoss) {
   Kill(*peer);
   ASSERT_TRUE(WaitForLines("PEER/1", 1)) << "a round has passed";
   EXPECT_THAT(Lines(), Not(HasSubstr("LIVING/1")));
+}
+
+/// A socket that takes connections and answers nothing.
+class SilentEndpoint {
+ public:
+  SilentEndpoint() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    if (bind(socket_, reinterpret_cast<sockaddr*>(&address), length) != 0 || listen(socket_, 1024) != 0 ||
+        getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+      throw std::runtime_error("no silent endpoint");
+    }
+    port_ = ntohs(address.sin_port);
+  }
+  ~SilentEndpoint() { close(socket_); }
+  SilentEndpoint(const SilentEndpoint&) = delete;
+  SilentEndpoint& operator=(const SilentEndpoint&) = delete;
+
+  int Port() const { return port_; }
+
+ private:
+  const int socket_;
+  int port_ = 0;
+};
+
+TEST_F(PeerWatch_, ADeathIsNoticedWithinFiveSecondsWhateverHangs) {
+  PeerWatch watch(*orb_);  // at the pace of an engine
+  auto peer = StartPeer();
+  watch.Add(1, "PEER/1", CORBA::Object_var(Reference()));
+  std::vector<std::unique_ptr<SilentEndpoint>> silent;
+  for (int i = 0; i < 30; ++i) {
+    silent.push_back(std::make_unique<SilentEndpoint>());
+    const std::string text = "corbaloc::127.0.0.1:" + std::to_string(silent.back()->Port()) + "/silent";
+    watch.Add(1, "HANGS/" + std::to_string(i), CORBA::Object_var(orb_->Orb()->string_to_object(text.c_str())));
+  }
+  Kill(*peer);
+  const auto died = std::chrono::steady_clock::now();
+  ASSERT_TRUE(WaitUntil([&] { return Count(Lines(), "engine PEER/1, which supplies inputs, is away: ") == 1; },
+                        std::chrono::seconds(60)));
+  EXPECT_LT(std::chrono::steady_clock::now() - died, std::chrono::seconds(5));
+  ASSERT_TRUE(WaitUntil([&] { return Count(Lines(), "engine HANGS/") == 30; }, std::chrono::seconds(30))) << Lines();
+}
+
+TEST_F(PeerWatch_, ADeathIsNoticedWhileTheNamingServiceHangs) {
+  PeerWatch watch(*orb_);
+  auto peer = StartPeer();
+  watch.Add(1, "PEER/1", CORBA::Object_var(Reference()));
+  platform_.NamingService().Signal(SIGSTOP);
+  Kill(*peer);
+  EXPECT_TRUE(WaitUntil([&] { return Count(Lines(), "engine PEER/1, which supplies inputs, is away: ") == 1; },
+                        std::chrono::seconds(5)));
+  platform_.NamingService().Signal(SIGCONT);
 }
 
 TEST_F(PeerWatch_, EndsWithTheOrbAndTakesNoMoreThen) {

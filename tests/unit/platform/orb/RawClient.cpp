@@ -4,6 +4,7 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -71,9 +72,13 @@ sockaddr_in InternetAddress(const std::string& host, std::uint16_t port) {
   return address;
 }
 
-constexpr int kRequest = 0;
-constexpr int kReply = 1;
-constexpr int kFragment = 7;
+int ConnectOnMachine(int socket, const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  return connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address);
+}
+
 constexpr std::size_t kHeaderBytes = 12;
 
 }  // namespace
@@ -95,7 +100,12 @@ ObjectAddress AddressOf(const std::string& reference) {
 }
 
 RawClient::RawClient(const ObjectAddress& address, const char* source)
-    : address_(address), socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    : address_(address), socket_(socket(address.path.empty() ? AF_INET : AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  if (!address.path.empty()) {
+    if (ConnectOnMachine(socket_, address.path) == 0) return;
+    close(socket_);
+    throw std::runtime_error("connect: " + address.path);
+  }
   sockaddr_in from = InternetAddress(source == nullptr ? "0.0.0.0" : source, 0);
   sockaddr_in peer = InternetAddress(address.host, address.port);
   if (source != nullptr) (void)bind(socket_, reinterpret_cast<sockaddr*>(&from), sizeof from);  // connect tells if it failed
@@ -166,6 +176,27 @@ std::string RawClient::CallInFragments(const std::string& operation, const Wire&
   return Answer();
 }
 
+std::string RawClient::Message(int kind, int flags, const std::string& body, int minor_version) {
+  Wire wire;
+  wire.Raw("GIOP").Octet(1).Octet(static_cast<std::uint8_t>(minor_version)).Octet(static_cast<std::uint8_t>(flags | kLittleEndian));
+  wire.Octet(static_cast<std::uint8_t>(kind)).Ulong(static_cast<std::uint32_t>(body.size())).Raw(body);
+  return wire.Bytes();
+}
+
+std::string RawClient::RequestInOldFragments(const std::string& operation, const Wire& arguments, std::size_t fragment_bytes) {
+  Wire body;
+  body.Ulong(0).Ulong(++request_id_).Octet(1).Octet(0).Octet(0).Octet(0);
+  body.Ulong(static_cast<std::uint32_t>(address_.key.size())).Raw(address_.key).Align(4);
+  body.Text(operation).Align(4).Ulong(0).Raw(arguments.Bytes());
+  const std::string& whole = body.Bytes();
+  std::string messages;
+  for (std::size_t at = 0; at < whole.size(); at += fragment_bytes) {
+    const bool last = at + fragment_bytes >= whole.size();
+    messages += Message(at == 0 ? kRequest : kFragment, last ? 0 : kFragmentsFollow, whole.substr(at, fragment_bytes), 1);
+  }
+  return messages;
+}
+
 bool RawClient::Receive(std::string& bytes, std::size_t count) {
   constexpr int kLimit_ms = 5000;
   bytes.assign(count, '\0');
@@ -187,9 +218,11 @@ std::string RawClient::Answer() {
     if (!Receive(body, Reader(header, little_endian, 8).Number<std::uint32_t>())) return "closed";
     if (header.at(7) != kReply) return "closed";
     Reader reply(header + body, little_endian, kHeaderBytes);
+    const bool contexts_first = header.at(5) < 2;  // none, in either place
+    if (contexts_first) reply.Number<std::uint32_t>();
     reply.Number<std::uint32_t>();  // the request
     const auto status = reply.Number<std::uint32_t>();
-    reply.Number<std::uint32_t>();  // no service contexts
+    if (!contexts_first) reply.Number<std::uint32_t>();
     if (status == 0) return "ok";
     const std::string id = reply.Text().c_str();  // IDL:omg.org/CORBA/NAME:1.0
     const auto slash = id.rfind('/');

@@ -12,9 +12,15 @@ struct ObjectAddress {
   std::string host;
   std::uint16_t port = 0;
   std::string key;
+  std::string path;  ///< of a Unix-domain socket, in place of host and port
 };
 
 ObjectAddress AddressOf(const std::string& reference);
+
+/// The kinds of messages and the flags of their headers.
+inline constexpr int kRequest = 0, kReply = 1, kCancelRequest = 2, kLocateRequest = 3, kLocateReply = 4, kCloseConnection = 5,
+                     kMessageError = 6, kFragment = 7;
+inline constexpr int kLittleEndian = 1, kFragmentsFollow = 2;
 
 /// A connection that sends messages byte by byte as it is told, sense or nonsense.
 class RawClient {
@@ -47,6 +53,17 @@ class RawClient {
 
   /// A request message.
   std::string Request(const std::string& operation, const Wire& arguments, bool fragments_follow = false);
+
+  /// A request of GIOP 1.1, whose arguments begin at a multiple of four, in as many messages as fragments of `fragment_bytes` make.
+  std::string RequestInOldFragments(const std::string& operation, const Wire& arguments, std::size_t fragment_bytes);
+
+  /// A message of any kind with any flags and body, in little-endian order.
+  static std::string Message(int kind, int flags, const std::string& body, int minor_version = 2);
+
+  /// The number of the last request.
+  std::uint32_t LastId() const { return request_id_; }
+  const ObjectAddress& Address() const { return address_; }
+  int Socket() const { return socket_; }
 
   /// What comes back next, to whichever request: as from Call.
   std::string Answer();

@@ -70,6 +70,7 @@ TEST_F(UpcallGate_, WhoMayNotWaitIsToldSo) {
 
 TEST_F(UpcallGate_, CallersThatWaitAreSentAwayWhenTheBuildingFails) {
   auto caller = std::async(std::launch::async, [&] { return bool(UpcallGate::Pass(*gate_)); });
+  EXPECT_EQ(caller.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout) << "it waits";
   gate_->Close();
   EXPECT_FALSE(caller.get());
 }

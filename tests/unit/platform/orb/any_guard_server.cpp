@@ -57,6 +57,8 @@ class Manager : public POA_Corvanta::DDS_Manager {
   void Unsubscribe(const char*, CORBA::Long) override {}
   TopicStatusSeq* Topics() override { return new TopicStatusSeq; }
   SubscriptionStatusSeq* Subscriptions() override { return new SubscriptionStatusSeq; }
+  CORBA::ULongLong SubscriptionEpoch() override { return 0; }
+  HandleSeq* Renew(const ClaimSeq&) override { return new HandleSeq; }
   CORBA::Boolean LastSample(const char*, CORBA::Any_OUT_arg sample) override {
     sample = new CORBA::Any;
     return false;

@@ -116,6 +116,46 @@ TEST_F(Signals_in_a_process, AHandlerThatIsSetLateRunsForAPendingSignalOnTheWait
       testing::ExitedWithCode(0), "^elsewhere\nQuit 3 quit signal\n$");
 }
 
+TEST_F(Signals_in_a_process, WhoDoesNotEndInTimeIsEnded) {
+  EXPECT_EXIT(
+      {
+        Signals::Install();
+        Signals::EndWithin(std::chrono::milliseconds(50));
+        std::promise<void> never;
+        Signals::SetHandler([&never] { never.get_future().wait(); });
+        kill(getpid(), SIGTERM);
+        std::this_thread::sleep_for(std::chrono::seconds(30));  // it is ended long before
+        _exit(0);
+      },
+      testing::ExitedWithCode(1), ": ended by force, 50 ms after it was told to end\n$");
+}
+
+TEST_F(Signals_in_a_process, WhoForgetsTheSignalLivesOn) {
+  EXPECT_EXIT(
+      {
+        Signals::Install();
+        Signals::EndWithin(std::chrono::milliseconds(50));
+        SendAndAwait(SIGTERM);
+        Signals::Clear();
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        Say("alive");
+        _exit(0);
+      },
+      testing::ExitedWithCode(0), "^alive\n$");
+}
+
+TEST_F(Signals_in_a_process, ClosedPipesAndFullFilesEndNothing) {
+  EXPECT_EXIT(
+      {
+        Signals::Install();
+        raise(SIGPIPE);
+        raise(SIGXFSZ);
+        Say("alive");
+        _exit(0);
+      },
+      testing::ExitedWithCode(0), "^alive\n$");
+}
+
 TEST_F(Signals_in_a_process, ClearingTheHandlerWaitsForOneThatRuns) {
   EXPECT_EXIT(
       {
