@@ -24,6 +24,20 @@ MathObject Described(std::int32_t id, Corvanta::MathFactory::Math_var reference)
   return {id, type.in(), std::move(reference)};
 }
 
+MathStatus StatusFrom(const Corvanta::MathFactory::MathStatus& described, const std::string& engine) {
+  MathStatus status;
+  status.id = described.id;
+  status.type = described.type.in();
+  for (CORBA::ULong i = 0; i < described.inputs.length(); ++i) status.inputs.emplace_back(described.inputs[i].in());
+  status.result.name = {engine, described.result_info.name.in()};
+  status.result.type_name = described.result_info.type_name.in();
+  status.result.topic = described.result_topic.in();
+  status.result.reference = described.result;
+  status.refused = described.refusals.refused;
+  status.last_reason = described.refusals.last_reason.in();
+  return status;
+}
+
 }  // namespace
 
 MathObjects::MathObjects(Connection& connection, std::string factory)
@@ -91,16 +105,11 @@ MathObject MathObjects::Create(const std::string& type_text, const std::vector<s
                                               type.name, kCreationAttempts));
 }
 
-std::vector<MathObject> MathObjects::List() {
-  Corvanta::MathFactory::IdSeq_var ids = Remote(engine_, [&] { return factory_->ListMath(); });
-  std::vector<MathObject> objects;
-  for (CORBA::ULong i = 0; i < ids->length(); ++i) {
-    try {
-      objects.push_back(Get(ids[i]));
-    } catch (const Error& error) {
-      if (error.Kind() != ErrorKind::NotFound) throw;
-    }
-  }
+std::vector<MathStatus> MathObjects::List() {
+  const Corvanta::MathFactory::MathStatusSeq_var list = Remote(engine_, [&] { return factory_->ListMathStatus(); });
+  std::vector<MathStatus> objects;
+  objects.reserve(list->length());
+  for (CORBA::ULong i = 0; i < list->length(); ++i) objects.push_back(StatusFrom(list.in()[i], engine_));
   return objects;
 }
 

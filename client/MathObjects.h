@@ -22,6 +22,16 @@ struct MathObject {
   Corvanta::MathFactory::Math_var reference;
 };
 
+/// A live math object as a list shows it.
+struct MathStatus {
+  std::int32_t id = 0;
+  std::string type;
+  std::vector<std::string> inputs;  ///< topics of the inputs
+  Reading result;
+  std::uint64_t refused = 0;  ///< samples that its operation refused
+  std::string last_reason;    ///< empty when none was
+};
+
 /// The math objects of one math engine.
 /// Errors   of all functions: Error NotFound (no such engine, no such id), Refused, Unreachable.
 class MathObjects {
@@ -40,8 +50,8 @@ class MathObjects {
   /// Errors   also BadArgument for an unknown type.
   MathObject Create(const std::string& type, const std::vector<std::string>& inputs);
 
-  /// Ascending by id; objects that are deleted meanwhile are left out.
-  std::vector<MathObject> List();
+  /// Ascending by id; one call for all of them.
+  std::vector<MathStatus> List();
 
   MathObject Get(std::int32_t id);
 

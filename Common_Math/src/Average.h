@@ -32,8 +32,9 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
   Average(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui, Corvanta::EngineReadingBase_ptr input)
       : MathBaseTemplate<T, ValReadingMap<T>>(namer, gui),
         subscription_(new Corvanta::DDS_Subscriber<T>(
-            CORBA::String_var(input->DDS_Value()),
-            this->Gate().Guard([this](const char* topic, T&& sample) { DDS_Callback(topic, std::move(sample)); }))),
+            this->AskTopic(input).c_str(),
+            this->Gate().Guard([this](const char* topic, T&& sample) { DDS_Callback(topic, std::move(sample)); }),
+            this->CountNotRead())),
         size_(namer, gui, "SIZE", 1, this->Gate().Guard([this](const int& value) { SizeCallback(value); }),
               f_SizeParams),
         reset_(namer, gui, "RESET", this->Gate().Guard([this] { ResetCallback(); })),
@@ -64,11 +65,14 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
   }
 
   /// A sample of the input.
-  /// Errors   the value library's: RESULT keeps its value, and the history what was inserted before the failure.
+  /// Errors   the value library's: RESULT and FULL keep their values. A sample that cannot be added is forgotten; one whose
+  ///          mean is not finite stays among the samples.
   void DDS_Callback(const char* /*topic*/, T&& sample) {
-    MathValue<T> value(std::move(sample));
-    Lock lock(mutex_);
-    Update(&value);
+    this->TakeSample([&] {
+      MathValue<T> value(std::move(sample));
+      Lock lock(mutex_);
+      Update(&value);
+    });
   }
 
   /// Stores a new SIZE, which counts from the next sample on.
@@ -110,9 +114,18 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
   }
 
   void Continue(MathValue<T>* sample, bool was_dB) REQUIRES(mutex_) {
+    if (sample != nullptr && mean_.IsReplacedBy(*sample, size_.Get())) {
+      mean_.Replace(std::move(*sample));
+      Publish(mean_.Newest(), was_dB);
+      return;
+    }
     MathValue<T> mean = this->GetResult();
     mean.Remove_dB();
     if (sample == nullptr || !mean_.Continue(mean, std::move(*sample), size_.Get())) return;
+    Publish(std::move(mean), was_dB);
+  }
+
+  void Publish(MathValue<T> mean, bool was_dB) REQUIRES(mutex_) {
     if (was_dB) mean.Add_dB();
     this->SetResult(std::move(mean));
     full_ = size_.Get() <= mean_.Count();

@@ -9,7 +9,7 @@ std::atomic<CORBA::Long> idCounter{0};
 
 }  // namespace
 
-MathBase::MathBase() : id_(idCounter++), gate_(Corvanta::UpcallGate::Create(this)) {}
+MathBase::MathBase() : id_(idCounter++), refused_(id_), gate_(Corvanta::UpcallGate::Create(this)) {}
 
 // When construction failed, deliveries may be waiting for its end.
 MathBase::~MathBase() { gate_->Close(); }
@@ -17,6 +17,26 @@ MathBase::~MathBase() { gate_->Close(); }
 CORBA::Long MathBase::GetId() {
   gate_->RequireOpen();
   return id_;
+}
+
+Corvanta::MathFactory::RefusalStatus* MathBase::Refusals() {
+  gate_->RequireOpen();
+  return new Corvanta::MathFactory::RefusalStatus(refused_.Status());
+}
+
+void MathBase::Describe(Corvanta::MathFactory::MathStatus& status) {
+  status.id = id_;
+  status.type = CORBA::String_var(GetType());
+  const std::vector<std::string> topics = InputTopics();
+  status.inputs.length(static_cast<CORBA::ULong>(topics.size()));
+  for (CORBA::ULong i = 0; i < status.inputs.length(); ++i) status.inputs[i] = topics[i].c_str();
+  status.refusals = refused_.Status();
+}
+
+std::string MathBase::AskTopic(Corvanta::EngineReadingBase_ptr input) {
+  const CORBA::String_var topic = input->DDS_Value();
+  refused_.AddInput(topic.in());
+  return topic.in();
 }
 
 boost::shared_ptr<MathBase> MathBase::Own(MathBase* object) {

@@ -26,6 +26,13 @@ class MathBaseTemplate : virtual public MathBase {
     return result_._this();
   }
 
+  void Describe(Corvanta::MathFactory::MathStatus& status) override {
+    MathBase::Describe(status);
+    status.result = AttrResult();
+    status.result_info = result_.Info();
+    status.result_topic = result_.GetDDS_Topic().c_str();
+  }
+
  protected:
   ~MathBaseTemplate() override = default;
 

@@ -4,12 +4,16 @@
 #include <exception>
 #include <iterator>
 #include <new>
+#include <string>
 #include <vector>
 
 #include "Common_Math/src/Builders.h"
+#include "Common_Math/src/HistoryMemory.h"
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/base/TraceMemory.h"
+#include "platform/orb/LargeAnswer.h"
+#include "platform/units/exceptions.h"
 
 namespace Lumenar {
 namespace {
@@ -19,6 +23,7 @@ using Corvanta::MathFactory::Math_ptr;
 using Corvanta::MathFactory::ReadingAttribSeq;
 
 constexpr const char* kPath = "Common_Math/src/MathFactory_i";
+constexpr std::size_t kStatusBytes = 512;  // of an answer, about
 
 /// The operations by their number in TYPE.
 struct OperationRow {
@@ -37,20 +42,25 @@ std::vector<EngineAttribEnumParamElem> TypeElements() {
   return elements;
 }
 
+/// The topic of a factory that announces its objects' coming and going; this one announces nothing.
+[[maybe_unused]] const std::string add_delete_dds_topic = "MathAddRemoveTopic";
+
 /// An exception that is no CORBA exception must not leave an operation: a client in this process would get it raw.
-[[noreturn]] void ReportAsSystemException() {
+[[noreturn]] void ReportToClient() {
   try {
     throw;
   } catch (const CORBA::Exception&) {
     throw;
+  } catch (const Value::Value_exception& refusal) {
+    throw Corvanta::MathFactory::MathFactoryException((std::string("Invalid units: ") + refusal.what()).c_str());
   } catch (const std::bad_alloc&) {
-    Diagnose(kPath, "CreateMath", " Error: out of memory");
+    WriteError("CreateMath: out of memory");
     throw CORBA::NO_MEMORY();
   } catch (const std::exception& failure) {
-    Diagnose(kPath, "CreateMath", " Error: ", failure.what());
+    WriteError(std::string("CreateMath: ") + failure.what());
     throw CORBA::UNKNOWN();
   } catch (...) {
-    Diagnose(kPath, "CreateMath", " Error: unknown exception");
+    WriteError("CreateMath: unknown exception");
     throw CORBA::UNKNOWN();
   }
 }
@@ -69,11 +79,13 @@ std::string MathFactory_i::TopicPrefix(const Corvanta::ORB_wrapper& orb) {
 MathFactory_i::MathFactory_i(GUI_AbleRegistration& registration, Corvanta::ORB_wrapper* orb)
     : gate_(Corvanta::UpcallGate::Create(this)),
       namer_(TopicPrefix(*orb)),
+      object_namer_(namer_.Prefix(), Corvanta::ItemNamer::MarkOfThisRun()),
       registration_(registration),
       orb_(orb),
       type_(namer_, registration_, "TYPE", 0, gate_->Guard([this](const int& value) { TypeCallback(value); }),
             TypeElements()),
       input_engines_(*orb) {
+  HistoryMemory::SetLimit(orb->Transport().max_history_bytes);
   gate_->Open();
 }
 
@@ -82,13 +94,32 @@ MathFactory_i::~MathFactory_i() { gate_->Close(); }
 Math_ptr MathFactory_i::CreateMath(const ReadingAttribSeq& attribs) {
   gate_->RequireOpen();
   try {
+    const Place place(*this);
     const boost::shared_ptr<MathBase> object = Build(attribs);
     Enter(object);
-    WatchInputs(object->Id(), attribs);
+    WatchInputs(*object, attribs);
     return object->Reference();
   } catch (...) {
-    ReportAsSystemException();
+    ReportToClient();
   }
+}
+
+MathFactory_i::Place::Place(MathFactory_i& factory) : factory_(factory) {
+  const std::size_t most = factory_.orb_->Transport().max_math_objects;
+  {
+    Lock lock(factory_.mutex_);
+    if (factory_.registry_.size() + factory_.in_creation_ < most) {
+      ++factory_.in_creation_;
+      return;
+    }
+  }
+  factory_.refusals_.Say("objects", "CreateMath refused: there are " + std::to_string(most) + " math objects (math.max_objects)");
+  throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
+}
+
+MathFactory_i::Place::~Place() {
+  Lock lock(factory_.mutex_);
+  --factory_.in_creation_;
 }
 
 boost::shared_ptr<MathBase> MathFactory_i::Build(const ReadingAttribSeq& attribs) {
@@ -97,7 +128,7 @@ boost::shared_ptr<MathBase> MathFactory_i::Build(const ReadingAttribSeq& attribs
     Diagnose(kPath, "CreateMath", " Error: Invalid math operation: ", type);
     throw Corvanta::MathFactory::MathFactoryException("Invalid Math Type");
   }
-  return kOperations[type].builder(namer_, registration_, attribs);
+  return kOperations[type].builder(object_namer_, registration_, attribs);
 }
 
 /// An object that does not get into the registry does not stay with the ORB either.
@@ -119,14 +150,14 @@ void MathFactory_i::Register(const boost::shared_ptr<MathBase>& object) {
 }
 
 // An object whose inputs are not watched works all the same, so that nothing here fails its creation.
-void MathFactory_i::WatchInputs(CORBA::Long id, const ReadingAttribSeq& attribs) noexcept {
+void MathFactory_i::WatchInputs(const MathBase& object, const ReadingAttribSeq& attribs) noexcept {
   try {
-    for (CORBA::ULong i = 0; i < attribs.length(); ++i) {
-      const CORBA::String_var topic = attribs[i]->DDS_Value();
-      const std::string engine = Corvanta::ItemNamer::EngineOf(topic.in());
-      if (!engine.empty() && engine != orb_->EngineName()) input_engines_.Add(id, engine, attribs[i]);
+    const std::vector<std::string> topics = object.InputTopics();
+    for (CORBA::ULong i = 0; i < topics.size(); ++i) {
+      const std::string engine = Corvanta::ItemNamer::EngineOf(topics[i]);
+      if (!engine.empty() && engine != orb_->EngineName()) input_engines_.Add(object.Id(), engine, attribs[i]);
     }
-    if (!Find(id)) input_engines_.Forget(id);  // deleted meanwhile
+    if (!Find(object.Id())) input_engines_.Forget(object.Id());  // deleted meanwhile
   } catch (const CORBA::Exception& error) {
     WriteError("input not watched: " + CorbaText(error));
   } catch (const std::exception& failure) {
@@ -185,6 +216,36 @@ Corvanta::MathFactory::IdSeq* MathFactory_i::ListMath() {
   CORBA::ULong i = 0;
   for (const auto& entry : registry_) ids[i++] = entry.first;
   return ids._retn();
+}
+
+Corvanta::MathFactory::MathStatusSeq* MathFactory_i::ListMathStatus() {
+  gate_->RequireOpen();
+  const auto objects = All();
+  Corvanta::LargeAnswer::Announce(objects.size() * kStatusBytes);
+  Corvanta::MathFactory::MathStatusSeq_var list = new Corvanta::MathFactory::MathStatusSeq;
+  list->length(static_cast<CORBA::ULong>(objects.size()));
+  CORBA::ULong count = 0;
+  for (const auto& object : objects) {
+    try {
+      object->Describe(list[count]);
+      ++count;
+    } catch (const CORBA::OBJECT_NOT_EXIST&) {  // deleted meanwhile
+    }
+  }
+  list->length(count);
+  return list._retn();
+}
+
+/// Every object in the registry, held in memory alone: a deletion closes it all the same.
+std::vector<PortableServer::Servant_var<MathBase>> MathFactory_i::All() {
+  std::vector<PortableServer::Servant_var<MathBase>> objects;
+  Lock lock(mutex_);
+  objects.reserve(registry_.size());
+  for (const auto& entry : registry_) {
+    entry.second->_add_ref();
+    objects.emplace_back(entry.second.get());
+  }
+  return objects;
 }
 
 void MathFactory_i::TypeCallback(const int& value) { type_ = value; }

@@ -3,6 +3,7 @@
 #include <boost/shared_ptr.hpp>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "Common_Math/src/MathBase.h"
 #include "MathFactory.hh"
@@ -13,6 +14,7 @@
 #include "platform/orb/CountedServant.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/PeerWatch.h"
+#include "platform/orb/RefusalLog.h"
 #include "platform/orb/UpcallGate.h"
 
 namespace Lumenar {
@@ -26,13 +28,15 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces, public Corva
   /// TYPE is 0, "Subtract", and the registry is empty.
   MathFactory_i(GUI_AbleRegistration& registration, Corvanta::ORB_wrapper* orb);
 
-  /// Errors   MathFactoryException for a TYPE that names no operation and for inputs that do not fit, each after its
-  ///          diagnostic line; an input's CORBA system exceptions; UNKNOWN or NO_MEMORY, with a line, for the rest.
+  /// Errors   IMP_LIMIT, with a line, when as many objects live as may; MathFactoryException for a TYPE that names no operation and
+  ///          for inputs that do not fit, each after its diagnostic line, and for units of which nothing can be computed, without;
+  ///          an input's CORBA system exceptions; UNKNOWN or NO_MEMORY for the rest, with a line on standard error.
   Corvanta::MathFactory::Math_ptr CreateMath(const Corvanta::MathFactory::ReadingAttribSeq& attribs) override;
   void DeleteMath(CORBA::Long id) override;
   Corvanta::MathFactory::Math_ptr GetMath(CORBA::Long id) override;
   Corvanta::EngineAttribEnum_ptr AttrType() override;
   Corvanta::MathFactory::IdSeq* ListMath() override;
+  Corvanta::MathFactory::MathStatusSeq* ListMathStatus() override;
 
   /// A client has set TYPE: any number is stored; one that names no operation is refused by the next CreateMath.
   void TypeCallback(const int& value);
@@ -47,13 +51,27 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces, public Corva
  private:
   using Registry = std::map<CORBA::Long, boost::shared_ptr<MathBase>>;
 
+  /// A place among the objects that may live at once, for the time of a creation.
+  class Place {
+   public:
+    /// Errors   CORBA::IMP_LIMIT, with a line, when there is none.
+    explicit Place(MathFactory_i& factory);
+    ~Place();
+    Place(const Place&) = delete;
+    Place& operator=(const Place&) = delete;
+
+   private:
+    MathFactory_i& factory_;
+  };
+
   boost::shared_ptr<MathBase> Build(const Corvanta::MathFactory::ReadingAttribSeq& attribs);
   void Enter(const boost::shared_ptr<MathBase>& object);
   void Register(const boost::shared_ptr<MathBase>& object);
 
-  /// Has the engines watched whose readings are inputs of an object.
-  void WatchInputs(CORBA::Long id, const Corvanta::MathFactory::ReadingAttribSeq& attribs) noexcept;
+  /// Has the engines watched whose readings are inputs of an object. Makes no remote call.
+  void WatchInputs(const MathBase& object, const Corvanta::MathFactory::ReadingAttribSeq& attribs) noexcept;
   boost::shared_ptr<MathBase> Find(CORBA::Long id);
+  std::vector<PortableServer::Servant_var<MathBase>> All();
   bool HalfIsGone() REQUIRES(mutex_);
 
   static Corvanta::ItemNamer& InstanceNamer();
@@ -62,12 +80,15 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces, public Corva
   static std::string TopicPrefix(const Corvanta::ORB_wrapper& orb);
 
   const boost::shared_ptr<Corvanta::UpcallGate> gate_;
-  Corvanta::ItemNamer namer_;
+  Corvanta::ItemNamer namer_;         ///< of the factory's own item
+  Corvanta::ItemNamer object_namer_;  ///< of the math objects' items: no topic of theirs is ever another object's
   GUI_AbleRegistration& registration_;
   Corvanta::ORB_wrapper* const orb_;
   Corvanta::EngineAttribEnum_i type_;
   Corvanta::PeerWatch input_engines_;  ///< keyed by the id of the math object
+  Corvanta::RefusalLog refusals_;
   Mutex mutex_;
+  std::size_t in_creation_ GUARDED_BY(mutex_) = 0;
   Registry registry_ GUARDED_BY(mutex_);
   std::size_t most_ GUARDED_BY(mutex_) = 0;  ///< objects at once, since memory was last given back
   bool closed_ GUARDED_BY(mutex_) = false;

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "Common_Math/src/RefusedSamples.h"
 #include "Common_Math/src/TraceConversion.h"
 #include "Common_Math/src/trace_kernels.h"
 #include "MathFactory.hh"
@@ -111,12 +112,14 @@ MathTrace::Sample MathTrace::First() const { return list_.At(0, Samples()); }
 bool MathTrace::IsEmpty(const char* function) const {
   if (Length() > 0) return false;
   Diagnose(kPath, function, " Warning: Trace size is 0, aborting");
+  RefusedSamples::NoteFixedLine("a trace without samples");
   return true;
 }
 
 bool MathTrace::SizesDiffer(const char* function, std::size_t other_size) const {
   if (other_size == Length()) return false;
   Diagnose(kPath, function, " Error: traces are different sizes! ", other_size, ", ", Length());
+  RefusedSamples::NoteFixedLine("traces of different lengths");
   return true;
 }
 
@@ -276,11 +279,15 @@ Value::Value_object<double> MathTrace::CumulativeAdd(int start, int stop) const 
   const int last = stop < listed ? stop : listed - 1;
   if (last < first) {
     Diagnose(kPath, "CumulativeAdd", " Warning: start[", first, "] > stop[", last, "]");
+    RefusedSamples::NoteFixedLine("a range without samples");
     return {};
   }
   UpdateValues();
   if (static_cast<std::size_t>(last) >= list_.Size()) throw CORBA::BAD_PARAM();
-  const Sample sum = InUnits(SumOf(first, last), First().Get_unit());
+  const Units reference = First().Get_unit();
+  Sample sum = SumOf(first, last);
+  // One sample stays as it is: even a conversion into its own unit may round.
+  if (first != last || sum.Get_unit() != reference) sum = InUnits(sum, reference);
   return Value::Value_object<double>(sum.Get_value(), sum.Get_unit(), 0.0, 0.0);
 }
 

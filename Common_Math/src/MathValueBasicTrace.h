@@ -46,8 +46,8 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
   /// Errors   OperationNotValid for a record with malformed units.
   void UpdateValues() const;
 
-  /// The sum of the samples from start to stop inclusive, in the unit of sample 0, without errors; a default value and
-  /// a warning for an empty trace or range. The stop is clamped to the list as it was before this call refreshes it.
+  /// The sum of the samples from start to stop inclusive, in the unit of sample 0, without errors; of one sample, that
+  /// sample; a default value and a warning for an empty trace or range. The stop is clamped to the list as it was before this call refreshes it.
   /// Errors   CORBA::BAD_PARAM when that list was longer than the trace and the range ends beyond it.
   Value::Value_object<double> CumulativeAdd(int start, int stop) const;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/scoped_ptr.hpp>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -27,9 +28,10 @@ class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
   Peak(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui, Corvanta::EngineReadingBase_ptr input)
       : MathBaseTemplate<T, ValReadingMap<T>>(namer, gui),
         reset_(namer, gui, "RESET", this->Gate().Guard([this] { ResetCallback(); })) {
-    const CORBA::String_var topic = input->DDS_Value();
+    const std::string topic = this->AskTopic(input);
     subscription_.reset(new Corvanta::DDS_Subscriber<T>(
-        topic, this->Gate().Guard([this](const char* name, T&& sample) { DDS_Callback(name, std::move(sample)); })));
+        topic.c_str(), this->Gate().Guard([this](const char* name, T&& sample) { DDS_Callback(name, std::move(sample)); }),
+        this->CountNotRead()));
     MathValue<T> present(input);
     Lock lock(mutex_);
     Update(&present);
@@ -48,9 +50,11 @@ class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
   /// A sample of the input.
   /// Errors   the value library's, and MathFactoryException for a trace of another size: RESULT keeps its value.
   void DDS_Callback(const char* /*topic*/, T&& sample) {
-    MathValue<T> value(std::move(sample));
-    Lock lock(mutex_);
-    Update(&value);
+    this->TakeSample([&] {
+      MathValue<T> value(std::move(sample));
+      Lock lock(mutex_);
+      Update(&value);
+    });
   }
 
   /// The next sample begins a new peak; until then the old one stays on RESULT.

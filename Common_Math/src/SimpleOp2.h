@@ -36,18 +36,20 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     // Remote calls under the lock: nobody can contend for it yet, since samples wait at the gate until the object is
     // complete.
     Lock lock(mutex_);
-    const CORBA::String_var first_topic = first->DDS_Value();
-    const CORBA::String_var second_topic = second->DDS_Value();
+    const std::string first_topic = this->AskTopic(first);
+    const std::string second_topic = this->AskTopic(second);
     first_subscription_.reset(new Corvanta::DDS_Subscriber<T>(
-        first_topic,
-        this->Gate().Guard([this](const char* topic, T&& sample) { Val1Callback(topic, std::move(sample)); })));
+        first_topic.c_str(),
+        this->Gate().Guard([this](const char* topic, T&& sample) { Val1Callback(topic, std::move(sample)); }),
+        this->CountNotRead()));
     second_subscription_.reset(new Corvanta::DDS_Subscriber<T>(
-        second_topic,
-        this->Gate().Guard([this](const char* topic, T&& sample) { Val2Callback(topic, std::move(sample)); })));
+        second_topic.c_str(),
+        this->Gate().Guard([this](const char* topic, T&& sample) { Val2Callback(topic, std::move(sample)); }),
+        this->CountNotRead()));
     // Once more, so that no sample is lost between the first look and the subscription.
     first_ = DecibelOperand<T>(MathValue<T>(first));
     second_ = DecibelOperand<T>(MathValue<T>(second));
-    Update();
+    this->TakeSample([this]() REQUIRES(mutex_) { Update(); });
   }
 
   char* GetType() override {
@@ -59,14 +61,18 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
   /// Errors   as Update.
   void Val1Callback(const char* /*topic*/, T&& sample) {
     Lock lock(mutex_);
-    first_ = std::move(sample);
-    Update();
+    this->TakeSample([&]() REQUIRES(mutex_) {
+      first_ = std::move(sample);
+      Update();
+    });
   }
 
   void Val2Callback(const char* /*topic*/, T&& sample) {
     Lock lock(mutex_);
-    second_ = std::move(sample);
-    Update();
+    this->TakeSample([&]() REQUIRES(mutex_) {
+      second_ = std::move(sample);
+      Update();
+    });
   }
 
  private:
@@ -88,8 +94,12 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     try {
       this->SetResult(op_(first_.Value(), second_.Value()));
     } catch (const Value::UnitDimensionNotSame&) {
+      this->Refused().CountException();
     } catch (const Value::MissingUnitInFirstParameter&) {
-    } catch (const Value::OperationNotValid&) {}
+      this->Refused().CountException();
+    } catch (const Value::OperationNotValid&) {
+      this->Refused().CountException();
+    }
   }
 
   /// The inputs go back into dB whatever exception ends the computation.
@@ -104,6 +114,7 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
       if (first_was_dB) result.Add_dB();
       this->SetResult(std::move(result));
     } catch (const Value::UnitDimensionNotSame&) {
+      this->Refused().CountException();
     } catch (...) {
       failure = std::current_exception();
     }

@@ -35,7 +35,7 @@ class SimpleOp3 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     trace_ = MathValue<Trace>(trace);
     start_ = MathValue<Start>(start);
     stop_ = MathValue<Stop>(stop);
-    Update();
+    this->TakeSample([this]() REQUIRES(mutex_) { Update(); });
   }
 
   char* GetType() override {
@@ -47,16 +47,20 @@ class SimpleOp3 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
   /// Errors   as Update.
   void Val1Callback(const char* /*topic*/, Trace&& sample) {
     Lock lock(mutex_);
-    trace_ = std::move(sample);
-    Update();
+    this->TakeSample([&]() REQUIRES(mutex_) {
+      trace_ = std::move(sample);
+      Update();
+    });
   }
 
   /// A sample of either index. It is the start index that follows both; the stop keeps its value from creation.
   /// Errors   as Update.
   void Val2Callback(const char* /*topic*/, Start sample) {
     Lock lock(mutex_);
-    start_.value = sample;
-    Update();
+    this->TakeSample([&]() REQUIRES(mutex_) {
+      start_.value = sample;
+      Update();
+    });
   }
 
  private:
@@ -64,15 +68,16 @@ class SimpleOp3 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
 
   void Subscribe(Corvanta::EngineReadingBase_ptr trace, Corvanta::EngineReadingBase_ptr start,
                  Corvanta::EngineReadingBase_ptr stop) {
-    const CORBA::String_var trace_topic = trace->DDS_Value();
-    const CORBA::String_var start_topic = start->DDS_Value();
-    const CORBA::String_var stop_topic = stop->DDS_Value();
+    const std::string trace_topic = this->AskTopic(trace);
+    const std::string start_topic = this->AskTopic(start);
+    const std::string stop_topic = this->AskTopic(stop);
     const auto index_callback = [this](const char* topic, Start sample) { Val2Callback(topic, sample); };
     trace_subscription_.reset(new Corvanta::DDS_Subscriber<Trace>(
-        trace_topic,
-        this->Gate().Guard([this](const char* topic, Trace&& sample) { Val1Callback(topic, std::move(sample)); })));
-    start_subscription_.reset(new Corvanta::DDS_Subscriber<Start>(start_topic, this->Gate().Guard(index_callback)));
-    stop_subscription_.reset(new Corvanta::DDS_Subscriber<Stop>(stop_topic, this->Gate().Guard(index_callback)));
+        trace_topic.c_str(),
+        this->Gate().Guard([this](const char* topic, Trace&& sample) { Val1Callback(topic, std::move(sample)); }),
+        this->CountNotRead()));
+    start_subscription_.reset(new Corvanta::DDS_Subscriber<Start>(start_topic.c_str(), this->Gate().Guard(index_callback)));
+    stop_subscription_.reset(new Corvanta::DDS_Subscriber<Stop>(stop_topic.c_str(), this->Gate().Guard(index_callback)));
   }
 
   /// Computes and publishes. The publication, a call to the topic manager, runs under the lock so that results leave

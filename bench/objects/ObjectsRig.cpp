@@ -31,6 +31,12 @@ BT_DATA Sample() {
   return Trace(samples, kMilliwatt);
 }
 
+template <class Reading>
+void FillInputs(Corvanta::MathFactory::ReadingAttribSeq& inputs, CORBA::ULong count, const Reading& reading) {
+  inputs.length(count);
+  for (CORBA::ULong i = 0; i < count; ++i) inputs[i] = reading._this();
+}
+
 }  // namespace
 
 double CpuSecondsOf(pid_t process) {
@@ -52,20 +58,20 @@ ObjectsRig::ObjectsRig()
     : engine_(InThisProcess(platform_).StartEngine("math_factory_hh")),
       factory_(bench_.Factory()),
       sample_(Sample()),
-      input_(bench_, "INPUT", sample_) {
+      input_(bench_, "INPUT", sample_),
+      scalar_(bench_, "SCALAR", ScalarOf(1, kMilliwatt)) {
   for (CORBA::ULong count = 1; count <= 2; ++count) {
-    Corvanta::MathFactory::ReadingAttribSeq& inputs = inputs_[count - 1];
-    inputs.length(count);
-    for (CORBA::ULong i = 0; i < count; ++i) inputs[i] = input_._this();
+    FillInputs(trace_inputs_[count - 1], count, input_);
+    FillInputs(scalar_inputs_[count - 1], count, scalar_);
   }
 }
 
-double ObjectsRig::Create(MathType type) {
+double ObjectsRig::Create(MathType type, const Inputs& inputs) {
   Corvanta::EngineAttribEnum_var selector = factory_->AttrType();
   selector->Set(type);
   const bool two_inputs = type == Subtract || type == RelativeSubtract;
   const auto begin = Clock::now();
-  Corvanta::MathFactory::Math_var math = factory_->CreateMath(inputs_[two_inputs ? 1 : 0]);
+  Corvanta::MathFactory::Math_var math = factory_->CreateMath(inputs[two_inputs ? 1 : 0]);
   const double time = Seconds(Clock::now() - begin);
   ids_.push_back(math->GetId());
   return time;
@@ -76,6 +82,14 @@ double ObjectsRig::DeleteNewest() {
   factory_->DeleteMath(ids_.back());
   ids_.pop_back();
   return Seconds(Clock::now() - begin);
+}
+
+double ObjectsRig::List() {
+  const auto begin = Clock::now();
+  const Corvanta::MathFactory::MathStatusSeq_var list = factory_->ListMathStatus();
+  const double time = Seconds(Clock::now() - begin);
+  if (list->length() != ids_.size()) throw std::runtime_error("the list has not all objects");
+  return time;
 }
 
 void ObjectsRig::SetSize(int size) {

@@ -11,7 +11,7 @@ namespace Lumenar::Bench {
 double CpuSecondsOf(pid_t process);
 double ResidentBytesOf(pid_t process);
 
-/// A platform of its own with a math engine, and a trace reading of 1001 points as the input of all objects.
+/// A platform of its own with a math engine, and two readings as the inputs of all objects: a trace of 1001 points, and a scalar.
 class ObjectsRig {
  public:
   static constexpr int kPoints = 1001;
@@ -19,10 +19,14 @@ class ObjectsRig {
   ObjectsRig();
 
   /// A new math object; the time that CreateMath took, in seconds.
-  double Create(Test::MathType type);
+  double Create(Test::MathType type) { return Create(type, trace_inputs_); }
+  double CreateOnScalar(Test::MathType type) { return Create(type, scalar_inputs_); }
 
   /// Deletes the newest object; the time that DeleteMath took, in seconds.
   double DeleteNewest();
+
+  /// Asks the engine for its objects with their states, in one call; the time that it took, in seconds.
+  double List();
 
   std::size_t Objects() const { return ids_.size(); }
 
@@ -35,8 +39,12 @@ class ObjectsRig {
   /// CPU time of engine and topic manager together, in seconds.
   double CpuSeconds();
   double EngineBytes() { return ResidentBytesOf(engine_.Pid()); }
+  double TopicManagerBytes() { return ResidentBytesOf(platform_.TopicManager().Pid()); }
 
  private:
+  using Inputs = Corvanta::MathFactory::ReadingAttribSeq[2];  // one input, and two
+
+  double Create(Test::MathType type, const Inputs& inputs);
   void WaitUntilDelivered();
 
   Test::IsolatedPlatform platform_;
@@ -45,7 +53,9 @@ class ObjectsRig {
   Corvanta::MathFactory::Interfaces_var factory_;
   Test::BT_DATA sample_;
   Test::TraceInput input_;
-  Corvanta::MathFactory::ReadingAttribSeq inputs_[2];  // one input, and two
+  Test::ScalarInput scalar_;
+  Inputs trace_inputs_;
+  Inputs scalar_inputs_;
   std::vector<CORBA::Long> ids_;
 };
 

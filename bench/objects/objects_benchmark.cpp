@@ -131,6 +131,35 @@ void ManyAtOnce(std::vector<Figure>& figures, int objects) {
                            rig.EngineBytes() / 1e6, "MB", memory / 1e6, 1.05));
 }
 
+/// Objects of two inputs that nothing is published on, more and more of them: the last as fast to create and to delete as the first
+/// thousand, and all of them listed in one call.
+void Growing(std::vector<Figure>& figures, int most) {
+  constexpr int kFirst = 1000;
+  ObjectsRig rig;
+  const auto create = [&] { rig.CreateOnScalar(MathType::Subtract); };
+  const auto remove = [&] { rig.DeleteNewest(); };
+  CostsInBlocks(rig, kFirst, create);
+  CostsInBlocks(rig, kFirst, remove);
+  const double engine = rig.EngineBytes();
+  const double manager = rig.TopicManagerBytes();
+  const double first_created = Typical(CostsInBlocks(rig, kFirst, create));
+  for (const int objects : {10 * kFirst, 30 * kFirst, 100 * kFirst}) {
+    if (objects > most) break;
+    while (rig.Objects() < static_cast<std::size_t>(objects - kFirst)) create();
+    const double created = Typical(CostsInBlocks(rig, kFirst, create));
+    figures.push_back(AtMost(fmt::format("CPU time to create an object of two inputs, of {} that live, to the first {}", objects, kFirst),
+                             created, "us", first_created, 1.2));
+    figures.push_back(Plain(fmt::format("one call that lists {} objects", objects), rig.List(), "s"));
+  }
+  const auto objects = static_cast<double>(rig.Objects());
+  figures.push_back(Plain("memory of the engine for an object of two scalars", (rig.EngineBytes() - engine) / objects, "B"));
+  figures.push_back(Plain("memory of the topic manager for it", (rig.TopicManagerBytes() - manager) / objects, "B"));
+  const double last_deleted = Typical(CostsInBlocks(rig, kFirst, remove));
+  while (rig.Objects() > kFirst) remove();
+  figures.push_back(AtMost(fmt::format("CPU time to delete one of {} such objects, to one of {}", objects, kFirst), last_deleted, "us",
+                           Typical(CostsInBlocks(rig, kFirst, remove)), 1.2));
+}
+
 /// What it takes to read a sample off the wire, once it is in memory: what one decoded any for all objects of a process would save.
 void Decoding(std::vector<Figure>& figures) {
   constexpr int kRounds = 10000;
@@ -171,11 +200,20 @@ int main(int argc, char** argv) {
   CLI::App app("Cost of many math objects, in real processes.");
   int come_and_go = 10000;
   int at_once = 1000;
+  int growing = 10000;
+  bool growing_alone = false;
   app.add_option("--come-and-go", come_and_go, "Objects created and deleted one after another")->capture_default_str();
   app.add_option("--at-once", at_once, "Objects that exist together")->capture_default_str();
+  app.add_option("--growing", growing, "Objects of two scalars that exist together")->capture_default_str();
+  app.add_flag("--growing-alone", growing_alone, "Only these");
   CLI11_PARSE(app, argc, argv);
   try {
     std::vector<Figure> figures;
+    Growing(figures, growing);
+    if (growing_alone) {
+      Report(figures);
+      return 0;
+    }
     CostPerObject(figures, at_once);
     Decoding(figures);
     MemoryOf(figures, MathType::Subtract, "Subtract", 0);

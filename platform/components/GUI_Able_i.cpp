@@ -9,6 +9,7 @@
 #include "platform/base/InstanceCounter.h"
 #include "platform/base/Mutex.h"
 #include "platform/dds/DDS_BaseObj.h"
+#include "platform/orb/LargeAnswer.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/OwnedServant.h"
 
@@ -19,6 +20,7 @@ using Corvanta::ORB_base;
 using Corvanta::ORB_wrapper;
 
 constexpr const char* kName = "GUI_ABLE";
+constexpr std::size_t kItemBytes = 512;  // of an answer, about
 
 ORB_wrapper& CurrentWrapper() {
   auto* wrapper = ORB_base::HasCurrent() ? dynamic_cast<ORB_wrapper*>(&ORB_base::Current()) : nullptr;
@@ -55,8 +57,14 @@ class Servant : public POA_Corvanta::GUI_Able, public Corvanta::ClosableServant 
     return CORBA::string_dup(engine_.c_str());
   }
 
+  std::size_t Count() {
+    Lock lock(mutex_);
+    return items_.size();
+  }
+
   Corvanta::ItemSeq* Items() override {
     RequireOpen();
+    Corvanta::LargeAnswer::Announce(Count() * kItemBytes);
     Corvanta::ItemSeq_var all = new Corvanta::ItemSeq;
     Lock lock(mutex_);
     all->length(static_cast<CORBA::ULong>(items_.size()));

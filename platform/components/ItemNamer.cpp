@@ -1,7 +1,10 @@
 #include "platform/components/ItemNamer.h"
 
+#include <fmt/format.h>
+
 #include <charconv>
-#include <utility>
+#include <cstdint>
+#include <random>
 
 namespace Corvanta {
 namespace {
@@ -12,7 +15,14 @@ std::string Numbered(const std::string& name, unsigned long number) {
 
 }  // namespace
 
-ItemNamer::ItemNamer(std::string prefix) : prefix_(std::move(prefix)) {}
+ItemNamer::ItemNamer(std::string prefix, std::string mark)
+    : prefix_(std::move(prefix)), mark_(mark.empty() ? std::string() : '@' + mark) {}
+
+std::string ItemNamer::MarkOfThisRun() {
+  std::random_device random;
+  const std::uint64_t number = (std::uint64_t{random()} << 32) | random();
+  return fmt::format("{:016x}", number);
+}
 
 std::string ItemNamer::Add(const std::string& name) {
   Lumenar::Lock lock(mutex_);
@@ -37,7 +47,9 @@ bool ItemNamer::WasGiven(const std::string& item) const {
   return found != asked_.end() && number >= 2 && number <= found->second && Numbered(found->first, number) == item;
 }
 
-std::string ItemNamer::DDS_Topic(const std::string& item) const { return prefix_.empty() ? item : prefix_ + '/' + item; }
+std::string ItemNamer::DDS_Topic(const std::string& item) const {
+  return (prefix_.empty() ? item : prefix_ + '/' + item) + mark_;
+}
 
 std::string ItemNamer::EngineOf(const std::string& topic) {
   const std::size_t end = topic.rfind('/');

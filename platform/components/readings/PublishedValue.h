@@ -43,6 +43,12 @@ class PublishedValue : public Lumenar::HeldPublication, public boost::enable_sha
     return copy;
   }
 
+  /// How much memory the samples of the value take.
+  std::size_t Bytes() const {
+    Lumenar::Lock lock(value_mutex_);
+    return Lumenar::SampleBytes(value_);
+  }
+
   /// The value in memory that the caller deletes, as CORBA returns structures of variable length.
   T* NewCopy() const {
     auto copy = std::make_unique<T>();

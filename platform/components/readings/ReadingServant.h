@@ -9,7 +9,9 @@
 #include "platform/base/InstanceCounter.h"
 #include "platform/components/readings/EngineReadingBase_i.h"
 #include "platform/components/readings/PublishedValue.h"
+#include "platform/orb/LargeAnswer.h"
 #include "platform/orb/OwnedServant.h"
+#include "platform/orb/whole_message.h"
 
 namespace Corvanta {
 
@@ -76,9 +78,17 @@ class ValueServant : public ReadingServant<Skeleton> {
 
   ValueServant(ItemInfo info, Value value) : ReadingServant<Skeleton>(std::move(info)), value_(std::move(value)) {}
 
+  CORBA::Boolean _dispatch(omniCallHandle& handle) override {
+    if constexpr (std::is_same_v<Result, BASIC_TRACE::BT_DATA*>) {
+      if (DispatchGet(handle, this, [this] { return Get(); })) return true;
+    }
+    return Skeleton::_dispatch(handle);
+  }
+
   Result Get() override {
     this->RequireOpen();
     if constexpr (std::is_pointer_v<Result>) {
+      LargeAnswer::Announce(value_->Bytes());
       return value_->NewCopy();
     } else {
       return value_->Get();

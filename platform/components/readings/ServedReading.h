@@ -15,6 +15,14 @@ class ServedReading : public EngineReadingTemplate<T> {
   /// A new reference, which the caller releases; calls through it raise OBJECT_NOT_EXIST once this is closed.
   typename Interface::_ptr_type _this() const { return servant_._this(); }
 
+  /// What the reading says of itself.
+  TypeInfo Info() const {
+    TypeInfo info;
+    info.name = this->GetName().c_str();
+    info.type_name = type_name_;
+    return info;
+  }
+
   /// Ends what others see of this, without waiting; assignments are still stored. The destructor does it too.
   void Close() noexcept {
     this->value_->Close();
@@ -34,11 +42,13 @@ class ServedReading : public EngineReadingTemplate<T> {
   template <class Servant, class... More>
   ServedReading(std::in_place_type_t<Servant>, const Place& place, const ItemKind& kind, const T& initial, More&&... more)
       : EngineReadingTemplate<T>(place.namer, place.name, initial),
+        type_name_(kind.type_name),
         servant_(place.registration, new Servant(ItemInfo(*this, kind), this->value_, std::forward<More>(more)...)) {}
 
   ~ServedReading() override = default;
 
  private:
+  const char* const type_name_;
   RegisteredServant<Interface> servant_;
 };
 

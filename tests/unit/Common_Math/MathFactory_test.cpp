@@ -43,6 +43,37 @@ class StubReading : public POA_Corvanta::EngineReadingBase {
   std::string type_name_;
 };
 
+/// A scalar that counts how often it is asked for its topic.
+class ScalarStub : public POA_Corvanta::EngineReadingValueDouble {
+ public:
+  char* DDS_Value() override {
+    ++asked_for_topic;
+    return CORBA::string_dup("STUB/1/SCALAR");
+  }
+  char* Name() override { return CORBA::string_dup("SCALAR"); }
+  Corvanta::TypeInfo* CORBA_Type() override { return NewTypeInfo("SCALAR", "ValueDouble"); }
+  Scalar Get() override { return ScalarOf(1); }
+
+  int asked_for_topic = 0;
+};
+
+TEST_F(FactoryTest, AnInputIsAskedForItsTopicOnceByWhateverIsCreated) {
+  PortableServer::Servant_var<ScalarStub> first(new ScalarStub);
+  PortableServer::Servant_var<ScalarStub> second(new ScalarStub);
+  const Corvanta::EngineReadingBase_var first_reading = first->_this();
+  const Corvanta::EngineReadingBase_var second_reading = second->_this();
+  int objects = 0;
+  for (const int type : {Subtract, RelativeSubtract, Average, Peak}) {
+    const bool two = type == Subtract || type == RelativeSubtract;
+    Create(type, two ? std::vector<EngineReadingBase_ptr>{first_reading, second_reading}
+                     : std::vector<EngineReadingBase_ptr>{first_reading});
+    EXPECT_EQ(first->asked_for_topic, ++objects) << type;
+  }
+  EXPECT_EQ(second->asked_for_topic, 2);
+  Corvanta::ORB_base::DeactivateObject(first.in());
+  Corvanta::ORB_base::DeactivateObject(second.in());
+}
+
 TEST_F(FactoryTest, AFreshFactoryCreatesASubtract) {
   const Corvanta::MathFactory::Math_var math = Factory().CreateMath(Inputs({first_, second_}));
   const CORBA::String_var type = math->GetType();
@@ -195,14 +226,35 @@ TEST_F(FactoryTest, IdsRiseAndAreNotUsedAgain) {
   EXPECT_THAT(Ids(), ElementsAre(first + 1, first + 2));
 }
 
-TEST_F(FactoryTest, AFailedCreationThatGotAsFarAsTheObjectUsesUpItsNumberAndReachesTheClientAsUnknown) {
+TEST_F(FactoryTest, AFailedCreationThatGotAsFarAsTheObjectUsesUpItsNumber) {
   const CORBA::Long before = Create(Average, {first_})->GetId();
   TraceInput malformed(namer_, registration_, TraceOf({1, 2, 3}, Value::Units{false, 0, {{{}, {Value::U_Watt, 1}}}}));
-  EXPECT_THROW(Create(Subtract, {trace_, malformed}), CORBA::UNKNOWN);
-  EXPECT_EQ(written_.Take(), "Common_Math/src/MathFactory_i:CreateMath Error: OperationNotValid\n");
+  EXPECT_EQ(RefusalOf([&] { Create(Subtract, {trace_, malformed}); }), "Invalid units: OperationNotValid");
+  EXPECT_EQ(written_.Take(), "") << "it passes without a line";
   EXPECT_THAT(Ids(), ElementsAre(before));
   EXPECT_THAT(StandingTopics(), ElementsAre(first_.GetDDS_Topic())) << "the failed object has left its subscriptions";
   EXPECT_EQ(Create(Average, {first_})->GetId(), before + 2) << "its number is used up";
+}
+
+TEST_F(FactoryTest, UnitsThatCannotBeReadAreRefusedInWords) {
+  const auto unknown = static_cast<Value::Units_list>(31);
+  const Value::Units unreadable[] = {
+      {false, 0, {{{}, {Value::U_Watt, 1}}}},                             // a gap
+      Value::Make_unit(unknown),                                          // a number that names no unit
+      {false, 0, {{{Value::U_Volt, 0x7fffffff}, {Value::U_Volt, 1}}}},    // exponents beyond 32 bits
+  };
+  for (const Value::Units& units : unreadable) {
+    TraceInput trace(namer_, registration_, TraceOf({1, 2, 3}, units));
+    EXPECT_EQ(RefusalOf([&] { Create(Subtract, {trace, trace_}); }), "Invalid units: OperationNotValid");
+    EXPECT_EQ(RefusalOf([&] { Create(Subtract, {trace_, trace}); }), "Invalid units: OperationNotValid");
+    ScalarInput scalar(namer_, registration_, ScalarOf(1, units));
+    for (const int type : {Average, Peak}) {
+      EXPECT_EQ(RefusalOf([&] { Create(type, {scalar}); }), "Invalid units: OperationNotValid");
+    }
+    EXPECT_EQ(RefusalOf([&] { Create(RelativeSubtract, {scalar, first_}); }), "Invalid units: OperationNotValid");
+  }
+  EXPECT_EQ(written_.Take(), "");
+  EXPECT_THAT(Ids(), IsEmpty());
 }
 
 TEST_F(FactoryTest, GetMathFindsAnObjectAndIsNilForAnUnknownOrDeletedId) {
@@ -271,8 +323,11 @@ TEST_F(FactoryTest, ResultsOfTwoObjectsHaveDistinctItemsAndTopics) {
   const CORBA::String_var type_topic = type->DDS_Value();
   const std::string prefix = std::string(type_topic).substr(0, std::string(type_topic).rfind('/'));
   EXPECT_EQ(prefix.substr(0, Orb().EngineName().size()), Orb().EngineName());
-  EXPECT_EQ(ResultTopic(one), prefix + "/RESULT");
-  EXPECT_EQ(ResultTopic(two), prefix + "/RESULT.2");
+  const std::string mark = ResultTopic(one).substr((prefix + "/RESULT").size());
+  EXPECT_THAT(mark, testing::MatchesRegex("@[0-9a-f]{16}"));
+  EXPECT_EQ(ResultTopic(one), prefix + "/RESULT" + mark);
+  EXPECT_EQ(ResultTopic(two), prefix + "/RESULT.2" + mark);
+  EXPECT_STREQ(type_topic, (prefix + "/TYPE").c_str()) << "TYPE is the engine's, whose topic stays the same";
 }
 
 TEST_F(FactoryTest, AResultIsTheInputOfAnotherObject) {

@@ -1,6 +1,9 @@
 // The start-up object in the test's process: handshake, progress, teardown.
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <csignal>
+
 #include "Common_Math/src/MathInit.h"
 #include "MathFactory.hh"
 #include "tests/unit/Common_Math/trace_samples.h"
@@ -102,6 +105,33 @@ TEST_F(StartUp, AnObjectOfAnotherInterfaceIsNoHardwareEnumeration) {
   init.PushHwProgress(100.0);
   EXPECT_EQ(written_.Take(), std::string(kResolving) + kIsNull);
   EXPECT_THAT(stranger->told, IsEmpty());
+}
+
+TEST_F(StartUp, ANameWhoseProcessIsGoneOrHangsIsNoHardwareEnumeration) {
+  MathInit init;
+  Orb().Activate();
+  platform_.StartHwEnumeration();
+  ASSERT_TRUE(WaitUntil([] {
+    try {
+      const CORBA::Object_var bound = Orb().Resolve({"Lumenar", "local", "HWENUM_ABLE", "1"});
+      return true;
+    } catch (const CORBA::Exception&) {
+      return false;
+    }
+  }));
+  for (const int fault : {SIGSTOP, SIGKILL}) {
+    if (fault == SIGKILL) {
+      platform_.KillHwEnumeration();
+    } else {
+      platform_.HwEnumeration().Signal(fault);
+    }
+    written_.Take();
+    const auto begin = std::chrono::steady_clock::now();
+    init.InitHwInterface(1);
+    init.PushHwProgress(100.0);
+    EXPECT_EQ(written_.Take(), std::string(kResolving) + kNarrowFailed + kIsNull) << fault;
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2)) << "the short limit, not that of all calls";
+  }
 }
 
 TEST_F(StartUp, AFailingAnnouncementIsNotGuarded) {

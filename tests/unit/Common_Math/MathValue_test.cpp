@@ -154,6 +154,28 @@ TEST_F(TraceValue, ASumOfOneSampleIsThatSampleWithoutErrors) {
   }
 }
 
+TEST_F(TraceValue, AssigningItsOwnRecordChangesNothingAndLeavesTheListAsItIs) {
+  MathTrace trace = Updated({1, 2, 3}, kW);
+  trace.record.units = VALUE::UnitsToCorba(kmW);  // what a refresh would notice
+  trace.record.samples[1] = 7;
+  trace = trace.record;
+  trace = std::as_const(trace);
+  trace = std::move(trace.record);
+  EXPECT_THAT(SamplesOf(trace.record), ElementsAre(1, 7, 3));
+  EXPECT_EQ(trace.ListSize(), 3u);
+  EXPECT_EQ(trace.SampleValues()[0].Get_unit(), kW) << "the list was not refreshed";
+  trace = TraceOf({4}, kmW);
+  EXPECT_EQ(trace.ListSize(), 3u) << "as it was until the next refresh";
+  EXPECT_EQ(trace.SampleValues()[0].Get_unit(), kmW);
+}
+
+TEST_F(TraceValue, ASumOfOneSampleIsNotConvertedOnceMore) {
+  std::vector<float> numbers;
+  for (int i = 1; i < 400; ++i) numbers.push_back(static_cast<float>(i) / 8);  // four of them change by way of watts and back
+  const MathTrace trace = Updated(numbers, kmW);
+  for (int i = 0; i < 399; ++i) EXPECT_EQ(trace.CumulativeAdd(i, i).Get_value(), double(numbers[i])) << i;
+}
+
 TEST_F(TraceValue, ZeroAndNegativeSamplesHaveFiniteDecibels) {
   MathTrace trace = Updated({0, -0.0f, -3, 100});
   trace.Add_dB();

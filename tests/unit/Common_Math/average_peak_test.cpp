@@ -3,6 +3,7 @@
 
 #include <limits>
 
+#include "Common_Math/src/RunningMean.h"
 #include "tests/unit/Common_Math/OperationFixture.h"
 
 namespace Lumenar::Test {
@@ -97,6 +98,56 @@ TEST_F(AverageAndPeak, ALargerSizeClearsFullWithTheNextSample) {
   EXPECT_FALSE(Full(math));
 }
 
+TEST_F(AverageAndPeak, FullCountsTheSamplesSinceReset) {
+  const Math_var math = Create(Average, {scalar_});
+  SetSize(math, 2);
+  const auto full_after = [&](double sample) {
+    Deliver(scalar_, ScalarOf(sample));
+    return Full(math);
+  };
+  EXPECT_TRUE(full_after(2));
+  Reset<Corvanta::MathFactory::Average>(math);
+  EXPECT_FALSE(Full(math));
+  EXPECT_FALSE(full_after(3)) << "the first of two";
+  EXPECT_TRUE(full_after(4));
+  SetSize(math, 1);
+  Reset<Corvanta::MathFactory::Average>(math);
+  EXPECT_FALSE(Full(math));
+  EXPECT_TRUE(full_after(5)) << "the first of one";
+}
+
+TEST_F(AverageAndPeak, ResetOfAverageShowsATraceOfLevelsInLinearUnits) {
+  trace_ = TraceOf({20, 0}, kdBm);
+  const Math_var math = Create(Average, {trace_});
+  Reset<Corvanta::MathFactory::Average>(math);
+  EXPECT_THAT(SamplesOf(TraceResult(math)), ElementsAre(FloatEq(100), FloatEq(1)));
+  EXPECT_EQ(UnitsOf(TraceResult(math)), kmW);
+  const auto published = Manager().PublishedOn(ResultTopic(math));
+  ASSERT_EQ(published.size(), 2u);
+  EXPECT_EQ(UnitsOf(std::get<BT_DATA>(published.back())), kmW);
+  Deliver(trace_, TraceOf({30, 10}, kdBm));
+  EXPECT_THAT(SamplesOf(TraceResult(math)), ElementsAre(FloatEq(30), FloatEq(10)));
+  EXPECT_EQ(UnitsOf(TraceResult(math)), kdBm);
+}
+
+template <class Reading>
+std::string NameOf(Reading* reading) {
+  const typename Reading::_var_type owner(reading);
+  const CORBA::String_var name = reading->Name();
+  return name.in();
+}
+
+TEST_F(AverageAndPeak, TheirItemsBearTheirNames) {
+  const Math_var average = Create(Average, {scalar_});
+  const Corvanta::MathFactory::Average_var items = Corvanta::MathFactory::Average::_narrow(average);
+  EXPECT_EQ(NameOf(items->AttrSize()), "SIZE");
+  EXPECT_EQ(NameOf(items->AttrReset()), "RESET");
+  EXPECT_EQ(NameOf(items->AttrFull()), "FULL");
+  EXPECT_EQ(NameOf(items->AttrResult()), "RESULT");
+  const Math_var peak = Create(Peak, {scalar_});
+  EXPECT_EQ(NameOf(Corvanta::MathFactory::Peak_var(Corvanta::MathFactory::Peak::_narrow(peak))->AttrReset()), "RESET.2");
+}
+
 TEST_F(AverageAndPeak, SizeIsRefusedOutsideOneToNinetyNine) {
   const Math_var math = Create(Average, {scalar_});
   EXPECT_THROW(SetSize(math, 0), Corvanta::LimitsExceeded);
@@ -119,6 +170,124 @@ TEST_F(AverageAndPeak, AverageErrorsAreTheMeanOfTheErrors) {
   EXPECT_EQ(ScalarResult(math).val, 2);
   EXPECT_EQ(ScalarResult(math).minus_err, -2);
   EXPECT_EQ(ScalarResult(math).plus_err, 2);
+}
+
+TEST_F(AverageAndPeak, ASampleOfAnotherDimensionLeavesNoTraceInTheMean) {
+  const Math_var math = Create(Average, {scalar_});
+  SetSize(math, 2);
+  for (int i = 0; i < 5; ++i) EXPECT_THROW(Deliver(scalar_, ScalarOf(100, kSecond)), CORBA::UNKNOWN);
+  EXPECT_EQ(ScalarResult(math).val, 1);
+  EXPECT_TRUE(Full(math)) << "a sample that is refused leaves FULL as it is";
+  Deliver(scalar_, ScalarOf(3));
+  EXPECT_EQ(ScalarResult(math).val, 2);
+  Deliver(scalar_, ScalarOf(5));
+  EXPECT_EQ(ScalarResult(math).val, 4);
+  EXPECT_TRUE(Full(math));
+}
+
+TEST_F(AverageAndPeak, ATraceOfAnotherDimensionLeavesNoTraceInTheMean) {
+  trace_ = TraceOf({1, 2});
+  const Math_var math = Create(Average, {trace_});
+  SetSize(math, 3);
+  EXPECT_THROW(Deliver(trace_, TraceOf({100, 100}, kSecond)), CORBA::UNKNOWN);
+  Deliver(trace_, TraceOf({3, 4}));
+  EXPECT_FALSE(Full(math)) << "two of three";
+  EXPECT_THROW(Deliver(trace_, TraceOf({100, 100}, kSecond)), CORBA::UNKNOWN);
+  EXPECT_FALSE(Full(math));
+  Deliver(trace_, TraceOf({5, 6}));
+  EXPECT_THAT(SamplesOf(TraceResult(math)), ElementsAre(3, 4));
+  EXPECT_TRUE(Full(math));
+}
+
+TEST_F(AverageAndPeak, WithSizeOneASampleOfAnotherDimensionIsRefusedToo) {
+  const Math_var math = Create(Average, {scalar_});
+  EXPECT_THROW(Deliver(scalar_, ScalarOf(100, kSecond)), CORBA::UNKNOWN);
+  EXPECT_EQ(ScalarResult(math).val, 1);
+  Deliver(scalar_, ScalarOf(3));
+  EXPECT_EQ(ScalarResult(math).val, 3);
+}
+
+TEST_F(AverageAndPeak, TheMeanOfOneSampleIsThatSample) {
+  scalar_ = ScalarOf(1e17);
+  const Math_var scalars = Create(Average, {scalar_});
+  const double infinity = std::numeric_limits<double>::infinity();
+  for (const double number : {0.1, 0.3, infinity, 2.0}) {
+    Deliver(scalar_, ScalarOf(number, kW, -0.1, 0.7));
+    EXPECT_EQ(ScalarResult(scalars).val, number);
+    EXPECT_EQ(ScalarResult(scalars).minus_err, -0.1);
+    EXPECT_EQ(ScalarResult(scalars).plus_err, 0.7);
+  }
+  Deliver(scalar_, ScalarOf(5, kmW));
+  EXPECT_EQ(ScalarResult(scalars).val, 5);
+  EXPECT_EQ(UnitsOf(ScalarResult(scalars)), kmW);
+
+  trace_ = TraceOf({0x1p24f, 3});
+  const Math_var traces = Create(Average, {trace_});
+  BT_DATA newest = TraceOf({1, 0.1f});
+  newest.sequence_number = 18;
+  Deliver(trace_, newest);
+  EXPECT_THAT(SamplesOf(TraceResult(traces)), ElementsAre(1, 0.1f));
+  EXPECT_EQ(TraceResult(traces).sequence_number, 18u) << "the whole record, with what the math does not read";
+}
+
+TEST_F(AverageAndPeak, TheMeanOfOneLevelIsThatLevelThroughLinear) {
+  trace_ = TraceOf({80, 0}, kdBm);
+  const Math_var math = Create(Average, {trace_});
+  const BT_DATA newest = TraceOf({-70, 3}, kdBm);
+  Deliver(trace_, newest);
+  MathTrace through_linear(newest);
+  through_linear.Remove_dB();
+  through_linear.Add_dB();
+  EXPECT_EQ(SamplesOf(TraceResult(math)), SamplesOf(through_linear.record));
+  EXPECT_EQ(UnitsOf(TraceResult(math)), kdBm);
+}
+
+TEST_F(AverageAndPeak, AMeanThatShrinksToOneSampleIsHealed) {
+  scalar_ = ScalarOf(1e17);
+  const Math_var math = Create(Average, {scalar_});
+  SetSize(math, 4);
+  for (int i = 0; i < 9; ++i) Deliver(scalar_, ScalarOf(0.1));
+  EXPECT_NE(ScalarResult(math).val, 0.1) << "the large sample left its rounding error behind";
+  SetSize(math, 1);
+  Deliver(scalar_, ScalarOf(0.1));
+  EXPECT_EQ(ScalarResult(math).val, 0.1);
+  SetSize(math, 2);
+  Deliver(scalar_, ScalarOf(0.3));
+  EXPECT_EQ(ScalarResult(math).val, 0.2);
+}
+
+TEST_F(AverageAndPeak, TheMeanOfOneTraceTakesItsLength) {
+  trace_ = TraceOf({1, 2, 3});
+  const Math_var math = Create(Average, {trace_});
+  Deliver(trace_, TraceOf({4, 5}));
+  EXPECT_THAT(SamplesOf(TraceResult(math)), ElementsAre(4, 5));
+  EXPECT_EQ(written_.Take(),
+            "Common_Math/src/MathValueBasicTrace:DoValueEqualOp Error: traces are different sizes! 2, 3\n");
+  Deliver(trace_, TraceOf({6, 7}));
+  EXPECT_THAT(SamplesOf(TraceResult(math)), ElementsAre(6, 7));
+  EXPECT_EQ(written_.Take(), "");
+}
+
+// --- running mean: what cannot happen from outside ------------------------------------------------------------------
+
+TEST(RunningMeanOfTraces, AMeanThatCannotBeScaledInsertsNothing) {
+  RunningMean<BT_DATA> history;
+  history.Begin(MathTrace(TraceOf({1})));
+  Value::Units gapped;
+  gapped.slots[1] = {Value::U_Watt, 1};
+  MathTrace mean(TraceOf({1}, gapped));
+  EXPECT_THROW(history.Continue(mean, MathTrace(TraceOf({2})), 3), Value::OperationNotValid);
+  EXPECT_EQ(history.Count(), 1);
+  EXPECT_EQ(history.Newest().record.samples[0], 1);
+}
+
+TEST(RunningMeanOfTraces, ASampleThatCannotBeTakenAwayHasLeftAllTheSame) {
+  RunningMean<BT_DATA> history;
+  history.Begin(MathTrace(TraceOf({1}, kSecond)));
+  MathTrace mean(TraceOf({1}, kW));
+  EXPECT_THROW(history.Continue(mean, MathTrace(TraceOf({2}, kW)), 1), Value::UnitDimensionNotProper);
+  EXPECT_EQ(history.Count(), 1);
+  EXPECT_EQ(history.Newest().record.samples[0], 2);
 }
 
 // --- peak ---------------------------------------------------------------------------------------------------------

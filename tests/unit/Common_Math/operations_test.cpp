@@ -104,6 +104,18 @@ TEST_F(OperationTest, RelativeSubtractDropsUnitExceptionsWhereSubtractLetsThemPa
   EXPECT_EQ(ScalarResult(relative).val, -2);
 }
 
+TEST_F(OperationTest, ALevelOfASquaredUnitIsMadeLinearByItsOwnRule) {
+  const Value::Units amp2ohm_dB{true, 0, Value::C_Amps2Ohms.slots};
+  const float distance = -3.0103f;  // 10 dB(A^2*ohm) are 2 * 10 W, which are 13.0103 dBW
+  scalar_ = ScalarOf(10, kdBW);
+  other_scalar_ = ScalarOf(10, amp2ohm_dB);
+  EXPECT_NEAR(ScalarResult(Create(RelativeSubtract, {scalar_, other_scalar_})).val, distance, 1e-6);
+  trace_ = TraceOf({10, 20}, kdBW);
+  other_trace_ = TraceOf({10, 20}, amp2ohm_dB);
+  EXPECT_THAT(SamplesOf(TraceResult(Create(RelativeSubtract, {trace_, other_trace_}))),
+              ElementsAre(testing::FloatNear(distance, 2e-6f), testing::FloatNear(distance, 2e-6f)));
+}
+
 TEST_F(OperationTest, TracesOfDifferentSizesGiveTheFirstWithALine) {
   trace_ = TraceOf({1, 2, 3});
   other_trace_ = TraceOf({1, 1});
@@ -122,24 +134,69 @@ TEST_F(OperationTest, TheHeaderOfAResultIsThatOfTheFirstOperand) {
   EXPECT_EQ(result.x_step, 0.125);
 }
 
-/// Gives the value of its second look when asked again: what changed between construction and subscription.
-class LateReading : public POA_Corvanta::EngineReadingValueDouble {
+/// Gives 1 at the first look and 2 at the second: what changed between construction and subscription.
+template <class Skeleton>
+class Late : public Skeleton {
  public:
+  explicit Late(const char* type_name) : type_name_(type_name) {}
   char* DDS_Value() override { return CORBA::string_dup("LATE"); }
   char* Name() override { return CORBA::string_dup("LATE"); }
-  Corvanta::TypeInfo* CORBA_Type() override {
-    return NewTypeInfo("LATE", "ValueDouble");
+  Corvanta::TypeInfo* CORBA_Type() override { return NewTypeInfo("LATE", type_name_); }
+
+ protected:
+  int asked_ = 0;
+
+ private:
+  const char* const type_name_;
+};
+
+struct LateScalar : Late<POA_Corvanta::EngineReadingValueDouble> {
+  LateScalar() : Late("ValueDouble") {}
+  Scalar Get() override { return ScalarOf(++asked_); }
+};
+
+struct LateLong : Late<POA_Corvanta::EngineReadingLong> {
+  LateLong() : Late("long") {}
+  CORBA::Long Get() override { return ++asked_; }
+};
+
+struct LateTrace : Late<POA_Corvanta::EngineBasicTrace> {
+  LateTrace() : Late("BasicTrace") {}
+  BT_DATA* Get() override {
+    ++asked_;
+    return new BT_DATA(TraceOf({static_cast<float>(asked_), 10}));
   }
-  Scalar Get() override { return ScalarOf(++asked); }
-  int asked = 0;
+};
+
+/// A late reading while it is somebody's input.
+template <class Reading>
+class Served {
+ public:
+  Served() : servant_(new Reading), reference_(servant_->_this()) {}
+  ~Served() { Corvanta::ORB_base::DeactivateObject(servant_.in()); }
+  operator Corvanta::EngineReadingBase_ptr() const { return reference_; }
+
+ private:
+  PortableServer::Servant_var<Reading> servant_;
+  Corvanta::EngineReadingBase_var reference_;
 };
 
 TEST_F(OperationTest, AValueThatChangedBeforeTheSubscriptionStoodIsNotLost) {
-  PortableServer::Servant_var<LateReading> late(new LateReading);
-  const Corvanta::EngineReadingBase_var reading = late->_this();
   other_scalar_ = ScalarOf(0);
-  EXPECT_EQ(ScalarResult(Create(Subtract, {reading, other_scalar_})).val, 2);
-  Corvanta::ORB_base::DeactivateObject(late.in());
+  EXPECT_EQ(ScalarResult(Create(Subtract, {Served<LateScalar>(), other_scalar_})).val, 2);
+  EXPECT_EQ(ScalarResult(Create(Subtract, {other_scalar_, Served<LateScalar>()})).val, -2);
+  const Served<LateTrace> first;
+  const Served<LateTrace> second;
+  EXPECT_THAT(SamplesOf(TraceResult(Create(Subtract, {first, trace_}))), ElementsAre(2, 10)) << "of other lengths";
+  EXPECT_THAT(SamplesOf(TraceResult(Create(Subtract, {second, Served<LateTrace>()}))), ElementsAre(0, 0));
+}
+
+TEST_F(OperationTest, AnInputOfASumThatChangedBeforeTheSubscriptionStoodIsNotLost) {
+  EXPECT_EQ(ScalarResult(Create(CumulativeAdd, {Served<LateTrace>(), start_, stop_})).val, 2);
+  trace_ = TraceOf({1, 2, 4, 8});
+  stop_ = 3;
+  EXPECT_EQ(ScalarResult(Create(CumulativeAdd, {trace_, Served<LateLong>(), stop_})).val, 12) << "samples 2 and 3";
+  EXPECT_EQ(ScalarResult(Create(CumulativeAdd, {trace_, start_, Served<LateLong>()})).val, 7) << "samples 0 to 2";
 }
 
 // --- three inputs -------------------------------------------------------------------------------------------------

@@ -101,7 +101,7 @@ class PerSampleTrace {
     if (static_cast<std::size_t>(e) >= list.size()) throw CORBA::BAD_PARAM();
     Sample sum = list[s];
     for (int i = s + 1; i <= e; ++i) sum += list[i];
-    sum = Converted(sum, list[0].Get_unit());
+    if (s < e || !(sum.Get_unit() == list[0].Get_unit())) sum = Converted(sum, list[0].Get_unit());
     return {double(sum.Get_value()), sum.Get_unit(), 0.0, 0.0};
   }
 

@@ -54,6 +54,14 @@ TEST(ItemNamer, TopicIsPrefixAndItem) {
   EXPECT_EQ(ItemNamer("").DDS_Topic("MATHFACTORY/1"), "MATHFACTORY/1");
 }
 
+TEST(ItemNamer, AMarkMakesTopicsThoseOfOneRun) {
+  ItemNamer first("MATHFACTORY/1", ItemNamer::MarkOfThisRun()), second("MATHFACTORY/1", ItemNamer::MarkOfThisRun());
+  EXPECT_EQ(first.Add("RESULT"), second.Add("RESULT"));
+  EXPECT_NE(first.DDS_Topic("RESULT"), second.DDS_Topic("RESULT"));
+  EXPECT_THAT(first.DDS_Topic("RESULT"), testing::MatchesRegex("MATHFACTORY/1/RESULT@[0-9a-f]{16}"));
+  EXPECT_EQ(ItemNamer::EngineOf(first.DDS_Topic("RESULT")), "MATHFACTORY/1");
+}
+
 TEST(ItemNamer_, ATopicTellsItsEngine) {
   EXPECT_EQ(ItemNamer::EngineOf("PROBE/1/WAKEUP"), "PROBE/1");
   EXPECT_EQ(ItemNamer::EngineOf("MATHFACTORY/12/RESULT.2"), "MATHFACTORY/12");

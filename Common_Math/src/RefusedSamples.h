@@ -1,0 +1,80 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "MathFactory.hh"
+#include "platform/base/Mutex.h"
+
+namespace Lumenar {
+
+/// The samples that one math object refused: how many, why the last one was, and what standard error says of it.
+///
+/// The first sample of each reason is one line. Where a fixed line on standard output comes with each such sample, which does not
+/// say whose it is, the samples that follow are told by one line a minute.
+/// Threads   any.
+class RefusedSamples {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+  static constexpr std::chrono::minutes kPause{1};
+  static constexpr std::size_t kMaxReasons = 16;  ///< reasons beyond these share one
+
+  /// `write` takes a line; by default standard error.
+  explicit RefusedSamples(CORBA::Long id, std::function<void(const std::string&)> write = {});
+
+  /// An input of the object, for the lines, and for clients; in the order of the inputs.
+  void AddInput(const std::string& topic);
+  std::vector<std::string> Inputs() const;
+
+  /// One sample more. What there is no memory for, of words and lines, is left out; the number is always right.
+  void Count(const char* reason, bool has_fixed_line, Time now = std::chrono::steady_clock::now()) noexcept;
+
+  /// Counts the sample that raised the exception which is being handled, by its words; where a fixed line was said for the sample that
+  /// is on its way, that reason stands.
+  void CountException() noexcept;
+
+  Corvanta::MathFactory::RefusalStatus Status() const;
+
+  /// One sample on its way through the object's operation, on this thread. A fixed line that is said meanwhile counts the sample,
+  /// once, when the way ends.
+  class OnItsWay {
+   public:
+    explicit OnItsWay(RefusedSamples& refused) noexcept;
+    ~OnItsWay();
+    OnItsWay(const OnItsWay&) = delete;
+    OnItsWay& operator=(const OnItsWay&) = delete;
+
+   private:
+    friend class RefusedSamples;
+    RefusedSamples& refused_;
+    const char* reason_ = nullptr;
+    OnItsWay* const before_;
+  };
+
+  /// A fixed line was written for the sample that is on its way on this thread, if one is. `reason` lasts as long as the program.
+  static void NoteFixedLine(const char* reason) noexcept;
+
+ private:
+  struct Reason {
+    std::string text;
+    Time written{};
+    unsigned long left_out = 0;
+  };
+
+  /// The line that is due, empty when none is.
+  std::string LineFor(const char* reason, bool has_fixed_line, Time now) REQUIRES(mutex_);
+  Reason* Known(const char* reason) REQUIRES(mutex_);
+  std::string Subject() const REQUIRES(mutex_);
+
+  const CORBA::Long id_;
+  const std::function<void(const std::string&)> write_;
+  mutable Mutex mutex_;  // a leaf
+  std::vector<std::string> inputs_ GUARDED_BY(mutex_);
+  std::vector<Reason> reasons_ GUARDED_BY(mutex_);
+  unsigned long long count_ GUARDED_BY(mutex_) = 0;
+  std::string last_ GUARDED_BY(mutex_);
+};
+
+}  // namespace Lumenar
