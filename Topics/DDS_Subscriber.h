@@ -30,24 +30,26 @@ class DDS_Subscriber : public DDS_BaseObj, private boost::noncopyable, private C
 
   /// The callback is a Callback, or anything else that can be called with the topic and a T&&: taken so, a record is not copied
   /// on its way from the wire. Samples may come before this has returned. An empty callback throws boost::bad_function_call at
-  /// each delivery.
+  /// each delivery. `not_read` is called, in the handler of the exception, for a sample that could not be read for want of memory.
   /// Errors   CORBA system exceptions of activation and of the manager's Subscribe.
   template <class Function>
-  DDS_Subscriber(const char* topic, Function callback)
-      : servant_(new SubscriberServant<T>(topic, Taker(std::move(callback)))) {
-    servant_->SetHandle(DdsBase().Subscribe(topic, servant_.Reference()));
+  DDS_Subscriber(const char* topic, Function callback, boost::function<void()> not_read = {})
+      : servant_(new SubscriberServant<T>(topic, Taker(std::move(callback)), std::move(not_read))) {
+    const PortableServer::Servant_var<SubscriberServant<T>> servant(servant_.Counted());
+    servant_->SetHandle(
+        DdsBase().Subscribe(topic, servant_.Reference(), [servant](CORBA::Long handle) mutable { servant->SetHandle(handle); }));
   }
 
   /// Unsubscribes, once; a manager that is away is ignored. Never throws.
   ~DDS_Subscriber() {
     servant_->Close();  // before the manager is called, so that no delivery begins meanwhile
-    DdsBase().Unsubscribe(servant_->Topic().c_str(), servant_->Handle());
+    DdsBase().Unsubscribe(servant_->Topic().c_str(), servant_.Reference());
   }
 
   /// A delivery from within the process.
   void DDS_Callback(const CORBA::Any& sample) { servant_->DDS_Callback(sample); }
 
-  /// The handle that the manager's Subscribe returned.
+  /// The handle that the manager's Subscribe returned, or that a manager started again has given since.
   CORBA::Long GetId() const noexcept { return servant_->Handle(); }
 
  private:

@@ -28,7 +28,9 @@ class SubscriberServant : public GroupSubscriber, public ClosableServant, privat
   /// May take over what it needs of the record: nobody looks at it afterwards.
   using Taker = boost::function<void(const char*, T&&)>;
 
-  SubscriberServant(const char* topic, Taker callback) : topic_(topic), callback_(std::move(callback)) {}
+  /// `not_read` may be empty; see DDS_Subscriber.
+  SubscriberServant(const char* topic, Taker callback, boost::function<void()> not_read = {})
+      : topic_(topic), callback_(std::move(callback)), not_read_(std::move(not_read)) {}
 
   const std::string& Topic() const noexcept { return topic_; }
   CORBA::Long Handle() const noexcept { return handle_; }
@@ -38,7 +40,7 @@ class SubscriberServant : public GroupSubscriber, public ClosableServant, privat
   }
   void Close() noexcept {
     ClosableServant::Close();
-    LeaveGroup(handle_);
+    LeaveGroup();
   }
 
   CORBA::Long GetId() override {
@@ -59,6 +61,13 @@ class SubscriberServant : public GroupSubscriber, public ClosableServant, privat
   /// Deliveries off the wire.
   void Take(SampleRecord&& sample) override {
     if (!IsClosed()) Deliver(RecordIn<T>(sample));
+  }
+
+  void NotRead() noexcept override {
+    try {
+      if (!IsClosed() && not_read_) not_read_();
+    } catch (...) {  // no memory for that either
+    }
   }
 
  private:
@@ -82,6 +91,7 @@ class SubscriberServant : public GroupSubscriber, public ClosableServant, privat
 
   const std::string topic_;
   const Taker callback_;
+  const boost::function<void()> not_read_;
   std::atomic<CORBA::Long> handle_{0};  // a first delivery may come before Subscribe has returned
 };
 

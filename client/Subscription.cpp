@@ -92,7 +92,7 @@ class Subscription::Subscriber : public Corvanta::GroupSubscriber {
     handle_ = handle;
     JoinGroup(handle);
   }
-  void Close() { LeaveGroup(handle_); }
+  void Close() { LeaveGroup(); }
 
  protected:
   ~Subscriber() override = default;
@@ -110,7 +110,7 @@ class Subscription::Subscriber : public Corvanta::GroupSubscriber {
 struct Subscription::Entry {
   std::string topic;
   PortableServer::Servant_var<Subscriber> servant;
-  CORBA::Long handle = 0;
+  Corvanta::DDS_Sub_var reference;
 };
 
 Subscription::Subscription(Connection& connection) : queue_(std::make_shared<Queue>()), orb_(connection.Orb()) {
@@ -127,22 +127,25 @@ Subscription::~Subscription() {
 
 void Subscription::Add(const Reading& reading) {
   entries_.reserve(entries_.size() + 1);  // nothing fails once the subscription stands
-  Entry entry{reading.topic, new Subscriber(queue_, entries_.size()), 0};
-  const Corvanta::DDS_Sub_var reference = entry.servant->_this();
+  Entry entry{reading.topic, new Subscriber(queue_, entries_.size()), {}};
+  entry.reference = entry.servant->_this();
+  const auto renewed = [servant = entry.servant](CORBA::Long handle) mutable { servant->SetHandle(handle); };
+  CORBA::Long handle = 0;
   try {
-    entry.handle = Remote(
-        "topic manager", [&] { return Corvanta::DdsBaseAccess::Instance().Subscribe(entry.topic.c_str(), reference); });
+    handle = Remote("topic manager", [&] {
+      return Corvanta::DdsBaseAccess::Instance().Subscribe(entry.topic.c_str(), entry.reference, renewed);
+    });
   } catch (const Error&) {
     Corvanta::ORB_base::DeactivateObject(entry.servant.in());
     throw;
   }
-  entry.servant->SetHandle(entry.handle);
+  entry.servant->SetHandle(handle);
   entries_.push_back(std::move(entry));
 }
 
 void Subscription::Drop(Entry& entry) noexcept {
   entry.servant->Close();
-  Corvanta::DdsBaseAccess::Instance().Unsubscribe(entry.topic.c_str(), entry.handle);
+  Corvanta::DdsBaseAccess::Instance().Unsubscribe(entry.topic.c_str(), entry.reference);
   Corvanta::ORB_base::DeactivateObject(entry.servant.in());
 }
 

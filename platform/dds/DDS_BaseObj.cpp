@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <atomic>
-#include <map>
 #include <new>
 #include <set>
 #include <string>
@@ -12,6 +11,7 @@
 #include "platform/base/Diagnostic.h"
 #include "platform/base/Mutex.h"
 #include "platform/dds/Breaker.h"
+#include "platform/dds/StandingSubscriptions.h"
 #include "platform/orb/ORB_wrapper.h"
 
 namespace Corvanta {
@@ -20,6 +20,7 @@ namespace {
 using Lumenar::Lock;
 
 constexpr std::chrono::milliseconds kProbeLimit{250};
+constexpr std::chrono::milliseconds kJustNow{100};
 constexpr std::size_t kMaxRefusedTopics = 1024;
 
 std::chrono::steady_clock::time_point Now() { return std::chrono::steady_clock::now(); }
@@ -28,13 +29,15 @@ std::chrono::steady_clock::time_point Now() { return std::chrono::steady_clock::
 bool MeansAway(const CORBA::SystemException& error) {
   return CORBA::TRANSIENT::_downcast(&error) != nullptr || CORBA::COMM_FAILURE::_downcast(&error) != nullptr ||
          CORBA::TIMEOUT::_downcast(&error) != nullptr || CORBA::OBJECT_NOT_EXIST::_downcast(&error) != nullptr ||
-         CORBA::INV_OBJREF::_downcast(&error) != nullptr || CORBA::NO_RESPONSE::_downcast(&error) != nullptr;
+         CORBA::INV_OBJREF::_downcast(&error) != nullptr || CORBA::NO_RESPONSE::_downcast(&error) != nullptr ||
+         CORBA::BAD_OPERATION::_downcast(&error) != nullptr;  // another object stands where the manager stood
 }
 
-/// Returns when the manager answers. One that died, and one that hangs, raise here, within a short time.
+/// Returns when the manager answers, as only a manager does. One that died, one that hangs, and any other object raise here, within a
+/// short time.
 void RequireAnswer(ORB_wrapper_base& orb, DDS_Manager_ptr manager) {
   ORB_base::SetCallTimeout(manager, kProbeLimit);
-  if (manager->_non_existent()) throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
+  manager->SubscriptionEpoch();
   // Half the limit of calls: a client whose call makes us publish to a manager that hangs still gets its answer in time.
   ORB_base::SetCallTimeout(manager, orb.Transport().call_timeout / 2);
 }
@@ -44,6 +47,7 @@ DDS_Manager_ptr FindAnother(ORB_wrapper_base& orb, DDS_Manager_ptr known, const 
   CORBA::Object_var object = orb.Resolve({"Lumenar", "local", "DDS_MANAGER", "1"});
   if (!CORBA::is_nil(known) && known->_is_equivalent(object)) error._raise();
   DDS_Manager_var manager = DDS_Manager::_unchecked_narrow(object);
+  if (CORBA::is_nil(manager)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
   RequireAnswer(orb, manager);
   return manager._retn();
 }
@@ -67,29 +71,31 @@ struct DdsBaseAccess::Impl {
   enum class Urgency { CanWait, Urgent, Silent };
 
   void Publish(const char* topic, const SampleView& sample);
-  CORBA::Long Subscribe(const char* topic, DDS_Sub_ptr subscriber);
-  void Unsubscribe(const char* topic, CORBA::Long handle);
+  CORBA::Long Subscribe(const char* topic, DDS_Sub_ptr subscriber, Renewed renewed);
+  void Unsubscribe(const char* topic, DDS_Sub_ptr subscriber);
 
   /// The manager, duplicated, or nil. An urgent caller tries it also when it was found away a moment ago; a silent one
   /// leaves no note of its absence.
   DDS_Manager_ptr Reach(Urgency urgency);
 
   /// A manager that answered just now, or nil: a connection that broke with an earlier manager is found out here, where
-  /// calling again is harmless.
+  /// calling again is harmless. One that was asked a moment ago is not asked again.
   DDS_Manager_ptr ReachForSure();
 
   std::atomic<unsigned long long> lost{0};
 
  private:
   ORB_wrapper_base* Attach();
+  CORBA::Long SubscribeAt(DDS_Manager_ptr manager, const char* topic, DDS_Sub_ptr subscriber, const Renewed& renewed);
   DDS_Manager_ptr Try(ORB_wrapper_base& orb, Urgency urgency);
   DDS_Manager_ptr Known();
   void Found(DDS_Manager_ptr manager);
+  void NoteAnswer(DDS_Manager_ptr manager);
+  bool HasAnsweredJustNow(DDS_Manager_ptr manager);
   void NotFound(const CORBA::Exception& error, Urgency urgency);
   void WentAway(DDS_Manager_ptr manager, const CORBA::SystemException& error, Urgency urgency);
   void NoteAway(const CORBA::Exception& error);
   void NoteRefused(const char* topic, const CORBA::Exception& error);
-  void NoteStanding(DDS_Manager_ptr manager, const char* topic, CORBA::Long handle);
   void EndAll();
 
   Lumenar::Mutex mutex_;
@@ -97,10 +103,14 @@ struct DdsBaseAccess::Impl {
   bool open_ GUARDED_BY(mutex_) = false;   ///< orb_ runs
   DDS_Manager_var manager_ GUARDED_BY(mutex_);  ///< nil while the manager is away
   DDS_Manager_var known_ GUARDED_BY(mutex_);    ///< the last that answered, or nil
+  std::chrono::steady_clock::time_point answered_ GUARDED_BY(mutex_){};  ///< when manager_ last answered a question or a subscription
   Breaker breaker_ GUARDED_BY(mutex_);
   bool noted_ GUARDED_BY(mutex_) = false;  ///< the absence stands on standard error
-  std::map<CORBA::Long, std::string> standing_ GUARDED_BY(mutex_);  ///< handle to topic
   std::set<std::string> refused_ GUARDED_BY(mutex_);  ///< topics of which a refused sample was noted
+  StandingSubscriptions standing_{[this] { return Reach(Urgency::CanWait); },
+                                  [this](DDS_Manager_ptr manager, const CORBA::SystemException& error) {
+                                    if (MeansAway(error)) WentAway(manager, error, Urgency::CanWait);
+                                  }};
 };
 
 /// The ORB of the process, once its shutdown will end the subscriptions; null when there is none that runs.
@@ -117,7 +127,6 @@ ORB_wrapper_base* DdsBaseAccess::Impl::Attach() {
     known_ = DDS_Manager::_nil();
     breaker_ = Breaker();
     noted_ = false;
-    standing_.clear();
   }
   orb->AddShutdownListener([this] { EndAll(); });
   return orb;
@@ -165,10 +174,22 @@ void DdsBaseAccess::Impl::Found(DDS_Manager_ptr manager) {
     Lock lock(mutex_);
     manager_ = DDS_Manager::_duplicate(manager);
     known_ = DDS_Manager::_duplicate(manager);
+    answered_ = Now();
     breaker_.CameBack();
     std::swap(was_noted, noted_);
   }
   if (was_noted) Lumenar::WriteError("topic manager is back");
+  standing_.LookSoon();
+}
+
+void DdsBaseAccess::Impl::NoteAnswer(DDS_Manager_ptr manager) {
+  Lock lock(mutex_);
+  if (manager_.in() == manager) answered_ = Now();
+}
+
+bool DdsBaseAccess::Impl::HasAnsweredJustNow(DDS_Manager_ptr manager) {
+  Lock lock(mutex_);
+  return manager_.in() == manager && Now() - answered_ < kJustNow;
 }
 
 void DdsBaseAccess::Impl::NotFound(const CORBA::Exception& error, Urgency urgency) {
@@ -228,10 +249,11 @@ void DdsBaseAccess::Impl::Publish(const char* topic, const SampleView& sample) {
 
 DDS_Manager_ptr DdsBaseAccess::Impl::ReachForSure() {
   DDS_Manager_var manager = Reach(Urgency::Urgent);
-  if (CORBA::is_nil(manager)) return manager._retn();
+  if (CORBA::is_nil(manager) || HasAnsweredJustNow(manager)) return manager._retn();
   try {
-    if (!manager->_non_existent()) return manager._retn();
-    throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
+    manager->SubscriptionEpoch();
+    NoteAnswer(manager);
+    return manager._retn();
   } catch (const CORBA::SystemException& error) {
     WentAway(manager, error, Urgency::Urgent);
     if (CORBA::TIMEOUT::_downcast(&error) != nullptr) return DDS_Manager::_nil();
@@ -239,39 +261,41 @@ DDS_Manager_ptr DdsBaseAccess::Impl::ReachForSure() {
   return Reach(Urgency::Urgent);
 }
 
-CORBA::Long DdsBaseAccess::Impl::Subscribe(const char* topic, DDS_Sub_ptr subscriber) {
-  DDS_Manager_var manager = ReachForSure();
-  if (CORBA::is_nil(manager)) throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
-  try {
-    const CORBA::Long handle = manager->Subscribe(topic, subscriber);
-    NoteStanding(manager, topic, handle);
-    return handle;
-  } catch (const CORBA::SystemException& error) {
-    if (MeansAway(error)) WentAway(manager, error, Urgency::Urgent);
-    throw;
+/// A manager that has answered just now may have been restarted since: what it did not get goes to its successor.
+CORBA::Long DdsBaseAccess::Impl::Subscribe(const char* topic, DDS_Sub_ptr subscriber, Renewed renewed) {
+  for (bool again = false;; again = true) {
+    DDS_Manager_var manager = ReachForSure();
+    if (CORBA::is_nil(manager)) throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
+    try {
+      return SubscribeAt(manager, topic, subscriber, renewed);
+    } catch (const CORBA::SystemException& error) {
+      if (!MeansAway(error)) throw;
+      WentAway(manager, error, Urgency::Urgent);
+      if (again || error.completed() != CORBA::COMPLETED_NO) throw;
+    }
   }
 }
 
 /// A subscription of which no note can be kept does not stay.
-void DdsBaseAccess::Impl::NoteStanding(DDS_Manager_ptr manager, const char* topic, CORBA::Long handle) {
+CORBA::Long DdsBaseAccess::Impl::SubscribeAt(DDS_Manager_ptr manager, const char* topic, DDS_Sub_ptr subscriber, const Renewed& renewed) {
+  const CORBA::Long handle = manager->Subscribe(topic, subscriber);
+  NoteAnswer(manager);
   try {
-    Lock lock(mutex_);
-    standing_.emplace(handle, topic);
+    standing_.Add(topic, subscriber, handle, renewed);
   } catch (const std::bad_alloc&) {
     manager->Unsubscribe(topic, handle);
     throw;
   }
+  return handle;
 }
 
-void DdsBaseAccess::Impl::Unsubscribe(const char* topic, CORBA::Long handle) {
-  {
-    Lock lock(mutex_);
-    standing_.erase(handle);
-  }
+void DdsBaseAccess::Impl::Unsubscribe(const char* topic, DDS_Sub_ptr subscriber) {
+  const std::optional<CORBA::Long> handle = standing_.Remove(topic, subscriber);
+  if (!handle) return;
   DDS_Manager_var manager = Reach(Urgency::Silent);
   if (CORBA::is_nil(manager)) return;
   try {
-    manager->Unsubscribe(topic, handle);
+    manager->Unsubscribe(topic, *handle);
   } catch (const CORBA::SystemException& error) {
     if (MeansAway(error)) WentAway(manager, error, Urgency::Silent);
   }
@@ -279,18 +303,20 @@ void DdsBaseAccess::Impl::Unsubscribe(const char* topic, CORBA::Long handle) {
 
 /// The ORB is about to stop: the last moment at which calls go out. A manager that is away now is not looked for.
 void DdsBaseAccess::Impl::EndAll() {
-  std::map<CORBA::Long, std::string> standing;
-  DDS_Manager_var manager;
   {
     Lock lock(mutex_);
     open_ = false;
+  }
+  const auto standing = standing_.End();
+  DDS_Manager_var manager;
+  {
+    Lock lock(mutex_);
     manager = manager_._retn();
     known_ = DDS_Manager::_nil();
-    standing.swap(standing_);
   }
   if (CORBA::is_nil(manager)) return;
   try {
-    for (const auto& [handle, topic] : standing) manager->Unsubscribe(topic.c_str(), handle);
+    for (const auto& [topic, handle] : standing) manager->Unsubscribe(topic.c_str(), handle);
   } catch (const CORBA::SystemException&) {  // it goes away as well: the first failure may have cost the time limit
   }
 }
@@ -317,13 +343,13 @@ void DdsBaseAccess::Publish(const char* topic, const SampleView& sample) noexcep
   }
 }
 
-CORBA::Long DdsBaseAccess::Subscribe(const char* topic, DDS_Sub_ptr subscriber) {
-  return impl_->Subscribe(topic, subscriber);
+CORBA::Long DdsBaseAccess::Subscribe(const char* topic, DDS_Sub_ptr subscriber, Renewed renewed) {
+  return impl_->Subscribe(topic, subscriber, std::move(renewed));
 }
 
-void DdsBaseAccess::Unsubscribe(const char* topic, CORBA::Long handle) noexcept {
+void DdsBaseAccess::Unsubscribe(const char* topic, DDS_Sub_ptr subscriber) noexcept {
   try {
-    impl_->Unsubscribe(topic, handle);
+    impl_->Unsubscribe(topic, subscriber);
   } catch (...) {  // called by destructors
   }
 }

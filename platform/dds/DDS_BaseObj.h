@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "DDS.hh"
@@ -11,7 +12,8 @@ namespace Corvanta {
 /// needed, and again by itself after the manager was away.
 ///
 /// A manager that is away is noted once on standard error, its return once; while it is away, at most one call each 250 ms
-/// tries it, so that nothing is slowed down. All subscriptions that stand when the ORB shuts down are ended then.
+/// tries it, so that nothing is slowed down. A subscription stands until it is ended here: a manager that has lost it gets it
+/// again within seconds of its start. All that stand when the ORB shuts down are ended then.
 /// Threads   any.
 class DdsBaseAccess {
  public:
@@ -23,11 +25,15 @@ class DdsBaseAccess {
   /// Sends a sample to the manager. Never throws: a manager that is away loses the sample, counted.
   void Publish(const char* topic, const SampleView& sample) noexcept;
 
-  /// Errors   CORBA system exceptions.
-  CORBA::Long Subscribe(const char* topic, DDS_Sub_ptr subscriber);
+  /// Called with the handle by which the manager knows a subscription from here on, on a thread of this class; perhaps even once
+  /// after the subscription was ended.
+  using Renewed = std::function<void(CORBA::Long handle)>;
 
-  /// A manager that is away is silently ignored.
-  void Unsubscribe(const char* topic, CORBA::Long handle) noexcept;
+  /// The handle that the manager gave. Errors   CORBA system exceptions.
+  CORBA::Long Subscribe(const char* topic, DDS_Sub_ptr subscriber, Renewed renewed = {});
+
+  /// Ends a subscription of this subscriber, by the reference that it was made with. A manager that is away is silently ignored.
+  void Unsubscribe(const char* topic, DDS_Sub_ptr subscriber) noexcept;
 
   /// Samples that could not be sent since the process began.
   unsigned long long LostSamples() const noexcept;

@@ -21,13 +21,17 @@ class GroupSubscriber::Members {
   /// A handle that another subscriber had of a manager that is no more is the new one's.
   void Enter(CORBA::Long handle, GroupSubscriber* member) {
     Lumenar::Lock lock(mutex_);
+    Membership& membership = member->membership_;
+    if (membership.left) return;
+    Erase(membership.handle, member);
     members_[handle] = member;
+    membership.handle = handle;
   }
 
-  void Leave(CORBA::Long handle, const GroupSubscriber* member) noexcept {
+  void Leave(GroupSubscriber* member) noexcept {
     Lumenar::Lock lock(mutex_);
-    const auto found = members_.find(handle);
-    if (found != members_.end() && found->second == member) members_.erase(found);
+    member->membership_.left = true;
+    Erase(member->membership_.handle, member);
   }
 
   /// Held by a reference of the caller's; null for an unknown handle.
@@ -40,13 +44,33 @@ class GroupSubscriber::Members {
   }
 
  private:
+  void Erase(CORBA::Long handle, const GroupSubscriber* member) noexcept REQUIRES(mutex_) {
+    const auto found = members_.find(handle);
+    if (found != members_.end() && found->second == member) members_.erase(found);
+  }
+
   Lumenar::Mutex mutex_;
   std::unordered_map<CORBA::Long, GroupSubscriber*> members_ GUARDED_BY(mutex_);
 };
 
 CORBA::Boolean GroupSubscriber::_dispatch(omniCallHandle& handle) {
-  return DispatchCallback(handle, this, [this](SampleRecord&& sample) { Take(std::move(sample)); }) ||
-         DispatchGroup(handle, this, &TakeFor) || POA_Corvanta::DDS_GroupSub::_dispatch(handle);
+  return DispatchOne(handle) || DispatchGroup(handle, this, &TakeFor) || POA_Corvanta::DDS_GroupSub::_dispatch(handle);
+}
+
+bool GroupSubscriber::DispatchOne(omniCallHandle& handle) {
+  bool read = false;
+  try {
+    return DispatchCallback(handle, this, [&](SampleRecord&& sample) {
+      read = true;
+      Take(std::move(sample));
+    });
+  } catch (const std::bad_alloc&) {
+    if (!read) NotRead();
+    throw;
+  } catch (const CORBA::NO_MEMORY&) {
+    if (!read) NotRead();
+    throw;
+  }
 }
 
 HandleSeq* GroupSubscriber::DDS_Group(const SharedSampleSeq& samples) { return TakeGroup(samples, &TakeFor); }
@@ -81,6 +105,6 @@ void GroupSubscriber::JoinGroup(CORBA::Long handle) noexcept {
   }
 }
 
-void GroupSubscriber::LeaveGroup(CORBA::Long handle) noexcept { Members::Instance().Leave(handle, this); }
+void GroupSubscriber::LeaveGroup() noexcept { Members::Instance().Leave(this); }
 
 }  // namespace Corvanta

@@ -23,17 +23,31 @@ class GroupSubscriber : public POA_Corvanta::DDS_GroupSub {
   /// A decoded sample; what this throws reaches the caller of DDS_Callback.
   virtual void Take(SampleRecord&& sample) = 0;
 
-  /// From here on a group call finds this subscriber by its handle. Without memory for that, it does not: samples come singly then.
+  /// A sample of its own could not be read for want of memory; called in the handler of the exception, which goes on to the caller of
+  /// DDS_Callback.
+  virtual void NotRead() noexcept {}
+
+  /// From here on a group call finds this subscriber by its handle, and by no former one. Without memory for that, it does not: samples
+  /// come singly then. Does nothing after LeaveGroup.
   void JoinGroup(CORBA::Long handle) noexcept;
 
   /// The end of that, before the owner gives up its reference. A second call does nothing.
-  void LeaveGroup(CORBA::Long handle) noexcept;
+  void LeaveGroup() noexcept;
 
  private:
   class Members;
 
+  /// Of the table of members, under its lock.
+  struct Membership {
+    CORBA::Long handle = 0;
+    bool left = false;
+  };
+
+  bool DispatchOne(omniCallHandle& handle);
   bool TakeAtOnce(SampleRecord&& sample);
   static bool TakeFor(CORBA::Long handle, SampleRecord& sample, bool last);
+
+  Membership membership_;
 };
 
 }  // namespace Corvanta

@@ -3,7 +3,8 @@
 #include <fmt/format.h>
 
 #include <charconv>
-#include <fstream>
+#include <system_error>
+#include <tuple>
 #include <vector>
 
 #include "platform/base/ReplaceFile.h"
@@ -43,16 +44,22 @@ bool TakeLine(const std::string& line, EngineTable& table) {
 
 void EngineFile::Read(EngineTable& table, std::string& problem) const {
   problem.clear();
-  std::ifstream stream(path_);
-  if (!stream) {
-    std::error_code ignored;
-    if (std::filesystem::exists(path_, ignored)) problem = path_.string() + ": cannot be read";
-    return;
+  RemoveUnfinishedReplacements(path_);
+  try {
+    TextFile file(path_, TextFile::Links::Refused);
+    ReadFrom(file, path_.string(), table, problem);
+  } catch (const std::system_error& error) {
+    if (error.code() != std::errc::no_such_file_or_directory)
+      problem = fmt::format("{}: cannot be read ({})", path_.string(), error.code().message());
   }
+}
+
+void EngineFile::ReadFrom(TextFile& file, const std::string& name, EngineTable& table, std::string& problem) {
+  constexpr std::size_t kLongestLine = 65536;  // beyond any name of an engine
   int number = 0;
-  for (std::string line; std::getline(stream, line);) {
+  for (std::string line; file.NextLine(line, kLongestLine);) {
     const bool good = ++number == 1 ? line == kTitle : TakeLine(line, table);
-    if (!good && problem.empty()) problem = fmt::format("{}:{}: damaged", path_.string(), number);
+    if (!good && problem.empty()) problem = fmt::format("{}:{}: damaged", name, number);
   }
 }
 

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 
+#include "platform/base/TextFile.h"
 #include "services/hw_enumeration/EngineTable.h"
 
 namespace Lumenar {
@@ -16,7 +17,11 @@ class EngineFile {
 
   /// Enters what can be read into a table; a file that is not there is empty. `problem` says in one line what could not
   /// be read, else it is left empty.
+  /// Errors   std::runtime_error, "PATH: reason", for what is no regular file: it would never do as a state file.
   void Read(EngineTable& table, std::string& problem) const;
+
+  /// The same of an open file; `name` is for the problem.
+  static void ReadFrom(TextFile& file, const std::string& name, EngineTable& table, std::string& problem);
 
   /// Replaces the file in one step; readable by its owner only.
   /// Errors   std::system_error.

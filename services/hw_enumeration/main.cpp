@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/base/Diagnostic.h"
+#include "platform/base/ParseArguments.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/local_arguments.h"
 #include "platform/orb/program.h"
@@ -24,7 +25,7 @@ constexpr const char* kFooter =
     "Exit codes:\n"
     "  0  ended by SIGTERM, SIGINT or SIGQUIT\n"
     "  1  could not start; one line on standard error says why\n"
-    "  other than these: an argument is wrong";
+    "  2  an argument is wrong";
 
 void Serve(const std::string& state) {
   std::optional<Lumenar::EngineFile> file;
@@ -33,7 +34,7 @@ void Serve(const std::string& state) {
   PortableServer::Servant_var<Corvanta::HwEnumerate_Able_i> servant(new Corvanta::HwEnumerate_Able_i(file));
   Corvanta::HwEnumerate_Able_var service = servant->_this();
   orb.Activate();
-  orb.Bind(kName, service);
+  Lumenar::AtNamingService(orb, [&] { orb.Bind(kName, service); });
   Lumenar::WriteOut("hw_enumeration ready");
   try {
     orb.Run();
@@ -48,7 +49,8 @@ int Run(int argc, char** argv) {
   std::string state;
   app.add_option("--state", state, "Keep the known engines in FILE over a restart (default: not kept)")
       ->type_name("FILE");
-  CLI11_PARSE(app, argc, argv);
+  int exit_code = 0;
+  if (!Lumenar::ParseArguments(app, argc, argv, exit_code)) return exit_code;
   Serve(state);
   return 0;
 }

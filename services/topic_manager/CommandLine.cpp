@@ -2,6 +2,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "platform/base/ParseArguments.h"
+#include "services/topic_manager/state_path.h"
+
 namespace Lumenar {
 namespace {
 
@@ -12,7 +15,7 @@ constexpr const char* kFooter =
     "Exit codes:\n"
     "  0  ended by SIGTERM, SIGINT or SIGQUIT\n"
     "  1  could not start, or another topic manager is registered; one line on standard error says why\n"
-    "  other than these: an argument is wrong";
+    "  2  an argument is wrong";
 
 }  // namespace
 
@@ -21,38 +24,50 @@ bool CommandLine::Read(int argc, const char* const* argv, int& exit_code) {
   app.footer(kFooter);
   std::string state;
   unsigned stall_limit_ms = 0;
+  auto look_period_s = static_cast<unsigned>(look_period.count());
   auto silence_limit_s = static_cast<unsigned>(silence_limit.count());
-  app.add_option("--state", state, "Keep the subscriptions in FILE over a restart (default: not kept)")
-      ->type_name("FILE");
+  auto* const state_option =
+      app.add_option("--state", state,
+                     "Keep the subscriptions in FILE over a restart (default: lumenar/topic_manager-HOST-PORT.state, by the address of "
+                     "the naming service, in $XDG_STATE_HOME, else in /var/lib for root and ~/.local/state for others)")
+          ->type_name("FILE");
+  app.add_flag("--no-state", no_state, "Keep no file: the subscribers subscribe again after a restart")->excludes(state_option);
   app.add_option("--queue", queue, "Samples that may wait for one subscriber; then the oldest goes")
       ->type_name("N")->capture_default_str()->check(CLI::Range(1, 1000000));
   app.add_option("--stall-limit", stall_limit_ms, "Time limit of one delivery in ms (default: the time limit of calls)")
       ->type_name("MS")->check(CLI::Range(10, 600000));
   app.add_option("--silence-limit", silence_limit_s, "Seconds without an answer after which a subscriber is dropped")
       ->type_name("S")->capture_default_str()->check(CLI::Range(1, 86400));
+  app.add_option("--look-period", look_period_s, "Seconds from one look at a subscriber's process to the next")
+      ->type_name("S")->capture_default_str()->check(CLI::Range(1, 3600));
   app.add_option("--topics", topics, "Topics that are kept with their last sample")
+      ->type_name("N")->capture_default_str()->check(CLI::Range(1, 10000000));
+  app.add_option("--subscriptions", subscriptions, "Subscriptions at once; each to a topic of its own needs as many topics")
       ->type_name("N")->capture_default_str()->check(CLI::Range(1, 10000000));
   app.add_option("--unsubscribed-topics", unsubscribed_topics, "Of these, topics that nobody subscribes to")
       ->type_name("N")->capture_default_str()->check(CLI::Range(1, 10000000));
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    exit_code = app.exit(error);
-    return false;
-  }
+  if (!ParseArguments(app, argc, argv, exit_code)) return false;
   if (!state.empty()) state_file.emplace(state);
   silence_limit = std::chrono::seconds(silence_limit_s);
+  look_period = std::chrono::seconds(look_period_s);
   if (stall_limit_ms > 0) stall_limit = std::chrono::milliseconds(stall_limit_ms);
   return true;
 }
 
-Corvanta::DDS_Manager_i::Options CommandLine::ManagerOptions(const Corvanta::TransportConfig& transport) const {
+Corvanta::DDS_Manager_i::Options CommandLine::ManagerOptions(const Corvanta::TransportConfig& transport,
+                                                            const std::string& naming_address) const {
   Corvanta::DDS_Manager_i::Options options;
   options.dispatcher.schedule.queue.samples = queue;
   options.dispatcher.schedule.silence_limit = silence_limit;
+  options.dispatcher.schedule.look_period = look_period;
   options.topics.topics = topics;
+  options.subscriptions = subscriptions;
   options.topics.unsubscribed = unsubscribed_topics;
   options.state_file = state_file;
+  if (const auto path = DefaultStatePath("topic_manager", naming_address); path && !state_file && !no_state) {
+    MakeDirectoryOf(*path);
+    options.state_file.emplace(*path);
+  }
   if (transport.dds_enabled) {
     options.relay.emplace();
     options.relay->domain = transport.dds_domain;

@@ -1,49 +1,76 @@
 #include "services/topic_manager/CorbaSubscriber.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
-#include "platform/orb/ORB_base.h"
+#include "platform/orb/AnswerWatch.h"
 
 namespace Lumenar {
 namespace {
 
-Outcome BrokenCall(const CORBA::SystemException& error) {
-  return error.completed() == CORBA::COMPLETED_NO ? Outcome::Unreachable : Outcome::Interrupted;
+constexpr std::chrono::milliseconds kLookLimit{1000};
+
+template <class Exception>
+bool Is(const CORBA::SystemException& error) {
+  return Exception::_downcast(&error) != nullptr;
 }
+
+/// The ORB at the other end, or this one, has found nobody behind the reference.
+bool MeansGone(const CORBA::SystemException& error) { return Is<CORBA::OBJECT_NOT_EXIST>(error) || Is<CORBA::INV_OBJREF>(error); }
+
+bool MeansBroken(const CORBA::SystemException& error) { return Is<CORBA::TRANSIENT>(error) || Is<CORBA::COMM_FAILURE>(error); }
 
 }  // namespace
 
 CorbaSubscriber::CorbaSubscriber(Corvanta::DDS_Sub_ptr subscriber, std::chrono::milliseconds limit)
-    : subscriber_(Corvanta::DDS_Sub::_duplicate(subscriber)) {
+    : limit_(limit), subscriber_(Corvanta::DDS_Sub::_duplicate(subscriber)) {
   if (std::strcmp(subscriber->_PR_getobj()->_mostDerivedRepoId(), Corvanta::DDS_GroupSub::_PD_repoId) == 0)
     group_ = Corvanta::DDS_GroupSub::_unchecked_narrow(subscriber);
   Corvanta::ORB_base::SetCallTimeout(subscriber_, limit);
   if (TakesGroups()) Corvanta::ORB_base::SetCallTimeout(group_, limit);
 }
 
+/// The reference is read anew for each look, which has a time limit of its own.
+Outcome CorbaSubscriber::Look(std::chrono::milliseconds limit) {
+  const Corvanta::AnswerWatch watch;
+  try {
+    const CORBA::ORB_ptr orb = Corvanta::ORB_base::Current().Orb();
+    const CORBA::String_var text = orb->object_to_string(subscriber_);
+    const CORBA::Object_var own = orb->string_to_object(text);
+    Corvanta::ORB_base::SetCallTimeout(own, std::min(limit_, limit));
+    return own->_non_existent() ? Outcome::Gone : Outcome::Delivered;
+  } catch (const CORBA::SystemException& error) {
+    if (MeansGone(error)) return Outcome::Gone;
+    if (watch.Answered()) return Outcome::Delivered;
+    if (Is<CORBA::TIMEOUT>(error)) return Outcome::TimedOut;
+    return MeansBroken(error) ? Outcome::Unreachable : Outcome::Delivered;
+  }
+}
+
 template <class Call>
 Outcome CorbaSubscriber::Make(Call call, OtherAnswer other) {
+  const Corvanta::AnswerWatch watch;
   try {
     call();
     return Outcome::Delivered;
-  } catch (const CORBA::TIMEOUT&) {
-    return Outcome::TimedOut;
-  } catch (const CORBA::TRANSIENT& error) {
-    return BrokenCall(error);
-  } catch (const CORBA::COMM_FAILURE& error) {
-    return BrokenCall(error);
-  } catch (const CORBA::OBJECT_NOT_EXIST&) {
-    return Outcome::Gone;
-  } catch (const CORBA::INV_OBJREF&) {
-    return Outcome::Gone;
   } catch (const CORBA::SystemException& error) {
-    return error.completed() == CORBA::COMPLETED_NO ? other.before_the_work : other.afterwards;
+    return AfterFailure(error, other, watch.Answered());
   } catch (const CORBA::Exception&) {
     return other.afterwards;
   } catch (const std::bad_alloc&) {  // on the way out, or with the answer
     return other.afterwards;
   }
+}
+
+/// An answer says that the samples have arrived, whatever it is. A subscriber that is no more answers as well, through its ORB; but it may
+/// also raise the same of its own, and then a look finds it there.
+Outcome CorbaSubscriber::AfterFailure(const CORBA::SystemException& error, OtherAnswer other, bool answered) {
+  const bool before = error.completed() == CORBA::COMPLETED_NO;
+  if (MeansGone(error) && Look(kLookLimit) == Outcome::Gone) return Outcome::Gone;
+  if (!answered && Is<CORBA::TIMEOUT>(error)) return Outcome::TimedOut;
+  if (!answered && MeansBroken(error)) return before ? Outcome::Unreachable : Outcome::Interrupted;
+  return before ? other.before_the_work : other.afterwards;
 }
 
 /// What the subscriber makes of the sample is its own affair.

@@ -6,12 +6,13 @@
 
 namespace Lumenar {
 
-/// A subscriber in another process, called with a time limit.
+/// A subscriber in another process, called with a time limit. Needs an AnswerWatch that has begun.
 class CorbaSubscriber : public Subscriber {
  public:
   /// The reference must be this object's own: the limit belongs to it.
   CorbaSubscriber(Corvanta::DDS_Sub_ptr subscriber, std::chrono::milliseconds limit);
   Outcome Deliver(const Corvanta::SampleRecord& sample) override;
+  Outcome Look(std::chrono::milliseconds limit) override;
 
   /// By the type that the reference names: nobody is asked.
   bool TakesGroups() const override { return !CORBA::is_nil(group_); }
@@ -25,8 +26,10 @@ class CorbaSubscriber : public Subscriber {
   };
 
   template <class Call>
-  static Outcome Make(Call call, OtherAnswer other);
+  Outcome Make(Call call, OtherAnswer other);
+  Outcome AfterFailure(const CORBA::SystemException& error, OtherAnswer other, bool answered);
 
+  const std::chrono::milliseconds limit_;
   Corvanta::DDS_Sub_var subscriber_;
   Corvanta::DDS_GroupSub_var group_;  ///< the same, when it takes samples for others along
 };

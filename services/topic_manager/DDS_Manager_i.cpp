@@ -2,11 +2,15 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstring>
+#include <random>
 #include <stdexcept>
 
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/AnswerWatch.h"
+#include "platform/orb/LargeAnswer.h"
 #include "platform/orb/reference_endpoint.h"
 #include "services/topic_manager/CorbaSubscriber.h"
 
@@ -17,7 +21,7 @@ using Lumenar::Lock;
 using Lumenar::SamplePtr;
 
 constexpr std::size_t kMaxTopicLength = 1024;
-constexpr std::size_t kMaxSubscriptions = 100000;
+constexpr std::size_t kStatusBytes = 256;  // of an answer, about
 
 void CheckTopic(const char* topic) {
   const std::size_t length = ::strnlen(topic, kMaxTopicLength + 1);
@@ -32,6 +36,11 @@ const char* ReasonText(Lumenar::Outcome reason) {
   }
 }
 
+std::uint64_t AnyNumber() {
+  std::random_device source;
+  return std::uint64_t{source()} << 32 | source();
+}
+
 /// What says which subscribers share a process. A reference without an endpoint shares its fate with no other.
 std::string AddressOf(const std::string& reference) {
   const std::string endpoint = Lumenar::EndpointOf(reference);
@@ -43,9 +52,12 @@ std::string AddressOf(const std::string& reference) {
 DDS_Manager_i::DDS_Manager_i(ORB_base& orb, const Options& options)
     : orb_(orb),
       stall_limit_(options.stall_limit),
+      max_subscriptions_(options.subscriptions),
       store_(options.state_file),
+      epoch_(AnyNumber()),
       topics_(options.topics),
       dispatcher_(options.dispatcher, [this](auto&&... dropped) { OnDropped(dropped...); }) {
+  AnswerWatch::Begin(orb);
   Restore();
   if (options.relay) StartRelay(*options.relay);
 }
@@ -97,20 +109,73 @@ SamplePtr DDS_Manager_i::PublishHere(SampleRecord&& record, const std::string& t
 }
 
 CORBA::Long DDS_Manager_i::Subscribe(const char* topic, DDS_Sub_ptr subscriber) {
+  const CORBA::Long handle = Begin(topic, CheckedReference(topic, subscriber));
+  store_.Save();
+  return handle;
+}
+
+/// The subscriber's reference as text, if there may be such a subscription.
+std::string DDS_Manager_i::CheckedReference(const char* topic, DDS_Sub_ptr subscriber) const {
   CheckTopic(topic);
   if (CORBA::is_nil(subscriber)) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
-  CORBA::String_var reference = orb_.Orb()->object_to_string(subscriber);
-  auto target = MakeSubscriber(reference.in());
+  const CORBA::String_var reference = orb_.Orb()->object_to_string(subscriber);
+  if (std::strlen(reference) > Lumenar::StateFile::kLongestReference) throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
+  return reference.in();
+}
+
+/// A subscription begins; the state file has yet to be written.
+CORBA::Long DDS_Manager_i::Begin(const std::string& topic, const std::string& reference) {
+  auto target = MakeSubscriber(reference);
   EnterTopic(topic);
   long handle = 0;
   try {
-    handle = store_.Add(topic, reference.in());
+    handle = store_.AddUnsaved(topic, reference);
   } catch (const std::length_error&) {
     LeaveTopic(topic);
     throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
   }
-  dispatcher_.Add(handle, topic, AddressOf(reference.in()), std::move(target));
+  dispatcher_.Add(handle, topic, AddressOf(reference), std::move(target));
   return static_cast<CORBA::Long>(handle);
+}
+
+/// Those that there may be; the others have no reference.
+std::vector<Lumenar::StateFile::Entry> DDS_Manager_i::Readable(const ClaimSeq& claims) const {
+  std::vector<Lumenar::StateFile::Entry> readable;
+  for (CORBA::ULong i = 0; i < claims.length(); ++i) {
+    std::string reference;
+    try {
+      reference = CheckedReference(claims[i].topic, claims[i].subscriber);
+    } catch (const CORBA::SystemException&) {
+    }
+    readable.push_back({claims[i].handle, claims[i].topic.in(), std::move(reference)});
+  }
+  return readable;
+}
+
+/// The state file is written once for all.
+HandleSeq* DDS_Manager_i::Renew(const ClaimSeq& claims) {
+  const std::vector<Lumenar::StateFile::Entry> readable = Readable(claims);
+  HandleSeq_var handles = new HandleSeq;
+  handles->length(claims.length());
+  Lock lock(renewing_);
+  const std::vector<long> known = store_.Find(readable);
+  for (CORBA::ULong i = 0; i < claims.length(); ++i) {
+    const auto same = std::find(readable.begin(), readable.begin() + i, readable[i]);
+    handles[i] = same == readable.begin() + i ? RenewOne(readable[i], known[i])
+                                              : handles[static_cast<CORBA::ULong>(same - readable.begin())];
+  }
+  store_.Save();
+  return handles._retn();
+}
+
+/// 0 when it is refused: the others stand all the same.
+CORBA::Long DDS_Manager_i::RenewOne(const Lumenar::StateFile::Entry& claim, long known) {
+  if (known != 0 || claim.reference.empty()) return static_cast<CORBA::Long>(known);
+  try {
+    return Begin(claim.topic, claim.reference);
+  } catch (const CORBA::SystemException&) {
+    return 0;
+  }
 }
 
 /// The reference is read anew, so that it is this subscription's own and carries its own time limit.
@@ -124,7 +189,7 @@ boost::shared_ptr<Lumenar::Subscriber> DDS_Manager_i::MakeSubscriber(const std::
 void DDS_Manager_i::EnterTopic(const std::string& topic) {
   std::vector<SamplePtr> freed;  // destroyed after the lock is released
   Lock lock(mutex_);
-  if (subscriptions_ >= kMaxSubscriptions || !topics_.Subscribed(topic, freed)) {
+  if (subscriptions_ >= max_subscriptions_ || !topics_.Subscribed(topic, freed)) {
     throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
   }
   ++subscriptions_;
@@ -149,6 +214,7 @@ void DDS_Manager_i::OnDropped(long handle, const std::string& topic, const std::
       fmt::format("subscriber {} of topic {} at {} dropped: {}", handle, topic, address, ReasonText(reason)));
   store_.Remove(handle);
   LeaveTopic(topic);
+  ++epoch_;
 }
 
 TopicStatusSeq* DDS_Manager_i::Topics() {
@@ -157,6 +223,7 @@ TopicStatusSeq* DDS_Manager_i::Topics() {
     Lock lock(mutex_);
     all = topics_.All();
   }
+  LargeAnswer::Announce(all.size() * kStatusBytes);
   TopicStatusSeq_var result = new TopicStatusSeq;
   result->length(static_cast<CORBA::ULong>(all.size()));
   for (std::size_t i = 0; i < all.size(); ++i) {
@@ -170,6 +237,7 @@ TopicStatusSeq* DDS_Manager_i::Topics() {
 
 SubscriptionStatusSeq* DDS_Manager_i::Subscriptions() {
   const std::vector<Lumenar::Dispatcher::Status> all = dispatcher_.Subscriptions();
+  LargeAnswer::Announce(all.size() * kStatusBytes);
   SubscriptionStatusSeq_var result = new SubscriptionStatusSeq;
   result->length(static_cast<CORBA::ULong>(all.size()));
   for (std::size_t i = 0; i < all.size(); ++i) {
@@ -191,6 +259,7 @@ CORBA::Boolean DDS_Manager_i::LastSample(const char* topic, CORBA::Any_OUT_arg s
     Lock lock(mutex_);
     last = topics_.Last(topic);
   }
+  if (last != nullptr) LargeAnswer::Announce(Lumenar::SampleBytes(*last));
   CORBA::Any_var any = new CORBA::Any;
   if (last != nullptr) RecordToAny(ViewOf(*last), any.inout());
   sample = any._retn();

@@ -1,6 +1,7 @@
 #include "services/topic_manager/DeliverySchedule.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace Lumenar {
 
@@ -11,13 +12,18 @@ DeliverySchedule::~DeliverySchedule() {
 }
 
 void DeliverySchedule::Add(long handle, const std::string& topic, const std::string& address,
-                           boost::shared_ptr<Subscriber> subscriber) {
+                           boost::shared_ptr<Subscriber> subscriber, SteadyTime now) {
   EndpointPtr& endpoint = endpoints_[address];
-  if (endpoint == nullptr) endpoint = boost::shared_ptr<Endpoint>(new Endpoint(address));
-  ++endpoint->subscriptions;
+  if (endpoint == nullptr) {
+    endpoint = boost::shared_ptr<Endpoint>(new Endpoint(address));
+    // Anywhere in the first period, so that many that come together are not looked at together ever after.
+    const auto period = static_cast<std::size_t>(limits_.look_period.count());
+    if (period > 0) LookAfter(endpoint, now + std::chrono::milliseconds(std::hash<std::string>()(address) % period));
+  }
+  endpoint->handles.insert(handle);
   const SubscriptionPtr subscription(new Subscription(handle, topic, std::move(subscriber), endpoint, limits_.queue));
   subscriptions_.emplace(handle, subscription);
-  by_topic_[topic].push_back(subscription);
+  by_topic_[topic].emplace(handle, subscription);
 }
 
 bool DeliverySchedule::Remove(long handle, std::vector<SamplePtr>& freed) {
@@ -26,16 +32,17 @@ bool DeliverySchedule::Remove(long handle, std::vector<SamplePtr>& freed) {
   const SubscriptionPtr subscription = found->second;
   subscriptions_.erase(found);
 
-  const bool was_ready = subscription->place == Place::Ready;
+  const bool was_ready = subscription->place == Place::Ready || subscription->place == Place::Waiting;
   subscription->place = Place::Removed;
   while (SamplePtr sample = subscription->queue.Pop()) freed.push_back(std::move(sample));
 
   const auto topic = by_topic_.find(subscription->topic);
-  topic->second.erase(std::find(topic->second.begin(), topic->second.end(), subscription));
+  topic->second.erase(handle);
   if (topic->second.empty()) by_topic_.erase(topic);
 
   Endpoint& endpoint = *subscription->endpoint;
-  if (--endpoint.subscriptions == 0) {
+  endpoint.handles.erase(handle);
+  if (endpoint.handles.empty()) {
     endpoint.parked.clear();  // they hold the endpoint in turn
     endpoints_.erase(endpoint.address);
   }
@@ -47,7 +54,7 @@ bool DeliverySchedule::Remove(long handle, std::vector<SamplePtr>& freed) {
 void DeliverySchedule::Publish(const std::string& topic, const SamplePtr& sample, std::vector<SamplePtr>& freed) {
   const auto found = by_topic_.find(topic);
   if (found == by_topic_.end()) return;
-  for (const SubscriptionPtr& subscription : found->second) {
+  for (const auto& [handle, subscription] : found->second) {
     const std::size_t before = freed.size();
     subscription->queue.Push(sample, freed);
     subscription->dropped += freed.size() - before;
@@ -67,7 +74,10 @@ bool DeliverySchedule::PassesHold(const Subscription& subscription) {
 
 /// Finds the place of a subscription that has a sample and no reason of its own to wait.
 void DeliverySchedule::Schedule(const SubscriptionPtr& subscription) {
-  if (!subscription->endpoint->held || PassesHold(*subscription)) {
+  if (IsUnknown(*subscription->endpoint)) {
+    Park(subscription);
+    LookNow(subscription->endpoint);
+  } else if (!subscription->endpoint->held || PassesHold(*subscription)) {
     MakeReady(subscription);
   } else {
     Park(subscription);
@@ -93,9 +103,15 @@ std::optional<DeliverySchedule::Delivery> DeliverySchedule::Next(SteadyTime now)
   while (!ready_.empty()) {
     const SubscriptionPtr subscription = std::move(ready_.front());
     ready_.pop_front();
-    if (subscription->place == Place::Removed) continue;
+    if (subscription->place != Place::Ready) continue;
     if (MustPark(*subscription, now)) {
       Park(subscription);
+      continue;
+    }
+    if (MustWait(subscription)) continue;
+    if (IsDoubtful(*subscription->endpoint, now)) {
+      Park(subscription);
+      LookNow(subscription->endpoint);
       continue;
     }
     return Begin(subscription, now);
@@ -145,17 +161,123 @@ bool DeliverySchedule::MustPark(const Subscription& subscription, SteadyTime now
   return true;
 }
 
+/// Whether a subscription that tries a held process has to wait, because enough of these tries are under way.
+bool DeliverySchedule::MustWait(const SubscriptionPtr& subscription) {
+  if (!subscription->endpoint->held || tries_in_flight_ < limits_.tries) return false;
+  subscription->place = Place::Waiting;
+  waiting_.push_back(subscription);
+  return true;
+}
+
+void DeliverySchedule::EndTry() {
+  --tries_in_flight_;
+  while (!waiting_.empty()) {
+    const SubscriptionPtr subscription = std::move(waiting_.front());
+    waiting_.pop_front();
+    if (subscription->place != Place::Waiting) continue;
+    MakeReady(subscription);
+    return;
+  }
+}
+
 DeliverySchedule::Delivery DeliverySchedule::Begin(const SubscriptionPtr& subscription, SteadyTime now) {
+  const bool tries = subscription->endpoint->held;
+  if (tries) ++tries_in_flight_;
   subscription->place = Place::Delivering;
   subscription->endpoint->in_flight.insert(now);
   in_flight_.insert(now);
-  return {subscription, subscription->queue.Pop(), now};
+  return {subscription, subscription->queue.Pop(), now, true, false, tries};
+}
+
+/// Whether a process has to be looked at before anything is sent to it.
+bool DeliverySchedule::IsUnknown(const Endpoint& endpoint) const {
+  return endpoint.last_answer == SteadyTime{} && limits_.look_period.count() > 0;
+}
+
+/// Whether a process may be one of many that hang: it has not answered since half of the calls began that are stuck now.
+bool DeliverySchedule::IsDoubtful(const Endpoint& endpoint, SteadyTime now) const {
+  if (endpoint.held || limits_.look_period.count() == 0 || in_flight_.size() < limits_.stuck_calls) return false;
+  const std::size_t stuck = Stuck(now);
+  return stuck >= limits_.stuck_calls && endpoint.last_answer < *std::next(in_flight_.begin(), static_cast<std::ptrdiff_t>(stuck / 2));
+}
+
+void DeliverySchedule::LookAfter(const EndpointPtr& endpoint, SteadyTime moment) {
+  endpoint->looking = false;
+  endpoint->next_look = moment;
+  looks_.emplace(moment, endpoint);
+}
+
+/// A process that was looked at in vain waits for its moment, however many samples there are for it.
+void DeliverySchedule::LookNow(const EndpointPtr& endpoint) {
+  if (endpoint->looking || endpoint->silent_since || endpoint->unreachable_since) return;
+  endpoint->looking = true;
+  first_looks_.push_back(endpoint);
+}
+
+std::optional<DeliverySchedule::Delivery> DeliverySchedule::NextLook(SteadyTime now) {
+  while (HasLook()) {
+    std::deque<EndpointPtr>& looks = first_looks_.empty() ? due_looks_ : first_looks_;
+    const EndpointPtr endpoint = std::move(looks.front());
+    looks.pop_front();
+    if (endpoint->handles.empty()) continue;
+    auto handle = endpoint->handles.upper_bound(endpoint->looked_at);
+    if (handle == endpoint->handles.end()) handle = endpoint->handles.begin();
+    endpoint->looked_at = *handle;
+    ++looks_in_flight_;
+    in_flight_.insert(now);
+    Delivery look{subscriptions_.at(*handle), nullptr, now};
+    look.look_limit = endpoint->look_limit.Next(limits_.first_look, limits_.longest_look);
+    return look;
+  }
+  return std::nullopt;
+}
+
+std::vector<SubscriptionPtr> DeliverySchedule::FinishLook(const Delivery& look, Outcome outcome, SteadyTime now) {
+  const EndpointPtr& endpoint = look.subscription->endpoint;
+  --looks_in_flight_;
+  in_flight_.erase(in_flight_.find(look.begun));
+  if (endpoint->handles.empty()) return {};  // all were removed meanwhile
+  if (outcome != Outcome::Delivered && outcome != Outcome::Gone) return LookedInVain(look, outcome, now);
+  EndpointAnswered(endpoint, outcome, now);
+  if (outcome == Outcome::Delivered) {
+    LookAfter(endpoint, now + limits_.look_period);
+    return {};
+  }
+  endpoint->looking = true;  // another process may have taken the address of all of them
+  due_looks_.push_back(endpoint);
+  if (look.subscription->place == Place::Removed) return {};
+  return {look.subscription};
+}
+
+/// The subscriptions that have to be dropped since nobody answered a look: all of the process, when its time is over.
+std::vector<SubscriptionPtr> DeliverySchedule::LookedInVain(const Delivery& look, Outcome outcome, SteadyTime now) {
+  const EndpointPtr& endpoint = look.subscription->endpoint;
+  const bool hangs = outcome == Outcome::TimedOut;
+  const bool for_long = hangs && look.look_limit >= limits_.longest_look;
+  std::optional<SteadyTime>& since = hangs ? endpoint->silent_since : endpoint->unreachable_since;
+  if (for_long) endpoint->stalled = true;
+  if (hangs) endpoint->unreachable_since.reset();
+  if (!since) since = look.begun;
+  const SteadyTime end = *since + (hangs ? limits_.silence_limit : limits_.unreachable_limit);
+  if (now >= end) return AllOf(*endpoint);
+  const bool known = for_long && !IsUnknown(*endpoint);  // its next samples try it
+  if (known && !endpoint->held) Hold(endpoint, now);
+  const auto pause = known ? limits_.look_period : endpoint->look_backoff.Next(limits_.first_pause, limits_.longest_pause);
+  LookAfter(endpoint, std::min(end, now + pause));
+  return {};
+}
+
+std::vector<SubscriptionPtr> DeliverySchedule::AllOf(const Endpoint& endpoint) const {
+  std::vector<SubscriptionPtr> all;
+  for (const long handle : endpoint.handles) all.push_back(subscriptions_.at(handle));
+  return all;
 }
 
 std::vector<SubscriptionPtr> DeliverySchedule::Finish(const Delivery& delivery, Outcome outcome, SteadyTime now,
                                                       std::vector<SamplePtr>& freed) {
-  if (delivery.leads) EndCall(delivery, outcome, now);
-  const std::vector<SubscriptionPtr> lost = Lost(delivery, outcome, now, freed);
+  if (delivery.sample != nullptr && delivery.leads) EndCall(delivery, outcome, now);
+  const std::vector<SubscriptionPtr> lost =
+      delivery.sample == nullptr ? FinishLook(delivery, outcome, now) : Lost(delivery, outcome, now, freed);
   for (const SubscriptionPtr& subscription : lost) Remove(subscription->handle, freed);
   return lost;
 }
@@ -165,6 +287,7 @@ void DeliverySchedule::EndCall(const Delivery& delivery, Outcome outcome, Steady
   const EndpointPtr& endpoint = delivery.subscription->endpoint;
   endpoint->in_flight.erase(endpoint->in_flight.find(delivery.begun));
   in_flight_.erase(in_flight_.find(delivery.begun));
+  if (delivery.tries) EndTry();
   if (delivery.grouped && now - delivery.begun > limits_.patience) endpoint->single_until = now + limits_.single_pause;
   if (outcome == Outcome::TimedOut) {
     EndpointTimedOut(endpoint, delivery, now);
@@ -183,11 +306,7 @@ std::vector<SubscriptionPtr> DeliverySchedule::Lost(const Delivery& delivery, Ou
     lost.push_back(delivery.subscription);
   }
   if (!endpoint->silent_since || now - *endpoint->silent_since < limits_.silence_limit) return lost;
-  lost.clear();
-  for (const auto& [handle, subscription] : subscriptions_) {
-    if (subscription->endpoint.get() == endpoint) lost.push_back(subscription);
-  }
-  return lost;
+  return AllOf(*endpoint);
 }
 
 /// What the outcome means for the subscription itself; true when it has to be dropped.
@@ -258,7 +377,12 @@ bool DeliverySchedule::SettleUnreachable(const Delivery& delivery, Outcome outco
 }
 
 void DeliverySchedule::EndpointAnswered(const EndpointPtr& endpoint, Outcome outcome, SteadyTime now) {
-  if (outcome != Outcome::Unreachable && outcome != Outcome::Interrupted) endpoint->last_answer = now;
+  if (outcome != Outcome::Unreachable && outcome != Outcome::Interrupted) {
+    endpoint->last_answer = now;
+    endpoint->unreachable_since.reset();
+    endpoint->look_backoff.Reset();
+    endpoint->look_limit.Reset();
+  }
   // One that cannot be reached is released as well: it fails fast, and each subscription has its own limit for that.
   Release(endpoint);
 }
@@ -285,10 +409,14 @@ void DeliverySchedule::Hold(const EndpointPtr& endpoint, SteadyTime until) {
 }
 
 void DeliverySchedule::Release(const EndpointPtr& endpoint) {
+  const bool was_held = endpoint->held;
   endpoint->held = endpoint->stalled = endpoint->probe_due = false;
   endpoint->silent_since.reset();
   endpoint->probe = nullptr;
   endpoint->backoff.Reset();
+  for (std::size_t i = 0; was_held && i < waiting_.size(); ++i) {
+    if (waiting_[i]->endpoint == endpoint && waiting_[i]->place == Place::Waiting) MakeReady(waiting_[i]);
+  }
   for (const SubscriptionPtr& subscription : endpoint->parked) {
     if (subscription->place == Place::Parked) MakeReady(subscription);
   }
@@ -316,6 +444,13 @@ void DeliverySchedule::Advance(SteadyTime now) {
     const bool stale = endpoint->held_until > now;  // released and held again meanwhile
     if (endpoint->held && !stale && endpoint->probe == nullptr) Probe(endpoint);
   }
+  while (!looks_.empty() && looks_.begin()->first <= now) {
+    const EndpointPtr endpoint = looks_.begin()->second;
+    looks_.erase(looks_.begin());
+    if (endpoint->looking || endpoint->next_look > now || endpoint->handles.empty()) continue;
+    endpoint->looking = true;
+    due_looks_.push_back(endpoint);
+  }
   while (!pauses_.empty() && pauses_.begin()->first <= now) {
     const SubscriptionPtr subscription = pauses_.begin()->second;
     pauses_.erase(pauses_.begin());
@@ -329,6 +464,7 @@ std::optional<SteadyTime> DeliverySchedule::NextMoment() const {
   std::optional<SteadyTime> moment;
   if (!holds_.empty()) moment = holds_.begin()->first;
   if (!pauses_.empty()) moment = moment ? std::min(*moment, pauses_.begin()->first) : pauses_.begin()->first;
+  if (!looks_.empty()) moment = moment ? std::min(*moment, looks_.begin()->first) : looks_.begin()->first;
   return moment;
 }
 

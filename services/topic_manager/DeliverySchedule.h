@@ -16,6 +16,12 @@ namespace Lumenar {
 /// process are stuck, so that a stopped process does not occupy a worker for each of its subscriptions. A subscriber
 /// that cannot be reached is tried for 3 s and then dropped; one that no longer exists, at once; one that never answers
 /// (its machine was switched off, say), after 10 minutes, with all others of its process.
+///
+/// Each process is looked at once a minute besides, whatever its topics do: one of its subscribers is asked whether it is there, each
+/// in turn. So those that died on a silent topic are dropped, too. A process that has never answered is looked at before its first
+/// sample is sent; so is, while many calls are stuck, each that has not answered since they began. The first look at a process that does
+/// not answer is short, the next ones are longer. Only so many looks, and tries of held processes, are under way at a time: whoever
+/// answers finds workers, however many do not.
 /// Threads   the caller's lock.
 class DeliverySchedule {
  public:
@@ -30,15 +36,23 @@ class DeliverySchedule {
     std::chrono::milliseconds silence_limit{600000};    ///< then one that does not answer is dropped
     std::size_t group = 8;                              ///< so many subscriptions in one call; more of them leave threads idle
     std::size_t group_bytes = 128u << 10;               ///< and so much to be worked on in it
+    std::chrono::milliseconds look_period{60000};       ///< each process is looked at so often; 0: never
+    std::size_t looks = 32;                             ///< so many at a time
+    std::chrono::milliseconds first_look{100};          ///< the time limit of a look; doubles while nothing answers
+    std::chrono::milliseconds longest_look{1000};
+    std::size_t tries = 64;                             ///< of held processes, at a time
+    std::size_t stuck_calls = 128;                      ///< from so many on, of all kinds, who has not answered since is looked at first
     std::chrono::milliseconds single_pause{1000};       ///< without calls for several, after one that took longer than patience
   };
 
   struct Delivery {
     SubscriptionPtr subscription;
-    SamplePtr sample;
+    SamplePtr sample;      ///< null for a look at the process
     SteadyTime begun;
     bool leads = true;     ///< speaks for the call; the others of a group go along
     bool grouped = false;  ///< one of several in a call
+    bool tries = false;    ///< whether a held process answers
+    std::chrono::milliseconds look_limit{};  ///< of a look
   };
 
   explicit DeliverySchedule(Limits limits) : limits_(limits) {}
@@ -46,7 +60,7 @@ class DeliverySchedule {
   DeliverySchedule(const DeliverySchedule&) = delete;
   DeliverySchedule& operator=(const DeliverySchedule&) = delete;
 
-  void Add(long handle, const std::string& topic, const std::string& address, boost::shared_ptr<Subscriber> subscriber);
+  void Add(long handle, const std::string& topic, const std::string& address, boost::shared_ptr<Subscriber> subscriber, SteadyTime now);
 
   /// False for an unknown handle. No delivery of the subscription begins any more; its waiting samples move to `freed`.
   bool Remove(long handle, std::vector<SamplePtr>& freed);
@@ -61,7 +75,10 @@ class DeliverySchedule {
   /// them has to wait for a call of its own. The first leads. Empty when no subscription is ready.
   std::vector<Delivery> NextGroup(SteadyTime now);
 
-  /// Ends a delivery; the one that leads a group last. The subscriptions that are dropped for it; they are removed.
+  /// The next look at a process, which has then begun; nothing when none is due, or enough are under way.
+  std::optional<Delivery> NextLook(SteadyTime now);
+
+  /// Ends a delivery or a look; the one that leads a group last. The subscriptions that are dropped for it; they are removed.
   std::vector<SubscriptionPtr> Finish(const Delivery& delivery, Outcome outcome, SteadyTime now,
                                       std::vector<SamplePtr>& freed);
 
@@ -71,7 +88,7 @@ class DeliverySchedule {
   /// When Advance has something to do next.
   std::optional<SteadyTime> NextMoment() const;
 
-  bool HasReady() const { return !ready_.empty(); }
+  bool HasReady() const { return !ready_.empty() || HasLook(); }
 
   /// The deliveries under way that are stuck.
   std::size_t Stuck(SteadyTime now) const;
@@ -82,6 +99,16 @@ class DeliverySchedule {
  private:
   using EndpointPtr = boost::shared_ptr<Endpoint>;
 
+  bool HasLook() const { return looks_in_flight_ < limits_.looks && !(first_looks_.empty() && due_looks_.empty()); }
+  bool IsUnknown(const Endpoint& endpoint) const;
+  bool IsDoubtful(const Endpoint& endpoint, SteadyTime now) const;
+  void LookAfter(const EndpointPtr& endpoint, SteadyTime moment);
+  void LookNow(const EndpointPtr& endpoint);
+  std::vector<SubscriptionPtr> FinishLook(const Delivery& look, Outcome outcome, SteadyTime now);
+  std::vector<SubscriptionPtr> LookedInVain(const Delivery& look, Outcome outcome, SteadyTime now);
+  std::vector<SubscriptionPtr> AllOf(const Endpoint& endpoint) const;
+  bool MustWait(const SubscriptionPtr& subscription);
+  void EndTry();
   void Schedule(const SubscriptionPtr& subscription);
   void MakeReady(const SubscriptionPtr& subscription);
   void Park(const SubscriptionPtr& subscription);
@@ -104,12 +131,18 @@ class DeliverySchedule {
 
   const Limits limits_;
   std::map<long, SubscriptionPtr> subscriptions_;
-  std::unordered_map<std::string, std::vector<SubscriptionPtr>> by_topic_;
+  std::unordered_map<std::string, std::map<long, SubscriptionPtr>> by_topic_;  ///< by handle
   std::map<std::string, EndpointPtr> endpoints_;
   std::deque<SubscriptionPtr> ready_;
   std::multimap<SteadyTime, SubscriptionPtr> pauses_;
   std::multimap<SteadyTime, EndpointPtr> holds_;
   std::multiset<SteadyTime> in_flight_;
+  std::multimap<SteadyTime, EndpointPtr> looks_;
+  std::deque<EndpointPtr> first_looks_;  ///< at processes that were not looked at yet, so that those that answer go before all the others
+  std::deque<EndpointPtr> due_looks_;
+  std::size_t looks_in_flight_ = 0;
+  std::deque<SubscriptionPtr> waiting_;  ///< for their turn to try their processes
+  std::size_t tries_in_flight_ = 0;
 };
 
 }  // namespace Lumenar

@@ -26,6 +26,7 @@ std::vector<Subscriber::Shared> SharedSamples(const std::vector<DeliverySchedule
 
 Outcome Deliver(const std::vector<DeliverySchedule::Delivery>& deliveries, std::set<long>& not_taken) {
   const DeliverySchedule::Delivery& leader = deliveries.front();
+  if (leader.sample == nullptr) return leader.subscription->subscriber->Look(leader.look_limit);
   if (!leader.grouped) return leader.subscription->subscriber->Deliver(*leader.sample);
   return leader.subscription->subscriber->DeliverGroup(SharedSamples(deliveries), not_taken);
 }
@@ -57,8 +58,13 @@ Dispatcher::~Dispatcher() {
 
 void Dispatcher::Add(long handle, const std::string& topic, const std::string& address,
                      boost::shared_ptr<Subscriber> subscriber) {
-  Lock lock(mutex_);
-  schedule_.Add(handle, topic, address, std::move(subscriber));
+  Wanted wanted;
+  {
+    Lock lock(mutex_);
+    schedule_.Add(handle, topic, address, std::move(subscriber), Now());
+    wanted = WhoIsWanted();
+  }
+  Wake(wanted);
 }
 
 bool Dispatcher::Remove(long handle, const std::string& topic) {
@@ -149,7 +155,7 @@ std::vector<Dispatcher::Delivery> Dispatcher::WaitForDeliveries() {
   Wanted wanted;
   {
     Lock lock(mutex_);
-    while (!stopping_ && (deliveries = schedule_.NextGroup(Now())).empty() && !TooManyWorkers()) {
+    while (!stopping_ && (deliveries = NextCall()).empty() && !TooManyWorkers()) {
       ++idle_;
       work_.WaitFor(mutex_, limits_.idle_limit);
       --idle_;
@@ -162,6 +168,13 @@ std::vector<Dispatcher::Delivery> Dispatcher::WaitForDeliveries() {
   }
   Wake(wanted);
   return deliveries;
+}
+
+/// A look goes first: samples may wait for it.
+std::vector<Dispatcher::Delivery> Dispatcher::NextCall() {
+  const SteadyTime now = Now();
+  if (const std::optional<Delivery> look = schedule_.NextLook(now)) return {*look};
+  return schedule_.NextGroup(now);
 }
 
 bool Dispatcher::TooManyWorkers() const {

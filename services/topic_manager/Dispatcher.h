@@ -70,6 +70,7 @@ class Dispatcher {
 
   void Work();
   std::vector<Delivery> WaitForDeliveries();
+  std::vector<Delivery> NextCall() REQUIRES(mutex_);
   bool TooManyWorkers() const REQUIRES(mutex_);
   void EndWorker() REQUIRES(mutex_);
   void Finish(const std::vector<Delivery>& deliveries, Outcome outcome, const std::set<long>& not_taken);

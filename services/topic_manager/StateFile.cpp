@@ -4,11 +4,10 @@
 
 #include <algorithm>
 #include <charconv>
-#include <fstream>
 #include <map>
 #include <optional>
-#include <set>
 #include <sstream>
+#include <system_error>
 
 #include "platform/base/ReplaceFile.h"
 
@@ -16,7 +15,8 @@ namespace Lumenar {
 namespace {
 
 constexpr const char* kTitle = "topic_manager subscriptions 1";
-constexpr long kLastHandle = 0x7fffffff;  // a handle is a 32-bit number on the wire
+constexpr long kLastHandle = StateFile::kLastHandle;
+constexpr std::size_t kLongestLine = StateFile::kLongestReference + 8192;  // a topic's name is short, and three bytes a character
 
 bool NeedsEscape(char character) {
   const auto byte = static_cast<unsigned char>(character);
@@ -73,6 +73,7 @@ std::optional<StateFile::Entry> ReadEntry(const std::vector<std::string>& words)
   const auto handle = ReadHandle(words[1]);
   auto topic = Unescape(words[2]);
   if (!handle || !topic || topic->empty() || words[3].compare(0, 4, "IOR:") != 0) return std::nullopt;
+  if (words[3].size() > StateFile::kLongestReference) return std::nullopt;
   return StateFile::Entry{*handle, std::move(*topic), words[3]};
 }
 
@@ -87,7 +88,6 @@ class Reader {
   }
 
   StateFile::State Finish() {
-    if (!handles_.empty()) state_.next_handle = std::max(state_.next_handle, *handles_.rbegin() + 1);
     for (auto& [handle, entry] : entries_) state_.entries.push_back(std::move(entry));
     return std::move(state_);
   }
@@ -111,39 +111,44 @@ class Reader {
       return handle && entries_.erase(*handle) == 1;
     }
     auto entry = ReadEntry(words);
-    if (!entry || !handles_.insert(entry->handle).second) return false;
+    if (!entry || entries_.count(entry->handle) != 0) return false;
+    state_.next_handle = entry->handle == kLastHandle ? 1 : std::max(state_.next_handle, entry->handle + 1);
     entries_.emplace(entry->handle, std::move(*entry));
     return true;
   }
 
   StateFile::State state_;
   std::map<long, StateFile::Entry> entries_;
-  std::set<long> handles_;  // also of those that ended
   int line_number_ = 0;
   int bad_lines_ = 0;
   int first_bad_line_ = 0;
 };
 
 std::string Text(const StateFile::State& state) {
-  std::string text = fmt::format("{}\nnext {}\n", kTitle, state.next_handle);
+  std::string text = fmt::format("{}\n", kTitle);
   for (const auto& entry : state.entries) text += StateFile::BeginLine(entry);
-  return text;
+  return text + fmt::format("next {}\n", state.next_handle);  // the last word on it, until lines are added
 }
 
 }  // namespace
 
 StateFile::State StateFile::Read(std::string& problem) const {
   problem.clear();
-  std::ifstream stream(path_);
-  if (!stream) {
-    std::error_code error;
-    if (std::filesystem::exists(path_, error))
-      problem = path_.string() + ": cannot be read; starting without subscriptions";
+  RemoveUnfinishedReplacements(path_);
+  try {
+    TextFile file(path_, TextFile::Links::Refused);
+    return ReadFrom(file, path_.string(), problem);
+  } catch (const std::system_error& error) {
+    if (error.code() != std::errc::no_such_file_or_directory)
+      problem = fmt::format("{}: cannot be read ({}); starting without subscriptions", path_.string(), error.code().message());
     return {};
   }
+}
+
+StateFile::State StateFile::ReadFrom(TextFile& file, const std::string& name, std::string& problem) {
   Reader reader;
-  for (std::string line; std::getline(stream, line);) reader.Take(line);
-  problem = reader.Problem(path_.string());
+  for (std::string line; file.NextLine(line, kLongestLine);) reader.Take(line);
+  problem = reader.Problem(name);
   return reader.Finish();
 }
 

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/base/TextFile.h"
+
 namespace Lumenar {
 
 /// The subscriptions of a topic manager over its restarts: a text file of one line per subscription
@@ -26,9 +28,16 @@ class StateFile {
 
   explicit StateFile(std::filesystem::path path) : path_(std::move(path)) {}
 
+  static constexpr long kLastHandle = 0x7fffffff;                ///< a handle is a 32-bit number on the wire
+  static constexpr std::size_t kLongestReference = std::size_t{1} << 16;  ///< bytes of a reference as text
+
   /// What can be read; a file that is not there is an empty state. `problem` says in one line what could not be read,
-  /// else it is left empty. The next handle is above every handle read.
+  /// else it is left empty. The next handle is the one behind those given out last: above every handle read, or 1 again after the last.
+  /// Errors   std::runtime_error, "PATH: reason", for what is no regular file: it would never do as a state file.
   State Read(std::string& problem) const;
+
+  /// The same of an open file; `name` is for the problem.
+  static State ReadFrom(TextFile& file, const std::string& name, std::string& problem);
 
   /// Replaces the file in one step; readable by its owner only.
   /// Errors   std::system_error.

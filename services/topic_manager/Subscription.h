@@ -31,6 +31,9 @@ class Subscriber {
   /// Blocks until the subscriber answered or the time limit ran out.
   virtual Outcome Deliver(const Corvanta::SampleRecord& sample) = 0;
 
+  /// Whether the subscriber is there, asked within a time limit: Delivered, TimedOut, Unreachable or Gone.
+  virtual Outcome Look(std::chrono::milliseconds /*limit*/) { return Outcome::Delivered; }
+
   /// One sample for some subscriptions of this subscriber's process.
   struct Shared {
     const Corvanta::SampleRecord* sample;
@@ -62,12 +65,12 @@ struct Subscription;
 using SubscriptionPtr = boost::shared_ptr<Subscription>;
 
 /// A process that has subscribers. A process that does not answer is held: its subscriptions are parked, and one at a
-/// time tries whether it answers again.
+/// time tries whether it answers again. Those of a process that has never answered are parked as well, until it answers a look.
 struct Endpoint {
   explicit Endpoint(std::string its_address) : address(std::move(its_address)) {}
 
   const std::string address;
-  std::size_t subscriptions = 0;
+  std::set<long> handles;  ///< of its subscriptions
   std::multiset<SteadyTime> in_flight;  ///< when the deliveries under way began
   SteadyTime last_answer{};
   bool held = false;
@@ -79,6 +82,13 @@ struct Endpoint {
   SteadyTime single_until{};  ///< a call for several took long: until then each subscription has calls of its own
   Backoff backoff;
   std::deque<SubscriptionPtr> parked;
+
+  SteadyTime next_look{};
+  bool looking = false;    ///< a look is under way, or waits for its turn
+  long looked_at = 0;      ///< the handle that was looked at last
+  std::optional<SteadyTime> unreachable_since;  ///< the first of the looks that found nobody
+  Backoff look_backoff;
+  Backoff look_limit;      ///< of its next look
 };
 
 /// One subscription with its queue.
@@ -89,6 +99,7 @@ struct Subscription {
     Delivering,  ///< with a worker
     Pausing,     ///< waits for its own pause to end
     Parked,      ///< waits for its process
+    Waiting,     ///< is to try its process, when fewer such tries are under way
     Removed,
   };
 

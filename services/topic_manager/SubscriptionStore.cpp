@@ -1,5 +1,7 @@
 #include "services/topic_manager/SubscriptionStore.h"
 
+#include <algorithm>
+#include <functional>
 #include <stdexcept>
 #include <system_error>
 
@@ -8,18 +10,25 @@
 namespace Lumenar {
 namespace {
 
-constexpr long kLastHandle = 0x7fffffff;  // a handle is a 32-bit number on the wire
+std::size_t HashOf(const std::string& topic, const std::string& reference) {
+  return std::hash<std::string>()(topic) * 31 + std::hash<std::string>()(reference);
+}
 
 }  // namespace
 
-SubscriptionStore::SubscriptionStore(std::optional<StateFile> file) : file_(std::move(file)) {
+SubscriptionStore::SubscriptionStore(std::optional<StateFile> file, std::size_t most_bytes)
+    : file_(std::move(file)), most_bytes_(most_bytes) {
   if (!file_) return;
   std::string problem;
   StateFile::State state = file_->Read(problem);
   if (!problem.empty()) WriteError("topic_manager: state file " + problem);
   Lock lock(mutex_);
   next_handle_ = state.next_handle;
-  for (StateFile::Entry& entry : state.entries) entries_.emplace(entry.handle, std::move(entry));
+  for (StateFile::Entry& entry : state.entries) {
+    by_subscriber_.emplace(HashOf(entry.topic, entry.reference), entry.handle);
+    bytes_ += entry.topic.size() + entry.reference.size();
+    entries_.emplace(entry.handle, std::move(entry));
+  }
 }
 
 std::vector<StateFile::Entry> SubscriptionStore::Entries() const {
@@ -28,16 +37,67 @@ std::vector<StateFile::Entry> SubscriptionStore::Entries() const {
 }
 
 long SubscriptionStore::Add(const std::string& topic, const std::string& reference) {
-  long handle = 0;
+  const long handle = AddUnsaved(topic, reference);
+  Save();
+  return handle;
+}
+
+long SubscriptionStore::AddUnsaved(const std::string& topic, const std::string& reference) {
+  const std::size_t bytes = topic.size() + reference.size();
+  Lock lock(mutex_);
+  if (bytes_ + bytes > most_bytes_) throw std::length_error("no room for subscriptions");
+  const long handle = NewHandle();
+  const auto added = entries_.emplace(handle, StateFile::Entry{handle, topic, reference}).first;
+  by_subscriber_.emplace(HashOf(topic, reference), handle);
+  bytes_ += bytes;
+  Change(StateFile::BeginLine(added->second));
+  return handle;
+}
+
+void SubscriptionStore::Save() {
   std::uint64_t change = 0;
   {
     Lock lock(mutex_);
-    if (next_handle_ >= kLastHandle) throw std::length_error("no handles left");
-    handle = next_handle_++;
-    const auto added = entries_.emplace(handle, StateFile::Entry{handle, topic, reference}).first;
-    change = Change(StateFile::BeginLine(added->second));
+    change = changes_;
   }
   Persist(change);
+}
+
+/// Those that stand under their own handles come first: nobody else gets theirs.
+std::vector<long> SubscriptionStore::Find(const std::vector<StateFile::Entry>& claims) const {
+  std::vector<long> handles(claims.size(), 0);
+  std::set<long> found;
+  Lock lock(mutex_);
+  for (std::size_t i = 0; i < claims.size(); ++i)
+    if (Stands(claims[i]) && found.insert(claims[i].handle).second) handles[i] = claims[i].handle;
+  for (std::size_t i = 0; i < claims.size(); ++i) {
+    if (handles[i] != 0) continue;
+    handles[i] = FindAnother(claims[i], found);
+    if (handles[i] != 0) found.insert(handles[i]);
+  }
+  return handles;
+}
+
+bool SubscriptionStore::Stands(const StateFile::Entry& entry) const {
+  const auto found = entries_.find(entry.handle);
+  return found != entries_.end() && found->second == entry;
+}
+
+long SubscriptionStore::FindAnother(const StateFile::Entry& claim, const std::set<long>& but) const {
+  const auto [first, last] = by_subscriber_.equal_range(HashOf(claim.topic, claim.reference));
+  for (auto candidate = first; candidate != last; ++candidate) {
+    if (but.count(candidate->second) == 0 && Stands({candidate->second, claim.topic, claim.reference})) return candidate->second;
+  }
+  return 0;
+}
+
+/// The next handle that nobody has; after the last one they start anew.
+long SubscriptionStore::NewHandle() {
+  if (entries_.size() >= static_cast<std::size_t>(StateFile::kLastHandle)) throw std::length_error("no handles left");
+  const auto after = [](long handle) { return handle == StateFile::kLastHandle ? 1 : handle + 1; };
+  while (entries_.count(next_handle_) != 0) next_handle_ = after(next_handle_);
+  const long handle = next_handle_;
+  next_handle_ = after(handle);
   return handle;
 }
 
@@ -45,7 +105,12 @@ void SubscriptionStore::Remove(long handle) {
   std::uint64_t change = 0;
   {
     Lock lock(mutex_);
-    if (entries_.erase(handle) == 0) return;
+    const auto found = entries_.find(handle);
+    if (found == entries_.end()) return;
+    const auto [first, last] = by_subscriber_.equal_range(HashOf(found->second.topic, found->second.reference));
+    by_subscriber_.erase(std::find_if(first, last, [handle](const auto& candidate) { return candidate.second == handle; }));
+    bytes_ -= found->second.topic.size() + found->second.reference.size();
+    entries_.erase(found);
     change = Change(StateFile::EndLine(handle));
   }
   Persist(change);
@@ -82,9 +147,16 @@ void SubscriptionStore::Write(std::uint64_t& newest) {
     if (MustWriteAnew()) all = State();
   }
   if (!all) {
-    file_->Append(lines);
-    added_ += newest - before;
-    return;
+    try {
+      file_->Append(lines);
+      added_ += newest - before;
+      return;
+    } catch (const std::system_error&) {  // it is gone, or is something else, or holds a part of the lines: it has to be written anew
+      Lock lock(mutex_);
+      newest = changes_;
+      pending_.clear();
+      all = State();
+    }
   }
   file_->Write(*all);
   begun_ = true;

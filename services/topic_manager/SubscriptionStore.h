@@ -3,31 +3,48 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
+#include <unordered_map>
+#include <vector>
 
 #include "platform/base/Mutex.h"
 #include "services/topic_manager/StateFile.h"
 
 namespace Lumenar {
 
-/// The handles that were given out and to whom, kept in the state file where there is one. Handles start at 1 and are
-/// never used again, also not by a later manager with the same file.
+/// The handles that were given out and to whom, kept in the state file where there is one. Handles count up from 1, also over a later
+/// manager with the same file; after 2^31 - 1 they start anew, and one that somebody has is passed over.
 /// Threads   any.
 class SubscriptionStore {
  public:
-  /// Reads the file; says in one line on standard error what of it could not be read.
-  explicit SubscriptionStore(std::optional<StateFile> file);
+  /// What the topics and references of all subscriptions may take together, as text.
+  static constexpr std::size_t kMostBytes = std::size_t{256} << 20;
+
+  /// Reads the file, which may hold more than `most_bytes`; says in one line on standard error what of it could not be read.
+  explicit SubscriptionStore(std::optional<StateFile> file, std::size_t most_bytes = kMostBytes);
 
   /// The subscriptions known, as read and changed since.
   std::vector<StateFile::Entry> Entries() const;
 
   /// A new handle. The file holds it when this returns; a file that cannot be written is noted once and costs the
   /// subscription its life beyond this process only.
-  /// Errors   std::length_error when all handles were given out.
+  /// Errors   std::length_error when somebody has each of the handles, or there is no room for more.
   long Add(const std::string& topic, const std::string& reference);
+
+  /// As Add, but the file holds it only when Save has returned.
+  long AddUnsaved(const std::string& topic, const std::string& reference);
+  void Save();
+
+  /// The handles under which subscriptions stand that their owners know by other handles perhaps, in their order; 0 for one that does
+  /// not. One that stands under its own handle is that one; else any of the same topic and subscriber, each for one of them at most.
+  std::vector<long> Find(const std::vector<StateFile::Entry>& claims) const;
 
   void Remove(long handle);
 
  private:
+  bool Stands(const StateFile::Entry& entry) const REQUIRES(mutex_);
+  long FindAnother(const StateFile::Entry& claim, const std::set<long>& but) const REQUIRES(mutex_);
+  long NewHandle() REQUIRES(mutex_);
   std::uint64_t Change(const std::string& line) REQUIRES(mutex_);
   void Persist(std::uint64_t change);
   void Write(std::uint64_t& newest) REQUIRES(writing_);
@@ -35,8 +52,11 @@ class SubscriptionStore {
   StateFile::State State() const REQUIRES(mutex_);
 
   const std::optional<StateFile> file_;
+  const std::size_t most_bytes_;
   mutable Mutex mutex_;
   std::map<long, StateFile::Entry> entries_ GUARDED_BY(mutex_);
+  std::unordered_multimap<std::size_t, long> by_subscriber_ GUARDED_BY(mutex_);  ///< by a hash of topic and reference
+  std::size_t bytes_ GUARDED_BY(mutex_) = 0;  ///< of the topics and references
   long next_handle_ GUARDED_BY(mutex_) = 1;
   std::uint64_t changes_ GUARDED_BY(mutex_) = 0;
   std::string pending_ GUARDED_BY(mutex_);  ///< lines of the changes that the file does not hold yet

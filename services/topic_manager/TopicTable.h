@@ -17,7 +17,7 @@ namespace Lumenar {
 class TopicTable {
  public:
   struct Limits {
-    std::size_t topics = 10000;
+    std::size_t topics = 311000;        ///< as many as there may be subscriptions, each to another topic, and those without subscribers
     std::size_t bytes = 128u << 20;     ///< of last samples
     std::size_t unsubscribed = 1000;    ///< of the topics, those without subscribers
   };

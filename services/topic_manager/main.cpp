@@ -23,8 +23,13 @@ constexpr std::chrono::milliseconds kNoTime{0};
 /// Whether a topic manager answers at the name, or keeps its connection without answering. What stands there else is
 /// stale.
 bool AnotherIsThere(ORB_wrapper_base& orb) {
+  CORBA::Object_var object;
   try {
-    CORBA::Object_var object = orb.Resolve(kName);
+    object = Lumenar::AtNamingService(orb, [&] { return orb.Resolve(kName); });
+  } catch (const CORBA::UserException&) {  // there is no such name
+    return false;
+  }
+  try {
     Corvanta::ORB_base::SetCallTimeout(object, kProbeLimit);
     return !object->_non_existent();
   } catch (const CORBA::TIMEOUT&) {
@@ -37,11 +42,11 @@ bool AnotherIsThere(ORB_wrapper_base& orb) {
 /// Serves until a signal comes; false when deliveries are still under way then.
 bool Serve(ORB_wrapper_base& orb, const Lumenar::CommandLine& command_line) {
   PortableServer::Servant_var<Corvanta::DDS_Manager_i> servant(
-      new Corvanta::DDS_Manager_i(orb, command_line.ManagerOptions(orb.Transport())));
+      new Corvanta::DDS_Manager_i(orb, command_line.ManagerOptions(orb.Transport(), orb.NamingAddress())));
   orb.AddShutdownListener([servant] { servant->Stop(kLastDeliveries); });
   Corvanta::DDS_Manager_var manager = servant->_this();
   orb.Activate();
-  orb.Bind(kName, manager);
+  Lumenar::AtNamingService(orb, [&] { orb.Bind(kName, manager); });
   Lumenar::WriteOut("topic_manager ready");
   try {
     orb.Run();

@@ -194,6 +194,15 @@ TEST_F(DDS_SubscriberTest, ASampleMayComeBeforeSubscribeHasReturned) {
   EXPECT_THAT(received.numbers, ElementsAre(9));
 }
 
+TEST_F(DDS_SubscriberTest, TheHandleIsZeroUntilSubscribeHasReturned) {
+  std::vector<CORBA::Long> meanwhile;
+  Manager().on_subscribe = [&meanwhile](Corvanta::DDS_Sub_ptr subscriber) { meanwhile.push_back(subscriber->GetId()); };
+  Received received;
+  DDS_Subscriber<int> subscriber(kTopic, received.Callback());
+  EXPECT_THAT(meanwhile, ElementsAre(0));
+  EXPECT_EQ(subscriber.GetId(), FakeTopicManager::kFirstHandle);
+}
+
 TEST_F(DDS_SubscriberTest, ARefusedSubscriptionLeavesNothingBehind) {
   Received received;
   Manager().RefuseSubscriptions();
@@ -317,6 +326,16 @@ TEST_F(GroupTest, AFailureIsItsSubscribersOwnAffair) {
   DDS_Subscriber<int> failing(kTopic, [](const char*, int) { throw std::runtime_error("not yours"); });
   DDS_Subscriber<int> two(kTopic, two_.Callback());
   EXPECT_THAT(Call(two.GetId(), 5, {failing.GetId(), two.GetId()}), IsEmpty());
+  EXPECT_THAT(two_.numbers, ElementsAre(5));
+}
+
+TEST_F(GroupTest, WhoLeavesTakesNobodyAlongThatHasTheSameHandleOfAnotherManager) {
+  boost::scoped_ptr<DDS_Subscriber<int>> one(new DDS_Subscriber<int>(kTopic, one_.Callback()));
+  Manager().BeginAnew();
+  DDS_Subscriber<int> two(kTopic, two_.Callback());
+  ASSERT_EQ(one->GetId(), two.GetId());
+  one.reset();
+  EXPECT_THAT(Call(two.GetId(), 5, {two.GetId()}), IsEmpty());
   EXPECT_THAT(two_.numbers, ElementsAre(5));
 }
 

@@ -35,6 +35,11 @@ void FakeTopicManager::RefuseSubscriptions() {
   refuse_ = true;
 }
 
+void FakeTopicManager::BeginAnew() {
+  Lock lock(mutex_);
+  subscribed_.clear();
+}
+
 void FakeTopicManager::DeliverWithinSubscribe(const CORBA::Any& sample) {
   Lock lock(mutex_);
   deliver_within_subscribe_ = true;
@@ -73,6 +78,7 @@ void FakeTopicManager::Take(const Corvanta::SampleRecord& record, const char* to
 }
 
 CORBA::Long FakeTopicManager::Subscribe(const char* topic, Corvanta::DDS_Sub_ptr subscriber) {
+  if (on_subscribe) on_subscribe(subscriber);
   CORBA::Long handle = 0;
   CORBA::Any early;
   {
@@ -89,8 +95,16 @@ CORBA::Long FakeTopicManager::Subscribe(const char* topic, Corvanta::DDS_Sub_ptr
 }
 
 void FakeTopicManager::Unsubscribe(const char* topic, CORBA::Long handle) {
+  if (on_unsubscribe) on_unsubscribe(topic);
   Lock lock(mutex_);
   unsubscribed_.push_back({topic, handle});
+}
+
+Corvanta::HandleSeq* FakeTopicManager::Renew(const Corvanta::ClaimSeq& claims) {
+  Corvanta::HandleSeq_var handles = new Corvanta::HandleSeq;
+  handles->length(claims.length());
+  for (CORBA::ULong i = 0; i < claims.length(); ++i) handles[i] = claims[i].handle;
+  return handles._retn();
 }
 
 CORBA::Boolean FakeTopicManager::LastSample(const char*, CORBA::Any_OUT_arg sample) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -37,8 +38,13 @@ class FakeTopicManager : public POA_Corvanta::DDS_Manager {
 
   /// Subscribe raises BAD_PARAM from now on.
   void RefuseSubscriptions();
+  /// Subscribe gives handles from the first on again, as a manager does that was started anew.
+  void BeginAnew();
   /// Subscribe delivers this sample before it returns.
   void DeliverWithinSubscribe(const CORBA::Any& sample);
+  /// Subscribe and Unsubscribe call these first, without a lock. To be set before there are calls.
+  std::function<void(Corvanta::DDS_Sub_ptr)> on_subscribe;
+  std::function<void(const std::string& topic)> on_unsubscribe;
   /// Publish waits until LetPublicationsGo.
   void HoldPublications();
   void LetPublicationsGo();
@@ -51,6 +57,8 @@ class FakeTopicManager : public POA_Corvanta::DDS_Manager {
   void Unsubscribe(const char* topic, CORBA::Long handle) override;
   Corvanta::TopicStatusSeq* Topics() override { return new Corvanta::TopicStatusSeq; }
   Corvanta::SubscriptionStatusSeq* Subscriptions() override { return new Corvanta::SubscriptionStatusSeq; }
+  CORBA::ULongLong SubscriptionEpoch() override { return 1; }
+  Corvanta::HandleSeq* Renew(const Corvanta::ClaimSeq& claims) override;
   CORBA::Boolean LastSample(const char* topic, CORBA::Any_OUT_arg sample) override;
 
  protected:

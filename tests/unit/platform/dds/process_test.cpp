@@ -1,7 +1,10 @@
 // Access to a topic manager that goes away, hangs and comes back.
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <csignal>
+#include <filesystem>
+#include <map>
 
 #include "platform/dds/DDS_BaseObj.h"
 #include "tests/unit/services/topic_manager/TopicRig.h"
@@ -16,10 +19,12 @@ class DdsAccess : public TopicRig {
   static Corvanta::DdsBaseAccess& Dds() { return Corvanta::DdsBaseAccess::Instance(); }
   static void Send(int value) { Dds().Publish("T", Corvanta::ViewOf(value)); }
 
-  CORBA::Long SubscribeHere(TestSubscriber* subscriber) {
-    Corvanta::DDS_Sub_var reference = subscriber->_this();
-    return Dds().Subscribe("T", reference);
+  CORBA::Long SubscribeHere(TestSubscriber* subscriber, std::function<void(CORBA::Long)> renewed = {}) {
+    references_[subscriber] = subscriber->_this();
+    return Dds().Subscribe("T", references_[subscriber], std::move(renewed));
   }
+  CORBA::Long SubscribeAgain(TestSubscriber* subscriber) { return Dds().Subscribe("T", references_[subscriber]); }
+  void Unsubscribe(TestSubscriber* subscriber) { Dds().Unsubscribe("T", references_[subscriber]); }
   /// Sends the same value until it arrives at somebody who has had `count` samples.
   static bool SendUntilReceived(int value, TestSubscriber* subscriber, std::size_t count) {
     return WaitUntil([&] {
@@ -27,7 +32,151 @@ class DdsAccess : public TopicRig {
       return subscriber->Values().size() > count;
     });
   }
+
+ private:
+  std::map<TestSubscriber*, Corvanta::DDS_Sub_var> references_;
 };
+
+class RenewedSubscriptions : public DdsAccess {
+ protected:
+  /// A manager that knows nothing of what was.
+  void ReplaceManager() {
+    platform_.KillTopicManager();
+    std::filesystem::remove(platform_.Directory() / "subscriptions.state");
+    platform_.StartTopicManager();
+  }
+  std::vector<CORBA::Long> Handles() {
+    Corvanta::DDS_Manager_var manager = Manager();
+    Corvanta::SubscriptionStatusSeq_var all = manager->Subscriptions();
+    std::vector<CORBA::Long> handles;
+    for (CORBA::ULong i = 0; i < all->length(); ++i) handles.push_back(all[i].handle);
+    return handles;
+  }
+};
+
+TEST_F(RenewedSubscriptions, AManagerThatLostThemGetsEachOnceWithinSeconds) {
+  std::vector<TestSubscriberVar> subscribers;
+  for (int i = 0; i < 300; ++i) {
+    subscribers.emplace_back(new TestSubscriber);
+    SubscribeHere(subscribers.back().in());
+  }
+  Unsubscribe(subscribers.back().in());
+  subscribers.pop_back();
+  ReplaceManager();
+  EXPECT_TRUE(WaitUntil([&] { return Handles().size() == 299; })) << Handles().size();
+  Send(7);
+  for (TestSubscriberVar& subscriber : subscribers) EXPECT_TRUE(subscriber->WaitForCount(1));
+  Unsubscribe(subscribers.front().in());
+  EXPECT_EQ(Handles().size(), 298u) << "ended by the handle that the new manager gave";
+}
+
+TEST_F(RenewedSubscriptions, ItsOwnerIsToldTheNewHandle) {
+  TestSubscriberVar before(new TestSubscriber), subscriber(new TestSubscriber);
+  std::atomic<CORBA::Long> told{0};
+  SubscribeHere(before.in());
+  const CORBA::Long handle = SubscribeHere(subscriber.in(), [&told](CORBA::Long renewed) { told = renewed; });
+  Unsubscribe(before.in());
+  ReplaceManager();
+  ASSERT_TRUE(WaitUntil([&] { return Handles().size() == 1; }, 5s));
+  ASSERT_NE(Handles().front(), handle) << "the new manager gives its own";
+  EXPECT_TRUE(WaitUntil([&] { return told == Handles().front(); }, 5s));
+}
+
+TEST_F(RenewedSubscriptions, ASubscriberThatSubscribedTwiceGetsEachSampleTwiceAgain) {
+  TestSubscriberVar first(new TestSubscriber), subscriber(new TestSubscriber);
+  SubscribeHere(subscriber.in());
+  SubscribeHere(first.in());
+  SubscribeAgain(subscriber.in());
+  ReplaceManager();
+  EXPECT_TRUE(WaitUntil([&] { return Handles().size() == 3; })) << Handles().size();
+  Send(7);
+  EXPECT_TRUE(subscriber->WaitForCount(2));
+  EXPECT_EQ(subscriber->Values().size(), 2u);
+  EXPECT_TRUE(first->WaitForCount(1));
+  Unsubscribe(subscriber.in());
+  Unsubscribe(subscriber.in());
+  EXPECT_EQ(Handles().size(), 1u) << "each under a handle of its own";
+}
+
+TEST_F(RenewedSubscriptions, ThoseThatWereRenewedOutliveTheNextRestart) {
+  TestSubscriberVar subscriber(new TestSubscriber), other(new TestSubscriber);
+  Corvanta::ClaimSeq claims;
+  claims.length(2);
+  for (CORBA::ULong i : {0u, 1u}) {
+    claims[i].handle = 77;
+    claims[i].topic = "T";
+    claims[i].subscriber = (i == 0 ? subscriber : other)->_this();
+  }
+  Corvanta::HandleSeq_var handles = Corvanta::DDS_Manager_var(Manager())->Renew(claims);
+  platform_.KillTopicManager();
+  platform_.StartTopicManager();
+  EXPECT_THAT(Handles(), testing::ElementsAre(handles[0], handles[1]));
+}
+
+TEST_F(RenewedSubscriptions, OneThatWasDroppedWhileItsProcessLivedComesBackAlone) {
+  TestSubscriberVar dropped(new TestSubscriber), other(new TestSubscriber);
+  const auto handle = SubscribeHere(dropped.in());
+  const auto kept = SubscribeHere(other.in());
+  Corvanta::ORB_base::DeactivateObject(dropped.in());
+  Send(1);
+  ASSERT_TRUE(WaitUntil([&] { return StatusOf(handle).handle == 0; }));
+  ASSERT_TRUE(WaitUntil([&] { return Handles().size() == 2; }));
+  EXPECT_EQ(Handles().front(), kept);
+  EXPECT_NE(Handles().back(), handle);
+}
+
+TEST_F(RenewedSubscriptions, AClaimThatIsRepeatedStandsOnceAndOneOfNothingIsRefused) {
+  TestSubscriberVar subscriber(new TestSubscriber);
+  Corvanta::ClaimSeq claims;
+  claims.length(3);
+  for (CORBA::ULong i : {0u, 1u, 2u}) {
+    claims[i].handle = 77;
+    claims[i].topic = "T";
+    if (i < 2) claims[i].subscriber = subscriber->_this();
+  }
+  Corvanta::DDS_Manager_var manager = Manager();
+  const CORBA::ULongLong epoch = manager->SubscriptionEpoch();
+  Corvanta::HandleSeq_var first = manager->Renew(claims), second = manager->Renew(claims);
+  EXPECT_EQ(first[0], first[1]);
+  EXPECT_EQ(first[0], second[0]);
+  EXPECT_EQ(first[2], 0);
+  EXPECT_EQ(Handles().size(), 1u);
+  EXPECT_EQ(manager->SubscriptionEpoch(), epoch) << "nothing was forgotten";
+  claims[0].topic = "U";
+  Corvanta::HandleSeq_var third = manager->Renew(claims);
+  EXPECT_NE(third[0], first[0]) << "another topic is another subscription";
+}
+
+TEST_F(DdsAccess, AnotherObjectUnderTheNameIsNotTakenForTheManager) {
+  TestSubscriberVar impostor(new TestSubscriber);
+  Corvanta::DDS_Manager_var manager = Manager();
+  Corvanta::DDS_Sub_var reference = impostor->_this();
+  const CosNaming::Name name = [] {
+    CosNaming::Name parts;
+    parts.length(4);
+    const char* const ids[] = {"Lumenar", "local", "DDS_MANAGER", "1"};
+    for (CORBA::ULong i = 0; i < 4; ++i) parts[i].id = ids[i];
+    return parts;
+  }();
+  CORBA::Object_var root = Orb().Orb()->resolve_initial_references("NameService");
+  CosNaming::NamingContext_var naming = CosNaming::NamingContext::_narrow(root);
+  // Its owner puts the manager's name back within a second: the first look has to come before that.
+  naming->rebind(name, reference);
+  testing::internal::CaptureStderr();
+  const auto lost = Dds().LostSamples();
+  Send(1);
+  EXPECT_EQ(Dds().LostSamples(), lost + 1);
+  EXPECT_THROW(SubscribeHere(impostor.in()), CORBA::TRANSIENT);
+  naming->rebind(name, manager);
+  TestSubscriberVar subscriber(new TestSubscriber);
+  EXPECT_TRUE(WaitUntil([&] {
+    const auto before = Dds().LostSamples();
+    Send(2);
+    return Dds().LostSamples() == before;
+  }));
+  EXPECT_NO_THROW(SubscribeHere(subscriber.in()));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("is away: BAD_OPERATION"));
+}
 
 TEST_F(DdsAccess, PublishesAndSubscribes) {
   TestSubscriberVar subscriber(new TestSubscriber);
@@ -36,7 +185,7 @@ TEST_F(DdsAccess, PublishesAndSubscribes) {
   for (int i = 0; i < 100; ++i) Send(i);
   EXPECT_TRUE(subscriber->WaitForCount(100));
   EXPECT_EQ(Dds().LostSamples(), lost);
-  Dds().Unsubscribe("T", handle);
+  Unsubscribe(subscriber.in());
   EXPECT_EQ(StatusOf(handle).handle, 0);
 }
 
@@ -103,10 +252,10 @@ TEST_F(DdsAccess, SubscribingRightAfterARestartSucceeds) {
 
 TEST_F(DdsAccess, SubscribingWithoutAManagerFailsAndUnsubscribingIsSilent) {
   TestSubscriberVar subscriber(new TestSubscriber);
-  const auto handle = SubscribeHere(subscriber.in());
+  SubscribeHere(subscriber.in());
   platform_.KillTopicManager();
   testing::internal::CaptureStderr();
-  Dds().Unsubscribe("T", handle);
+  Unsubscribe(subscriber.in());
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   EXPECT_THROW(SubscribeHere(subscriber.in()), CORBA::TRANSIENT);
   EXPECT_THROW(Corvanta::DDS_Manager_var(Dds().Manager()), CORBA::TRANSIENT);
@@ -122,7 +271,7 @@ TEST_F(DdsAccess, TheOrbEndsAllSubscriptionsAndTheNextOneWorksAgain) {
     const auto lost = Dds().LostSamples();
     Send(99);
     EXPECT_EQ(Dds().LostSamples(), lost + 1) << "without an ORB a sample is lost, quietly";
-    Dds().Unsubscribe("T", handle);
+    Dds().Unsubscribe("T", Corvanta::DDS_Sub::_nil());
     StartOrb();
     EXPECT_EQ(StatusOf(handle).handle, 0) << "ended when the ORB stopped";
   }

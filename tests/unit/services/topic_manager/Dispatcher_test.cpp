@@ -5,6 +5,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <fstream>
 #include <map>
@@ -36,6 +37,11 @@ class Gate {
   void Pass() {
     Lock lock(mutex_);
     while (!open_) changed_.Wait(mutex_);
+  }
+  void Pass(std::chrono::milliseconds limit) {
+    const SteadyTime end = std::chrono::steady_clock::now() + limit;
+    Lock lock(mutex_);
+    while (!open_ && std::chrono::steady_clock::now() < end) changed_.WaitFor(mutex_, end - std::chrono::steady_clock::now());
   }
 
  private:
@@ -110,6 +116,76 @@ TEST(Dispatcher, DeliversAllInOrderToEach) {
     ASSERT_TRUE(recorder->WaitForCount(500));
     EXPECT_EQ(recorder->Values(), expected);
   }
+}
+
+/// Accepts calls and does not answer them, from `hangs` on, until the gate opens. A look has its time limit.
+class Mute : public Subscriber {
+ public:
+  Mute(Gate& gate, const std::atomic<bool>& hangs) : gate_(gate), hangs_(hangs) {}
+  Outcome Deliver(const Corvanta::SampleRecord&) override {
+    if (!hangs_) return Outcome::Delivered;
+    gate_.Pass();
+    return Outcome::TimedOut;
+  }
+  Outcome Look(std::chrono::milliseconds limit) override {
+    if (!hangs_) return Outcome::Delivered;
+    gate_.Pass(limit);
+    return Outcome::TimedOut;
+  }
+
+ private:
+  Gate& gate_;
+  const std::atomic<bool>& hangs_;
+};
+
+TEST(Dispatcher, HundredsThatNeverAnswerLeaveTheWorkersToTheOthers) {
+  Gate gate;
+  const std::atomic<bool> hang{true};
+  const RecorderPtr good(new Recorder);
+  Dispatcher dispatcher(QuickLimits(), kIgnore);
+  for (long handle = 1; handle <= 900; ++handle)
+    dispatcher.Add(handle, "T", "mute:" + std::to_string(handle), boost::shared_ptr<Subscriber>(new Mute(gate, hang)));
+  dispatcher.Add(1000, "GOOD", "good:1", good);
+  dispatcher.Publish("GOOD", LongSample(0));
+  ASSERT_TRUE(good->WaitForCount(1));
+  dispatcher.Add(1001, "T", "good:1", good);
+  for (int i = 1; i <= 500; ++i) dispatcher.Publish("T", LongSample(i));
+  EXPECT_TRUE(good->WaitForCount(501));
+  EXPECT_LT(dispatcher.WorkerCount(), 64u);
+  gate.Open();
+}
+
+TEST(Dispatcher, ANewSubscriberIsServedSoonAmongHundredsThatNeverAnswer) {
+  Gate gate;
+  const std::atomic<bool> hang{true};
+  const RecorderPtr good(new Recorder);
+  Dispatcher dispatcher(QuickLimits(), kIgnore);
+  for (long handle = 1; handle <= 900; ++handle)
+    dispatcher.Add(handle, "T", "mute:" + std::to_string(handle), boost::shared_ptr<Subscriber>(new Mute(gate, hang)));
+  dispatcher.Add(1000, "T", "good:1", good);
+  dispatcher.Publish("T", LongSample(0));
+  EXPECT_TRUE(good->WaitForCount(1));
+  gate.Open();
+}
+
+/// All have answered a moment ago, and a call of theirs takes longer than the test.
+TEST(Dispatcher, HundredsThatHangAtOnceLeaveWorkersToTheOthers) {
+  Gate gate;
+  std::atomic<bool> hang{false};
+  const RecorderPtr good(new Recorder);
+  Dispatcher dispatcher(QuickLimits(), kIgnore);
+  for (long handle = 1; handle <= 900; ++handle)
+    dispatcher.Add(handle, "T", "mute:" + std::to_string(handle), boost::shared_ptr<Subscriber>(new Mute(gate, hang)));
+  dispatcher.Add(1000, "T", "good:1", good);
+  dispatcher.Publish("T", LongSample(0));
+  ASSERT_TRUE(WaitUntil([&] {
+    const auto all = dispatcher.Subscriptions();
+    return std::all_of(all.begin(), all.end(), [](const auto& status) { return status.delivered == 1; });
+  }));
+  hang = true;
+  for (int i = 1; i <= 100; ++i) dispatcher.Publish("T", LongSample(i));
+  EXPECT_TRUE(good->WaitForCount(101));
+  gate.Open();
 }
 
 TEST(Dispatcher, HungSubscribersDelayNobodyElse) {
@@ -391,6 +467,7 @@ TEST(Dispatcher, TheMemoryOfADroppedSubscriberGoesBackToTheSystem) {
   Gate gate;
   Dispatcher dispatcher(limits, kIgnore);
   dispatcher.Add(1, "T", "there:1", boost::shared_ptr<Subscriber>(new Leaving(gate)));
+  GiveBackMemory();  // what earlier tests left
   const long before = HeldBytes();
   constexpr long kQueue = 40;
   for (long i = 0; i < kQueue; ++i) dispatcher.Publish("T", Mebibyte());

@@ -101,6 +101,36 @@ TEST_F(State, TheNextHandleIsAboveAllThatWereRead) {
   EXPECT_EQ(ReadText("topic_manager subscriptions 1\nnext 2\nsub 7 A IOR:01\n").next_handle, 8);
 }
 
+TEST_F(State, AfterTheLastHandleTheyStartAnew) {
+  const std::string title = "topic_manager subscriptions 1\n";
+  EXPECT_EQ(ReadText(title + "sub 2147483646 A IOR:01\n").next_handle, 2147483647);
+  EXPECT_EQ(ReadText(title + "next 2\nsub 2147483647 A IOR:01\n").next_handle, 1);
+  EXPECT_EQ(ReadText(title + "sub 2147483647 A IOR:01\nnext 5\n").next_handle, 5);
+  EXPECT_EQ(ReadText(title + "sub 2147483647 A IOR:01\nnext 5\nsub 5 B IOR:02\n").next_handle, 6);
+  EXPECT_THAT(problem_, IsEmpty());
+}
+
+TEST_F(State, AReferenceIsBounded) {
+  const std::string title = "topic_manager subscriptions 1\n";
+  const std::string longest = "IOR:" + std::string(StateFile::kLongestReference - 4, '0');
+  EXPECT_EQ(ReadText(title + "sub 3 A " + longest + "\n").entries.size(), 1u);
+  EXPECT_THAT(problem_, IsEmpty());
+  EXPECT_THAT(ReadText(title + "sub 3 A " + longest + "0\nsub 4 B IOR:01\n").entries, ElementsAre(Entry{4, "B", "IOR:01"}));
+  EXPECT_THAT(problem_, HasSubstr("state:2: damaged"));
+  EXPECT_THAT(ReadText(title + "sub 3 A IOR:" + std::string(70 << 20, '0') + "\nsub 4 B IOR:01\n").entries,
+              ElementsAre(Entry{4, "B", "IOR:01"}));
+}
+
+TEST_F(State, WhatIsNoRegularFileIsRefused) {
+  const auto path = directory_.Path() / "state";
+  ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+  EXPECT_THROW(StateFile(path).Read(problem_), std::runtime_error);
+  std::filesystem::remove(path);
+  std::filesystem::create_symlink("/etc/passwd", path);
+  EXPECT_THROW(StateFile(path).Read(problem_), std::runtime_error);
+  EXPECT_THROW(StateFile(directory_.Path()).Read(problem_), std::runtime_error);
+}
+
 TEST_F(State, AFileOfAnotherKindIsToldOfAndReadAsFarAsItGoes) {
   EXPECT_THAT(ReadText("something else\nsub 7 A IOR:01\n").entries, ElementsAre(Entry{7, "A", "IOR:01"}));
   EXPECT_THAT(problem_, HasSubstr("state:1: damaged"));

@@ -37,6 +37,58 @@ TEST_F(Store, HandlesStartAtOneAndAreNeverUsedAgain) {
   EXPECT_EQ(store.Add("A", "IOR:01"), 3);
 }
 
+TEST_F(Store, ASubscriberIsFoundByItsHandleOrByItself) {
+  SubscriptionStore store(std::nullopt);
+  const long first = store.Add("A", "IOR:01"), second = store.Add("A", "IOR:01"), other = store.Add("B", "IOR:02");
+  const auto found = [&](long handle, const char* topic, const char* reference) { return store.Find({{handle, topic, reference}}).at(0); };
+  EXPECT_EQ(found(second, "A", "IOR:01"), second);
+  EXPECT_EQ(found(99, "B", "IOR:02"), other);
+  EXPECT_EQ(found(first, "B", "IOR:02"), other) << "a handle of somebody else says nothing";
+  EXPECT_EQ(found(other, "B", "IOR:03"), 0);
+  EXPECT_EQ(found(other, "A", "IOR:02"), 0);
+  store.Remove(first);
+  EXPECT_EQ(found(first, "A", "IOR:01"), second);
+  store.Remove(second);
+  EXPECT_EQ(found(first, "A", "IOR:01"), 0);
+}
+
+/// By handles of a manager that is no more, some of which others have, and which these themselves have for each other.
+TEST_F(Store, SubscriptionsOfOneSubscriberToOneTopicStayAsMany) {
+  SubscriptionStore store(std::nullopt);
+  store.Add("B", "IOR:02");
+  const std::vector<Entry> claims{{1, "A", "IOR:01"}, {2, "A", "IOR:01"}, {7, "A", "IOR:01"}};
+  EXPECT_THAT(store.Find(claims), ElementsAre(0, 0, 0));
+  const long first = store.Add("A", "IOR:01"), second = store.Add("A", "IOR:01");
+  EXPECT_EQ(first, 2);
+  EXPECT_EQ(second, 3);
+  EXPECT_THAT(store.Find(claims), ElementsAre(second, first, 0)) << "each is there for one of them";
+}
+
+TEST_F(Store, TopicsAndReferencesHaveOneBound) {
+  SubscriptionStore store(std::nullopt, 14);
+  const long first = store.Add("A", "IOR:01");
+  store.Add("B", "IOR:02");
+  EXPECT_THROW(store.Add("C", "IOR:"), std::length_error);
+  EXPECT_THROW(store.AddUnsaved("C", "IOR:"), std::length_error);
+  store.Remove(first);
+  EXPECT_EQ(store.Add("C", "IOR:03"), 3);
+  EXPECT_EQ(store.Entries().size(), 2u);
+}
+
+TEST_F(Store, ASubscriberIsFoundAfterARestart) {
+  { SubscriptionStore(File()).Add("A", "IOR:01"); }
+  EXPECT_THAT(SubscriptionStore(File()).Find({{7, "A", "IOR:01"}}), ElementsAre(1));
+}
+
+TEST_F(Store, SeveralAreSavedAtOnce) {
+  SubscriptionStore store(File());
+  store.Add("A", "IOR:01");
+  for (int i = 0; i < 100; ++i) store.AddUnsaved("B", "IOR:02");
+  EXPECT_EQ(OnDisk().entries.size(), 1u);
+  store.Save();
+  EXPECT_EQ(OnDisk().entries.size(), 101u);
+}
+
 TEST_F(Store, TheFileHoldsASubscriptionWhenAddReturnsAndNoneAfterRemove) {
   SubscriptionStore store(File());
   store.Add("A", "IOR:01");
@@ -55,6 +107,38 @@ TEST_F(Store, AHandleIsNotUsedAgainAfterARestart) {
   SubscriptionStore store(File());
   EXPECT_THAT(store.Entries(), ElementsAre(Entry{1, "A", "IOR:01"}));
   EXPECT_EQ(store.Add("C", "IOR:03"), 3);
+}
+
+TEST_F(Store, AfterTheLastHandleTheyStartAnewAndPassOverThoseInUse) {
+  directory_.Write("state", "topic_manager subscriptions 1\nsub 1 A IOR:01\nsub 3 B IOR:02\nsub 2147483646 C IOR:03\n");
+  {
+    SubscriptionStore store(File());
+    EXPECT_EQ(store.Add("D", "IOR:04"), 2147483647);
+    EXPECT_EQ(store.Add("E", "IOR:05"), 2);
+    EXPECT_EQ(store.Add("F", "IOR:06"), 4);
+  }
+  SubscriptionStore store(File());
+  EXPECT_EQ(store.Entries().size(), 6u);
+  EXPECT_EQ(store.Add("G", "IOR:07"), 5);
+}
+
+TEST_F(Store, AFileThatWasTakenAwayOrReplacedIsWrittenAnewAtOnce) {
+  SubscriptionStore store(File());
+  store.Add("A", "IOR:01");
+  const auto path = directory_.Path() / "state";
+  const auto precious = directory_.Write("precious", "precious");
+  std::filesystem::remove(path);
+  store.Add("B", "IOR:02");
+  EXPECT_EQ(OnDisk().entries.size(), 2u);
+  std::filesystem::remove(path);
+  std::filesystem::create_symlink(precious, path);
+  store.Add("C", "IOR:03");
+  EXPECT_EQ(OnDisk().entries.size(), 3u);
+  std::filesystem::remove(path);
+  ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+  store.Add("D", "IOR:04");
+  EXPECT_EQ(OnDisk().entries.size(), 4u);
+  EXPECT_EQ(std::filesystem::file_size(precious), 8u);
 }
 
 /// The file is written anew from time to time, and in between each change is a line at its end.

@@ -4,6 +4,8 @@
 #include <atomic>
 #include <csignal>
 #include <fstream>
+#include <functional>
+#include <thread>
 
 #include "TopicRig.h"
 
@@ -38,6 +40,95 @@ TEST_F(TopicManager, ASubscriberThatRaisesHasGotItsSample) {
   for (int i = 0; i < 3; ++i) Publish("T", i);
   EXPECT_TRUE(WaitUntil([&] { return StatusOf(handle).delivered == 3; }));
   EXPECT_THAT(subscriber->Values(), testing::ElementsAre(0, 1, 2));
+}
+
+struct Raised {
+  const char* name;
+  std::function<void()> raise;
+};
+
+template <class Exception>
+Raised Raising(const char* name, CORBA::CompletionStatus completed, CORBA::ULong minor = 0) {
+  return {name, [=] { throw Exception(minor, completed); }};
+}
+
+/// The ORB raises the same when it cannot reach somebody; with its mark, the subscriber lets the failure of a call of its own pass. They
+/// get samples for longer than an unreachable subscriber is kept.
+TEST_F(TopicManager, WhateverASubscriberRaisesItGetsEachSampleOnceAndIsKept) {
+  constexpr CORBA::ULong kMarked = 0x41540001;
+  const Raised all[] = {Raising<CORBA::TRANSIENT>("TRANSIENT", CORBA::COMPLETED_NO),
+                        Raising<CORBA::COMM_FAILURE>("COMM_FAILURE", CORBA::COMPLETED_MAYBE),
+                        Raising<CORBA::OBJECT_NOT_EXIST>("OBJECT_NOT_EXIST", CORBA::COMPLETED_NO),
+                        Raising<CORBA::TIMEOUT>("TIMEOUT", CORBA::COMPLETED_NO),
+                        Raising<CORBA::TRANSIENT>("TRANSIENT of the ORB", CORBA::COMPLETED_NO, kMarked),
+                        Raising<CORBA::TRANSIENT>("no connection", CORBA::COMPLETED_NO, kMarked + 1),
+                        Raising<CORBA::COMM_FAILURE>("COMM_FAILURE of the ORB", CORBA::COMPLETED_MAYBE, kMarked),
+                        Raising<CORBA::TIMEOUT>("TIMEOUT of the ORB", CORBA::COMPLETED_MAYBE, kMarked),
+                        Raising<CORBA::OBJECT_NOT_EXIST>("OBJECT_NOT_EXIST of the ORB", CORBA::COMPLETED_NO, kMarked)};
+  std::vector<TestSubscriberVar> subscribers;
+  std::vector<CORBA::Long> handles;
+  for (const Raised& raised : all) {
+    subscribers.emplace_back(new TestSubscriber(raised.raise));
+    handles.push_back(Subscribe("T", subscribers.back().in()));
+  }
+  constexpr unsigned kSamples = 40;
+  std::vector<int> expected;
+  for (unsigned i = 0; i < kSamples; ++i) {
+    expected.push_back(static_cast<int>(i));
+    Publish("T", expected.back());
+    std::this_thread::sleep_for(100ms);  // a rate
+  }
+  for (std::size_t i = 0; i < subscribers.size(); ++i) {
+    EXPECT_TRUE(WaitUntil([&] { return StatusOf(handles[i]).delivered == kSamples; })) << all[i].name;
+    EXPECT_EQ(subscribers[i]->Values(), expected) << all[i].name;
+    EXPECT_EQ(StatusOf(handles[i]).dropped, 0u) << all[i].name;
+  }
+}
+
+/// A topic manager that looks at each process each second.
+class SilentTopics : public TopicRig {
+ protected:
+  SilentTopics() {
+    platform_.KillTopicManager();
+    Restart();
+  }
+  void KillManager() {
+    if (manager_ == nullptr) return;
+    manager_->Signal(SIGKILL);
+    manager_->WaitForExit();
+  }
+  void Restart() {
+    KillManager();
+    manager_ = platform_.Start("topic_manager", {"--look-period", "1"});
+    if (!manager_->WaitForLine("topic_manager ready")) throw std::runtime_error(manager_->Error());
+  }
+  std::size_t Count() {
+    Corvanta::DDS_Manager_var manager = Manager();
+    return Corvanta::SubscriptionStatusSeq_var(manager->Subscriptions())->length();
+  }
+  std::unique_ptr<Process> manager_;
+};
+
+TEST_F(SilentTopics, SubscribersThatDiedAreDroppedAndTheLivingAreKept) {
+  std::vector<CORBA::Long> handles, living;
+  const auto killed = StartSubscriber("SILENT", 50, handles);
+  const auto alive = StartSubscriber("SILENT", 3, living);
+  killed->Signal(SIGKILL);
+  killed->WaitForExit();
+  EXPECT_TRUE(WaitUntil([&] { return Count() == 3; })) << Count();
+  Restart();
+  EXPECT_TRUE(WaitUntil([&] { return Count() == 3; })) << "the default of --state keeps them: " << Count();
+}
+
+TEST_F(SilentTopics, ThoseOfTheStateFileAreLookedAtAsWell) {
+  std::vector<CORBA::Long> handles;
+  const auto killed = StartSubscriber("SILENT", 50, handles);
+  KillManager();
+  killed->Signal(SIGKILL);
+  killed->WaitForExit();
+  Restart();
+  EXPECT_EQ(Count(), 50u);
+  EXPECT_TRUE(WaitUntil([&] { return Count() == 0; })) << Count();
 }
 
 /// Takes samples for several subscriptions of its process in one call, and answers each such call with an exception.

@@ -13,9 +13,9 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-std::string RelayLines() {
+std::string RelayLines(const std::string& more = "") {
   const int domain = 20 + static_cast<int>(::getpid() % 200);
-  return fmt::format("dds.enabled = true\ndds.domain = {}\ndds.topic = SHARED\n", domain);
+  return fmt::format("dds.enabled = true\ndds.domain = {}\ndds.topic = SHARED\n{}", domain, more);
 }
 
 class Relay : public TopicRig {
@@ -85,6 +85,29 @@ TEST_F(Relay, AKilledManagerOfAnotherMachineDelaysNobodyHere) {
     EXPECT_TRUE(near->WaitForCount(static_cast<std::size_t>(value)));
   });
   EXPECT_LT(time, std::chrono::seconds(3));
+}
+
+/// The sender carries a topic that the receiver does not.
+class RelayOfMore : public TopicRig {
+ protected:
+  RelayOfMore() : TopicRig(RelayLines("dds.topic = MORE\n")), other_(PlatformOptions(RelayLines())) {}
+  IsolatedPlatform other_;
+};
+
+TEST_F(RelayOfMore, WhatAManagerDoesNotCarryItDoesNotTakeEither) {
+  const auto shared = other_.Start("topic_subscriber", {"SHARED", "1"});
+  const auto more = other_.Start("topic_subscriber", {"MORE", "1"});
+  ASSERT_TRUE(shared->WaitForLine("ready") && more->WaitForLine("ready")) << shared->Error() << more->Error();
+  int value = 0;
+  ASSERT_TRUE(WaitUntil([&] {
+    Publish("MORE", value);
+    Publish("SHARED", value++);
+    return !SamplesOf(*shared).empty();
+  })) << "the managers find each other";
+  Publish("MORE", value);
+  Publish("SHARED", value);
+  ASSERT_TRUE(shared->WaitForLine(fmt::format("sample {}", value)));
+  EXPECT_THAT(SamplesOf(*more), testing::IsEmpty());
 }
 
 }  // namespace
