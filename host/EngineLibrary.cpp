@@ -10,6 +10,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
+bool IsThere(const fs::path& path) {
+  std::error_code none;
+  return fs::exists(path, none);
+}
+
 /// What `name` may mean, most likely first.
 std::vector<std::string> Candidates(const std::string& name) {
   if (name.find('/') != std::string::npos) return {name};
@@ -19,7 +24,7 @@ std::vector<std::string> Candidates(const std::string& name) {
   const fs::path program = fs::read_symlink("/proc/self/exe", no_proc);
   for (const char* directory : {"../lib", HOST_LIBRARY_DIRECTORY})
     for (const std::string& file : files)
-      if (const fs::path path = program.parent_path() / directory / file; !no_proc && fs::exists(path))
+      if (const fs::path path = program.parent_path() / directory / file; !no_proc && IsThere(path))
         candidates.push_back(path.lexically_normal().string());
   candidates.insert(candidates.end(), files.rbegin(), files.rend());
   return candidates;
@@ -28,6 +33,12 @@ std::vector<std::string> Candidates(const std::string& name) {
 void* Load(const std::string& name) {
   std::string reason;
   for (const std::string& candidate : Candidates(name)) {
+    // The loader would open a pipe and wait for somebody to write; what is not there it explains itself.
+    std::error_code none;
+    if (fs::exists(candidate, none) && !fs::is_regular_file(candidate, none)) {
+      if (reason.empty()) reason = candidate + ": is not a regular file";
+      continue;
+    }
     if (void* library = dlopen(candidate.c_str(), RTLD_NOW | RTLD_LOCAL)) return library;
     if (reason.empty()) reason = dlerror();
   }

@@ -1,5 +1,6 @@
 #include <CLI/CLI.hpp>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -8,6 +9,7 @@
 
 #include "host/EngineLibrary.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/base/ParseArguments.h"
 #include "platform/base/TraceMemory.h"
 #include "platform/signals/Signals.h"
 
@@ -15,7 +17,9 @@ namespace {
 
 constexpr int kRan = 0;
 constexpr int kNotStarted = 1;
-constexpr int kNotUsable = 2;
+constexpr int kNotUsable = Lumenar::kWrongArguments;
+
+constexpr std::chrono::seconds kEndLimit{10};  // longer than one call to somebody who hangs, with the default limit of calls
 
 struct Options {
   std::string library;
@@ -66,17 +70,16 @@ int RunEngine(const Lumenar::EngineLibrary& library) {
 
 int main(int argc, char** argv) {
   Options options;
-  CLI::App app;
+  CLI::App app("", "engine_host");
+  int exit_code = kRan;
   try {
     Lumenar::KeepTraceMemory();   // before there is any other thread
     Lumenar::Signals::Install();  // every thread from here on has the signals blocked
+    Lumenar::Signals::EndWithin(kEndLimit);
     Describe(app, options);
-    app.parse(argc, argv);
+    if (!Lumenar::ParseArguments(app, argc, argv, exit_code)) return exit_code;
     for (const std::string& setting : options.settings) SetVariable(setting);
     return RunEngine(Lumenar::EngineLibrary(options.library));
-  } catch (const CLI::CallForHelp&) {
-    Lumenar::WriteOut(app.help());
-    return kRan;
   } catch (const std::exception& error) {
     Lumenar::WriteError(std::string("engine_host: ") + error.what());
     return kNotUsable;

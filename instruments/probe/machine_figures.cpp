@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <fstream>
-#include <iterator>
+#include <stdexcept>
+
+#include "platform/base/TextFile.h"
 
 namespace Lumenar::Probe {
 namespace {
@@ -71,10 +72,12 @@ std::optional<Figure> Spread::Take() {
 }
 
 std::optional<std::string> FileText(const std::filesystem::path& path) {
-  std::ifstream stream(path);
-  if (!stream) return std::nullopt;
-  std::string text(std::istreambuf_iterator<char>(stream), {});
-  return stream.bad() ? std::nullopt : std::optional(std::move(text));
+  constexpr std::size_t kLargest = std::size_t{1} << 24;
+  try {
+    return TextFile(path).Rest(kLargest);
+  } catch (const std::runtime_error&) {
+    return std::nullopt;
+  }
 }
 
 }  // namespace Lumenar::Probe

@@ -2,10 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 
 #include "instruments/replay/LineReader.h"
@@ -13,6 +10,7 @@
 #include "instruments/replay/ScopeReader.h"
 #include "instruments/replay/SpectrumReader.h"
 #include "instruments/replay/TouchstoneReader.h"
+#include "platform/base/TextFile.h"
 
 namespace Lumenar::Replay {
 namespace {
@@ -38,20 +36,6 @@ RecordedFile ReadCsv(std::string_view text) {
   return ReadScope(text);
 }
 
-std::string TextOf(const std::string& path) {
-  std::error_code error;
-  const fs::file_status status = fs::status(path, error);
-  if (error) throw std::runtime_error(path + ": " + error.message());
-  if (!fs::is_regular_file(status)) throw std::runtime_error(path + ": is not a file");
-  if (fs::file_size(path, error) > kMaxFileBytes) {
-    throw std::runtime_error(fmt::format("{}: is larger than {} MiB", path, kMaxFileBytes >> 20));
-  }
-  std::ifstream stream(path, std::ios::binary);
-  std::string text(std::istreambuf_iterator<char>(stream), {});
-  if (!stream) throw std::runtime_error(path + ": " + std::strerror(errno));
-  return text;
-}
-
 }  // namespace
 
 RecordedFile ReadRecording(std::string_view name, std::string_view text) {
@@ -64,7 +48,7 @@ RecordedFile ReadRecording(std::string_view name, std::string_view text) {
 
 RecordedFile LoadRecording(const std::string& path) {
   try {
-    return ReadRecording(path, TextOf(path));
+    return ReadRecording(path, TextFile(path).Rest(kMaxFileBytes));
   } catch (const FormatError& error) {
     throw std::runtime_error(fmt::format("{}:{}: {}", path, error.Line(), error.what()));
   } catch (const std::invalid_argument& error) {

@@ -6,10 +6,11 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <fstream>
 #include <limits>
 #include <optional>
 #include <stdexcept>
+
+#include "platform/base/TextFile.h"
 
 namespace Lumenar::Sim {
 namespace {
@@ -159,13 +160,6 @@ ItemConfig ParseItem(std::string_view text) {
   return item;
 }
 
-std::string FileText(const std::string& path) {
-  std::ifstream stream(path);
-  std::string text(std::istreambuf_iterator<char>(stream), {});
-  if (!stream) throw std::invalid_argument("SIM_CONFIG=" + path + ": cannot be read");
-  return text;
-}
-
 }  // namespace
 
 std::vector<ItemConfig> ParseItems(std::string_view text) {
@@ -182,12 +176,35 @@ std::vector<ItemConfig> ParseItems(std::string_view text) {
   return items;
 }
 
+namespace {
+
+/// The items of a file, line by line.
+/// Errors   std::invalid_argument, "SIM_CONFIG=PATH:LINE: reason".
+std::vector<ItemConfig> ItemsOfFile(const std::string& path) {
+  constexpr std::size_t kLongestLine = 65536;
+  std::vector<ItemConfig> items;
+  std::string place = "SIM_CONFIG=";
+  try {
+    TextFile file(path);
+    int number = 0;
+    for (std::string line; file.NextLine(line, kLongestLine);) {
+      place = fmt::format("SIM_CONFIG={}:{}: ", path, ++number);
+      if (line.size() > kLongestLine) throw std::invalid_argument(fmt::format("a line has at most {} bytes", kLongestLine));
+      for (ItemConfig& item : ParseItems(line)) items.push_back(std::move(item));
+    }
+  } catch (const std::exception& error) {
+    throw std::invalid_argument(place + error.what());
+  }
+  return items;
+}
+
+}  // namespace
+
 std::vector<ItemConfig> ReadSimConfig(const Instruments::Settings& settings) {
   std::vector<ItemConfig> items = ParseItems(Instruments::TextSetting(settings, "SIM_READINGS"));
   const std::string path = Instruments::TextSetting(settings, "SIM_CONFIG");
   if (!path.empty()) {
-    const std::string text = FileText(path);
-    for (ItemConfig& item : ParseItems(text)) items.push_back(std::move(item));
+    for (ItemConfig& item : ItemsOfFile(path)) items.push_back(std::move(item));
   }
   if (items.empty()) throw std::invalid_argument("SIM_READINGS and SIM_CONFIG name no reading");
   return items;

@@ -5,16 +5,20 @@
 #include <chrono>
 #include <cstdlib>
 #include <exception>
-#include <sstream>
 
 #include "client/Error.h"
 #include "client/Text.h"
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/base/ParseArguments.h"
+#include "platform/base/output_error.h"
+#include "platform/orb/addresses.h"
 #include "platform/signals/Signals.h"
 
 namespace Lumenar::Mathctl {
 namespace {
+
+constexpr std::chrono::seconds kEndLimit{2};  // nobody waits for it longer who pressed Ctrl-C
 
 constexpr const char* kDescription =
     "Creates, watches and removes the math objects of a measuring instrument, and shows its readings.";
@@ -38,7 +42,7 @@ void DefineOptions(CLI::App& app, Options& options) {
       ->capture_default_str();
   app.add_flag("--json", options.json, "Write JSON, one object a line");
   app.add_option("--factory", options.factory, "Registered name of the math engine")->capture_default_str();
-  app.add_option("--naming", options.naming, "Naming service, HOST:PORT");
+  app.add_option("--naming", options.naming, "Naming service, HOST:PORT")->check(Corvanta::HostPortProblem);
 }
 
 void DefineVerbs(CLI::App& app, Command& command) {
@@ -51,11 +55,6 @@ void DefineVerbs(CLI::App& app, Command& command) {
   }
 }
 
-void WriteLines(std::string text, void (*write)(std::string_view)) {
-  while (!text.empty() && text.back() == '\n') text.pop_back();
-  if (!text.empty()) write(text);
-}
-
 int ExitCodeOf(Client::ErrorKind kind) {
   switch (kind) {
     case Client::ErrorKind::BadArgument: return kUsage;
@@ -65,7 +64,10 @@ int ExitCodeOf(Client::ErrorKind kind) {
 }
 
 void RunConnected(const Command& command) {
-  if (command.ends_on_signal) Signals::Install();  // before the ORB starts threads
+  if (command.ends_on_signal) {
+    Signals::Install();  // before the ORB starts threads
+    Signals::EndWithin(kEndLimit);
+  }
   if (!command.options.naming.empty()) setenv("LUMENAR_NAMING", command.options.naming.c_str(), 1);
   const std::chrono::duration<double> timeout(command.options.timeout_s);
   Client::Connection connection(std::chrono::ceil<std::chrono::milliseconds>(timeout));
@@ -79,19 +81,12 @@ bool Parse(int argc, const char* const* argv, Command& command, int& exit_code) 
   app.footer(kFooter);
   DefineOptions(app, command.options);
   DefineVerbs(app, command);
-  try {
-    app.parse(argc, argv);
-    return true;
-  } catch (const CLI::ParseError& error) {
-    std::ostringstream out, complaint;
-    exit_code = app.exit(error, out, complaint) == 0 ? kDone : kUsage;
-    WriteLines(out.str(), WriteOut);
-    WriteLines(complaint.str(), WriteError);
-    return false;
-  }
+  return ParseArguments(app, argc, argv, exit_code);
 }
 
-int Run(const Command& command) {
+namespace {
+
+int ExitCodeOfRun(const Command& command) {
   try {
     RunConnected(command);
     return kDone;
@@ -108,6 +103,10 @@ int Run(const Command& command) {
     return kUsage;
   }
 }
+
+}  // namespace
+
+int Run(const Command& command) { return CheckOutput("mathctl", ExitCodeOfRun(command)); }
 
 std::string CheckSeconds(const std::string& text) {
   double seconds = 0;

@@ -20,12 +20,13 @@ struct Finding {
   std::string address;
   bool well;
   std::string text;
+  bool notable = false;  ///< well, but somebody should look at it
 };
 
 // Examines one part of the platform; a failure is its finding.
 template <class Examine>
 Finding Examined(const std::string& part, Examine&& examine) {
-  Finding finding{part, "", true, ""};
+  Finding finding{part, "", true, "", false};
   try {
     examine(finding);
   } catch (const Error& error) {
@@ -86,6 +87,20 @@ Finding EngineFinding(const Client::Engine& engine) {
   return finding;
 }
 
+Finding MathEngine(const Session& session) {
+  return Examined("math engine", [&](Finding& finding) {
+    const std::vector<Client::MathStatus> objects = session.Objects().List();
+    finding.text = fmt::format("{} math objects", objects.size());
+    const auto refuses = [](const Client::MathStatus& object) { return object.refused > 0; };
+    const auto refusing = std::count_if(objects.begin(), objects.end(), refuses);
+    if (refusing == 0) return;
+    const auto most = std::max_element(objects.begin(), objects.end(), [](const auto& a, const auto& b) { return a.refused < b.refused; });
+    finding.notable = true;
+    finding.text += fmt::format(", {} of them refused samples, most of all math:{}: {}, the last for {}", refusing, most->id,
+                                most->refused, Client::Printable(most->last_reason));
+  });
+}
+
 std::vector<Finding> Examine(const Session& session) {
   Client::Connection& connection = session.connection;
   std::vector<Finding> findings{NamingService(connection)};
@@ -93,10 +108,13 @@ std::vector<Finding> Examine(const Session& session) {
   findings.push_back(TopicManager(connection));
   findings.push_back(HwEnumeration(connection));
   for (const Client::Engine& engine : connection.Engines()) findings.push_back(EngineFinding(engine));
-  findings.push_back(Examined("math engine", [&](Finding& finding) {
-    finding.text = fmt::format("{} math objects", session.Objects().List().size());
-  }));
+  findings.push_back(MathEngine(session));
   return findings;
+}
+
+const char* StateOf(const Finding& finding) {
+  if (!finding.well) return "FAILS";
+  return finding.notable ? "look" : "well";
 }
 
 void Write(const std::vector<Finding>& findings, bool json) {
@@ -104,9 +122,10 @@ void Write(const std::vector<Finding>& findings, bool json) {
   for (const Finding& finding : findings) {
     if (json) {
       WriteOut(OneLine(
-          {{"part", finding.part}, {"address", finding.address}, {"well", finding.well}, {"text", finding.text}}));
+          {{"part", finding.part}, {"address", finding.address}, {"well", finding.well}, {"notable", finding.notable},
+           {"text", finding.text}}));
     }
-    rows.push_back({finding.well ? "well" : "FAILS", finding.part, finding.address, finding.text});
+    rows.push_back({StateOf(finding), finding.part, finding.address, finding.text});
   }
   if (!json) WriteTable({}, std::move(rows));
 }

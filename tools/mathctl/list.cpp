@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 
@@ -13,44 +14,71 @@
 namespace Lumenar::Mathctl {
 namespace {
 
-struct Described {
-  Client::MathObject object;
-  Client::ReadingName result;
-  Corvanta::SampleRecord value;
+using Client::Printable;
+
+struct ListOptions {
+  bool values = false;
 };
 
+std::vector<std::string> PrintableInputs(const Client::MathStatus& object) {
+  std::vector<std::string> inputs;
+  for (const std::string& topic : object.inputs) inputs.push_back(Printable(topic));
+  return inputs;
+}
+
 // Nothing for an object that was deleted meanwhile.
-std::optional<Described> Describe(Client::MathObjects& objects, const Client::MathObject& object) {
+std::optional<Corvanta::SampleRecord> PresentValue(const Client::MathStatus& object) {
   try {
-    const Client::Reading result = objects.Result(object.id);
-    return Described{object, result.name, Client::GetValue(result)};
+    return Client::GetValue(object.result);
   } catch (const Client::Error& error) {
     if (error.Kind() == Client::ErrorKind::NotFound) return std::nullopt;
     throw;
   }
 }
 
-void ListObjects(const Session& session) {
-  auto objects = session.Objects();
+nlohmann::ordered_json JsonFor(const Client::MathStatus& object) {
+  return {{"id", object.id},
+          {"type", Printable(object.type)},
+          {"result", Client::FullName(object.result.name)},
+          {"topic", Printable(object.result.topic)},
+          {"inputs", PrintableInputs(object)},
+          {"refused", object.refused},
+          {"last_reason", Printable(object.last_reason)}};
+}
+
+Row RowFor(const Client::MathStatus& object) {
+  const std::string reason = object.refused == 0 ? "" : fmt::format(" ({})", Printable(object.last_reason));
+  return {fmt::format("math:{}", object.id), Printable(object.type), Client::FullName(object.result.name),
+          fmt::format("{}", fmt::join(PrintableInputs(object), ", ")), fmt::format("{}{}", object.refused, reason)};
+}
+
+void ListObjects(const Session& session, const ListOptions& options) {
   std::vector<Row> rows;
-  for (const Client::MathObject& object : objects.List()) {
-    const auto described = Describe(objects, object);
-    if (!described) continue;
-    const std::string type = Client::Printable(object.type), result = Client::FullName(described->result);
-    if (session.options.json) {
-      WriteOut(OneLine(
-          {{"id", object.id}, {"type", type}, {"result", result}, {"present", JsonOf(described->value, false)}}));
+  for (const Client::MathStatus& object : session.Objects().List()) {
+    Row row = RowFor(object);
+    nlohmann::ordered_json line = JsonFor(object);
+    if (options.values) {
+      const auto value = PresentValue(object);
+      if (!value) continue;
+      row.push_back(TextOf(*value));
+      line["present"] = JsonOf(*value, false);
     }
-    rows.push_back({fmt::format("math:{}", object.id), type, result, TextOf(described->value)});
+    if (session.options.json) WriteOut(OneLine(line));
+    rows.push_back(std::move(row));
   }
-  if (!session.options.json) WriteTable({"ID", "TYPE", "RESULT", "VALUE"}, std::move(rows));
+  Row header{"ID", "TYPE", "RESULT", "INPUTS", "REFUSED"};
+  if (options.values) header.push_back("VALUE");
+  if (!session.options.json) WriteTable(header, std::move(rows));
 }
 
 }  // namespace
 
 void DefineList(CLI::App& app, Command& command) {
-  app.add_subcommand("list", "The live math objects with their present results")->callback([&command] {
-    command.run = ListObjects;
+  const auto options = std::make_shared<ListOptions>();
+  auto* verb = app.add_subcommand("list", "The live math objects: inputs, results, and samples that they refused");
+  verb->add_flag("--values", options->values, "Also the present result of each, by a call to each");
+  verb->callback([options, &command] {
+    command.run = [options](const Session& session) { ListObjects(session, *options); };
   });
 }
 

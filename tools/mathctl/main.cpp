@@ -6,7 +6,8 @@
 LUMENAR_LOCAL_ARGUMENTS("mathctl")
 
 int main(int argc, char** argv) {
-  std::signal(SIGPIPE, SIG_IGN);  // a reader that went away shows as a failed stream
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that went away, or a file that may not grow, shows as a line that was not written
+  std::signal(SIGXFSZ, SIG_IGN);
   Lumenar::Mathctl::Command command;
   int exit_code = 0;
   if (!Lumenar::Mathctl::Parse(argc, argv, command, exit_code)) return exit_code;

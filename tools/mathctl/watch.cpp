@@ -1,8 +1,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
-#include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -10,6 +10,7 @@
 
 #include "client/Subscription.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/base/output_error.h"
 #include "platform/signals/Signals.h"
 #include "tools/mathctl/command.h"
 #include "tools/mathctl/sample_text.h"
@@ -56,7 +57,7 @@ class Watch {
   bool Finished() const {
     const bool enough = arguments_.results > 0 && written_ >= arguments_.results;
     const bool late = end_ && steady_clock::now() >= *end_;
-    return enough || late || subscription_.Ended() || !std::cout;
+    return enough || late || subscription_.Ended() || OutputError() != 0;
   }
 
   // How long to wait for a result before looking whether its source is still there.
@@ -114,6 +115,14 @@ class Watch {
   std::optional<steady_clock::time_point> end_;
 };
 
+// Of an option that is a number of things to wait for: empty when the text is one, else what is wrong.
+std::string CheckCount(const std::string& text) {
+  unsigned long count = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
+  const bool is_number = error == std::errc() && end == text.data() + text.size();
+  return is_number && count >= 1 && count <= 4294967295 ? "" : "a whole number from 1 to 4294967295 is needed";
+}
+
 }  // namespace
 
 void DefineWatch(CLI::App& app, Command& command) {
@@ -124,7 +133,7 @@ void DefineWatch(CLI::App& app, Command& command) {
       "came so far); the value. In JSON, \"count\" is how many values of this reading came so far.");
   const auto arguments = std::make_shared<Arguments>();
   verb->add_option("READING", arguments->readings, "Readings, or math objects as math:3")->required();
-  verb->add_option("-n", arguments->results, "End after so many values in all");
+  verb->add_option("-n", arguments->results, "End after so many values in all")->check(CheckCount);
   verb->add_option("--for", arguments->seconds, "End after so many seconds")->check(CheckSeconds);
   verb->add_flag("--samples", arguments->samples, "With --json: all samples of each trace");
   verb->callback([&command, arguments] {

@@ -7,14 +7,28 @@
 
 #include "client/MathObjects.h"
 #include "client/values.h"
+#include "platform/dds/DDS_BaseObj.h"
+#include "platform/orb/any_guard.h"
 #include "tests/support/IsolatedPlatform.h"
 
 namespace Lumenar::Client {
 namespace {
 
+using Lumenar::Test::IsolatedPlatform;
+using Lumenar::Test::WaitUntil;
+
+constexpr int kQueued = 4096;  // samples that wait for a reader
+constexpr int kMore = 10;
+
+IsolatedPlatform::Options RoomForAll() {
+  IsolatedPlatform::Options options;
+  options.topic_manager_arguments = {"--queue", "100000"};
+  return options;
+}
+
 class SubscriptionTest : public testing::Test {
  protected:
-  SubscriptionTest() {
+  SubscriptionTest() : platform_(RoomForAll()) {
     platform_.UseInThisProcess();
     platform_.StartEngine("math_factory_hh");
   }
@@ -24,7 +38,7 @@ class SubscriptionTest : public testing::Test {
     return Corvanta::SubscriptionStatusSeq_var(manager->Subscriptions())->length();
   }
 
-  Lumenar::Test::IsolatedPlatform platform_;
+  IsolatedPlatform platform_;
 };
 
 TEST_F(SubscriptionTest, DeliversFromItsBeginningToItsEndWhileTheConnectionLives) {
@@ -43,6 +57,20 @@ TEST_F(SubscriptionTest, DeliversFromItsBeginningToItsEndWhileTheConnectionLives
     EXPECT_EQ(Subscriptions(connection), 1u);
   }
   EXPECT_EQ(Subscriptions(connection), 0u);
+}
+
+TEST_F(SubscriptionTest, CountsWhatItsReaderWasTooSlowFor) {
+  Connection connection;
+  const Reading type = connection.FindReading("TYPE");
+  Subscription subscription(connection);
+  subscription.Add(type);
+  auto& manager = Corvanta::DdsBaseAccess::Instance();
+  for (int number = 0; number < kQueued + kMore; ++number) manager.Publish(type.topic.c_str(), Corvanta::ViewOf(number));
+  ASSERT_TRUE(WaitUntil([&] { return subscription.Lost() >= kMore; })) << subscription.Lost();
+  const auto oldest = subscription.Next(std::chrono::seconds(10));
+  ASSERT_TRUE(oldest);
+  EXPECT_EQ(std::get<CORBA::Long>(oldest->record), kMore) << "the oldest went";
+  EXPECT_EQ(subscription.Lost(), kMore);
 }
 
 TEST_F(SubscriptionTest, EndsWithTheOrbAndWakesItsReader) {

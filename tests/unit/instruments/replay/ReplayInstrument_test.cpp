@@ -54,7 +54,7 @@ std::string LoadFailure(const std::string& path) {
 TEST(LoadRecording, FailuresNameTheFile) {
   const std::string folder = LUMENAR_SAMPLE_RECORDINGS;
   EXPECT_EQ(LoadFailure("/nowhere/a.csv"), "/nowhere/a.csv: No such file or directory");
-  EXPECT_EQ(LoadFailure(folder), folder + ": is not a file");
+  EXPECT_EQ(LoadFailure(folder), folder + ": is not a regular file");
   EXPECT_EQ(LoadFailure(folder + "/../../CMakeLists.txt"),
             folder + "/../../CMakeLists.txt: is no recording that can be read (.s1p, .s2p, .csv)");
 }

@@ -66,7 +66,15 @@ TEST(Parse, RefusesWithTwoAndSaysWhy) {
       {"watch"},
       {"plot", "1"},
       {"watch", "1", "-n", "many"},
+      {"watch", "1", "-n", "-1"},
+      {"watch", "1", "-n", "0"},
+      {"watch", "1", "-n", "1.5"},
+      {"watch", "1", "-n", "4294967296"},
       {"watch", "1", "--for", "-1"},
+      {"watch", "1", "--for", "0"},
+      {"list", "--naming", "abc"},
+      {"list", "--naming", "127.0.0.1:99999"},
+      {"list", "--naming", ""},
       {"watch", "1", "--for", "1e300"},
       {"list", "--timeout", "0"},
       {"list", "--timeout", "soon"},
@@ -78,7 +86,7 @@ TEST(Parse, RefusesWithTwoAndSaysWhy) {
     const Outcome outcome = ParseWords(line);
     EXPECT_FALSE(outcome.runs) << testing::PrintToString(line);
     EXPECT_EQ(outcome.exit_code, kUsage) << testing::PrintToString(line);
-    EXPECT_NE(outcome.error, "") << testing::PrintToString(line);
+    EXPECT_THAT(outcome.error, testing::MatchesRegex("mathctl: [^\n]+\n")) << testing::PrintToString(line);
     EXPECT_EQ(outcome.out, "") << testing::PrintToString(line);
   }
 }

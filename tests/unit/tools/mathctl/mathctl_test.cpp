@@ -23,6 +23,7 @@ using Mathctl::kRefused;
 using Mathctl::kUnreachable;
 using Mathctl::kUsage;
 using nlohmann::json;
+using testing::AnyOf;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -107,13 +108,28 @@ TEST_F(MathctlTest, CreatesObjectsOverReadingsAndOverEachOther) {
   EXPECT_EQ(Out({"create", "4", "TRACE", "START", "STOP"}), "math:2\n");
   EXPECT_EQ(Out({"get", "math:1"}), "3 points  min 0 mW  max 0 mW  mean 0 mW\n");
   EXPECT_EQ(Out({"get", "2"}), "5 mW  +0 +0 mW\n");
-  const auto objects = Objects({"list"});
+  const auto objects = Objects({"list", "--values"});
   ASSERT_EQ(objects.size(), 3u);
   EXPECT_EQ(objects[2]["type"], "CumulativeAdd");
+  EXPECT_EQ(objects[2]["inputs"], json({"TESTBENCH/1/TRACE", "TESTBENCH/1/START", "TESTBENCH/1/STOP"}));
+  EXPECT_EQ(objects[2]["refused"], 0);
   EXPECT_EQ(objects[2]["present"]["value"], 5);
   EXPECT_EQ(Out({"delete", "math:0", "2"}), "");
   EXPECT_THAT(Out({"list"}),
-              testing::MatchesRegex("ID +TYPE +RESULT +VALUE\nmath:1 +Subtract +MATHFACTORY/1/RESULT[^\n]*\n"));
+              testing::MatchesRegex("ID +TYPE +RESULT +INPUTS +REFUSED\n"
+                                    "math:1 +Subtract +MATHFACTORY/1/RESULT[^\n]* +TESTBENCH/1/TRACE, MATHFACTORY/1/RESULT[^\n]* +0\n"));
+}
+
+TEST_F(MathctlTest, ShowsSamplesThatAnOperationRefused) {
+  ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts)), other(bench_, "OTHER", ScalarOf(1, Value::C_Watts));
+  Out({"create", "Subtract", "LEVEL", "OTHER"});
+  EXPECT_THAT(Out({"doctor"}), Not(HasSubstr("look")));
+  level = ScalarOf(1, Value::Make_unit(Value::U_Second));
+  ASSERT_TRUE(WaitUntil([&] { return Objects({"list"})[0]["refused"] == 1; }));
+  EXPECT_EQ(Objects({"list"})[0]["last_reason"], "UnitDimensionNotProper");
+  EXPECT_THAT(Out({"list"}), HasSubstr("  1 (UnitDimensionNotProper)\n"));
+  EXPECT_THAT(Out({"doctor"}), testing::ContainsRegex("look +math engine +1 math objects, 1 of them refused samples, most of all math:0: 1, "
+                                                      "the last for UnitDimensionNotProper\n"));
 }
 
 TEST_F(MathctlTest, WatchWritesOneLineAResultAndEndsAfterThoseAskedFor) {
@@ -244,8 +260,8 @@ TEST_F(MathctlTest, SubscriptionsShowWhatEachHasLost) {
   const auto rows = Objects({"subscriptions"});
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_EQ(rows[0]["topic"], "TESTBENCH/1/COUNT");
-  EXPECT_EQ(rows[0]["dropped"].get<int>() + rows[0]["queued"].get<int>() + rows[0]["delivered"].get<int>() + 1, 1100)
-      << "one is under way";
+  EXPECT_THAT(rows[0]["dropped"].get<int>() + rows[0]["queued"].get<int>() + rows[0]["delivered"].get<int>(),
+              AnyOf(1099, 1100)) << "one may be under way";
   EXPECT_GE(rows[0]["dropped"].get<int>(), 99);
   EXPECT_THAT(Out({"subscriptions"}), HasSubstr("HANDLE  TOPIC              ADDRESS"));
   watch->Signal(SIGCONT);
