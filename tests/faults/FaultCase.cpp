@@ -22,4 +22,9 @@ bool FullLength() {
   return form != nullptr && std::string_view(form) == "full";
 }
 
+long Tries(long in_short, long in_full) {
+  const char* tries = std::getenv("LUMENAR_TRIES");
+  return tries != nullptr ? std::strtol(tries, nullptr, 10) : ByLength(in_short, in_full);
+}
+
 }  // namespace Lumenar::Test

@@ -22,4 +22,7 @@ T ByLength(T in_short, T in_full) {
   return FullLength() ? in_full : in_short;
 }
 
+/// How often a row tries something: as ByLength, or what LUMENAR_TRIES in the environment says.
+long Tries(long in_short, long in_full);
+
 }  // namespace Lumenar::Test

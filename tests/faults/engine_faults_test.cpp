@@ -118,7 +118,7 @@ TEST_F(OrderFaults, Order) {
 }
 
 TEST_F(EngineFaults, OutOfMemory) {
-  DescribeFault("out of memory", "a trace of 16 million points for which the engine has no memory",
+  DescribeFault("out of memory", "a trace of 19 million points for which the engine has no memory",
                 "creation or sample fails with a CORBA exception, and that one only: small traces go on");
   TraceInput small(bench_, "SMALL", NumberedTrace(1));
   TraceInput large(bench_, "LARGE", NumberedTrace(1));
@@ -131,16 +131,19 @@ TEST_F(EngineFaults, OutOfMemory) {
     status >> pages;
     return pages * (sysconf(_SC_PAGESIZE) / 1024);
   }();
-  const rlim_t limit = (static_cast<rlim_t>(size_kB) + 100 * 1024) * 1024;
+  const rlim_t limit = (static_cast<rlim_t>(size_kB) + 60 * 1024) * 1024;  // the samples alone are 76 MB
   const rlimit bound{limit, limit};
   ASSERT_EQ(prlimit(engine_.Pid(), RLIMIT_AS, &bound, nullptr), 0);
   BT_DATA trace = NumberedTrace(2);
-  trace.samples.length(16u << 20);
+  trace.samples.length(19u << 20);
   large = trace;  // delivered: no memory for it in the engine
   EXPECT_THROW(Create(Average, Inputs(large)), CORBA::SystemException);
   small = NumberedTrace(2);
   EXPECT_EQ(results.WaitFor(1).size(), 1u) << engine_.Error();
   EXPECT_LT(TraceResult(large_math).samples.length(), 1000u) << "the last good result stays";
+  const auto refused = [&] { return Corvanta::MathFactory::RefusalStatus_var(large_math->Refusals()); };
+  EXPECT_TRUE(WaitUntil([&] { return refused()->refused >= 1; })) << engine_.Error();  // each arrival that could not be read
+  EXPECT_STREQ(refused()->last_reason, "no memory");
   EXPECT_TRUE(engine_.IsRunning()) << engine_.Error();
 }
 

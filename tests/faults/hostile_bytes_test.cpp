@@ -1,9 +1,7 @@
 // Row "hostile bytes": noise, damaged requests, half requests and idle connections on the port of each process.
-#include <atomic>
-#include <random>
-#include <thread>
-
+#include "tests/faults/DamagedRequests.h"
 #include "tests/faults/FaultCase.h"
+#include "tests/faults/GoodClient.h"
 #include "tests/faults/HostileMessages.h"
 #include "tests/faults/HostileTargets.h"
 #include "tests/faults/ProcessFigures.h"
@@ -15,95 +13,9 @@ using Corvanta::Test::ObjectAddress;
 using Corvanta::Test::RawClient;
 using Corvanta::Test::Wire;
 using std::chrono::milliseconds;
-using Clock = std::chrono::steady_clock;
 
 constexpr milliseconds kGoodClient{1000};
 constexpr long kMemory_kB = 20 * 1024;
-constexpr unsigned kSeed = 4711;
-
-milliseconds Since(Clock::time_point begin) { return std::chrono::duration_cast<milliseconds>(Clock::now() - begin); }
-
-/// How long a new client waits for the answer to a harmless request; more than any limit when it is not answered.
-milliseconds ServedIn(const ObjectAddress& factory) {
-  const auto begin = Clock::now();
-  RawClient client(factory);
-  return client.Call("ListMath", Wire()) == "ok" ? Since(begin) : milliseconds::max();
-}
-
-/// A good client that comes again and again while something else goes on.
-class GoodClient {
- public:
-  explicit GoodClient(const ObjectAddress& factory) : thread_([this, factory] { Run(factory); }) {}
-  ~GoodClient() {
-    if (thread_.joinable()) Slowest();
-  }
-  GoodClient(const GoodClient&) = delete;
-  GoodClient& operator=(const GoodClient&) = delete;
-
-  /// Ends it; the longest that it had to wait.
-  milliseconds Slowest() {
-    stop_ = true;
-    thread_.join();
-    return slowest_;
-  }
-
- private:
-  void Run(const ObjectAddress& factory) {
-    while (!stop_) {
-      slowest_ = std::max(slowest_, ServedIn(factory));
-      std::this_thread::sleep_for(milliseconds(20));  // its pace, not a wait for anything
-    }
-  }
-
-  std::atomic<bool> stop_{false};
-  milliseconds slowest_{0};
-  std::thread thread_;
-};
-
-/// Requests as they should be, whose damaged copies are sent. None of them holds an address, so that no damage makes one.
-std::vector<std::string> WholeRequests(const ObjectAddress& factory, const ObjectAddress& manager, const ObjectAddress& subscriber) {
-  RawClient to_factory(factory), to_manager(manager), to_subscriber(subscriber);
-  const Wire nil_references = Wire().Ulong(2).Ulong(1).Octet(0).Ulong(0).Ulong(1).Octet(0).Ulong(0);
-  const Wire subscribe = Wire().Text("TOPIC").Ulong(1).Octet(0).Ulong(0);
-  return {to_factory.Request("ListMath", Wire()),
-          to_factory.Request("GetMath", Wire().Ulong(3)),
-          to_factory.Request("CreateMath", nil_references),
-          to_factory.Request("_is_a", Wire().Text("IDL:Corvanta/MathFactory/Interfaces:1.0")),
-          to_manager.Request("Publish", HarmlessAny(AnyOperation::Publish)),
-          to_manager.Request("Subscribe", subscribe),
-          to_manager.Request("LastSample", Wire().Text("HARMLESS")),
-          to_subscriber.Request("DDS_Callback", HarmlessAny(AnyOperation::Callback)),
-          to_subscriber.Request("DDS_Group", HarmlessAny(AnyOperation::Group))};
-}
-
-class Noise {
- public:
-  std::size_t Below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random_); }
-
-  std::string Bytes(std::size_t count) {
-    std::string bytes(count, '\0');
-    for (char& byte : bytes) byte = static_cast<char>(Below(256));
-    return bytes;
-  }
-
-  /// A request with some bytes changed, left out, doubled, or cut off.
-  std::string Damaged(std::string request) {
-    for (std::size_t change = 0, changes = 1 + Below(4); change < changes && !request.empty(); ++change) {
-      const std::size_t at = Below(request.size());
-      switch (Below(6)) {
-        case 0: request.resize(at); break;
-        case 1: request.erase(at, 1 + Below(8)); break;
-        case 2: request.insert(at, request.substr(at, 1 + Below(32))); break;
-        case 3: request.replace(at & ~std::size_t{3}, 4, std::string(4, '\xff')); break;
-        default: request[at] = static_cast<char>(Below(256)); break;
-      }
-    }
-    return request;
-  }
-
- private:
-  std::mt19937 random_{kSeed};
-};
 
 /// Sends bytes and waits until the other side has dealt with them: it answers or not, and closes.
 void SendAlone(const ObjectAddress& target, const std::string& bytes) {
@@ -123,7 +35,7 @@ class HostileBytes : public HostileFixture {
 TEST_F(HostileBytes, NoiseAndDamagedRequestsHoldUpNobody) {
   DescribeFault("hostile bytes", "3,000 random and 8,000 damaged requests at the engine and the topic manager",
                 "alive, a good client served within 1 s meanwhile, memory +20 MB at most");
-  std::cout << "seed " << kSeed << std::endl;
+  std::cout << "seed " << Noise::kSeed << std::endl;
   const ObjectAddress factory = Factory(), manager = Manager(), subscriber = Subscriber();
   const std::vector<std::string> whole = WholeRequests(factory, manager, subscriber);
   const long before_kB = ResidentMemory_kB(engine_.Pid()), manager_before_kB = ResidentMemory_kB(platform_.TopicManager().Pid());

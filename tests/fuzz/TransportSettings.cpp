@@ -1,37 +1,16 @@
 #include <fmt/format.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
-#include <stdexcept>
 #include <string>
 
 #include "platform/orb/TransportConfig.h"
 #include "tests/fuzz/Input.h"
+#include "tests/fuzz/MemoryFile.h"
 #include "tests/fuzz/Violation.h"
 
 namespace Lumenar::Fuzz {
 namespace {
 
 using Corvanta::TransportConfig;
-
-/// A file in memory.
-class MemoryFile {
- public:
-  explicit MemoryFile(const std::string& contents) : descriptor_(::memfd_create("transport", MFD_CLOEXEC)) {
-    if (descriptor_ < 0 ||
-        ::write(descriptor_, contents.data(), contents.size()) != static_cast<ssize_t>(contents.size())) {
-      throw std::logic_error("no file in memory");
-    }
-  }
-  ~MemoryFile() { ::close(descriptor_); }
-  MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-
-  std::string Path() const { return fmt::format("/proc/self/fd/{}", descriptor_); }
-
- private:
-  int descriptor_;
-};
 
 void CheckRanges(const TransportConfig& config) {
   Require(!config.endpoints.empty() && !config.allowed_peers.empty(), "there is an endpoint and a peer");
@@ -60,6 +39,7 @@ std::string FileOf(const TransportConfig& config) {
                      config.max_server_threads) +
          fmt::format("orb.out_scan_period_s = {}\norb.in_scan_period_s = {}\n", config.out_scan_period_s,
                      config.in_scan_period_s) +
+         fmt::format("math.max_objects = {}\nmath.max_history_bytes = {}\n", config.max_math_objects, config.max_history_bytes) +
          fmt::format("dds.enabled = {}\ndds.domain = {}\ndds.interface = {}\n", config.dds_enabled, config.dds_domain,
                      config.dds_interface) +
          Lines("dds.topic", config.dds_topics);

@@ -24,9 +24,10 @@ struct Subject {
 void PrintTo(const Subject& subject, std::ostream* stream) { *stream << subject.name; }
 
 constexpr Subject kSubjects[] = {
-    {"any_record", AnyRecord},     {"units_algebra", UnitsAlgebra},
+    {"any_record", AnyRecord},     {"message_stream", MessageStream},
+    {"units_algebra", UnitsAlgebra},
     {"values", Values},            {"units_text", UnitsText},
-    {"transport_settings", TransportSettings},
+    {"transport_settings", TransportSettings}, {"state_files", StateFiles},
     {"touchstone", Touchstone},    {"spectrum", Spectrum},
     {"two_columns", TwoColumns},   {"otdr", Otdr},
     {"sim_items", SimItems},       {"tool_output", ToolOutput},

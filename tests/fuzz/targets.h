@@ -12,10 +12,12 @@ using Bytes = std::span<const std::uint8_t>;
 using Target = void (*)(Bytes input);
 
 void AnyRecord(Bytes input);          ///< an any off the wire, in either byte order
+void MessageStream(Bytes input);      ///< messages of the wire, cut anywhere, as the transport takes them apart
 void UnitsAlgebra(Bytes input);       ///< units out of records: arranged, compared, converted
 void Values(Bytes input);             ///< values of both precisions: converted, scaled, added, subtracted
 void UnitsText(Bytes input);          ///< units that people write
 void TransportSettings(Bytes input);  ///< the transport configuration
+void StateFiles(Bytes input);         ///< what the services kept over a restart
 void Touchstone(Bytes input);         ///< recordings: scattering parameters
 void Spectrum(Bytes input);           ///< recordings: sweeps of a spectrum
 void TwoColumns(Bytes input);         ///< recordings: waveforms in two columns

@@ -63,20 +63,26 @@ Datum BeginMean(Object& object, T sample, bool was_dB) {
   return sample;
 }
 
-/// The sum is what RESULT says it is. A Stop ends it where it stands: the sample stays in the history.
+/// The sum is what RESULT says it is. A sample that cannot be added does not come into the history; one whose mean is not
+/// finite has come. Of one sample the mean is that sample.
 template <class T>
 Datum ContinueMean(Object& object, const T& sample, bool was_dB) {
   T sum = std::get<T>(object.result);
   RemoveDecibels(sum);
   Multiply(sum, static_cast<int>(object.history.size()));
-  object.history.push_front(sample);
   Add(sum, sample);
+  object.history.push_front(sample);
   while (static_cast<int>(object.history.size()) > object.size) {
-    Subtract(sum, std::get<T>(object.history.back()));
+    const T oldest = std::get<T>(object.history.back());
     object.history.pop_back();
+    Subtract(sum, oldest);
   }
   const int count = static_cast<int>(object.history.size());
-  Divide(sum, count);
+  if (count == 1) {
+    sum = sample;
+  } else {
+    Divide(sum, count);
+  }
   if (was_dB) AddDecibels(sum);
   object.full = count >= object.size;
   return sum;

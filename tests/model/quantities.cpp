@@ -209,7 +209,7 @@ Quantity SumOf(const Sweep& sweep, int from, int to) {
   float sum = sweep.samples[static_cast<std::size_t>(begin)];
   for (int i = begin + 1; i <= end; ++i) sum += sweep.samples[static_cast<std::size_t>(i)];
   Quantity result;
-  result.value = static_cast<double>(Rescaled(sum, sweep.units, sweep.units));
+  result.value = static_cast<double>(begin == end ? sum : Rescaled(sum, sweep.units, sweep.units));
   result.units = sweep.units;
   return result;
 }

@@ -58,7 +58,7 @@ Sweep RelativeDifference(Sweep a, const Sweep& b);
 void KeepLarger(Quantity& a, const Quantity& b);
 void KeepLarger(Sweep& a, const Sweep& b);
 
-/// The sum of samples `from` to `to`; 0 without unit where there are none.
+/// The sum of samples `from` to `to`; of one sample, that sample; 0 without unit where there are none.
 Quantity SumOf(const Sweep& sweep, int from, int to);
 
 }  // namespace Lumenar::Model

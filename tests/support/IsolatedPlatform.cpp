@@ -124,6 +124,7 @@ struct IsolatedPlatform::Impl {
     std::ofstream(file) << lines << '\n';
     environment["LUMENAR_NAMING"] = "127.0.0.1:" + std::to_string(naming_port);
     environment["LUMENAR_TRANSPORT_CONF"] = file.string();
+    environment["XDG_STATE_HOME"] = (directory / "state").string();
   }
 };
 

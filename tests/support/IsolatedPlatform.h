@@ -63,7 +63,8 @@ class IsolatedPlatform {
   explicit IsolatedPlatform(const Options& options);
   ~IsolatedPlatform();
 
-  /// The environment that points a program at this platform: LUMENAR_NAMING and LUMENAR_TRANSPORT_CONF.
+  /// The environment that points a program at this platform: LUMENAR_NAMING and LUMENAR_TRANSPORT_CONF, and
+  /// XDG_STATE_HOME for what programs keep.
   const std::map<std::string, std::string>& Environment() const;
   const std::filesystem::path& Directory() const;
   std::string NamingAddress() const;

@@ -1,6 +1,10 @@
 // The factory as clients meet it: selection, refusal with every line and text, ids, deletion.
 #include <gmock/gmock.h>
 
+#include <cstring>
+#include <set>
+#include <sstream>
+
 #include "tests/system/EngineFixture.h"
 
 namespace Lumenar::Test {
@@ -28,6 +32,15 @@ TEST_F(Factory, AFreshEngineCreatesASubtract) {
   CORBA::String_var type = math->GetType();
   EXPECT_STREQ(type, "Subtract");
   EXPECT_EQ(math->GetId(), 0);
+}
+
+/// A name in the standard's own text form, in which components without a point have an empty kind.
+TEST_F(Factory, StandsUnderNamesOfEmptyKind) {
+  const std::string name = "corbaname::" + platform_.NamingAddress() + "#Lumenar/local/MATHFACTORY/1";
+  CORBA::Object_var object = bench_.Orb().Orb()->string_to_object(name.c_str());
+  Corvanta::MathFactory::Interfaces_var factory = Corvanta::MathFactory::Interfaces::_narrow(object);
+  ASSERT_FALSE(CORBA::is_nil(factory));
+  EXPECT_TRUE(factory->_is_equivalent(factory_));
 }
 
 TEST_F(Factory, TheSelectorNamesTheFiveOperations) {
@@ -180,6 +193,39 @@ TEST_F(Factory, DeletionEndsTheObjectItsReadingsAndItsSubscriptions) {
   EXPECT_EQ(Corvanta::SubscriptionStatusSeq_var(manager->Subscriptions())->length(), 0u);
   EXPECT_THROW(math->GetId(), CORBA::OBJECT_NOT_EXIST);
   EXPECT_THROW(CORBA::String_var(result->Name()), CORBA::OBJECT_NOT_EXIST);
+}
+
+/// The operations that a process called remotely, by the lines that its ORB writes about each.
+std::multiset<std::string> RemoteCalls(const std::string& lines) {
+  constexpr const char* kBegin = "Invoke '";
+  std::multiset<std::string> calls;
+  std::istringstream text(lines);
+  for (std::string line; std::getline(text, line);) {
+    const std::size_t begin = line.find(kBegin);
+    if (begin == std::string::npos || line.find("on remote") == std::string::npos) continue;
+    const std::size_t name = begin + std::strlen(kBegin);
+    calls.insert(line.substr(name, line.find('\'', name) - name));
+  }
+  return calls;
+}
+
+TEST_F(Factory, CreationAsksEachInputAndTheTopicManagerNothingTwice) {
+  Process& engine = platform_.StartEngine("math_factory_hh", {{"ORBtraceInvocations", "1"}});
+  factory_ = bench_.Factory("2");
+  ScalarInput first(bench_, "FIRST", ScalarOf(1, C_Watts)), second(bench_, "SECOND", ScalarOf(1, C_Watts));
+  const auto calls_of_one = [&] {
+    const std::size_t before = engine.Error().size();
+    const Corvanta::MathFactory::Math_var math = Create(Subtract, Inputs(first, second));
+    return RemoteCalls(engine.Error().substr(before));
+  };
+  calls_of_one();  // finds the topic manager and opens the connections
+  std::multiset<std::string> calls = calls_of_one();
+  for (const char* watch : {"Renew", "_non_existent"}) calls.erase(watch);  // of threads that watch others
+  EXPECT_LE(calls.count("SubscriptionEpoch"), 2u) << "one for both subscriptions, and perhaps one of the watch";
+  calls.erase("SubscriptionEpoch");
+  // The present values once more behind the subscriptions, so that no sample falls between. TYPE is published as well as RESULT.
+  EXPECT_THAT(calls, ElementsAre("CORBA_Type", "CORBA_Type", "DDS_Value", "DDS_Value", "Get", "Get", "Get", "Get", "Publish",
+                                 "Publish", "Subscribe", "Subscribe"));
 }
 
 TEST_F(Factory, ObjectsOfOneKindHaveDistinctItemsAndTopics) {

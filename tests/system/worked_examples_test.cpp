@@ -39,18 +39,21 @@ TEST_F(WorkedExamples, AverageAfterAnInfinityIsOffUntilReset) {
   ScalarInput input(bench_, "INPUT", ScalarOf(1, Value::C_Watts));
   Corvanta::MathFactory::Math_var math = Create(MathType::Average, Inputs(input));
   Corvanta::MathFactory::Average_var average = Corvanta::MathFactory::Average::_narrow(math);
+  Corvanta::EngineAttribLong_var(average->AttrSize())->Set(2);
   Watcher<Scalar> results(ResultTopic(math));
   input = ScalarOf(std::numeric_limits<double>::infinity(), Value::C_Watts);  // its mean is refused: RESULT stays 1
-  input = ScalarOf(2, Value::C_Watts);                                        // so is this one's: the infinity leaves the sum
-  input = ScalarOf(3, Value::C_Watts);                                        // 1 + 3 - 2
-  ASSERT_EQ(results.WaitFor(1).size(), 1u);
+  input = ScalarOf(2, Value::C_Watts);                                        // (2 * 1 + 2 - 1) / 2
+  input = ScalarOf(3, Value::C_Watts);                                        // refused: the infinity leaves the sum
+  input = ScalarOf(4, Value::C_Watts);                                        // (2 * 1.5 + 4 - 2) / 2
+  ASSERT_EQ(results.WaitFor(2).size(), 2u);
   Corvanta::EngineAttribVoid_var(average->AttrReset())->Set();
-  input = ScalarOf(4, Value::C_Watts);
-  const auto published = results.WaitFor(3);
-  ASSERT_EQ(published.size(), 3u);
-  EXPECT_EQ(published[0].val, 2);
-  EXPECT_EQ(published[1].val, 3);
+  input = ScalarOf(5, Value::C_Watts);
+  const auto published = results.WaitFor(4);
+  ASSERT_EQ(published.size(), 4u);
+  EXPECT_EQ(published[0].val, 1.5);
+  EXPECT_EQ(published[1].val, 2.5);
   EXPECT_EQ(published[2].val, 4);
+  EXPECT_EQ(published[3].val, 5);
 }
 
 TEST_F(WorkedExamples, Peak) {

@@ -163,7 +163,7 @@ TEST(UnixEndpoints, AProgramRefusesADirectoryThatOthersCanWriteTo) {
   const auto manager = platform.Start("topic_manager", {}, {{"LUMENAR_TRANSPORT_CONF", file.string()}});
 
   EXPECT_EQ(manager->WaitForExit(), 1);
-  EXPECT_EQ(manager->Error(), "topic_manager: giop:unix:" + open.string() + "/: " + open.string() +
+  EXPECT_EQ(manager->Error(), "topic_manager: " + file.string() + ":1: orb.endpoint: giop:unix:" + open.string() + "/: " + open.string() +
                                   " can be written by others: it must be its owner's alone (chmod 700)\n");
 }
 

@@ -1,0 +1,140 @@
+// Row "unread answers": clients that ask for large values and never take the answers.
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <sys/socket.h>
+
+#include <csignal>
+#include <future>
+
+#include "tests/faults/FaultCase.h"
+#include "tests/faults/GoodClient.h"
+#include "tests/faults/HostileTargets.h"
+#include "tests/faults/ProcessFigures.h"
+#include "tests/faults/ProcessWatch.h"
+
+namespace Lumenar::Test {
+namespace {
+
+using namespace Corvanta::Test;
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+constexpr std::size_t kMillion = 1'000'000;
+constexpr long kSlack_kB = 64 * 1024;
+
+/// Answers hold 64 MB at most here, and are given up after 3 s.
+class UnreadAnswers : public HostileFixture {
+ protected:
+  static constexpr long kLimit_kB = 64 * 1024;
+  UnreadAnswers() : HostileFixture({.transport = "orb.send_timeout_ms = 3000\norb.max_unsent_bytes = 67108864\n"}) {}
+
+  /// The result of an object over a trace of so many points.
+  ObjectAddress ResultOf(std::size_t points) {
+    trace_ = std::make_unique<TraceInput>(bench_, "LARGE", Trace(std::vector<float>(points, 1.0f), kMilliwatt));
+    math_ = Create(Peak, Inputs(*trace_));
+    Corvanta::EngineReadingBase_var result = math_->AttrResult();
+    CORBA::String_var reference = bench_.Orb().Orb()->object_to_string(result);
+    return Corvanta::Test::AddressOf(reference.in());
+  }
+
+  /// Asks so often on each of so many connections.
+  static std::vector<std::unique_ptr<RawClient>> Ask(const ObjectAddress& target, int connections, int times) {
+    std::vector<std::unique_ptr<RawClient>> clients;
+    for (int i = 0; i < connections; ++i) {
+      clients.push_back(std::make_unique<RawClient>(target));
+      std::string requests;
+      for (int request = 0; request < times; ++request) requests += clients.back()->Request("Get", Wire());
+      clients.back()->Send(requests);
+    }
+    return clients;
+  }
+
+  /// Takes an answer bit by bit, slower than it could; its bytes.
+  static std::size_t TakeSlowly(RawClient& client, std::size_t bytes, std::chrono::milliseconds pause) {
+    std::vector<char> piece(256 * 1024);
+    std::size_t taken = 0;
+    while (taken < bytes) {
+      const ssize_t count = recv(client.Socket(), piece.data(), std::min(piece.size(), bytes - taken), 0);
+      if (count <= 0) break;
+      taken += static_cast<std::size_t>(count);
+      std::this_thread::sleep_for(pause);  // its pace
+    }
+    return taken;
+  }
+
+  bool EngineSays(const std::string& text) {
+    return WaitUntil([&] { return engine_.Error().find(text) != std::string::npos; }, 20s);
+  }
+
+  void ExpectNothingStays(const ProcessWatch& watch) {
+    EXPECT_EQ(watch.Stays(), "");
+    EXPECT_LT(watch.Growth_kB(), kLimit_kB + kSlack_kB);
+    ExpectSamplesFlow();
+  }
+
+  std::unique_ptr<TraceInput> trace_;
+  Corvanta::MathFactory::Math_var math_;
+};
+
+TEST_F(UnreadAnswers, OnOneConnection) {
+  DescribeFault("unread answers: one connection", "512 times Get of a 4 MB trace on one connection, and nothing is read",
+                "memory below the limit of answers and 64 MB, few threads, closed after the time limit with one line, a good client served in 1 s");
+  const ObjectAddress result = ResultOf(kMillion);
+  const ProcessWatch watch("engine", engine_.Pid());
+  GoodClient good(Factory());
+  const auto clients = Ask(result, 1, 512);
+  EXPECT_TRUE(EngineSays("it took nothing of its answer for 3000 ms (orb.send_timeout_ms)")) << engine_.Error();
+  EXPECT_TRUE(clients[0]->WaitUntilClosed(10s));
+  EXPECT_LT(good.Slowest(), 1s);
+  ExpectNothingStays(watch);
+  ReportFigure(fmt::format("memory +{} MB", watch.Growth_kB() / 1024));
+}
+
+TEST_F(UnreadAnswers, OnManyConnections) {
+  DescribeFault("unread answers: many connections", "Get of a 4 MB trace on 512 connections, and nothing is read",
+                "memory below the limit of answers and 64 MB; a slow client that reads gets its answer, a good client is served in 1 s");
+  const ObjectAddress result = ResultOf(kMillion);
+  const ProcessWatch watch("engine", engine_.Pid());
+  GoodClient good(Factory());
+  RawClient slow(result);
+  slow.Send(slow.Request("Get", Wire()));
+  auto taken = std::async(std::launch::async, [&] { return TakeSlowly(slow, 4 * kMillion, 100ms); });
+  auto clients = Ask(result, ByLength(100, 400), 2);
+  EXPECT_TRUE(EngineSays("the limit (orb.max_unsent_bytes)")) << engine_.Error();
+  EXPECT_GE(taken.get(), 4 * kMillion) << "the slow one";
+  EXPECT_LT(good.Slowest(), 1s);
+  clients.clear();  // some were refused, in words
+  EXPECT_TRUE(WaitUntil([&] { return CountThreads(engine_.Pid()) < 40; }, 60s)) << "the ORB keeps idle ones for a while";
+  ExpectNothingStays(watch);
+  ReportFigure(fmt::format("memory +{} MB", watch.Growth_kB() / 1024));
+}
+
+TEST_F(UnreadAnswers, OfLargeTraces) {
+  DescribeFault("unread answers: large traces", "Get of a trace larger than the limit of answers on 64 connections, and nothing is read",
+                "one answer at a time, few threads; memory below two such answers; afterwards a slow client that reads gets its own");
+  const std::size_t points = ByLength(17 * kMillion, 20 * kMillion);
+  const ObjectAddress result = ResultOf(points);
+  const ProcessWatch watch("engine", engine_.Pid());
+  const std::size_t connections = ByLength(16, 64);
+  auto clients = Ask(result, static_cast<int>(connections), 2);
+  EXPECT_TRUE(EngineSays("the limit (orb.max_unsent_bytes)")) << engine_.Error();
+  EXPECT_LT(CountThreads(engine_.Pid()), 2 * connections + 20) << "one for each request, beside the engine's own";
+  clients.clear();  // some were refused, in words
+  RawClient slow(result);
+  slow.Send(slow.Request("Get", Wire()));
+  EXPECT_GE(TakeSlowly(slow, 4 * points, 5ms), 4 * points) << "the slow one";
+  EXPECT_EQ(watch.Stays(), "");
+  EXPECT_LT(watch.Growth_kB(), static_cast<long>(points * 4 / 1024 * 2) + kSlack_kB);
+  ReportFigure(fmt::format("{} MB each: memory +{} MB", points * 4 >> 20, watch.Growth_kB() / 1024));
+}
+
+TEST_F(UnreadAnswers, AProcessThatWaitsForThemEnds) {
+  const ObjectAddress result = ResultOf(kMillion);
+  const auto clients = Ask(result, 4, 2);
+  EXPECT_TRUE(WaitUntil([&] { return CountThreads(engine_.Pid()) > 8; }));
+  engine_.Signal(SIGTERM);
+  EXPECT_EQ(engine_.WaitForExit(10s), 0);
+}
+
+}  // namespace
+}  // namespace Lumenar::Test
