@@ -72,7 +72,8 @@ class OwnConnection final : public Transport::Opened {
   }
 
  private:
-  static constexpr std::uint64_t kRest_ns = 20'000'000;
+  /// Shorter than any process needs to come back on its port; two steps of the coarse clock.
+  static constexpr std::uint64_t kRest_ns = 8'000'000;
 
   /// Looks at a connection that was at rest. Whatever has come is nothing that anybody waits for: the end, or a farewell.
   [[gnu::noinline]] bool IsClosedByPeer() {

@@ -214,11 +214,25 @@ void DeliverySchedule::LookNow(const EndpointPtr& endpoint) {
   first_looks_.push_back(endpoint);
 }
 
+/// The newest and the oldest in turn: neither does one that comes behind many mute ones wait for all of them, nor the other way round.
+DeliverySchedule::EndpointPtr DeliverySchedule::TakeFirstLook() {
+  newest_first_ = !newest_first_;
+  EndpointPtr& end = newest_first_ ? first_looks_.back() : first_looks_.front();
+  const EndpointPtr endpoint = std::move(end);
+  newest_first_ ? first_looks_.pop_back() : first_looks_.pop_front();
+  return endpoint;
+}
+
+DeliverySchedule::EndpointPtr DeliverySchedule::TakeLook() {
+  if (!first_looks_.empty()) return TakeFirstLook();
+  const EndpointPtr endpoint = std::move(due_looks_.front());
+  due_looks_.pop_front();
+  return endpoint;
+}
+
 std::optional<DeliverySchedule::Delivery> DeliverySchedule::NextLook(SteadyTime now) {
   while (HasLook()) {
-    std::deque<EndpointPtr>& looks = first_looks_.empty() ? due_looks_ : first_looks_;
-    const EndpointPtr endpoint = std::move(looks.front());
-    looks.pop_front();
+    const EndpointPtr endpoint = TakeLook();
     if (endpoint->handles.empty()) continue;
     auto handle = endpoint->handles.upper_bound(endpoint->looked_at);
     if (handle == endpoint->handles.end()) handle = endpoint->handles.begin();

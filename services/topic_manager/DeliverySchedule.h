@@ -104,6 +104,8 @@ class DeliverySchedule {
   bool IsDoubtful(const Endpoint& endpoint, SteadyTime now) const;
   void LookAfter(const EndpointPtr& endpoint, SteadyTime moment);
   void LookNow(const EndpointPtr& endpoint);
+  EndpointPtr TakeFirstLook();
+  EndpointPtr TakeLook();
   std::vector<SubscriptionPtr> FinishLook(const Delivery& look, Outcome outcome, SteadyTime now);
   std::vector<SubscriptionPtr> LookedInVain(const Delivery& look, Outcome outcome, SteadyTime now);
   std::vector<SubscriptionPtr> AllOf(const Endpoint& endpoint) const;
@@ -139,6 +141,7 @@ class DeliverySchedule {
   std::multiset<SteadyTime> in_flight_;
   std::multimap<SteadyTime, EndpointPtr> looks_;
   std::deque<EndpointPtr> first_looks_;  ///< at processes that were not looked at yet, so that those that answer go before all the others
+  bool newest_first_ = false;
   std::deque<EndpointPtr> due_looks_;
   std::size_t looks_in_flight_ = 0;
   std::deque<SubscriptionPtr> waiting_;  ///< for their turn to try their processes
