@@ -85,6 +85,18 @@ struct DdsBaseAccess::Impl {
   std::atomic<unsigned long long> lost{0};
 
  private:
+  /// A call that makes a subscription; the end of the ORB waits for it, so that none stands that nobody ends.
+  class Making {
+   public:
+    explicit Making(Impl& impl);
+    ~Making();
+    Making(const Making&) = delete;
+    Making& operator=(const Making&) = delete;
+
+   private:
+    Impl& impl_;
+  };
+
   ORB_wrapper_base* Attach();
   CORBA::Long SubscribeAt(DDS_Manager_ptr manager, const char* topic, DDS_Sub_ptr subscriber, const Renewed& renewed);
   DDS_Manager_ptr Try(ORB_wrapper_base& orb, Urgency urgency);
@@ -104,6 +116,8 @@ struct DdsBaseAccess::Impl {
   DDS_Manager_var manager_ GUARDED_BY(mutex_);  ///< nil while the manager is away
   DDS_Manager_var known_ GUARDED_BY(mutex_);    ///< the last that answered, or nil
   std::chrono::steady_clock::time_point answered_ GUARDED_BY(mutex_){};  ///< when manager_ last answered a question or a subscription
+  unsigned making_ GUARDED_BY(mutex_) = 0;  ///< subscriptions under way
+  Lumenar::Condition made_;
   Breaker breaker_ GUARDED_BY(mutex_);
   bool noted_ GUARDED_BY(mutex_) = false;  ///< the absence stands on standard error
   std::set<std::string> refused_ GUARDED_BY(mutex_);  ///< topics of which a refused sample was noted
@@ -276,8 +290,22 @@ CORBA::Long DdsBaseAccess::Impl::Subscribe(const char* topic, DDS_Sub_ptr subscr
   }
 }
 
+/// Errors   CORBA::TRANSIENT when the ORB ends.
+DdsBaseAccess::Impl::Making::Making(Impl& impl) : impl_(impl) {
+  Lock lock(impl_.mutex_);
+  if (!impl_.open_) throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
+  ++impl_.making_;
+}
+
+DdsBaseAccess::Impl::Making::~Making() {
+  Lock lock(impl_.mutex_);
+  --impl_.making_;
+  impl_.made_.NotifyAll();
+}
+
 /// A subscription of which no note can be kept does not stay.
 CORBA::Long DdsBaseAccess::Impl::SubscribeAt(DDS_Manager_ptr manager, const char* topic, DDS_Sub_ptr subscriber, const Renewed& renewed) {
+  const Making making(*this);
   const CORBA::Long handle = manager->Subscribe(topic, subscriber);
   NoteAnswer(manager);
   try {
@@ -306,6 +334,7 @@ void DdsBaseAccess::Impl::EndAll() {
   {
     Lock lock(mutex_);
     open_ = false;
+    while (making_ > 0) made_.Wait(mutex_);  // each has the time limit of remote calls
   }
   const auto standing = standing_.End();
   DDS_Manager_var manager;

@@ -77,7 +77,7 @@ class OwnConnection final : public Transport::Opened {
 
   /// Looks at a connection that was at rest. Whatever has come is nothing that anybody waits for: the end, or a farewell.
   [[gnu::noinline]] bool IsClosedByPeer() {
-    if (!calls_.IsAtRest()) return false;
+    if (!calls_.IsAtRest() || !framing_.IsPlain()) return false;  // the rest of a refused answer may still come
     char byte = 0;
     const ssize_t count = recv(this->handle(), &byte, 1, MSG_PEEK | MSG_DONTWAIT);
     return count >= 0 || (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR);
