@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <boost/noncopyable.hpp>
@@ -16,7 +17,8 @@ class DDS_Publisher : public DDS_BaseObj, virtual public boost::noncopyable {
 
   const std::string& Topic() const noexcept { return topic_; }
 
-  /// Sends a record on the topic. Never throws; see DdsBaseAccess::Publish. The caller keeps the order: one call at a time.
+  /// Sends a record on the topic. Never throws; see DdsBaseAccess::Publish. The caller keeps the order: one call at a
+  /// time.
   void Publish(const T& record) noexcept { DdsBase().Publish(topic_.c_str(), ViewOf(record)); }
 
  private:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <atomic>
@@ -71,7 +72,6 @@ class SubscriberServant : public GroupSubscriber, public ClosableServant, privat
   }
 
  private:
-
   /// `record` is null for a sample of another kind. An empty callback throws boost::bad_function_call.
   template <class Record>
   void Deliver(Record* record) {
@@ -85,7 +85,8 @@ class SubscriberServant : public GroupSubscriber, public ClosableServant, privat
   /// Both lines in one write, so that those of other threads do not come between.
   void WriteUnfit() const {
     const std::string signature =
-        std::string("void Corvanta::DDS_Subscriber<T>::DDS_Callback(const CORBA::Any&) [with T = ") + TopicRecord<T>::kName + "]";
+        std::string("void Corvanta::DDS_Subscriber<T>::DDS_Callback(const CORBA::Any&) [with T = ") +
+        TopicRecord<T>::kName + "]";
     Lumenar::WriteOut(signature + " error filling message \ntopic is " + topic_);
   }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Value/Unit_conversion.h"
 
 #include "Value/conversion_table.h"
@@ -24,20 +25,13 @@ void With_rule(Number_rule rule, Visit&& visit) {
   constexpr T kScale = T(1.8);
   constexpr T kZero = T(273.15);
   switch (rule) {
-    case Number_rule::Keep:
-      return visit([](T v) { return v; });
-    case Number_rule::Degree_C_to_F:
-      return visit([](T v) { return kOffset + kScale * v; });
-    case Number_rule::Degree_F_to_C:
-      return visit([](T v) { return (v - kOffset) / kScale; });
-    case Number_rule::Degree_C_to_K:
-      return visit([](T v) { return v + kZero; });
-    case Number_rule::Degree_F_to_K:
-      return visit([](T v) { return (v - kOffset) / kScale + kZero; });
-    case Number_rule::Kelvin_to_C:
-      return visit([](T v) { return v - kZero; });
-    case Number_rule::Kelvin_to_F:
-      return visit([](T v) { return kOffset + (v - kZero) * kScale; });
+    case Number_rule::Keep: return visit([](T v) { return v; });
+    case Number_rule::Degree_C_to_F: return visit([](T v) { return kOffset + kScale * v; });
+    case Number_rule::Degree_F_to_C: return visit([](T v) { return (v - kOffset) / kScale; });
+    case Number_rule::Degree_C_to_K: return visit([](T v) { return v + kZero; });
+    case Number_rule::Degree_F_to_K: return visit([](T v) { return (v - kOffset) / kScale + kZero; });
+    case Number_rule::Kelvin_to_C: return visit([](T v) { return v - kZero; });
+    case Number_rule::Kelvin_to_F: return visit([](T v) { return kOffset + (v - kZero) * kScale; });
   }
 }
 

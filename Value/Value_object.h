@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "platform/units/Units.h"
@@ -8,7 +9,8 @@ namespace Lumenar::Value {
 /// A number with a unit and an asymmetric error band. Instantiated for float (samples of a trace) and double (scalars),
 /// in Value_object_float.cpp and Value_object_double.cpp.
 ///
-/// Invariant  minus_err is not greater than plus_err: two errors are sorted whenever they are stored (equal errors, or a
+/// Invariant  minus_err is not greater than plus_err: two errors are sorted whenever they are stored (equal errors, or
+/// a
 ///            NaN, put the second given one into minus_err).
 /// Threads    a value; all static and const functions are pure.
 template <class T>
@@ -29,19 +31,22 @@ class Value_object {
 
   /// The value in another unit.
   ///
-  /// float:  the numbers are scaled as if linear even when this unit is in dB; whoever holds dB calls Normalize_DB first.
+  /// float:  the numbers are scaled as if linear even when this unit is in dB; whoever holds dB calls Normalize_DB
+  /// first.
   ///         A target in dB turns the scaled numbers into dB.
-  /// double: the decibel flags of both sides count: to linear when only this unit is in dB, to dB when only the target is,
-  ///         unchanged when both units are the same in every respect, through linear when both are in dB of different units.
+  /// double: the decibel flags of both sides count: to linear when only this unit is in dB, to dB when only the target
+  /// is,
+  ///         unchanged when both units are the same in every respect, through linear when both are in dB of different
+  ///         units.
   /// Errors  UnitDimensionNotSame; OperationNotValid for a malformed target.
   Value_object Convert_to(const Units& target) const;
 
-  /// dB numbers turned linear: k * 10^(x/10), k = Units_library::Decibel_factor. The unit stays, is_dB included; a linear
-  /// value comes back as it is. Not the inverse of Apply_DB where k is not 1.
+  /// dB numbers turned linear: k * 10^(x/10), k = Units_library::Decibel_factor. The unit stays, is_dB included; a
+  /// linear value comes back as it is. Not the inverse of Apply_DB where k is not 1.
   static Value_object Normalize_DB(const Value_object& source);
 
-  /// Linear numbers of a unit that is marked as in dB turned into dB: 10 * k * log10(x). The unit stays; a value whose unit
-  /// is not in dB comes back as it is.
+  /// Linear numbers of a unit that is marked as in dB turned into dB: 10 * k * log10(x). The unit stays; a value whose
+  /// unit is not in dB comes back as it is.
   static Value_object Apply_DB(const Value_object& source);
 
   /// Errors   std::out_of_range "Value is out of range" for a value that is not finite or an error that is NaN.
@@ -80,7 +85,8 @@ class Value_object {
 };
 
 /// The difference of two levels, at least one of them in dB, in a's unit; the errors are subtracted pairwise.
-/// Errors   OperationNotValid when neither is in dB; then MissingUnitInFirstParameter when a has no unit; UnitDimensionNotSame.
+/// Errors   OperationNotValid when neither is in dB; then MissingUnitInFirstParameter when a has no unit;
+///          UnitDimensionNotSame.
 template <class T>
 Value_object<T> Relative_sub(const Value_object<T>& a, const Value_object<T>& b);
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Value/Value_object.h"
 
 #include "Value/Value_object_impl.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "Value/Unit_conversion.h"
@@ -42,6 +43,7 @@ struct Units_conv {
   static const std::vector<Units_conversion<T>> Unit_conv_vect;
 };
 
-template <> const std::vector<Units_conversion<float>> Units_conv<float>::Unit_conv_vect;
+template <>
+const std::vector<Units_conversion<float>> Units_conv<float>::Unit_conv_vect;
 
 }  // namespace Lumenar::Value

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Value/decibel_exact.h"
 
 #include <algorithm>
@@ -14,9 +15,9 @@ namespace {
 /// 10^n is a double up to n = 22.
 constexpr int kLargest_exact_power = 22;
 
-constexpr std::array<double, kLargest_exact_power + 1> kPowers_of_ten = {
-    1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-    1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+constexpr std::array<double, kLargest_exact_power + 1> kPowers_of_ten = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                                         1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                                                         1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
 /// ln(1 + r) = 2 atanh(r / (2 + r)) for sqrt(1/2) <= 1 + r < sqrt(2): what 22 terms leave out is below 2^-115.
 Double_double Log_near_1(double r) noexcept {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Value/decibel_kernels.h"
 
 #include <algorithm>
@@ -92,8 +93,8 @@ struct Log10 {
     return (static_cast<double>(m) - 1.0) / (static_cast<double>(m) + 1.0);
   }
 
-  /// (m - 1) / (m + 1). A reciprocal in float is off by a factor 1 - e, with e about 2^-23 at most; e comes out exactly, and so does the reciprocal's
-  /// product with m - 1. 1 / (1 - e) is 1 + e but for 2^-46.
+  /// (m - 1) / (m + 1). A reciprocal in float is off by a factor 1 - e, with e about 2^-23 at most; e comes out
+  /// exactly, and so does the reciprocal's product with m - 1. 1 / (1 - e) is 1 + e but for 2^-46.
   LUMENAR_KERNEL static double Reduce_by_reciprocal(float m) noexcept {
     const double reciprocal = 1.0f / (m + 1.0f);
     const double e = __builtin_fma(-static_cast<double>(m), reciprocal, 1.0 - reciprocal);
@@ -107,16 +108,18 @@ struct Log10 {
     return Arithmetic::Multiply_add(static_cast<double>(Exponent(x)), Detail::kLog10_of_2.high, log10_m);
   }
 
-  /// The estimate's last 29 bits are those that a float has no room for, and the middle of two floats is at 2^28: within the error of it,
-  /// the estimate does not settle which of the two it is.
+  /// The estimate's last 29 bits are those that a float has no room for, and the middle of two floats is at 2^28:
+  /// within the error of it, the estimate does not settle which of the two it is.
   LUMENAR_KERNEL static Attempt Round(float x, double estimate) noexcept {
     constexpr std::uint32_t kSmallest_normal = 0x00800000;
     constexpr std::uint32_t kInfinite = 0x7f800000;
     constexpr std::uint32_t kMiddle = 1u << 28;
-    constexpr auto kError = static_cast<std::uint32_t>(kLog10_error * 0x1p53);  // in units of the last place, of which there are 2^53 at most
+    constexpr auto kError = static_cast<std::uint32_t>(
+        kLog10_error * 0x1p53);  // in units of the last place, of which there are 2^53 at most
     const std::uint32_t rest = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(estimate)) & (2 * kMiddle - 1);
     const std::int32_t near_middle = rest - (kMiddle - kError) <= 2 * kError ? -1 : 0;
-    const std::int32_t special = std::bit_cast<std::uint32_t>(x) - kSmallest_normal >= kInfinite - kSmallest_normal ? -1 : 0;
+    const std::int32_t special =
+        std::bit_cast<std::uint32_t>(x) - kSmallest_normal >= kInfinite - kSmallest_normal ? -1 : 0;
     return {static_cast<float>(estimate), near_middle | special};
   }
 };
@@ -145,9 +148,7 @@ class To_linear {
  public:
   explicit To_linear(double k) noexcept : k_(k), one_end_(k * (1 - kPower_error)), other_end_(k * (1 + kPower_error)) {}
 
-  bool Has_estimate() const noexcept {
-    return std::abs(k_) >= kSmallest_factor && std::abs(k_) <= kLargest_factor;
-  }
+  bool Has_estimate() const noexcept { return std::abs(k_) >= kSmallest_factor && std::abs(k_) <= kLargest_factor; }
 
   template <class Arithmetic>
   LUMENAR_KERNEL static float Reduce(float x) noexcept {
@@ -181,7 +182,8 @@ class To_linear {
 
 template <class Kernel>
 Attempt Try(const Kernel& kernel, float x) noexcept {
-  return kernel.Round(x, Kernel::template Estimate<Separate_products>(x, Kernel::template Reduce<Separate_products>(x)));
+  return kernel.Round(x,
+                      Kernel::template Estimate<Separate_products>(x, Kernel::template Reduce<Separate_products>(x)));
 }
 
 constexpr std::size_t kBlock = 64;
@@ -200,12 +202,12 @@ LUMENAR_KERNEL void Reduce_block(const float* in, Reduced_block<Arithmetic, Kern
   for (std::size_t i = 0; i < kBlock; ++i) reduced[i] = Kernel::template Reduce<Arithmetic>(in[i]);
 }
 
-/// kBlock samples, step by step: the steps of one sample wait for each other, those of a block overlap. `reduced` comes with their first
-/// step done and goes with that of the samples `next`: its divisions keep a unit busy that the last step leaves alone. The result goes
-/// through a buffer of its own, since `in` may be `out` and is needed for the redo.
+/// kBlock samples, step by step: the steps of one sample wait for each other, those of a block overlap. `reduced` comes
+/// with their first step done and goes with that of the samples `next`: its divisions keep a unit busy that the last
+/// step leaves alone. The result goes through a buffer of its own, since `in` may be `out` and is needed for the redo.
 template <class Arithmetic, class Kernel>
-LUMENAR_KERNEL void Convert_block(const Kernel& kernel, const float* in, const float* next, Reduced_block<Arithmetic, Kernel>& reduced,
-                                  float* out) noexcept {
+LUMENAR_KERNEL void Convert_block(const Kernel& kernel, const float* in, const float* next,
+                                  Reduced_block<Arithmetic, Kernel>& reduced, float* out) noexcept {
   std::array<double, kBlock> estimate;
   for (std::size_t i = 0; i < kBlock; ++i) estimate[i] = Kernel::template Estimate<Arithmetic>(in[i], reduced[i]);
   std::array<float, kBlock> result;

@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstddef>
 
-// A result that is not a number is always the quiet NaN without sign and payload, whatever went in. All functions expect
-// the default floating-point environment: rounding to nearest, denormal numbers kept.
+// A result that is not a number is always the quiet NaN without sign and payload, whatever went in. All functions
+// expect the default floating-point environment: rounding to nearest, denormal numbers kept.
 namespace Lumenar::Value {
 
 /// The correctly rounded single-precision base-10 logarithm: the same bits on every processor and in every path.

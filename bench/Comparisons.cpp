@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "bench/Comparisons.h"
 
 #include <benchmark/benchmark.h>
@@ -34,12 +35,15 @@ class Times : public benchmark::ConsoleReporter {
 };
 
 void Register(const std::string& name, const std::function<void()>& work) {
-  benchmark::RegisterBenchmark(name.c_str(), [&work](benchmark::State& state) {
-    for (auto _ : state) {
-      work();
-      benchmark::ClobberMemory();
-    }
-  })->Repetitions(kRepetitions)->MinTime(kTimeOfOne_s);
+  benchmark::RegisterBenchmark(name.c_str(),
+                               [&work](benchmark::State& state) {
+                                 for (auto _ : state) {
+                                   work();
+                                   benchmark::ClobberMemory();
+                                 }
+                               })
+      ->Repetitions(kRepetitions)
+      ->MinTime(kTimeOfOne_s);
 }
 
 Figure FigureOf(const Comparison& comparison, const Times& times) {

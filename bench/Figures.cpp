@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "bench/Figures.h"
 
 #include <fmt/format.h>
@@ -21,14 +22,16 @@ std::string OrDash(const std::optional<double>& value) { return value ? fmt::for
 
 }  // namespace
 
-Figure AtMost(std::string figure, double value, std::string unit, std::optional<double> limit, std::optional<double> target) {
+Figure AtMost(std::string figure, double value, std::string unit, std::optional<double> limit,
+              std::optional<double> target) {
   Figure row{std::move(figure), value, std::move(unit), limit, {}, target, {}};
   if (limit) row.ratio = value / *limit;
   if (row.ratio && target) row.met = *row.ratio <= *target;
   return row;
 }
 
-Figure FasterThan(std::string figure, double value, std::string unit, std::optional<double> limit, std::optional<double> target) {
+Figure FasterThan(std::string figure, double value, std::string unit, std::optional<double> limit,
+                  std::optional<double> target) {
   Figure row{std::move(figure), value, std::move(unit), limit, {}, target, {}};
   if (limit) row.ratio = *limit / value;
   if (row.ratio && target) row.met = *row.ratio >= *target;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rows of all benchmarks, one JSON object a line on standard input: as one table, or with --json as one JSON list.
 #include <fmt/format.h>
 

@@ -1,5 +1,6 @@
-// The decibel kernels on a trace of 10,001 points, beside the loop over the C library's function that they replace and beside
-// VOLK, where it is installed; and how many results of those two are not the correctly rounded ones.
+// SPDX-License-Identifier: Apache-2.0
+// The decibel kernels on a trace of 10,001 points, beside the loop over the C library's function that they replace and
+// beside VOLK, where it is installed; and how many results of those two are not the correctly rounded ones.
 #include <benchmark/benchmark.h>
 
 #include <bit>
@@ -108,11 +109,17 @@ std::vector<Comparison> Comparisons() {
   };
   for (const auto& [path, name, to_decibel, to_linear] : kPaths) {
     if (!Value::Detail::Is_available(path)) continue;
-    const auto decibel = [p = path](const float* in, float* out) { Value::Detail::Linear_to_decibel(p, in, out, kPoints, 1); };
-    const auto linear = [p = path](const float* in, float* out) { Value::Detail::Decibel_to_linear(p, in, out, kPoints, 1); };
+    const auto decibel = [p = path](const float* in, float* out) {
+      Value::Detail::Linear_to_decibel(p, in, out, kPoints, 1);
+    };
+    const auto linear = [p = path](const float* in, float* out) {
+      Value::Detail::Decibel_to_linear(p, in, out, kPoints, 1);
+    };
     const std::string with = std::string(", ") + name + ", faster than ";
-    add("linear to dB" + with + "the C library's loop", Work(Powers(), decibel), Work(Powers(), LibraryToDecibel), to_decibel);
-    add("dB to linear" + with + "the C library's loop", Work(Levels(), linear), Work(Levels(), LibraryToLinear), to_linear);
+    add("linear to dB" + with + "the C library's loop", Work(Powers(), decibel), Work(Powers(), LibraryToDecibel),
+        to_decibel);
+    add("dB to linear" + with + "the C library's loop", Work(Levels(), linear), Work(Levels(), LibraryToLinear),
+        to_linear);
     add("linear to dB" + with + kVolk, Work(Powers(), decibel), Work(Powers(), kVolkToDecibel), {});
     add("dB to linear" + with + kVolk, Work(Levels(), linear), Work(Levels(), kVolkToLinear), {});
   }

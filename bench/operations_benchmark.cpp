@@ -1,6 +1,7 @@
-// The operations on traces through the engine's values, beside what bounds them: a copy of the trace for those that stream
-// through memory, the plain loop for the sum whose order is part of the result. No call allocates, but for the mean's copy
-// of the last RESULT.
+// SPDX-License-Identifier: Apache-2.0
+// The operations on traces through the engine's values, beside what bounds them: a copy of the trace for those that
+// stream through memory, the plain loop for the sum whose order is part of the result. No call allocates, but for the
+// mean's copy of the last RESULT.
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
@@ -141,7 +142,8 @@ void AddAverages(std::vector<Comparison>& all) {
       all.push_back({fmt::format("Average of SIZE {}, one sample, {} points, to memcpy", size, points), "us",
                      kMicroseconds, average(size), Copy(points), times_memcpy});
     }
-    // Beyond the short ones, 99 traces do not fit into the processor's own cache: the one that leaves comes from one shared with others.
+    // Beyond the short ones, 99 traces do not fit into the processor's own cache: the one that leaves comes from one
+    // shared with others.
     all.push_back({fmt::format("Average, one sample, {} points, SIZE 99 to SIZE 2", points), "us", kMicroseconds,
                    average(99), average(2), 1.1});
   }

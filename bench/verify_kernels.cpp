@@ -1,5 +1,6 @@
-#include <CLI/CLI.hpp>
+// SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <atomic>
@@ -66,17 +67,20 @@ std::uint64_t Differences(std::span<const float> a, std::span<const float> b) {
   return count;
 }
 
-/// One chunk at a time: of the floats with the bits first, first + stride, and so on, as many as a chunk holds or there are.
+/// One chunk at a time: of the floats with the bits first, first + stride, and so on, as many as a chunk holds or there
+/// are.
 class Checker {
  public:
-  Checker(const Direction& direction, double k) : direction_(direction), k_(k), in_(kChunk), out_(kChunk), right_(kChunk) {}
+  Checker(const Direction& direction, double k)
+      : direction_(direction), k_(k), in_(kChunk), out_(kChunk), right_(kChunk) {}
 
   void Check(std::uint64_t first, std::uint64_t stride, Outcome& outcome) {
     const std::size_t count = std::min(std::uint64_t{kChunk}, (kAll_floats - first + stride - 1) / stride);
     const std::span in = std::span(in_).first(count);
     const std::span out = std::span(out_).first(count);
     const std::span right = std::span(right_).first(count);
-    for (std::size_t i = 0; i < count; ++i) in[i] = std::bit_cast<float>(static_cast<std::uint32_t>(first + i * stride));
+    for (std::size_t i = 0; i < count; ++i)
+      in[i] = std::bit_cast<float>(static_cast<std::uint32_t>(first + i * stride));
     direction_.judge(in, right, k_, outcome.tally);
     outcome.inputs += count;
     for (std::size_t i = 0; i < std::size(kPaths); ++i) {
@@ -119,8 +123,8 @@ Outcome Check_all(const Direction& direction, double k, std::uint64_t stride, un
 
 /// Returns whether all was right.
 bool Report(const Direction& direction, double k, const Outcome& outcome, double seconds) {
-  fmt::print("{}, k = {}: {} inputs in {:.0f} s, {} decided by MPFR, closest to a boundary 2^{:.1f}\n", direction.name, k,
-             outcome.inputs, seconds, outcome.tally.by_mpfr, outcome.tally.closest);
+  fmt::print("{}, k = {}: {} inputs in {:.0f} s, {} decided by MPFR, closest to a boundary 2^{:.1f}\n", direction.name,
+             k, outcome.inputs, seconds, outcome.tally.by_mpfr, outcome.tally.closest);
   std::uint64_t all = outcome.wrong[std::size(kPaths)];
   for (std::size_t i = 0; i < std::size(kPaths); ++i) {
     const bool available = Detail::Is_available(kPaths[i].path);
@@ -140,7 +144,8 @@ int main(int argc, char** argv) {
   std::uint64_t stride = 1;
   unsigned threads = std::max(1u, std::thread::hardware_concurrency());
   app.add_option("--k", factors, "Decibel factors")->capture_default_str();
-  app.add_option("--stride", stride, "Check one float in so many; an odd number reaches every low bit")->capture_default_str();
+  app.add_option("--stride", stride, "Check one float in so many; an odd number reaches every low bit")
+      ->capture_default_str();
   app.add_option("--threads", threads, "Threads")->capture_default_str();
   CLI11_PARSE(app, argc, argv);
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 set(LUMENAR_NAMING_HOST "127.0.0.1" CACHE STRING "Host of the naming service that engines and programs are built for")
 set(LUMENAR_TRANSPORT_CONF "${CMAKE_INSTALL_FULL_SYSCONFDIR}/lumenar/tcp.conf" CACHE STRING
   "Transport configuration file that engines and programs are built for")

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # One INTERFACE target carries the flags of every target of ours.
 #
 # -ffp-contract=off: a fused multiply-add would give other bits on processors that have one.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Stubs, skeletons and any support of the IDL files, generated into the build tree: lumenar_idl_library(NAME FILES ...).
 find_program(OMNIIDL omniidl REQUIRED)
 find_path(OMNIORB_IDL_DIR corbaidl.idl PATHS /usr/share/idl/omniORB REQUIRED NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)

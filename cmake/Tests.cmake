@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # One test program: lumenar_test(NAME SOURCES ... LINK ... [LABELS ...] [SERIAL] [TIMEOUT seconds]).
 include(GoogleTest)
 

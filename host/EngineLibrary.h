@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <stdexcept>
@@ -15,8 +16,8 @@ class EngineLibraryError : public std::runtime_error {
 /// pointers into it.
 class EngineLibrary {
  public:
-  /// Loads a library by path or by name: "math_factory_hh", also with "lib" and ".so.1" around it. A bare name is looked for
-  /// beside this program (../lib) before the loader's own places.
+  /// Loads a library by path or by name: "math_factory_hh", also with "lib" and ".so.1" around it. A bare name is
+  /// looked for beside this program (../lib) before the loader's own places.
   /// Errors   EngineLibraryError when it cannot be loaded or lacks an entry point.
   explicit EngineLibrary(const std::string& name);
 

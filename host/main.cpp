@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <chrono>
@@ -19,7 +20,8 @@ constexpr int kRan = 0;
 constexpr int kNotStarted = 1;
 constexpr int kNotUsable = Lumenar::kWrongArguments;
 
-constexpr std::chrono::seconds kEndLimit{10};  // longer than one call to somebody who hangs, with the default limit of calls
+constexpr std::chrono::seconds kEndLimit{
+    10};  // longer than one call to somebody who hangs, with the default limit of calls
 
 struct Options {
   std::string library;

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=bash
 # For scripts that start processes and must leave none behind. To be sourced, with `set -euo pipefail`.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <boost/scoped_ptr.hpp>
@@ -65,8 +66,8 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
   }
 
   /// A sample of the input.
-  /// Errors   the value library's: RESULT and FULL keep their values. A sample that cannot be added is forgotten; one whose
-  ///          mean is not finite stays among the samples.
+  /// Errors   the value library's: RESULT and FULL keep their values. A sample that cannot be added is forgotten; one
+  ///          whose mean is not finite stays among the samples.
   void DDS_Callback(const char* /*topic*/, T&& sample) {
     this->TakeSample([&] {
       MathValue<T> value(std::move(sample));

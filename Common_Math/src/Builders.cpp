@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Common_Math/src/Builders.h"
 
 #include <boost/scoped_ptr.hpp>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <utility>
@@ -6,11 +7,12 @@
 
 namespace Lumenar {
 
-/// An operand that goes out of decibels before each computation and back into them after it. Either way may change its last bits, and
-/// each computation goes on from there.
+/// An operand that goes out of decibels before each computation and back into them after it. Either way may change its
+/// last bits, and each computation goes on from there.
 ///
-/// The way back of a trace is put off until the next computation needs it, so that a sample that replaces the operand makes it
-/// unnecessary; and once the way back and out again has changed nothing, it is not gone any more. The numbers are the same.
+/// The way back of a trace is put off until the next computation needs it, so that a sample that replaces the operand
+/// makes it unnecessary; and once the way back and out again has changed nothing, it is not gone any more. The numbers
+/// are the same.
 /// Threads   the caller's lock.
 template <class T>
 class DecibelOperand {
@@ -50,7 +52,7 @@ class DecibelOperand {
   }
 
  private:
-  static constexpr bool kMayPutOff = requires(MathValue<T>& value) { value.GoThroughDecibels(); };
+  static constexpr bool kMayPutOff = requires(MathValue<T> & value) { value.GoThroughDecibels(); };
 
   enum class State {
     AsItCame,        ///< out of dB after Remove_dB, else in dB or without

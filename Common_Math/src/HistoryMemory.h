@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstddef>
@@ -16,7 +17,8 @@ class HistoryMemory {
   /// What one sample holds, from construction to the end.
   class Share {
    public:
-    /// `returned` are bytes of the same history that will be given back for it: who has its full history goes on at the limit.
+    /// `returned` are bytes of the same history that will be given back for it: who has its full history goes on at the
+    /// limit.
     /// Errors   CORBA::IMP_LIMIT beyond the limit.
     explicit Share(std::size_t bytes, std::size_t returned = 0);
     ~Share();

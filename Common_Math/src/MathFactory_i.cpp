@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Common_Math/src/MathFactory_i.h"
 
 #include <algorithm>
@@ -113,7 +114,8 @@ MathFactory_i::Place::Place(MathFactory_i& factory) : factory_(factory) {
       return;
     }
   }
-  factory_.refusals_.Say("objects", "CreateMath refused: there are " + std::to_string(most) + " math objects (math.max_objects)");
+  factory_.refusals_.Say("objects",
+                         "CreateMath refused: there are " + std::to_string(most) + " math objects (math.max_objects)");
   throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <boost/shared_ptr.hpp>
@@ -28,9 +29,10 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces, public Corva
   /// TYPE is 0, "Subtract", and the registry is empty.
   MathFactory_i(GUI_AbleRegistration& registration, Corvanta::ORB_wrapper* orb);
 
-  /// Errors   IMP_LIMIT, with a line, when as many objects live as may; MathFactoryException for a TYPE that names no operation and
-  ///          for inputs that do not fit, each after its diagnostic line, and for units of which nothing can be computed, without;
-  ///          an input's CORBA system exceptions; UNKNOWN or NO_MEMORY for the rest, with a line on standard error.
+  /// Errors   IMP_LIMIT, with a line, when as many objects live as may; MathFactoryException for a TYPE that names no
+  ///          operation and for inputs that do not fit, each after its diagnostic line, and for units of which nothing
+  ///          can be computed, without; an input's CORBA system exceptions; UNKNOWN or NO_MEMORY for the rest, with a
+  ///          line on standard error.
   Corvanta::MathFactory::Math_ptr CreateMath(const Corvanta::MathFactory::ReadingAttribSeq& attribs) override;
   void DeleteMath(CORBA::Long id) override;
   Corvanta::MathFactory::Math_ptr GetMath(CORBA::Long id) override;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Common_Math/src/MathValueBasicTrace.h"
 
 #include <algorithm>
@@ -233,9 +234,8 @@ void MathTrace::NextMean(int count_before, const MathValue& newest, const MathVa
   first /= static_cast<float>(count_after);
 
   const Kernels::MeanStep step{static_cast<float>(count_before), newest.Samples(), static_cast<float>(count_after)};
-  const bool finite = oldest == nullptr
-                          ? Kernels::NextMean(Samples(), step, Length())
-                          : Kernels::NextMeanWithout(Samples(), step, oldest->Samples(), Length());
+  const bool finite = oldest == nullptr ? Kernels::NextMean(Samples(), step, Length())
+                                        : Kernels::NextMeanWithout(Samples(), step, oldest->Samples(), Length());
   if (!finite) throw std::out_of_range("Value is out of range");
   list_.SetForm(first);
   record.units = VALUE::UnitsToCorba(units);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstddef>
@@ -47,7 +48,8 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
   void UpdateValues() const;
 
   /// The sum of the samples from start to stop inclusive, in the unit of sample 0, without errors; of one sample, that
-  /// sample; a default value and a warning for an empty trace or range. The stop is clamped to the list as it was before this call refreshes it.
+  /// sample; a default value and a warning for an empty trace or range. The stop is clamped to the list as it was
+  /// before this call refreshes it.
   /// Errors   CORBA::BAD_PARAM when that list was longer than the trace and the range ends beyond it.
   Value::Value_object<double> CumulativeAdd(int start, int stop) const;
 
@@ -69,8 +71,8 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
   MathValue& operator*=(const int& factor);
   MathValue& operator/=(const int& divisor);
 
-  /// Whether this and the other have one size, not 0, and stand in one linear unit in which sums and differences stay as
-  /// they are.
+  /// Whether this and the other have one size, not 0, and stand in one linear unit in which sums and differences stay
+  /// as they are.
   /// Errors   OperationNotValid for a record with malformed units.
   bool CombinesPlainlyWith(const MathValue& other) const;
 
@@ -86,8 +88,8 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
   /// Takes the samples out of dB; false, with nothing changed, when they are not in dB.
   bool Remove_dB();
 
-  /// Add_dB and Remove_dB of a trace that Remove_dB has taken out of dB. Whether nothing has changed by it: then nothing would by
-  /// another round.
+  /// Add_dB and Remove_dB of a trace that Remove_dB has taken out of dB. Whether nothing has changed by it: then
+  /// nothing would by another round.
   bool GoThroughDecibels();
 
   /// Keeps, sample by sample, the larger of this and the other trace; equal ones stay.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <boost/scoped_ptr.hpp>
@@ -30,7 +31,8 @@ class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
         reset_(namer, gui, "RESET", this->Gate().Guard([this] { ResetCallback(); })) {
     const std::string topic = this->AskTopic(input);
     subscription_.reset(new Corvanta::DDS_Subscriber<T>(
-        topic.c_str(), this->Gate().Guard([this](const char* name, T&& sample) { DDS_Callback(name, std::move(sample)); }),
+        topic.c_str(),
+        this->Gate().Guard([this](const char* name, T&& sample) { DDS_Callback(name, std::move(sample)); }),
         this->CountNotRead()));
     MathValue<T> present(input);
     Lock lock(mutex_);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <chrono>
@@ -12,8 +13,8 @@ namespace Lumenar {
 
 /// The samples that one math object refused: how many, why the last one was, and what standard error says of it.
 ///
-/// The first sample of each reason is one line. Where a fixed line on standard output comes with each such sample, which does not
-/// say whose it is, the samples that follow are told by one line a minute.
+/// The first sample of each reason is one line. Where a fixed line on standard output comes with each such sample,
+/// which does not say whose it is, the samples that follow are told by one line a minute.
 /// Threads   any.
 class RefusedSamples {
  public:
@@ -31,14 +32,14 @@ class RefusedSamples {
   /// One sample more. What there is no memory for, of words and lines, is left out; the number is always right.
   void Count(const char* reason, bool has_fixed_line, Time now = std::chrono::steady_clock::now()) noexcept;
 
-  /// Counts the sample that raised the exception which is being handled, by its words; where a fixed line was said for the sample that
-  /// is on its way, that reason stands.
+  /// Counts the sample that raised the exception which is being handled, by its words; where a fixed line was said for
+  /// the sample that is on its way, that reason stands.
   void CountException() noexcept;
 
   Corvanta::MathFactory::RefusalStatus Status() const;
 
-  /// One sample on its way through the object's operation, on this thread. A fixed line that is said meanwhile counts the sample,
-  /// once, when the way ends.
+  /// One sample on its way through the object's operation, on this thread. A fixed line that is said meanwhile counts
+  /// the sample, once, when the way ends.
   class OnItsWay {
    public:
     explicit OnItsWay(RefusedSamples& refused) noexcept;
@@ -53,7 +54,8 @@ class RefusedSamples {
     OnItsWay* const before_;
   };
 
-  /// A fixed line was written for the sample that is on its way on this thread, if one is. `reason` lasts as long as the program.
+  /// A fixed line was written for the sample that is on its way on this thread, if one is. `reason` lasts as long as
+  /// the program.
   static void NoteFixedLine(const char* reason) noexcept;
 
  private:

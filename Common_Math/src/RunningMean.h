@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstddef>
@@ -13,8 +14,8 @@ namespace Lumenar {
 
 /// The mean of the last samples of one input, in linear units.
 ///
-/// There is no running sum: it is rebuilt from the last mean with every sample, and the history is there so that samples
-/// can be taken out of the sum again. What it holds counts as history memory.
+/// There is no running sum: it is rebuilt from the last mean with every sample, and the history is there so that
+/// samples can be taken out of the sum again. What it holds counts as history memory.
 /// Threads   none of its own: one thread at a time.
 template <class T>
 class RunningMean {
@@ -31,8 +32,8 @@ class RunningMean {
   /// Errors   CORBA::IMP_LIMIT when there is no history memory for it; the history stays empty.
   void Begin(const MathValue<T>& sample) { history_.emplace_front(sample, 0); }
 
-  /// Whether the mean with one more sample is that sample, and nothing of the mean so far is needed to find out: it takes the place of the
-  /// only one, which it could be added to as it stands.
+  /// Whether the mean with one more sample is that sample, and nothing of the mean so far is needed to find out: it
+  /// takes the place of the only one, which it could be added to as it stands.
   /// Errors   OperationNotValid for a record with malformed units.
   bool IsReplacedBy(const MathValue<T>& sample, int size) const {
     if constexpr (std::is_same_v<T, Corvanta::BASIC_TRACE::BT_DATA>) {
@@ -50,10 +51,10 @@ class RunningMean {
     Exchange(entering, 1);
   }
 
-  /// From the mean so far to the mean with one more sample, of `size` samples at most; the sample is given up. The mean of
-  /// one sample is that sample, whatever the mean so far was. False, without a mean, when no sample is left.
-  /// Errors   those of the additions and the division, and CORBA::IMP_LIMIT without history memory; the mean is to be dropped. A sample
-  ///          that is refused leaves the history as it was.
+  /// From the mean so far to the mean with one more sample, of `size` samples at most; the sample is given up. The mean
+  /// of one sample is that sample, whatever the mean so far was. False, without a mean, when no sample is left.
+  /// Errors   those of the additions and the division, and CORBA::IMP_LIMIT without history memory; the mean is to be
+  ///          dropped. A sample that is refused leaves the history as it was.
   bool Continue(MathValue<T>& mean, MathValue<T>&& sample, int size) {
     History entering;
     entering.emplace_front(std::move(sample), BytesThatLeave(size));
@@ -77,7 +78,8 @@ class RunningMean {
  private:
   struct Held {
     template <class Sample>
-    Held(Sample&& sample, std::size_t returned) : share(BytesOf(sample), returned), value(std::forward<Sample>(sample)) {}
+    Held(Sample&& sample, std::size_t returned)
+        : share(BytesOf(sample), returned), value(std::forward<Sample>(sample)) {}
 
     HistoryMemory::Share share;
     MathValue<T> value;
@@ -97,7 +99,8 @@ class RunningMean {
   std::size_t BytesThatLeave(int size) const {
     std::size_t bytes = 0;
     int leaving = Count() + 1 - size;
-    for (auto oldest = history_.rbegin(); leaving > 0 && oldest != history_.rend(); ++oldest, --leaving) bytes += oldest->share.Bytes();
+    for (auto oldest = history_.rbegin(); leaving > 0 && oldest != history_.rend(); ++oldest, --leaving)
+      bytes += oldest->share.Bytes();
     return bytes;
   }
 
@@ -123,8 +126,8 @@ class RunningMean {
     }
   }
 
-  /// Puts the one sample of `entering` into the history. The samples beyond `size`, which are no longer in it, the oldest in
-  /// front.
+  /// Puts the one sample of `entering` into the history. The samples beyond `size`, which are no longer in it, the
+  /// oldest in front.
   History Exchange(History& entering, int size) noexcept {
     history_.splice(history_.begin(), entering);
     History leaving;

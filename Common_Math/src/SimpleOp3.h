@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <boost/scoped_ptr.hpp>
@@ -76,8 +77,10 @@ class SimpleOp3 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
         trace_topic.c_str(),
         this->Gate().Guard([this](const char* topic, Trace&& sample) { Val1Callback(topic, std::move(sample)); }),
         this->CountNotRead()));
-    start_subscription_.reset(new Corvanta::DDS_Subscriber<Start>(start_topic.c_str(), this->Gate().Guard(index_callback)));
-    stop_subscription_.reset(new Corvanta::DDS_Subscriber<Stop>(stop_topic.c_str(), this->Gate().Guard(index_callback)));
+    start_subscription_.reset(
+        new Corvanta::DDS_Subscriber<Start>(start_topic.c_str(), this->Gate().Guard(index_callback)));
+    stop_subscription_.reset(
+        new Corvanta::DDS_Subscriber<Stop>(stop_topic.c_str(), this->Gate().Guard(index_callback)));
   }
 
   /// Computes and publishes. The publication, a call to the topic manager, runs under the lock so that results leave

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The three functions through which a host drives the engine, and the ORB's argument list.
 
 #include "Common_Math/src/MathInit.h"

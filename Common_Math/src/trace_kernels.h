@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstddef>
@@ -30,7 +31,8 @@ struct MeanStep {
   float count_after;
 };
 
-/// (values[i] * count_before + newest[i]) / count_after, in place, each step rounded; false when one is infinite or NaN.
+/// (values[i] * count_before + newest[i]) / count_after, in place, each step rounded; false when one is infinite or
+/// NaN.
 bool NextMean(float* values, const MeanStep& step, std::size_t count) noexcept;
 
 /// The same with a sample that leaves: (values[i] * count_before + newest[i] - oldest[i]) / count_after.

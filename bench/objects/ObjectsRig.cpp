@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "bench/objects/ObjectsRig.h"
 
 #include <time.h>
@@ -42,7 +43,8 @@ void FillInputs(Corvanta::MathFactory::ReadingAttribSeq& inputs, CORBA::ULong co
 double CpuSecondsOf(pid_t process) {
   clockid_t clock;
   timespec time{};
-  if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &time) != 0) throw std::runtime_error("no CPU clock");
+  if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &time) != 0)
+    throw std::runtime_error("no CPU clock");
   return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 

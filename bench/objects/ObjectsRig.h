@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <memory>
@@ -11,7 +12,8 @@ namespace Lumenar::Bench {
 double CpuSecondsOf(pid_t process);
 double ResidentBytesOf(pid_t process);
 
-/// A platform of its own with a math engine, and two readings as the inputs of all objects: a trace of 1001 points, and a scalar.
+/// A platform of its own with a math engine, and two readings as the inputs of all objects: a trace of 1001 points, and
+/// a scalar.
 class ObjectsRig {
  public:
   static constexpr int kPoints = 1001;

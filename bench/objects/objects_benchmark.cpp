@@ -1,8 +1,10 @@
-// Many math objects: what one costs for each sample when there are few and when there are many, what it costs to create and
-// delete one, and how much memory it takes. All with traces of 1001 points, in real processes.
+// SPDX-License-Identifier: Apache-2.0
+// Many math objects: what one costs for each sample when there are few and when there are many, what it costs to create
+// and delete one, and how much memory it takes. All with traces of 1001 points, in real processes.
 //
 // Method. CPU time of engine and topic manager together, from the clocks of the processes: waking up, the calls and the
-// computation, whatever the number of processors. What a sample costs without any object is measured first and taken off.
+// computation, whatever the number of processors. What a sample costs without any object is measured first and taken
+// off.
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
@@ -59,8 +61,9 @@ void CostPerObject(std::vector<Figure>& figures, int most) {
     return std::accumulate(all.begin(), all.end(), 0.0) / static_cast<double>(all.size());
   };
   for (const auto& [objects, unused] : costs) {
-    figures.push_back(AtMost(fmt::format("CPU time per object and sample, {} objects on one topic, to 1 object", objects),
-                             mean(objects), "us", mean(1), 1.2));
+    figures.push_back(
+        AtMost(fmt::format("CPU time per object and sample, {} objects on one topic, to 1 object", objects),
+               mean(objects), "us", mean(1), 1.2));
   }
 }
 
@@ -101,14 +104,16 @@ void ComeAndGo(std::vector<Figure>& figures, int objects) {
   CostsInBlocks(rig, objects / 10, one);
   const double memory = rig.EngineBytes();
   const Costs costs = CostsInBlocks(rig, objects, one);
-  figures.push_back(AtMost(fmt::format("CPU time to create and delete an object, the last third of {} to the first", objects),
-                           Typical(Last(costs, 3)), "us", Typical(First(costs, 3)), 1.2));
-  figures.push_back(AtMost(fmt::format("resident memory of the engine after {} objects came and went, to before", objects),
-                           rig.EngineBytes() / 1e6, "MB", memory / 1e6, 1.05));
+  figures.push_back(
+      AtMost(fmt::format("CPU time to create and delete an object, the last third of {} to the first", objects),
+             Typical(Last(costs, 3)), "us", Typical(First(costs, 3)), 1.2));
+  figures.push_back(
+      AtMost(fmt::format("resident memory of the engine after {} objects came and went, to before", objects),
+             rig.EngineBytes() / 1e6, "MB", memory / 1e6, 1.05));
 }
 
-/// Objects that stay: the last as fast to create and to delete as the first. In rounds, since other work on the machine can slow
-/// down a whole one.
+/// Objects that stay: the last as fast to create and to delete as the first. In rounds, since other work on the machine
+/// can slow down a whole one.
 void ManyAtOnce(std::vector<Figure>& figures, int objects) {
   constexpr int kRounds = 5;
   ObjectsRig rig;
@@ -123,16 +128,18 @@ void ManyAtOnce(std::vector<Figure>& figures, int objects) {
     Append(first_deleted, First(deleted, 10));
     Append(last_deleted, Last(deleted, 10));
   }
-  figures.push_back(AtMost(fmt::format("CPU time to create an object, the last tenth of {} at once to the first", objects),
-                           Typical(last_created), "us", Typical(first_created), 1.2));
-  figures.push_back(AtMost(fmt::format("CPU time to delete an object, the first tenth of {} at once to the last", objects),
-                           Typical(first_deleted), "us", Typical(last_deleted), 1.2));
+  figures.push_back(
+      AtMost(fmt::format("CPU time to create an object, the last tenth of {} at once to the first", objects),
+             Typical(last_created), "us", Typical(first_created), 1.2));
+  figures.push_back(
+      AtMost(fmt::format("CPU time to delete an object, the first tenth of {} at once to the last", objects),
+             Typical(first_deleted), "us", Typical(last_deleted), 1.2));
   figures.push_back(AtMost(fmt::format("resident memory of the engine after {} objects at once, to before", objects),
                            rig.EngineBytes() / 1e6, "MB", memory / 1e6, 1.05));
 }
 
-/// Objects of two inputs that nothing is published on, more and more of them: the last as fast to create and to delete as the first
-/// thousand, and all of them listed in one call.
+/// Objects of two inputs that nothing is published on, more and more of them: the last as fast to create and to delete
+/// as the first thousand, and all of them listed in one call.
 void Growing(std::vector<Figure>& figures, int most) {
   constexpr int kFirst = 1000;
   ObjectsRig rig;
@@ -147,23 +154,27 @@ void Growing(std::vector<Figure>& figures, int most) {
     if (objects > most) break;
     while (rig.Objects() < static_cast<std::size_t>(objects - kFirst)) create();
     const double created = Typical(CostsInBlocks(rig, kFirst, create));
-    figures.push_back(AtMost(fmt::format("CPU time to create an object of two inputs, of {} that live, to the first {}", objects, kFirst),
-                             created, "us", first_created, 1.2));
+    figures.push_back(AtMost(
+        fmt::format("CPU time to create an object of two inputs, of {} that live, to the first {}", objects, kFirst),
+        created, "us", first_created, 1.2));
     figures.push_back(Plain(fmt::format("one call that lists {} objects", objects), rig.List(), "s"));
   }
   const auto objects = static_cast<double>(rig.Objects());
-  figures.push_back(Plain("memory of the engine for an object of two scalars", (rig.EngineBytes() - engine) / objects, "B"));
+  figures.push_back(
+      Plain("memory of the engine for an object of two scalars", (rig.EngineBytes() - engine) / objects, "B"));
   figures.push_back(Plain("memory of the topic manager for it", (rig.TopicManagerBytes() - manager) / objects, "B"));
   const double last_deleted = Typical(CostsInBlocks(rig, kFirst, remove));
   while (rig.Objects() > kFirst) remove();
-  figures.push_back(AtMost(fmt::format("CPU time to delete one of {} such objects, to one of {}", objects, kFirst), last_deleted, "us",
-                           Typical(CostsInBlocks(rig, kFirst, remove)), 1.2));
+  figures.push_back(AtMost(fmt::format("CPU time to delete one of {} such objects, to one of {}", objects, kFirst),
+                           last_deleted, "us", Typical(CostsInBlocks(rig, kFirst, remove)), 1.2));
 }
 
-/// What it takes to read a sample off the wire, once it is in memory: what one decoded any for all objects of a process would save.
+/// What it takes to read a sample off the wire, once it is in memory: what one decoded any for all objects of a process
+/// would save.
 void Decoding(std::vector<Figure>& figures) {
   constexpr int kRounds = 10000;
-  const Lumenar::Test::BT_DATA trace = Lumenar::Test::Trace(std::vector<float>(ObjectsRig::kPoints, 1.0f), Lumenar::Test::kMilliwatt);
+  const Lumenar::Test::BT_DATA trace =
+      Lumenar::Test::Trace(std::vector<float>(ObjectsRig::kPoints, 1.0f), Lumenar::Test::kMilliwatt);
   cdrMemoryStream stream;
   Corvanta::WriteSample(Corvanta::ViewOf(trace), stream);
   const auto begin = std::chrono::steady_clock::now();

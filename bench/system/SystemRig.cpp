@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "bench/system/SystemRig.h"
 
 #include <arpa/inet.h>
@@ -43,7 +44,8 @@ Road::~Road() = default;
 double Road::Once(const BT_DATA& trace) {
   const auto began = Clock::now();
   input_ = trace;
-  if (!arrival_->came.try_acquire_for(std::chrono::seconds(5))) throw std::runtime_error("no answer to a sample within 5 s");
+  if (!arrival_->came.try_acquire_for(std::chrono::seconds(5)))
+    throw std::runtime_error("no answer to a sample within 5 s");
   return std::chrono::duration<double, std::micro>(arrival_->when.load() - began).count();
 }
 
@@ -51,7 +53,8 @@ double Road::Burst(const BT_DATA& trace, int count) {
   const auto began = Clock::now();
   for (int i = 0; i < count; ++i) input_ = trace;
   for (int i = 0; i < count; ++i)
-    if (!arrival_->came.try_acquire_for(std::chrono::seconds(5))) throw std::runtime_error("a sample of a burst did not arrive");
+    if (!arrival_->came.try_acquire_for(std::chrono::seconds(5)))
+      throw std::runtime_error("a sample of a burst did not arrive");
   return std::chrono::duration<double, std::micro>(arrival_->when.load() - began).count() / count;
 }
 
@@ -111,7 +114,8 @@ std::unique_ptr<Road> SystemRig::RelayRoad(const BT_DATA& trace) {
   TraceInput& input = NewInput(trace);
   const std::string out = input.GetDDS_Topic() + "/RELAYED";
   relays_.push_back(platform_.Start("system_relay", {input.GetDDS_Topic(), out}));
-  if (!relays_.back()->WaitForLine("ready")) throw std::runtime_error("the relay did not start: " + relays_.back()->Error());
+  if (!relays_.back()->WaitForLine("ready"))
+    throw std::runtime_error("the relay did not start: " + relays_.back()->Error());
   return std::make_unique<Road>(input, out);
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <functional>
@@ -12,7 +13,8 @@ namespace Lumenar::Bench {
 /// Times in microseconds, one a sample.
 using Times = std::vector<double>;
 
-/// Publishes samples on an input and times the way to a subscriber of another topic (or the same), one sample at a time.
+/// Publishes samples on an input and times the way to a subscriber of another topic (or the same), one sample at a
+/// time.
 class Road {
  public:
   /// `out` is the topic on which the answer to a sample of `input` comes.

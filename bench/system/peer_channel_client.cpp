@@ -1,5 +1,6 @@
-// peer_channel_client PORT POINTS ROUNDS BURST: subscribes to the peer's event channel and writes one line with the median way of a single
-// event and the time for one event of a burst, in microseconds.
+// SPDX-License-Identifier: Apache-2.0
+// peer_channel_client PORT POINTS ROUNDS BURST: subscribes to the peer's event channel and writes one line with the
+// median way of a single event and the time for one event of a burst, in microseconds.
 #include <tango.h>
 
 #include <algorithm>
@@ -67,15 +68,14 @@ void Burst(Tango::DeviceProxy& device, int points, int count) {
   device.command_inout("Burst", data);
 }
 
-/// The channel loses what is pushed before its subscription stands, which subscribe_event does not wait for: pushes until an event
-/// comes, then waits until no more of them are on their way.
+/// The channel loses what is pushed before its subscription stands, which subscribe_event does not wait for: pushes
+/// until an event comes, then waits until no more of them are on their way.
 void WaitUntilConnected(Tango::DeviceProxy& device, int points, Arrivals& arrivals) {
   constexpr std::chrono::milliseconds kPatience{300};
   for (int i = 0; i < 60; ++i) {
     Burst(device, points, 1);
     if (!arrivals.AnyWithin(kPatience)) continue;
-    while (arrivals.AnyWithin(kPatience)) {
-    }
+    while (arrivals.AnyWithin(kPatience)) {}
     return;
   }
   throw std::runtime_error("no event ever came");

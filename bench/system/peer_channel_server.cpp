@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The peer's side of the comparison: a device server of TANGO that pushes traces as change events when it is told to.
 #include <tango.h>
 
@@ -35,7 +36,9 @@ class Channel : public TANGO_BASE_CLASS {
 class TraceAttribute : public Tango::SpectrumAttr {
  public:
   TraceAttribute() : SpectrumAttr("Trace", Tango::DEV_FLOAT, Tango::READ, kMostPoints) {}
-  void read(Tango::DeviceImpl* device, Tango::Attribute& attribute) override { static_cast<Channel*>(device)->Read(attribute); }
+  void read(Tango::DeviceImpl* device, Tango::Attribute& attribute) override {
+    static_cast<Channel*>(device)->Read(attribute);
+  }
 };
 
 class BurstCommand : public Tango::Command {

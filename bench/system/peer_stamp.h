@@ -1,9 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 
-/// The moment of sending inside a trace: four floats of 16 bits each, which a float holds exactly. One clock for the whole machine.
+/// The moment of sending inside a trace: four floats of 16 bits each, which a float holds exactly. One clock for the
+/// whole machine.
 inline void StampTrace(float* samples) {
   auto now = static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
   for (int i = 0; i < 4; ++i, now >>= 16) samples[i] = static_cast<float>(now & 0xffff);

@@ -1,6 +1,8 @@
-// What an engine costs that computes nothing: system_relay IN OUT takes the samples of one topic and publishes each on another
-// through the same topic manager. "system_relay sink" takes samples by direct calls and drops them; it writes its reference and the port
-// of a plain socket that answers each message with one byte: the bare cost of an ORB call and of a socket.
+// SPDX-License-Identifier: Apache-2.0
+// What an engine costs that computes nothing: system_relay IN OUT takes the samples of one topic and publishes each on
+// another through the same topic manager. "system_relay sink" takes samples by direct calls and drops them; it writes
+// its reference and the port of a plain socket that answers each message with one byte: the bare cost of an ORB call
+// and of a socket.
 #include <arpa/inet.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -29,9 +31,10 @@ class Relay : public POA_Corvanta::DDS_Sub {
   void DDS_Callback(const CORBA::Any&) override {}
   CORBA::Long GetId() override { return 0; }
   CORBA::Boolean _dispatch(omniCallHandle& handle) override {
-    return DispatchCallback(handle, this, [this](SampleRecord&& sample) {
-             publisher_.Publish(std::get<BASIC_TRACE::BT_DATA>(sample));
-           }) || POA_Corvanta::DDS_Sub::_dispatch(handle);
+    return DispatchCallback(
+               handle, this,
+               [this](SampleRecord&& sample) { publisher_.Publish(std::get<BASIC_TRACE::BT_DATA>(sample)); }) ||
+           POA_Corvanta::DDS_Sub::_dispatch(handle);
   }
 
  private:

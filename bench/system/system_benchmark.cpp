@@ -1,5 +1,6 @@
-// The whole system with real processes: the way of a sample through the engine beside the same hops without one, one hop beside a peer's
-// event channel, the bare ORB and the bare socket, and the steadiness of large traces.
+// SPDX-License-Identifier: Apache-2.0
+// The whole system with real processes: the way of a sample through the engine beside the same hops without one, one
+// hop beside a peer's event channel, the bare ORB and the bare socket, and the steadiness of large traces.
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
@@ -19,13 +20,15 @@ using Lumenar::Test::BT_DATA;
 using Lumenar::Test::Process;
 
 struct Plan {
-  int share = 1;          ///< rounds are divided by it
-  int turns = 5;          ///< with the peer
+  int share = 1;  ///< rounds are divided by it
+  int turns = 5;  ///< with the peer
   int steady_seconds = 60;
 
   std::vector<std::string> parts = {};  ///< those to run; all when empty
 
-  bool Has(const std::string& part) const { return parts.empty() || std::find(parts.begin(), parts.end(), part) != parts.end(); }
+  bool Has(const std::string& part) const {
+    return parts.empty() || std::find(parts.begin(), parts.end(), part) != parts.end();
+  }
   int Rounds(std::size_t points) const { return (points > 50000 ? 400 : points > 5000 ? 1500 : 3000) / share + 10; }
 };
 
@@ -56,8 +59,8 @@ void ThroughTheEngine(SystemRig& rig, const Plan& plan, std::vector<Figure>& fig
     const auto engine = rig.SubtractRoad(trace);
     const auto relay = rig.RelayRoad(trace);
     const auto [through_engine, through_relay] = InTurn(*engine, *relay, trace, plan.Rounds(row.points));
-    const std::string name =
-        fmt::format("sample to RESULT, Subtract{}, {} points, to a bare relay", row.in_dB ? " of levels in dB" : "", row.points);
+    const std::string name = fmt::format("sample to RESULT, Subtract{}, {} points, to a bare relay",
+                                         row.in_dB ? " of levels in dB" : "", row.points);
     figures.push_back(AtMost(name + ": p50", Median(through_engine), "us", Median(through_relay), row.target));
     figures.push_back(AtMost(name + ": p90", Quantile(through_engine, 0.9), "us", Quantile(through_relay, 0.9), {}));
     figures.push_back(AtMost(name + ": p99", Quantile(through_engine, 0.99), "us", Quantile(through_relay, 0.99), {}));
@@ -79,10 +82,10 @@ void BareOnes(SystemRig& rig, const Plan& plan, std::vector<Figure>& figures) {
       record.push_back(two);
       plain.push_back(three);
     }
-    figures.push_back(AtMost(fmt::format("call with a trace in the ORB's any, {} points, to the bare socket", points), Median(orb),
-                             "us", Median(plain), {}));
-    figures.push_back(AtMost(fmt::format("call with a trace as we send it, {} points, to the bare socket", points), Median(record),
-                             "us", Median(plain), {}));
+    figures.push_back(AtMost(fmt::format("call with a trace in the ORB's any, {} points, to the bare socket", points),
+                             Median(orb), "us", Median(plain), {}));
+    figures.push_back(AtMost(fmt::format("call with a trace as we send it, {} points, to the bare socket", points),
+                             Median(record), "us", Median(plain), {}));
   }
 }
 
@@ -90,9 +93,10 @@ void BareOnes(SystemRig& rig, const Plan& plan, std::vector<Figure>& figures) {
 /// Errors   std::runtime_error with what the peer wrote.
 std::pair<double, double> RunPeer(SystemRig& rig, std::size_t points, int rounds, int burst) {
   const std::string port = rig.FreePort();
-  auto server = rig.Platform().Start("peer_channel_server", {"bench", "-nodb", "-dlist", "bench/channel/1", "-ORBendPoint",
-                                                             "giop:tcp:127.0.0.1:" + port});
-  if (!server->WaitForLine("ready")) throw std::runtime_error("the peer's server did not start: " + server->Error() + server->Out());
+  auto server = rig.Platform().Start("peer_channel_server", {"bench", "-nodb", "-dlist", "bench/channel/1",
+                                                             "-ORBendPoint", "giop:tcp:127.0.0.1:" + port});
+  if (!server->WaitForLine("ready"))
+    throw std::runtime_error("the peer's server did not start: " + server->Error() + server->Out());
   auto client = rig.Platform().Start("peer_channel_client",
                                      {port, std::to_string(points), std::to_string(rounds), std::to_string(burst)});
   if (client->WaitForExit(std::chrono::seconds(60)) != 0)
@@ -105,8 +109,8 @@ std::pair<double, double> RunPeer(SystemRig& rig, std::size_t points, int rounds
 }
 #endif
 
-/// The peer's numbers for one size: the way of a single event and the time for one of a burst. Nothing where it is not installed, or
-/// where it failed, which is noted and costs no other row.
+/// The peer's numbers for one size: the way of a single event and the time for one of a burst. Nothing where it is not
+/// installed, or where it failed, which is noted and costs no other row.
 std::optional<std::pair<double, double>> PeerTimes([[maybe_unused]] SystemRig& rig, [[maybe_unused]] std::size_t points,
                                                    [[maybe_unused]] int rounds, [[maybe_unused]] int burst) {
 #ifdef LUMENAR_PEER_CHANNEL
@@ -126,7 +130,8 @@ void OneHop(SystemRig& rig, const std::string& over, const Plan& plan, std::vect
     const BT_DATA trace = BenchTrace(points, false);
     const auto hop = rig.OneHop(trace);
     Times way, in_bursts, peer_way, peer_bursts;
-    for (int turn = 0; turn < plan.turns; ++turn) {  // with the peer, which has new processes, and luck with their places, in each
+    for (int turn = 0; turn < plan.turns;
+         ++turn) {  // with the peer, which has new processes, and luck with their places, in each
       for (int i = -kWarmUp; i < rounds / plan.turns; ++i) {
         const double once = hop->Once(trace);
         if (i >= 0) way.push_back(once);
@@ -137,11 +142,14 @@ void OneHop(SystemRig& rig, const std::string& over, const Plan& plan, std::vect
         peer_bursts.push_back(peer->second);
       }
     }
-    const auto median_or_none = [](const Times& times) { return times.empty() ? std::optional<double>() : Median(times); };
-    figures.push_back(AtMost(fmt::format("one hop{}, {} points, to the peer's event channel", over, points), Median(way), "us",
-                             median_or_none(peer_way), 1));
-    figures.push_back(AtMost(fmt::format("one hop{} in bursts of {}, {} points, to the peer's event channel", over, burst, points),
-                             Median(in_bursts), "us", median_or_none(peer_bursts), 1));
+    const auto median_or_none = [](const Times& times) {
+      return times.empty() ? std::optional<double>() : Median(times);
+    };
+    figures.push_back(AtMost(fmt::format("one hop{}, {} points, to the peer's event channel", over, points),
+                             Median(way), "us", median_or_none(peer_way), 1));
+    figures.push_back(
+        AtMost(fmt::format("one hop{} in bursts of {}, {} points, to the peer's event channel", over, burst, points),
+               Median(in_bursts), "us", median_or_none(peer_bursts), 1));
     rig.Clear();
   }
 }
@@ -152,8 +160,8 @@ void Steadiness(SystemRig& rig, const Plan& plan, std::vector<Figure>& figures) 
   Times times;
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(plan.steady_seconds);
   while (std::chrono::steady_clock::now() < end) times.push_back(road->Once(trace));
-  figures.push_back(AtMost(fmt::format("steadiness of {} samples of 100001 points: p99 to p50", times.size()), Quantile(times, 0.99),
-                           "us", Median(times), 2));
+  figures.push_back(AtMost(fmt::format("steadiness of {} samples of 100001 points: p99 to p50", times.size()),
+                           Quantile(times, 0.99), "us", Median(times), 2));
   rig.Clear();
 }
 

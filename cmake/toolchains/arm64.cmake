@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # 64-bit ARM, Debian's arm64.
 set(LUMENAR_DEBIAN_ARCHITECTURE arm64)
 set(LUMENAR_TRIPLET aarch64-linux-gnu)

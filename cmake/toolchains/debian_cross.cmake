@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Cross builds with Debian's compilers against the sysroot that scripts/arm-sysroot makes; to be included by the file of
 # one processor, which sets LUMENAR_DEBIAN_ARCHITECTURE, LUMENAR_TRIPLET and LUMENAR_QEMU.
 #

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The three functions through which a host drives an instrument, and the ORB's argument list. Part of each engine
 // library.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "instruments/probe/MonotonicClock.h"
 
 #include <time.h>
@@ -21,8 +22,7 @@ void SystemClock::SleepUntil(std::int64_t deadline_ns) {
   timespec deadline{};
   deadline.tv_sec = static_cast<time_t>(deadline_ns / kSecond_ns);
   deadline.tv_nsec = static_cast<long>(deadline_ns % kSecond_ns);
-  while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {
-  }
+  while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {}
 }
 
 }  // namespace Lumenar::Probe

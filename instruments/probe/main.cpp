@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The probe: live measurements of the machine itself.
 
 #include "instruments/probe/ProbeInstrument.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "instruments/replay/OtdrReader.h"
 
 #include "instruments/replay/XyTable.h"

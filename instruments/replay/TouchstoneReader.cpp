@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "instruments/replay/TouchstoneReader.h"
 
 #include <fmt/format.h>
@@ -95,12 +96,9 @@ Row ParseRow(std::string_view text, std::size_t line) {
 
 double LevelOf(Pair pair, double first, double second) {
   switch (pair) {
-    case Pair::RealImaginary:
-      return 20 * std::log10(std::hypot(first, second));
-    case Pair::MagnitudeAngle:
-      return 20 * std::log10(std::abs(first));
-    case Pair::DecibelAngle:
-      break;
+    case Pair::RealImaginary: return 20 * std::log10(std::hypot(first, second));
+    case Pair::MagnitudeAngle: return 20 * std::log10(std::abs(first));
+    case Pair::DecibelAngle: break;
   }
   return first;
 }

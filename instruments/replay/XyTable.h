@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <span>
@@ -27,8 +28,8 @@ XyTable ReadXyTable(LineReader& lines);
 /// Errors   FormatError.
 Value::Units ParseUnits(std::string_view text, std::size_t line);
 
-/// The distance of neighbours on an axis, times `scale`; 0 for less than two points, where a point lies more than a tenth
-/// of the mean distance beside the even grid, and where the distance is too large for a number.
+/// The distance of neighbours on an axis, times `scale`; 0 for less than two points, where a point lies more than a
+/// tenth of the mean distance beside the even grid, and where the distance is too large for a number.
 double StepOf(std::span<const double> axis, double scale);
 
 /// The one sweep of a table as a file's contents: `x` and `y` are the units of the columns.

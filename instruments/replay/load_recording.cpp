@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "instruments/replay/load_recording.h"
 
 #include <fmt/format.h>

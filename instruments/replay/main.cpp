@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The replay instrument: recorded sweeps, from files.
 
 #include "instruments/replay/ReplayInstrument.h"

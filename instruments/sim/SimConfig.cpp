@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "instruments/sim/SimConfig.h"
 
 #include <fmt/format.h>
@@ -189,7 +190,8 @@ std::vector<ItemConfig> ItemsOfFile(const std::string& path) {
     int number = 0;
     for (std::string line; file.NextLine(line, kLongestLine);) {
       place = fmt::format("SIM_CONFIG={}:{}: ", path, ++number);
-      if (line.size() > kLongestLine) throw std::invalid_argument(fmt::format("a line has at most {} bytes", kLongestLine));
+      if (line.size() > kLongestLine)
+        throw std::invalid_argument(fmt::format("a line has at most {} bytes", kLongestLine));
       for (ItemConfig& item : ParseItems(line)) items.push_back(std::move(item));
     }
   } catch (const std::exception& error) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "instruments/sim/SimInstrument.h"
 
 #include <algorithm>
@@ -132,14 +133,10 @@ class SettingItem : public SimInstrument::Item {
 
 std::unique_ptr<SimInstrument::Item> CreateItem(const ItemConfig& config, const Place& place) {
   switch (config.kind) {
-    case Kind::Trace:
-      return std::make_unique<TraceSource>(config, place);
-    case Kind::Value:
-      return std::make_unique<ValueSource>(config, place);
-    case Kind::Long:
-      return std::make_unique<LongSource>(config, place);
-    case Kind::Setting:
-      break;
+    case Kind::Trace: return std::make_unique<TraceSource>(config, place);
+    case Kind::Value: return std::make_unique<ValueSource>(config, place);
+    case Kind::Long: return std::make_unique<LongSource>(config, place);
+    case Kind::Setting: break;
   }
   return std::make_unique<SettingItem>(config, place);
 }

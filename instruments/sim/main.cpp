@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The simulator: readings whose every sample is known beforehand.
 
 #include "instruments/sim/SimInstrument.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/base/Diagnostic.h"
 
 #include <atomic>
@@ -18,7 +19,8 @@ Mutex& OutputMutex() {
 
 std::atomic<int> output_error{0};
 
-/// Errno of a line that could not be written, 0 of one that was. The next line is tried again: a disk may have room by then.
+/// Errno of a line that could not be written, 0 of one that was. The next line is tried again: a disk may have room by
+/// then.
 int WriteLine(std::ostream& stream, std::string_view line) {
   errno = 0;
   stream << line << std::endl;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <pthread.h>
@@ -42,8 +43,9 @@ class SCOPED_CAPABILITY Lock {
 
 /// A condition on data that a Mutex guards. Wakes may be spurious: callers wait in a loop over their condition.
 ///
-/// The system's own condition variable, on the steady clock: boost's takes a second lock at each wait and each notification, for
-/// the interruption of threads, which nobody here uses and which costs each hand-over a thread switch more.
+/// The system's own condition variable, on the steady clock: boost's takes a second lock at each wait and each
+/// notification, for the interruption of threads, which nobody here uses and which costs each hand-over a thread switch
+/// more.
 /// Errors   construction throws boost::thread_resource_error.
 class Condition {
  public:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -12,8 +13,8 @@ namespace Lumenar {
 /// Exit code of every program for a wrong command line.
 constexpr int kWrongArguments = 2;
 
-/// Reads a command line into `app`, whose name is the program's. False when the program has to end with `exit_code`: help was asked for
-/// and written, or an argument is wrong and one line on standard error says which.
+/// Reads a command line into `app`, whose name is the program's. False when the program has to end with `exit_code`:
+/// help was asked for and written, or an argument is wrong and one line on standard error says which.
 /// Errors   those of callbacks that `app` has, beside those of the command line.
 inline bool ParseArguments(CLI::App& app, int argc, const char* const* argv, int& exit_code) {
   try {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/base/ReplaceFile.h"
 
 #include <fcntl.h>
@@ -64,7 +65,8 @@ void AppendToFile(const fs::path& path, const std::string& text) {
 
 void ReplaceFile(const fs::path& path, const std::string& text) {
   std::string temporary = path.string().append(kUnfinished).append(kRandomPart);
-  const int descriptor = ::mkostemp(temporary.data(), O_CLOEXEC);  // O_EXCL, so that no link is followed; for its owner only
+  const int descriptor =
+      ::mkostemp(temporary.data(), O_CLOEXEC);  // O_EXCL, so that no link is followed; for its owner only
   if (descriptor < 0) Fail(errno, path.string());
   try {
     WriteAndClose(descriptor, text, path.string());

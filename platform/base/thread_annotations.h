@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Lock rules that clang's -Wthread-safety checks; other compilers see nothing.

@@ -1,8 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Loops that are compiled for several instruction sets of one processor family, and chosen when the program runs.
 
-/// Whether there are such loops; 0 leaves each as what the compiler makes of it for its own target. A build may define it.
+/// Whether there are such loops; 0 leaves each as what the compiler makes of it for its own target. A build may define
+/// it.
 #if !defined(LUMENAR_X86_PATHS)
 #if defined(__x86_64__)
 #define LUMENAR_X86_PATHS 1

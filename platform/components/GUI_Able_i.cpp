@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/components/GUI_Able_i.h"
 
 #include <map>
@@ -95,7 +96,7 @@ class Servant : public POA_Corvanta::GUI_Able, public Corvanta::ClosableServant 
 
  private:
   const std::string engine_;
-  Mutex mutex_;  // a leaf
+  Mutex mutex_;                                                           // a leaf
   std::map<long, GUI_AbleRegistration::Entry> items_ GUARDED_BY(mutex_);  // tokens rise: in order of registration
   long last_token_ GUARDED_BY(mutex_) = 0;
 };

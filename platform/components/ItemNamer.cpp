@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/components/ItemNamer.h"
 
 #include <fmt/format.h>
@@ -36,8 +37,8 @@ std::string ItemNamer::Add(const std::string& name) {
   return item;
 }
 
-/// Whether `item` is "NAME.n" with a number that was given to NAME. The names given are not kept one by one: objects come
-/// and go for months.
+/// Whether `item` is "NAME.n" with a number that was given to NAME. The names given are not kept one by one: objects
+/// come and go for months.
 bool ItemNamer::WasGiven(const std::string& item) const {
   const std::size_t dot = item.rfind('.');
   if (dot == std::string::npos || asked_.count(item) != 0) return false;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/dds/CycloneRelay.h"
 
 #include <dds/dds.h>
@@ -58,7 +59,8 @@ std::string DomainConfig(const std::string& address) {
   const bool loopback = address.compare(0, 4, "127.") == 0;
   const std::string peers = fmt::format(
       "<Discovery><ParticipantIndex>auto</ParticipantIndex><MaxAutoParticipantIndex>32</MaxAutoParticipantIndex>"
-      "<Peers><Peer Address=\"{}\"/></Peers></Discovery>", address);
+      "<Peers><Peer Address=\"{}\"/></Peers></Discovery>",
+      address);
   return fmt::format(
       "<CycloneDDS><Domain><General><Interfaces><NetworkInterface address=\"{}\"/></Interfaces>"
       "<AllowMulticast>{}</AllowMulticast><MaxMessageSize>65500B</MaxMessageSize><FragmentSize>64000B</FragmentSize>"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/dds/DDS_BaseObj.h"
 
 #include <fmt/format.h>
@@ -33,12 +34,13 @@ bool MeansAway(const CORBA::SystemException& error) {
          CORBA::BAD_OPERATION::_downcast(&error) != nullptr;  // another object stands where the manager stood
 }
 
-/// Returns when the manager answers, as only a manager does. One that died, one that hangs, and any other object raise here, within a
-/// short time.
+/// Returns when the manager answers, as only a manager does. One that died, one that hangs, and any other object raise
+/// here, within a short time.
 void RequireAnswer(ORB_wrapper_base& orb, DDS_Manager_ptr manager) {
   ORB_base::SetCallTimeout(manager, kProbeLimit);
   manager->SubscriptionEpoch();
-  // Half the limit of calls: a client whose call makes us publish to a manager that hangs still gets its answer in time.
+  // Half the limit of calls: a client whose call makes us publish to a manager that hangs still gets its answer in
+  // time.
   ORB_base::SetCallTimeout(manager, orb.Transport().call_timeout / 2);
 }
 
@@ -52,8 +54,8 @@ DDS_Manager_ptr FindAnother(ORB_wrapper_base& orb, DDS_Manager_ptr known, const 
   return manager._retn();
 }
 
-/// A manager that can be used. `known` may be nil; else it is asked first, so that a manager whose connections broke, or that
-/// hung for a while, is found again while the naming service is away.
+/// A manager that can be used. `known` may be nil; else it is asked first, so that a manager whose connections broke,
+/// or that hung for a while, is found again while the naming service is away.
 DDS_Manager_ptr Find(ORB_wrapper_base& orb, DDS_Manager_ptr known) {
   try {
     if (CORBA::is_nil(known)) throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
@@ -111,15 +113,16 @@ struct DdsBaseAccess::Impl {
   void EndAll();
 
   Lumenar::Mutex mutex_;
-  CORBA::ORB_var orb_ GUARDED_BY(mutex_);  ///< whose references these are; held: a later ORB has another address
-  bool open_ GUARDED_BY(mutex_) = false;   ///< orb_ runs
+  CORBA::ORB_var orb_ GUARDED_BY(mutex_);       ///< whose references these are; held: a later ORB has another address
+  bool open_ GUARDED_BY(mutex_) = false;        ///< orb_ runs
   DDS_Manager_var manager_ GUARDED_BY(mutex_);  ///< nil while the manager is away
   DDS_Manager_var known_ GUARDED_BY(mutex_);    ///< the last that answered, or nil
-  std::chrono::steady_clock::time_point answered_ GUARDED_BY(mutex_){};  ///< when manager_ last answered a question or a subscription
+  std::chrono::steady_clock::time_point answered_
+      GUARDED_BY(mutex_){};                 ///< when manager_ last answered a question or a subscription
   unsigned making_ GUARDED_BY(mutex_) = 0;  ///< subscriptions under way
   Lumenar::Condition made_;
   Breaker breaker_ GUARDED_BY(mutex_);
-  bool noted_ GUARDED_BY(mutex_) = false;  ///< the absence stands on standard error
+  bool noted_ GUARDED_BY(mutex_) = false;             ///< the absence stands on standard error
   std::set<std::string> refused_ GUARDED_BY(mutex_);  ///< topics of which a refused sample was noted
   StandingSubscriptions standing_{[this] { return Reach(Urgency::CanWait); },
                                   [this](DDS_Manager_ptr manager, const CORBA::SystemException& error) {
@@ -304,7 +307,8 @@ DdsBaseAccess::Impl::Making::~Making() {
 }
 
 /// A subscription of which no note can be kept does not stay.
-CORBA::Long DdsBaseAccess::Impl::SubscribeAt(DDS_Manager_ptr manager, const char* topic, DDS_Sub_ptr subscriber, const Renewed& renewed) {
+CORBA::Long DdsBaseAccess::Impl::SubscribeAt(DDS_Manager_ptr manager, const char* topic, DDS_Sub_ptr subscriber,
+                                             const Renewed& renewed) {
   const Making making(*this);
   const CORBA::Long handle = manager->Subscribe(topic, subscriber);
   NoteAnswer(manager);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <functional>
@@ -8,12 +9,12 @@
 
 namespace Corvanta {
 
-/// The way to the topic manager, one for the process; found through the naming service at Lumenar/local/DDS_MANAGER/1 when first
-/// needed, and again by itself after the manager was away.
+/// The way to the topic manager, one for the process; found through the naming service at Lumenar/local/DDS_MANAGER/1
+/// when first needed, and again by itself after the manager was away.
 ///
-/// A manager that is away is noted once on standard error, its return once; while it is away, at most one call each 250 ms
-/// tries it, so that nothing is slowed down. A subscription stands until it is ended here: a manager that has lost it gets it
-/// again within seconds of its start. All that stand when the ORB shuts down are ended then.
+/// A manager that is away is noted once on standard error, its return once; while it is away, at most one call each 250
+/// ms tries it, so that nothing is slowed down. A subscription stands until it is ended here: a manager that has lost
+/// it gets it again within seconds of its start. All that stand when the ORB shuts down are ended then.
 /// Threads   any.
 class DdsBaseAccess {
  public:
@@ -25,14 +26,15 @@ class DdsBaseAccess {
   /// Sends a sample to the manager. Never throws: a manager that is away loses the sample, counted.
   void Publish(const char* topic, const SampleView& sample) noexcept;
 
-  /// Called with the handle by which the manager knows a subscription from here on, on a thread of this class; perhaps even once
-  /// after the subscription was ended.
+  /// Called with the handle by which the manager knows a subscription from here on, on a thread of this class; perhaps
+  /// even once after the subscription was ended.
   using Renewed = std::function<void(CORBA::Long handle)>;
 
   /// The handle that the manager gave. Errors   CORBA system exceptions.
   CORBA::Long Subscribe(const char* topic, DDS_Sub_ptr subscriber, Renewed renewed = {});
 
-  /// Ends a subscription of this subscriber, by the reference that it was made with. A manager that is away is silently ignored.
+  /// Ends a subscription of this subscriber, by the reference that it was made with. A manager that is away is silently
+  /// ignored.
   void Unsubscribe(const char* topic, DDS_Sub_ptr subscriber) noexcept;
 
   /// Samples that could not be sent since the process began.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/dds/GroupSubscriber.h"
 
 #include <new>
@@ -101,8 +102,7 @@ bool GroupSubscriber::TakeAtOnce(SampleRecord&& sample) {
 void GroupSubscriber::JoinGroup(CORBA::Long handle) noexcept {
   try {
     Members::Instance().Enter(handle, this);
-  } catch (const std::bad_alloc&) {
-  }
+  } catch (const std::bad_alloc&) {}
 }
 
 void GroupSubscriber::LeaveGroup() noexcept { Members::Instance().Leave(this); }

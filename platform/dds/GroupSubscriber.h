@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "platform/orb/any_guard.h"
@@ -6,8 +7,9 @@ namespace Corvanta {
 
 /// A subscriber's servant whose process takes samples for several of its subscribers in one call.
 ///
-/// Such a call hands each sample out in turn on one thread. A subscriber that would have to wait for something takes nothing then
-/// (see UpcallGate::WithoutWaiting), so that it holds up no other: it gets its sample in a call of its own.
+/// Such a call hands each sample out in turn on one thread. A subscriber that would have to wait for something takes
+/// nothing then (see UpcallGate::WithoutWaiting), so that it holds up no other: it gets its sample in a call of its
+/// own.
 /// Threads   any.
 class GroupSubscriber : public POA_Corvanta::DDS_GroupSub {
  public:
@@ -23,12 +25,12 @@ class GroupSubscriber : public POA_Corvanta::DDS_GroupSub {
   /// A decoded sample; what this throws reaches the caller of DDS_Callback.
   virtual void Take(SampleRecord&& sample) = 0;
 
-  /// A sample of its own could not be read for want of memory; called in the handler of the exception, which goes on to the caller of
-  /// DDS_Callback.
+  /// A sample of its own could not be read for want of memory; called in the handler of the exception, which goes on to
+  /// the caller of DDS_Callback.
   virtual void NotRead() noexcept {}
 
-  /// From here on a group call finds this subscriber by its handle, and by no former one. Without memory for that, it does not: samples
-  /// come singly then. Does nothing after LeaveGroup.
+  /// From here on a group call finds this subscriber by its handle, and by no former one. Without memory for that, it
+  /// does not: samples come singly then. Does nothing after LeaveGroup.
   void JoinGroup(CORBA::Long handle) noexcept;
 
   /// The end of that, before the owner gives up its reference. A second call does nothing.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/dds/StandingSubscriptions.h"
 
 #include <algorithm>
@@ -16,8 +17,9 @@ using Lumenar::Lock;
 constexpr std::chrono::seconds kPeriod{2};
 constexpr std::chrono::milliseconds kRetry{500};  // after a look that failed
 constexpr std::chrono::milliseconds kAnswerLimit{500};
-constexpr CORBA::ULong kClaimsInACall = 256;     // as the contract says
-constexpr std::size_t kBytesInACall = 12 * 1024;  // well within the limit of messages that are no samples (operation_limits.h)
+constexpr CORBA::ULong kClaimsInACall = 256;  // as the contract says
+constexpr std::size_t kBytesInACall =
+    12 * 1024;  // well within the limit of messages that are no samples (operation_limits.h)
 
 /// What a claim takes in a message: a little less than this.
 std::size_t BytesOf(const std::string& topic, DDS_Sub_ptr subscriber) {
@@ -46,7 +48,8 @@ void StandingSubscriptions::Add(const char* topic, DDS_Sub_ptr subscriber, CORBA
   Lock lock(mutex_);
   const Number number = ++last_number_;
   const auto added =
-      entries_.emplace(number, Entry{topic, DDS_Sub::_duplicate(subscriber), handle, std::move(renewed), std::nullopt}).first;
+      entries_.emplace(number, Entry{topic, DDS_Sub::_duplicate(subscriber), handle, std::move(renewed), std::nullopt})
+          .first;
   try {
     numbers_.emplace(subscriber, number);
     StartThread();
@@ -63,8 +66,7 @@ void StandingSubscriptions::StartThread() {
   next_look_ = Clock::now() + kPeriod;
   try {
     thread_ = std::thread([this] { Run(); });
-  } catch (const std::system_error&) {
-  }
+  } catch (const std::system_error&) {}
 }
 
 void StandingSubscriptions::Forget(std::map<Number, Entry>::iterator entry) noexcept {
@@ -130,7 +132,8 @@ void StandingSubscriptions::Run() {
 /// False when the thread has to end.
 bool StandingSubscriptions::WaitForLook() {
   Lock lock(mutex_);
-  for (auto now = Clock::now(); !ending_ && now < next_look_; now = Clock::now()) changed_.WaitFor(mutex_, next_look_ - now);
+  for (auto now = Clock::now(); !ending_ && now < next_look_; now = Clock::now())
+    changed_.WaitFor(mutex_, next_look_ - now);
   next_look_ = Clock::now() + kPeriod;
   return !ending_;
 }
@@ -152,7 +155,8 @@ void StandingSubscriptions::Look() {
   next_look_ = std::min(next_look_, Clock::now() + next);
 }
 
-/// The epoch is asked first: a manager that is another one by the time of the claims has another epoch at the next look.
+/// The epoch is asked first: a manager that is another one by the time of the claims has another epoch at the next
+/// look.
 void StandingSubscriptions::LookAt(DDS_Manager_ptr manager) {
   const CORBA::ULongLong epoch = EpochOf(manager);
   if (AllSeen(epoch)) return;
@@ -172,8 +176,8 @@ bool StandingSubscriptions::AllSeen(CORBA::ULongLong epoch) {
   return all_seen;
 }
 
-/// Of the entries behind `after`, the next that were not seen in this epoch; none when `ending_`. The subscriptions of one subscriber to
-/// one topic go together: the manager could not tell them apart else.
+/// Of the entries behind `after`, the next that were not seen in this epoch; none when `ending_`. The subscriptions of
+/// one subscriber to one topic go together: the manager could not tell them apart else.
 StandingSubscriptions::Batch StandingSubscriptions::NextBatch(CORBA::ULongLong epoch, Number after) {
   Batch batch;
   Lock lock(mutex_);
@@ -182,7 +186,8 @@ StandingSubscriptions::Batch StandingSubscriptions::NextBatch(CORBA::ULongLong e
     if (entry->second.epoch != epoch && !Holds(batch.numbers, entry->first)) {
       const std::vector<Number> alike = Alike(entry->first, entry->second);
       bytes += alike.size() * BytesOf(entry->second.topic, entry->second.subscriber);
-      if (!batch.numbers.empty() && (bytes > kBytesInACall || batch.numbers.size() + alike.size() > kClaimsInACall)) break;
+      if (!batch.numbers.empty() && (bytes > kBytesInACall || batch.numbers.size() + alike.size() > kClaimsInACall))
+        break;
       for (const Number number : alike) Take(batch, number, entries_.at(number));
     }
     batch.last = entry->first;
@@ -202,7 +207,8 @@ void StandingSubscriptions::Take(Batch& batch, Number number, const Entry& entry
 
 /// The entry and those with the same topic and subscriber, as many as one call takes.
 std::vector<StandingSubscriptions::Number> StandingSubscriptions::Alike(Number number, const Entry& entry) {
-  const std::size_t most = std::clamp<std::size_t>(kBytesInACall / BytesOf(entry.topic, entry.subscriber), 1, kClaimsInACall);
+  const std::size_t most =
+      std::clamp<std::size_t>(kBytesInACall / BytesOf(entry.topic, entry.subscriber), 1, kClaimsInACall);
   std::vector<Number> alike{number};
   const auto [first, last] = numbers_.equal_range(entry.subscriber.in());
   for (auto other = first; other != last && alike.size() < most; ++other)
@@ -211,7 +217,8 @@ std::vector<StandingSubscriptions::Number> StandingSubscriptions::Alike(Number n
 }
 
 /// One that was ended while it was claimed is not to stand.
-void StandingSubscriptions::Settle(DDS_Manager_ptr manager, const Batch& batch, const HandleSeq& handles, CORBA::ULongLong epoch) {
+void StandingSubscriptions::Settle(DDS_Manager_ptr manager, const Batch& batch, const HandleSeq& handles,
+                                   CORBA::ULongLong epoch) {
   if (handles.length() != batch.claims.length()) throw CORBA::MARSHAL(0, CORBA::COMPLETED_YES);
   for (CORBA::ULong i = 0; i < handles.length(); ++i) {
     const Claim& claim = batch.claims[i];

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <chrono>
@@ -15,8 +16,9 @@
 
 namespace Corvanta {
 
-/// The subscriptions of this process, each of which stands until its owner ends it, whatever becomes of the topic manager: a thread asks
-/// the manager every two seconds whether it may have forgotten any, with one short call, and sends it those that it may have.
+/// The subscriptions of this process, each of which stands until its owner ends it, whatever becomes of the topic
+/// manager: a thread asks the manager every two seconds whether it may have forgotten any, with one short call, and
+/// sends it those that it may have.
 /// Threads   any.
 class StandingSubscriptions {
  public:
@@ -28,11 +30,12 @@ class StandingSubscriptions {
   /// A call through that manager failed. Called as well.
   using ManagerFailed = std::function<void(DDS_Manager_ptr, const CORBA::SystemException&)>;
 
-  /// The manager knows the subscription by another handle from here on. Called by the thread, without a lock; perhaps even once after
-  /// the subscription was ended.
+  /// The manager knows the subscription by another handle from here on. Called by the thread, without a lock; perhaps
+  /// even once after the subscription was ended.
   using Renewed = std::function<void(CORBA::Long handle)>;
 
-  StandingSubscriptions(ReachManager reach, ManagerFailed failed) : reach_(std::move(reach)), failed_(std::move(failed)) {}
+  StandingSubscriptions(ReachManager reach, ManagerFailed failed)
+      : reach_(std::move(reach)), failed_(std::move(failed)) {}
   ~StandingSubscriptions() { End(); }
   StandingSubscriptions(const StandingSubscriptions&) = delete;
   StandingSubscriptions& operator=(const StandingSubscriptions&) = delete;

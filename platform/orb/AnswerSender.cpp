@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/AnswerSender.h"
 
 #include <fmt/format.h>
@@ -40,7 +41,8 @@ void AnswerSender::Count(const unsigned char* bytes, std::size_t size, std::size
   if (left_ == 0 && size >= kHeaderBytes) {
     std::uint32_t body = 0;
     std::memcpy(&body, bytes + 8, sizeof body);
-    if (((bytes[6] & kLittleEndian) != 0) != (std::endian::native == std::endian::little)) body = __builtin_bswap32(body);
+    if (((bytes[6] & kLittleEndian) != 0) != (std::endian::native == std::endian::little))
+      body = __builtin_bswap32(body);
     fragments_follow_ = (bytes[6] & kFragmentsFollow) != 0;
     left_ = kHeaderBytes + std::uint64_t{body};
   }
@@ -71,11 +73,16 @@ bool AnswerSender::WaitUntilTaken(int socket, std::size_t size, std::chrono::mil
 
 void AnswerSender::SayWhy(bool is_given_up) {
   if (is_given_up)
-    limits_.log.Say("unsent", fmt::format("connection from {} closed: it took nothing of its answer for longer than others, and answers "
-                                          "hold {} bytes, the limit (orb.max_unsent_bytes)", peer_(), limits_.budget.Limit()));
+    limits_.log.Say(
+        "unsent",
+        fmt::format("connection from {} closed: it took nothing of its answer for longer than others, and answers "
+                    "hold {} bytes, the limit (orb.max_unsent_bytes)",
+                    peer_(), limits_.budget.Limit()));
   else
-    limits_.log.Say("not taken", fmt::format("connection from {} closed: it took nothing of its answer for {} ms (orb.send_timeout_ms)",
-                                             peer_(), limits_.timeout.count()));
+    limits_.log.Say(
+        "not taken",
+        fmt::format("connection from {} closed: it took nothing of its answer for {} ms (orb.send_timeout_ms)", peer_(),
+                    limits_.timeout.count()));
 }
 
 }  // namespace Corvanta

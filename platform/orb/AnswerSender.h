@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <atomic>
@@ -12,8 +13,8 @@
 
 namespace Corvanta {
 
-/// Sends answers over one connection for as long as its peer takes them. A peer that takes nothing for a time, or whose answer
-/// holds memory that others need (SendBudget), is given up, with one line a minute.
+/// Sends answers over one connection for as long as its peer takes them. A peer that takes nothing for a time, or whose
+/// answer holds memory that others need (SendBudget), is given up, with one line a minute.
 /// Threads   Send: one at a time; all else: any.
 class AnswerSender final : public WaitingSender {
  public:
@@ -28,7 +29,8 @@ class AnswerSender final : public WaitingSender {
       : limits_(limits), end_(std::move(end)), peer_(std::move(peer)) {}
 
   /// Sends some of the bytes, at the latest within `patience`; how many, or -1 when the connection is to end.
-  int Send(int socket, const void* bytes, std::size_t size, std::chrono::milliseconds patience = std::chrono::milliseconds::max());
+  int Send(int socket, const void* bytes, std::size_t size,
+           std::chrono::milliseconds patience = std::chrono::milliseconds::max());
 
   /// Whether what was sent last ends an answer.
   bool IsBetweenAnswers() const noexcept { return is_between_answers_; }

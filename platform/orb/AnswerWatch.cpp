@@ -1,18 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/AnswerWatch.h"
 
 #include <omniORB4/omniInterceptors.h>
 // These in this order: they do not include what they need.
+#include <omniORB4/internal/GIOP_C.h>
 #include <omniORB4/internal/giopRope.h>
 #include <omniORB4/internal/giopStrand.h>
 #include <omniORB4/internal/giopStream.h>
-#include <omniORB4/internal/GIOP_C.h>
 
 namespace Corvanta {
 namespace {
 
 thread_local bool answered = false;
 
-/// Called on the thread that made the call, with the head of its answer. One that names somebody else to be called is none.
+/// Called on the thread that made the call, with the head of its answer. One that names somebody else to be called is
+/// none.
 CORBA::Boolean NoteAnswer(omni::omniInterceptors::clientReceiveReply_T::info_T& info) {
   const GIOP::ReplyStatusType status = info.giop_c.replyStatus();
   answered = status == GIOP::NO_EXCEPTION || status == GIOP::USER_EXCEPTION || status == GIOP::SYSTEM_EXCEPTION;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <atomic>
@@ -44,10 +45,10 @@ class ServedConnection {
   std::atomic<bool> was_answered_{false};
 };
 
-/// The connections that peers opened to this process: never more than a limit. Whoever comes when it is reached is served, and
-/// takes the place of another: of a stranger if there is one, else of a peer at rest, else of one with a request under way, in
-/// each case the one that has been silent for the longest time. So neither idle connections nor half requests, however many,
-/// keep a client out or end the connection of a client that was there before.
+/// The connections that peers opened to this process: never more than a limit. Whoever comes when it is reached is
+/// served, and takes the place of another: of a stranger if there is one, else of a peer at rest, else of one with a
+/// request under way, in each case the one that has been silent for the longest time. So neither idle connections nor
+/// half requests, however many, keep a client out or end the connection of a client that was there before.
 /// Threads   any.
 class ConnectionTable {
  public:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <omniORB4/CORBA.h>
@@ -6,8 +7,8 @@
 
 namespace Corvanta {
 
-/// A servant that counts its references in an atomic of its own. The ORB's count does the same inside its library, where the
-/// thread sanitizer sees neither the count nor what it orders.
+/// A servant that counts its references in an atomic of its own. The ORB's count does the same inside its library,
+/// where the thread sanitizer sees neither the count nor what it orders.
 ///
 /// The memory goes with the last of owner, POA and requests in flight; derived classes have a protected destructor.
 class CountedServant : public virtual PortableServer::ServantBase {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/GuardedTransport.h"
 
 #include <fmt/format.h>
@@ -19,7 +20,8 @@ namespace {
 
 constexpr std::string_view kTcp = "giop:tcp:", kUnix = "giop:unix:";
 
-/// A transport of the ORB as this process serves it: the name under which ours stands, that in the rules for peers, its connections.
+/// A transport of the ORB as this process serves it: the name under which ours stands, that in the rules for peers, its
+/// connections.
 struct Tcp {
   static constexpr char kGuarded[] = "giop:guarded-tcp", kRule[] = "tcp";
   using Connection = omni::tcpConnection;
@@ -34,7 +36,8 @@ struct Unix {
   using Connection = omni::unixConnection;
   using Endpoint = omni::unixEndpoint;
   struct Accepted : Connection {
-    Accepted(int socket, omni::SocketCollection* collection, const char* path) : Connection(socket, collection, path, false) {}
+    Accepted(int socket, omni::SocketCollection* collection, const char* path)
+        : Connection(socket, collection, path, false) {}
   };
 };
 
@@ -78,19 +81,23 @@ class GuardedConnection final : public Transport::Accepted, public ServedConnect
 
  public:
   /// `address`: of the endpoint.
-  GuardedConnection(int socket, omni::SocketCollection* collection, const char* address, std::shared_ptr<TransportState> state)
+  GuardedConnection(int socket, omni::SocketCollection* collection, const char* address,
+                    std::shared_ptr<TransportState> state)
       : Plain(socket, collection, address),
         state_(std::move(state)),
-        framing_(MessageFraming::Side::Served, state_->framing, state_->assembly, nullptr, [this](const std::string& what) {
-          const std::string host = HostOf(peeraddress());
-          state_->log.Say("refused " + host, fmt::format("{} from {}", what, host));
-        }),
-        sender_(state_->sending, [this] { Shutdown(); }, [this] { return HostOf(peeraddress()); }) {}
+        framing_(MessageFraming::Side::Served, state_->framing, state_->assembly, nullptr,
+                 [this](const std::string& what) {
+                   const std::string host = HostOf(peeraddress());
+                   state_->log.Say("refused " + host, fmt::format("{} from {}", what, host));
+                 }),
+        sender_(
+            state_->sending, [this] { Shutdown(); }, [this] { return HostOf(peeraddress()); }) {}
 
   ~GuardedConnection() override {
     state_->table.Leave(*this);
     if (!was_read_ && !gave_way_ && !state_->ended)
-      state_->log.Say("no thread", fmt::format("connection from {} closed unserved: no thread for it", HostOf(peeraddress())));
+      state_->log.Say("no thread",
+                      fmt::format("connection from {} closed unserved: no thread for it", HostOf(peeraddress())));
   }
 
   int Recv(void* buffer, size_t size, const omni_time_t& deadline) override {
@@ -122,7 +129,8 @@ class GuardedConnection final : public Transport::Accepted, public ServedConnect
   void GiveWay() noexcept override {
     static constexpr char kCloseConnection[12] = {'G', 'I', 'O', 'P', 1, 2, 0, 5, 0, 0, 0, 0};
     gave_way_ = true;
-    if (Rank() == Resting && sender_.IsBetweenAnswers()) send(handle(), kCloseConnection, sizeof kCloseConnection, MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (Rank() == Resting && sender_.IsBetweenAnswers())
+      send(handle(), kCloseConnection, sizeof kCloseConnection, MSG_DONTWAIT | MSG_NOSIGNAL);
     Shutdown();
   }
 
@@ -198,20 +206,24 @@ class GuardedEndpoint final : public Transport::Endpoint {
     auto* connection = new GuardedConnection<Transport>(socket, this, address_.c_str(), state_);  // counted by the ORB
     const std::string host = HostOf(connection->PeerAddress());
     if (!IsAllowedPeer(connection->PeerAddress(), Transport::kRule)) {
-      state_->log.Say(host, fmt::format("connection from {} refused: it is not an allowed peer (orb.allowed_peer)", host));
+      state_->log.Say(host,
+                      fmt::format("connection from {} refused: it is not an allowed peer (orb.allowed_peer)", host));
       connection->NotServed();
       connection->decrRefCount(1);
       return nullptr;
     }
     if (state_->table.Enter(*connection))
-      state_->log.Say("limit", fmt::format("{} connections, the limit: the longest silent one is closed for each further one "
-                                           "(orb.max_server_threads)", state_->table.Limit()));
+      state_->log.Say("limit",
+                      fmt::format("{} connections, the limit: the longest silent one is closed for each further one "
+                                  "(orb.max_server_threads)",
+                                  state_->table.Limit()));
     return connection;
   }
 
   /// Without a descriptor the connection would wait for ever, and accept would fail again at once.
   void CloseOneUnserved(int error) {
-    state_->log.Say("descriptors", fmt::format("connection closed unserved: no descriptor for it: {}", std::strerror(error)));
+    state_->log.Say("descriptors",
+                    fmt::format("connection closed unserved: no descriptor for it: {}", std::strerror(error)));
     state_->spare.Give();
     const int socket = accept4(pd_socket, nullptr, nullptr, SOCK_CLOEXEC);
     if (socket >= 0) close(socket);
@@ -237,7 +249,9 @@ class Guarded final : public omni::giopTransportImpl {
   explicit Guarded(std::shared_ptr<TransportState> state)
       : omni::giopTransportImpl(Transport::kGuarded), state_(std::move(state)) {}
 
-  omni::giopEndpoint* toEndpoint(const char* address) override { return new GuardedEndpoint<Transport>(address, state_); }
+  omni::giopEndpoint* toEndpoint(const char* address) override {
+    return new GuardedEndpoint<Transport>(address, state_);
+  }
   omni::giopAddress* toAddress(const char*) override { return nullptr; }
   CORBA::Boolean isValid(const char*) override { return true; }
   CORBA::Boolean addToIOR(const char*, omni::IORPublish*) override { return false; }

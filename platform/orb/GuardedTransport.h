@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <memory>
@@ -7,16 +8,18 @@
 
 namespace Corvanta {
 
-/// The ORB's transports over TCP and over Unix-domain sockets, with what the ORB leaves out. Connections that peers open: a peer that the configuration does not allow
-/// is told of on standard error and closed before a thread is spent on it; there is a limit on connections (see ConnectionTable);
-/// answers that nobody takes are given up (see AnswerSender); and a process without descriptors left goes on accepting and says so,
-/// instead of spinning. All connections, also those that this
-/// process opens: the ORB sees lawful, whole messages alone (see MessageFraming, OwnConnections).
+/// The ORB's transports over TCP and over Unix-domain sockets, with what the ORB leaves out. Connections that peers
+/// open: a peer that the configuration does not allow is told of on standard error and closed before a thread is spent
+/// on it; there is a limit on connections (see ConnectionTable); answers that nobody takes are given up (see
+/// AnswerSender); and a process without descriptors left goes on accepting and says so, instead of spinning. All
+/// connections, also those that this process opens: the ORB sees lawful, whole messages alone (see MessageFraming,
+/// OwnConnections).
 ///
 /// Must live from before ORB_init until after ORB::destroy.
 class GuardedTransport {
  public:
-  /// At most max_server_threads connections at a time, and never more than half of the descriptors that the process may have.
+  /// At most max_server_threads connections at a time, and never more than half of the descriptors that the process may
+  /// have.
   explicit GuardedTransport(const TransportConfig& config);
   ~GuardedTransport();
   GuardedTransport(const GuardedTransport&) = delete;

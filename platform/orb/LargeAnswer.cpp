@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/LargeAnswer.h"
 
 #include <omniORB4/CORBA.h>
@@ -20,7 +21,8 @@ thread_local ThreadAccount thread_account;
 
 void LargeAnswer::Announce(std::size_t bytes) {
   if (bytes < kSmall) return;
-  if (!SendBudget::OfProcess().Take(OfThisThread(), bytes, kPatience)) throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
+  if (!SendBudget::OfProcess().Take(OfThisThread(), bytes, kPatience))
+    throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
 }
 
 SendBudget::Account& LargeAnswer::OfThisThread() {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstddef>
@@ -6,13 +7,14 @@
 
 namespace Corvanta {
 
-/// What an operation says before it builds an answer whose size its caller chooses, as the copy of a trace: the bytes count
-/// (SendBudget) until this thread has sent the answer. Nothing for answers that are small.
+/// What an operation says before it builds an answer whose size its caller chooses, as the copy of a trace: the bytes
+/// count (SendBudget) until this thread has sent the answer. Nothing for answers that are small.
 class LargeAnswer {
  public:
   static constexpr std::size_t kSmall = 64 * 1024;
 
-  /// Waits while too much is under way to callers that do not take their answers. Holds no lock meanwhile, nor may the caller.
+  /// Waits while too much is under way to callers that do not take their answers. Holds no lock meanwhile, nor may the
+  /// caller.
   /// Errors   CORBA::NO_RESOURCES when that lasts.
   static void Announce(std::size_t bytes);
 

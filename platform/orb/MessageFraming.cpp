@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/MessageFraming.h"
 
 #include <fmt/format.h>
@@ -8,7 +9,7 @@
 namespace Corvanta {
 namespace {
 
-constexpr std::size_t kLeastBlock = 16384;  // of memory for what has come in part
+constexpr std::size_t kLeastBlock = 16384;                // of memory for what has come in part
 constexpr std::size_t kEndOfStatus = kMessageHeader + 8;  // of an answer of version 1.2; and of a LocateReply
 
 bool IsRequest(MessageKind kind) { return kind == MessageKind::Request || kind == MessageKind::LocateRequest; }
@@ -67,8 +68,8 @@ std::vector<char> MarshalException(const MessageHeader& header, std::uint32_t id
 
 }  // namespace
 
-MessageFraming::MessageFraming(Side side, const FramingLimits& limits, AssemblyBudget& budget, ExpectedAnswers* expected,
-                               std::function<void(const std::string&)> refused)
+MessageFraming::MessageFraming(Side side, const FramingLimits& limits, AssemblyBudget& budget,
+                               ExpectedAnswers* expected, std::function<void(const std::string&)> refused)
     : side_(side), limits_(limits), budget_(budget), expected_(expected), refused_(std::move(refused)) {}
 
 MessageFraming::~MessageFraming() {
@@ -143,17 +144,21 @@ void MessageFraming::RequireLawful(const MessageHeader& header) const {
   const bool is_theirs = side_ == Side::Served ? IsRequest(header.kind) || header.kind == MessageKind::CancelRequest
                                                : IsAnswer(header.kind);
   if (!is_theirs && header.kind != MessageKind::Fragment)
-    throw UnlawfulMessage(fmt::format("a {} from a {}", NameOf(header.kind), side_ == Side::Served ? "client" : "server"));
+    throw UnlawfulMessage(
+        fmt::format("a {} from a {}", NameOf(header.kind), side_ == Side::Served ? "client" : "server"));
   // The ORB follows a client from version 1.2 to an older one, and then stays with that.
-  const bool is_of_version = minor_ < 0 || minor_ == header.minor || (side_ == Side::Served && minor_ == 2 && parts_.empty());
+  const bool is_of_version =
+      minor_ < 0 || minor_ == header.minor || (side_ == Side::Served && minor_ == 2 && parts_.empty());
   if (!is_of_version) throw UnlawfulMessage("messages of different versions");
 }
 
 /// Nothing else of a request, or of an answer, may have come.
 void MessageFraming::RequireFree(std::span<const char> bytes, const MessageHeader& header) {
-  if (header.minor == 1 && !parts_.empty()) throw UnlawfulMessage("a message between the fragments of another of version 1.1");
+  if (header.minor == 1 && !parts_.empty())
+    throw UnlawfulMessage("a message between the fragments of another of version 1.1");
   if (!header.HasId()) return;
-  if (Find(IdOf(bytes, header)) != nullptr) throw UnlawfulMessage("a message with the id of another that has come in part");
+  if (Find(IdOf(bytes, header)) != nullptr)
+    throw UnlawfulMessage("a message with the id of another that has come in part");
   if (side_ == Side::Own) expected_->LimitOf(IdOf(bytes, header));
 }
 
@@ -183,10 +188,12 @@ MessageFraming::Next MessageFraming::LookAtWhole(std::span<const char> bytes, co
 }
 
 std::uint64_t MessageFraming::LimitOf(MessageLimit limit) const noexcept {
-  return limit == MessageLimit::Plain ? std::min(kPlainMessageBytes, limits_.max_message_bytes) : limits_.max_message_bytes;
+  return limit == MessageLimit::Plain ? std::min(kPlainMessageBytes, limits_.max_message_bytes)
+                                      : limits_.max_message_bytes;
 }
 
-std::optional<MessageFraming::Head> MessageFraming::LookAtHead(std::span<const char> bytes, const MessageHeader& header) {
+std::optional<MessageFraming::Head> MessageFraming::LookAtHead(std::span<const char> bytes,
+                                                               const MessageHeader& header) {
   if (header.kind == MessageKind::Request) {
     RequestHead head;
     if (ReadRequestHead(bytes, header, head) == Reading::Incomplete) return std::nullopt;
@@ -198,7 +205,8 @@ std::optional<MessageFraming::Head> MessageFraming::LookAtHead(std::span<const c
     const MessageLimit limit = expected_->LimitOf(head.id);
     return Head{head.end, LimitOf(head.status == 0 ? limit : MessageLimit::Plain), {}};
   }
-  if (header.size > kPlainMessageBytes) throw UnlawfulMessage(fmt::format("a {} of {} bytes", NameOf(header.kind), header.size));
+  if (header.size > kPlainMessageBytes)
+    throw UnlawfulMessage(fmt::format("a {} of {} bytes", NameOf(header.kind), header.size));
   if (bytes.size() < std::min<std::uint64_t>(header.size, kEndOfStatus)) return std::nullopt;
   if (side_ == Side::Own) expected_->LimitOf(IdOf(bytes, header));
   return Head{kMessageHeader, kPlainMessageBytes, {}};
@@ -211,8 +219,9 @@ MessageFraming::Part* MessageFraming::Find(std::uint32_t id) noexcept {
 
 // Doing.
 
-/// The size of a message of the kind that almost all are, whose header needs no more than a glance: a small whole one of version 1.2,
-/// not the first of its connection, with nothing else under way. 0 for any other. An answer counts as claimed then.
+/// The size of a message of the kind that almost all are, whose header needs no more than a glance: a small whole one
+/// of version 1.2, not the first of its connection, with nothing else under way. 0 for any other. An answer counts as
+/// claimed then.
 inline std::uint64_t MessageFraming::OrdinarySize(std::span<const char> bytes) noexcept {
   constexpr std::size_t kLook = 24;
   constexpr std::uint32_t kSystemException = 2;
@@ -329,7 +338,8 @@ void MessageFraming::DigestMessage() {
 void MessageFraming::Admit(std::span<const char> bytes, const MessageHeader& header) {
   if (!IsRequest(header.kind) && !IsAnswer(header.kind)) {
     is_closing_ = true;
-    if (side_ == Side::Own && header.kind == MessageKind::CloseConnection) expected_->SentElsewhere();  // the ORB calls again
+    if (side_ == Side::Own && header.kind == MessageKind::CloseConnection)
+      expected_->SentElsewhere();  // the ORB calls again
     return;
   }
   minor_ = header.minor;
@@ -444,7 +454,8 @@ bool MessageFraming::KnowHead(Part& part) {
 void MessageFraming::Refuse(Part& part) {
   if (part.head_end == 0 && !KnowHead(part)) throw UnlawfulMessage("no room for the beginning of a message");
   Say(part.header, part.operation, part.size, part.limit);
-  const std::vector<char> head(part.held.bytes.begin(), part.held.bytes.begin() + static_cast<std::ptrdiff_t>(part.head_end));
+  const std::vector<char> head(part.held.bytes.begin(),
+                               part.held.bytes.begin() + static_cast<std::ptrdiff_t>(part.head_end));
   Release(part.held);
   part.is_refused = true;
   if (!Grow(part.held, head.size())) throw UnlawfulMessage("no room for the head of a message");
@@ -452,8 +463,9 @@ void MessageFraming::Refuse(Part& part) {
   part.held.filled = head.size();
 }
 
-/// What follows a fragment that is not the last must stand at the same place for whoever counts from the message's beginning and for
-/// whoever counts from its fragment's: the header of a fragment takes 12 bytes in version 1.1, and 16, with the id, in 1.2.
+/// What follows a fragment that is not the last must stand at the same place for whoever counts from the message's
+/// beginning and for whoever counts from its fragment's: the header of a fragment takes 12 bytes in version 1.1, and
+/// 16, with the id, in 1.2.
 void MessageFraming::EndFragment(Part& part) {
   if (!part.is_complete) {
     if (part.size % 8 != (part.header.minor == 1 ? kMessageHeader % 8 : 0))
@@ -550,9 +562,10 @@ void MessageFraming::Fail(const UnlawfulMessage& failure) {
   has_output_ = true;
 }
 
-void MessageFraming::Say(const MessageHeader& header, std::string_view operation, std::uint64_t size, std::uint64_t limit) const {
-  refused_(fmt::format("{}{}{} of {} bytes refused: at most {} bytes", NameOf(header.kind), operation.empty() ? "" : " ",
-                       operation.substr(0, 64), size, limit));
+void MessageFraming::Say(const MessageHeader& header, std::string_view operation, std::uint64_t size,
+                         std::uint64_t limit) const {
+  refused_(fmt::format("{}{}{} of {} bytes refused: at most {} bytes", NameOf(header.kind),
+                       operation.empty() ? "" : " ", operation.substr(0, 64), size, limit));
 }
 
 }  // namespace Corvanta

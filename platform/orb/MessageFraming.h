@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <atomic>
@@ -24,7 +25,8 @@ class ExpectedAnswers {
   virtual MessageLimit LimitOf(std::uint32_t id) = 0;
   /// The answer is here. False when nobody asked.
   virtual bool Done(std::uint32_t id) noexcept = 0;
-  /// An answer sent its call elsewhere, or to be made again. Errors   UnlawfulMessage when that does not come to an end.
+  /// An answer sent its call elsewhere, or to be made again. Errors   UnlawfulMessage when that does not come to an
+  /// end.
   virtual void SentElsewhere() {}
 
  protected:
@@ -36,17 +38,18 @@ struct FramingLimits {
   std::uint64_t max_message_bytes = 80u << 20;
   std::size_t parts_at_a_time = 16;  ///< messages in fragments that may be interleaved on a connection
   std::chrono::steady_clock::duration assembly_time = std::chrono::seconds(180);
-  unsigned drain_factor = 4;         ///< times max_message_bytes: so much is read of a message that is too large
+  unsigned drain_factor = 4;  ///< times max_message_bytes: so much is read of a message that is too large
   std::uint64_t Drain() const noexcept { return drain_factor * max_message_bytes; }
 };
 
 /// Makes whole, lawful messages of what comes over a connection, before the ORB sees any of it.
 ///
-/// A message that comes whole is not touched: it is read to where the ORB wants it, and only its head is looked at. Fragments are put
-/// together here; a message that has come in part is held within limits of size, number and time. A message that is larger than its
-/// operation's limit (operation_limits.h) is read to its end, but only its head reaches the ORB, so that the call ends with MARSHAL
-/// and the connection goes on: a request comes without its arguments, an answer becomes that exception. One that is larger by far
-/// (drain_factor) ends the connection besides. A CancelRequest is dropped, with what has come of its request.
+/// A message that comes whole is not touched: it is read to where the ORB wants it, and only its head is looked at.
+/// Fragments are put together here; a message that has come in part is held within limits of size, number and time. A
+/// message that is larger than its operation's limit (operation_limits.h) is read to its end, but only its head reaches
+/// the ORB, so that the call ends with MARSHAL and the connection goes on: a request comes without its arguments, an
+/// answer becomes that exception. One that is larger by far (drain_factor) ends the connection besides. A CancelRequest
+/// is dropped, with what has come of its request.
 ///
 /// For each read that the ORB asks for:
 ///
@@ -100,8 +103,8 @@ class MessageFraming {
 
   /// A message in fragments, as far as it has come.
   struct Part {
-    MessageHeader header;      // of its first fragment
-    std::uint32_t id = 0;      // in version 1.2
+    MessageHeader header;  // of its first fragment
+    std::uint32_t id = 0;  // in version 1.2
     Held held;
     std::uint64_t size = 0;    // of the message, with the fragment under way and with what was let go
     std::size_t head_end = 0;  // 0: its head has not come yet; else
@@ -179,16 +182,17 @@ class MessageFraming {
   std::uint64_t part_left_ = 0;  // for parts_[current_]
   std::size_t current_ = 0;
 
-  Held backlog_;                 // was read, and not looked at yet, from backlog_at_ on
+  Held backlog_;  // was read, and not looked at yet, from backlog_at_ on
   std::size_t backlog_at_ = 0;
-  std::uint64_t needed_ = 0;     // bytes that the backlog must hold before it is looked at again
-  Held ready_;                   // a message that was put together, to be given from ready_at_ on
+  std::uint64_t needed_ = 0;  // bytes that the backlog must hold before it is looked at again
+  Held ready_;                // a message that was put together, to be given from ready_at_ on
   std::size_t ready_at_ = 0;
   std::vector<Part> parts_;
-  int minor_ = -1;               // version of the connection's messages, once one came
-  bool is_closing_ = false;      // the last message has come
+  int minor_ = -1;           // version of the connection's messages, once one came
+  bool is_closing_ = false;  // the last message has come
   bool is_plain_ = true;
-  std::uint64_t ordinary_ = 0;   // what ordinary messages begin with, in the order of its bytes in memory; 0: none is at present
+  std::uint64_t ordinary_ =
+      0;  // what ordinary messages begin with, in the order of its bytes in memory; 0: none is at present
   std::optional<std::string> failure_;
   std::atomic<bool> has_output_{false};
 };

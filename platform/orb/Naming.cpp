@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/Naming.h"
 
 #include <chrono>
@@ -31,8 +32,8 @@ CosNaming::Name ClaimOf(const Naming::Path& path) {
   return name;
 }
 
-/// Whether an object's process answers. A process that is there and does not answer within the limit counts as alive: an
-/// engine that still starts holds its requests back.
+/// Whether an object's process answers. A process that is there and does not answer within the limit counts as alive:
+/// an engine that still starts holds its requests back.
 bool Answers(CORBA::Object_ptr object) {
   omniORB::setClientCallTimeout(object, kProbeLimit_ms);
   try {
@@ -82,7 +83,8 @@ CORBA::Object_ptr Naming::ResolveWithin(const Path& path, std::chrono::milliseco
   const CORBA::String_var text = orb_->object_to_string(root);
   const CORBA::Object_var own = orb_->string_to_object(text);  // the limit is not to touch other calls through the root
   const CosNaming::NamingContext_var limited = CosNaming::NamingContext::_unchecked_narrow(own);
-  omniORB::setClientCallTimeout(limited, static_cast<CORBA::ULong>(limit.count()));  // a narrowed reference does not inherit it
+  omniORB::setClientCallTimeout(limited,
+                                static_cast<CORBA::ULong>(limit.count()));  // a narrowed reference does not inherit it
   CORBA::Object_var object = limited->resolve(NameOf(path));
   if (CORBA::is_nil(object)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_YES);
   return object._retn();

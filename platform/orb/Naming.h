@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <omniORB4/CORBA.h>
@@ -16,9 +17,9 @@ namespace Corvanta {
 
 /// The naming service as this process sees it, and the names that this process has there.
 ///
-/// The service is looked up anew for every operation, so one that was restarted is found again; while names are held, a thread
-/// puts those back that a restarted service has lost, and says in one line on standard error when the service goes away
-/// and when it is back.
+/// The service is looked up anew for every operation, so one that was restarted is found again; while names are held, a
+/// thread puts those back that a restarted service has lost, and says in one line on standard error when the service
+/// goes away and when it is back.
 /// Errors   of every operation that is not noexcept: CORBA system exceptions and those of CosNaming.
 /// Threads  any.
 class Naming {
@@ -26,8 +27,7 @@ class Naming {
   using Path = std::vector<std::string>;
 
   /// `address` ("HOST:PORT") is for messages.
-  Naming(CORBA::ORB_ptr orb, std::string address)
-      : orb_(CORBA::ORB::_duplicate(orb)), address_(std::move(address)) {}
+  Naming(CORBA::ORB_ptr orb, std::string address) : orb_(CORBA::ORB::_duplicate(orb)), address_(std::move(address)) {}
   ~Naming();
   Naming(const Naming&) = delete;
   Naming& operator=(const Naming&) = delete;
@@ -69,7 +69,8 @@ class Naming {
   Lumenar::Condition changed_;
   std::map<Path, CORBA::Object_var> names_ GUARDED_BY(mutex_);
   bool ended_ GUARDED_BY(mutex_) = false;
-  const char* trouble_ = nullptr;  ///< the keeper's: what its last look met and standard error says; null when all was well
+  const char* trouble_ =
+      nullptr;  ///< the keeper's: what its last look met and standard error says; null when all was well
   std::thread keeper_ GUARDED_BY(mutex_);
 };
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/ORB_base.h"
 
 #include <omniORB4/omniInterceptors.h>
@@ -18,7 +19,8 @@ namespace {
 
 std::atomic<ORB_base*> current{nullptr};
 
-/// By itself the ORB repeats a call, without end, when the answer is a certain TRANSIENT. What was called may have done its work.
+/// By itself the ORB repeats a call, without end, when the answer is a certain TRANSIENT. What was called may have done
+/// its work.
 CORBA::Boolean RepeatNothing(void*, CORBA::ULong, const CORBA::TRANSIENT&) { return false; }
 
 /// Takes the ORB's own messages; it writes only errors unless its environment asks for more (ORBtraceLevel).
@@ -87,7 +89,8 @@ void ORB_base::Impl::StopOrb() noexcept {
     try {
       orb->shutdown(wait);
       return;
-    } catch (const CORBA::BAD_INV_ORDER&) {  // it has ended already, or this is a request, which cannot wait for its own end
+    } catch (
+        const CORBA::BAD_INV_ORDER&) {  // it has ended already, or this is a request, which cannot wait for its own end
     } catch (const CORBA::Exception& exception) {
       Lumenar::WriteError("ORB_base: the ORB was not shut down: " + Lumenar::CorbaText(exception));
       return;
@@ -105,14 +108,15 @@ ORB_base::Impl::~Impl() {
   } catch (const CORBA::Exception& exception) {
     Lumenar::WriteError("ORB_base: the ORB was not destroyed: " + Lumenar::CorbaText(exception));
   } catch (const omniORB::fatalException& failure) {  // a check of its own failed: the host lives on without it
-    Lumenar::WriteError(std::string("ORB_base: the ORB was not destroyed: ") + failure.errmsg() + " at " + failure.file() + ":" +
-                        std::to_string(failure.line()));
+    Lumenar::WriteError(std::string("ORB_base: the ORB was not destroyed: ") + failure.errmsg() + " at " +
+                        failure.file() + ":" + std::to_string(failure.line()));
   }
 }
 
 ORB_base::ORB_base(int argc, const char* const* argv) : impl_(std::make_unique<Impl>(OrbArguments::Read(argc, argv))) {
   ORB_base* none = nullptr;
-  if (!current.compare_exchange_strong(none, this)) throw std::logic_error("ORB_base: there is one already in this process");
+  if (!current.compare_exchange_strong(none, this))
+    throw std::logic_error("ORB_base: there is one already in this process");
   try {
     impl_->InitialiseOrb();
   } catch (...) {
@@ -195,7 +199,7 @@ void ORB_base::DeactivateObject(PortableServer::ServantBase* servant) noexcept {
     PortableServer::ObjectId_var id = poa->servant_to_id(servant);
     poa->deactivate_object(id);
   } catch (const CORBA::Exception&) {  // deactivated meanwhile, or the ORB is going
-  } catch (const std::bad_alloc&) {  // it stays with the POA, closed, until the ORB goes
+  } catch (const std::bad_alloc&) {    // it stays with the POA, closed, until the ORB goes
   }
 }
 
@@ -204,7 +208,8 @@ void ORB_base::SetCallTimeout(CORBA::Object_ptr object, std::chrono::millisecond
 }
 
 bool RaisedByOrb(const CORBA::SystemException& error) noexcept {
-  constexpr CORBA::ULong kVendor = 0x41540000, kVendorMask = 0xfffff000;  // the first of the minor codes that were assigned to this ORB
+  constexpr CORBA::ULong kVendor = 0x41540000,
+                         kVendorMask = 0xfffff000;  // the first of the minor codes that were assigned to this ORB
   return (error.minor() & kVendorMask) == kVendor;
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <omniORB4/CORBA.h>
@@ -16,13 +17,13 @@ namespace Corvanta {
 /// The POA holds requests back until Run or Activate. Everything else of the platform finds the ORB through Current().
 class ORB_base {
  public:
-  /// Initialises the ORB from an argument list (the naming-service reference as -ORBInitRef, the transport configuration as
-  /// -ORBSvcConf FILE; a missing file at that compiled-in path means the defaults).
+  /// Initialises the ORB from an argument list (the naming-service reference as -ORBInitRef, the transport
+  /// configuration as -ORBSvcConf FILE; a missing file at that compiled-in path means the defaults).
   ///
-  /// Environment, for tests and racks: LUMENAR_NAMING=HOST:PORT replaces the naming service, LUMENAR_TRANSPORT_CONF=FILE the
-  /// configuration (this file must exist).
-  /// Errors   TransportConfigError; std::invalid_argument for an unknown -ORB argument; std::logic_error when an ORB_base
-  ///          lives already or the process has an ORB that somebody else initialised; CORBA system exceptions.
+  /// Environment, for tests and racks: LUMENAR_NAMING=HOST:PORT replaces the naming service,
+  /// LUMENAR_TRANSPORT_CONF=FILE the configuration (this file must exist).
+  /// Errors   TransportConfigError; std::invalid_argument for an unknown -ORB argument; std::logic_error when an
+  ///          ORB_base lives already or the process has an ORB that somebody else initialised; CORBA system exceptions.
   ORB_base(int argc, const char* const* argv);
 
   /// Runs the shutdown listeners unless Shutdown did, then ends and destroys the ORB. Never throws.
@@ -46,16 +47,17 @@ class ORB_base {
   /// Lets the POA dispatch requests. Run does it too.
   void Activate();
 
-  /// Dispatches requests and blocks until Shutdown; then throws Term_Exception or Quit_Exception when a signal was the reason.
+  /// Dispatches requests and blocks until Shutdown; then throws Term_Exception or Quit_Exception when a signal was the
+  /// reason.
   void Run();
 
-  /// Ends Run from any thread: first runs the shutdown listeners (names are unbound and subscriptions ended while calls still go
-  /// out), then stops the ORB, and returns once it has stopped; at once when the calling thread is in a request. Later calls do
-  /// nothing.
+  /// Ends Run from any thread: first runs the shutdown listeners (names are unbound and subscriptions ended while calls
+  /// still go out), then stops the ORB, and returns once it has stopped; at once when the calling thread is in a
+  /// request. Later calls do nothing.
   ///
-  /// While omniORB 4.2 stops it marks every reference of the process, and one that another thread is giving back at that very
-  /// moment ends the process. So threads that make calls end in a shutdown listener, and who gives references back before this
-  /// object goes calls Settle first.
+  /// While omniORB 4.2 stops it marks every reference of the process, and one that another thread is giving back at
+  /// that very moment ends the process. So threads that make calls end in a shutdown listener, and who gives references
+  /// back before this object goes calls Settle first.
   void Shutdown() noexcept;
 
   /// Returns when a shutdown that has begun is complete; at once when none has, and in a request.
@@ -69,8 +71,8 @@ class ORB_base {
   long AddShutdownListener(std::function<void()> listener);
   void RemoveShutdownListener(long token);
 
-  /// Takes a servant out of its POA; a servant that is not active, and an ORB that is gone, are ignored. Never waits for
-  /// requests in flight.
+  /// Takes a servant out of its POA; a servant that is not active, and an ORB that is gone, are ignored. Never waits
+  /// for requests in flight.
   static void DeactivateObject(PortableServer::ServantBase* servant) noexcept;
 
   /// Sets the time limit of calls through one reference; 0 is the limit of all calls.
@@ -82,8 +84,9 @@ class ORB_base {
   std::unique_ptr<Impl> impl_;
 };
 
-/// Whether an exception bears the ORB's own mark: the call failed on the way, or the ORB at its other end refused it. One without the
-/// mark was raised by the object that was called; one with it may have been, if it lets the failure of a call of its own pass.
+/// Whether an exception bears the ORB's own mark: the call failed on the way, or the ORB at its other end refused it.
+/// One without the mark was raised by the object that was called; one with it may have been, if it lets the failure of
+/// a call of its own pass.
 bool RaisedByOrb(const CORBA::SystemException& error) noexcept;
 
 }  // namespace Corvanta

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <atomic>
@@ -12,8 +13,7 @@ namespace Corvanta {
 
 /// The parts of an ORB_base. Only the ORB classes of this folder include this file.
 struct ORB_base::Impl {
-  explicit Impl(OrbArguments orb_arguments)
-      : arguments(std::move(orb_arguments)), connections(arguments.transport) {}
+  explicit Impl(OrbArguments orb_arguments) : arguments(std::move(orb_arguments)), connections(arguments.transport) {}
   ~Impl();
   Impl(const Impl&) = delete;
   Impl& operator=(const Impl&) = delete;

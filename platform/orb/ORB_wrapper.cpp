@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/ORB_wrapper.h"
 
 #include <omniORB4/CORBA.h>
@@ -38,8 +39,8 @@ bool IsOfThisProcess(CORBA::Object_ptr object) {
   return object->_PR_getobj()->_identity()->inThisAddressSpace();
 }
 
-/// Returns when the object answers a short question. One of this process is not asked: it is there, and a call to it has no
-/// time limit while its adapter holds requests back, as it does before the ORB runs.
+/// Returns when the object answers a short question. One of this process is not asked: it is there, and a call to it
+/// has no time limit while its adapter holds requests back, as it does before the ORB runs.
 /// Errors   CORBA system exceptions: nobody answers in time, or the object is gone.
 void RequireAnswer(CORBA::Object_ptr object) {
   if (IsOfThisProcess(object)) return;
@@ -62,11 +63,14 @@ void ORB_wrapper_base::LookupClient(std::vector<ClientInfo>& clients) {
   }
 }
 
-CORBA::Object_ptr ORB_wrapper_base::ResolveWithin(const std::vector<std::string>& path, std::chrono::milliseconds limit) {
+CORBA::Object_ptr ORB_wrapper_base::ResolveWithin(const std::vector<std::string>& path,
+                                                  std::chrono::milliseconds limit) {
   return impl_->naming->ResolveWithin(path, limit);
 }
 
-CORBA::Object_ptr ORB_wrapper_base::Resolve(const std::vector<std::string>& path) { return impl_->naming->Resolve(path); }
+CORBA::Object_ptr ORB_wrapper_base::Resolve(const std::vector<std::string>& path) {
+  return impl_->naming->Resolve(path);
+}
 
 void ORB_wrapper_base::Bind(const std::vector<std::string>& path, CORBA::Object_ptr object) {
   impl_->naming->Bind(path, object);
@@ -82,7 +86,8 @@ std::vector<std::string> ORB_wrapper_base::List(const std::vector<std::string>& 
   return impl_->naming->List(context);
 }
 
-/// Start-up ends at the next of these steps once a signal came: the engine is not running yet, so nothing else would end it.
+/// Start-up ends at the next of these steps once a signal came: the engine is not running yet, so nothing else would
+/// end it.
 struct ORB_wrapper::WrapperImpl {
   Naming::Path context;  // in which all engines have their names
   Naming::Path path;     // of this engine

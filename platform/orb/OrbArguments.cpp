@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/OrbArguments.h"
 
 #include <algorithm>
@@ -16,23 +17,82 @@ namespace Corvanta {
 namespace {
 
 /// The ORB's options that an argument list may carry; the ORB itself gives up on an unknown one without naming it.
-constexpr std::string_view kOrbOptions[] = {
-    "DefaultInitRef", "InitRef", "abortOnInternalError", "abortOnNativeException", "acceptBiDirectionalGIOP",
-    "acceptMisalignedTcIndirections", "clientCallTimeOutPeriod", "clientConnectTimeOutPeriod", "clientTransportRule",
-    "configFile", "connectionWatchImmediate", "connectionWatchPeriod", "copyValuesInLocalCalls", "defaultCharCodeSet",
-    "defaultWCharCodeSet", "diiThrowsSysExceptions", "dumpConfiguration", "endPoint", "endPointNoListen",
-    "endPointNoPublish", "endPointPublish", "endPointPublishAllIFs", "giopMaxMsgSize", "giopTargetAddressMode", "id",
-    "idleThreadTimeout", "immediateAddressSwitch", "inConScanPeriod", "lcdMode", "listenBacklog",
-    "maxClientThreadPoolSize", "maxGIOPConnectionPerServer", "maxGIOPVersion", "maxInterleavedCallsPerConnection",
-    "maxServerThreadPerConnection", "maxServerThreadPoolSize", "maxSocketRecv", "maxSocketSend", "nativeCharCodeSet",
-    "nativeWCharCodeSet", "objectTableSize", "offerBiDirectionalGIOP", "oneCallPerConnection", "outConScanPeriod",
-    "poaHoldRequestTimeout", "poaUniquePersistentSystemIds", "principal", "resetTimeOutOnRetries",
-    "resolveNamesForTransportRules", "retainAddressOrder", "scanGranularity", "serverCallTimeOutPeriod",
-    "serverTransportRule", "socketSendBuffer", "strictIIOP", "supportCurrent", "supportPerThreadTimeOut",
-    "tcAliasExpand", "threadPerConnectionLowerLimit", "threadPerConnectionPolicy", "threadPerConnectionUpperLimit",
-    "threadPoolWatchConnection", "throwTransientOnTimeOut", "traceExceptions", "traceFile", "traceInvocationReturns",
-    "traceInvocations", "traceLevel", "traceLocking", "traceThreadId", "traceTime", "unixTransportDirectory",
-    "unixTransportPermission", "useTypeCodeIndirections", "validateUTF8", "verifyObjectExistsAndType"};
+constexpr std::string_view kOrbOptions[] = {"DefaultInitRef",
+                                            "InitRef",
+                                            "abortOnInternalError",
+                                            "abortOnNativeException",
+                                            "acceptBiDirectionalGIOP",
+                                            "acceptMisalignedTcIndirections",
+                                            "clientCallTimeOutPeriod",
+                                            "clientConnectTimeOutPeriod",
+                                            "clientTransportRule",
+                                            "configFile",
+                                            "connectionWatchImmediate",
+                                            "connectionWatchPeriod",
+                                            "copyValuesInLocalCalls",
+                                            "defaultCharCodeSet",
+                                            "defaultWCharCodeSet",
+                                            "diiThrowsSysExceptions",
+                                            "dumpConfiguration",
+                                            "endPoint",
+                                            "endPointNoListen",
+                                            "endPointNoPublish",
+                                            "endPointPublish",
+                                            "endPointPublishAllIFs",
+                                            "giopMaxMsgSize",
+                                            "giopTargetAddressMode",
+                                            "id",
+                                            "idleThreadTimeout",
+                                            "immediateAddressSwitch",
+                                            "inConScanPeriod",
+                                            "lcdMode",
+                                            "listenBacklog",
+                                            "maxClientThreadPoolSize",
+                                            "maxGIOPConnectionPerServer",
+                                            "maxGIOPVersion",
+                                            "maxInterleavedCallsPerConnection",
+                                            "maxServerThreadPerConnection",
+                                            "maxServerThreadPoolSize",
+                                            "maxSocketRecv",
+                                            "maxSocketSend",
+                                            "nativeCharCodeSet",
+                                            "nativeWCharCodeSet",
+                                            "objectTableSize",
+                                            "offerBiDirectionalGIOP",
+                                            "oneCallPerConnection",
+                                            "outConScanPeriod",
+                                            "poaHoldRequestTimeout",
+                                            "poaUniquePersistentSystemIds",
+                                            "principal",
+                                            "resetTimeOutOnRetries",
+                                            "resolveNamesForTransportRules",
+                                            "retainAddressOrder",
+                                            "scanGranularity",
+                                            "serverCallTimeOutPeriod",
+                                            "serverTransportRule",
+                                            "socketSendBuffer",
+                                            "strictIIOP",
+                                            "supportCurrent",
+                                            "supportPerThreadTimeOut",
+                                            "tcAliasExpand",
+                                            "threadPerConnectionLowerLimit",
+                                            "threadPerConnectionPolicy",
+                                            "threadPerConnectionUpperLimit",
+                                            "threadPoolWatchConnection",
+                                            "throwTransientOnTimeOut",
+                                            "traceExceptions",
+                                            "traceFile",
+                                            "traceInvocationReturns",
+                                            "traceInvocations",
+                                            "traceLevel",
+                                            "traceLocking",
+                                            "traceThreadId",
+                                            "traceTime",
+                                            "unixTransportDirectory",
+                                            "unixTransportPermission",
+                                            "useTypeCodeIndirections",
+                                            "validateUTF8",
+                                            "verifyObjectExistsAndType"};
 
 constexpr std::string_view kNamingKey = "NameService=";
 
@@ -44,7 +104,8 @@ bool IsOrbOption(std::string_view name) {
 std::string TransportFile(const std::string& compiled_in) {
   if (const char* file = std::getenv("LUMENAR_TRANSPORT_CONF"); file != nullptr && *file != '\0') return file;
   std::error_code error;
-  const auto type = compiled_in.empty() ? std::filesystem::file_type::not_found : std::filesystem::status(compiled_in, error).type();
+  const auto type =
+      compiled_in.empty() ? std::filesystem::file_type::not_found : std::filesystem::status(compiled_in, error).type();
   return type == std::filesystem::file_type::not_found ? std::string() : compiled_in;
 }
 
@@ -124,13 +185,11 @@ void OrbArguments::TakeNaming(const std::string& source, const std::string& addr
 std::string OrbArguments::Problem() const {
   for (std::size_t i = 0; i < transport.endpoints.size(); ++i) {
     const std::string problem = ListenProblem(transport.endpoints[i]);
-    if (!problem.empty())
-      return PlaceOf(transport_file, kEndpoint, i) + transport.endpoints[i] + ": " + problem;
+    if (!problem.empty()) return PlaceOf(transport_file, kEndpoint, i) + transport.endpoints[i] + ": " + problem;
   }
   for (std::size_t i = 0; i < transport.allowed_peers.size(); ++i) {
     const std::string problem = LookupProblem(transport.allowed_peers[i]);
-    if (!problem.empty())
-      return PlaceOf(transport_file, kAllowedPeer, i) + transport.allowed_peers[i] + ": " + problem;
+    if (!problem.empty()) return PlaceOf(transport_file, kAllowedPeer, i) + transport.allowed_peers[i] + ": " + problem;
   }
   return {};
 }

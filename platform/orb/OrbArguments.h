@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string>
@@ -12,16 +13,19 @@ namespace Corvanta {
 struct OrbArguments {
   TransportConfig transport;
   std::string naming_uri = "corbaloc:iiop:localhost:2700/NameService";
-  std::vector<std::pair<std::string, std::string>> options;  ///< all options of ORB_init, naming service and transport included
+  std::vector<std::pair<std::string, std::string>>
+      options;  ///< all options of ORB_init, naming service and transport included
 
   std::string transport_file;  ///< that was read; empty for the defaults
 
-  /// Reads an argument list as described at ORB_base's constructor. Arguments that do not begin with -ORB are left to others.
-  /// Errors   TransportConfigError; std::invalid_argument for an unknown -ORB argument or one without its value, and for addresses of a
-  ///          form that is none.
+  /// Reads an argument list as described at ORB_base's constructor. Arguments that do not begin with -ORB are left to
+  /// others.
+  /// Errors   TransportConfigError; std::invalid_argument for an unknown -ORB argument or one without its value, and
+  ///          for addresses of a form that is none.
   static OrbArguments Read(int argc, const char* const* argv);
 
-  /// Why an ORB with these arguments cannot be had, in one line that names the setting to blame; empty when none can be found.
+  /// Why an ORB with these arguments cannot be had, in one line that names the setting to blame; empty when none can be
+  /// found.
   std::string Problem() const;
 
   /// "HOST:PORT" of the naming service.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/OwnConnections.h"
 
 #include <fcntl.h>
@@ -12,7 +13,8 @@
 namespace Corvanta {
 namespace {
 
-/// A transport of the ORB: the name under which it is found, the one that it has while ours stands in for it, and its connections.
+/// A transport of the ORB: the name under which it is found, the one that it has while ours stands in for it, and its
+/// connections.
 struct Tcp {
   static constexpr char kName[] = "giop:tcp", kHidden[] = "giop:plain-tcp";
   using Connection = omni::tcpConnection;
@@ -25,7 +27,8 @@ struct Unix {
   static constexpr char kName[] = "giop:unix", kHidden[] = "giop:plain-unix";
   using Connection = omni::unixConnection;
   struct Opened : omni::unixActiveConnection {
-    Opened(int socket, const char* address) : omni::unixActiveConnection(socket, address + sizeof kName) {}  // a name, a colon, a path
+    Opened(int socket, const char* address)
+        : omni::unixActiveConnection(socket, address + sizeof kName) {}  // a name, a colon, a path
   };
 };
 
@@ -45,8 +48,10 @@ class OwnConnection final : public Transport::Opened {
   OwnConnection(int socket, const char* address, std::shared_ptr<TransportState> state)
       : Plain(socket, address),
         state_(std::move(state)),
-        framing_(MessageFraming::Side::Own, state_->framing, state_->assembly, &calls_,
-                 [this](const std::string& what) { Say("refused", fmt::format("{} from {}", what, this->peeraddress())); }) {}
+        framing_(
+            MessageFraming::Side::Own, state_->framing, state_->assembly, &calls_,
+            [this](const std::string& what) { Say("refused", fmt::format("{} from {}", what, this->peeraddress())); }) {
+  }
 
   int Send(void* bytes, size_t size, const omni_time_t& deadline) override {
     const std::uint64_t now = Now_ns();
@@ -63,7 +68,9 @@ class OwnConnection final : public Transport::Opened {
     return ReceiveFramed(
         framing_, {static_cast<char*>(bytes), size},
         [&](char* to, std::size_t most) { return Plain::Recv(to, most, deadline); },
-        [this](const char* why) { Say("unlawful", fmt::format("connection to {} closed: {}", this->peeraddress(), why)); });
+        [this](const char* why) {
+          Say("unlawful", fmt::format("connection to {} closed: {}", this->peeraddress(), why));
+        });
   }
 
   void setSelectable(int now, CORBA::Boolean data_in_buffer) override {
@@ -75,7 +82,8 @@ class OwnConnection final : public Transport::Opened {
   /// Shorter than any process needs to come back on its port; two steps of the coarse clock.
   static constexpr std::uint64_t kRest_ns = 8'000'000;
 
-  /// Looks at a connection that was at rest. Whatever has come is nothing that anybody waits for: the end, or a farewell.
+  /// Looks at a connection that was at rest. Whatever has come is nothing that anybody waits for: the end, or a
+  /// farewell.
   [[gnu::noinline]] bool IsClosedByPeer() {
     if (!calls_.IsAtRest() || !framing_.IsPlain()) return false;  // the rest of a refused answer may still come
     char byte = 0;
@@ -111,7 +119,8 @@ class OwnAddress final : public omni::giopAddress {
   omni::giopAddress* duplicate() const override { return Of(plain_->duplicate(), state_); }
   omni::giopAddress* duplicate(const char* host) const override { return Of(plain_->duplicate(host), state_); }
 
-  omni::giopActiveConnection* Connect(const omni_time_t& deadline, CORBA::ULong flags, CORBA::Boolean& timed_out) const override {
+  omni::giopActiveConnection* Connect(const omni_time_t& deadline, CORBA::ULong flags,
+                                      CORBA::Boolean& timed_out) const override {
     omni::giopActiveConnection* plain = plain_->Connect(deadline, flags, timed_out);
     if (plain == nullptr) return nullptr;
     omni::giopConnection& connection = plain->getConnection();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <atomic>
@@ -28,8 +29,8 @@ class ClosableServant : public CountedServant {
   std::atomic<bool> closed_{false};
 };
 
-/// A servant as its owner holds it: active from construction until Close. Interface is the IDL interface that it offers,
-/// Servant what the owner needs to know of its class.
+/// A servant as its owner holds it: active from construction until Close. Interface is the IDL interface that it
+/// offers, Servant what the owner needs to know of its class.
 template <class Interface, class Servant = ClosableServant>
 class OwnedServant {
  public:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/PeerWatch.h"
 
 #include <fmt/format.h>
@@ -78,7 +79,8 @@ void PeerWatch::End() noexcept {
     Lock lock(mutex_);
     std::swap(listener, listener_);
   }
-  if (listener != 0) orb_.RemoveShutdownListener(listener);  // waits for the one that runs: it may be joining the thread
+  if (listener != 0)
+    orb_.RemoveShutdownListener(listener);  // waits for the one that runs: it may be joining the thread
 }
 
 void PeerWatch::EndThread() noexcept {
@@ -157,7 +159,8 @@ void PeerWatch::Look(const std::string& engine, CORBA::Object_ptr object) {
   }
 }
 
-/// An object of the engine that answered just now: `object`, or what stands under the engine's name since it was started again.
+/// An object of the engine that answered just now: `object`, or what stands under the engine's name since it was
+/// started again.
 /// Errors   CORBA system exceptions.
 CORBA::Object_ptr PeerWatch::Reach(const std::string& engine, CORBA::Object_ptr object) {
   try {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <omniORB4/CORBA.h>
@@ -15,13 +16,14 @@
 
 namespace Corvanta {
 
-/// Watches over engines that this process depends on but does not call: samples reach it through the topic manager, so the death of
-/// the engine that publishes them would pass unnoticed.
+/// Watches over engines that this process depends on but does not call: samples reach it through the topic manager, so
+/// the death of the engine that publishes them would pass unnoticed.
 ///
-/// Every period it looks whether each watched engine answers, however many watch it, and writes one line to standard error
-/// when it is gone and one when it is back. An engine that was started again is found under its name. One that hangs counts as gone
-/// after two rounds without an answer. Engines are looked at side by side, by up to kLookers threads, and those that did not answer last
-/// time come last, so that many that hang do not put off the look at one that dies.
+/// Every period it looks whether each watched engine answers, however many watch it, and writes one line to standard
+/// error when it is gone and one when it is back. An engine that was started again is found under its name. One that
+/// hangs counts as gone after two rounds without an answer. Engines are looked at side by side, by up to kLookers
+/// threads, and those that did not answer last time come last, so that many that hang do not put off the look at one
+/// that dies.
 /// Threads   any. No call waits for a remote one, but for End and the destructor, which wait for one look at most.
 class PeerWatch {
  public:
@@ -30,15 +32,17 @@ class PeerWatch {
 
   static constexpr std::size_t kLookers = 16;
 
-  /// `orb` lives until End has returned. The watch ends with it, before calls stop going out. All engines are looked at each `period`.
+  /// `orb` lives until End has returned. The watch ends with it, before calls stop going out. All engines are looked at
+  /// each `period`.
   explicit PeerWatch(ORB_wrapper_base& orb, std::chrono::milliseconds period = std::chrono::seconds(2));
   ~PeerWatch();
   PeerWatch(const PeerWatch&) = delete;
   PeerWatch& operator=(const PeerWatch&) = delete;
 
-  /// Watches an engine, by its registered name ("PROBE/1") and any object of its process, until Forget(key). May be called for
-  /// several engines with one key, and again for one engine. Does nothing after End.
-  /// Errors   std::system_error when no thread can be had; the engine is looked at all the same once a later Add gets one.
+  /// Watches an engine, by its registered name ("PROBE/1") and any object of its process, until Forget(key). May be
+  /// called for several engines with one key, and again for one engine. Does nothing after End.
+  /// Errors   std::system_error when no thread can be had; the engine is looked at all the same once a later Add gets
+  ///          one.
   void Add(Key key, const std::string& engine, CORBA::Object_ptr object);
 
   void Forget(Key key) noexcept;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/PendingCalls.h"
 
 #include <cstring>
@@ -17,8 +18,8 @@ thread_local Detours detours;
 
 }  // namespace
 
-/// Notes an ordinary request, one of version 1.2 in little-endian order that is to be answered and whose target and operation are in
-/// these bytes, at a glance; false for any other message, and when a call waits already.
+/// Notes an ordinary request, one of version 1.2 in little-endian order that is to be answered and whose target and
+/// operation are in these bytes, at a glance; false for any other message, and when a call waits already.
 bool PendingCalls::NoteOrdinary(std::span<const char> bytes) noexcept {
   constexpr char kRequest[] = {'G', 'I', 'O', 'P', 1, 2, 1, static_cast<char>(MessageKind::Request)};
   constexpr std::size_t kKeyAt = 28;
@@ -47,8 +48,7 @@ void PendingCalls::NoteOther(std::span<const char> bytes) noexcept {
     left_ = header.size;
     Note(bytes, header);
   } catch (const UnlawfulMessage&) {  // the ORB's own: its answer will be one to nobody
-  } catch (const std::bad_alloc&) {
-  }
+  } catch (const std::bad_alloc&) {}
 }
 
 void PendingCalls::Note(std::span<const char> bytes, const MessageHeader& header) {
@@ -58,7 +58,8 @@ void PendingCalls::Note(std::span<const char> bytes, const MessageHeader& header
     MessageHeader whole = header;
     if (header.more_fragments) whole.size = std::max<std::uint64_t>(header.size, kLongestHead);
     RequestHead head;
-    ReadRequestHead(bytes, whole, head);  // the operation may be missing when the head is very long: then its answer is a plain one
+    ReadRequestHead(bytes, whole,
+                    head);  // the operation may be missing when the head is very long: then its answer is a plain one
     if (head.answered) Add({head.id, AnswerLimit(head.operation)});
   }
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <algorithm>
@@ -30,8 +31,8 @@ class PendingCalls final : public ExpectedAnswers {
   /// No call waits for its answer, and none is half sent.
   bool IsAtRest() const noexcept { return left_ == 0 && only_.call == kNone && others_count_ == 0; }
 
-  /// The thread that reads next does so for a call with this deadline, in ns, which is the same however often the call is sent
-  /// elsewhere; 0: it has none.
+  /// The thread that reads next does so for a call with this deadline, in ns, which is the same however often the call
+  /// is sent elsewhere; 0: it has none.
   void ReadsFor(std::uint64_t deadline) noexcept { deadline_ = deadline; }
 
   MessageLimit LimitOf(std::uint32_t id) override;
@@ -45,7 +46,8 @@ class PendingCalls final : public ExpectedAnswers {
  private:
   static constexpr std::uint64_t kNone = 0, kWaits = std::uint64_t{1} << 32;
 
-  /// A call of a connection that has one at a time, as almost all have. Who sends fills it while it is free; who reads frees it.
+  /// A call of a connection that has one at a time, as almost all have. Who sends fills it while it is free; who reads
+  /// frees it.
   struct Only {
     std::atomic<std::uint64_t> call{kNone};  // kWaits and its id
     std::uint32_t length = 0;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/RefusalLog.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <chrono>
@@ -9,8 +10,8 @@
 
 namespace Corvanta {
 
-/// Says that something was refused: one line for each cause and minute, however often it happens; the next line of a cause
-/// tells how many were left out. Remembers a bounded number of causes; those beyond it share one.
+/// Says that something was refused: one line for each cause and minute, however often it happens; the next line of a
+/// cause tells how many were left out. Remembers a bounded number of causes; those beyond it share one.
 /// Threads   any.
 class RefusalLog {
  public:

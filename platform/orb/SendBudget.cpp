@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/SendBudget.h"
 
 #include <algorithm>
@@ -7,7 +8,8 @@ namespace {
 
 using Lumenar::Lock;
 
-/// A socket tells its peer of room when a good part of its buffer was read: between, a slow reader seems to take nothing.
+/// A socket tells its peer of room when a good part of its buffer was read: between, a slow reader seems to take
+/// nothing.
 constexpr std::chrono::milliseconds kPauseOfReaders{500};
 constexpr std::chrono::nanoseconds kLookAgain = std::chrono::milliseconds(50);
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <chrono>
@@ -18,10 +19,10 @@ class WaitingSender {
   ~WaitingSender() = default;
 };
 
-/// The memory of answers that are built or sent, in bytes over all connections, under one limit. When an answer does not fit beside
-/// the others, connections whose peers do not read are given up for it, those first that took nothing for the longest time; when
-/// there are none, it waits until others have been sent. A peer that took something a moment ago is never given up: who reads slowly
-/// pauses as well.
+/// The memory of answers that are built or sent, in bytes over all connections, under one limit. When an answer does
+/// not fit beside the others, connections whose peers do not read are given up for it, those first that took nothing
+/// for the longest time; when there are none, it waits until others have been sent. A peer that took something a moment
+/// ago is never given up: who reads slowly pauses as well.
 /// Threads   any.
 class SendBudget {
  public:
@@ -33,7 +34,8 @@ class SendBudget {
   };
 
   /// `pause`: for so long a peer may take nothing and still counts as one that reads.
-  explicit SendBudget(std::uint64_t limit_bytes, std::chrono::milliseconds pause = {}) : pause_(pause), limit_(limit_bytes) {}
+  explicit SendBudget(std::uint64_t limit_bytes, std::chrono::milliseconds pause = {})
+      : pause_(pause), limit_(limit_bytes) {}
   SendBudget(const SendBudget&) = delete;
   SendBudget& operator=(const SendBudget&) = delete;
 
@@ -44,14 +46,15 @@ class SendBudget {
   std::uint64_t Limit() const noexcept;
   std::uint64_t Taken() const noexcept;
 
-  /// Takes `bytes` for an answer instead of what its account has, once they fit; one that is larger than the limit fits when it is
-  /// alone. False after `patience`, with the account empty.
+  /// Takes `bytes` for an answer instead of what its account has, once they fit; one that is larger than the limit fits
+  /// when it is alone. False after `patience`, with the account empty.
   bool Take(Account& account, std::uint64_t bytes, std::chrono::nanoseconds patience);
 
   /// Gives back what the account has. An answer that was sent, or that will not be.
   void Return(Account& account) noexcept;
 
-  /// While it exists, a connection waits for its peer; `account` is of the answer that it sends, of which at least `bytes` are left.
+  /// While it exists, a connection waits for its peer; `account` is of the answer that it sends, of which at least
+  /// `bytes` are left.
   class Wait {
    public:
     Wait(SendBudget& budget, WaitingSender& sender, Account& account, std::uint64_t bytes);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/TransportConfig.h"
 
 #include <fmt/format.h>
@@ -223,16 +224,16 @@ std::vector<std::pair<std::string, std::string>> TransportConfig::OrbOptions() c
   add("clientCallTimeOutPeriod", call_timeout.count());
   add("giopMaxMsgSize", max_message_bytes);
   add("maxGIOPConnectionPerServer", max_connections_to_peer);
-  // A thread for each connection, always: a pool would be frozen by as many half requests as it has threads. The number of
-  // connections is what is limited (GuardedTransport); those that are being closed still count here.
+  // A thread for each connection, always: a pool would be frozen by as many half requests as it has threads. The number
+  // of connections is what is limited (GuardedTransport); those that are being closed still count here.
   add("threadPerConnectionPolicy", 1);
   const unsigned never = 4 * max_server_threads + kPoolThreads;
   add("threadPerConnectionUpperLimit", never);
   add("threadPerConnectionLowerLimit", never - 1);
   add("maxServerThreadPoolSize", std::min(max_server_threads, kPoolThreads));
-  // How soon the ORB sees a request on a connection whose thread is in a call, from a client that interleaves calls. Its watcher waits
-  // in whole milliseconds and spins through the rest of a period: at the ORB's own 50 ms, the watchers of five processes on two
-  // processors delayed one in a hundred large samples by half a millisecond and more.
+  // How soon the ORB sees a request on a connection whose thread is in a call, from a client that interleaves calls.
+  // Its watcher waits in whole milliseconds and spins through the rest of a period: at the ORB's own 50 ms, the
+  // watchers of five processes on two processors delayed one in a hundred large samples by half a millisecond and more.
   add("connectionWatchPeriod", 1'000'000);
   add("maxServerThreadPerConnection", 4);  // calls of one connection at a time: each may hold an answer
   add("outConScanPeriod", out_scan_period_s);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <fcntl.h>
@@ -42,7 +43,8 @@ class SpareDescriptor {
 /// What all endpoints and connections of the ORB share; it outlives them.
 struct TransportState {
   explicit TransportState(const TransportConfig& config)
-      : table(LimitByDescriptors(config.max_server_threads)), assembly(config.MaxAssemblyBytes()),
+      : table(LimitByDescriptors(config.max_server_threads)),
+        assembly(config.MaxAssemblyBytes()),
         sending{config.send_timeout, SendBudget::OfProcess(), log} {
     sending.budget.SetLimit(config.max_unsent_bytes);
     framing.max_message_bytes = config.max_message_bytes;
@@ -68,8 +70,8 @@ struct TransportState {
 /// The address without its port, of a "giop:tcp:ADDRESS:PORT"; "unix:PATH" of a "giop:unix:PATH".
 std::string HostOf(std::string_view peer);
 
-/// One read of the ORB: what its transport's Recv would return, of whole messages alone. `receive` reads from the socket as that
-/// does; `unlawful` is told why the connection ends.
+/// One read of the ORB: what its transport's Recv would return, of whole messages alone. `receive` reads from the
+/// socket as that does; `unlawful` is told why the connection ends.
 template <class Receive, class Unlawful>
 int ReceiveFramed(MessageFraming& framing, std::span<char> buffer, Receive&& receive, Unlawful&& unlawful) noexcept {
   try {

@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <omniORB4/CORBA.h>
 #include <boost/enable_shared_from_this.hpp>
 #include <boost/shared_ptr.hpp>
-#include <omniORB4/CORBA.h>
 
 #include <utility>
 
@@ -12,8 +13,8 @@ namespace Corvanta {
 
 /// The door through which calls from outside reach one object that counts its references (a servant).
 ///
-/// While the object is built, callers wait; once open, each caller holds the object alive until it leaves; once closed, callers find
-/// nobody. Closing never waits for callers inside. Outlives its object: servants and callbacks share it.
+/// While the object is built, callers wait; once open, each caller holds the object alive until it leaves; once closed,
+/// callers find nobody. Closing never waits for callers inside. Outlives its object: servants and callbacks share it.
 class UpcallGate : public boost::enable_shared_from_this<UpcallGate> {
  public:
   static boost::shared_ptr<UpcallGate> Create(PortableServer::ServantBase* object) {
@@ -67,7 +68,8 @@ class UpcallGate : public boost::enable_shared_from_this<UpcallGate> {
     };
   }
 
-  /// Throws CORBA::OBJECT_NOT_EXIST when closed: the first line of an operation of a servant that its owner has given up.
+  /// Throws CORBA::OBJECT_NOT_EXIST when closed: the first line of an operation of a servant that its owner has given
+  /// up.
   void RequireOpen() const;
 
  private:

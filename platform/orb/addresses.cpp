@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/addresses.h"
 
 #include <arpa/inet.h>
@@ -59,12 +60,15 @@ std::optional<HostPort> Split(std::string_view text) {
   return HostPort{parts.host.substr(1, parts.host.size() - 2), parts.port, true};
 }
 
-bool IsHostOf(const HostPort& parts) { return parts.is_bracketed ? IsAddress(AF_INET6, parts.host) : IsHost(parts.host); }
+bool IsHostOf(const HostPort& parts) {
+  return parts.is_bracketed ? IsAddress(AF_INET6, parts.host) : IsHost(parts.host);
+}
 
 std::string TcpProblem(std::string_view text) {
   const auto parts = Split(text);
   if (!parts || (!parts->host.empty() && !IsHostOf(*parts))) return "is no endpoint: expected giop:tcp:HOST:PORT";
-  if (!parts->port.empty() && !IsNumber(parts->port, 1, 65535)) return "is no endpoint: the port is no number from 1 to 65535";
+  if (!parts->port.empty() && !IsNumber(parts->port, 1, 65535))
+    return "is no endpoint: the port is no number from 1 to 65535";
   return {};
 }
 
@@ -79,7 +83,8 @@ Addresses Resolve(const std::string& host, const std::string& port, std::string&
   hints.ai_socktype = SOCK_STREAM;
   hints.ai_flags = AI_PASSIVE;
   addrinfo* list = nullptr;
-  const int error = ::getaddrinfo(host.empty() ? nullptr : host.c_str(), port.empty() ? "0" : port.c_str(), &hints, &list);
+  const int error =
+      ::getaddrinfo(host.empty() ? nullptr : host.c_str(), port.empty() ? "0" : port.c_str(), &hints, &list);
   if (error == 0) return Addresses(list);
   reason = error == EAI_SYSTEM ? std::strerror(errno) : ::gai_strerror(error);
   return nullptr;
@@ -102,7 +107,8 @@ int BindError(const addrinfo& address) {
 std::string HostPortProblem(const std::string& text) {
   const auto parts = Split(text);
   if (!parts || !IsHostOf(*parts)) return fmt::format("'{}' is no address: expected HOST:PORT", text);
-  if (!IsNumber(parts->port, 1, 65535)) return fmt::format("'{}' is no address: the port is no number from 1 to 65535", text);
+  if (!IsNumber(parts->port, 1, 65535))
+    return fmt::format("'{}' is no address: the port is no number from 1 to 65535", text);
   return {};
 }
 
@@ -115,7 +121,8 @@ std::string EndpointProblem(const std::string& text) {
 std::string PeerProblem(const std::string& text) {
   const auto slash = text.find('/');
   const std::string_view address = std::string_view(text).substr(0, slash);
-  const std::string_view mask = slash == std::string::npos ? std::string_view() : std::string_view(text).substr(slash + 1);
+  const std::string_view mask =
+      slash == std::string::npos ? std::string_view() : std::string_view(text).substr(slash + 1);
   if (slash == std::string::npos && (text == "*" || IsHost(address) || IsAddress(AF_INET6, address))) return {};
   if (IsAddress(AF_INET, address) && (IsNumber(mask, 0, 32) || IsAddress(AF_INET, mask))) return {};
   if (IsAddress(AF_INET6, address) && IsNumber(mask, 0, 128)) return {};

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/any_guard.h"
 
 #include <omniORB4/callDescriptor.h>
@@ -178,7 +179,9 @@ class OutgoingCallback : public omniCallDescriptor {
 class OutgoingPublish : public omniCallDescriptor {
  public:
   OutgoingPublish(const SampleView& sample, const char* topic)
-      : omniCallDescriptor(&CallHere, kPublish, sizeof kPublish, false, nullptr, 0, false), sample_(sample), topic_(topic) {}
+      : omniCallDescriptor(&CallHere, kPublish, sizeof kPublish, false, nullptr, 0, false),
+        sample_(sample),
+        topic_(topic) {}
 
   void marshalArguments(cdrStream& stream) override {
     WriteWhole(stream, BytesOfSamples(sample_), [this](cdrStream& to) {
@@ -213,7 +216,8 @@ SampleView ViewOf(const SampleRecord& record) {
   return std::visit(Viewer{}, record);
 }
 
-bool DispatchCallback(omniCallHandle& handle, omniServant* servant, const std::function<void(SampleRecord&&)>& deliver) {
+bool DispatchCallback(omniCallHandle& handle, omniServant* servant,
+                      const std::function<void(SampleRecord&&)>& deliver) {
   if (std::strcmp(handle.operation_name(), kCallback) != 0) return false;
   IncomingCallback call(handle, deliver);
   handle.upcall(servant, call);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <functional>
@@ -18,11 +19,12 @@ inline SampleView ViewOf(const VALUE_DOUBLE::VALUE& record) { return &record; }
 inline SampleView ViewOf(int record) { return static_cast<CORBA::Long>(record); }
 inline SampleView ViewOf(bool record) { return record; }
 
-/// The any guard: takes an any off the wire without ever building a type code from it, in one block copy of the samples.
+/// The any guard: takes an any off the wire without ever building a type code from it, in one block copy of the
+/// samples.
 ///
-/// The stock road builds the type code that a message claims, so that one hostile message can take all memory or end the
-/// process. The guard reads the type code within fixed bounds (2 KiB, depth 8, 32 members), compares it with the known
-/// records, checks every length against what the message holds, and only then copies.
+/// The stock road builds the type code that a message claims, so that one hostile message can take all memory or end
+/// the process. The guard reads the type code within fixed bounds (2 KiB, depth 8, 32 members), compares it with the
+/// known records, checks every length against what the message holds, and only then copies.
 ///
 /// A servant overrides _dispatch and offers the call to these functions first; they return false, having done nothing,
 /// when the operation is another one. A type code or length that lies raises CORBA::MARSHAL or BAD_PARAM at the caller.
@@ -34,11 +36,12 @@ bool DispatchCallback(omniCallHandle& handle, omniServant* servant, const std::f
 bool DispatchPublish(omniCallHandle& handle, omniServant* servant,
                      const std::function<void(SampleRecord&&, const char* topic)>& publish);
 
-/// Whether the subscriber with this handle took the sample. Only the last one that a sample is for may take over what it needs of it.
+/// Whether the subscriber with this handle took the sample. Only the last one that a sample is for may take over what
+/// it needs of it.
 using TakeSample = std::function<bool(CORBA::Long handle, SampleRecord& sample, bool last)>;
 
-/// DDS_GroupSub::DDS_Group: `take` is called for each handle in turn; what it throws is the subscriber's own affair, and its sample
-/// counts as taken. More than 1024 samples, or handles, are BAD_PARAM.
+/// DDS_GroupSub::DDS_Group: `take` is called for each handle in turn; what it throws is the subscriber's own affair,
+/// and its sample counts as taken. More than 1024 samples, or handles, are BAD_PARAM.
 bool DispatchGroup(omniCallHandle& handle, omniServant* servant, const TakeSample& take);
 
 /// What DDS_Group does with samples that are in memory already (calls within one process).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/message_head.h"
 
 #include <algorithm>
@@ -32,7 +33,8 @@ std::uint64_t LeastSize(const MessageHeader& header) noexcept {
 }
 
 bool HasFixedSize(MessageKind kind) noexcept {
-  return kind == MessageKind::CancelRequest || kind == MessageKind::CloseConnection || kind == MessageKind::MessageError;
+  return kind == MessageKind::CancelRequest || kind == MessageKind::CloseConnection ||
+         kind == MessageKind::MessageError;
 }
 
 void RequireFlags(const MessageHeader& header, std::uint8_t flags) {
@@ -153,9 +155,11 @@ void WriteMessageHeader(const MessageHeader& header, char* to) noexcept {
 }
 
 bool SendsElsewhere(MessageKind kind, std::uint32_t status) noexcept {
-  constexpr std::uint32_t kForward = 3, kForwardForGood = 4, kOtherWayToName = 5;  // of a Reply; a LocateReply counts otherwise
+  constexpr std::uint32_t kForward = 3, kForwardForGood = 4,
+                          kOtherWayToName = 5;  // of a Reply; a LocateReply counts otherwise
   if (kind == MessageKind::Reply) return status >= kForward && status <= kOtherWayToName;
-  return kind == MessageKind::LocateReply && (status == kForward - 1 || status == kForwardForGood - 1 || status == kOtherWayToName);
+  return kind == MessageKind::LocateReply &&
+         (status == kForward - 1 || status == kForwardForGood - 1 || status == kOtherWayToName);
 }
 
 Reading ReadRequestHead(std::span<const char> message, const MessageHeader& header, RequestHead& head) {
@@ -167,7 +171,7 @@ Reading ReadRequestHead(std::span<const char> message, const MessageHeader& head
   ReadTarget(reader, header);
   head.operation = reader.Octets();
   if (!head.operation.empty()) head.operation.remove_suffix(1);  // its terminating zero
-  if (header.minor < 2) reader.Octets();  // the principal
+  if (header.minor < 2) reader.Octets();                         // the principal
   else reader.SkipContexts();
   head.end = reader.At();
   return reader.Result();

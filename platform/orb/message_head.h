@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <bit>
@@ -17,22 +18,29 @@ class UnlawfulMessage : public std::runtime_error {
 };
 
 enum class MessageKind : std::uint8_t {
-  Request, Reply, CancelRequest, LocateRequest, LocateReply, CloseConnection, MessageError, Fragment
+  Request,
+  Reply,
+  CancelRequest,
+  LocateRequest,
+  LocateReply,
+  CloseConnection,
+  MessageError,
+  Fragment
 };
 
 const char* NameOf(MessageKind kind) noexcept;
 
-inline constexpr std::size_t kMessageHeader = 12;     ///< what every message begins with
-inline constexpr std::size_t kLongestHead = 8192;     ///< of what stands before a message's arguments or results
+inline constexpr std::size_t kMessageHeader = 12;  ///< what every message begins with
+inline constexpr std::size_t kLongestHead = 8192;  ///< of what stands before a message's arguments or results
 
 /// The twelve bytes that every message begins with.
 /// Source  CORBA 3.3 part 2, 9.4.1
 struct MessageHeader {
   MessageKind kind = MessageKind::MessageError;
-  std::uint8_t minor = 2;         ///< of the version 1.minor
+  std::uint8_t minor = 2;  ///< of the version 1.minor
   bool little_endian = true;
   bool more_fragments = false;
-  std::uint64_t size = 0;         ///< of the message, with these twelve bytes
+  std::uint64_t size = 0;  ///< of the message, with these twelve bytes
 
   /// Where the request's id stands at a fixed place: in all messages of version 1.2 that have one.
   bool HasId() const noexcept {
@@ -41,8 +49,8 @@ struct MessageHeader {
 };
 
 /// Reads a header. `bytes` holds twelve at least.
-/// Errors   UnlawfulMessage: no message at all, a version other than 1.0 to 1.2, an unknown kind, flags that its version or kind does
-///          not have, a size that its kind cannot have.
+/// Errors   UnlawfulMessage: no message at all, a version other than 1.0 to 1.2, an unknown kind, flags that its
+///          version or kind does not have, a size that its kind cannot have.
 MessageHeader ReadMessageHeader(std::span<const char> bytes);
 
 /// Writes one, in the byte order that it names. `to` has room for twelve bytes.
@@ -67,15 +75,15 @@ enum class Reading { Complete, Incomplete };
 /// What stands before the arguments of a Request.
 struct RequestHead {
   std::uint32_t id = 0;
-  bool answered = true;         ///< an answer is expected
-  std::string_view operation;   ///< points into the message
-  std::size_t end = 0;          ///< offset from the message's beginning
+  bool answered = true;        ///< an answer is expected
+  std::string_view operation;  ///< points into the message
+  std::size_t end = 0;         ///< offset from the message's beginning
 };
 
 /// What stands before the results in a Reply.
 struct ReplyHead {
   std::uint32_t id = 0;
-  std::uint32_t status = 0;     ///< 0: results follow; see SendsElsewhere
+  std::uint32_t status = 0;  ///< 0: results follow; see SendsElsewhere
   std::size_t end = 0;
 };
 
@@ -83,7 +91,8 @@ struct ReplyHead {
 bool SendsElsewhere(MessageKind kind, std::uint32_t status) noexcept;
 
 /// Read the head of a message from its beginning, as far as it has come. Incomplete: call again with more.
-/// Errors   UnlawfulMessage when it is longer than kLongestHead, or than the message, or names its target by more than a key.
+/// Errors   UnlawfulMessage when it is longer than kLongestHead, or than the message, or names its target by more than
+///          a key.
 Reading ReadRequestHead(std::span<const char> message, const MessageHeader& header, RequestHead& head);
 Reading ReadReplyHead(std::span<const char> message, const MessageHeader& header, ReplyHead& head);
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstddef>
@@ -7,8 +8,8 @@
 
 namespace Corvanta {
 
-/// Messages up to this size pass whatever their operation is: what the ORB builds from lengths that lie in one of them stays below
-/// 1 MB (40 bytes for each byte that is claimed to be an element).
+/// Messages up to this size pass whatever their operation is: what the ORB builds from lengths that lie in one of them
+/// stays below 1 MB (40 bytes for each byte that is claimed to be an element).
 inline constexpr std::uint64_t kPlainMessageBytes = 16384;
 
 /// How large the messages of an operation may be.
@@ -18,8 +19,8 @@ enum class MessageLimit {
   List,    ///< orb.max_message_bytes: a list, which only answers to calls of our own bring
 };
 
-/// One row of the table: an operation by name, whatever its interface, its arguments and results of variable length, and the limits
-/// of its request and of its answer.
+/// One row of the table: an operation by name, whatever its interface, its arguments and results of variable length,
+/// and the limits of its request and of its answer.
 struct OperationLimit {
   std::string_view operation;
   std::string_view what;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <omniORB4/CORBA.h>
@@ -14,12 +15,14 @@
 
 namespace Lumenar {
 
-/// How long a program may take for its orderly end: longer than one call of it to somebody who hangs, with the default limit of calls.
+/// How long a program may take for its orderly end: longer than one call of it to somebody who hangs, with the default
+/// limit of calls.
 constexpr std::chrono::seconds kEndLimit{10};
 
-/// What main of a program of the platform does around its work: installs the handling of signals, before the work starts any thread,
-/// and calls `run`. Returns what that returned, the exit status; 0 when a signal ended it, the ordinary end of a server; or 1 after a line on
-/// standard error with what it threw. A signal ends the program within kEndLimit, whatever it waits for.
+/// What main of a program of the platform does around its work: installs the handling of signals, before the work
+/// starts any thread, and calls `run`. Returns what that returned, the exit status; 0 when a signal ended it, the
+/// ordinary end of a server; or 1 after a line on standard error with what it threw. A signal ends the program within
+/// kEndLimit, whatever it waits for.
 /// Threads   the main thread, once.
 template <class Run>
 int RunProgram(const std::string& name, Run run) {
@@ -40,7 +43,8 @@ int RunProgram(const std::string& name, Run run) {
 }
 
 /// Calls `step`, which asks the naming service for something or tells it a name.
-/// Errors   std::runtime_error that names the service when that does not answer; Signal_Exception when a signal came meanwhile.
+/// Errors   std::runtime_error that names the service when that does not answer; Signal_Exception when a signal came
+///          meanwhile.
 template <class Step>
 auto AtNamingService(const Corvanta::ORB_base& orb, Step step) {
   try {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/record_type_code.h"
 
 #include <array>
@@ -24,9 +25,9 @@ constexpr CORBA::ULong kLastKind = CORBA::tk_local_interface;
 /// The types of our records, as far as their layout depends on them. Names of members and aliases do not count.
 struct Type {
   CORBA::ULong kind;
-  const char* id = nullptr;       // of a struct
-  const Type* parts = nullptr;    // the members of a struct; the one element type of an array or sequence
-  CORBA::ULong count = 0;         // of members; of elements; 0 for an unbounded sequence
+  const char* id = nullptr;     // of a struct
+  const Type* parts = nullptr;  // the members of a struct; the one element type of an array or sequence
+  CORBA::ULong count = 0;       // of members; of elements; 0 for an unbounded sequence
 };
 
 constexpr Type kUlong{CORBA::tk_ulong};
@@ -47,8 +48,8 @@ constexpr Type kFloatSeq{CORBA::tk_sequence, nullptr, &kFloat, 0};
 constexpr std::array kTraceMembers{kUlong, kUlong, kHeaderBlock, kUnits, kDouble, kFloatSeq};
 constexpr Type kTrace{CORBA::tk_struct, "IDL:Corvanta/BASIC_TRACE/BT_DATA:1.0", kTraceMembers.data(), 6};
 
-/// Reads type codes inside one encapsulation that is in memory. An encapsulation inside it begins at a multiple of four as
-/// well, so alignment counts from the outermost.
+/// Reads type codes inside one encapsulation that is in memory. An encapsulation inside it begins at a multiple of four
+/// as well, so alignment counts from the outermost.
 class Cursor {
  public:
   Cursor(const CORBA::Octet* base, std::size_t size) : base_(base), end_(size) { ReadByteOrder(); }
@@ -215,8 +216,8 @@ RecordKind ReadRecordTypeCode(cdrStream& stream) {
   const CORBA::ULong length = stream.unmarshalULong();
   if (length == 0 || !stream.checkInputOverrun(1, length)) Lie();
   if (length > kMostBytes) return RecordKind::Unknown;
-  // The kind and length that were read stand in front again, in the byte order of what follows, so that one rule reads the
-  // whole and an indirection can reach the outermost type.
+  // The kind and length that were read stand in front again, in the byte order of what follows, so that one rule reads
+  // the whole and an indirection can reach the outermost type.
   std::array<CORBA::Octet, 3 * sizeof(CORBA::ULong) + kMostBytes> bytes;
   std::array<CORBA::ULong, 3> front{0, kind, length};
   stream.get_octet_array(bytes.data() + sizeof front, static_cast<int>(length));

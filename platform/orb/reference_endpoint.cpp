@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/reference_endpoint.h"
 
 #include <algorithm>
@@ -61,8 +62,8 @@ std::string FromHex(std::string_view hex) {
   return bytes;
 }
 
-/// The path in the ORB's component for a socket of one machine, "unix:PATH"; empty when a profile has none. The profile has been
-/// read up to its object key.
+/// The path in the ORB's component for a socket of one machine, "unix:PATH"; empty when a profile has none. The profile
+/// has been read up to its object key.
 /// Errors   std::out_of_range when it ends early.
 std::string UnixEndpoint(Encapsulation profile) {
   constexpr std::uint32_t kUnixComponent = 0x41545402;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/sample_wire.h"
 
 #include <algorithm>
@@ -14,7 +15,8 @@ void ReadSamples(cdrStream& stream, CORBA::FloatSeq& samples) {
   constexpr CORBA::ULong kFirstBlock = 1u << 18;
   constexpr CORBA::ULong kGrowth = 4;
   const CORBA::ULong count = stream.unmarshalULong();
-  if (!stream.checkInputOverrun(sizeof(CORBA::Float), count, omni::ALIGN_4)) throw CORBA::MARSHAL(0, CORBA::COMPLETED_NO);
+  if (!stream.checkInputOverrun(sizeof(CORBA::Float), count, omni::ALIGN_4))
+    throw CORBA::MARSHAL(0, CORBA::COMPLETED_NO);
   for (CORBA::ULong have = 0; have < count;) {
     const CORBA::ULong most = have == 0 ? kFirstBlock : have * (kGrowth - 1);
     const CORBA::ULong block = std::min(count - have, most);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <deque>
@@ -8,14 +9,15 @@
 
 namespace Corvanta {
 
-/// Samples as they stand in a message: an any of a known type code and a record. What the any guard reads and writes with.
+/// Samples as they stand in a message: an any of a known type code and a record. What the any guard reads and writes
+/// with.
 
 /// Reads an any. One of another type gives monostate, and leaves the stream somewhere inside that any.
 /// Errors   CORBA::MARSHAL for a type code or a length that claims more than there is.
 void ReadSample(cdrStream& stream, SampleRecord& record);
 
-/// Reads a trace; its samples take memory as they are found to be there. The generated code for it multiplies a length that lies beyond
-/// what a 32-bit processor can hold, and believes it then.
+/// Reads a trace; its samples take memory as they are found to be there. The generated code for it multiplies a length
+/// that lies beyond what a 32-bit processor can hold, and believes it then.
 /// Errors   CORBA::MARSHAL.
 void ReadTrace(cdrStream& stream, BASIC_TRACE::BT_DATA& trace);
 
@@ -31,8 +33,10 @@ struct SharedRecord {
   HandleSeq handles;
 };
 
-/// What DDS_Group sends. A message could claim, and hold, millions of either, so there may be 1024 samples and as many handles.
-/// Errors   CORBA::MARSHAL as ReadSample; BAD_PARAM for more of them, and for a sample of another type, behind which nothing is found.
+/// What DDS_Group sends. A message could claim, and hold, millions of either, so there may be 1024 samples and as many
+/// handles.
+/// Errors   CORBA::MARSHAL as ReadSample; BAD_PARAM for more of them, and for a sample of another type, behind which
+///          nothing is found.
 std::deque<SharedRecord> ReadGroup(cdrStream& stream);
 
 void WriteGroup(const std::vector<SharedSampleView>& samples, cdrStream& stream);

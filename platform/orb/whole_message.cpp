@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/whole_message.h"
 
 #include <omniORB4/callDescriptor.h>
@@ -11,8 +12,8 @@
 namespace Corvanta {
 namespace {
 
-/// The ORB's messages have a size that is known before they are written (version 1.0 knows no other), but no way for others to set
-/// it: an explicit instantiation may name what is private.
+/// The ORB's messages have a size that is known before they are written (version 1.0 knows no other), but no way for
+/// others to set it: an explicit instantiation may name what is private.
 using SetSize = void (omni::giopStream::*)(CORBA::ULong);
 SetSize SizeSetter();
 template <SetSize setter>
@@ -35,7 +36,8 @@ class IncomingGet final : public omniCallDescriptor {
       : omniCallDescriptor(&Call, kGet, sizeof kGet, false, nullptr, 0, true), get_(get) {}
 
   void marshalReturnedValues(cdrStream& stream) override {
-    WriteWhole(stream, trace_->samples.length() * std::uint64_t{sizeof(CORBA::Float)}, [this](cdrStream& to) { trace_.in() >>= to; });
+    WriteWhole(stream, trace_->samples.length() * std::uint64_t{sizeof(CORBA::Float)},
+               [this](cdrStream& to) { trace_.in() >>= to; });
   }
 
  private:
@@ -60,7 +62,8 @@ void AnnounceSize(cdrStream& stream, const std::function<void(cdrStream&)>& writ
   const CORBA::ULong size = count.total() - kMessageHeader;
   if (size > omniORB::giopMaxMsgSize()) throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
   (message->*SizeSetter())(size);
-  CORBA::ULong* announced = reinterpret_cast<CORBA::ULong*>(Marker::Of(stream) - written + 8);  // in the message's header
+  CORBA::ULong* announced =
+      reinterpret_cast<CORBA::ULong*>(Marker::Of(stream) - written + 8);  // in the message's header
   *announced = size;
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <omniORB4/CORBA.h>
@@ -9,10 +10,10 @@
 
 namespace Corvanta {
 
-/// Makes a message go out whole: counts what `write` will write to `stream`, behind what it has written already, and announces it.
-/// Left to itself, the ORB sends a message of more than 8 kB whose size it does not know in fragments, which a receiver must put
-/// together again.
-/// Streams that are no messages, and messages that are whole anyway, are left alone.
+/// Makes a message go out whole: counts what `write` will write to `stream`, behind what it has written already, and
+/// announces it. Left to itself, the ORB sends a message of more than 8 kB whose size it does not know in fragments,
+/// which a receiver must put together again. Streams that are no messages, and messages that are whole anyway, are left
+/// alone.
 /// Errors   CORBA::IMP_LIMIT when the message is larger than this process sends.
 void AnnounceSize(cdrStream& stream, const std::function<void(cdrStream&)>& write);
 
@@ -26,9 +27,9 @@ void WriteWhole(cdrStream& stream, std::uint64_t bytes, Write&& write) {
   write(stream);
 }
 
-/// The operation Get of a reading of traces, called by another process: its answer goes out whole. A servant overrides _dispatch and
-/// offers the call to this function first; it returns false, having done nothing, when the operation is another one.
-/// `get` returns a trace that is the caller's; what it throws reaches the client.
+/// The operation Get of a reading of traces, called by another process: its answer goes out whole. A servant overrides
+/// _dispatch and offers the call to this function first; it returns false, having done nothing, when the operation is
+/// another one. `get` returns a trace that is the caller's; what it throws reaches the client.
 bool DispatchGet(omniCallHandle& handle, omniServant* servant, const std::function<BASIC_TRACE::BT_DATA*()>& get);
 
 }  // namespace Corvanta

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "BASIC_TRACE.hh"
@@ -25,10 +26,14 @@ namespace Lumenar {
 template <class T>
 T DefaultRecord();
 
-template <> Corvanta::BASIC_TRACE::BT_DATA DefaultRecord<Corvanta::BASIC_TRACE::BT_DATA>();
-template <> Corvanta::VALUE_DOUBLE::VALUE DefaultRecord<Corvanta::VALUE_DOUBLE::VALUE>();
-template <> int DefaultRecord<int>();
-template <> bool DefaultRecord<bool>();
+template <>
+Corvanta::BASIC_TRACE::BT_DATA DefaultRecord<Corvanta::BASIC_TRACE::BT_DATA>();
+template <>
+Corvanta::VALUE_DOUBLE::VALUE DefaultRecord<Corvanta::VALUE_DOUBLE::VALUE>();
+template <>
+int DefaultRecord<int>();
+template <>
+bool DefaultRecord<bool>();
 
 /// DefaultRecord as one constant a record type, built on first use.
 template <class T>

@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/signals/Signals.h"
 
 #include <errno.h>
 #include <poll.h>
 #include <unistd.h>
 
+#include <pthread.h>
 #include <csignal>
 #include <initializer_list>
-#include <pthread.h>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -30,12 +31,14 @@ sigset_t WaitedSet() {
   return set;
 }
 
-/// Says so and ends the process. Takes no lock, waits for no reader of its line and runs no destructor: whoever hangs may hold any of them.
+/// Says so and ends the process. Takes no lock, waits for no reader of its line and runs no destructor: whoever hangs
+/// may hold any of them.
 [[noreturn]] void EndByForce(std::chrono::milliseconds limit) {
-  const std::string line = std::string(program_invocation_short_name) + ": ended by force, " + std::to_string(limit.count()) +
-                           " ms after it was told to end\n";
+  const std::string line = std::string(program_invocation_short_name) + ": ended by force, " +
+                           std::to_string(limit.count()) + " ms after it was told to end\n";
   pollfd error_output{STDERR_FILENO, POLLOUT, 0};
-  if (poll(&error_output, 1, 0) == 1) [[maybe_unused]] const auto written = write(STDERR_FILENO, line.data(), line.size());
+  if (poll(&error_output, 1, 0) == 1) [[maybe_unused]]
+    const auto written = write(STDERR_FILENO, line.data(), line.size());
   _exit(1);
 }
 
@@ -104,7 +107,8 @@ class State {
     for (;;) {
       while (pending_ == 0) changed_.Wait(mutex_);
       const auto end = steady_clock::now() + limit;
-      for (auto now = steady_clock::now(); pending_ != 0 && now < end; now = steady_clock::now()) changed_.WaitFor(mutex_, end - now);
+      for (auto now = steady_clock::now(); pending_ != 0 && now < end; now = steady_clock::now())
+        changed_.WaitFor(mutex_, end - now);
       if (pending_ != 0) EndByForce(limit);
     }
   }
@@ -133,7 +137,7 @@ class State {
   Condition changed_;
   bool installed_ GUARDED_BY(mutex_) = false;
   std::thread::id waiter_ GUARDED_BY(mutex_);
-  pthread_t handle_ GUARDED_BY(mutex_) {};
+  pthread_t handle_ GUARDED_BY(mutex_){};
   int pending_ GUARDED_BY(mutex_) = 0;  // the first signal that came
   int wakes_ GUARDED_BY(mutex_) = 0;    // wake-ups under way that are no signals from outside
   bool handler_runs_ GUARDED_BY(mutex_) = false;

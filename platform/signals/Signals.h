@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <chrono>
@@ -41,15 +42,15 @@ class SIGNALS_EXPORT Signals {
   /// SIGPIPE and SIGXFSZ are ignored from then on: a write that fails returns an error, and ends nothing.
   static void Install();
 
-  /// Ends the process, with a line on standard error and exit status 1, when it is still there so long after a signal came (and was not
-  /// forgotten by Clear): somebody that it waits for may hang. For programs; a host that lives on after its engine's end does without.
-  /// Once, after Install.
+  /// Ends the process, with a line on standard error and exit status 1, when it is still there so long after a signal
+  /// came (and was not forgotten by Clear): somebody that it waits for may hang. For programs; a host that lives on
+  /// after its engine's end does without. Once, after Install.
   /// Errors   std::system_error.
   static void EndWithin(std::chrono::milliseconds limit);
 
   /// What to do when a signal comes, besides remembering it; runs on the waiting thread, so it may block and call
-  /// anything. A signal that is already pending runs it at once. The last handler set counts; an empty one clears it and
-  /// waits for a handler that is running.
+  /// anything. A signal that is already pending runs it at once. The last handler set counts; an empty one clears it
+  /// and waits for a handler that is running.
   static void SetHandler(std::function<void()> handler);
 
   /// Throws Term_Exception or Quit_Exception when a signal has come since the process began; the signal stays pending.

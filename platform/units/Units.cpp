@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/units/Units.h"
 
 #include "platform/units/exceptions.h"

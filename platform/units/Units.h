@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <array>
@@ -52,8 +53,8 @@ struct Unit_slot {
 
 inline constexpr std::size_t kUnitSlots = 5;
 
-/// The unit of a number: base^base_power * product of the slots' unit^exponent; with is_dB, the number is in decibels of
-/// that. A value without invariants; arranged units have their slots sorted, merged and packed at the front.
+/// The unit of a number: base^base_power * product of the slots' unit^exponent; with is_dB, the number is in decibels
+/// of that. A value without invariants; arranged units have their slots sorted, merged and packed at the front.
 struct Units {
   bool is_dB = false;
   std::int32_t base_power = 0;
@@ -104,7 +105,8 @@ class Units_library {
   /// Errors   UnitDimensionNotSame; OperationNotValid when a slot names no unit of the table.
   static double Get_conversion_factor(const Units& to, const Units& from);
 
-  /// The base to which base_power applies: 2 for units of information (bits and bytes alone; rates are decimal), else 10.
+  /// The base to which base_power applies: 2 for units of information (bits and bytes alone; rates are decimal), else
+  /// 10.
   static double Get_unit_base(const Units& units) noexcept;
 
   /// k of the decibel rules: the product of the exponents of the leading non-empty slots, 1 if there are none.
@@ -114,8 +116,8 @@ class Units_library {
 /// Units for people: "W", "dBm" for dB of mW, "us", "dB(us)", "V^2/ohm", "10^-4 V", "%", "dB"; empty for C_Empty.
 std::string Units_text(const Units& units);
 
-/// The reverse, and forgiving: symbols and English names ("second", "Volt", "volts"), SI prefixes, "^", "*", "." and "/",
-/// "dB", "dBm", "dBuV", "dB(us)". An empty text is C_Empty.
+/// The reverse, and forgiving: symbols and English names ("second", "Volt", "volts"), SI prefixes, "^", "*", "." and
+/// "/", "dB", "dBm", "dBuV", "dB(us)". An empty text is C_Empty.
 /// Errors   std::invalid_argument that names the part of the text that is not understood.
 Units Units_from_text(std::string_view text);
 

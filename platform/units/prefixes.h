@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <array>
@@ -33,8 +34,8 @@ struct Level_name {
 };
 
 inline constexpr std::array kLevelNames = {
-    Level_name{"dBm", "mW"},   Level_name{"dBW", "W"},    Level_name{"dBV", "V"},
-    Level_name{"dBmV", "mV"},  Level_name{"dBuV", "uV"},
+    Level_name{"dBm", "mW"},  Level_name{"dBW", "W"},   Level_name{"dBV", "V"},
+    Level_name{"dBmV", "mV"}, Level_name{"dBuV", "uV"},
 };
 
 }  // namespace Lumenar::Value

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/units/unit_table.h"
 
 #include <array>
@@ -12,7 +13,8 @@ constexpr auto kBin = Prefixes::Binary;
 
 // clang-format off
 constexpr std::array kUnits = {
-    //        unit              stem    power prefixes names                      dimension                                numerator, denominator
+    //        unit              stem    power prefixes
+    //        names                      dimension                                numerator, denominator
     Unit_row{U_Watt,            "W",    0,  kDec,  "watt",                        {.m = 2, .kg = 1, .s = -3},              1, 1},
     Unit_row{U_Volt,            "V",    0,  kDec,  "volt",                        {.m = 2, .kg = 1, .s = -3, .A = -1},     1, 1},
     Unit_row{U_Ampere,          "A",    0,  kDec,  "ampere amp",                  {.A = 1},                                1, 1},

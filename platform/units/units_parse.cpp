@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/units/Units.h"
 
 #include "platform/units/exceptions.h"
@@ -27,8 +28,8 @@ struct Spelling {
 };
 
 constexpr std::array kSpellings = {
-    Spelling{"\u00B5", "u"},   Spelling{"\u03BC", "u"},  Spelling{"\u03A9", "ohm"}, Spelling{"\u2126", "ohm"},
-    Spelling{"\u00B0", "deg"}, Spelling{"\u00B7", "*"},  Spelling{"\u22C5", "*"},   Spelling{"\u00B2", "^2"},
+    Spelling{"\u00B5", "u"},   Spelling{"\u03BC", "u"}, Spelling{"\u03A9", "ohm"}, Spelling{"\u2126", "ohm"},
+    Spelling{"\u00B0", "deg"}, Spelling{"\u00B7", "*"}, Spelling{"\u22C5", "*"},   Spelling{"\u00B2", "^2"},
     Spelling{"\u00B3", "^3"},  Spelling{".", "*"},
 };
 
@@ -66,7 +67,7 @@ std::optional<std::int64_t> Whole_number(std::string_view text) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   const bool whole = error == std::errc{} && end == text.data() + text.size();
   return whole && number >= -(std::int64_t{1} << 32) && number <= (std::int64_t{1} << 32) ? std::optional(number)
-                                                                                        : std::nullopt;
+                                                                                          : std::nullopt;
 }
 
 /// A symbol or name with its prefix: the unit, and the power of the base that the prefix stands for.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <filesystem>
@@ -8,8 +9,8 @@
 
 namespace Lumenar {
 
-/// The known engines over a restart of the service, since an engine announces itself only when it starts: a text file of
-/// one line for each engine (instance, progress, name; tabs between) after a title.
+/// The known engines over a restart of the service, since an engine announces itself only when it starts: a text file
+/// of one line for each engine (instance, progress, name; tabs between) after a title.
 /// Threads   one caller at a time.
 class EngineFile {
  public:

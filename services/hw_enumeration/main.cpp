@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // hw_enumeration: the process around HwEnumerate_Able_i.
 #include <CLI/CLI.hpp>
 #include <optional>

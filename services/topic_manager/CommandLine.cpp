@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/topic_manager/CommandLine.h"
 
 #include <CLI/CLI.hpp>
@@ -28,24 +29,40 @@ bool CommandLine::Read(int argc, const char* const* argv, int& exit_code) {
   auto silence_limit_s = static_cast<unsigned>(silence_limit.count());
   auto* const state_option =
       app.add_option("--state", state,
-                     "Keep the subscriptions in FILE over a restart (default: lumenar/topic_manager-HOST-PORT.state, by the address of "
+                     "Keep the subscriptions in FILE over a restart (default: lumenar/topic_manager-HOST-PORT.state, "
+                     "by the address of "
                      "the naming service, in $XDG_STATE_HOME, else in /var/lib for root and ~/.local/state for others)")
           ->type_name("FILE");
-  app.add_flag("--no-state", no_state, "Keep no file: the subscribers subscribe again after a restart")->excludes(state_option);
+  app.add_flag("--no-state", no_state, "Keep no file: the subscribers subscribe again after a restart")
+      ->excludes(state_option);
   app.add_option("--queue", queue, "Samples that may wait for one subscriber; then the oldest goes")
-      ->type_name("N")->capture_default_str()->check(CLI::Range(1, 1000000));
+      ->type_name("N")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 1000000));
   app.add_option("--stall-limit", stall_limit_ms, "Time limit of one delivery in ms (default: the time limit of calls)")
-      ->type_name("MS")->check(CLI::Range(10, 600000));
+      ->type_name("MS")
+      ->check(CLI::Range(10, 600000));
   app.add_option("--silence-limit", silence_limit_s, "Seconds without an answer after which a subscriber is dropped")
-      ->type_name("S")->capture_default_str()->check(CLI::Range(1, 86400));
+      ->type_name("S")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 86400));
   app.add_option("--look-period", look_period_s, "Seconds from one look at a subscriber's process to the next")
-      ->type_name("S")->capture_default_str()->check(CLI::Range(1, 3600));
+      ->type_name("S")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 3600));
   app.add_option("--topics", topics, "Topics that are kept with their last sample")
-      ->type_name("N")->capture_default_str()->check(CLI::Range(1, 10000000));
-  app.add_option("--subscriptions", subscriptions, "Subscriptions at once; each to a topic of its own needs as many topics")
-      ->type_name("N")->capture_default_str()->check(CLI::Range(1, 10000000));
+      ->type_name("N")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 10000000));
+  app.add_option("--subscriptions", subscriptions,
+                 "Subscriptions at once; each to a topic of its own needs as many topics")
+      ->type_name("N")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 10000000));
   app.add_option("--unsubscribed-topics", unsubscribed_topics, "Of these, topics that nobody subscribes to")
-      ->type_name("N")->capture_default_str()->check(CLI::Range(1, 10000000));
+      ->type_name("N")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 10000000));
   if (!ParseArguments(app, argc, argv, exit_code)) return false;
   if (!state.empty()) state_file.emplace(state);
   silence_limit = std::chrono::seconds(silence_limit_s);
@@ -55,7 +72,7 @@ bool CommandLine::Read(int argc, const char* const* argv, int& exit_code) {
 }
 
 Corvanta::DDS_Manager_i::Options CommandLine::ManagerOptions(const Corvanta::TransportConfig& transport,
-                                                            const std::string& naming_address) const {
+                                                             const std::string& naming_address) const {
   Corvanta::DDS_Manager_i::Options options;
   options.dispatcher.schedule.queue.samples = queue;
   options.dispatcher.schedule.silence_limit = silence_limit;

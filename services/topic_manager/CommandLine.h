@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <optional>
@@ -21,7 +22,8 @@ struct CommandLine {
   /// Errors   none: false when the program has to end with `exit_code` (help was asked for, or an argument is wrong).
   bool Read(int argc, const char* const* argv, int& exit_code);
 
-  Corvanta::DDS_Manager_i::Options ManagerOptions(const Corvanta::TransportConfig& transport, const std::string& naming_address) const;
+  Corvanta::DDS_Manager_i::Options ManagerOptions(const Corvanta::TransportConfig& transport,
+                                                  const std::string& naming_address) const;
 };
 
 }  // namespace Lumenar

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/topic_manager/CorbaSubscriber.h"
 
 #include <algorithm>
@@ -17,9 +18,13 @@ bool Is(const CORBA::SystemException& error) {
 }
 
 /// The ORB at the other end, or this one, has found nobody behind the reference.
-bool MeansGone(const CORBA::SystemException& error) { return Is<CORBA::OBJECT_NOT_EXIST>(error) || Is<CORBA::INV_OBJREF>(error); }
+bool MeansGone(const CORBA::SystemException& error) {
+  return Is<CORBA::OBJECT_NOT_EXIST>(error) || Is<CORBA::INV_OBJREF>(error);
+}
 
-bool MeansBroken(const CORBA::SystemException& error) { return Is<CORBA::TRANSIENT>(error) || Is<CORBA::COMM_FAILURE>(error); }
+bool MeansBroken(const CORBA::SystemException& error) {
+  return Is<CORBA::TRANSIENT>(error) || Is<CORBA::COMM_FAILURE>(error);
+}
 
 }  // namespace
 
@@ -63,8 +68,8 @@ Outcome CorbaSubscriber::Make(Call call, OtherAnswer other) {
   }
 }
 
-/// An answer says that the samples have arrived, whatever it is. A subscriber that is no more answers as well, through its ORB; but it may
-/// also raise the same of its own, and then a look finds it there.
+/// An answer says that the samples have arrived, whatever it is. A subscriber that is no more answers as well, through
+/// its ORB; but it may also raise the same of its own, and then a look finds it there.
 Outcome CorbaSubscriber::AfterFailure(const CORBA::SystemException& error, OtherAnswer other, bool answered) {
   const bool before = error.completed() == CORBA::COMPLETED_NO;
   if (MeansGone(error) && Look(kLookLimit) == Outcome::Gone) return Outcome::Gone;
@@ -79,8 +84,8 @@ Outcome CorbaSubscriber::Deliver(const Corvanta::SampleRecord& sample) {
               {Outcome::Delivered, Outcome::Delivered});
 }
 
-/// A group that is refused, for its size say, was handed to nobody and goes out singly. Of one that failed later nobody knows who took
-/// what: it counts as lost, since no sample goes to a subscriber twice.
+/// A group that is refused, for its size say, was handed to nobody and goes out singly. Of one that failed later nobody
+/// knows who took what: it counts as lost, since no sample goes to a subscriber twice.
 Outcome CorbaSubscriber::DeliverGroup(const std::vector<Shared>& samples, std::set<long>& not_taken) {
   std::vector<Corvanta::SharedSampleView> views;
   views.reserve(samples.size());

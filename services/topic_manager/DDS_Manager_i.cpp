@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/topic_manager/DDS_Manager_i.h"
 
 #include <fmt/format.h>
@@ -145,8 +146,7 @@ std::vector<Lumenar::StateFile::Entry> DDS_Manager_i::Readable(const ClaimSeq& c
     std::string reference;
     try {
       reference = CheckedReference(claims[i].topic, claims[i].subscriber);
-    } catch (const CORBA::SystemException&) {
-    }
+    } catch (const CORBA::SystemException&) {}
     readable.push_back({claims[i].handle, claims[i].topic.in(), std::move(reference)});
   }
   return readable;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <atomic>
@@ -67,7 +68,7 @@ class DDS_Manager_i : public POA_Corvanta::DDS_Manager {
   const std::size_t max_subscriptions_;
   Lumenar::SubscriptionStore store_;
   std::atomic<std::uint64_t> epoch_;  ///< begins anywhere, so that another start of the manager is another epoch
-  Lumenar::Mutex renewing_;  ///< held over a call of Renew; before mutex_ and the store
+  Lumenar::Mutex renewing_;           ///< held over a call of Renew; before mutex_ and the store
   Lumenar::Mutex mutex_;
   Lumenar::TopicTable topics_ GUARDED_BY(mutex_);
   std::size_t subscriptions_ GUARDED_BY(mutex_) = 0;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/topic_manager/DeliverySchedule.h"
 
 #include <algorithm>
@@ -130,7 +131,8 @@ std::vector<DeliverySchedule::Delivery> DeliverySchedule::NextGroup(SteadyTime n
   std::size_t room = limits_.group_bytes - std::min(limits_.group_bytes, SampleBytes(*group.front().sample));
   for (std::size_t i = 0; i < std::min(ready_.size(), kLookedAt) && group.size() < limits_.group;) {
     const SubscriptionPtr subscription = ready_[i];
-    const bool goes_along = subscription->place == Place::Ready && subscription->endpoint == endpoint && MayGroup(*subscription, now);
+    const bool goes_along =
+        subscription->place == Place::Ready && subscription->endpoint == endpoint && MayGroup(*subscription, now);
     const std::size_t bytes = goes_along ? SampleBytes(*subscription->queue.Front()) : 0;
     if (!goes_along || bytes > room) {
       ++i;
@@ -147,7 +149,8 @@ std::vector<DeliverySchedule::Delivery> DeliverySchedule::NextGroup(SteadyTime n
 
 bool DeliverySchedule::MayGroup(const Subscription& subscription, SteadyTime now) const {
   const Endpoint& endpoint = *subscription.endpoint;
-  return !endpoint.held && endpoint.single_until <= now && !subscription.single && subscription.subscriber->TakesGroups();
+  return !endpoint.held && endpoint.single_until <= now && !subscription.single &&
+         subscription.subscriber->TakesGroups();
 }
 
 /// Whether the process of a ready subscription stopped answering since it became ready.
@@ -194,11 +197,13 @@ bool DeliverySchedule::IsUnknown(const Endpoint& endpoint) const {
   return endpoint.last_answer == SteadyTime{} && limits_.look_period.count() > 0;
 }
 
-/// Whether a process may be one of many that hang: it has not answered since half of the calls began that are stuck now.
+/// Whether a process may be one of many that hang: it has not answered since half of the calls began that are stuck
+/// now.
 bool DeliverySchedule::IsDoubtful(const Endpoint& endpoint, SteadyTime now) const {
   if (endpoint.held || limits_.look_period.count() == 0 || in_flight_.size() < limits_.stuck_calls) return false;
   const std::size_t stuck = Stuck(now);
-  return stuck >= limits_.stuck_calls && endpoint.last_answer < *std::next(in_flight_.begin(), static_cast<std::ptrdiff_t>(stuck / 2));
+  return stuck >= limits_.stuck_calls &&
+         endpoint.last_answer < *std::next(in_flight_.begin(), static_cast<std::ptrdiff_t>(stuck / 2));
 }
 
 void DeliverySchedule::LookAfter(const EndpointPtr& endpoint, SteadyTime moment) {
@@ -214,7 +219,8 @@ void DeliverySchedule::LookNow(const EndpointPtr& endpoint) {
   first_looks_.push_back(endpoint);
 }
 
-/// The newest and the oldest in turn: neither does one that comes behind many mute ones wait for all of them, nor the other way round.
+/// The newest and the oldest in turn: neither does one that comes behind many mute ones wait for all of them, nor the
+/// other way round.
 DeliverySchedule::EndpointPtr DeliverySchedule::TakeFirstLook() {
   newest_first_ = !newest_first_;
   EndpointPtr& end = newest_first_ ? first_looks_.back() : first_looks_.front();
@@ -276,7 +282,8 @@ std::vector<SubscriptionPtr> DeliverySchedule::LookedInVain(const Delivery& look
   if (now >= end) return AllOf(*endpoint);
   const bool known = for_long && !IsUnknown(*endpoint);  // its next samples try it
   if (known && !endpoint->held) Hold(endpoint, now);
-  const auto pause = known ? limits_.look_period : endpoint->look_backoff.Next(limits_.first_pause, limits_.longest_pause);
+  const auto pause =
+      known ? limits_.look_period : endpoint->look_backoff.Next(limits_.first_pause, limits_.longest_pause);
   LookAfter(endpoint, std::min(end, now + pause));
   return {};
 }
@@ -328,11 +335,9 @@ bool DeliverySchedule::Settle(const Delivery& delivery, Outcome outcome, SteadyT
                               std::vector<SamplePtr>& freed) {
   Subscription& subscription = *delivery.subscription;
   switch (outcome) {
-    case Outcome::Gone:
-      return true;
+    case Outcome::Gone: return true;
     case Outcome::Unreachable:
-    case Outcome::Interrupted:
-      return SettleUnreachable(delivery, outcome, now, freed);
+    case Outcome::Interrupted: return SettleUnreachable(delivery, outcome, now, freed);
     case Outcome::TimedOut:
       ++subscription.dropped;
       subscription.stalled = true;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <map>
@@ -17,41 +18,42 @@ namespace Lumenar {
 /// that cannot be reached is tried for 3 s and then dropped; one that no longer exists, at once; one that never answers
 /// (its machine was switched off, say), after 10 minutes, with all others of its process.
 ///
-/// Each process is looked at once a minute besides, whatever its topics do: one of its subscribers is asked whether it is there, each
-/// in turn. So those that died on a silent topic are dropped, too. A process that has never answered is looked at before its first
-/// sample is sent; so is, while many calls are stuck, each that has not answered since they began. The first look at a process that does
-/// not answer is short, the next ones are longer. Only so many looks, and tries of held processes, are under way at a time: whoever
-/// answers finds workers, however many do not.
+/// Each process is looked at once a minute besides, whatever its topics do: one of its subscribers is asked whether it
+/// is there, each in turn. So those that died on a silent topic are dropped, too. A process that has never answered is
+/// looked at before its first sample is sent; so is, while many calls are stuck, each that has not answered since they
+/// began. The first look at a process that does not answer is short, the next ones are longer. Only so many looks, and
+/// tries of held processes, are under way at a time: whoever answers finds workers, however many do not.
 /// Threads   the caller's lock.
 class DeliverySchedule {
  public:
   struct Limits {
     SampleQueue::Limits queue;
-    std::chrono::milliseconds patience{20};             ///< a delivery that takes longer counts as stuck
-    std::size_t stuck_deliveries = 4;                   ///< so many stuck at a process hold it
-    std::chrono::milliseconds stuck_pause{500};         ///< until a process held so is tried
+    std::chrono::milliseconds patience{20};      ///< a delivery that takes longer counts as stuck
+    std::size_t stuck_deliveries = 4;            ///< so many stuck at a process hold it
+    std::chrono::milliseconds stuck_pause{500};  ///< until a process held so is tried
     std::chrono::milliseconds first_pause{100};
     std::chrono::milliseconds longest_pause{2000};
     std::chrono::milliseconds unreachable_limit{3000};  ///< then an unreachable subscriber is dropped
     std::chrono::milliseconds silence_limit{600000};    ///< then one that does not answer is dropped
-    std::size_t group = 8;                              ///< so many subscriptions in one call; more of them leave threads idle
-    std::size_t group_bytes = 128u << 10;               ///< and so much to be worked on in it
-    std::chrono::milliseconds look_period{60000};       ///< each process is looked at so often; 0: never
-    std::size_t looks = 32;                             ///< so many at a time
-    std::chrono::milliseconds first_look{100};          ///< the time limit of a look; doubles while nothing answers
+    std::size_t group = 8;                 ///< so many subscriptions in one call; more of them leave threads idle
+    std::size_t group_bytes = 128u << 10;  ///< and so much to be worked on in it
+    std::chrono::milliseconds look_period{60000};  ///< each process is looked at so often; 0: never
+    std::size_t looks = 32;                        ///< so many at a time
+    std::chrono::milliseconds first_look{100};     ///< the time limit of a look; doubles while nothing answers
     std::chrono::milliseconds longest_look{1000};
-    std::size_t tries = 64;                             ///< of held processes, at a time
-    std::size_t stuck_calls = 128;                      ///< from so many on, of all kinds, who has not answered since is looked at first
-    std::chrono::milliseconds single_pause{1000};       ///< without calls for several, after one that took longer than patience
+    std::size_t tries = 64;         ///< of held processes, at a time
+    std::size_t stuck_calls = 128;  ///< from so many on, of all kinds, who has not answered since is looked at first
+    std::chrono::milliseconds single_pause{
+        1000};  ///< without calls for several, after one that took longer than patience
   };
 
   struct Delivery {
     SubscriptionPtr subscription;
-    SamplePtr sample;      ///< null for a look at the process
+    SamplePtr sample;  ///< null for a look at the process
     SteadyTime begun;
-    bool leads = true;     ///< speaks for the call; the others of a group go along
-    bool grouped = false;  ///< one of several in a call
-    bool tries = false;    ///< whether a held process answers
+    bool leads = true;                       ///< speaks for the call; the others of a group go along
+    bool grouped = false;                    ///< one of several in a call
+    bool tries = false;                      ///< whether a held process answers
     std::chrono::milliseconds look_limit{};  ///< of a look
   };
 
@@ -60,7 +62,8 @@ class DeliverySchedule {
   DeliverySchedule(const DeliverySchedule&) = delete;
   DeliverySchedule& operator=(const DeliverySchedule&) = delete;
 
-  void Add(long handle, const std::string& topic, const std::string& address, boost::shared_ptr<Subscriber> subscriber, SteadyTime now);
+  void Add(long handle, const std::string& topic, const std::string& address, boost::shared_ptr<Subscriber> subscriber,
+           SteadyTime now);
 
   /// False for an unknown handle. No delivery of the subscription begins any more; its waiting samples move to `freed`.
   bool Remove(long handle, std::vector<SamplePtr>& freed);
@@ -71,14 +74,15 @@ class DeliverySchedule {
   /// The next delivery, which has then begun; nothing when no subscription is ready.
   std::optional<Delivery> Next(SteadyTime now);
 
-  /// As Next, together with others that are ready in the same process, when it takes samples for several in one call and none of
-  /// them has to wait for a call of its own. The first leads. Empty when no subscription is ready.
+  /// As Next, together with others that are ready in the same process, when it takes samples for several in one call
+  /// and none of them has to wait for a call of its own. The first leads. Empty when no subscription is ready.
   std::vector<Delivery> NextGroup(SteadyTime now);
 
   /// The next look at a process, which has then begun; nothing when none is due, or enough are under way.
   std::optional<Delivery> NextLook(SteadyTime now);
 
-  /// Ends a delivery or a look; the one that leads a group last. The subscriptions that are dropped for it; they are removed.
+  /// Ends a delivery or a look; the one that leads a group last. The subscriptions that are dropped for it; they are
+  /// removed.
   std::vector<SubscriptionPtr> Finish(const Delivery& delivery, Outcome outcome, SteadyTime now,
                                       std::vector<SamplePtr>& freed);
 
@@ -140,7 +144,8 @@ class DeliverySchedule {
   std::multimap<SteadyTime, EndpointPtr> holds_;
   std::multiset<SteadyTime> in_flight_;
   std::multimap<SteadyTime, EndpointPtr> looks_;
-  std::deque<EndpointPtr> first_looks_;  ///< at processes that were not looked at yet, so that those that answer go before all the others
+  std::deque<EndpointPtr>
+      first_looks_;  ///< at processes that were not looked at yet, so that those that answer go before all the others
   bool newest_first_ = false;
   std::deque<EndpointPtr> due_looks_;
   std::size_t looks_in_flight_ = 0;

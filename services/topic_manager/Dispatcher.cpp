@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/topic_manager/Dispatcher.h"
 
 #include <algorithm>
@@ -17,7 +18,8 @@ std::vector<Subscriber::Shared> SharedSamples(const std::vector<DeliverySchedule
   std::vector<Subscriber::Shared> samples;
   for (const DeliverySchedule::Delivery& delivery : deliveries) {
     const Corvanta::SampleRecord* const sample = delivery.sample.get();
-    auto found = std::find_if(samples.begin(), samples.end(), [sample](const auto& shared) { return shared.sample == sample; });
+    auto found =
+        std::find_if(samples.begin(), samples.end(), [sample](const auto& shared) { return shared.sample == sample; });
     if (found == samples.end()) found = samples.insert(found, {sample, {}});
     found->handles.push_back(delivery.subscription->handle);
   }
@@ -31,7 +33,8 @@ Outcome Deliver(const std::vector<DeliverySchedule::Delivery>& deliveries, std::
   return leader.subscription->subscriber->DeliverGroup(SharedSamples(deliveries), not_taken);
 }
 
-/// What the outcome of a call means for one of its deliveries. That the subscriber who was called is gone says nothing of the others.
+/// What the outcome of a call means for one of its deliveries. That the subscriber who was called is gone says nothing
+/// of the others.
 Outcome OutcomeFor(const DeliverySchedule::Delivery& delivery, Outcome of_call, const std::set<long>& not_taken) {
   if (of_call == Outcome::Gone && !delivery.leads) return Outcome::NotTaken;
   return not_taken.count(delivery.subscription->handle) > 0 ? Outcome::NotTaken : of_call;
@@ -142,14 +145,14 @@ void Dispatcher::Work() {
     std::set<long> not_taken;
     try {
       outcome = Deliver(deliveries, not_taken);
-    } catch (...) {  // the top of a thread: a subscriber's failure is its own; a group that could not be put together was not sent
+    } catch (...) {  // the top of a thread: a subscriber's failure is its own; a group not put together was not sent
     }
     Finish(deliveries, outcome, not_taken);
   }
 }
 
-/// The next delivery, begun, and those that go along in its call; none when this worker has to end, which it has then entered in the
-/// books.
+/// The next delivery, begun, and those that go along in its call; none when this worker has to end, which it has then
+/// entered in the books.
 std::vector<Dispatcher::Delivery> Dispatcher::WaitForDeliveries() {
   std::vector<Delivery> deliveries;
   Wanted wanted;
@@ -213,8 +216,7 @@ void Dispatcher::Finish(const std::vector<Delivery>& deliveries, Outcome outcome
 
 /// The one thread that watches the clock: ends pauses, starts workers, joins those that ended, gives memory back.
 void Dispatcher::Supervise() {
-  while (SuperviseOnce()) {
-  }
+  while (SuperviseOnce()) {}
 }
 
 /// One look and the wait for the next; false when it was the last.

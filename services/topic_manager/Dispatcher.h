@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <functional>
@@ -17,9 +18,9 @@ class Dispatcher {
  public:
   struct Limits {
     DeliverySchedule::Limits schedule;
-    std::size_t workers = 4;       ///< that are not stuck
+    std::size_t workers = 4;  ///< that are not stuck
     std::size_t max_workers = 256;
-    std::chrono::milliseconds idle_limit{5000};  ///< after which workers that are too many end
+    std::chrono::milliseconds idle_limit{5000};        ///< after which workers that are too many end
     std::chrono::milliseconds give_back_pause{10000};  ///< until the memory of dropped subscribers' queues goes back
   };
 
@@ -85,8 +86,8 @@ class Dispatcher {
   const Limits limits_;
   const OnDropped on_dropped_;
   mutable Mutex mutex_;
-  Condition work_;         ///< something is ready, or the end
-  Condition look_;         ///< the supervisor has to look before next_look_
+  Condition work_;  ///< something is ready, or the end
+  Condition look_;  ///< the supervisor has to look before next_look_
   Condition worker_ended_;
   DeliverySchedule schedule_ GUARDED_BY(mutex_);
   std::list<std::thread> workers_ GUARDED_BY(mutex_);

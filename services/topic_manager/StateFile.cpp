@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/topic_manager/StateFile.h"
 
 #include <fmt/format.h>
@@ -16,7 +17,8 @@ namespace {
 
 constexpr const char* kTitle = "topic_manager subscriptions 1";
 constexpr long kLastHandle = StateFile::kLastHandle;
-constexpr std::size_t kLongestLine = StateFile::kLongestReference + 8192;  // a topic's name is short, and three bytes a character
+constexpr std::size_t kLongestLine =
+    StateFile::kLongestReference + 8192;  // a topic's name is short, and three bytes a character
 
 bool NeedsEscape(char character) {
   const auto byte = static_cast<unsigned char>(character);
@@ -140,7 +142,8 @@ StateFile::State StateFile::Read(std::string& problem) const {
     return ReadFrom(file, path_.string(), problem);
   } catch (const std::system_error& error) {
     if (error.code() != std::errc::no_such_file_or_directory)
-      problem = fmt::format("{}: cannot be read ({}); starting without subscriptions", path_.string(), error.code().message());
+      problem = fmt::format("{}: cannot be read ({}); starting without subscriptions", path_.string(),
+                            error.code().message());
     return {};
   }
 }

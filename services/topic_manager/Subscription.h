@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <chrono>
@@ -43,8 +44,8 @@ class Subscriber {
   /// Whether a call to this subscriber can take samples for others of its process along.
   virtual bool TakesGroups() const { return false; }
 
-  /// As Deliver, for several at once: the handles that did not take their sample go to `not_taken`; all the others share the outcome.
-  /// What it throws it throws before anything is sent.
+  /// As Deliver, for several at once: the handles that did not take their sample go to `not_taken`; all the others
+  /// share the outcome. What it throws it throws before anything is sent.
   virtual Outcome DeliverGroup(const std::vector<Shared>&, std::set<long>& /*not_taken*/) { return Outcome::NotTaken; }
 };
 
@@ -65,16 +66,17 @@ struct Subscription;
 using SubscriptionPtr = boost::shared_ptr<Subscription>;
 
 /// A process that has subscribers. A process that does not answer is held: its subscriptions are parked, and one at a
-/// time tries whether it answers again. Those of a process that has never answered are parked as well, until it answers a look.
+/// time tries whether it answers again. Those of a process that has never answered are parked as well, until it answers
+/// a look.
 struct Endpoint {
   explicit Endpoint(std::string its_address) : address(std::move(its_address)) {}
 
   const std::string address;
-  std::set<long> handles;  ///< of its subscriptions
+  std::set<long> handles;               ///< of its subscriptions
   std::multiset<SteadyTime> in_flight;  ///< when the deliveries under way began
   SteadyTime last_answer{};
   bool held = false;
-  bool stalled = false;    ///< held because a delivery ran into its time limit
+  bool stalled = false;                    ///< held because a delivery ran into its time limit
   std::optional<SteadyTime> silent_since;  ///< the first of the deliveries that nothing has answered since
   SteadyTime held_until{};
   bool probe_due = false;  ///< the pause is over, and nobody was parked to try
@@ -84,11 +86,11 @@ struct Endpoint {
   std::deque<SubscriptionPtr> parked;
 
   SteadyTime next_look{};
-  bool looking = false;    ///< a look is under way, or waits for its turn
-  long looked_at = 0;      ///< the handle that was looked at last
+  bool looking = false;                         ///< a look is under way, or waits for its turn
+  long looked_at = 0;                           ///< the handle that was looked at last
   std::optional<SteadyTime> unreachable_since;  ///< the first of the looks that found nobody
   Backoff look_backoff;
-  Backoff look_limit;      ///< of its next look
+  Backoff look_limit;  ///< of its next look
 };
 
 /// One subscription with its queue.

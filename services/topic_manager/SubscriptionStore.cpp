@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/topic_manager/SubscriptionStore.h"
 
 #include <algorithm>
@@ -86,7 +87,8 @@ bool SubscriptionStore::Stands(const StateFile::Entry& entry) const {
 long SubscriptionStore::FindAnother(const StateFile::Entry& claim, const std::set<long>& but) const {
   const auto [first, last] = by_subscriber_.equal_range(HashOf(claim.topic, claim.reference));
   for (auto candidate = first; candidate != last; ++candidate) {
-    if (but.count(candidate->second) == 0 && Stands({candidate->second, claim.topic, claim.reference})) return candidate->second;
+    if (but.count(candidate->second) == 0 && Stands({candidate->second, claim.topic, claim.reference}))
+      return candidate->second;
   }
   return 0;
 }
@@ -108,7 +110,8 @@ void SubscriptionStore::Remove(long handle) {
     const auto found = entries_.find(handle);
     if (found == entries_.end()) return;
     const auto [first, last] = by_subscriber_.equal_range(HashOf(found->second.topic, found->second.reference));
-    by_subscriber_.erase(std::find_if(first, last, [handle](const auto& candidate) { return candidate.second == handle; }));
+    by_subscriber_.erase(
+        std::find_if(first, last, [handle](const auto& candidate) { return candidate.second == handle; }));
     bytes_ -= found->second.topic.size() + found->second.reference.size();
     entries_.erase(found);
     change = Change(StateFile::EndLine(handle));
@@ -135,7 +138,8 @@ void SubscriptionStore::Persist(std::uint64_t change) {
   }
 }
 
-/// Adds what is pending, or writes the file anew when it has grown well beyond what stands, or may be damaged at its end.
+/// Adds what is pending, or writes the file anew when it has grown well beyond what stands, or may be damaged at its
+/// end.
 void SubscriptionStore::Write(std::uint64_t& newest) {
   const std::uint64_t before = newest;
   std::string lines;
@@ -151,7 +155,9 @@ void SubscriptionStore::Write(std::uint64_t& newest) {
       file_->Append(lines);
       added_ += newest - before;
       return;
-    } catch (const std::system_error&) {  // it is gone, or is something else, or holds a part of the lines: it has to be written anew
+    } catch (
+        const std::
+            system_error&) {  // it is gone, or is something else, or holds a part of the lines: it has to be written anew
       Lock lock(mutex_);
       newest = changes_;
       pending_.clear();

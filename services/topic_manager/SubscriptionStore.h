@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstdint>
@@ -12,15 +13,17 @@
 
 namespace Lumenar {
 
-/// The handles that were given out and to whom, kept in the state file where there is one. Handles count up from 1, also over a later
-/// manager with the same file; after 2^31 - 1 they start anew, and one that somebody has is passed over.
+/// The handles that were given out and to whom, kept in the state file where there is one. Handles count up from 1,
+/// also over a later manager with the same file; after 2^31 - 1 they start anew, and one that somebody has is passed
+/// over.
 /// Threads   any.
 class SubscriptionStore {
  public:
   /// What the topics and references of all subscriptions may take together, as text.
   static constexpr std::size_t kMostBytes = std::size_t{256} << 20;
 
-  /// Reads the file, which may hold more than `most_bytes`; says in one line on standard error what of it could not be read.
+  /// Reads the file, which may hold more than `most_bytes`; says in one line on standard error what of it could not be
+  /// read.
   explicit SubscriptionStore(std::optional<StateFile> file, std::size_t most_bytes = kMostBytes);
 
   /// The subscriptions known, as read and changed since.
@@ -35,8 +38,9 @@ class SubscriptionStore {
   long AddUnsaved(const std::string& topic, const std::string& reference);
   void Save();
 
-  /// The handles under which subscriptions stand that their owners know by other handles perhaps, in their order; 0 for one that does
-  /// not. One that stands under its own handle is that one; else any of the same topic and subscriber, each for one of them at most.
+  /// The handles under which subscriptions stand that their owners know by other handles perhaps, in their order; 0 for
+  /// one that does not. One that stands under its own handle is that one; else any of the same topic and subscriber,
+  /// each for one of them at most.
   std::vector<long> Find(const std::vector<StateFile::Entry>& claims) const;
 
   void Remove(long handle);
@@ -56,7 +60,7 @@ class SubscriptionStore {
   mutable Mutex mutex_;
   std::map<long, StateFile::Entry> entries_ GUARDED_BY(mutex_);
   std::unordered_multimap<std::size_t, long> by_subscriber_ GUARDED_BY(mutex_);  ///< by a hash of topic and reference
-  std::size_t bytes_ GUARDED_BY(mutex_) = 0;  ///< of the topics and references
+  std::size_t bytes_ GUARDED_BY(mutex_) = 0;                                     ///< of the topics and references
   long next_handle_ GUARDED_BY(mutex_) = 1;
   std::uint64_t changes_ GUARDED_BY(mutex_) = 0;
   std::string pending_ GUARDED_BY(mutex_);  ///< lines of the changes that the file does not hold yet

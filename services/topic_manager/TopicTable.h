@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstdint>
@@ -11,15 +12,16 @@
 namespace Lumenar {
 
 /// The topics with their last samples. Bounded in number and in memory: for a new topic or sample the topics go that
-/// nobody subscribes to, the longest unpublished first. Those have a limit of their own: readings that come and go leave
-/// their topics behind, and nothing else says that a topic is of no use any more.
+/// nobody subscribes to, the longest unpublished first. Those have a limit of their own: readings that come and go
+/// leave their topics behind, and nothing else says that a topic is of no use any more.
 /// Threads   the caller's lock.
 class TopicTable {
  public:
   struct Limits {
-    std::size_t topics = 311000;        ///< as many as there may be subscriptions, each to another topic, and those without subscribers
-    std::size_t bytes = 128u << 20;     ///< of last samples
-    std::size_t unsubscribed = 1000;    ///< of the topics, those without subscribers
+    std::size_t topics =
+        311000;  ///< as many as there may be subscriptions, each to another topic, and those without subscribers
+    std::size_t bytes = 128u << 20;   ///< of last samples
+    std::size_t unsubscribed = 1000;  ///< of the topics, those without subscribers
   };
 
   struct Status {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // topic_manager: the process around DDS_Manager_i.
 #include <cstdlib>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/topic_manager/state_path.h"
 
 #include <sys/stat.h>
@@ -29,7 +30,8 @@ std::optional<std::filesystem::path> DefaultStatePath(const std::string& service
   const std::filesystem::path directory = StateDirectory();
   if (directory.empty()) return std::nullopt;
   std::string address = naming_address;
-  std::replace_if(address.begin(), address.end(), [](char c) { return c == ':' || c == '/'; }, '-');
+  std::replace_if(
+      address.begin(), address.end(), [](char c) { return c == ':' || c == '/'; }, '-');
   return directory / "lumenar" / (service + '-' + address + ".state");
 }
 
@@ -40,8 +42,7 @@ void MakeDirectoryOf(const std::filesystem::path& file) noexcept {
       directory /= part;
       ::mkdir(directory.c_str(), 0700);
     }
-  } catch (const std::exception&) {
-  }
+  } catch (const std::exception&) {}
 }
 
 }  // namespace Lumenar

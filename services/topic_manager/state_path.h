@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <filesystem>
@@ -6,13 +7,13 @@
 
 namespace Lumenar {
 
-/// Where a service keeps what it has to know after a restart, unless it is told another place: `service`-HOST-PORT.state, by the address of
-/// its naming service, in the directory "lumenar" of $XDG_STATE_HOME; without that variable, of /var/lib for root and of
-/// ~/.local/state for others. Nothing for who has no home.
+/// Where a service keeps what it has to know after a restart, unless it is told another place:
+/// `service`-HOST-PORT.state, by the address of its naming service, in the directory "lumenar" of $XDG_STATE_HOME;
+/// without that variable, of /var/lib for root and of ~/.local/state for others. Nothing for who has no home.
 std::optional<std::filesystem::path> DefaultStatePath(const std::string& service, const std::string& naming_address);
 
-/// Makes the directory of a file, and those above it, for its owner alone (0700) where they are not there. Errors   none: whoever writes
-/// the file finds out.
+/// Makes the directory of a file, and those above it, for its owner alone (0700) where they are not there.
+/// Errors   none: whoever writes the file finds out.
 void MakeDirectoryOf(const std::filesystem::path& file) noexcept;
 
 }  // namespace Lumenar

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/faults/DamagedRequests.h"
 
 #include "tests/faults/HostileMessages.h"
@@ -6,7 +7,8 @@ namespace Lumenar::Test {
 
 using namespace Corvanta::Test;
 
-std::vector<std::string> WholeRequests(const ObjectAddress& factory, const ObjectAddress& manager, const ObjectAddress& subscriber) {
+std::vector<std::string> WholeRequests(const ObjectAddress& factory, const ObjectAddress& manager,
+                                       const ObjectAddress& subscriber) {
   RawClient to_factory(factory), to_manager(manager), to_subscriber(subscriber);
   const Wire nil_references = Wire().Ulong(2).Ulong(1).Octet(0).Ulong(0).Ulong(1).Octet(0).Ulong(0);
   const Wire subscribe = Wire().Text("TOPIC").Ulong(1).Octet(0).Ulong(0);

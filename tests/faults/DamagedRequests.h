@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <random>
@@ -8,9 +9,10 @@
 
 namespace Lumenar::Test {
 
-/// Requests as they should be, to be damaged: the first four for the factory, then three for the topic manager, then two for a
-/// subscriber. None of them holds an address, so that no damage makes one.
-std::vector<std::string> WholeRequests(const Corvanta::Test::ObjectAddress& factory, const Corvanta::Test::ObjectAddress& manager,
+/// Requests as they should be, to be damaged: the first four for the factory, then three for the topic manager, then
+/// two for a subscriber. None of them holds an address, so that no damage makes one.
+std::vector<std::string> WholeRequests(const Corvanta::Test::ObjectAddress& factory,
+                                       const Corvanta::Test::ObjectAddress& manager,
                                        const Corvanta::Test::ObjectAddress& subscriber);
 
 /// Random bytes and damage, always the same for a seed.

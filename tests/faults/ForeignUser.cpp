@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/faults/ForeignUser.h"
 
 #include <sys/wait.h>
@@ -16,7 +17,8 @@ std::string Obstacle(const std::string& program) {
 
 std::vector<std::string> Run(std::vector<std::string> command) {
   const std::string id = std::to_string(kId);
-  std::vector<std::string> whole{"setpriv", "--reuid=" + id, "--regid=" + id, "--clear-groups", "--pdeathsig=KILL", "--"};
+  std::vector<std::string> whole{"setpriv",        "--reuid=" + id,    "--regid=" + id,
+                                 "--clear-groups", "--pdeathsig=KILL", "--"};
   whole.insert(whole.end(), command.begin(), command.end());
   return whole;
 }

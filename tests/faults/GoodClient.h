@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <atomic>
@@ -8,7 +9,8 @@
 
 namespace Lumenar::Test {
 
-/// How long a new client waits for the answer to a harmless request to the factory; more than any limit when it is not answered.
+/// How long a new client waits for the answer to a harmless request to the factory; more than any limit when it is not
+/// answered.
 std::chrono::milliseconds ServedIn(const Corvanta::Test::ObjectAddress& factory);
 
 /// A good client that comes again and again while something else goes on.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/faults/HostileMessages.h"
 
 #include <functional>
@@ -72,7 +73,8 @@ std::vector<HostileMessage> Types(AnyOperation operation) {
   const TypeWriter a_string = [](Wire& wire) { wire.Ulong(kTkString).Ulong(0); };
   return {
       {"wrong type: string", Any(operation, a_string, [](Wire& w) { w.Text("no record"); })},
-      {"wrong type: trace without samples", Any(operation, Struct("IDL:Corvanta/BASIC_TRACE/BT_DATA:1.0", {Simple(kTkUlong)}), Nothing)},
+      {"wrong type: trace without samples",
+       Any(operation, Struct("IDL:Corvanta/BASIC_TRACE/BT_DATA:1.0", {Simple(kTkUlong)}), Nothing)},
       {"null type", Any(operation, Simple(kTkNull), Nothing)},
       {"no such kind", Any(operation, Simple(0x7fffffff), Nothing)},
       {"indirection to nowhere", Any(operation, Words({kIndirection, 0x80000000}), Nothing)},
@@ -109,7 +111,9 @@ std::vector<HostileMessage> Values(AnyOperation operation) {
 }
 
 std::vector<HostileMessage> Topics() {
-  const auto topic = [](const Part& name) { return Any(AnyOperation::Publish, Simple(kTkLong), [&](Wire& w) { name(w.Ulong(1)); }); };
+  const auto topic = [](const Part& name) {
+    return Any(AnyOperation::Publish, Simple(kTkLong), [&](Wire& w) { name(w.Ulong(1)); });
+  };
   return {
       {"topic is missing", topic(Nothing)},
       {"topic: length lies", topic([](Wire& w) { w.Ulong(0x7fffffff).Ulong(0); })},
@@ -121,7 +125,9 @@ std::vector<HostileMessage> Topics() {
 }
 
 std::vector<HostileMessage> Groups() {
-  const auto handles = [](const Part& list) { return Any(AnyOperation::Group, Simple(kTkLong), [&](Wire& w) { list(w.Ulong(1)); }); };
+  const auto handles = [](const Part& list) {
+    return Any(AnyOperation::Group, Simple(kTkLong), [&](Wire& w) { list(w.Ulong(1)); });
+  };
   return {
       {"2^32 - 1 samples", Wire().Ulong(0xffffffff)},
       {"1,024 samples, none there", Wire().Ulong(1024)},

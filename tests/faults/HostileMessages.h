@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string>
@@ -7,8 +8,8 @@
 
 namespace Lumenar::Test {
 
-/// Where an operation that takes an any has it in its argument list: alone, with a topic name behind it, or in a sequence, each with
-/// the handles that it is for behind it.
+/// Where an operation that takes an any has it in its argument list: alone, with a topic name behind it, or in a
+/// sequence, each with the handles that it is for behind it.
 enum class AnyOperation { Callback, Publish, Group };
 
 /// The name of the operation in IDL.
@@ -20,7 +21,8 @@ struct HostileMessage {
   Corvanta::Test::Wire arguments;
 };
 
-/// Wrong types, type codes that lie about their members and lengths, anys in anys, types nested up to 1 MB, values that lie.
+/// Wrong types, type codes that lie about their members and lengths, anys in anys, types nested up to 1 MB, values that
+/// lie.
 std::vector<HostileMessage> HostileAnys(AnyOperation operation);
 
 /// The arguments of a harmless call: a long.

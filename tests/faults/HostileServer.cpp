@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/faults/HostileServer.h"
 
 #include <arpa/inet.h>
@@ -87,15 +88,21 @@ std::vector<HostileServer::Behaviour> Fragments() {
          const std::string last = Fragment(call.id, false, Text("topic"));
          return Reply(call.id, kNoException, Text("topic"), true) + last + last;
        })},
-      {"fragments to nobody", Sends([](const Call&) { return Reply(kNobody, kNoException, Text("a"), true) + Fragment(kNobody, false, "b"); })},
+      {"fragments to nobody", Sends([](const Call&) {
+         return Reply(kNobody, kNoException, Text("a"), true) + Fragment(kNobody, false, "b");
+       })},
       {"fragment of nothing", Sends([](const Call& call) { return Fragment(call.id, false, "abcd"); })},
       {"fragments without end", FragmentsWithoutEnd},
   };
 }
 
 std::vector<HostileServer::Behaviour> Lies() {
-  const auto count = [](const Call& call) { return Reply(call.id, kNoException, Wire().Ulong(79'000'000).Ulong(1).Bytes()); };
-  const auto exception = [](const Call& call) { return Reply(call.id, kSystemException, Wire().Ulong(0x7fffffff).Bytes()); };
+  const auto count = [](const Call& call) {
+    return Reply(call.id, kNoException, Wire().Ulong(79'000'000).Ulong(1).Bytes());
+  };
+  const auto exception = [](const Call& call) {
+    return Reply(call.id, kSystemException, Wire().Ulong(0x7fffffff).Bytes());
+  };
   return {
       {"a count that lies", Sends(count)},
       {"a count that lies, more to come", Sends([count](const Call& call) {
@@ -106,8 +113,10 @@ std::vector<HostileServer::Behaviour> Lies() {
       {"an exception that lies", Sends(exception)},
       {"nothing in it", Sends([](const Call& call) { return Reply(call.id, kNoException, {}); })},
       {"no such status", Sends([](const Call& call) { return Reply(call.id, 77, {}); })},
-      {"location in a circle", Sends([](const Call& call) { return Reply(call.id, kForward, call.server.ReferenceOnTheWire()); })},
-      {"addressing in a circle", Sends([](const Call& call) { return Reply(call.id, kNeedsAddressingMode, std::string(2, '\0')); })},
+      {"location in a circle",
+       Sends([](const Call& call) { return Reply(call.id, kForward, call.server.ReferenceOnTheWire()); })},
+      {"addressing in a circle",
+       Sends([](const Call& call) { return Reply(call.id, kNeedsAddressingMode, std::string(2, '\0')); })},
       {"larger than anything", LargerThanAnything},
   };
 }
@@ -119,8 +128,11 @@ std::vector<HostileServer::Behaviour> WrongMoments() {
          const std::string answer = Reply(call.id, kNoException, Text("topic"));
          return answer + answer;
        })},
-      {"a request", Sends([](const Call& call) { return RawClient::Message(kRequest, 0, Wire().Ulong(call.id).Raw(std::string(40, '\0')).Bytes()); })},
-      {"a cancel", Sends([](const Call& call) { return RawClient::Message(kCancelRequest, 0, Wire().Ulong(call.id).Bytes()); })},
+      {"a request", Sends([](const Call& call) {
+         return RawClient::Message(kRequest, 0, Wire().Ulong(call.id).Raw(std::string(40, '\0')).Bytes());
+       })},
+      {"a cancel",
+       Sends([](const Call& call) { return RawClient::Message(kCancelRequest, 0, Wire().Ulong(call.id).Bytes()); })},
       {"an error", Sends([](const Call&) { return RawClient::Message(kMessageError, 0, {}); })},
       {"a goodbye", Sends([](const Call&) { return RawClient::Message(kCloseConnection, 0, {}); }, false)},
       {"an end in the middle", Sends(CloseInTheMiddle, false)},
@@ -152,7 +164,8 @@ HostileServer::HostileServer(Script script, std::uint16_t port)
   setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
   socklen_t length = sizeof address;
   auto* any = reinterpret_cast<sockaddr*>(&address);
-  if (listener_ < 0 || bind(listener_, any, length) != 0 || listen(listener_, 64) != 0 || getsockname(listener_, any, &length) != 0)
+  if (listener_ < 0 || bind(listener_, any, length) != 0 || listen(listener_, 64) != 0 ||
+      getsockname(listener_, any, &length) != 0)
     throw std::runtime_error("no hostile server");
   port_ = ntohs(address.sin_port);
   acceptor_ = std::thread([this] { Accept(); });

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <atomic>
@@ -18,7 +19,8 @@ class HostileServer {
   /// One request, and the way back.
   class Call {
    public:
-    Call(int socket, std::uint32_t request_id, const HostileServer& owner) : id(request_id), server(owner), socket_(socket) {}
+    Call(int socket, std::uint32_t request_id, const HostileServer& owner)
+        : id(request_id), server(owner), socket_(socket) {}
 
     /// False when the other side has had enough.
     bool Send(const std::string& bytes);

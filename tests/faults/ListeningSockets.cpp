@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/faults/ListeningSockets.h"
 
 #include <arpa/inet.h>
@@ -38,7 +39,8 @@ std::string AddressText(const std::string& hex) {
   return text;
 }
 
-void Collect(const char* table, const std::string& state, const std::set<std::string>& sockets, std::vector<std::string>& found) {
+void Collect(const char* table, const std::string& state, const std::set<std::string>& sockets,
+             std::vector<std::string>& found) {
   std::ifstream file(table);
   std::string line;
   std::getline(file, line);  // headings

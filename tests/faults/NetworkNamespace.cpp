@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/faults/NetworkNamespace.h"
 
 #include <fcntl.h>
@@ -42,8 +43,7 @@ NetworkNamespace::NetworkNamespace() : name_("lumenar" + std::to_string(getpid()
 NetworkNamespace::~NetworkNamespace() {
   try {
     Ip("netns delete " + name_);  // and with it both ends of the link
-  } catch (const std::runtime_error&) {
-  }
+  } catch (const std::runtime_error&) {}
 }
 
 void NetworkNamespace::Do(const std::function<void()>& work) const {
@@ -51,7 +51,8 @@ void NetworkNamespace::Do(const std::function<void()>& work) const {
   std::thread([&] {
     try {
       const int there = open(("/run/netns/" + name_).c_str(), O_RDONLY | O_CLOEXEC);
-      if (there < 0 || setns(there, CLONE_NEWNET) != 0) throw std::runtime_error("cannot enter network namespace " + name_);
+      if (there < 0 || setns(there, CLONE_NEWNET) != 0)
+        throw std::runtime_error("cannot enter network namespace " + name_);
       close(there);
       work();
     } catch (...) {

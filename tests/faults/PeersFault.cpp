@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/faults/PeersFault.h"
 
 #include <fmt/format.h>
@@ -10,7 +11,8 @@ namespace Lumenar::Test {
 
 namespace {
 
-IsolatedPlatform::Options QuickLimits(const std::string& transport, const std::vector<std::string>& topic_manager_arguments) {
+IsolatedPlatform::Options QuickLimits(const std::string& transport,
+                                      const std::vector<std::string>& topic_manager_arguments) {
   IsolatedPlatform::Options options;
   options.transport = "orb.call_timeout_ms = 1000\n" + transport;
   options.topic_manager_arguments = topic_manager_arguments;
@@ -23,10 +25,12 @@ PeersFault::PeersFault(const std::string& transport, const std::vector<std::stri
     : EngineFixture(QuickLimits(transport, topic_manager_arguments)) {}
 
 Process& PeersFault::StartSim() {
-  return platform_.StartEngine("sim", {{"SIM_READINGS", "trace:A:points=101:rate=200:units=mW;trace:B:points=101:rate=0:units=mW"}});
+  return platform_.StartEngine(
+      "sim", {{"SIM_READINGS", "trace:A:points=101:rate=200:units=mW;trace:B:points=101:rate=0:units=mW"}});
 }
 
-Corvanta::EngineReadingBase_var FindReading(Corvanta::ORB_wrapper& orb, const std::string& engine, const std::string& item) {
+Corvanta::EngineReadingBase_var FindReading(Corvanta::ORB_wrapper& orb, const std::string& engine,
+                                            const std::string& item) {
   for (const std::string& instance : orb.List({"Lumenar", "local", "GUI_ABLE"})) {
     try {
       CORBA::Object_var object = orb.Resolve({"Lumenar", "local", "GUI_ABLE", instance});

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string>
@@ -41,7 +42,8 @@ class PeersFault : public EngineFixture {
 };
 
 /// A reading by the name of its engine and its own.
-Corvanta::EngineReadingBase_var FindReading(Corvanta::ORB_wrapper& orb, const std::string& engine, const std::string& item);
+Corvanta::EngineReadingBase_var FindReading(Corvanta::ORB_wrapper& orb, const std::string& engine,
+                                            const std::string& item);
 
 std::size_t CountOf(const std::string& text, const std::string& part);
 

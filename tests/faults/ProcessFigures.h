@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <sys/types.h>
@@ -8,7 +9,7 @@ namespace Lumenar::Test {
 
 /// What the system knows of a running process. Errors   std::runtime_error when it is gone.
 long ResidentMemory_kB(pid_t pid);
-long PeakMemory_kB(pid_t pid);       ///< the most that was resident since ForgetPeakMemory
+long PeakMemory_kB(pid_t pid);  ///< the most that was resident since ForgetPeakMemory
 void ForgetPeakMemory(pid_t pid);
 int CountThreads(pid_t pid);
 int CountDescriptors(pid_t pid);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/faults/ProcessWatch.h"
 
 #include <fmt/format.h>
@@ -19,17 +20,25 @@ int FewThreads() { return ByLength(60, kFew); }
 }  // namespace
 
 ProcessWatch::ProcessWatch(std::string name, pid_t pid)
-    : name_(std::move(name)), pid_(pid), memory_kB_(ResidentMemory_kB(pid)), descriptors_(CountDescriptors(pid)), threads_(CountThreads(pid)) {
+    : name_(std::move(name)),
+      pid_(pid),
+      memory_kB_(ResidentMemory_kB(pid)),
+      descriptors_(CountDescriptors(pid)),
+      threads_(CountThreads(pid)) {
   ForgetPeakMemory(pid);
 }
 
 std::string ProcessWatch::Stays(std::chrono::seconds limit) const {
   try {
-    if (WaitUntil([this] { return CountDescriptors(pid_) <= descriptors_ + kFew && CountThreads(pid_) <= threads_ + FewThreads(); }, limit) &&
+    if (WaitUntil(
+            [this] {
+              return CountDescriptors(pid_) <= descriptors_ + kFew && CountThreads(pid_) <= threads_ + FewThreads();
+            },
+            limit) &&
         WaitUntil([this] { return IsAtRest(); }, limit))
       return {};
-    return fmt::format("{}: {} descriptors (before {}), {} threads ({}), {}", name_, CountDescriptors(pid_), descriptors_, CountThreads(pid_),
-                       threads_, IsAtRest() ? "at rest" : "busy");
+    return fmt::format("{}: {} descriptors (before {}), {} threads ({}), {}", name_, CountDescriptors(pid_),
+                       descriptors_, CountThreads(pid_), threads_, IsAtRest() ? "at rest" : "busy");
   } catch (const std::exception&) {
     return name_ + " is gone";
   }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <sys/types.h>
@@ -12,8 +13,8 @@ class ProcessWatch {
  public:
   ProcessWatch(std::string name, pid_t pid);
 
-  /// Waits until descriptors and threads are as many as they were, but for a few, and the process rests; what stays otherwise,
-  /// in words, empty when nothing does.
+  /// Waits until descriptors and threads are as many as they were, but for a few, and the process rests; what stays
+  /// otherwise, in words, empty when nothing does.
   std::string Stays(std::chrono::seconds limit = std::chrono::seconds(30)) const;
 
   /// How much more memory was resident at any moment since the beginning.

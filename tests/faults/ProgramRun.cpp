@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/faults/ProgramRun.h"
 
 #include <gmock/gmock.h>
@@ -22,7 +23,8 @@ std::unique_ptr<Process> Start(const ProgramCase& program, const std::map<std::s
   return std::make_unique<Process>(command, environment);
 }
 
-std::unique_ptr<Process> StartInShell(const std::string& line, const std::string& program, std::vector<std::string> arguments,
+std::unique_ptr<Process> StartInShell(const std::string& line, const std::string& program,
+                                      std::vector<std::string> arguments,
                                       const std::map<std::string, std::string>& environment) {
   std::vector<std::string> command{"bash", "-c", line, "bash"};
   std::istringstream emulator(LUMENAR_EMULATOR);

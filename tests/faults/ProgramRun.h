@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <map>
@@ -22,7 +23,8 @@ std::vector<ProgramCase> AllPrograms();
 std::unique_ptr<Process> Start(const ProgramCase& program, const std::map<std::string, std::string>& environment);
 
 /// A program of the build behind a shell's line, which has it as "$@": "ulimit -f 1; exec \"$@\"".
-std::unique_ptr<Process> StartInShell(const std::string& line, const std::string& program, std::vector<std::string> arguments,
+std::unique_ptr<Process> StartInShell(const std::string& line, const std::string& program,
+                                      std::vector<std::string> arguments,
                                       const std::map<std::string, std::string>& environment);
 
 /// Waits for the end of a program; expects its exit status, and on standard error one line that holds `reason`.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/faults/Traffic.h"
 
 #include <cstdlib>
@@ -11,9 +12,8 @@ BT_DATA NumberedTrace(unsigned sequence_number) {
 }
 
 Feeder::Feeder(TraceInput& input, double rate_Hz)
-    : thread_([this, &input, rate_Hz] {
-        Run(input, std::chrono::nanoseconds(static_cast<long long>(1e9 / rate_Hz)));
-      }) {}
+    : thread_(
+          [this, &input, rate_Hz] { Run(input, std::chrono::nanoseconds(static_cast<long long>(1e9 / rate_Hz))); }) {}
 
 Feeder::~Feeder() { Stop(); }
 

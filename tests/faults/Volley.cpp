@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/faults/Volley.h"
 
 #include <memory>
@@ -25,7 +26,8 @@ void Volley::Fire(long tries) {
   }
 }
 
-/// Each on a connection of its own, side by side; the other end closes, the last of all when this one has closed its half.
+/// Each on a connection of its own, side by side; the other end closes, the last of all when this one has closed its
+/// half.
 void Volley::FireEnding(long count) {
   std::vector<std::unique_ptr<Client>> clients;
   for (long i = 0; i < count; ++i) {
@@ -44,8 +46,7 @@ void Volley::FireOnOne(long count) {
   std::string bytes;
   for (long i = 0; i < count; ++i) bytes += attack_.bytes(client);
   client.Send(bytes + client.Request("_non_existent", Corvanta::Test::Wire()));
-  if (attack_.outcome == WireAttack::Answered)
-    ExpectAnswers(client, count);
+  if (attack_.outcome == WireAttack::Answered) ExpectAnswers(client, count);
   else if (wrong_.empty()) Expect(client.Answer(), "ok");
 }
 

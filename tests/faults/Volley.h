@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <chrono>
@@ -17,8 +18,10 @@ class Volley {
   void Fire(long tries);
 
   long Tries() const { return tries_; }
-  const std::map<std::string, long>& Answers() const { return answers_; }  ///< "closed", "ok" or the exception: how often
-  const std::string& Wrong() const { return wrong_; }                     ///< empty when every outcome was as it should be
+  const std::map<std::string, long>& Answers() const {
+    return answers_;
+  }                                                    ///< "closed", "ok" or the exception: how often
+  const std::string& Wrong() const { return wrong_; }  ///< empty when every outcome was as it should be
 
  private:
   using Client = Corvanta::Test::RawClient;

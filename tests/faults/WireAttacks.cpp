@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/faults/WireAttacks.h"
 
 namespace Lumenar::Test {
@@ -43,7 +44,9 @@ std::string CancelOfNone(RawClient&) { return RawClient::Message(kCancelRequest,
 std::string OldFragments(RawClient& client) { return client.RequestInOldFragments("_is_a", TypeName(4 * 2000), 2048); }
 
 /// More than _is_a may have.
-std::string LargeOldFragments(RawClient& client) { return client.RequestInOldFragments("_is_a", TypeName(4 * 8000), 8192); }
+std::string LargeOldFragments(RawClient& client) {
+  return client.RequestInOldFragments("_is_a", TypeName(4 * 8000), 8192);
+}
 
 std::string Answer(RawClient&) { return RawClient::Message(kReply, 0, Numbered(7, std::string(8, '\0'))); }
 

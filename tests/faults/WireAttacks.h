@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <functional>
@@ -20,7 +21,7 @@ struct WireAttack {
 
   std::string name;
   Outcome outcome;
-  std::string answer;  ///< if Answered
+  std::string answer;                                            ///< if Answered
   std::function<std::string(Corvanta::Test::RawClient&)> bytes;  ///< of one try
 
   friend void PrintTo(const WireAttack& attack, std::ostream* stream) { *stream << attack.name; }
@@ -30,7 +31,8 @@ struct WireAttack {
 std::vector<WireAttack> WireAttacks();
 
 /// The first part of a call of this operation, with all of its arguments, which says that more is to come.
-std::string Unended(Corvanta::Test::RawClient& client, const std::string& operation, const Corvanta::Test::Wire& arguments);
+std::string Unended(Corvanta::Test::RawClient& client, const std::string& operation,
+                    const Corvanta::Test::Wire& arguments);
 
 /// The whole of it.
 WireAttack LyingFragments(const std::string& name, const std::string& operation, const Corvanta::Test::Wire& arguments);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Row "access": who may connect, and where processes listen.
 #include <gmock/gmock.h>
 
@@ -46,7 +47,8 @@ TEST_F(Access, ByDefaultOnlyTheLoopbackAddressListens) {
   DescribeFault("access: default", "none", "every process of the platform listens at 127.0.0.1 alone");
   auto client = platform_.Start("mathctl", {"watch", "0"});
   ASSERT_TRUE(WaitUntil([&] { return SubscriberReferences(platform_).size() == 2; })) << client->Error();
-  for (const pid_t pid : {engine_.Pid(), platform_.TopicManager().Pid(), platform_.HwEnumeration().Pid(), client->Pid()}) {
+  for (const pid_t pid :
+       {engine_.Pid(), platform_.TopicManager().Pid(), platform_.HwEnumeration().Pid(), client->Pid()}) {
     const std::vector<std::string> addresses = ListeningAddresses(pid);
     EXPECT_FALSE(addresses.empty());
     EXPECT_THAT(addresses, Each("127.0.0.1"));
@@ -55,7 +57,8 @@ TEST_F(Access, ByDefaultOnlyTheLoopbackAddressListens) {
 
 /// A platform whose engines listen at the link to another machine.
 TEST(AccessFromOtherMachines, OnlyAllowedMachinesAreServedAndOnlyTheChosenAddressListens) {
-  DescribeFault("access: another machine", "connections over a network from an address that is not on the list, then on it",
+  DescribeFault("access: another machine",
+                "connections over a network from an address that is not on the list, then on it",
                 "refused and told of; served once allowed; only the chosen address listens");
   std::unique_ptr<NetworkNamespace> machine;
   try {
@@ -65,7 +68,8 @@ TEST(AccessFromOtherMachines, OnlyAllowedMachinesAreServedAndOnlyTheChosenAddres
   }
   const std::string open = "orb.endpoint = giop:tcp:" + machine->AddressHere() + ":\norb.allowed_peer = localhost\n";
   for (const bool allowed : {false, true}) {
-    IsolatedPlatform platform({.transport = open + (allowed ? "orb.allowed_peer = " + machine->AddressThere() + "\n" : "")});
+    IsolatedPlatform platform(
+        {.transport = open + (allowed ? "orb.allowed_peer = " + machine->AddressThere() + "\n" : "")});
     platform.UseInThisProcess();
     Process& engine = platform.StartEngine("math_factory_hh");
     Testbench bench;

@@ -1,4 +1,6 @@
-// Settings, addresses and files that no program can use: one line with the reason, and an exit status; no abort, and no waiting.
+// SPDX-License-Identifier: Apache-2.0
+// Settings, addresses and files that no program can use: one line with the reason, and an exit status; no abort, and no
+// waiting.
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
@@ -10,7 +12,8 @@
 namespace Lumenar::Test {
 namespace {
 
-constexpr const char* kNobody = "127.0.0.1:1";  // an address where no naming service is; none is asked before the settings are good
+constexpr const char* kNobody =
+    "127.0.0.1:1";  // an address where no naming service is; none is asked before the settings are good
 
 class BadSettings : public testing::Test {
  protected:
@@ -44,10 +47,12 @@ class BadSettings : public testing::Test {
 };
 
 TEST_F(BadSettings, OfTheTransport) {
-  DescribeFault("bad settings", "endpoints, peers and numbers that are none, or that this machine does not have, for every program",
+  DescribeFault("bad settings",
+                "endpoints, peers and numbers that are none, or that this machine does not have, for every program",
                 "one line with file, line and reason, exit 1 (mathctl: 2)");
   const std::pair<std::string, std::string> rows[] = {
-      {"giop:tcp:127.0.0.1:99999", "'giop:tcp:127.0.0.1:99999' is no endpoint: the port is no number from 1 to 65535\n"},
+      {"giop:tcp:127.0.0.1:99999",
+       "'giop:tcp:127.0.0.1:99999' is no endpoint: the port is no number from 1 to 65535\n"},
       {"giop:tcp:127.0.0.1:abc", "'giop:tcp:127.0.0.1:abc' is no endpoint: the port is no number from 1 to 65535\n"},
       {"giop:ssl:127.0.0.1:", "'giop:ssl:127.0.0.1:' is no endpoint: it must begin with giop:tcp: or giop:unix:\n"},
       {"giop:tcp:192.0.2.1:", "giop:tcp:192.0.2.1:: Cannot assign requested address\n"},
@@ -55,10 +60,12 @@ TEST_F(BadSettings, OfTheTransport) {
   };
   for (const auto& [endpoint, reason] : rows) {
     const std::string file = Write("# settings\n\norb.endpoint = " + endpoint + "\n");
-    ExpectAllRefuse({{"LUMENAR_TRANSPORT_CONF", file}, {"LUMENAR_NAMING", kNobody}}, file + ":3: orb.endpoint: " + reason);
+    ExpectAllRefuse({{"LUMENAR_TRANSPORT_CONF", file}, {"LUMENAR_NAMING", kNobody}},
+                    file + ":3: orb.endpoint: " + reason);
   }
   const std::string file = Write("orb.allowed_peer = 1.2.3.4/99\n");
-  ExpectAllRefuse({{"LUMENAR_TRANSPORT_CONF", file}, {"LUMENAR_NAMING", kNobody}}, file + ":1: orb.allowed_peer: '1.2.3.4/99' is not one");
+  ExpectAllRefuse({{"LUMENAR_TRANSPORT_CONF", file}, {"LUMENAR_NAMING", kNobody}},
+                  file + ":1: orb.allowed_peer: '1.2.3.4/99' is not one");
 }
 
 TEST_F(BadSettings, AddressOfTheNamingService) {
@@ -68,13 +75,16 @@ TEST_F(BadSettings, AddressOfTheNamingService) {
   for (const char* address : {"abc", ":", "127.0.0.1:99999", "127.0.0.1:0", "a b:1", "300.1.1.1:2700", "[::1:2700"}) {
     ExpectAllRefuse({{"LUMENAR_NAMING", address}, {"LUMENAR_TRANSPORT_CONF", plain}},
                     "LUMENAR_NAMING: '" + std::string(address) + "' is no address: ");
-    ExpectRefusal(*Start({"mathctl", {"--naming", address, "list"}, 2}, {}), 2, "--naming: '" + std::string(address) + "' is no address: ");
+    ExpectRefusal(*Start({"mathctl", {"--naming", address, "list"}, 2}, {}), 2,
+                  "--naming: '" + std::string(address) + "' is no address: ");
   }
 }
 
 TEST_F(BadSettings, PipesInPlaceOfFiles) {
-  DescribeFault("pipes in place of files", "a pipe, which nobody writes to, as transport settings, state file, recording, instrument settings, "
-                "engine library", "one line with the file, exit 1 (wrong library, mathctl: 2); nobody waits");
+  DescribeFault("pipes in place of files",
+                "a pipe, which nobody writes to, as transport settings, state file, recording, instrument settings, "
+                "engine library",
+                "one line with the file, exit 1 (wrong library, mathctl: 2); nobody waits");
   const std::string pipe = Pipe();
   const std::string reason = pipe + ": is not a regular file";
   ExpectAllRefuse({{"LUMENAR_TRANSPORT_CONF", pipe}, {"LUMENAR_NAMING", kNobody}}, reason);
@@ -92,20 +102,30 @@ TEST_F(BadSettings, PipesInPlaceOfFiles) {
 TEST_F(BadSettings, OfTheSimulatorNameTheLine) {
   const std::string file = Write("# items\nlong:A\ntrace:B:wave=square:points=0\n");
   const std::string sim = BuiltEngineLibrary("sim").string();
-  ExpectRefusal(*Start({"engine_host", {sim, "--set", "SIM_CONFIG=" + file}, 1}, platform_.Environment()), 1, "SIM_CONFIG=" + file + ":3: ");
+  ExpectRefusal(*Start({"engine_host", {sim, "--set", "SIM_CONFIG=" + file}, 1}, platform_.Environment()), 1,
+                "SIM_CONFIG=" + file + ":3: ");
 }
 
 TEST_F(BadSettings, WrongArguments) {
-  DescribeFault("wrong arguments", "unknown options, values out of range, too many words, for every program", "one line, exit 2");
+  DescribeFault("wrong arguments", "unknown options, values out of range, too many words, for every program",
+                "one line, exit 2");
   const std::string engine = BuiltEngineLibrary("math_factory_hh").string();
-  const ProgramCase rows[] = {{"topic_manager", {"--wrong"}, 2},       {"topic_manager", {"--queue", "0"}, 2},
-                              {"topic_manager", {"--queue", "many"}, 2}, {"topic_manager", {"--state"}, 2},
-                              {"topic_manager", {"word"}, 2},          {"hw_enumeration", {"--wrong"}, 2},
-                              {"hw_enumeration", {"word"}, 2},         {"engine_host", {}, 2},
-                              {"engine_host", {engine, "word"}, 2},    {"engine_host", {engine, "--set", "NOTHING"}, 2},
-                              {"engine_host", {"/nonexistent/x.so"}, 2}, {"engine_host", {BuiltProgram("mathctl").string()}, 2},
-                              {"engine_host", {"/etc/passwd"}, 2},     {"engine_host", {"/tmp"}, 2},
-                              {"mathctl", {}, 2},                      {"mathctl", {"watch", "X", "-n", "-1"}, 2},
+  const ProgramCase rows[] = {{"topic_manager", {"--wrong"}, 2},
+                              {"topic_manager", {"--queue", "0"}, 2},
+                              {"topic_manager", {"--queue", "many"}, 2},
+                              {"topic_manager", {"--state"}, 2},
+                              {"topic_manager", {"word"}, 2},
+                              {"hw_enumeration", {"--wrong"}, 2},
+                              {"hw_enumeration", {"word"}, 2},
+                              {"engine_host", {}, 2},
+                              {"engine_host", {engine, "word"}, 2},
+                              {"engine_host", {engine, "--set", "NOTHING"}, 2},
+                              {"engine_host", {"/nonexistent/x.so"}, 2},
+                              {"engine_host", {BuiltProgram("mathctl").string()}, 2},
+                              {"engine_host", {"/etc/passwd"}, 2},
+                              {"engine_host", {"/tmp"}, 2},
+                              {"mathctl", {}, 2},
+                              {"mathctl", {"watch", "X", "-n", "-1"}, 2},
                               {"mathctl", {"watch", "X", "-n", "0"}, 2}};
   for (const ProgramCase& row : rows) {
     SCOPED_TRACE(row.name + " " + testing::PrintToString(row.arguments));

@@ -1,6 +1,8 @@
-// A host for tests: cycle_host LIBRARY COUNT [ARGUMENT]. Loads an engine library and starts and ends the engine COUNT times, each
-// time until SIGTERM. Writes "up N", "down N" and "refused N", and "limit BYTES" of a running engine's ORB. ARGUMENT takes the place of the
-// last option in the library's list for the ORB; "own-orb" stands for an ORB that this host has already.
+// SPDX-License-Identifier: Apache-2.0
+// A host for tests: cycle_host LIBRARY COUNT [ARGUMENT]. Loads an engine library and starts and ends the engine COUNT
+// times, each time until SIGTERM. Writes "up N", "down N" and "refused N", and "limit BYTES" of a running engine's ORB.
+// ARGUMENT takes the place of the last option in the library's list for the ORB; "own-orb" stands for an ORB that this
+// host has already.
 #include <dlfcn.h>
 #include <omniORB4/CORBA.h>
 

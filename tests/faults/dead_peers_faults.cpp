@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Clients, subscribers and inputs that are killed.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -31,16 +32,16 @@ TEST_F(DeadPeers, DeadSubscriber) {
     ASSERT_TRUE(WaitUntil([&] { return client->Out().size() > 0; })) << client->Error();
     client->Signal(SIGKILL);
     client->WaitForExit();
-    longest = std::max(longest, TimeOf([&] {
-                         EXPECT_TRUE(WaitUntil([&] { return SubscriptionsOf(topic).size() == 1; }));
-                       }));
+    longest =
+        std::max(longest, TimeOf([&] { EXPECT_TRUE(WaitUntil([&] { return SubscriptionsOf(topic).size() == 1; })); }));
   }
   EXPECT_LT(longest, kBack);
   const unsigned published = feeder.Stop();
   EXPECT_TRUE(follower.WaitForNumber(published - 1));
   EXPECT_EQ(follower.Now().missing + follower.Now().out_of_order, 0u);
   EXPECT_EQ(CountOf(platform_.TopicManager().Out(), "dropped: it cannot be reached"), static_cast<std::size_t>(rounds));
-  ReportFigure(fmt::format("dropped after {} ms at most; {} samples, none lost by the others", longest.count(), published));
+  ReportFigure(
+      fmt::format("dropped after {} ms at most; {} samples, none lost by the others", longest.count(), published));
 }
 
 TEST_F(DeadPeers, DeadInput) {
@@ -76,9 +77,10 @@ TEST_F(DeadPeers, DeadInput) {
 }
 
 TEST_F(DeadPeers, DeadClient) {
-  DescribeFault("dead client", "SIGKILL clients in the middle of CreateMath",
-                "the engine serves others meanwhile; each object that is listed is whole and can be deleted; no descriptor and "
-                "no thread is left");
+  DescribeFault(
+      "dead client", "SIGKILL clients in the middle of CreateMath",
+      "the engine serves others meanwhile; each object that is listed is whole and can be deleted; no descriptor and "
+      "no thread is left");
   StartSim();
   const Figures before = FiguresOf(engine_.Pid());
   std::atomic<unsigned long> whole{0};
@@ -105,12 +107,17 @@ TEST_F(DeadPeers, DeadClient) {
   EXPECT_TRUE(WaitUntil([&] { return Subscriptions()->length() == 0; }));
   EXPECT_EQ(other.Refused() + other.Foreign(), 0u);
   EXPECT_GT(whole, 0u);
-  EXPECT_TRUE(WaitUntil([&] {
-    const Figures now = FiguresOf(engine_.Pid());
-    return now.descriptors <= before.descriptors + 5 && now.threads <= before.threads + 5;
-  }, 20s)) << "threads and descriptors are left of killed clients";
-  ReportFigure(fmt::format("{} clients killed, {} of their objects were created, all whole; {} calls of another client, none "
-                           "refused", rounds, whole.load(), other.Done()));
+  EXPECT_TRUE(WaitUntil(
+      [&] {
+        const Figures now = FiguresOf(engine_.Pid());
+        return now.descriptors <= before.descriptors + 5 && now.threads <= before.threads + 5;
+      },
+      20s))
+      << "threads and descriptors are left of killed clients";
+  ReportFigure(
+      fmt::format("{} clients killed, {} of their objects were created, all whole; {} calls of another client, none "
+                  "refused",
+                  rounds, whole.load(), other.Done()));
 }
 
 }  // namespace

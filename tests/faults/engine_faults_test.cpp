@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Faults that clients, hosts and a system without memory do to a running engine.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -50,10 +51,12 @@ TEST_F(EngineFaults, DeleteStorm) {
   unsigned long objects = 0;
   {
     std::vector<std::unique_ptr<BusyClient>> clients;
-    for (int i = 0; i < 3; ++i) clients.push_back(std::make_unique<BusyClient>(factory_, Inputs(*inputs[i], *inputs[i + 1])));
+    for (int i = 0; i < 3; ++i)
+      clients.push_back(std::make_unique<BusyClient>(factory_, Inputs(*inputs[i], *inputs[i + 1])));
     const unsigned long enough = ByLength(150ul, 20000ul);
-    EXPECT_TRUE(WaitUntil([&] { return clients[0]->Done() > enough && clients[1]->Done() > enough && clients[2]->Done() > enough; },
-                          std::chrono::seconds(110)));
+    EXPECT_TRUE(WaitUntil(
+        [&] { return clients[0]->Done() > enough && clients[1]->Done() > enough && clients[2]->Done() > enough; },
+        std::chrono::seconds(110)));
     for (auto& client : clients) {
       const BusyClient::Counts counts = client->Stop();
       EXPECT_EQ(counts.refused, 0u);
@@ -65,7 +68,8 @@ TEST_F(EngineFaults, DeleteStorm) {
   ReportFigure(fmt::format("{} rounds of calls", objects));
   EXPECT_EQ(Corvanta::MathFactory::IdSeq_var(factory_->ListMath())->length(), 0u);
   EXPECT_EQ(CountItems(), 1u) << "TYPE alone";
-  EXPECT_TRUE(WaitUntil([&] { return Corvanta::SubscriptionStatusSeq_var(TopicManager()->Subscriptions())->length() == 0; }));
+  EXPECT_TRUE(
+      WaitUntil([&] { return Corvanta::SubscriptionStatusSeq_var(TopicManager()->Subscriptions())->length() == 0; }));
   Corvanta::MathFactory::Math_var next = Create(Peak, Inputs(*inputs[0]));
   EXPECT_FALSE(CORBA::is_nil(next));
 }
@@ -82,7 +86,8 @@ class OrderFaults : public EngineFaults {
 };
 
 TEST_F(OrderFaults, Order) {
-  DescribeFault("order", "numbered samples, a subscriber that stalls now and then, idle gaps longer than both scan periods",
+  DescribeFault("order",
+                "numbered samples, a subscriber that stalls now and then, idle gaps longer than both scan periods",
                 "every result arrives, in order, once");
   TraceInput first(bench_, "INPUT", NumberedTrace(0));
   TraceInput second(bench_, "INPUT", NumberedTrace(0));
@@ -142,7 +147,8 @@ TEST_F(EngineFaults, OutOfMemory) {
   EXPECT_EQ(results.WaitFor(1).size(), 1u) << engine_.Error();
   EXPECT_LT(TraceResult(large_math).samples.length(), 1000u) << "the last good result stays";
   const auto refused = [&] { return Corvanta::MathFactory::RefusalStatus_var(large_math->Refusals()); };
-  EXPECT_TRUE(WaitUntil([&] { return refused()->refused >= 1; })) << engine_.Error();  // each arrival that could not be read
+  EXPECT_TRUE(WaitUntil([&] { return refused()->refused >= 1; }))
+      << engine_.Error();  // each arrival that could not be read
   EXPECT_STREQ(refused()->last_reason, "no memory");
   EXPECT_TRUE(engine_.IsRunning()) << engine_.Error();
 }
@@ -170,7 +176,8 @@ TEST_F(HostFaults, StartArguments) {
     EXPECT_THAT(host.Error(), MatchesRegex(line)) << host.Out();
     EXPECT_THAT(host.Out(), HasSubstr("refused 1\nalive\n"));
   };
-  expect_refused(*StartHost(1, {"-ORBnoSuchOption"}), "Lumenar::MathInit new: Caught exception [^\n]*-ORBnoSuchOption[^\n]*\n");
+  expect_refused(*StartHost(1, {"-ORBnoSuchOption"}),
+                 "Lumenar::MathInit new: Caught exception [^\n]*-ORBnoSuchOption[^\n]*\n");
   expect_refused(*StartHost(1, {"own-orb"}), "Lumenar::MathInit new: Caught exception [^\n]*ORB[^\n]*\n");
   const std::string file = (platform_.Directory() / "bad.conf").string();
   std::ofstream(file) << "orb.max_message_bytes = many\n";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the math engine bounds, and what is never mixed up after its restart.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -26,8 +27,10 @@ class EngineLimits : public PeersFault {
 };
 
 TEST_F(EngineLimits, ObjectsAndHistory) {
-  DescribeFault("limits of the engine", "objects beyond math.max_objects; an Average of SIZE 99 whose samples exceed math.max_history_bytes",
-                "CreateMath raises IMP_LIMIT with one line; the sample alone is refused and counted, RESULT and other objects go on");
+  DescribeFault("limits of the engine",
+                "objects beyond math.max_objects; an Average of SIZE 99 whose samples exceed math.max_history_bytes",
+                "CreateMath raises IMP_LIMIT with one line; the sample alone is refused and counted, RESULT and other "
+                "objects go on");
   TraceInput input(bench_, "INPUT", Trace(std::vector<float>(1000, 1), C_Watts));
   const Math_var average = Create(Average, Inputs(input));
   const Math_var peak = Create(Peak, Inputs(input));
@@ -44,7 +47,8 @@ TEST_F(EngineLimits, ObjectsAndHistory) {
   for (unsigned i = 1; i <= 8; ++i) input = Trace(std::vector<float>(1000, 1), C_Watts, i);
   ASSERT_EQ(peaks.WaitFor(8).size(), 8u) << "an object without a history misses nothing";
   std::string reason;
-  ASSERT_TRUE(WaitUntil([&] { return RefusedBy(average, reason) == 5; })) << "four samples of 4 kB fit into 20,000 bytes";
+  ASSERT_TRUE(WaitUntil([&] { return RefusedBy(average, reason) == 5; }))
+      << "four samples of 4 kB fit into 20,000 bytes";
   EXPECT_THAT(reason, testing::StartsWith("IMP_LIMIT"));
   EXPECT_EQ(EngineLines("refused 1 sample: IMP_LIMIT"), 1u);
   EXPECT_EQ(SamplesOf(TraceResult(average)), std::vector<float>(1000, 1));
@@ -60,7 +64,8 @@ TEST_F(EngineLimits, ObjectsAndHistory) {
 class RestartedEngine : public PeersFault {};
 
 TEST_F(RestartedEngine, TopicsOfItsOwn) {
-  DescribeFault("math engine restarted", "SIGKILL a math engine whose RESULT an object of another engine follows, and start it again",
+  DescribeFault("math engine restarted",
+                "SIGKILL a math engine whose RESULT an object of another engine follows, and start it again",
                 "no topic of its new objects is one of its former ones: the follower keeps its value");
   platform_.StartEngine("math_factory_hh");
   ScalarInput first(bench_, "FIRST", ScalarOf(1, C_Watts)), second(bench_, "SECOND", ScalarOf(2, C_Watts));
@@ -113,7 +118,8 @@ TEST_F(ManyCallers, OverOneHungReading) {
 class StartBesideDeadEnumeration : public PeersFault {};
 
 TEST_F(StartBesideDeadEnumeration, TheEngineStarts) {
-  DescribeFault("hardware enumeration dead at start-up", "SIGSTOP, then SIGKILL hardware enumeration, and start a math engine each time",
+  DescribeFault("hardware enumeration dead at start-up",
+                "SIGSTOP, then SIGKILL hardware enumeration, and start a math engine each time",
                 "the engine says its two lines and starts; the short limit, not that of calls");
   for (const int fault : {SIGSTOP, SIGKILL}) {
     if (fault == SIGKILL) {

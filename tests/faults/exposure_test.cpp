@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What other users of the machine can see, and whose rights the platform needs.
 #include <sys/stat.h>
 #include <unistd.h>
@@ -30,12 +31,14 @@ TEST_F(Exposure, FilesAreTheirOwnersAlone) {
 }
 
 TEST_F(Exposure, SamplesFlowWhoeverTheUserIs) {
-  DescribeFault("exposure: any user", "the whole platform as the user that runs the tests", "samples flow from input to subscriber");
+  DescribeFault("exposure: any user", "the whole platform as the user that runs the tests",
+                "samples flow from input to subscriber");
   ExpectSamplesFlow();
 }
 
 TEST(ExposureOfAnotherUser, NoServiceNeedsRoot) {
-  DescribeFault("exposure: no root", "the whole platform as a user without any rights", "samples flow from input to subscriber");
+  DescribeFault("exposure: no root", "the whole platform as a user without any rights",
+                "samples flow from input to subscriber");
   const fs::path self = fs::read_symlink("/proc/self/exe");
   if (const std::string obstacle = ForeignUser::Obstacle(self.string()); !obstacle.empty()) GTEST_SKIP() << obstacle;
   if (const std::string obstacle = ForeignUser::Obstacle(fs::temp_directory_path().string()); !obstacle.empty())

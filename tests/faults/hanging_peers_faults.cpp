@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Peers that hang: they keep their connections and answer nothing.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -49,8 +50,8 @@ TEST_F(HangingPeers, StoppedSubscriber) {
   EXPECT_LT(growth_kB, 2000);
   stopped->Signal(SIGCONT);
   EXPECT_TRUE(WaitUntil([&] { return !SubscriptionsOf(topic)[1].stalled && SubscriptionsOf(topic)[1].queued == 0; }));
-  ReportFigure(fmt::format("{} samples, {} lost by the stopped one, none by the others; topic manager {:+} kB", published,
-                           status.dropped, growth_kB));
+  ReportFigure(fmt::format("{} samples, {} lost by the stopped one, none by the others; topic manager {:+} kB",
+                           published, status.dropped, growth_kB));
 }
 
 TEST_F(HangingPeers, HungReading) {
@@ -71,9 +72,8 @@ TEST_F(HangingPeers, HungReading) {
   auto longest = 0ms;
   for (int round = 0; round < ByLength(1, 5); ++round) {
     sim.Signal(SIGSTOP);
-    const auto create_time = TimeOf([&] {
-      EXPECT_THROW(Corvanta::MathFactory::Math_var(patient->CreateMath(hung)), CORBA::TIMEOUT);
-    });
+    const auto create_time =
+        TimeOf([&] { EXPECT_THROW(Corvanta::MathFactory::Math_var(patient->CreateMath(hung)), CORBA::TIMEOUT); });
     const auto get_time = TimeOf([&] { EXPECT_THROW(delete hung_reading->Get(), CORBA::TIMEOUT); });
     sim.Signal(SIGCONT);
     EXPECT_GE(std::min(create_time, get_time), 900ms);

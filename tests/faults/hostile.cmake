@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 set(raw_client ${CMAKE_SOURCE_DIR}/tests/unit/platform/orb/RawClient.cpp ${CMAKE_SOURCE_DIR}/tests/unit/platform/orb/Wire.cpp)
 lumenar_fault_test(hostile_faults_test
   SOURCES hostile_any_test.cpp hostile_bytes_test.cpp mutated_streams_test.cpp DamagedRequests.cpp ProcessWatch.cpp

@@ -1,4 +1,6 @@
-// Row "hostile any": messages that no client of ours sends, to every operation that takes an any, in every process that has one.
+// SPDX-License-Identifier: Apache-2.0
+// Row "hostile any": messages that no client of ours sends, to every operation that takes an any, in every process that
+// has one.
 #include <algorithm>
 
 #include "tests/faults/FaultCase.h"
@@ -34,19 +36,21 @@ class HostileAny : public HostileFixture {
         sum_(Create(CumulativeAdd, Inputs(trace_, start_, stop_))),
         client_(platform_.Start("mathctl", {"watch", "0"})) {
     constexpr std::size_t kSubscriptions = 6;  // two peaks, the three of the sum, the client's
-    EXPECT_TRUE(WaitUntil([&] { return SubscriberReferences(platform_).size() == kSubscriptions; })) << client_->Error();
+    EXPECT_TRUE(WaitUntil([&] { return SubscriberReferences(platform_).size() == kSubscriptions; }))
+        << client_->Error();
   }
 
   /// A subscriber lives where its reference points: in the engine, but for the client's, which came last.
   std::vector<Target> Targets() {
-    std::vector<Target> targets{{"Publish of the topic manager", AnyOperation::Publish, Manager(), platform_.TopicManager().Pid()}};
+    std::vector<Target> targets{
+        {"Publish of the topic manager", AnyOperation::Publish, Manager(), platform_.TopicManager().Pid()}};
     const std::uint16_t engine_port = Factory().port;
     for (const std::string& reference : SubscriberReferences(platform_)) {
       const ObjectAddress address = Corvanta::Test::AddressOf(reference);
       const bool in_engine = address.port == engine_port;
       for (const AnyOperation operation : {AnyOperation::Callback, AnyOperation::Group})
-        targets.push_back({NameOf(operation) + std::string(in_engine ? " in the engine" : " in a client"), operation, address,
-                           in_engine ? engine_.Pid() : client_->Pid()});
+        targets.push_back({NameOf(operation) + std::string(in_engine ? " in the engine" : " in a client"), operation,
+                           address, in_engine ? engine_.Pid() : client_->Pid()});
     }
     return targets;
   }
@@ -60,7 +64,8 @@ class HostileAny : public HostileFixture {
 };
 
 /// The fastest of some attempts, so that other work of the machine does not count; the last answer.
-milliseconds TimeOfCall(const ObjectAddress& address, const char* operation, const Wire& arguments, std::string& answer) {
+milliseconds TimeOfCall(const ObjectAddress& address, const char* operation, const Wire& arguments,
+                        std::string& answer) {
   constexpr int kAttempts = 3;
   auto fastest = milliseconds::max();
   for (int attempt = 0; attempt < kAttempts && fastest > kAnswer; ++attempt) {
@@ -73,7 +78,8 @@ milliseconds TimeOfCall(const ObjectAddress& address, const char* operation, con
 }
 
 TEST_F(HostileAny, EveryMessageIsAnsweredAtOnceAndCostsNoMemory) {
-  DescribeFault("hostile any", "wrong types, lying counts and lengths, anys in anys, types nested to 1 MB, at every any",
+  DescribeFault("hostile any",
+                "wrong types, lying counts and lengths, anys in anys, types nested to 1 MB, at every any",
                 "process alive, memory +20 MB at most, each answered in 100 ms, next sample served");
   milliseconds slowest{0};
   long most_kB = 0;
@@ -91,7 +97,8 @@ TEST_F(HostileAny, EveryMessageIsAnsweredAtOnceAndCostsNoMemory) {
     const long growth_kB = PeakMemory_kB(target.pid) - before_kB;
     EXPECT_LT(growth_kB, kMemory_kB) << target.name;
     most_kB = std::max(most_kB, growth_kB);
-    EXPECT_EQ(RawClient(target.address).Call(NameOf(target.operation), HarmlessAny(target.operation)), "ok") << target.name;
+    EXPECT_EQ(RawClient(target.address).Call(NameOf(target.operation), HarmlessAny(target.operation)), "ok")
+        << target.name;
   }
   ReportFigure("slowest answer " + std::to_string(slowest.count()) + " ms, memory +" + std::to_string(most_kB) + " kB");
   EXPECT_TRUE(engine_.IsRunning() && platform_.TopicManager().IsRunning() && client_->IsRunning());

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Row "hostile bytes": noise, damaged requests, half requests and idle connections on the port of each process.
 #include "tests/faults/DamagedRequests.h"
 #include "tests/faults/FaultCase.h"
@@ -38,7 +39,8 @@ TEST_F(HostileBytes, NoiseAndDamagedRequestsHoldUpNobody) {
   std::cout << "seed " << Noise::kSeed << std::endl;
   const ObjectAddress factory = Factory(), manager = Manager(), subscriber = Subscriber();
   const std::vector<std::string> whole = WholeRequests(factory, manager, subscriber);
-  const long before_kB = ResidentMemory_kB(engine_.Pid()), manager_before_kB = ResidentMemory_kB(platform_.TopicManager().Pid());
+  const long before_kB = ResidentMemory_kB(engine_.Pid()),
+             manager_before_kB = ResidentMemory_kB(platform_.TopicManager().Pid());
   ForgetPeakMemory(engine_.Pid());
   ForgetPeakMemory(platform_.TopicManager().Pid());
   GoodClient good(factory);
@@ -57,14 +59,17 @@ TEST_F(HostileBytes, NoiseAndDamagedRequestsHoldUpNobody) {
   const long growth_kB = std::max(PeakMemory_kB(engine_.Pid()) - before_kB,
                                   PeakMemory_kB(platform_.TopicManager().Pid()) - manager_before_kB);
   EXPECT_LT(growth_kB, kMemory_kB);
-  ReportFigure("slowest good answer " + std::to_string(slowest.count()) + " ms, memory +" + std::to_string(growth_kB) + " kB");
+  ReportFigure("slowest good answer " + std::to_string(slowest.count()) + " ms, memory +" + std::to_string(growth_kB) +
+               " kB");
   ExpectSamplesFlow();
 }
 
 /// A pool that is smaller than the number of half requests, and ends them soon.
 struct HalfRequests : HostileBytes {
   static constexpr std::chrono::seconds kInScanPeriod{2};
-  HalfRequests() : HostileBytes({.transport = "orb.max_server_threads = 4\norb.out_scan_period_s = 1\norb.in_scan_period_s = 2\n"}) {}
+  HalfRequests()
+      : HostileBytes(
+            {.transport = "orb.max_server_threads = 4\norb.out_scan_period_s = 1\norb.in_scan_period_s = 2\n"}) {}
 };
 
 TEST_F(HalfRequests, HoldUpAGoodClientNoLongerThanTheScanPeriod) {
@@ -96,11 +101,13 @@ TEST_F(HostileBytes, ThousandsOfIdleConnectionsHoldUpNobody) {
     for (int i = 0; i < connections; ++i) idle.push_back(std::make_unique<RawClient>(factory));
     const milliseconds served = ServedIn(factory);
     EXPECT_LT(served, kGoodClient);
-    ReportFigure("served after " + std::to_string(served.count()) + " ms, " + std::to_string(CountThreads(engine_.Pid())) +
-                 " threads, " + std::to_string(ResidentMemory_kB(engine_.Pid()) / 1024) + " MB");
+    ReportFigure("served after " + std::to_string(served.count()) + " ms, " +
+                 std::to_string(CountThreads(engine_.Pid())) + " threads, " +
+                 std::to_string(ResidentMemory_kB(engine_.Pid()) / 1024) + " MB");
     ExpectSamplesFlow();
   }
-  EXPECT_TRUE(WaitUntil([&] { return CountDescriptors(engine_.Pid()) <= descriptors_before + 5; }, std::chrono::seconds(20)))
+  EXPECT_TRUE(
+      WaitUntil([&] { return CountDescriptors(engine_.Pid()) <= descriptors_before + 5; }, std::chrono::seconds(20)))
       << CountDescriptors(engine_.Pid()) << " descriptors, before " << descriptors_before;
   EXPECT_LT(ServedIn(factory), kGoodClient);
 }

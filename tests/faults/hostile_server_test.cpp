@@ -1,4 +1,6 @@
-// Rows "hostile answers: ...": what a reading's, a subscriber's or the naming service's address leads to answers with nonsense.
+// SPDX-License-Identifier: Apache-2.0
+// Rows "hostile answers: ...": what a reading's, a subscriber's or the naming service's address leads to answers with
+// nonsense.
 #include <fmt/format.h>
 
 #include "tests/faults/FaultCase.h"
@@ -34,7 +36,8 @@ struct HostileAnswer : HostileFixture, testing::WithParamInterface<Behaviour> {
 
 TEST_P(HostileAnswer, OfAnInput) {
   DescribeFault("hostile answers: input, " + GetParam().name, "CreateMath over a reading whose server answers so",
-                "an exception within three limits; other clients served in 1 s; memory +8 MB at most, no thread or descriptor stays");
+                "an exception within three limits; other clients served in 1 s; memory +8 MB at most, no thread or "
+                "descriptor stays");
   auto server = std::make_unique<HostileServer>(GetParam().script);
   Corvanta::MathFactory::ReadingAttribSeq inputs;
   inputs.length(1);
@@ -56,7 +59,8 @@ TEST_P(HostileAnswer, OfAnInput) {
 }
 
 TEST_P(HostileAnswer, OfASubscriber) {
-  DescribeFault("hostile answers: subscriber, " + GetParam().name, "a subscriber whose server answers so, beside a good one",
+  DescribeFault("hostile answers: subscriber, " + GetParam().name,
+                "a subscriber whose server answers so, beside a good one",
                 "the good one gets every sample; memory +8 MB at most, nothing spins, no thread or descriptor stays");
   auto server = std::make_unique<HostileServer>(GetParam().script);
   const auto subscriber = ReferenceTo<Corvanta::DDS_Sub>(*server);

@@ -1,4 +1,6 @@
-// Rows "wire: ...": sequences of messages that the protocol forbids or that are seldom sent, at the port of every process.
+// SPDX-License-Identifier: Apache-2.0
+// Rows "wire: ...": sequences of messages that the protocol forbids or that are seldom sent, at the port of every
+// process.
 #include <fmt/format.h>
 
 #include <future>
@@ -32,7 +34,8 @@ class HostileWire : public HostileFixture {
   std::vector<Target> Targets() {
     return {{"engine", Factory(), engine_.Pid()},
             {"topic manager", Manager(), platform_.TopicManager().Pid()},
-            {"hardware enumeration", AddressOf(bench_, {"Lumenar", "local", "HWENUM_ABLE", "1"}), platform_.HwEnumeration().Pid()},
+            {"hardware enumeration", AddressOf(bench_, {"Lumenar", "local", "HWENUM_ABLE", "1"}),
+             platform_.HwEnumeration().Pid()},
             {"instrument", AddressOf(bench_, {"Lumenar", "local", "SIM", "1"}), instrument_.Pid()}};
   }
 
@@ -67,8 +70,8 @@ class HostileWire : public HostileFixture {
     EXPECT_LT(growth_kB, kMemory_kB);
     std::string figure;
     for (const auto& [answer, times] : outcomes) figure += fmt::format(" {} x {},", times, answer);
-    ReportFigure(fmt::format("{} tries at each of {} processes in {:.1f} s:{} good client {} ms at most, memory +{} kB", tries, targets.size(),
-                             took, figure, slowest.count(), growth_kB));
+    ReportFigure(fmt::format("{} tries at each of {} processes in {:.1f} s:{} good client {} ms at most, memory +{} kB",
+                             tries, targets.size(), took, figure, slowest.count(), growth_kB));
   }
 
   Process& instrument_;
@@ -77,8 +80,10 @@ class HostileWire : public HostileFixture {
 class EveryAttack : public HostileWire, public testing::WithParamInterface<WireAttack> {};
 
 TEST_P(EveryAttack, LeavesNothingBehind) {
-  DescribeFault("wire: " + GetParam().name, "sent to the engine, the topic manager, hardware enumeration and an instrument, again and again",
-                "connection closed or call dropped; alive, no thread, descriptor or processor time stays; a good client served in 1 s");
+  DescribeFault("wire: " + GetParam().name,
+                "sent to the engine, the topic manager, hardware enumeration and an instrument, again and again",
+                "connection closed or call dropped; alive, no thread, descriptor or processor time stays; a good "
+                "client served in 1 s");
   Attack(Targets(), GetParam(), Tries(200, 5000));
   ExpectSamplesFlow();
 }
@@ -96,23 +101,27 @@ struct Lie {
 };
 
 std::vector<Lie> LiesToTheEngine() {
-  return {{"reference of many profiles", "CreateMath", ReferenceOfManyProfiles()}, {"many references", "CreateMath", ManyReferences()}};
+  return {{"reference of many profiles", "CreateMath", ReferenceOfManyProfiles()},
+          {"many references", "CreateMath", ManyReferences()}};
 }
 
 TEST_F(HostileWire, CountsThatLie) {
-  DescribeFault("wire: counts that lie", "fragmented CreateMath and Subscribe that claim 79 million references or profiles of one",
+  DescribeFault("wire: counts that lie",
+                "fragmented CreateMath and Subscribe that claim 79 million references or profiles of one",
                 "MARSHAL; memory +1 MB at most, also while they do not come to their end");
   const std::vector<Target> targets = Targets();
   std::vector<std::pair<Target, Lie>> lies;
   for (const Lie& lie : LiesToTheEngine()) lies.emplace_back(targets[0], lie);
   lies.emplace_back(targets[1], Lie{"subscriber of many profiles", "Subscribe", SubscriberOfManyProfiles()});
   for (const auto& [target, lie] : lies) {
-    Volley(target.address, LyingFragments(lie.name, lie.operation, lie.arguments)).Fire(32);  // what a process needs for the first
+    Volley(target.address, LyingFragments(lie.name, lie.operation, lie.arguments))
+        .Fire(32);  // what a process needs for the first
     const ProcessWatch watch(target.name, target.pid);
     {
       RawClient held(target.address);
       held.Send(Unended(held, lie.operation, lie.arguments));
-      EXPECT_FALSE(WaitUntil([&watch = watch] { return watch.Growth_kB() > 1024; }, std::chrono::seconds(1))) << lie.name;
+      EXPECT_FALSE(WaitUntil([&watch = watch] { return watch.Growth_kB() > 1024; }, std::chrono::seconds(1)))
+          << lie.name;
       ReportFigure(fmt::format("{}: memory +{} kB", lie.name, watch.Growth_kB()));
     }
     Attack({target}, LyingFragments(lie.name, lie.operation, lie.arguments), Tries(200, 5000));
@@ -137,7 +146,8 @@ TEST_F(SmallMessages, LargerOnesAreRefusedInWords) {
     const std::string error = process.Error();
     return std::count(error.begin(), error.end(), '\n');
   };
-  EXPECT_TRUE(WaitUntil([&] { return lines(engine_) == 1 && lines(platform_.TopicManager()) == 1; })) << engine_.Error();
+  EXPECT_TRUE(WaitUntil([&] { return lines(engine_) == 1 && lines(platform_.TopicManager()) == 1; }))
+      << engine_.Error();
   ReportFigure(engine_.Error().substr(0, engine_.Error().find('\n')));
   ExpectSamplesFlow();
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The services of the platform, killed under load and started again.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -90,10 +91,11 @@ TEST_F(KilledServices, TopicManagerKilled) {
   EXPECT_LT(last.memory_kB - first.memory_kB, 2000);
   EXPECT_LE(last.descriptors, first.descriptors + 5);
   EXPECT_LE(last.threads, first.threads + 5);
-  ReportFigure(fmt::format("{} kills, results again after {} ms at most; {} of {} samples missing, {} counted where they "
-                           "were not sent; engine {:+} kB; client: {} calls done, {} refused",
-                           rounds, longest.count(), missing, published, counted, last.memory_kB - first.memory_kB,
-                           calls_.done, calls_.refused));
+  ReportFigure(
+      fmt::format("{} kills, results again after {} ms at most; {} of {} samples missing, {} counted where they "
+                  "were not sent; engine {:+} kB; client: {} calls done, {} refused",
+                  rounds, longest.count(), missing, published, counted, last.memory_kB - first.memory_kB, calls_.done,
+                  calls_.refused));
 }
 
 TEST_F(KilledServices, NamingServiceKilled) {
@@ -116,14 +118,15 @@ TEST_F(KilledServices, NamingServiceKilled) {
   ExpectNothingMissing();
   EXPECT_EQ(calls_.refused, 0u);
   EXPECT_EQ(EngineLines("is away: "), rounds) << engine_.Error();
-  ReportFigure(fmt::format("{} kills, names back after {} ms at most; {} samples, none lost; {} calls, none refused", rounds,
-                           longest.count(), published, calls_.done));
+  ReportFigure(fmt::format("{} kills, names back after {} ms at most; {} samples, none lost; {} calls, none refused",
+                           rounds, longest.count(), published, calls_.done));
 }
 
 constexpr unsigned long kRoomForNothing = 200;  // the naming service starts, and can note no name
 
 TEST_F(KilledServices, NamingOnAFullDisk) {
-  DescribeFault("naming on a full disk", "the naming service's disk is full; names are bound all the same; then it has room again",
+  DescribeFault("naming on a full disk",
+                "the naming service's disk is full; names are bound all the same; then it has room again",
                 "no sample and no call is lost; a bind that fails says so; all names are back in < 5 s");
   platform_.KillNamingService();
   platform_.StartNamingServiceOnSmallDisk(16384);
@@ -156,8 +159,8 @@ TEST_F(KilledServices, NamingOnAFullDisk) {
   const unsigned published = EndLoad();
   ExpectNothingMissing();
   EXPECT_EQ(calls_.refused, 0u);
-  ReportFigure(fmt::format("bind {} raised {}; names back after {} ms; {} samples, none lost; {} calls, none refused", bound,
-                           failure, back.count(), published, calls_.done));
+  ReportFigure(fmt::format("bind {} raised {}; names back after {} ms; {} samples, none lost; {} calls, none refused",
+                           bound, failure, back.count(), published, calls_.done));
 }
 
 TEST_F(KilledServices, HardwareEnumerationKilled) {

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 lumenar_test(lifetime_faults_test
   SOURCES lifetime_faults_test.cpp FaultCase.cpp
   LINK math_test_support

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Deletion against deliveries, and exceptions inside an operation: in this process, where a sanitizer sees both sides.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -25,9 +26,7 @@ double MillisecondsSince(Clock::time_point began) {
 class LifetimeFaults : public MathFixture {
  protected:
   /// The subscriber of the one subscription made since `before` of them stood.
-  Corvanta::DDS_Sub_var NewestSubscriber() {
-    return Manager().Subscriber(Manager().Subscribed().back().handle);
-  }
+  Corvanta::DDS_Sub_var NewestSubscriber() { return Manager().Subscriber(Manager().Subscribed().back().handle); }
 
   static CORBA::Any AnyOf(double value) {
     CORBA::Any any;
@@ -73,8 +72,7 @@ TEST_F(LifetimeFaults, DeleteInFlight) {
   const unsigned after = Manager().PublicationsBegun();
   try {
     subscriber->DDS_Callback(AnyOf(9));
-  } catch (const CORBA::OBJECT_NOT_EXIST&) {
-  }
+  } catch (const CORBA::OBJECT_NOT_EXIST&) {}
   EXPECT_EQ(Manager().PublicationsBegun(), after);
 }
 
@@ -95,13 +93,11 @@ TEST_F(LifetimeFaults, EndlessOverlap) {
         const auto began = Clock::now();
         try {
           subscriber->DDS_Callback(sample);
-        } catch (const CORBA::OBJECT_NOT_EXIST&) {
-        }
+        } catch (const CORBA::OBJECT_NOT_EXIST&) {}
         ++delivered;
         const auto took = static_cast<long long>(MillisecondsSince(began) * 1000);
         long long slowest = slowest_us;
-        while (took > slowest && !slowest_us.compare_exchange_weak(slowest, took)) {
-        }
+        while (took > slowest && !slowest_us.compare_exchange_weak(slowest, took)) {}
       }
     });
   }

@@ -1,4 +1,6 @@
-// Row "mutated streams": sequences of messages, whole and in fragments, with any damage, on the real sockets, in great numbers.
+// SPDX-License-Identifier: Apache-2.0
+// Row "mutated streams": sequences of messages, whole and in fragments, with any damage, on the real sockets, in great
+// numbers.
 #include <fmt/format.h>
 
 #include <future>
@@ -40,7 +42,8 @@ std::string InFragments(const std::string& request, Noise& noise) {
 /// Sends streams to one process, on two connections at a time, until so many were sent or the time is up.
 class Streams {
  public:
-  Streams(ObjectAddress target, std::vector<std::string> whole, unsigned seed) : target_(target), whole_(std::move(whole)), noise_(seed) {}
+  Streams(ObjectAddress target, std::vector<std::string> whole, unsigned seed)
+      : target_(target), whole_(std::move(whole)), noise_(seed) {}
 
   long Run(long streams, Clock::time_point end) {
     long sent = 0;
@@ -85,11 +88,14 @@ class Streams {
 class MutatedStreams : public HostileFixture {};
 
 TEST_F(MutatedStreams, LeaveNothingBehind) {
-  DescribeFault("mutated streams", "streams of damaged messages and fragments at the engine, the topic manager and a subscriber",
-                "alive, no connection, thread or processor time stays, memory +20 MB at most, a good client served in 1 s");
+  DescribeFault(
+      "mutated streams", "streams of damaged messages and fragments at the engine, the topic manager and a subscriber",
+      "alive, no connection, thread or processor time stays, memory +20 MB at most, a good client served in 1 s");
   const ObjectAddress subscriber = Corvanta::Test::AddressOf(SubscriberReferences(platform_).at(0));
   const std::vector<std::string> whole = WholeRequests(Factory(), Manager(), subscriber);
-  const auto part = [&](std::size_t from, std::size_t to) { return std::vector<std::string>(whole.begin() + from, whole.begin() + to); };
+  const auto part = [&](std::size_t from, std::size_t to) {
+    return std::vector<std::string>(whole.begin() + from, whole.begin() + to);
+  };
   std::vector<Streams> all{{Factory(), part(0, 4), 1}, {Manager(), part(4, 7), 2}, {subscriber, part(7, 9), 3}};
   std::vector<ProcessWatch> watches;
   watches.emplace_back("engine", engine_.Pid());
@@ -98,7 +104,8 @@ TEST_F(MutatedStreams, LeaveNothingBehind) {
   const long streams = Tries(6000, 300'000);
   const auto begin = Clock::now(), end = begin + ByLength(std::chrono::seconds(20), std::chrono::seconds(840));
   std::vector<std::future<long>> runs;
-  for (Streams& each : all) runs.push_back(std::async(std::launch::async, [&, end] { return each.Run(streams / 3, end); }));
+  for (Streams& each : all)
+    runs.push_back(std::async(std::launch::async, [&, end] { return each.Run(streams / 3, end); }));
   long sent = 0;
   for (auto& run : runs) sent += run.get();
   const double took_s = std::chrono::duration<double>(Clock::now() - begin).count();
@@ -112,7 +119,8 @@ TEST_F(MutatedStreams, LeaveNothingBehind) {
   }
   EXPECT_LT(growth_kB, kMemory_kB);
   ExpectSamplesFlow();
-  ReportFigure(fmt::format("{} streams in {:.0f} s, good client {} ms at most, memory +{} kB", sent, took_s, slowest.count(), growth_kB));
+  ReportFigure(fmt::format("{} streams in {:.0f} s, good client {} ms at most, memory +{} kB", sent, took_s,
+                           slowest.count(), growth_kB));
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A load that the machine can carry costs no sample.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -29,7 +30,8 @@ class NoLoss : public EngineFixture {
   }
 
   void Load(double rate_Hz) {
-    const std::string traces = fmt::format("trace:A:points=1001:rate={}:units=mW;trace:B:points=1001:rate=0:units=mW", rate_Hz);
+    const std::string traces =
+        fmt::format("trace:A:points=1001:rate={}:units=mW;trace:B:points=1001:rate=0:units=mW", rate_Hz);
     sim_ = &platform_.StartEngine("sim", {{"SIM_READINGS", traces}});
     Corvanta::MathFactory::ReadingAttribSeq inputs;
     inputs.length(2);
@@ -71,7 +73,8 @@ TEST_F(NoLoss, EachResultOfTwentyObjectsComes) {
   const auto before = ProcessorTimes();
   const auto samples = static_cast<unsigned long>(length_s * rate_Hz);
   const auto time = TimeOf([&] {
-    EXPECT_TRUE(followers_.front()->WaitForNumber(first + samples, std::chrono::seconds(static_cast<long>(2 * length_s + 10))));
+    EXPECT_TRUE(
+        followers_.front()->WaitForNumber(first + samples, std::chrono::seconds(static_cast<long>(2 * length_s + 10))));
   });
   const auto after = ProcessorTimes();
   unsigned long results = 0, missing = 0;
@@ -88,10 +91,13 @@ TEST_F(NoLoss, EachResultOfTwentyObjectsComes) {
   if (std::getenv("LUMENAR_NO_LOSS_RATE") != nullptr) {  // who asks for a rate wants it carried
     EXPECT_GT(carried_Hz, 0.99 * rate_Hz) << "the source fell behind";
   }
-  const auto share = [&](std::size_t i) { return 100 * std::chrono::duration<double>(after[i] - before[i]).count() / elapsed_s; };
-  ReportFigure(fmt::format("{:.0f} s at {:.1f} of {:.0f} Hz, {} results, {} lost; processor: source {:.0f} %, topic manager "
-                           "{:.0f} %, engine {:.0f} %, followers {:.0f} %",
-                           elapsed_s, carried_Hz, rate_Hz, results, missing, share(0), share(1), share(2), share(3)));
+  const auto share = [&](std::size_t i) {
+    return 100 * std::chrono::duration<double>(after[i] - before[i]).count() / elapsed_s;
+  };
+  ReportFigure(
+      fmt::format("{:.0f} s at {:.1f} of {:.0f} Hz, {} results, {} lost; processor: source {:.0f} %, topic manager "
+                  "{:.0f} %, engine {:.0f} %, followers {:.0f} %",
+                  elapsed_s, carried_Hz, rate_Hz, results, missing, share(0), share(1), share(2), share(3)));
 }
 
 }  // namespace

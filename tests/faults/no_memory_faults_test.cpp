@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // No memory, at each place in turn where the engine's code asks for some.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -29,8 +30,7 @@ std::size_t FailEachAllocation(const std::function<void()>& step, const std::fun
       try {
         step();
       } catch (const std::bad_alloc&) {
-      } catch (const CORBA::SystemException&) {
-      }
+      } catch (const CORBA::SystemException&) {}
       struck = fault.HasStruck();
     }
     if (!struck) return which - 1;
@@ -43,8 +43,8 @@ std::size_t FailEachAllocation(const std::function<void()>& step, const std::fun
 
 class NoMemoryFaults : public MathFixture, public testing::WithParamInterface<int> {
  protected:
-  /// Everything is done once before: at first use the ORB's generated code makes its nil references, under a lock that it keeps for
-  /// good when there is no memory for one.
+  /// Everything is done once before: at first use the ORB's generated code makes its nil references, under a lock that
+  /// it keeps for good when there is no memory for one.
   NoMemoryFaults() {
     const Corvanta::MathFactory::Math_var math = Create(GetParam(), InputsOf(GetParam()));
     Deliver(first_, Level(0));
@@ -108,20 +108,22 @@ TEST_P(NoMemoryFaults, Update) {
   const Corvanta::DDS_Sub_var subscriber = Manager().Subscriber(Manager().Subscribed()[before].handle);
   CORBA::Any sample;
   Corvanta::RecordToAny(Corvanta::ViewOf(Level(2)), sample);
-  const std::size_t failures = FailEachAllocation([&] { subscriber->DDS_Callback(sample); }, [&](std::size_t which) {
-    if (GetParam() != CumulativeAdd) {
-      const std::vector<float> samples = SamplesOf(TraceResult(math));
-      EXPECT_THAT(samples, SizeIs(67)) << which;
-      EXPECT_THAT(samples, Each(samples.front())) << "a result is whole, after failure " << which;
-    }
-    Reset(GetParam(), math);
-    const float level = static_cast<float>(which % 50);
-    first_ = Level(level);
-    Deliver(first_, Level(level));
-    const Corvanta::MathFactory::Math_var twin = Create(GetParam(), InputsOf(GetParam()));
-    EXPECT_EQ(ResultOf(GetParam(), math), ResultOf(GetParam(), twin)) << "after failure " << which;
-    Factory().DeleteMath(twin->GetId());
-  });
+  const std::size_t failures = FailEachAllocation(
+      [&] { subscriber->DDS_Callback(sample); },
+      [&](std::size_t which) {
+        if (GetParam() != CumulativeAdd) {
+          const std::vector<float> samples = SamplesOf(TraceResult(math));
+          EXPECT_THAT(samples, SizeIs(67)) << which;
+          EXPECT_THAT(samples, Each(samples.front())) << "a result is whole, after failure " << which;
+        }
+        Reset(GetParam(), math);
+        const float level = static_cast<float>(which % 50);
+        first_ = Level(level);
+        Deliver(first_, Level(level));
+        const Corvanta::MathFactory::Math_var twin = Create(GetParam(), InputsOf(GetParam()));
+        EXPECT_EQ(ResultOf(GetParam(), math), ResultOf(GetParam(), twin)) << "after failure " << which;
+        Factory().DeleteMath(twin->GetId());
+      });
   EXPECT_GE(failures, 2u);
   ReportFigure(fmt::format("{} allocations", failures));
 }

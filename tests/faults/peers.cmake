@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 add_library(fault_traffic STATIC Traffic.cpp PeersFault.cpp Churn.cpp Trend.cpp ProcessFigures.cpp)
 target_link_libraries(fault_traffic PUBLIC fault_case)
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A signal ends every program at every moment of its life.
 #include <gmock/gmock.h>
 
@@ -60,7 +61,8 @@ class SignalFaults : public testing::Test {
   /// Programs that serve until they are told to end; of the tool, the verb that does.
   static std::vector<ProgramCase> Lasting() {
     auto programs = AllPrograms();
-    std::erase_if(programs, [](const ProgramCase& program) { return program.arguments == std::vector<std::string>{"list"}; });
+    std::erase_if(programs,
+                  [](const ProgramCase& program) { return program.arguments == std::vector<std::string>{"list"}; });
     return programs;
   }
 
@@ -90,19 +92,23 @@ TEST_F(SignalFaults, AtManyMoments) {
 }
 
 TEST_F(SignalFaults, WhileTheNamingServiceHangs) {
-  DescribeFault("signals while naming hangs", "the naming service is stopped; programs start, wait for it (time limit of calls: 60 s), get a signal",
+  DescribeFault("signals while naming hangs",
+                "the naming service is stopped; programs start, wait for it (time limit of calls: 60 s), get a signal",
                 "each ends within 10 s");
   platform_.NamingService().Signal(SIGSTOP);
   std::vector<std::unique_ptr<Process>> processes;
   for (std::size_t i = 0; i < std::size(kSignals); ++i)
     for (const ProgramCase& program : Lasting()) processes.push_back(Start(program, environment_));
-  EXPECT_TRUE(WaitUntil([&] { return ConnectionsTo(platform_.NamingAddress()) >= processes.size(); }, kLimit)) << "each has asked";
+  EXPECT_TRUE(WaitUntil([&] { return ConnectionsTo(platform_.NamingAddress()) >= processes.size(); }, kLimit))
+      << "each has asked";
   for (std::size_t i = 0; i < processes.size(); ++i) processes[i]->Signal(kSignals[i / Lasting().size()]);
-  for (const auto& process : processes) EXPECT_THAT(process->WaitForExit(kLimit), testing::AnyOf(0, 1, 2, 3)) << process->Error();
+  for (const auto& process : processes)
+    EXPECT_THAT(process->WaitForExit(kLimit), testing::AnyOf(0, 1, 2, 3)) << process->Error();
 }
 
 TEST_F(SignalFaults, AgainAndAgainDuringTheEnd) {
-  DescribeFault("signals during the end", "the naming service stops, then every program is told to end, and again and again while it ends",
+  DescribeFault("signals during the end",
+                "the naming service stops, then every program is told to end, and again and again while it ends",
                 "each ends within 10 s");
   std::vector<std::unique_ptr<Process>> processes;
   const std::pair<ProgramCase, const char*> rows[] = {

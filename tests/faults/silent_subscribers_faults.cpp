@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Subscribers that died where nobody sends anything, that never answer, and that the topic manager has forgotten.
 #include <arpa/inet.h>
 #include <fmt/format.h>
@@ -32,7 +33,8 @@ class DeadSubscribers : public PeersFault {
 };
 
 TEST_F(DeadSubscribers, OnSilentTopics) {
-  DescribeFault("dead subscribers on silent topics", "thousands of subscriptions, each to a topic of its own on which nothing is sent, whose "
+  DescribeFault("dead subscribers on silent topics",
+                "thousands of subscriptions, each to a topic of its own on which nothing is sent, whose "
                 "processes are dead; the topic manager is killed and started with its state file half-way",
                 "others can subscribe all the while; all are dropped in two minutes; nobody else loses a sample");
   const int count = ByLength(2000, 12000), of_one = ByLength(4, 12);  // subscriptions, and those of one process
@@ -52,10 +54,14 @@ TEST_F(DeadSubscribers, OnSilentTopics) {
     Feeder feeder(input, 50);
     ASSERT_TRUE(follower.WaitForMore());
     const unsigned long first = follower.Now().last;
-    EXPECT_TRUE(WaitUntil([&] {
-      std::this_thread::sleep_for(200ms);  // the list is long: asked for without a pause it would be all that the manager does
-      return Subscriptions()->length() == 3;
-    }, 120s)) << Subscriptions()->length();
+    EXPECT_TRUE(WaitUntil(
+        [&] {
+          std::this_thread::sleep_for(
+              200ms);  // the list is long: asked for without a pause it would be all that the manager does
+          return Subscriptions()->length() == 3;
+        },
+        120s))
+        << Subscriptions()->length();
     const unsigned published = feeder.Stop();
     EXPECT_TRUE(follower.WaitForNumber(published - 1));
     EXPECT_EQ(follower.Now().missing, 0u);
@@ -104,8 +110,10 @@ class MutePeers {
 using MuteSubscribers = PeersFault;
 
 TEST_F(MuteSubscribers, ThatAcceptAndNeverAnswer) {
-  DescribeFault("mute subscribers", "900 subscriptions to the topic of an input, each of an endpoint that accepts connections and never answers",
-                "the others, also new ones, get every sample; threads of the topic manager are bounded");
+  DescribeFault(
+      "mute subscribers",
+      "900 subscriptions to the topic of an input, each of an endpoint that accepts connections and never answers",
+      "the others, also new ones, get every sample; threads of the topic manager are bounded");
   const MutePeers mute(900);
   const Corvanta::DDS_Manager_var manager = Manager();
   for (const std::string& address : mute.Addresses())
@@ -130,8 +138,9 @@ TEST_F(MuteSubscribers, ThatAcceptAndNeverAnswer) {
 using ForgetfulManager = PeersFault;
 
 TEST_F(ForgetfulManager, StartsWithoutWhatItKnew) {
-  DescribeFault("topic manager without its file", "SIGKILL and restart without its state file, under load",
-                "subscriptions of objects and of clients stand again in < 5 s, each once; nobody creates anything anew");
+  DescribeFault(
+      "topic manager without its file", "SIGKILL and restart without its state file, under load",
+      "subscriptions of objects and of clients stand again in < 5 s, each once; nobody creates anything anew");
   TraceInput input(bench_, "INPUT", NumberedTrace(0)), other(bench_, "OTHER", NumberedTrace(0));
   Corvanta::MathFactory::Math_var math = Create(Subtract, Inputs(input, other));
   SequenceFollower follower(ResultTopic(math));
@@ -146,7 +155,8 @@ TEST_F(ForgetfulManager, StartsWithoutWhatItKnew) {
     platform_.StartTopicManager();
     const auto watched = watcher->Out().size();
     longest = std::max(longest, TimeOf([&] {
-                         EXPECT_TRUE(WaitUntil([&] { return Subscriptions()->length() == 4; }, kBack)) << Subscriptions()->length();
+                         EXPECT_TRUE(WaitUntil([&] { return Subscriptions()->length() == 4; }, kBack))
+                             << Subscriptions()->length();
                          EXPECT_TRUE(follower.WaitForMore(kBack));
                          EXPECT_TRUE(WaitUntil([&] { return watcher->Out().size() > watched; }, kBack));
                        }));

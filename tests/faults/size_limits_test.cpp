@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Traces at the limit of messages and beyond it, in both directions, and processes whose limits differ.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -33,8 +34,10 @@ class SizeLimits : public EngineFixture {
 };
 
 TEST_F(SizeLimits, SizeLimits) {
-  DescribeFault("size limits", "traces at the limit of messages and one point above it, both directions, a client with a smaller limit",
-                "refused by the sender with an exception of ours, said and counted; the connections go on");
+  DescribeFault(
+      "size limits",
+      "traces at the limit of messages and one point above it, both directions, a client with a smaller limit",
+      "refused by the sender with an exception of ours, said and counted; the connections go on");
   TraceInput input(bench_, "INPUT", TraceOf(10));
   const std::string topic = input.GetDDS_Topic();
   Watcher<BT_DATA> samples(topic);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Long runs: what months of use would show, in little.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -34,8 +35,8 @@ class Soak : public PeersFault {
   /// Connections to peers that were killed go at the next scan for idle ones: soon, so that their number settles.
   static constexpr const char* kQuickScan = "orb.out_scan_period_s = 4\norb.in_scan_period_s = 8";
 
-  /// An object over the simulator, which may be killed meanwhile; none when a short-lived object's type came between, or
-  /// a connection of ours broke with the peer that was killed last.
+  /// An object over the simulator, which may be killed meanwhile; none when a short-lived object's type came between,
+  /// or a connection of ours broke with the peer that was killed last.
   void CreateOverSim() {
     try {
       over_sim_ = Create(Subtract, SimInputs());
@@ -69,9 +70,7 @@ class Soak : public PeersFault {
         platform_.KillHwEnumeration();
         platform_.StartHwEnumeration();
         break;
-      default:
-        platform_.KillTopicManager();
-        platform_.StartTopicManager();
+      default: platform_.KillTopicManager(); platform_.StartTopicManager();
     }
     EXPECT_TRUE(follower_.WaitForMore(kBack)) << "after round " << round;
   }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Standard output on a full disk, or closed by its reader.
 #include <gmock/gmock.h>
 
@@ -21,16 +22,18 @@ class StandardOutput : public EngineFixture {
 
   /// Every verb that writes, and help.
   std::vector<Words> WritingVerbs() {
-    std::vector<Words> verbs{{"engines"}, {"readings"},   {"readings", "--values"}, {"types"},         {"create", "Average", "LEVEL"},
-                             {"list"},    {"get", "LEVEL"}, {"subscriptions"},        {"doctor"},        {"--help"},
-                             {"watch", "--help"}};
+    std::vector<Words> verbs{
+        {"engines"},        {"readings"},     {"readings", "--values"}, {"types"},  {"create", "Average", "LEVEL"},
+        {"list"},           {"get", "LEVEL"}, {"subscriptions"},        {"doctor"}, {"--help"},
+        {"watch", "--help"}};
     for (const char* verb : {"engines", "readings", "types", "list", "doctor"}) verbs.push_back({verb, "--json"});
     return verbs;
   }
 };
 
 TEST_F(StandardOutput, OnAFullDisk) {
-  DescribeFault("full standard output", "/dev/full as standard output of every verb that writes, and of every program's --help",
+  DescribeFault("full standard output",
+                "/dev/full as standard output of every verb that writes, and of every program's --help",
                 "one line, exit 1");
   ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts));
   Create(Average, Inputs(level));

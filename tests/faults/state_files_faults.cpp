@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // State files among planted links and pipes, without room, with the last handle, with references beyond all bounds.
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -52,7 +53,8 @@ class StateFileFaults : public testing::Test {
 
   /// A subscriber that nobody calls, whose reference has a key of so many bytes.
   Corvanta::DDS_Sub_ptr SubscriberWithKey(std::size_t bytes) {
-    CORBA::Object_var object = orb_->Orb()->string_to_object(("corbaloc:iiop:127.0.0.1:1/" + std::string(bytes, 'k')).c_str());
+    CORBA::Object_var object =
+        orb_->Orb()->string_to_object(("corbaloc:iiop:127.0.0.1:1/" + std::string(bytes, 'k')).c_str());
     return Corvanta::DDS_Sub::_unchecked_narrow(object);
   }
 
@@ -69,7 +71,8 @@ class StateFileFaults : public testing::Test {
 
 TEST_F(StateFileFaults, LinksAndPipesPlantedAroundThem) {
   DescribeFault("planted links", "links to somebody's file and pipes at a state file's place and beside it",
-                "none is followed or opened; at its place: one line, exit 1; beside it or later: the state is kept all the same, mode 0600");
+                "none is followed or opened; at its place: one line, exit 1; beside it or later: the state is kept all "
+                "the same, mode 0600");
   for (const char* ending : {".new", ".tmp", "~"}) fs::create_symlink(precious_, state_.string() + ending);
   auto manager = StartService("topic_manager");
   Corvanta::DDS_Manager_var topics = Manager();
@@ -96,12 +99,14 @@ TEST_F(StateFileFaults, LinksAndPipesPlantedAroundThem) {
   fs::remove(state_);
   fs::create_symlink(precious_, state_);
   for (const char* service : {"topic_manager", "hw_enumeration"})
-    ExpectRefusal(*Start({service, {"--state", state_.string()}, 1}, platform_.Environment()), 1, state_.string() + ": is a symbolic link");
+    ExpectRefusal(*Start({service, {"--state", state_.string()}, 1}, platform_.Environment()), 1,
+                  state_.string() + ": is a symbolic link");
   EXPECT_EQ(TextOf(precious_), "precious");
 }
 
 TEST_F(StateFileFaults, WithoutRoom) {
-  DescribeFault("state files without room", "a limit on the size of files (SIGXFSZ, EFBIG) below what the services have to keep",
+  DescribeFault("state files without room",
+                "a limit on the size of files (SIGXFSZ, EFBIG) below what the services have to keep",
                 "one line each; every subscription and announcement succeeds");
   // What the service writes to its log goes through a process without the limit.
   const std::string small = "exec prlimit --fsize=1000 \"$@\" > >(exec cat) 2> >(exec cat >&2)";
@@ -123,10 +128,12 @@ TEST_F(StateFileFaults, WithoutRoom) {
 }
 
 TEST_F(StateFileFaults, WithTheLastHandle) {
-  DescribeFault("last handle", "a state file whose last handle is 2^31 - 1", "handles start anew, never one in use; also over a restart");
+  DescribeFault("last handle", "a state file whose last handle is 2^31 - 1",
+                "handles start anew, never one in use; also over a restart");
   Corvanta::DDS_Sub_var subscriber = SubscriberWithKey(10);
   const CORBA::String_var reference = orb_->Orb()->object_to_string(subscriber);
-  std::ofstream(state_) << "topic_manager subscriptions 1\nsub 1 T " << reference.in() << "\nsub 2147483647 T " << reference.in() << '\n';
+  std::ofstream(state_) << "topic_manager subscriptions 1\nsub 1 T " << reference.in() << "\nsub 2147483647 T "
+                        << reference.in() << '\n';
   auto manager = StartService("topic_manager");
   Corvanta::DDS_Manager_var topics = Manager();
   EXPECT_EQ(topics->Subscribe("T", subscriber), 2);
@@ -139,7 +146,8 @@ TEST_F(StateFileFaults, WithTheLastHandle) {
 }
 
 TEST_F(StateFileFaults, WithReferencesBeyondAllBounds) {
-  DescribeFault("endless references", "subscribers with references of more than 64 kB, and one of 70 MB in the state file",
+  DescribeFault("endless references",
+                "subscribers with references of more than 64 kB, and one of 70 MB in the state file",
                 "an exception at Subscribe; one line for the file; memory flat");
   std::ofstream(state_) << "topic_manager subscriptions 1\nsub 5 T IOR:" << std::string(70 << 20, '0') << '\n';
   const auto manager = StartService("topic_manager");

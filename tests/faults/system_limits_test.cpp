@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Row "limits of the system": no descriptors, no threads left.
 #include <sys/resource.h>
 #include <unistd.h>
@@ -24,7 +25,8 @@ class SystemLimits : public testing::Test {
 
   /// Starts the engine by a command in front of its own ("prlimit --nofile=64 --").
   void StartEngine(std::vector<std::string> command) {
-    for (const auto& part : {BuiltProgram("engine_host"), BuiltEngineLibrary("math_factory_hh")}) command.push_back(part.string());
+    for (const auto& part : {BuiltProgram("engine_host"), BuiltEngineLibrary("math_factory_hh")})
+      command.push_back(part.string());
     engine_ = std::make_unique<Process>(std::move(command), platform_.Environment(), platform_.Directory() / "limited");
     ASSERT_TRUE(engine_->WaitForLine("Lumenar::MathInit createEngine done")) << engine_->Out() << engine_->Error();
     bench_ = std::make_unique<Testbench>();
@@ -44,7 +46,8 @@ class SystemLimits : public testing::Test {
 
   /// How many processes and threads the engine's user may have. That user sets it: root may not everywhere.
   void LimitThreads(int most) {
-    Process limiter(ForeignUser::Run({"prlimit", "--pid", std::to_string(engine_->Pid()), "--nproc=" + std::to_string(most) + ":"}));
+    Process limiter(ForeignUser::Run(
+        {"prlimit", "--pid", std::to_string(engine_->Pid()), "--nproc=" + std::to_string(most) + ":"}));
     ASSERT_EQ(limiter.WaitForExit(), 0) << limiter.Error();
   }
 
@@ -101,14 +104,18 @@ TEST_F(SystemLimits, FewDescriptorsAndManyConnections) {
   const int before = CountDescriptors(engine_->Pid());
   {
     const auto idle = Connect(200);
-    EXPECT_TRUE(EngineSays("32 connections, the limit: the longest silent one is closed for each further one")) << engine_->Error();
-    EXPECT_TRUE(WaitUntil([&] { return CountDescriptors(engine_->Pid()) < 64; })) << "some stay free for the engine's own use";
+    EXPECT_TRUE(EngineSays("32 connections, the limit: the longest silent one is closed for each further one"))
+        << engine_->Error();
+    EXPECT_TRUE(WaitUntil([&] { return CountDescriptors(engine_->Pid()) < 64; }))
+        << "some stay free for the engine's own use";
     ExpectNoSpin();
     ExpectWork();
   }
-  EXPECT_TRUE(WaitUntil([&] { return CountDescriptors(engine_->Pid()) <= before + 2; })) << CountDescriptors(engine_->Pid());
+  EXPECT_TRUE(WaitUntil([&] { return CountDescriptors(engine_->Pid()) <= before + 2; }))
+      << CountDescriptors(engine_->Pid());
   ExpectWork();
-  EXPECT_LE(ErrorLines(), 2u) << "the limit, and descriptors of connections that the ORB is taking apart: " << engine_->Error();
+  EXPECT_LE(ErrorLines(), 2u) << "the limit, and descriptors of connections that the ORB is taking apart: "
+                              << engine_->Error();
 }
 
 TEST_F(SystemLimits, NoDescriptorLeft) {

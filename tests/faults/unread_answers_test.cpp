@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Row "unread answers": clients that ask for large values and never take the answers.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -77,8 +78,10 @@ class UnreadAnswers : public HostileFixture {
 };
 
 TEST_F(UnreadAnswers, OnOneConnection) {
-  DescribeFault("unread answers: one connection", "512 times Get of a 4 MB trace on one connection, and nothing is read",
-                "memory below the limit of answers and 64 MB, few threads, closed after the time limit with one line, a good client served in 1 s");
+  DescribeFault("unread answers: one connection",
+                "512 times Get of a 4 MB trace on one connection, and nothing is read",
+                "memory below the limit of answers and 64 MB, few threads, closed after the time limit with one line, "
+                "a good client served in 1 s");
   const ObjectAddress result = ResultOf(kMillion);
   const ProcessWatch watch("engine", engine_.Pid());
   GoodClient good(Factory());
@@ -92,7 +95,8 @@ TEST_F(UnreadAnswers, OnOneConnection) {
 
 TEST_F(UnreadAnswers, OnManyConnections) {
   DescribeFault("unread answers: many connections", "Get of a 4 MB trace on 512 connections, and nothing is read",
-                "memory below the limit of answers and 64 MB; a slow client that reads gets its answer, a good client is served in 1 s");
+                "memory below the limit of answers and 64 MB; a slow client that reads gets its answer, a good client "
+                "is served in 1 s");
   const ObjectAddress result = ResultOf(kMillion);
   const ProcessWatch watch("engine", engine_.Pid());
   GoodClient good(Factory());
@@ -104,14 +108,17 @@ TEST_F(UnreadAnswers, OnManyConnections) {
   EXPECT_GE(taken.get(), 4 * kMillion) << "the slow one";
   EXPECT_LT(good.Slowest(), 1s);
   clients.clear();  // some were refused, in words
-  EXPECT_TRUE(WaitUntil([&] { return CountThreads(engine_.Pid()) < 40; }, 60s)) << "the ORB keeps idle ones for a while";
+  EXPECT_TRUE(WaitUntil([&] { return CountThreads(engine_.Pid()) < 40; }, 60s))
+      << "the ORB keeps idle ones for a while";
   ExpectNothingStays(watch);
   ReportFigure(fmt::format("memory +{} MB", watch.Growth_kB() / 1024));
 }
 
 TEST_F(UnreadAnswers, OfLargeTraces) {
-  DescribeFault("unread answers: large traces", "Get of a trace larger than the limit of answers on 64 connections, and nothing is read",
-                "one answer at a time, few threads; memory below two such answers; afterwards a slow client that reads gets its own");
+  DescribeFault("unread answers: large traces",
+                "Get of a trace larger than the limit of answers on 64 connections, and nothing is read",
+                "one answer at a time, few threads; memory below two such answers; afterwards a slow client that reads "
+                "gets its own");
   const std::size_t points = ByLength(17 * kMillion, 20 * kMillion);
   const ObjectAddress result = ResultOf(points);
   const ProcessWatch watch("engine", engine_.Pid());

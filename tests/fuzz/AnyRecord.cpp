@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <omniORB4/CORBA.h>
 
 #include <string>
@@ -60,7 +61,8 @@ void CheckGroup(cdrMemoryStream& stream, std::size_t sent_bytes) {
   const std::deque<Corvanta::SharedRecord> again = Corvanta::ReadGroup(written);
   Require(again.size() == samples.size(), "a group read again is the same");
   for (std::size_t i = 0; i < samples.size(); ++i)
-    Require(BytesOf(again[i].record) == BytesOf(samples[i].record) && again[i].handles.length() == samples[i].handles.length(),
+    Require(BytesOf(again[i].record) == BytesOf(samples[i].record) &&
+                again[i].handles.length() == samples[i].handles.length(),
             "a sample of a group read again is the same");
 }
 
@@ -80,8 +82,7 @@ void AnyRecord(Bytes input) {
     const std::string topic = Corvanta::ReadTopic(stream);
     Require(topic.size() <= 4096 && topic.find('\0') == std::string::npos, "a topic is a short text");
   } catch (const CORBA::MARSHAL&) {
-  } catch (const CORBA::BAD_PARAM&) {
-  }
+  } catch (const CORBA::BAD_PARAM&) {}
 }
 
 }  // namespace Lumenar::Fuzz

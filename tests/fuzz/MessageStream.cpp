@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <random>
 
 #include "platform/orb/MessageFraming.h"
@@ -43,8 +44,8 @@ Outcome ReadAsTheOrb(const std::string& stream, const MessageRules& rules, unsig
   {
     Corvanta::FramingLimits limits;
     limits.max_message_bytes = rules.max_message_bytes;
-    MessageFraming framing(rules.is_served ? MessageFraming::Side::Served : MessageFraming::Side::Own, limits, budget, &expected,
-                           [&](const std::string&) { ++outcome.refused; });
+    MessageFraming framing(rules.is_served ? MessageFraming::Side::Served : MessageFraming::Side::Own, limits, budget,
+                           &expected, [&](const std::string&) { ++outcome.refused; });
     std::vector<char> buffer(16 + random() % 9000);
     std::size_t at = 0;
     try {
@@ -72,11 +73,14 @@ Outcome ReadAsTheOrb(const std::string& stream, const MessageRules& rules, unsig
   return outcome;
 }
 
-bool BeginsWith(const std::string& text, const std::string& beginning) { return text.compare(0, beginning.size(), beginning) == 0; }
+bool BeginsWith(const std::string& text, const std::string& beginning) {
+  return text.compare(0, beginning.size(), beginning) == 0;
+}
 
 }  // namespace
 
-/// The first bytes say whose connection it is, how large messages may be, how many zeros come behind the input, and the cuts.
+/// The first bytes say whose connection it is, how large messages may be, how many zeros come behind the input, and the
+/// cuts.
 void MessageStream(Bytes input) {
   Input rest(input);
   const auto form = rest.Take<std::uint8_t>();
@@ -91,8 +95,11 @@ void MessageStream(Bytes input) {
     const Outcome outcome = ReadAsTheOrb(stream, rules, seed + cuts);
     Require(BeginsWith(outcome.bytes, verdict.given), "every whole message comes out as it is");
     const std::string begun = outcome.bytes.substr(verdict.given.size());
-    Require(begun.empty() || (verdict.is_open && (BeginsWith(verdict.begun, begun) || outcome.refused > verdict.refused)), "and nothing else");
-    Require(verdict.is_open || outcome.is_unlawful == verdict.is_unlawful, "what is unlawful, and only that, is refused");
+    Require(
+        begun.empty() || (verdict.is_open && (BeginsWith(verdict.begun, begun) || outcome.refused > verdict.refused)),
+        "and nothing else");
+    Require(verdict.is_open || outcome.is_unlawful == verdict.is_unlawful,
+            "what is unlawful, and only that, is refused");
     Require(outcome.refused == verdict.refused || verdict.is_open, "what is too large, and only that, is refused");
   }
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The readers of recorded files, each reached as the replay instrument reaches it.
 #include "tests/fuzz/recording_rules.h"
 

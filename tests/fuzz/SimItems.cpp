@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <cmath>
 #include <stdexcept>
 
@@ -16,8 +17,7 @@ void SimItems(Bytes input) {
       Require(item.lower <= item.upper, "limits are in order");
       Require(Value::Units_library::Is_packed(item.units), "units are packed");
     }
-  } catch (const std::invalid_argument&) {
-  }
+  } catch (const std::invalid_argument&) {}
 }
 
 }  // namespace Lumenar::Fuzz

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <set>
 #include <string>
 
@@ -30,13 +31,16 @@ void CheckSubscriptions(const std::string& text) {
   std::set<long> handles;
   std::string written = "topic_manager subscriptions 1\n";
   for (const StateFile::Entry& entry : state.entries) {
-    Require(entry.handle >= 1 && entry.handle <= StateFile::kLastHandle && handles.insert(entry.handle).second, "a handle is one subscriber's");
-    Require(!entry.topic.empty() && entry.reference.size() <= StateFile::kLongestReference, "an entry is within its bounds");
+    Require(entry.handle >= 1 && entry.handle <= StateFile::kLastHandle && handles.insert(entry.handle).second,
+            "a handle is one subscriber's");
+    Require(!entry.topic.empty() && entry.reference.size() <= StateFile::kLongestReference,
+            "an entry is within its bounds");
     written += StateFile::BeginLine(entry);
   }
   written += fmt::format("next {}\n", state.next_handle);
   const StateFile::State again = ReadSubscriptions(written, problem);
-  Require(problem.empty() && again.entries == state.entries && again.next_handle == state.next_handle, "what is written is read as it was");
+  Require(problem.empty() && again.entries == state.entries && again.next_handle == state.next_handle,
+          "what is written is read as it was");
 }
 
 void CheckEngines(const std::string& text) {

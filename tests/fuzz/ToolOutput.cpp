@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
@@ -162,8 +163,8 @@ void ToolOutput(Bytes input) {
   CheckPlot({{name, TakeTrace(rest)}, {other, TakeTrace(rest)}}, other);
   constexpr std::int64_t kLongest_s = 9'000'000'000;  // in nanoseconds the clock ends not far beyond
   const std::chrono::seconds since(rest.Take<std::int64_t>() % kLongest_s);
-  const std::chrono::system_clock::time_point time = std::chrono::system_clock::time_point() + since +
-                                                     std::chrono::microseconds(rest.Take<std::uint16_t>());
+  const std::chrono::system_clock::time_point time =
+      std::chrono::system_clock::time_point() + since + std::chrono::microseconds(rest.Take<std::uint16_t>());
   Require(Mathctl::UtcText(time).size() == 27, "a time has its fixed form");
   Require(Mathctl::ClockText(time).size() == 12, "a time of day has its fixed form");
 }

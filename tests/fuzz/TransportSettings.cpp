@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
 
 #include <string>
@@ -39,7 +40,8 @@ std::string FileOf(const TransportConfig& config) {
                      config.max_server_threads) +
          fmt::format("orb.out_scan_period_s = {}\norb.in_scan_period_s = {}\n", config.out_scan_period_s,
                      config.in_scan_period_s) +
-         fmt::format("math.max_objects = {}\nmath.max_history_bytes = {}\n", config.max_math_objects, config.max_history_bytes) +
+         fmt::format("math.max_objects = {}\nmath.max_history_bytes = {}\n", config.max_math_objects,
+                     config.max_history_bytes) +
          fmt::format("dds.enabled = {}\ndds.domain = {}\ndds.interface = {}\n", config.dds_enabled, config.dds_domain,
                      config.dds_interface) +
          Lines("dds.topic", config.dds_topics);

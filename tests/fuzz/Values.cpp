@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <cmath>
 #include <cstring>
 #include <optional>
@@ -119,8 +120,7 @@ bool Applies(Value_object<T>& value, Function function) {
     Require(value.Get_unit() == before.Get_unit(), "an operator keeps the first operand's units");
     return true;
   } catch (const Value::UnitDimensionNotProper&) {
-  } catch (const std::out_of_range&) {
-  }
+  } catch (const std::out_of_range&) {}
   Require(Same(value, before), "a refused operation changes nothing");
   return false;
 }
@@ -156,8 +156,7 @@ void CheckOrder(const Value_object<T>& a, const Value_object<T>& b) {
     const bool less = a < b;
     const bool same_unit = Units_library::Compare_units(a.Get_unit(), b.Get_unit(), true);
     Require(!same_unit || less == (a.Get_value() < b.Get_value()), "of one unit the numbers are compared");
-  } catch (const Value::UnitDimensionNotSame&) {
-  }
+  } catch (const Value::UnitDimensionNotSame&) {}
 }
 
 template <class T>

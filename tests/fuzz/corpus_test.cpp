@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every input that a fuzz target once started from or stumbled over, in every test run; and each of their beginnings,
 // since a text that ends early is the commonest fault of all.
 #include <gtest/gtest.h>
@@ -24,13 +25,19 @@ struct Subject {
 void PrintTo(const Subject& subject, std::ostream* stream) { *stream << subject.name; }
 
 constexpr Subject kSubjects[] = {
-    {"any_record", AnyRecord},     {"message_stream", MessageStream},
+    {"any_record", AnyRecord},
+    {"message_stream", MessageStream},
     {"units_algebra", UnitsAlgebra},
-    {"values", Values},            {"units_text", UnitsText},
-    {"transport_settings", TransportSettings}, {"state_files", StateFiles},
-    {"touchstone", Touchstone},    {"spectrum", Spectrum},
-    {"two_columns", TwoColumns},   {"otdr", Otdr},
-    {"sim_items", SimItems},       {"tool_output", ToolOutput},
+    {"values", Values},
+    {"units_text", UnitsText},
+    {"transport_settings", TransportSettings},
+    {"state_files", StateFiles},
+    {"touchstone", Touchstone},
+    {"spectrum", Spectrum},
+    {"two_columns", TwoColumns},
+    {"otdr", Otdr},
+    {"sim_items", SimItems},
+    {"tool_output", ToolOutput},
     {"tool_input", ToolInput},
 };
 
@@ -79,9 +86,9 @@ INSTANTIATE_TEST_SUITE_P(Fuzz, Corpus, testing::ValuesIn(kSubjects), [](const au
 TEST(Corpus, HasNoFolderWithoutATarget) {
   for (const auto& entry : fs::directory_iterator(FUZZ_CORPUS)) {
     const std::string name = entry.path().filename().string();
-    EXPECT_TRUE(std::any_of(std::begin(kSubjects), std::end(kSubjects),
-                            [&](const Subject& subject) { return subject.name == name; }))
-        << name;
+    EXPECT_TRUE(std::any_of(std::begin(kSubjects), std::end(kSubjects), [&](const Subject& subject) {
+      return subject.name == name;
+    })) << name;
   }
 }
 

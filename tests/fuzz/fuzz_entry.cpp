@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The entry of one fuzz program; FUZZ_TARGET names its target.
 #include <cstdio>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/fuzz/message_model.h"
 
 #include <algorithm>
@@ -31,7 +32,9 @@ struct Message {
   Kind What() const { return static_cast<Kind>(Byte(bytes, 7)); }
   bool IsRequest() const { return What() == Request || What() == LocateRequest; }
   bool IsAnswer() const { return What() == Reply || What() == LocateReply; }
-  bool HasPlaceForId() const { return Minor() == 2 || What() == LocateRequest || What() == LocateReply || What() == Cancel; }
+  bool HasPlaceForId() const {
+    return Minor() == 2 || What() == LocateRequest || What() == LocateReply || What() == Cancel;
+  }
 
   std::uint32_t Number(std::size_t at) const {
     std::uint32_t value = 0;
@@ -44,7 +47,8 @@ struct Message {
   std::string Closed() const {
     std::string closed = bytes;
     const std::size_t body = bytes.size() - kHeader;
-    for (std::size_t i = 0; i < 4; ++i) closed[8 + (IsLittle() ? i : 3 - i)] = static_cast<char>(body >> (8 * i) & 0xff);
+    for (std::size_t i = 0; i < 4; ++i)
+      closed[8 + (IsLittle() ? i : 3 - i)] = static_cast<char>(body >> (8 * i) & 0xff);
     closed[6] = static_cast<char>(Byte(bytes, 6) & ~2u);
     return closed;
   }
@@ -111,8 +115,8 @@ class Head {
 };
 
 struct Part {
-  Message message;      // as far as it has come; with the head alone once it was refused
-  std::uint64_t size;   // as far as it has come
+  Message message;     // as far as it has come; with the head alone once it was refused
+  std::uint64_t size;  // as far as it has come
   bool is_refused = false;
 };
 
@@ -231,7 +235,8 @@ class Judge {
     Message answer{refused.bytes.substr(0, kHeader)};
     const auto add = [&](std::uint32_t value) {
       while (answer.bytes.size() % 4 != 0) answer.bytes.push_back('\0');
-      for (int i = 0; i < 4; ++i) answer.bytes.push_back(static_cast<char>(value >> (refused.IsLittle() ? 8 * i : 24 - 8 * i) & 0xff));
+      for (int i = 0; i < 4; ++i)
+        answer.bytes.push_back(static_cast<char>(value >> (refused.IsLittle() ? 8 * i : 24 - 8 * i) & 0xff));
     };
     const std::string name("IDL:omg.org/CORBA/MARSHAL:1.0", 30);
     if (refused.Minor() < 2) add(0);

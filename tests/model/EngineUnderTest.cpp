@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/model/EngineUnderTest.h"
 
 #include <fmt/format.h>
@@ -43,15 +44,18 @@ std::vector<Datum> EngineUnderTest::StartValues() {
   using Value::Make_unit;
   const Units watt = Make_unit(Value::U_Watt);
   const Units decibel = Make_unit(Value::U_None, 0, 0, true);
-  return {Sweep{{1, 2, 3}, watt, 1},           Sweep{{4, 0.5f, -2}, Bench::kMilliwatt, 2},
-          Sweep{{-10, 0, 10}, Bench::kdBm, 3},  Sweep{{3, 6, 9}, decibel, 4},
-          Quantity{5, -1, 2, watt},            Quantity{-3, 0, 0, Bench::kdBm},
-          Quantity{2, 0, 0.5, Value::C_Empty}, 0,
+  return {Sweep{{1, 2, 3}, watt, 1},
+          Sweep{{4, 0.5f, -2}, Bench::kMilliwatt, 2},
+          Sweep{{-10, 0, 10}, Bench::kdBm, 3},
+          Sweep{{3, 6, 9}, decibel, 4},
+          Quantity{5, -1, 2, watt},
+          Quantity{-3, 0, 0, Bench::kdBm},
+          Quantity{2, 0, 0.5, Value::C_Empty},
+          0,
           2};
 }
 
-EngineUnderTest::EngineUnderTest()
-    : marker_input_(bench_, "MARKER", RecordOf(Quantity{})), traffic_(bench_.Orb()) {
+EngineUnderTest::EngineUnderTest() : marker_input_(bench_, "MARKER", RecordOf(Quantity{})), traffic_(bench_.Orb()) {
   for (const Datum& datum : StartValues()) {
     const std::string name = fmt::format("INPUT{}", traces_.size() + scalars_.size() + longs_.size());
     if (const auto* sweep = std::get_if<Sweep>(&datum)) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <map>
@@ -75,7 +76,7 @@ class EngineUnderTest : public Bench::EngineFixture {
   TopicTraffic traffic_;
   std::map<int, Subject> subjects_;
   std::map<int, Corvanta::EngineReadingBase_var> results_;  ///< also of objects that are gone
-  int first_id_ = 0;  ///< the engine's id of the case's id 0
+  int first_id_ = 0;                                        ///< the engine's id of the case's id 0
 };
 
 /// The kinds of the inputs, in order.

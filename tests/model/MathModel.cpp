@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/model/MathModel.h"
 
 #include "tests/model/operations.h"
@@ -12,10 +13,8 @@ struct Rule {
 
 /// By operation. A Peak complains as an Average does.
 constexpr Rule kRules[] = {
-    {2, "Subtract requires exactly two attributes."},
-    {2, "Relative Subtract requires exactly two attributes."},
-    {1, "Average requires exactly one attribute."},
-    {1, "Average requires exactly one attribute."},
+    {2, "Subtract requires exactly two attributes."},         {2, "Relative Subtract requires exactly two attributes."},
+    {1, "Average requires exactly one attribute."},           {1, "Average requires exactly one attribute."},
     {3, "Cumulative Add requires exactly three attributes."},
 };
 

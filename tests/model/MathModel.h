@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <deque>
@@ -35,17 +36,17 @@ struct Object {
   Datum result;
   std::vector<Datum> published;  ///< during the last command
 
-  std::vector<Datum> operands;   ///< of the operations with several inputs: Datum for each
-  std::deque<Datum> history;     ///< Average: linear, the newest in front
-  int size = 1;                  ///< Average
-  bool full = false;             ///< Average
-  bool first = true;             ///< Peak
+  std::vector<Datum> operands;  ///< of the operations with several inputs: Datum for each
+  std::deque<Datum> history;    ///< Average: linear, the newest in front
+  int size = 1;                 ///< Average
+  bool full = false;            ///< Average
+  bool first = true;            ///< Peak
 };
 
 /// What comes out of CreateMath.
 struct Creation {
   enum Kind { Made, Refused, Failed } kind = Failed;  ///< Failed: a system exception
-  std::string text;                                  ///< of a refusal
+  std::string text;                                   ///< of a refusal
 };
 
 /// The math engine and the topics around it, as simple as can be: one sample after the other, each handed on to the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/model/commands.h"
 
 #include <fmt/format.h>
@@ -56,9 +57,7 @@ Datum DrawSweep() {
   return sweep;
 }
 
-Datum DrawQuantity() {
-  return Quantity{DrawNumber(), -Draw(0, 9) / 4.0, Draw(0, 9) / 4.0, DrawUnits()};
-}
+Datum DrawQuantity() { return Quantity{DrawNumber(), -Draw(0, 9) / 4.0, Draw(0, 9) / 4.0, DrawUnits()}; }
 
 Datum DrawDatum(Kind kind) {
   if (kind == Kind::Trace) return DrawSweep();
@@ -85,9 +84,7 @@ std::vector<Source> SourcesOf(const MathModel& model, std::optional<Kind> kind) 
   return sources;
 }
 
-Source DrawSource(const MathModel& model, std::optional<Kind> kind) {
-  return DrawOneOf(SourcesOf(model, kind));
-}
+Source DrawSource(const MathModel& model, std::optional<Kind> kind) { return DrawOneOf(SourcesOf(model, kind)); }
 
 /// Inputs that an operation takes.
 std::vector<Source> DrawFitting(const MathModel& model, int type) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The running engine beside a simple model of it, both given the same random commands.
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
@@ -14,8 +15,8 @@ namespace {
 /// anything.
 void SetParameters() {
   const char* runs = std::getenv("LUMENAR_MODEL_RUNS");
-  const std::string parameters = runs == nullptr ? "seed=20260101 max_success=100 max_size=150"
-                                                 : "max_size=200 max_success=" + std::string(runs);
+  const std::string parameters =
+      runs == nullptr ? "seed=20260101 max_success=100 max_size=150" : "max_size=200 max_success=" + std::string(runs);
   ::setenv("RC_PARAMS", parameters.c_str(), 0);
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/model/operations.h"
 
 namespace Lumenar::Model {
@@ -63,8 +64,8 @@ Datum BeginMean(Object& object, T sample, bool was_dB) {
   return sample;
 }
 
-/// The sum is what RESULT says it is. A sample that cannot be added does not come into the history; one whose mean is not
-/// finite has come. Of one sample the mean is that sample.
+/// The sum is what RESULT says it is. A sample that cannot be added does not come into the history; one whose mean is
+/// not finite has come. Of one sample the mean is that sample.
 template <class T>
 Datum ContinueMean(Object& object, const T& sample, bool was_dB) {
   T sum = std::get<T>(object.result);

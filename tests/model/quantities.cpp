@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/model/quantities.h"
 
 #include <algorithm>
@@ -186,8 +187,8 @@ Sweep RelativeDifference(Sweep a, const Sweep& b) {
 }
 
 void KeepLarger(Quantity& a, const Quantity& b) {
-  const bool less = a.units == b.units ? a.value < b.value
-                                       : MadeLinear(a).value < In(MadeLinear(b), Linear(a.units)).value;
+  const bool less =
+      a.units == b.units ? a.value < b.value : MadeLinear(a).value < In(MadeLinear(b), Linear(a.units)).value;
   if (less) a = b;
 }
 

@@ -1,5 +1,6 @@
-// The operations as objects, fed with random traces: RESULT after each sample against the rules written down here on top of the
-// per-sample judge, bit for bit.
+// SPDX-License-Identifier: Apache-2.0
+// The operations as objects, fed with random traces: RESULT after each sample against the rules written down here on
+// top of the per-sample judge, bit for bit.
 #include <gtest/gtest.h>
 
 #include <deque>
@@ -199,7 +200,8 @@ TEST_F(OperationsAgainstJudge, Subtract) {
 }
 
 TEST_F(OperationsAgainstJudge, RelativeSubtract) {
-  Check(RelativeSubtract, [](const BT_DATA& a, const BT_DATA& b) { return std::make_unique<DifferenceRule>(true, a, b); });
+  Check(RelativeSubtract,
+        [](const BT_DATA& a, const BT_DATA& b) { return std::make_unique<DifferenceRule>(true, a, b); });
 }
 
 TEST_F(OperationsAgainstJudge, Peak) {
@@ -207,11 +209,13 @@ TEST_F(OperationsAgainstJudge, Peak) {
 }
 
 TEST_F(OperationsAgainstJudge, AverageOfOne) {
-  Check(Average, [](const BT_DATA& a, const BT_DATA&) { return std::make_unique<AverageRule>(1, a); }, 1);
+  Check(
+      Average, [](const BT_DATA& a, const BT_DATA&) { return std::make_unique<AverageRule>(1, a); }, 1);
 }
 
 TEST_F(OperationsAgainstJudge, AverageOfThree) {
-  Check(Average, [](const BT_DATA& a, const BT_DATA&) { return std::make_unique<AverageRule>(3, a); }, 3);
+  Check(
+      Average, [](const BT_DATA& a, const BT_DATA&) { return std::make_unique<AverageRule>(3, a); }, 3);
 }
 
 }  // namespace

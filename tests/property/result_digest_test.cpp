@@ -1,5 +1,6 @@
-// One digest of what all trace operations give in all unit forms: the same on every processor, in every build and on every
-// path of the kernels. Another digest means other bits in results.
+// SPDX-License-Identifier: Apache-2.0
+// One digest of what all trace operations give in all unit forms: the same on every processor, in every build and on
+// every path of the kernels. Another digest means other bits in results.
 #include <gtest/gtest.h>
 
 #include "Common_Math/src/RunningMean.h"
@@ -10,8 +11,8 @@ namespace {
 
 using Sample = Value::Value_object<float>;
 
-/// FNV-1a, 64 bits, with the upper half of the sum mixed into the lower: a product carries differences upwards only, so that of
-/// numbers with another sign, their uppermost bit, any two would make up for each other.
+/// FNV-1a, 64 bits, with the upper half of the sum mixed into the lower: a product carries differences upwards only, so
+/// that of numbers with another sign, their uppermost bit, any two would make up for each other.
 class Digest {
  public:
   void Add(std::uint64_t number) {
@@ -104,11 +105,14 @@ void AddPairs(Digest& digest, const std::vector<float>& numbers) {
   }
 }
 
-/// Zeros of both signs and the numbers next to them; apart from those at the other end, for which operations are refused.
+/// Zeros of both signs and the numbers next to them; apart from those at the other end, for which operations are
+/// refused.
 void AddSpecialPairs(Digest& digest) {
   using Limits = std::numeric_limits<float>;
-  AddPairs(digest, {0.0f, -0.0f, Limits::denorm_min(), -Limits::denorm_min(), Limits::min(), -Limits::min(), 1.0f, -1.0f});
-  AddPairs(digest, {0.0f, -0.0f, 1.0f, Limits::max(), -Limits::max(), Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN()});
+  AddPairs(digest,
+           {0.0f, -0.0f, Limits::denorm_min(), -Limits::denorm_min(), Limits::min(), -Limits::min(), 1.0f, -1.0f});
+  AddPairs(digest, {0.0f, -0.0f, 1.0f, Limits::max(), -Limits::max(), Limits::infinity(), -Limits::infinity(),
+                    Limits::quiet_NaN()});
 }
 
 /// Long traces through every operation in turn, so that whole blocks of every kernel run.

@@ -1,5 +1,6 @@
-// Every operation on a trace, on each pair of unit forms, at each size from 0 to 67, on long traces, and in buffers that begin
-// anywhere: the engine against the per-sample judge, bit for bit.
+// SPDX-License-Identifier: Apache-2.0
+// Every operation on a trace, on each pair of unit forms, at each size from 0 to 67, on long traces, and in buffers
+// that begin anywhere: the engine against the per-sample judge, bit for bit.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -97,7 +98,8 @@ TEST_P(TraceGrid, EachPairOfUnitFormsGivesTheBitsOfTheRule) {
     for (const Value::Units& other_form : forms) {
       SCOPED_TRACE(testing::Message() << "size " << size);
       ASSERT_NO_FATAL_FAILURE(Compare(GetParam(), random_.Trace(size, form), random_.Trace(size, other_form)));
-      ASSERT_NO_FATAL_FAILURE(Compare(GetParam(), random_.OrdinaryTrace(size, form), random_.OrdinaryTrace(size, other_form)));
+      ASSERT_NO_FATAL_FAILURE(
+          Compare(GetParam(), random_.OrdinaryTrace(size, form), random_.OrdinaryTrace(size, other_form)));
       size = (size + 1) % 68;
     }
   }

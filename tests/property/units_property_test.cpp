@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Value/Value_object.h"
 #include "platform/records/Records.h"
 #include "platform/units/unit_table.h"
@@ -65,15 +66,13 @@ RC_GTEST_PROP(UnitsProperty, ArrangingTwiceIsArrangingOnceAndNothingCrashes, (co
     const Units arranged = Units_library::Arrange_tuple(units);
     RC_ASSERT(Units_library::Arrange_tuple(arranged) == arranged);
     RC_ASSERT(Units_library::Compare_units(units, arranged, true));
-  } catch (const OperationNotValid&) {
-  }
+  } catch (const OperationNotValid&) {}
 }
 
 RC_GTEST_PROP(UnitsProperty, AnyPairOfUnitsConvertsOrIsRefused, (const Units& from, const Units& to, float number)) {
   try {
     (void)Value_object<float>(number, from, 0, number).Convert_to(to);
-  } catch (const Value_exception&) {
-  }
+  } catch (const Value_exception&) {}
 }
 
 RC_GTEST_PROP(UnitsProperty, OrderOfSlotsDoesNotMatter, ()) {
@@ -103,8 +102,7 @@ Units_list Sibling_of(Units_list unit) {
     try {
       Units_library::Get_conversion_factor(Make_unit(row.unit), Make_unit(unit));
       siblings.push_back(row.unit);
-    } catch (const UnitDimensionNotSame&) {
-    }
+    } catch (const UnitDimensionNotSame&) {}
   }
   return *rc::gen::elementOf(siblings);
 }
@@ -122,7 +120,7 @@ RC_GTEST_PROP(UnitsProperty, FactorsOfThereAndBackCancel, ()) {
 
 RC_GTEST_PROP(ValueProperty, ConversionThereAndBack, ()) {
   static const std::vector<std::vector<Units_list>> kFamilies = {
-      {U_Meter, U_Foot, U_Inch},        {U_Radian, U_Degree},    {U_Percent, U_PartsPerMillion, U_PartsPerBillion},
+      {U_Meter, U_Foot, U_Inch},        {U_Radian, U_Degree}, {U_Percent, U_PartsPerMillion, U_PartsPerBillion},
       {U_DegreeC, U_DegreeF, U_Kelvin}, {U_Bit, U_Byte},
   };
   const auto family = *rc::gen::elementOf(kFamilies);
@@ -155,8 +153,7 @@ void Errors_stay_sorted() {
   try {
     RC_ASSERT(sorted(value /= number()));
     RC_ASSERT(sorted(Relative_sub(value, operand)));
-  } catch (const std::exception&) {
-  }
+  } catch (const std::exception&) {}
 }
 
 RC_GTEST_PROP(ValueProperty, ErrorsStaySortedInSinglePrecision, ()) { Errors_stay_sorted<float>(); }

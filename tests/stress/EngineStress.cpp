@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/stress/EngineStress.h"
 
 #include "platform/records/Records.h"
@@ -20,7 +21,9 @@ BT_DATA TraceOf(int points, float sample) {
   return trace;
 }
 
-Scalar ScalarOf(double value) { return VALUE::ValueToCorba(Value::Value_object<double>(value, Value::C_Watts, -0.1, 0.1)); }
+Scalar ScalarOf(double value) {
+  return VALUE::ValueToCorba(Value::Value_object<double>(value, Value::C_Watts, -0.1, 0.1));
+}
 
 template <class Reading>
 EngineReadingBase_var ReferenceOf(Reading& reading) {
@@ -66,7 +69,9 @@ void EngineStress::ShutDown() { Corvanta::ORB_base::Current().Shutdown(); }
 
 std::vector<std::string> EngineStress::References() const {
   const CORBA::ORB_ptr orb = Corvanta::ORB_base::Current().Orb();
-  const auto text = [orb](CORBA::Object_ptr object) { return std::string(CORBA::String_var(orb->object_to_string(object))); };
+  const auto text = [orb](CORBA::Object_ptr object) {
+    return std::string(CORBA::String_var(orb->object_to_string(object)));
+  };
   std::vector<std::string> references{text(factory_)};
   for (const EngineReadingBase_var& input : inputs_) references.push_back(text(input));
   return references;
@@ -83,11 +88,8 @@ void EngineStress::PublishOne(std::minstd_rand& random) {
     case 0:
       *traces_[which] = TraceOf(Between(random, 0, 3) == 0 ? Between(random, 0, 67) : 67, static_cast<float>(which));
       break;
-    case 1:
-      *scalars_[which] = ScalarOf(Between(random, -5, 5));
-      break;
-    default:
-      *longs_[which] = Between(random, -10, 80);
+    case 1: *scalars_[which] = ScalarOf(Between(random, -5, 5)); break;
+    default: *longs_[which] = Between(random, -10, 80);
   }
   ++published_;
 }

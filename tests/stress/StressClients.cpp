@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/stress/StressClients.h"
 
 #include <utility>
@@ -18,8 +19,8 @@ StressClients::StressClients(Corvanta::MathFactory::Interfaces_ptr factory, Inpu
     : factory_(Corvanta::MathFactory::Interfaces::_duplicate(factory)), inputs_(std::move(inputs)), end_(end) {
   using Step = void (StressClients::*)(Random&);
   unsigned seed = 0;
-  for (Step step : {&StressClients::CreateOne, &StressClients::CreateOne, &StressClients::DeleteOne, &StressClients::LookAtOne,
-                    &StressClients::SetAttributesOfOne}) {
+  for (Step step : {&StressClients::CreateOne, &StressClients::CreateOne, &StressClients::DeleteOne,
+                    &StressClients::LookAtOne, &StressClients::SetAttributesOfOne}) {
     threads_.emplace_back(
         [this, step, thread_seed = ++seed] { Repeat(thread_seed, [this, step](Random& r) { (this->*step)(r); }); });
   }
@@ -63,7 +64,8 @@ Corvanta::MathFactory::ReadingAttribSeq StressClients::RandomInputs(Random& rand
     // As CumulativeAdd takes them, or all of one kind; now and then any.
     int kind = count == 3 ? (i == 0 ? 0 : 2) : first_kind;
     if (Between(random, 0, 9) == 0) kind = Between(random, 0, 2);
-    inputs[static_cast<CORBA::ULong>(i)] = EngineReadingBase::_duplicate(inputs_[static_cast<std::size_t>(3 * (i % 2) + kind)]);
+    inputs[static_cast<CORBA::ULong>(i)] =
+        EngineReadingBase::_duplicate(inputs_[static_cast<std::size_t>(3 * (i % 2) + kind)]);
   }
   return inputs;
 }
@@ -140,8 +142,7 @@ void StressClients::SetAttributesOfOne(Random& random) {
     const Corvanta::EngineAttribLong_var size = average->AttrSize();
     try {
       size->Set(Between(random, -1, 101));
-    } catch (const Corvanta::LimitsExceeded&) {
-    }
+    } catch (const Corvanta::LimitsExceeded&) {}
     const Corvanta::EngineReadingBoolean_var full = average->AttrFull();
     static_cast<void>(full->Get());
     const Corvanta::EngineAttribVoid_var reset = average->AttrReset();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <atomic>
@@ -14,7 +15,9 @@
 namespace Lumenar::Test {
 
 /// A number from low to high, both inclusive.
-inline int Between(std::minstd_rand& random, int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
+inline int Between(std::minstd_rand& random, int low, int high) {
+  return std::uniform_int_distribution<int>(low, high)(random);
+}
 
 /// Threads that do to an engine, all at once, what clients can: creation (also
 /// such as must fail), deletion, look-ups, results, SIZE, RESET, TYPE.

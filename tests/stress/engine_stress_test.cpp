@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The whole engine under everything at once, for LUMENAR_STRESS_SECONDS (3 by
 // default); run with the sanitizers for long.
 #include <gmock/gmock.h>

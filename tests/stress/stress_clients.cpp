@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // stress_clients FACTORY INPUT...: clients of an engine as a process of their
 // own, by stringified references, until a signal. Writes one line for each
 // fault that they met; the exit status is 0 when there was none. That the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads every #include of the source tree: a folder includes only from itself and from the folders it may see.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -25,12 +26,24 @@ struct Layer {
 };
 
 constexpr Layer kLayers[] = {
-    {"platform/base", 1},       {"platform/units", 2},          {"Value", 3},
-    {"platform/records", 4},    {"platform/signals", 5},        {"platform/orb", 6},
-    {"platform/dds", 7},        {"Topics", 8},                  {"platform/components", 9},
-    {"Common_Math/src", 10},    {"host", 10},                   {"services/topic_manager", 10},
-    {"services/hw_enumeration", 10}, {"instruments/common", 10}, {"instruments/probe", 11},
-    {"instruments/replay", 11}, {"instruments/sim", 11},        {"client", 10},
+    {"platform/base", 1},
+    {"platform/units", 2},
+    {"Value", 3},
+    {"platform/records", 4},
+    {"platform/signals", 5},
+    {"platform/orb", 6},
+    {"platform/dds", 7},
+    {"Topics", 8},
+    {"platform/components", 9},
+    {"Common_Math/src", 10},
+    {"host", 10},
+    {"services/topic_manager", 10},
+    {"services/hw_enumeration", 10},
+    {"instruments/common", 10},
+    {"instruments/probe", 11},
+    {"instruments/replay", 11},
+    {"instruments/sim", 11},
+    {"client", 10},
     {"tools/mathctl", 12},
 };
 
@@ -39,8 +52,8 @@ bool IsBelow(const std::string& path, const std::string& folder) {
 }
 
 std::optional<Layer> LayerOf(const std::string& path) {
-  const auto* found =
-      std::find_if(std::begin(kLayers), std::end(kLayers), [&](const Layer& layer) { return IsBelow(path, layer.folder); });
+  const auto* found = std::find_if(std::begin(kLayers), std::end(kLayers),
+                                   [&](const Layer& layer) { return IsBelow(path, layer.folder); });
   if (found == std::end(kLayers)) return std::nullopt;
   return *found;
 }
@@ -89,13 +102,12 @@ std::vector<std::string> UpwardIncludes(const fs::path& root) {
   return upward;
 }
 
-TEST(Structure, FoldersIncludeOnlyFromThoseAboveThem) {
-  EXPECT_THAT(UpwardIncludes(SOURCE_ROOT), testing::IsEmpty());
-}
+TEST(Structure, FoldersIncludeOnlyFromThoseAboveThem) { EXPECT_THAT(UpwardIncludes(SOURCE_ROOT), testing::IsEmpty()); }
 
 TEST(Structure, EverySourceStandsInAKnownFolder) {
   std::vector<std::string> strangers;
-  for (const char* top : {"platform", "Value", "Topics", "Common_Math", "host", "services", "instruments", "client", "tools"}) {
+  for (const char* top :
+       {"platform", "Value", "Topics", "Common_Math", "host", "services", "instruments", "client", "tools"}) {
     for (const fs::path& source : SourcesBelow(SOURCE_ROOT, top)) {
       const std::string relative = fs::relative(source, SOURCE_ROOT).string();
       if (!LayerOf(relative)) strangers.push_back(relative);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/support/IsolatedPlatform.h"
 
 #include <arpa/inet.h>
@@ -101,8 +102,15 @@ struct IsolatedPlatform::Impl {
   bool StartNaming(const std::vector<std::string>& wrapper = {}) {
     const std::string port = std::to_string(naming_port);
     fs::create_directories(directory / "naming");
-    std::vector<std::string> command{"omniNames", "-start", port, "-always", "-nohostname", "-datadir",
-                                     (directory / "naming").string(), "-ORBendPoint", "giop:tcp:127.0.0.1:" + port};
+    std::vector<std::string> command{"omniNames",
+                                     "-start",
+                                     port,
+                                     "-always",
+                                     "-nohostname",
+                                     "-datadir",
+                                     (directory / "naming").string(),
+                                     "-ORBendPoint",
+                                     "giop:tcp:127.0.0.1:" + port};
     command.insert(command.begin(), wrapper.begin(), wrapper.end());
     naming = Launch(std::move(command));
     return WaitForLineThat(*naming, [](const std::string& line) { return EndsWith(line, "Checkpointing completed."); });
@@ -152,8 +160,8 @@ void IsolatedPlatform::UseInThisProcess() const {
 }
 
 Process& IsolatedPlatform::StartEngine(const std::string& library, std::map<std::string, std::string> environment) {
-  impl_->engines.push_back(
-      impl_->Launch({BuiltProgram("engine_host").string(), BuiltEngineLibrary(library).string()}, std::move(environment)));
+  impl_->engines.push_back(impl_->Launch({BuiltProgram("engine_host").string(), BuiltEngineLibrary(library).string()},
+                                         std::move(environment)));
   Process& engine = *impl_->engines.back();
   const auto says_started = [](const std::string& line) { return EndsWith(line, " createEngine done"); };
   if (!WaitForLineThat(engine, says_started)) NotStarted(library, engine);
@@ -199,9 +207,10 @@ void IsolatedPlatform::StartNamingService() {
 }
 
 void IsolatedPlatform::StartNamingServiceOnSmallDisk(unsigned long bytes) {
-  // A limit on the size of files fails a write as a full disk does, once its signal is ignored. What the service writes to its
-  // log goes through a process without the limit.
-  const std::string limit = "trap '' XFSZ; exec prlimit --fsize=" + std::to_string(bytes) + " \"$@\" > >(exec cat) 2>&1";
+  // A limit on the size of files fails a write as a full disk does, once its signal is ignored. What the service writes
+  // to its log goes through a process without the limit.
+  const std::string limit =
+      "trap '' XFSZ; exec prlimit --fsize=" + std::to_string(bytes) + " \"$@\" > >(exec cat) 2>&1";
   if (!impl_->StartNaming({"bash", "-c", limit, "bash"})) NotStarted("omniNames", *impl_->naming);
 }
 

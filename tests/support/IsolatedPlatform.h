@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <sys/types.h>
@@ -17,7 +18,8 @@ class Process {
  public:
   /// Its output is kept in the files `log_stem`.out and .err.
   /// Errors   std::runtime_error when the program cannot be started.
-  Process(std::vector<std::string> command, std::map<std::string, std::string> environment, std::filesystem::path log_stem);
+  Process(std::vector<std::string> command, std::map<std::string, std::string> environment,
+          std::filesystem::path log_stem);
 
   /// Its output is kept in memory and goes with this object.
   explicit Process(std::vector<std::string> command, std::map<std::string, std::string> environment = {});
@@ -48,8 +50,8 @@ class Process {
 /// Polls `condition` each few milliseconds; false after `limit`. The one way of waiting in tests.
 bool WaitUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit = std::chrono::seconds(10));
 
-/// A whole platform of real processes for one test: naming service, topic manager and hardware enumeration on free loopback
-/// ports, in a private directory that goes with it. Engines are added as needed.
+/// A whole platform of real processes for one test: naming service, topic manager and hardware enumeration on free
+/// loopback ports, in a private directory that goes with it. Engines are added as needed.
 class IsolatedPlatform {
  public:
   struct Options {
@@ -69,12 +71,13 @@ class IsolatedPlatform {
   const std::filesystem::path& Directory() const;
   std::string NamingAddress() const;
 
-  /// Sets Environment() in the calling process, so that ORB objects made in the test itself use this platform; unset again when
-  /// the platform goes.
+  /// Sets Environment() in the calling process, so that ORB objects made in the test itself use this platform; unset
+  /// again when the platform goes.
   void UseInThisProcess() const;
 
-  /// Starts engine_host with an engine library of the build ("math_factory_hh", "probe", "replay", "sim") and waits until its
-  /// start-up line "Lumenar::MathInit createEngine done" or the instrument's equivalent; extra environment configures an instrument.
+  /// Starts engine_host with an engine library of the build ("math_factory_hh", "probe", "replay", "sim") and waits
+  /// until its start-up line "Lumenar::MathInit createEngine done" or the instrument's equivalent; extra environment
+  /// configures an instrument.
   Process& StartEngine(const std::string& library, std::map<std::string, std::string> environment = {});
 
   /// Starts any program of the build by name ("mathctl") with arguments.

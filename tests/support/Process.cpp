@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
@@ -106,7 +107,7 @@ struct Process::Impl {
   std::string program;
   std::filesystem::path out;
   std::filesystem::path error;
-  int out_memory = -1;    // of the files in memory, where the logs are no others
+  int out_memory = -1;  // of the files in memory, where the logs are no others
   int error_memory = -1;
 
   ~Impl() {
@@ -118,7 +119,8 @@ struct Process::Impl {
 
   bool HasExited() {
     int raw = 0;
-    if (!status && waitpid(pid, &raw, WNOHANG) == pid) status = WIFSIGNALED(raw) ? 128 + WTERMSIG(raw) : WEXITSTATUS(raw);
+    if (!status && waitpid(pid, &raw, WNOHANG) == pid)
+      status = WIFSIGNALED(raw) ? 128 + WTERMSIG(raw) : WEXITSTATUS(raw);
     return status.has_value();
   }
 };
@@ -188,7 +190,8 @@ std::string Process::Out() const { return FileText(impl_->out); }
 std::string Process::Error() const { return FileText(impl_->error); }
 
 bool Process::WaitForLine(const std::string& line, std::chrono::milliseconds limit) {
-  return WaitForLineThat(*this, [&line](const std::string& found) { return found == line; }, limit);
+  return WaitForLineThat(
+      *this, [&line](const std::string& found) { return found == line; }, limit);
 }
 
 bool WaitUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit) {

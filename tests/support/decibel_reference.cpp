@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/support/decibel_reference.h"
 
 #include <mpfr.h>
@@ -97,8 +98,8 @@ float Scaled_logarithm(float logarithm, double k) {
 
 std::uint32_t Bits(float number) { return std::bit_cast<std::uint32_t>(number); }
 
-/// In the order of their bits: 0 the numbers from +0 to infinity, 1 the NaN behind them, 2 from -0 to -infinity, 3 NaN again.
-/// Within one part a greater number of bits means a greater number, or a smaller one, or NaN throughout.
+/// In the order of their bits: 0 the numbers from +0 to infinity, 1 the NaN behind them, 2 from -0 to -infinity, 3 NaN
+/// again. Within one part a greater number of bits means a greater number, or a smaller one, or NaN throughout.
 int Part(float x) {
   constexpr std::uint32_t kSign = 0x80000000;
   return (std::isnan(x) ? 1 : 0) + ((Bits(x) & kSign) != 0 ? 2 : 0);
@@ -147,9 +148,7 @@ float Log10(float x, Tally& tally) {
   return Is_clear(value) ? static_cast<float>(value) : Log10_by_mpfr(x, tally);
 }
 
-float Linear_to_decibel(float x, double k, Tally& tally) {
-  return Scaled_logarithm(Log10(x, tally), k);
-}
+float Linear_to_decibel(float x, double k, Tally& tally) { return Scaled_logarithm(Log10(x, tally), k); }
 
 float Decibel_to_linear(float x, double k, Tally& tally) {
   const float q = x / 10.0f;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstdint>
@@ -5,8 +6,8 @@
 
 namespace Lumenar::Value::Reference {
 
-/// How the answers came about. `closest` is the smallest distance of an irrational result from a rounding boundary that MPFR
-/// was asked about: the binary logarithm of the distance relative to the result.
+/// How the answers came about. `closest` is the smallest distance of an irrational result from a rounding boundary that
+/// MPFR was asked about: the binary logarithm of the distance relative to the result.
 struct Tally {
   std::uint64_t by_mpfr = 0;
   double closest = 0;
@@ -21,9 +22,9 @@ float Log10(float x, Tally& tally);
 float Linear_to_decibel(float x, double k, Tally& tally);
 float Decibel_to_linear(float x, double k, Tally& tally);
 
-/// The same of many floats, whose bits ascend. Logarithm, power and every rounding keep the order of numbers, so where both
-/// ends of a stretch without a change of sign have the same result, so has everything between them: judged one by one are
-/// both ends of every run of equal results, and next to nothing within.
+/// The same of many floats, whose bits ascend. Logarithm, power and every rounding keep the order of numbers, so where
+/// both ends of a stretch without a change of sign have the same result, so has everything between them: judged one by
+/// one are both ends of every run of equal results, and next to nothing within.
 void Linear_to_decibel(std::span<const float> in, std::span<float> out, double k, Tally& tally);
 void Decibel_to_linear(std::span<const float> in, std::span<float> out, double k, Tally& tally);
 

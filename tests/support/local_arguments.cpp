@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The argument list for the ORB of a test: its addresses come from the environment.
 
 namespace {

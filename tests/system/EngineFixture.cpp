@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/system/EngineFixture.h"
 
 namespace Lumenar::Test {
@@ -40,8 +41,7 @@ std::vector<float> SamplesOf(const BT_DATA& trace) {
 Value::Units UnitsOf(const BT_DATA& trace) { return VALUE::UnitsFromCorba(trace.units); }
 Value::Units UnitsOf(const Scalar& scalar) { return VALUE::UnitsFromCorba(scalar.units); }
 
-Testbench::Testbench()
-    : orb_("TESTBENCH", "Lumenar/local"), registration_(), namer_(orb_.EngineName()) {
+Testbench::Testbench() : orb_("TESTBENCH", "Lumenar/local"), registration_(), namer_(orb_.EngineName()) {
   orb_.Activate();
 }
 
@@ -53,7 +53,8 @@ Corvanta::MathFactory::Interfaces_ptr Testbench::Factory(const std::string& inst
 EngineFixture::EngineFixture(const IsolatedPlatform::Options& options)
     : platform_(options), engine_(StartMathEngine(platform_)), bench_(), factory_(bench_.Factory()) {}
 
-Corvanta::MathFactory::Math_ptr EngineFixture::Create(MathType type, const Corvanta::MathFactory::ReadingAttribSeq& inputs) {
+Corvanta::MathFactory::Math_ptr EngineFixture::Create(MathType type,
+                                                      const Corvanta::MathFactory::ReadingAttribSeq& inputs) {
   Corvanta::EngineAttribEnum_var selector = factory_->AttrType();
   selector->Set(type);
   return factory_->CreateMath(inputs);

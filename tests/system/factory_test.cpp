@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The factory as clients meet it: selection, refusal with every line and text, ids, deletion.
 #include <gmock/gmock.h>
 
@@ -74,7 +75,8 @@ TEST_F(Factory, AWrongNumberOfInputsIsRefusedBeforeAnyReadingIsAsked) {
        "Relative Subtract requires exactly two attributes."},
       {Average, "CreateAverage Error: attribs length != 1", "Average requires exactly one attribute."},
       {Peak, "CreatePeak Error: attribs length != 1", "Average requires exactly one attribute."},
-      {CumulativeAdd, "CreateCumulativeAdd Error: attribs length != 3", "Cumulative Add requires exactly three attributes."},
+      {CumulativeAdd, "CreateCumulativeAdd Error: attribs length != 3",
+       "Cumulative Add requires exactly three attributes."},
   };
   Corvanta::MathFactory::ReadingAttribSeq nils;  // asking one of these would raise a system exception
   nils.length(4);
@@ -162,7 +164,8 @@ TEST_F(Factory, AFailedCreateMathThatGotAsFarAsTheObjectUsesUpItsNumber) {
   inputs.length(1);
   inputs[0] = impostor->_this();
   EXPECT_EQ(Refusal(Peak, inputs), "Invalid Corvanta::BASIC_TRACE::BT_DATA Attrib type");
-  EXPECT_TRUE(EngineSays("Common_Math/src/MathValueBasicTrace:MathValue Error: could not narrow attrib to BasicTrace type!"));
+  EXPECT_TRUE(
+      EngineSays("Common_Math/src/MathValueBasicTrace:MathValue Error: could not narrow attrib to BasicTrace type!"));
 
   ScalarInput scalar(bench_, "SCALAR", ScalarOf(1, C_Watts));
   Corvanta::MathFactory::Math_var math = Create(Average, Inputs(scalar));
@@ -223,9 +226,10 @@ TEST_F(Factory, CreationAsksEachInputAndTheTopicManagerNothingTwice) {
   for (const char* watch : {"Renew", "_non_existent"}) calls.erase(watch);  // of threads that watch others
   EXPECT_LE(calls.count("SubscriptionEpoch"), 2u) << "one for both subscriptions, and perhaps one of the watch";
   calls.erase("SubscriptionEpoch");
-  // The present values once more behind the subscriptions, so that no sample falls between. TYPE is published as well as RESULT.
-  EXPECT_THAT(calls, ElementsAre("CORBA_Type", "CORBA_Type", "DDS_Value", "DDS_Value", "Get", "Get", "Get", "Get", "Publish",
-                                 "Publish", "Subscribe", "Subscribe"));
+  // The present values once more behind the subscriptions, so that no sample falls between. TYPE is published as well
+  // as RESULT.
+  EXPECT_THAT(calls, ElementsAre("CORBA_Type", "CORBA_Type", "DDS_Value", "DDS_Value", "Get", "Get", "Get", "Get",
+                                 "Publish", "Publish", "Subscribe", "Subscribe"));
 }
 
 TEST_F(Factory, ObjectsOfOneKindHaveDistinctItemsAndTopics) {

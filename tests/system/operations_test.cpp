@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Each operation with real processes: from a reading's sample over the topic manager to the published RESULT.
 #include <gmock/gmock.h>
 
@@ -58,7 +59,8 @@ TEST_F(Operations, AUnitMismatchLeavesResultAtItsLastGoodValueAndIsToldOnce) {
   EXPECT_THAT(NumbersOf(results.WaitFor(1)), ElementsAre(1));
   EXPECT_EQ(engine_.Out(), output_before) << "the mismatch passes there without a line";
   const std::string lines = engine_.Error();
-  const std::string told = "math object 0 over TESTBENCH/1/FIRST, TESTBENCH/1/SECOND refused 1 sample: UnitDimensionNotProper\n";
+  const std::string told =
+      "math object 0 over TESTBENCH/1/FIRST, TESTBENCH/1/SECOND refused 1 sample: UnitDimensionNotProper\n";
   const auto at = lines.find(told);
   ASSERT_NE(at, std::string::npos) << lines;
   EXPECT_EQ(lines.find(told, at + 1), std::string::npos) << "once for the first of a kind";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Peers that go: a client, an input's process, the topic manager. The engine lives on.
 #include <gmock/gmock.h>
 
@@ -26,7 +27,8 @@ Corvanta::EngineReadingBase_ptr FirstItemOf(Corvanta::ORB_wrapper& orb, const st
     if (engine_name != name.in()) continue;
     Corvanta::ItemSeq_var items = registration->Items();
     for (CORBA::ULong i = 0; i < items->length(); ++i) {
-      if (std::string(items[i].type_name) == "BasicTrace") return Corvanta::EngineReadingBase::_duplicate(items[i].reference);
+      if (std::string(items[i].type_name) == "BasicTrace")
+        return Corvanta::EngineReadingBase::_duplicate(items[i].reference);
     }
   }
   return Corvanta::EngineReadingBase::_nil();
@@ -56,14 +58,16 @@ TEST_F(Peers, AKilledInputProcessIsNotedOnceAndItsReturnBringsTheSamplesBack) {
   Corvanta::MathFactory::Math_var average = Create(Average, inputs);
   probe.Signal(SIGKILL);
   probe.WaitForExit();
-  ASSERT_TRUE(WaitUntil([&] { return CountLines(engine_.Error(), "engine PROBE/1, which supplies inputs, is away: ") == 1; }))
-      << engine_.Error();
+  ASSERT_TRUE(WaitUntil([&] {
+    return CountLines(engine_.Error(), "engine PROBE/1, which supplies inputs, is away: ") == 1;
+  })) << engine_.Error();
   EXPECT_GT(TraceResult(peak).samples.length(), 0u);
 
   Watcher<BT_DATA> results(ResultTopic(peak));
   platform_.StartEngine("probe");
-  EXPECT_TRUE(WaitUntil([&] { return CountLines(engine_.Error(), "engine PROBE/1, which supplies inputs, is back\n") == 1; }))
-      << engine_.Error();
+  EXPECT_TRUE(WaitUntil([&] {
+    return CountLines(engine_.Error(), "engine PROBE/1, which supplies inputs, is back\n") == 1;
+  })) << engine_.Error();
   EXPECT_FALSE(results.WaitFor(1).empty()) << "the new process publishes on the same topics";
   EXPECT_EQ(CountLines(engine_.Error(), "\n"), 2u) << engine_.Error();
 }
@@ -83,8 +87,9 @@ TEST_F(Peers, AnEngineIsWatchedNoLongerThanAMathObjectNeedsIt) {
     process->Signal(SIGKILL);
     process->WaitForExit();
   }
-  EXPECT_TRUE(WaitUntil([&] { return CountLines(engine_.Error(), "engine SIM/1, which supplies inputs, is away: ") == 1; }))
-      << engine_.Error();
+  EXPECT_TRUE(WaitUntil([&] {
+    return CountLines(engine_.Error(), "engine SIM/1, which supplies inputs, is away: ") == 1;
+  })) << engine_.Error();
   EXPECT_EQ(CountLines(engine_.Error(), "PROBE/1"), 0u) << engine_.Error();
 }
 

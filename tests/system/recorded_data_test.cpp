@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Recorded measurements through the running engine, against figures computed with NumPy from the same files.
 #include <gmock/gmock.h>
 

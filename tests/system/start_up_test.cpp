@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The engine's start and end as its host and the rack see them.
 #include <gmock/gmock.h>
 
@@ -21,10 +22,11 @@ std::vector<std::string> LinesOf(const std::string& text) {
 TEST(StartUp, WithHardwareEnumerationTheHandshakeLinesComeInOrder) {
   IsolatedPlatform platform;
   Process& engine = platform.StartEngine("math_factory_hh");
-  EXPECT_THAT(LinesOf(engine.Out()),
-              ElementsAre("Lumenar::MathInit createEngine", "MathInit::Start resolving hw inteface",
-                          "MathInit Before asking for progress ptr - ", "MathInit After getting progress ptr",
-                          "MathInit Calling the hw enum_engine with progress - 100", "Lumenar::MathInit createEngine done"));
+  EXPECT_THAT(
+      LinesOf(engine.Out()),
+      ElementsAre("Lumenar::MathInit createEngine", "MathInit::Start resolving hw inteface",
+                  "MathInit Before asking for progress ptr - ", "MathInit After getting progress ptr",
+                  "MathInit Calling the hw enum_engine with progress - 100", "Lumenar::MathInit createEngine done"));
   EXPECT_TRUE(WaitUntil([&] {
     return platform.HwEnumeration().Out().find("math_factory.engine") != std::string::npos;
   })) << platform.HwEnumeration().Out();
@@ -35,10 +37,11 @@ TEST(StartUp, WithoutHardwareEnumerationTheEngineStartsAllTheSame) {
   options.hw_enumeration = false;
   IsolatedPlatform platform(options);
   Process& engine = platform.StartEngine("math_factory_hh");
-  EXPECT_THAT(LinesOf(engine.Out()),
-              ElementsAre("Lumenar::MathInit createEngine", "MathInit::Start resolving hw inteface",
-                          "Math engine : Hw enum interface narrow failed.",
-                          "Math engine : Hw enum interface hwenum_ptr is null.", "Lumenar::MathInit createEngine done"));
+  EXPECT_THAT(
+      LinesOf(engine.Out()),
+      ElementsAre("Lumenar::MathInit createEngine", "MathInit::Start resolving hw inteface",
+                  "Math engine : Hw enum interface narrow failed.",
+                  "Math engine : Hw enum interface hwenum_ptr is null.", "Lumenar::MathInit createEngine done"));
 }
 
 struct SignalRow {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The worked examples of docs/numbers.md through a live engine: the input reads 10 dBm, then 7 dBm.
 #include <limits>
 

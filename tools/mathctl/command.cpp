@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tools/mathctl/command.h"
 
 #include <fmt/format.h>
@@ -48,9 +49,9 @@ void DefineOptions(CLI::App& app, Options& options) {
 void DefineVerbs(CLI::App& app, Command& command) {
   app.require_subcommand(1);
   app.fallthrough();
-  for (const auto define : {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineGet,
-                            DefineWatch, DefinePlot, DefineSet, DefineReset, DefineDelete, DefineSubscriptions,
-                            DefineDoctor}) {
+  for (const auto define :
+       {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineGet, DefineWatch, DefinePlot,
+        DefineSet, DefineReset, DefineDelete, DefineSubscriptions, DefineDoctor}) {
     define(app, command);
   }
 }

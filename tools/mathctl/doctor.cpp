@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -94,10 +95,11 @@ Finding MathEngine(const Session& session) {
     const auto refuses = [](const Client::MathStatus& object) { return object.refused > 0; };
     const auto refusing = std::count_if(objects.begin(), objects.end(), refuses);
     if (refusing == 0) return;
-    const auto most = std::max_element(objects.begin(), objects.end(), [](const auto& a, const auto& b) { return a.refused < b.refused; });
+    const auto most = std::max_element(objects.begin(), objects.end(),
+                                       [](const auto& a, const auto& b) { return a.refused < b.refused; });
     finding.notable = true;
-    finding.text += fmt::format(", {} of them refused samples, most of all math:{}: {}, the last for {}", refusing, most->id,
-                                most->refused, Client::Printable(most->last_reason));
+    finding.text += fmt::format(", {} of them refused samples, most of all math:{}: {}, the last for {}", refusing,
+                                most->id, most->refused, Client::Printable(most->last_reason));
   });
 }
 
@@ -121,9 +123,11 @@ void Write(const std::vector<Finding>& findings, bool json) {
   std::vector<Row> rows;
   for (const Finding& finding : findings) {
     if (json) {
-      WriteOut(OneLine(
-          {{"part", finding.part}, {"address", finding.address}, {"well", finding.well}, {"notable", finding.notable},
-           {"text", finding.text}}));
+      WriteOut(OneLine({{"part", finding.part},
+                        {"address", finding.address},
+                        {"well", finding.well},
+                        {"notable", finding.notable},
+                        {"text", finding.text}}));
     }
     rows.push_back({StateOf(finding), finding.part, finding.address, finding.text});
   }

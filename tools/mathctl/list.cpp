@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
 
 #include <memory>
@@ -77,9 +78,8 @@ void DefineList(CLI::App& app, Command& command) {
   const auto options = std::make_shared<ListOptions>();
   auto* verb = app.add_subcommand("list", "The live math objects: inputs, results, and samples that they refused");
   verb->add_flag("--values", options->values, "Also the present result of each, by a call to each");
-  verb->callback([options, &command] {
-    command.run = [options](const Session& session) { ListObjects(session, *options); };
-  });
+  verb->callback(
+      [options, &command] { command.run = [options](const Session& session) { ListObjects(session, *options); }; });
 }
 
 }  // namespace Lumenar::Mathctl

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <csignal>
 
 #include "platform/orb/local_arguments.h"
@@ -6,7 +7,8 @@
 LUMENAR_LOCAL_ARGUMENTS("mathctl")
 
 int main(int argc, char** argv) {
-  std::signal(SIGPIPE, SIG_IGN);  // a reader that went away, or a file that may not grow, shows as a line that was not written
+  std::signal(SIGPIPE,
+              SIG_IGN);  // a reader that went away, or a file that may not grow, shows as a line that was not written
   std::signal(SIGXFSZ, SIG_IGN);
   Lumenar::Mathctl::Command command;
   int exit_code = 0;

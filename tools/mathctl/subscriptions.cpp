@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
 
 #include <nlohmann/json.hpp>
@@ -13,8 +14,7 @@ namespace {
 
 Corvanta::SubscriptionStatusSeq_var Ask(const Session& session) {
   const auto manager = session.connection.TopicManager();
-  return Client::Remote("topic manager",
-                        [&] { return Corvanta::SubscriptionStatusSeq_var(manager->Subscriptions()); });
+  return Client::Remote("topic manager", [&] { return Corvanta::SubscriptionStatusSeq_var(manager->Subscriptions()); });
 }
 
 void ShowSubscriptions(const Session& session) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/components/attributes/EngineAttribEnum_i.h"
 
 #include "platform/components/attributes/AttribServant.h"
@@ -38,7 +39,8 @@ class Servant : public AttribServant<POA_Corvanta::EngineAttribEnum, int, CORBA:
 }  // namespace
 
 EngineAttribEnum_i::EngineAttribEnum_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
-                                       int initial, Callback callback, const std::vector<EngineAttribEnumParamElem>& elements)
+                                       int initial, Callback callback,
+                                       const std::vector<EngineAttribEnumParamElem>& elements)
     : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial, std::move(callback),
                     elements) {}
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <boost/function.hpp>
@@ -21,8 +22,8 @@ struct EngineAttribEnumParamElem {
 
 /// An attribute whose value is one of some named numbers.
 ///
-/// Any number is accepted from a client, also one without a name. Set calls the callback, which is what stores (and publishes)
-/// by assignment; an empty callback means that the value is stored directly. No lock is held meanwhile.
+/// Any number is accepted from a client, also one without a name. Set calls the callback, which is what stores (and
+/// publishes) by assignment; an empty callback means that the value is stored directly. No lock is held meanwhile.
 class EngineAttribEnum_i : public ServedReading<int, EngineAttribEnum> {
  public:
   using Callback = boost::function<void(const int&)>;

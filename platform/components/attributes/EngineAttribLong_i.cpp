@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/components/attributes/EngineAttribLong_i.h"
 
 #include "platform/components/attributes/AttribServant.h"
@@ -34,6 +35,7 @@ class Servant : public AttribServant<POA_Corvanta::EngineAttribLong, int, CORBA:
 
 EngineAttribLong_i::EngineAttribLong_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
                                        int initial, Callback callback, const EngineAttribLongParams& limits)
-    : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial, std::move(callback), limits) {}
+    : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial, std::move(callback),
+                    limits) {}
 
 }  // namespace Corvanta

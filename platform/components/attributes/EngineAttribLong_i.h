@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <boost/function.hpp>
@@ -16,8 +17,9 @@ struct EngineAttribLongParams {
 
 /// An attribute whose value is a whole number within limits.
 ///
-/// A client's Set outside the limits is refused with LimitsExceeded. Within them it calls the callback, which is what stores
-/// (and publishes) by assignment; an empty callback means that the value is stored directly. No lock is held meanwhile.
+/// A client's Set outside the limits is refused with LimitsExceeded. Within them it calls the callback, which is what
+/// stores (and publishes) by assignment; an empty callback means that the value is stored directly. No lock is held
+/// meanwhile.
 class EngineAttribLong_i : public ServedReading<int, EngineAttribLong> {
  public:
   using Callback = boost::function<void(const int&)>;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/components/attributes/EngineAttribValueDouble_i.h"
 
 #include "platform/components/attributes/AttribServant.h"
@@ -34,7 +35,9 @@ class Servant : public AttribServant<POA_Corvanta::EngineAttribValueDouble, VALU
 }  // namespace
 
 EngineAttribValueDouble_i::EngineAttribValueDouble_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
-                                                     const char* name, const VALUE_DOUBLE::VALUE& initial, Callback callback)
-    : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial, std::move(callback)) {}
+                                                     const char* name, const VALUE_DOUBLE::VALUE& initial,
+                                                     Callback callback)
+    : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial,
+                    std::move(callback)) {}
 
 }  // namespace Corvanta

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <boost/function.hpp>
@@ -9,9 +10,9 @@ namespace Corvanta {
 
 /// An attribute whose value is a number with units and an error band.
 ///
-/// A client's Set with malformed units is refused with BAD_PARAM; NaN and infinity are values like others. Set calls the
-/// callback, which is what stores (and publishes) by assignment; an empty callback means that the value is stored directly. No
-/// lock is held meanwhile.
+/// A client's Set with malformed units is refused with BAD_PARAM; NaN and infinity are values like others. Set calls
+/// the callback, which is what stores (and publishes) by assignment; an empty callback means that the value is stored
+/// directly. No lock is held meanwhile.
 class EngineAttribValueDouble_i : public ServedReading<VALUE_DOUBLE::VALUE, EngineAttribValueDouble> {
  public:
   using Callback = boost::function<void(const VALUE_DOUBLE::VALUE&)>;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/components/attributes/EngineAttribVoid_i.h"
 
 #include <utility>
@@ -28,6 +29,7 @@ class Servant : public ReadingServant<POA_Corvanta::EngineAttribVoid> {
 
 EngineAttribVoid_i::EngineAttribVoid_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
                                        Callback callback)
-    : EngineReadingBase_i(namer, name), servant_(registration, new Servant(ItemInfo(*this, kKind), std::move(callback))) {}
+    : EngineReadingBase_i(namer, name),
+      servant_(registration, new Servant(ItemInfo(*this, kKind), std::move(callback))) {}
 
 }  // namespace Corvanta

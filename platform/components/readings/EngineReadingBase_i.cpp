@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/components/readings/EngineReadingBase_i.h"
 
 namespace Lumenar {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string>
@@ -10,8 +11,8 @@ namespace Lumenar {
 /// What every reading and attribute has: its item name and its topic, both fixed at construction.
 ///
 /// Readings are owned by value by their engine code; the servant that the ORB calls is a counted inner part, so that a
-/// request in flight never meets freed memory. An owner's end closes the servant, takes it out of the registration and of
-/// the POA, and never waits; a request that comes later gets OBJECT_NOT_EXIST.
+/// request in flight never meets freed memory. An owner's end closes the servant, takes it out of the registration and
+/// of the POA, and never waits; a request that comes later gets OBJECT_NOT_EXIST.
 class EngineReadingBase_i : private Counted<EngineReadingBase_i> {
  public:
   static constexpr const char* kClassName = "EngineReadingBase_i";

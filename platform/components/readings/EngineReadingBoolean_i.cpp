@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/components/readings/EngineReadingBoolean_i.h"
 
 #include "Topics/FillVal.h"
@@ -11,8 +12,8 @@ using Servant = ValueServant<POA_Corvanta::EngineReadingBoolean, bool, CORBA::Bo
 
 }  // namespace
 
-EngineReadingBoolean_i::EngineReadingBoolean_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
-                                               bool initial)
+EngineReadingBoolean_i::EngineReadingBoolean_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
+                                               const char* name, bool initial)
     : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial) {}
 
 template <>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "EngineReading.hh"
@@ -9,8 +10,7 @@ namespace Corvanta {
 class EngineReadingBoolean_i : public ServedReading<bool, EngineReadingBoolean> {
  public:
   /// Errors   CORBA system exceptions.
-  EngineReadingBoolean_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
-                         bool initial);
+  EngineReadingBoolean_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name, bool initial);
 
   /// Stores and publishes.
   EngineReadingBoolean_i& operator=(bool value) {

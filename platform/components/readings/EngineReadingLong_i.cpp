@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/components/readings/EngineReadingLong_i.h"
 
 #include "Topics/FillVal.h"
@@ -11,8 +12,8 @@ using Servant = ValueServant<POA_Corvanta::EngineReadingLong, int, CORBA::Long>;
 
 }  // namespace
 
-EngineReadingLong_i::EngineReadingLong_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
-                                         int initial)
+EngineReadingLong_i::EngineReadingLong_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
+                                         const char* name, int initial)
     : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial) {}
 
 template <>

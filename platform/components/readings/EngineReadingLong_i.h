@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "EngineReading.hh"
@@ -9,8 +10,7 @@ namespace Corvanta {
 class EngineReadingLong_i : public ServedReading<int, EngineReadingLong> {
  public:
   /// Errors   CORBA system exceptions.
-  EngineReadingLong_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
-                      int initial);
+  EngineReadingLong_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name, int initial);
 
   /// Stores and publishes.
   EngineReadingLong_i& operator=(int value) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/components/readings/EngineReadingValueDouble_i.h"
 
 #include "Topics/FillVal.h"
@@ -11,8 +12,8 @@ using Servant = ValueServant<POA_Corvanta::EngineReadingValueDouble, VALUE_DOUBL
 
 }  // namespace
 
-EngineReadingValueDouble_i::EngineReadingValueDouble_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
-                                                       const VALUE_DOUBLE::VALUE& initial)
+EngineReadingValueDouble_i::EngineReadingValueDouble_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
+                                                       const char* name, const VALUE_DOUBLE::VALUE& initial)
     : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial) {}
 
 template <>

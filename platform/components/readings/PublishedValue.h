@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <atomic>
@@ -25,11 +26,11 @@ class PublishedValue : public Lumenar::HeldPublication, public boost::enable_sha
 
   const std::string& Topic() const noexcept { return publisher_.Topic(); }
 
-  /// Stores and publishes. A record as long as the last one is copied into the buffer that is there; one that the caller gives
-  /// up is not copied, and comes back with the buffer of the last one (ExchangeRecord).
+  /// Stores and publishes. A record as long as the last one is copied into the buffer that is there; one that the
+  /// caller gives up is not copied, and comes back with the buffer of the last one (ExchangeRecord).
   ///
-  /// The lock on the order is held over the publication, a remote call that the time limit of calls bounds: publications come
-  /// in the order of the assignments, and each assignment is published.
+  /// The lock on the order is held over the publication, a remote call that the time limit of calls bounds:
+  /// publications come in the order of the assignments, and each assignment is published.
   void Assign(const T& record) {
     Store([&]() REQUIRES(value_mutex_) { Lumenar::CopyRecord(value_, record); });
   }
@@ -94,7 +95,7 @@ class PublishedValue : public Lumenar::HeldPublication, public boost::enable_sha
 
   Lumenar::Mutex order_;
   mutable Lumenar::Mutex value_mutex_;  // a leaf, taken inside order_
-  DDS_Publisher<T> publisher_;  // called under order_
+  DDS_Publisher<T> publisher_;          // called under order_
   T value_ GUARDED_BY(value_mutex_);
   bool held_ GUARDED_BY(order_) = false;
   const boost::shared_ptr<Lumenar::HoldReadings> hold_;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <boost/shared_ptr.hpp>
@@ -37,7 +38,8 @@ class CountedReadingServant : private Lumenar::Counted<CountedReadingServant> {
   static constexpr const char* kClassName = "ReadingServant";
 };
 
-/// The counted part of a reading or attribute, which the ORB calls: what all kinds have in common. Skeleton is the kind's.
+/// The counted part of a reading or attribute, which the ORB calls: what all kinds have in common. Skeleton is the
+/// kind's.
 template <class Skeleton>
 class ReadingServant : public Skeleton, public ClosableServant, private CountedReadingServant {
  public:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <atomic>
@@ -12,7 +13,8 @@ namespace Corvanta {
 template <class Interface>
 class RegisteredServant {
  public:
-  /// Takes over the reference that `new` gave; everything else of the item is set by now, since requests may come at once.
+  /// Takes over the reference that `new` gave; everything else of the item is set by now, since requests may come at
+  /// once.
   /// Errors   CORBA system exceptions; the servant is released then.
   template <class Servant>
   RegisteredServant(Lumenar::GUI_AbleRegistration& registration, Servant* servant)

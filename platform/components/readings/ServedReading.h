@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <utility>
@@ -40,7 +41,8 @@ class ServedReading : public EngineReadingTemplate<T> {
   /// Creates the servant, a Servant, from what all have in common and `more`.
   /// Errors   CORBA system exceptions.
   template <class Servant, class... More>
-  ServedReading(std::in_place_type_t<Servant>, const Place& place, const ItemKind& kind, const T& initial, More&&... more)
+  ServedReading(std::in_place_type_t<Servant>, const Place& place, const ItemKind& kind, const T& initial,
+                More&&... more)
       : EngineReadingTemplate<T>(place.namer, place.name, initial),
         type_name_(kind.type_name),
         servant_(place.registration, new Servant(ItemInfo(*this, kind), this->value_, std::forward<More>(more)...)) {}

@@ -1,5 +1,6 @@
-// How often a trace is copied on its way from a reading through topic manager and engine to a subscriber, counted in the
-// processes themselves. docs/architecture.md says where and why.
+// SPDX-License-Identifier: Apache-2.0
+// How often a trace is copied on its way from a reading through topic manager and engine to a subscriber, counted in
+// the processes themselves. docs/architecture.md says where and why.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>

@@ -1,5 +1,6 @@
-// A library to be preloaded: counts the large blocks that a process allocates with new and copies with memcpy or memmove, in a
-// file that others can read meanwhile.
+// SPDX-License-Identifier: Apache-2.0
+// A library to be preloaded: counts the large blocks that a process allocates with new and copies with memcpy or
+// memmove, in a file that others can read meanwhile.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Memory of many math objects that were deleted goes back to the system.
 #include <unistd.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A platform whose processes talk through Unix-domain sockets.
 #include <sys/stat.h>
 
@@ -86,7 +87,8 @@ TEST_F(UnixAlone, OperationsWorkThroughSocketsOfTheirOwnerAlone) {
   }
 }
 
-/// The engine's subscriptions stand in the manager's state file with the engine's socket; the manager itself is at a new one.
+/// The engine's subscriptions stand in the manager's state file with the engine's socket; the manager itself is at a
+/// new one.
 TEST_F(UnixAlone, AKilledTopicManagerIsFoundAgainAndItsSocketIsRemoved) {
   Corvanta::MathFactory::Math_var math = Create(Subtract, Inputs(first_, second_));
   const pid_t killed = platform_.TopicManager().Pid();
@@ -127,10 +129,10 @@ class UnixAndTcp : private SocketDirectory, public EngineFixture {
     std::ifstream table("/proc/net/unix");
     int connections = 0;
     for (std::string line; std::getline(table, line);)
-      if (line.find(sockets_.string()) != std::string::npos && line.find(kConnected) != std::string::npos) ++connections;
+      if (line.find(sockets_.string()) != std::string::npos && line.find(kConnected) != std::string::npos)
+        ++connections;
     return connections;
   }
-
 };
 
 TEST_F(UnixAndTcp, NeighboursUseTheSocketsWhileAClientUsesTcp) {
@@ -163,7 +165,8 @@ TEST(UnixEndpoints, AProgramRefusesADirectoryThatOthersCanWriteTo) {
   const auto manager = platform.Start("topic_manager", {}, {{"LUMENAR_TRANSPORT_CONF", file.string()}});
 
   EXPECT_EQ(manager->WaitForExit(), 1);
-  EXPECT_EQ(manager->Error(), "topic_manager: " + file.string() + ":1: orb.endpoint: giop:unix:" + open.string() + "/: " + open.string() +
+  EXPECT_EQ(manager->Error(), "topic_manager: " + file.string() + ":1: orb.endpoint: giop:unix:" + open.string() +
+                                  "/: " + open.string() +
                                   " can be written by others: it must be its owner's alone (chmod 700)\n");
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Common_Math/src/DecibelOperand.h"
 
 #include <gtest/gtest.h>
@@ -17,15 +18,20 @@ const std::vector<Value::Units>& AllUnits() {
   static const std::vector<Value::Units> units = [] {
     Value::Units squared = Value::Make_unit(Value::U_Watt, 2, -3, true);  // drifts with each round
     return std::vector<Value::Units>{Value::C_Watts, Value::Make_unit(Value::U_Watt, 1, -3, true),
-                                     Value::Make_unit(Value::U_Volt, 1, 0, true), squared,
-                                     Value::Units{true, 0, {}}};
+                                     Value::Make_unit(Value::U_Volt, 1, 0, true), squared, Value::Units{true, 0, {}}};
   }();
   return units;
 }
 
 std::vector<float> Levels(std::minstd_rand& random, std::size_t points) {
-  constexpr float kOdd[] = {0.0f, -0.0f, 1e-40f, -250.0f, 250.0f, std::numeric_limits<float>::infinity(),
-                            -std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN()};
+  constexpr float kOdd[] = {0.0f,
+                            -0.0f,
+                            1e-40f,
+                            -250.0f,
+                            250.0f,
+                            std::numeric_limits<float>::infinity(),
+                            -std::numeric_limits<float>::infinity(),
+                            std::numeric_limits<float>::quiet_NaN()};
   std::uniform_real_distribution<float> level(-120.0f, 30.0f);
   std::vector<float> samples(points);
   for (float& sample : samples) sample = random() % 16 == 0 ? kOdd[random() % std::size(kOdd)] : level(random);

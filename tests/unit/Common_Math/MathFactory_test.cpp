@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The factory: selector, registry, refusals, kinds of inputs, ids.
 #include <gmock/gmock.h>
 
@@ -239,9 +240,9 @@ TEST_F(FactoryTest, AFailedCreationThatGotAsFarAsTheObjectUsesUpItsNumber) {
 TEST_F(FactoryTest, UnitsThatCannotBeReadAreRefusedInWords) {
   const auto unknown = static_cast<Value::Units_list>(31);
   const Value::Units unreadable[] = {
-      {false, 0, {{{}, {Value::U_Watt, 1}}}},                             // a gap
-      Value::Make_unit(unknown),                                          // a number that names no unit
-      {false, 0, {{{Value::U_Volt, 0x7fffffff}, {Value::U_Volt, 1}}}},    // exponents beyond 32 bits
+      {false, 0, {{{}, {Value::U_Watt, 1}}}},                           // a gap
+      Value::Make_unit(unknown),                                        // a number that names no unit
+      {false, 0, {{{Value::U_Volt, 0x7fffffff}, {Value::U_Volt, 1}}}},  // exponents beyond 32 bits
   };
   for (const Value::Units& units : unreadable) {
     TraceInput trace(namer_, registration_, TraceOf({1, 2, 3}, units));

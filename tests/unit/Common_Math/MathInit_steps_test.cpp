@@ -1,5 +1,6 @@
-// The steps of the start, one by one: the engine's calls to its ORB wrapper pass through the functions below (see --wrap in the
-// CMake file), which keep what they are given and answer as a test wants.
+// SPDX-License-Identifier: Apache-2.0
+// The steps of the start, one by one: the engine's calls to its ORB wrapper pass through the functions below (see
+// --wrap in the CMake file), which keep what they are given and answer as a test wants.
 #include <gmock/gmock.h>
 
 #include <boost/lexical_cast.hpp>
@@ -82,8 +83,10 @@ class FakeProgress : public POA_Corvanta::Progress_Interface {
 class FakeEnumeration : public POA_Corvanta::HwEnumerate_Able {
  public:
   explicit FakeEnumeration(FakeProgress& progress) : progress_(progress) {}
-  Corvanta::Progress_Interface_ptr GetProgressInterface(const char* engine, CORBA::Long instance, CORBA::Long slot) override {
-    steps->taken.push_back("announced " + std::string(engine) + " " + std::to_string(instance) + " " + std::to_string(slot));
+  Corvanta::Progress_Interface_ptr GetProgressInterface(const char* engine, CORBA::Long instance,
+                                                        CORBA::Long slot) override {
+    steps->taken.push_back("announced " + std::string(engine) + " " + std::to_string(instance) + " " +
+                           std::to_string(slot));
     return progress_._this();
   }
   Corvanta::EngineProgressSeq* Engines() override { return new Corvanta::EngineProgressSeq; }
@@ -120,8 +123,8 @@ class Start : public testing::Test {
 TEST_F(Start, TakesItsStepsInOrderTheChildBeforeTheProgressAndTellsItsOwnInstance) {
   steps_.instance = "7";
   MathInit init;
-  EXPECT_THAT(steps_.taken, ElementsAre("children", "instance of GUI_ABLE", "look-up", "announced math_factory.engine 7 0",
-                                        "progress 100"));
+  EXPECT_THAT(steps_.taken, ElementsAre("children", "instance of GUI_ABLE", "look-up",
+                                        "announced math_factory.engine 7 0", "progress 100"));
 }
 
 TEST_F(Start, PublishesTheFactoryAsTheOneChildWithAnEmptyName) {
@@ -140,7 +143,8 @@ TEST_F(Start, AnInstanceThatIsNoDecimalIntegerEndsIt) {
       EXPECT_STREQ(error.what(), "bad lexical cast: source type value could not be interpreted as target");
     }
   }
-  EXPECT_THAT(steps_.taken, testing::Not(testing::Contains("look-up"))) << "nobody is told of an engine that does not start";
+  EXPECT_THAT(steps_.taken, testing::Not(testing::Contains("look-up")))
+      << "nobody is told of an engine that does not start";
 }
 
 TEST_F(Start, AProgressThatIsRefusedEndsIt) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The start-up object in the test's process: handshake, progress, teardown.
 #include <gmock/gmock.h>
 
@@ -130,7 +131,8 @@ TEST_F(StartUp, ANameWhoseProcessIsGoneOrHangsIsNoHardwareEnumeration) {
     init.InitHwInterface(1);
     init.PushHwProgress(100.0);
     EXPECT_EQ(written_.Take(), std::string(kResolving) + kNarrowFailed + kIsNull) << fault;
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2)) << "the short limit, not that of all calls";
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2))
+        << "the short limit, not that of all calls";
   }
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The typed values: built from references and records, lists of samples, diagnostic lines, arithmetic.
 #include <gmock/gmock.h>
 
@@ -171,7 +172,8 @@ TEST_F(TraceValue, AssigningItsOwnRecordChangesNothingAndLeavesTheListAsItIs) {
 
 TEST_F(TraceValue, ASumOfOneSampleIsNotConvertedOnceMore) {
   std::vector<float> numbers;
-  for (int i = 1; i < 400; ++i) numbers.push_back(static_cast<float>(i) / 8);  // four of them change by way of watts and back
+  for (int i = 1; i < 400; ++i)
+    numbers.push_back(static_cast<float>(i) / 8);  // four of them change by way of watts and back
   const MathTrace trace = Updated(numbers, kmW);
   for (int i = 0; i < 399; ++i) EXPECT_EQ(trace.CumulativeAdd(i, i).Get_value(), double(numbers[i])) << i;
 }

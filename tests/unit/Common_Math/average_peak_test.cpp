@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Average and Peak as objects: history, SIZE, RESET, FULL, the held peak.
 #include <gmock/gmock.h>
 
@@ -145,7 +146,8 @@ TEST_F(AverageAndPeak, TheirItemsBearTheirNames) {
   EXPECT_EQ(NameOf(items->AttrFull()), "FULL");
   EXPECT_EQ(NameOf(items->AttrResult()), "RESULT");
   const Math_var peak = Create(Peak, {scalar_});
-  EXPECT_EQ(NameOf(Corvanta::MathFactory::Peak_var(Corvanta::MathFactory::Peak::_narrow(peak))->AttrReset()), "RESET.2");
+  EXPECT_EQ(NameOf(Corvanta::MathFactory::Peak_var(Corvanta::MathFactory::Peak::_narrow(peak))->AttrReset()),
+            "RESET.2");
 }
 
 TEST_F(AverageAndPeak, SizeIsRefusedOutsideOneToNinetyNine) {

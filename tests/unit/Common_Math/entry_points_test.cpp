@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The entry points with a start-up object that fails as the test wants.
 #include <gtest/gtest.h>
 

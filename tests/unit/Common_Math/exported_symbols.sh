@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # An engine library exports its entry points and nothing else. Usage: exported_symbols.sh LIBRARY
 set -euo pipefail
 exported=$(nm -D --defined-only "$1" | awk '{ print $3 }' | sort | xargs)

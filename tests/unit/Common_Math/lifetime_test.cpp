@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Creation, deletion, deliveries and attribute calls in any interleaving.
 #include <gtest/gtest.h>
 

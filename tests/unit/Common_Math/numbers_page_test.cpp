@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 // The examples of docs/numbers.md, read from the page and computed by the operations. Each is a line of its own:
 //
 //     OPERATION  inputs  ->  results      # words for the reader
 //
-// Inputs of Subtract and RelativeSubtract are two values, those of CumulativeAdd are "TRACE from START to STOP", those of Average
-// and Peak are samples, among them SIZE n and RESET. Results are RESULT after each sample and each RESET; "nothing" where none is
-// published. A value is "10 dBm", a trace "[10 7] dBm", a value with its errors "6 (-1 +1) W". What is written with decimals is right
-// to half a unit of the last of them.
+// Inputs of Subtract and RelativeSubtract are two values, those of CumulativeAdd are "TRACE from START to STOP", those
+// of Average and Peak are samples, among them SIZE n and RESET. Results are RESULT after each sample and each RESET;
+// "nothing" where none is published. A value is "10 dBm", a trace "[10 7] dBm", a value with its errors "6 (-1 +1) W".
+// What is written with decimals is right to half a unit of the last of them.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -58,7 +59,8 @@ WrittenNumber NumberOf(const std::string& text) {
   const std::string unsigned_text = text.substr(text.find_first_not_of('+'));
   WrittenNumber written;
   const char* const end = unsigned_text.data() + unsigned_text.size();
-  if (std::from_chars(unsigned_text.data(), end, written.number).ptr != end) throw std::invalid_argument("no number: " + text);
+  if (std::from_chars(unsigned_text.data(), end, written.number).ptr != end)
+    throw std::invalid_argument("no number: " + text);
   const std::size_t point = text.find('.');
   written.tolerance = point == std::string::npos ? 1e-5 * std::max(1.0, std::abs(written.number))
                                                  : 0.501 * std::pow(10.0, -double(text.size() - point - 1));
@@ -134,7 +136,8 @@ class NumbersPage : public OperationFixture {
       traces ? RunSamples<TraceInput, BT_DATA>(operation, inputs, results)
              : RunSamples<ScalarInput, Scalar>(operation, inputs, results);
     } else {
-      traces ? RunPair<TraceInput, BT_DATA>(operation, inputs, results) : RunPair<ScalarInput, Scalar>(operation, inputs, results);
+      traces ? RunPair<TraceInput, BT_DATA>(operation, inputs, results)
+             : RunPair<ScalarInput, Scalar>(operation, inputs, results);
     }
   }
 

@@ -1,5 +1,6 @@
-// One digest of the kernels' results, whatever instructions compute them: every path that this processor can choose while
-// it runs, builds for one path alone (see the CMakeLists), and other processors.
+// SPDX-License-Identifier: Apache-2.0
+// One digest of the kernels' results, whatever instructions compute them: every path that this processor can choose
+// while it runs, builds for one path alone (see the CMakeLists), and other processors.
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -19,8 +20,8 @@ namespace {
 
 using Value::Detail::Kernel_path;
 
-/// FNV-1a over the results' bits, with the upper half of the sum mixed into the lower, since a product carries differences upwards
-/// only. Every NaN counts as one: which of them an addition gives depends on the processor.
+/// FNV-1a over the results' bits, with the upper half of the sum mixed into the lower, since a product carries
+/// differences upwards only. Every NaN counts as one: which of them an addition gives depends on the processor.
 class Digest {
  public:
   void Add(const std::vector<float>& numbers) {
@@ -53,8 +54,8 @@ constexpr float kSpecial[] = {0.0f,
                               std::numeric_limits<float>::quiet_NaN()};
 constexpr std::size_t kSpecials = std::size(kSpecial);
 
-/// Floats of every magnitude, denormals, infinities and NaN among them, and each kSpecial so many times in a row. Beside each
-/// other, a 1 and a kSpecials bring all pairs of them together, at every place in a vector.
+/// Floats of every magnitude, denormals, infinities and NaN among them, and each kSpecial so many times in a row.
+/// Beside each other, a 1 and a kSpecials bring all pairs of them together, at every place in a vector.
 std::vector<float> AnyFloats(std::uint32_t seed, std::size_t in_a_row = 1) {
   constexpr std::size_t kCount = 200001;
   std::vector<float> floats(kCount);
@@ -62,7 +63,9 @@ std::vector<float> AnyFloats(std::uint32_t seed, std::size_t in_a_row = 1) {
   for (std::size_t i = 0; i < kCount; ++i) {
     state = state * 1664525 + 1013904223;
     const std::uint32_t bits = state >> 5 ^ state << 27;
-    const float any = std::bit_cast<float>(state % 11 == 0 ? bits & 0x807fffffu : state % 13 == 0 ? bits | 0x7f800000u : bits);
+    const float any = std::bit_cast<float>(state % 11 == 0   ? bits & 0x807fffffu
+                                           : state % 13 == 0 ? bits | 0x7f800000u
+                                                             : bits);
     floats[i] = i % 7 == 3 ? kSpecial[i / 7 / in_a_row % kSpecials] : any;
   }
   return floats;
@@ -77,8 +80,8 @@ void AddDecibels(Digest& digest, Kernel_path path) {
     Value::Detail::Decibel_to_linear(path, in.data(), out.data(), in.size(), k);
     digest.Add(out);
   }
-  // Where all samples of a block have an estimate: a NaN among them, and all are converted one by one. Levels as they are
-  // measured, since few of AnyFloats have a finite power, and positive normal numbers, with many a 1.
+  // Where all samples of a block have an estimate: a NaN among them, and all are converted one by one. Levels as they
+  // are measured, since few of AnyFloats have a finite power, and positive normal numbers, with many a 1.
   std::vector<float> levels(in.size());
   std::vector<float> positive(in.size());
   for (std::size_t i = 0; i < in.size(); ++i) {
@@ -130,7 +133,8 @@ void AddTraces(Digest& digest) {
     AddTrace(digest, [&](float* values, std::size_t count) { Kernels::Divide(values, number, count); });
   }
   std::vector<float> levels(other.size());
-  for (std::size_t i = 0; i < levels.size(); ++i) levels[i] = std::isfinite(other[i]) ? std::fmod(other[i], 1e6f) : 1.0f;
+  for (std::size_t i = 0; i < levels.size(); ++i)
+    levels[i] = std::isfinite(other[i]) ? std::fmod(other[i], 1e6f) : 1.0f;
   for (std::size_t i = 0; i < 67; ++i) digest.Add({Kernels::SumInOrder(0.1f, levels.data() + i, levels.size() - i)});
 }
 

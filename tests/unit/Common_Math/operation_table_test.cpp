@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Operation x kind x form of each input. The expected numbers come from a calculation with 40 digits, not from the
 // engine.
 #include <gtest/gtest.h>

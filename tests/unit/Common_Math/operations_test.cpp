@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The operations as objects: present values, samples, restored inputs, published results.
 #include <gmock/gmock.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // In which order an operation asks its inputs, and ends what it holds.
 #include <gmock/gmock.h>
 

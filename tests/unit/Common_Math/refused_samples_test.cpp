@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Samples that a math object refuses: counted, with the last reason, and said.
 #include <gmock/gmock.h>
 
@@ -29,11 +30,14 @@ class RefusedSamplesTest : public testing::Test {
 };
 
 TEST_F(RefusedSamplesTest, AFixedLineThatRepeatsIsToldOnceAMinuteWithObjectInputsAndCount) {
-  for (int second = 0; second < 130; ++second) refused_.Count("traces of different lengths", true, start_ + seconds(second));
-  EXPECT_THAT(lines_,
-              ElementsAre("math object 7 over SIM/1/TRACE, PROBE/1/WAKEUP refused 1 sample: traces of different lengths",
-                          "math object 7 over SIM/1/TRACE, PROBE/1/WAKEUP refused 60 more samples: traces of different lengths",
-                          "math object 7 over SIM/1/TRACE, PROBE/1/WAKEUP refused 60 more samples: traces of different lengths"));
+  for (int second = 0; second < 130; ++second)
+    refused_.Count("traces of different lengths", true, start_ + seconds(second));
+  EXPECT_THAT(
+      lines_,
+      ElementsAre(
+          "math object 7 over SIM/1/TRACE, PROBE/1/WAKEUP refused 1 sample: traces of different lengths",
+          "math object 7 over SIM/1/TRACE, PROBE/1/WAKEUP refused 60 more samples: traces of different lengths",
+          "math object 7 over SIM/1/TRACE, PROBE/1/WAKEUP refused 60 more samples: traces of different lengths"));
   EXPECT_EQ(refused_.Status().refused, 130u);
 }
 
@@ -42,7 +46,8 @@ TEST_F(RefusedSamplesTest, WithoutAFixedLineTheFirstOfEachReasonIsSaidAndNothing
     refused_.Count("UnitDimensionNotSame", false, start_ + std::chrono::minutes(minute));
     refused_.Count("no memory", false, start_ + std::chrono::minutes(minute));
   }
-  EXPECT_THAT(lines_, ElementsAre(EndsWith("refused 1 sample: UnitDimensionNotSame"), EndsWith("refused 1 sample: no memory")));
+  EXPECT_THAT(lines_,
+              ElementsAre(EndsWith("refused 1 sample: UnitDimensionNotSame"), EndsWith("refused 1 sample: no memory")));
   EXPECT_EQ(refused_.Status().refused, 10u);
   EXPECT_STREQ(refused_.Status().last_reason, "no memory");
 }
@@ -64,8 +69,7 @@ TEST_F(RefusedSamplesTest, ASampleIsCountedOnceWhateverIsSaidOfIt) {
     } catch (...) {
       refused_.CountException();
     }
-  } catch (...) {
-  }
+  } catch (...) {}
   RefusedSamples::NoteFixedLine("nobody's");
   EXPECT_EQ(refused_.Status().refused, 1u);
   EXPECT_STREQ(refused_.Status().last_reason, "traces of different lengths");
@@ -86,8 +90,7 @@ class RefusalTest : public OperationFixture {
     try {
       Deliver(input, record);
     } catch (const CORBA::Exception&) {
-    } catch (const std::exception&) {
-    }
+    } catch (const std::exception&) {}
   }
 };
 
@@ -140,7 +143,8 @@ TEST_F(RefusalTest, AFixedLineCountsTheSampleOfWhichItIsSaid) {
   written_.Take();
   for (int i = 0; i < 4; ++i) Deliver(trace_, TraceOf({1, 2}));
   EXPECT_EQ(RefusalsOf(math), Refusals(4, "traces of different lengths"));
-  const std::string line = "Common_Math/src/MathValueBasicTrace:DoValueEqualOp Error: traces are different sizes! 1, 2\n";
+  const std::string line =
+      "Common_Math/src/MathValueBasicTrace:DoValueEqualOp Error: traces are different sizes! 1, 2\n";
   EXPECT_EQ(written_.Take(), line + line + line + line) << "the fixed line stays, one a sample";
 
   const Math_var sum = Create(CumulativeAdd, {trace_, start_, stop_});

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Random traces, random operations in sequence: the engine's traces against the per-sample judge, bit for bit.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <exception>
@@ -13,7 +14,8 @@
 #include "tests/unit/Common_Math/per_sample_judge.h"
 #include "tests/unit/Common_Math/trace_samples.h"
 
-// Everything that can be done to a trace, as steps of one template: for the engine's traces and for the per-sample judge.
+// Everything that can be done to a trace, as steps of one template: for the engine's traces and for the per-sample
+// judge.
 namespace Lumenar::Test {
 
 inline Value::Units InDecibels(Value::Units units) {

@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Topics/DDS_Subscriber.h"
 
-#include <boost/scoped_ptr.hpp>
 #include <gmock/gmock.h>
+#include <boost/scoped_ptr.hpp>
 
 #include <stdexcept>
 #include <thread>
@@ -79,7 +80,8 @@ TEST_F(DDS_SubscriberTest, DestructionUnsubscribesOnceWithTheHandle) {
 
   subscriber.reset();
 
-  EXPECT_THAT(Manager().Unsubscribed(), ElementsAre(FakeTopicManager::Subscription{kTopic, FakeTopicManager::kFirstHandle}));
+  EXPECT_THAT(Manager().Unsubscribed(),
+              ElementsAre(FakeTopicManager::Subscription{kTopic, FakeTopicManager::kFirstHandle}));
   EXPECT_EQ(LiveInstances("DDS_Subscriber"), 0);
   EXPECT_EQ(LiveInstances("SubscriberServant"), 0);
 }
@@ -151,8 +153,9 @@ void ExpectUnfitLines(FakeTopicManager& manager, const std::string& record_name)
   Corvanta::CallCallback(reference, Corvanta::ViewOf(true));
   const std::string out = testing::internal::GetCapturedStdout();
 
-  const std::string lines = "void Corvanta::DDS_Subscriber<T>::DDS_Callback(const CORBA::Any&) [with T = " + record_name +
-                            "] error filling message \ntopic is PROBE/1/WAKEUP\n";
+  const std::string lines =
+      "void Corvanta::DDS_Subscriber<T>::DDS_Callback(const CORBA::Any&) [with T = " + record_name +
+      "] error filling message \ntopic is PROBE/1/WAKEUP\n";
   EXPECT_EQ(out, lines + lines);
   EXPECT_FALSE(called);
 }
@@ -308,7 +311,8 @@ TEST_F(GroupTest, TracesAreWholeForEach) {
   DDS_Subscriber<BT_DATA> one(kTopic, add), two(kTopic, add), three(kTopic, add);
   const Corvanta::SampleRecord trace = TraceOf({1, 2});
   const Corvanta::DDS_GroupSub_var group = Corvanta::DDS_GroupSub::_narrow(Manager().Subscriber(one.GetId()));
-  EXPECT_THAT(Corvanta::CallGroup(group, {{Corvanta::ViewOf(trace), {one.GetId(), two.GetId(), three.GetId()}}}), IsEmpty());
+  EXPECT_THAT(Corvanta::CallGroup(group, {{Corvanta::ViewOf(trace), {one.GetId(), two.GetId(), three.GetId()}}}),
+              IsEmpty());
   EXPECT_THAT(sums, ElementsAre(3, 3, 3));
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/unit/Topics/FakeTopicManager.h"
 
 namespace Lumenar::Test {
@@ -62,11 +63,13 @@ unsigned FakeTopicManager::PublicationsBegun() const {
   return begun_;
 }
 
-void FakeTopicManager::Publish(const CORBA::Any& sample, const char* topic) { Take(Corvanta::RecordFromAny(sample), topic); }
+void FakeTopicManager::Publish(const CORBA::Any& sample, const char* topic) {
+  Take(Corvanta::RecordFromAny(sample), topic);
+}
 
 CORBA::Boolean FakeTopicManager::_dispatch(omniCallHandle& handle) {
-  return Corvanta::DispatchPublish(handle, this,
-                                   [this](Corvanta::SampleRecord&& record, const char* topic) { Take(record, topic); }) ||
+  return Corvanta::DispatchPublish(
+             handle, this, [this](Corvanta::SampleRecord&& record, const char* topic) { Take(record, topic); }) ||
          POA_Corvanta::DDS_Manager::_dispatch(handle);
 }
 

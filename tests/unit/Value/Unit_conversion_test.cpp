@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Value/Unit_conversion.h"
 
 #include "Value/conversion_table.h"
@@ -41,9 +42,20 @@ class UnitConversion : public testing::Test {
  protected:
   static std::vector<T> Numbers() {
     using Limits = std::numeric_limits<T>;
-    std::vector<T> numbers = {T(0),          T(-0.0),         T(1),          T(-1),           T(0.1),
-                              T(273.15),     T(-40),          T(100),        Limits::max(),   Limits::min(),
-                              Limits::denorm_min(), Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN()};
+    std::vector<T> numbers = {T(0),
+                              T(-0.0),
+                              T(1),
+                              T(-1),
+                              T(0.1),
+                              T(273.15),
+                              T(-40),
+                              T(100),
+                              Limits::max(),
+                              Limits::min(),
+                              Limits::denorm_min(),
+                              Limits::infinity(),
+                              -Limits::infinity(),
+                              Limits::quiet_NaN()};
     while (numbers.size() < 67) {
       numbers.push_back(T(numbers.size()) * T(0.37) - T(9));
     }
@@ -117,44 +129,44 @@ TEST(UnitConversionFloat, ToOnesOwnScaledUnitRoundsTwiceAndSoIsNoIdentity) {
 
 /// Numbers of every kind: random bits, so that each class of float is among them.
 std::vector<float> Floats(std::size_t count) {
-  std::vector<float> floats{0.0f, -0.0f, std::numeric_limits<float>::infinity(), std::numeric_limits<float>::denorm_min(),
-                            std::numeric_limits<float>::max()};
+  std::vector<float> floats{0.0f, -0.0f, std::numeric_limits<float>::infinity(),
+                            std::numeric_limits<float>::denorm_min(), std::numeric_limits<float>::max()};
   std::uint32_t bits = 1;
   while (floats.size() < count) floats.push_back(std::bit_cast<float>(bits = bits * 1664525u + 1013904223u));
   return floats;
 }
 
 TEST(Scale, RoundsEachProductOnEveryPathAtEveryLengthAndPlace) {
-  constexpr Detail::Kernel_path kPaths[] = {Detail::Kernel_path::baseline, Detail::Kernel_path::avx2, Detail::Kernel_path::avx512};
+  constexpr Detail::Kernel_path kPaths[] = {Detail::Kernel_path::baseline, Detail::Kernel_path::avx2,
+                                            Detail::Kernel_path::avx512};
   const std::vector<float> in = Floats(4096);
-  const auto expect_scaled = [&](Detail::Kernel_path path, std::size_t begin, std::size_t count, double first, double second) {
+  const auto expect_scaled = [&](Detail::Kernel_path path, std::size_t begin, std::size_t count, double first,
+                                 double second) {
     std::vector<float> out(count);
     Detail::Scale(path, in.data() + begin, out.data(), count, first, second);
     for (std::size_t i = 0; i < count; ++i) {
       const auto once = static_cast<float>(static_cast<double>(in[begin + i]) * first);
       const auto twice = static_cast<float>(static_cast<double>(once) * second);
-      ASSERT_TRUE(std::bit_cast<std::uint32_t>(out[i]) == std::bit_cast<std::uint32_t>(twice) || (out[i] != out[i] && twice != twice))
+      ASSERT_TRUE(std::bit_cast<std::uint32_t>(out[i]) == std::bit_cast<std::uint32_t>(twice) ||
+                  (out[i] != out[i] && twice != twice))
           << "path " << static_cast<int>(path) << " number " << begin + i;
     }
   };
   for (const Detail::Kernel_path path : kPaths) {
     if (!Detail::Is_available(path)) continue;
     for (std::size_t length = 0; length < 68; ++length) expect_scaled(path, length % 9, length, 1e-3, 1e3);
-    for (const double factor : {1.0, 1e-3, 1e3, 1e-30, 1e40}) expect_scaled(path, 1, in.size() - 1, factor, 1.0 / factor);
+    for (const double factor : {1.0, 1e-3, 1e3, 1e-30, 1e40})
+      expect_scaled(path, 1, in.size() - 1, factor, 1.0 / factor);
   }
 }
 
 TEST(ConversionTable, HasItsNineRowsInTheirOrder) {
   using Float = Value_object<float>;
   const Units_conversion<float> expected[] = {
-      {C_Volt2PerOhms, C_Watts, Float::Power_conversion},
-      {C_VoltAmps, C_Watts, Float::Power_conversion},
-      {C_Amps2Ohms, C_Watts, Float::Power_conversion},
-      {C_DgreeC, C_DgreeF, Float::Convert_degreeC_to_degreeF},
-      {C_DgreeF, C_DgreeC, Float::Convert_degreeF_to_degreeC},
-      {C_DgreeC, C_Kelvin, Float::Convert_degreeC_to_kelvin},
-      {C_DgreeF, C_Kelvin, Float::Convert_degreeF_to_kelvin},
-      {C_Kelvin, C_DgreeC, Float::Convert_kelvin_to_degreeC},
+      {C_Volt2PerOhms, C_Watts, Float::Power_conversion},      {C_VoltAmps, C_Watts, Float::Power_conversion},
+      {C_Amps2Ohms, C_Watts, Float::Power_conversion},         {C_DgreeC, C_DgreeF, Float::Convert_degreeC_to_degreeF},
+      {C_DgreeF, C_DgreeC, Float::Convert_degreeF_to_degreeC}, {C_DgreeC, C_Kelvin, Float::Convert_degreeC_to_kelvin},
+      {C_DgreeF, C_Kelvin, Float::Convert_degreeF_to_kelvin},  {C_Kelvin, C_DgreeC, Float::Convert_kelvin_to_degreeC},
       {C_Kelvin, C_DgreeF, Float::Convert_kelvin_to_degreeF},
   };
   const std::vector<Units_conversion<float>>& rows = Units_conv<float>::Unit_conv_vect;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Value/Value_object.h"
 
 #include "tests/unit/Value/value_checks.h"
@@ -212,7 +213,8 @@ TEST(ValueObjectDouble, ASourceInDecibelsIsMadeLinearByItsOwnUnit) {
   const Value_object<double> level(10, In_dB(C_Amps2Ohms), 0, 0);  // k is 2: 20 A^2*ohm
   EXPECT_DOUBLE_EQ(level.Convert_to(C_Watts).Get_value(), 20);
   EXPECT_DOUBLE_EQ(level.Convert_to(In_dB(C_Watts)).Get_value(), 10 * std::log10(20.0));
-  EXPECT_DOUBLE_EQ(Value_object<double>(10, In_dB(C_Volt2PerOhms), 0, 0).Convert_to(C_Watts).Get_value(), -20) << "k is -2";
+  EXPECT_DOUBLE_EQ(Value_object<double>(10, In_dB(C_Volt2PerOhms), 0, 0).Convert_to(C_Watts).Get_value(), -20)
+      << "k is -2";
 }
 
 TYPED_TEST(ValueObject, NormalizeLeavesLinearValuesAlone) {
@@ -291,7 +293,8 @@ TEST(ValueObjectDouble, TheLargestPowerOfTenIsANumber) {
   const Units largest = Make_unit(U_Watt, 1, 308);
   EXPECT_DOUBLE_EQ(Value_object<double>(1e-300, largest, 0, 0).Convert_to(C_Watts).Get_value(), 1e8);
   const Units beyond = Make_unit(U_Watt, 1, 309);
-  EXPECT_EQ(Value_object<double>(1e-300, beyond, 0, 0).Convert_to(C_Watts).Get_value(), std::numeric_limits<double>::infinity());
+  EXPECT_EQ(Value_object<double>(1e-300, beyond, 0, 0).Convert_to(C_Watts).Get_value(),
+            std::numeric_limits<double>::infinity());
 }
 
 TEST(ValueObjectDouble, TheSameUnitInEveryRespectChangesNothing) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Value/decibel_kernels.h"
 
 #include <gtest/gtest.h>
@@ -51,10 +52,10 @@ struct Direction {
 
 std::ostream& operator<<(std::ostream& out, const Direction& direction) { return out << direction.name; }
 
-constexpr Direction kTo_decibel{"linear to dB", Detail::Linear_to_decibel, Linear_to_decibel, Linear_to_decibel,
-                                Reference::Linear_to_decibel, Reference::Linear_to_decibel};
-constexpr Direction kTo_linear{"dB to linear", Detail::Decibel_to_linear, Decibel_to_linear, Decibel_to_linear,
-                               Reference::Decibel_to_linear, Reference::Decibel_to_linear};
+constexpr Direction kTo_decibel{"linear to dB",    Detail::Linear_to_decibel,    Linear_to_decibel,
+                                Linear_to_decibel, Reference::Linear_to_decibel, Reference::Linear_to_decibel};
+constexpr Direction kTo_linear{"dB to linear",    Detail::Decibel_to_linear,    Decibel_to_linear,
+                               Decibel_to_linear, Reference::Decibel_to_linear, Reference::Decibel_to_linear};
 
 std::vector<Kernel_path> Available_paths() {
   std::vector<Kernel_path> paths;
@@ -89,13 +90,14 @@ std::vector<float> Mixed_numbers(std::size_t count) {
 /// Long double has 64 bits of precision on this processor; elsewhere MPFR judges alone, which takes its time.
 constexpr bool kJudge_is_fast = std::numeric_limits<long double>::digits == 64;
 
-/// Floats in the order of their bits: a coarse sample of all, dense around the ends of the parts within which the order of
-/// numbers is kept, and dense where runs of equal results are long and short.
+/// Floats in the order of their bits: a coarse sample of all, dense around the ends of the parts within which the order
+/// of numbers is kept, and dense where runs of equal results are long and short.
 std::vector<float> Ascending_floats() {
   std::vector<std::uint32_t> all;
   for (std::uint64_t bits = 0; bits <= 0xffffffffU; bits += 16777259) all.push_back(static_cast<std::uint32_t>(bits));
-  for (const std::uint32_t first : {0x00000000u, 0x30ffff80u, 0x3f7fff80u, 0x411fff80u, 0x43c08000u, 0x7cffff80u, 0x7f7fff80u,
-                                    0x7fffff80u, 0xb0ffff80u, 0xc11fff80u, 0xc3e0ff80u, 0xff7fff80u, 0xffffff00u}) {
+  for (const std::uint32_t first :
+       {0x00000000u, 0x30ffff80u, 0x3f7fff80u, 0x411fff80u, 0x43c08000u, 0x7cffff80u, 0x7f7fff80u, 0x7fffff80u,
+        0xb0ffff80u, 0xc11fff80u, 0xc3e0ff80u, 0xff7fff80u, 0xffffff00u}) {
     for (std::uint32_t i = 0; i < 256; ++i) all.push_back(first + i);
   }
   std::ranges::sort(all);
@@ -137,9 +139,27 @@ TEST_P(BothDirections, EveryFactorIsCorrectlyRoundedOnEveryPath) {
   const std::vector<float> in = Sample_of_all_floats(kJudge_is_fast ? 262145 : 4194305);
   std::vector<float> expected(in.size());
   std::vector<float> out(in.size());
-  for (const double k :
-       {-4.0, -3.0, -2.0, -1.0, 0.0, 2.0, 3.0, 4.0, 0.37, 1 / 3.0, 1e-30, 1e-41, 1e60, 1e61, 1e-61, 1e300, -1e-320,
-        1.7e308, -1.7e308, static_cast<double>(kInf), static_cast<double>(kNan)}) {
+  for (const double k : {-4.0,
+                         -3.0,
+                         -2.0,
+                         -1.0,
+                         0.0,
+                         2.0,
+                         3.0,
+                         4.0,
+                         0.37,
+                         1 / 3.0,
+                         1e-30,
+                         1e-41,
+                         1e60,
+                         1e61,
+                         1e-61,
+                         1e300,
+                         -1e-320,
+                         1.7e308,
+                         -1.7e308,
+                         static_cast<double>(kInf),
+                         static_cast<double>(kNan)}) {
     Reference::Tally tally;
     std::ranges::transform(in, expected.begin(), [&](float x) { return GetParam().judge(x, k, tally); });
     for (const Kernel_path path : Available_paths()) {
@@ -201,10 +221,9 @@ TEST_P(BothDirections, TheDigestOfASampleIsTheSameOnEveryProcessor) {
   EXPECT_EQ(digest, expected) << std::hex << digest;
 }
 
-INSTANTIATE_TEST_SUITE_P(Kernels, BothDirections, testing::Values(kTo_decibel, kTo_linear),
-                         [](const auto& direction) {
-                           return std::string(direction.index == 0 ? "ToDecibel" : "ToLinear");
-                         });
+INSTANTIATE_TEST_SUITE_P(Kernels, BothDirections, testing::Values(kTo_decibel, kTo_linear), [](const auto& direction) {
+  return std::string(direction.index == 0 ? "ToDecibel" : "ToLinear");
+});
 
 struct Row {
   const char* why;
@@ -313,16 +332,16 @@ TEST(Log10CorrectlyRounded, AgreesWithTheJudgeAroundEveryPowerOfTwoAndTen) {
 }
 
 /// The bits of all floats whose result (k = 1) comes within 2^-50, relatively, of the middle between two floats: the
-/// work of the double-double arithmetic. For one of the first, 0x0efeee7a, the double logarithm rounds to the wrong float.
+/// work of the double-double arithmetic. For one of the first, 0x0efeee7a, the double logarithm rounds to the wrong
+/// float.
 constexpr std::uint32_t kHardest_logarithms[] = {
-    0x0225f259, 0x058ecd6a, 0x0a4d4ce8, 0x0ab667dd, 0x0e10c607, 0x0efeee7a, 0x10b88aec, 0x120b93dc,
-    0x1266ada7, 0x13ae78d3, 0x13b57a47, 0x15964dc5, 0x1944e975, 0x1eac122f, 0x262ca79a, 0x2846c871,
-    0x2b1b73f9, 0x2bb4e779, 0x2f149212, 0x33b5ebfc, 0x356366fb, 0x427a28e9, 0x43079cce, 0x45bdedc8,
-    0x499271d9, 0x4dff4ddc, 0x56f8c876, 0x5d610fe9, 0x5f3315a3, 0x604df02c, 0x610567e4, 0x62a6c1dd,
-    0x6307980c, 0x63bf4495, 0x63ce2f36, 0x64a97e0f, 0x65716a23, 0x65903d25, 0x6a581bf5, 0x6f592c3c,
-    0x711016a5, 0x73cb20d6, 0x7f6362e7};
-constexpr std::uint32_t kHardest_powers[] = {
-    0x368249cd, 0x375d7d67, 0x431e6f9c, 0xb4d0761c, 0xb982e720, 0xbc575ce4, 0xbc75f7f3, 0xc0cbcaa7, 0xc0cbcaa8};
+    0x0225f259, 0x058ecd6a, 0x0a4d4ce8, 0x0ab667dd, 0x0e10c607, 0x0efeee7a, 0x10b88aec, 0x120b93dc, 0x1266ada7,
+    0x13ae78d3, 0x13b57a47, 0x15964dc5, 0x1944e975, 0x1eac122f, 0x262ca79a, 0x2846c871, 0x2b1b73f9, 0x2bb4e779,
+    0x2f149212, 0x33b5ebfc, 0x356366fb, 0x427a28e9, 0x43079cce, 0x45bdedc8, 0x499271d9, 0x4dff4ddc, 0x56f8c876,
+    0x5d610fe9, 0x5f3315a3, 0x604df02c, 0x610567e4, 0x62a6c1dd, 0x6307980c, 0x63bf4495, 0x63ce2f36, 0x64a97e0f,
+    0x65716a23, 0x65903d25, 0x6a581bf5, 0x6f592c3c, 0x711016a5, 0x73cb20d6, 0x7f6362e7};
+constexpr std::uint32_t kHardest_powers[] = {0x368249cd, 0x375d7d67, 0x431e6f9c, 0xb4d0761c, 0xb982e720,
+                                             0xbc575ce4, 0xbc75f7f3, 0xc0cbcaa7, 0xc0cbcaa8};
 
 TEST(HardestInputs, LogarithmsAgreeWithTheJudge) {
   for (const std::uint32_t bits : kHardest_logarithms) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A client's subscriptions against a platform of real processes.
 #include "client/Subscription.h"
 
@@ -65,7 +66,8 @@ TEST_F(SubscriptionTest, CountsWhatItsReaderWasTooSlowFor) {
   Subscription subscription(connection);
   subscription.Add(type);
   auto& manager = Corvanta::DdsBaseAccess::Instance();
-  for (int number = 0; number < kQueued + kMore; ++number) manager.Publish(type.topic.c_str(), Corvanta::ViewOf(number));
+  for (int number = 0; number < kQueued + kMore; ++number)
+    manager.Publish(type.topic.c_str(), Corvanta::ViewOf(number));
   ASSERT_TRUE(WaitUntil([&] { return subscription.Lost() >= kMore; })) << subscription.Lost();
   const auto oldest = subscription.Next(std::chrono::seconds(10));
   ASSERT_TRUE(oldest);

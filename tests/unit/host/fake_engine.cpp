@@ -1,5 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
 // An engine without an ORB, for tests of the host: it writes a line for each call. FAKE_ENGINE says how it behaves:
-// "fails" does not start; "waits" waits for a signal in joinEngine, "waits_early" in createEngine; else it runs and ends.
+// "fails" does not start; "waits" waits for a signal in joinEngine, "waits_early" in createEngine; else it runs and
+// ends.
 #include <chrono>
 #include <cstdlib>
 #include <string>

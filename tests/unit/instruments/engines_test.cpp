@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The instruments as engines: each in its host, on a platform of its own.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

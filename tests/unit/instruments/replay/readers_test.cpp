@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -263,8 +264,7 @@ TEST(ReadRecording, DamagedTextsAreReadOrRefused) {
     try {
       const RecordedFile file = ReadRecording(name, text);
       EXPECT_FALSE(file.recordings.empty() || file.recordings[0].sweeps.empty()) << text;
-    } catch (const FormatError&) {
-    }
+    } catch (const FormatError&) {}
   };
   for (const auto& test : cases) {
     for (std::size_t length = 0; length <= test.text.size(); ++length) try_it(test.name, test.text.substr(0, length));

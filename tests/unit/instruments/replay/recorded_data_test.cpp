@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Figures of recorded data, as NumPy computes them from the same files.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

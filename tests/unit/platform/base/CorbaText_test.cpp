@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/base/CorbaText.h"
 
 #include <gtest/gtest.h>
@@ -15,9 +16,7 @@ TEST(CorbaText, NamesTheExceptionTheReasonAndTheCompletion) {
   EXPECT_EQ(CorbaText(maybe), "UNKNOWN (minor 0x4d, perhaps completed)");
 }
 
-TEST(CorbaText, AUserExceptionIsItsName) {
-  EXPECT_EQ(CorbaText(CORBA::ORB::InvalidName()), "InvalidName");
-}
+TEST(CorbaText, AUserExceptionIsItsName) { EXPECT_EQ(CorbaText(CORBA::ORB::InvalidName()), "InvalidName"); }
 
 }  // namespace
 }  // namespace Lumenar

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/base/Mutex.h"
 
 #include <gtest/gtest.h>
@@ -52,8 +53,7 @@ TEST(Condition, AWaitWithALimitEndsByItself) {
   Condition condition;
   Lock lock(mutex);
   const auto start = std::chrono::steady_clock::now();
-  while (condition.WaitFor(mutex, std::chrono::milliseconds(20))) {
-  }
+  while (condition.WaitFor(mutex, std::chrono::milliseconds(20))) {}
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(19));
 }
 
@@ -63,8 +63,7 @@ TEST(Condition, AWaitOverTheEndOfASecondIsNotShorter) {
   Condition condition;
   Lock lock(mutex);
   const auto start = std::chrono::steady_clock::now();
-  while (condition.WaitFor(mutex, kLong)) {
-  }
+  while (condition.WaitFor(mutex, kLong)) {}
   EXPECT_GE(std::chrono::steady_clock::now() - start, kLong);
 }
 

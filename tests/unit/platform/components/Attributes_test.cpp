@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <gmock/gmock.h>
 
 #include <boost/scoped_ptr.hpp>
@@ -31,9 +32,14 @@ TEST_F(AttributesTest, LongTakesWhatLiesWithinItsLimits) {
     CORBA::Long set;
     bool accepted;
   };
-  const Row rows[] = {{1, true},    {99, true},   {50, true},
-                      {0, false},   {100, false}, {-1, false},
-                      {std::numeric_limits<CORBA::Long>::max(), false}, {std::numeric_limits<CORBA::Long>::min(), false}};
+  const Row rows[] = {{1, true},
+                      {99, true},
+                      {50, true},
+                      {0, false},
+                      {100, false},
+                      {-1, false},
+                      {std::numeric_limits<CORBA::Long>::max(), false},
+                      {std::numeric_limits<CORBA::Long>::min(), false}};
   std::vector<int> calls;
   boost::scoped_ptr<EngineAttribLong_i> size;
   size.reset(new EngineAttribLong_i(
@@ -78,7 +84,8 @@ TEST_F(AttributesTest, WithoutACallbackTheValueIsStoredDirectly) {
 }
 
 TEST_F(AttributesTest, ACallbackThatDoesNotStoreKeepsTheValue) {
-  EngineAttribLong_i size(namer_, registration_, "SIZE", 3, [](const int&) {}, kSizeLimits);
+  EngineAttribLong_i size(
+      namer_, registration_, "SIZE", 3, [](const int&) {}, kSizeLimits);
   EngineAttribLong_var reference = size._this();
   reference->Set(7);
   EXPECT_EQ(reference->Get(), 3);
@@ -162,7 +169,8 @@ TEST_F(AttributesTest, SayWhatTheyAre) {
   EngineAttribEnum_i b(namer_, registration_, "B", 0, EngineAttribEnum_i::Callback(), {});
   EngineAttribVoid_i c(namer_, registration_, "C", EngineAttribVoid_i::Callback());
   EngineAttribValueDouble_i d(namer_, registration_, "D", VALUE{}, EngineAttribValueDouble_i::Callback());
-  const std::pair<std::string, std::string> expected[] = {{"A", "long"}, {"B", "enum"}, {"C", "void"}, {"D", "ValueDouble"}};
+  const std::pair<std::string, std::string> expected[] = {
+      {"A", "long"}, {"B", "enum"}, {"C", "void"}, {"D", "ValueDouble"}};
 
   const auto entries = registration_.Entries();
   ASSERT_EQ(entries.size(), 4U);
@@ -189,7 +197,8 @@ TEST_F(AttributesTest, WhatTheCallbackThrowsReachesTheClient) {
 TEST_F(AttributesTest, AClosedAttributeIsGoneForClients) {
   int calls = 0;
   EngineAttribVoid_i reset(namer_, registration_, "RESET", [&] { ++calls; });
-  EngineAttribLong_i size(namer_, registration_, "SIZE", 1, [&](const int&) { ++calls; }, kSizeLimits);
+  EngineAttribLong_i size(
+      namer_, registration_, "SIZE", 1, [&](const int&) { ++calls; }, kSizeLimits);
   EngineAttribVoid_var reset_reference = reset._this();
   EngineAttribLong_var size_reference = size._this();
   reset.Close();

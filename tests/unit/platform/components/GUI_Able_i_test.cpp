@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/components/GUI_Able_i.h"
 
 #include <gmock/gmock.h>

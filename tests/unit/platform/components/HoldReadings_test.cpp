@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/components/HoldReadings.h"
 
-#include <boost/make_shared.hpp>
 #include <gmock/gmock.h>
+#include <boost/make_shared.hpp>
 
 #include <functional>
 #include <stdexcept>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/dds/SequenceWatch.h"
 
 #include <gtest/gtest.h>
@@ -17,9 +18,12 @@ TEST(SequenceWatch, TellsNewMissingAndRepeated) {
     std::uint64_t missing;
     const char* why;
   } steps[] = {
-      {kOne, 7, true, 0, "the first may be any"}, {kOne, 8, true, 0, "the next"},
-      {kOne, 8, false, 0, "again"},               {kOne, 3, false, 0, "late"},
-      {kOne, 12, true, 3, "9 to 11 are missing"}, {kTwo, 1, true, 0, "another publisher"},
+      {kOne, 7, true, 0, "the first may be any"},
+      {kOne, 8, true, 0, "the next"},
+      {kOne, 8, false, 0, "again"},
+      {kOne, 3, false, 0, "late"},
+      {kOne, 12, true, 3, "9 to 11 are missing"},
+      {kTwo, 1, true, 0, "another publisher"},
       {kOne, 13, true, 0, "goes on"},
   };
   for (const auto& step : steps) {

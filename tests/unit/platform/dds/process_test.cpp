@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Access to a topic manager that goes away, hangs and comes back.
 #include <gmock/gmock.h>
 
@@ -222,7 +223,8 @@ TEST_F(DdsAccess, AHungManagerCostsHalfTheTimeLimitOnce) {
     const auto before = Dds().LostSamples();
     Send(2);
     return Dds().LostSamples() == before;
-  })) << "found again by itself; lost " << Dds().LostSamples() - lost;
+  })) << "found again by itself; lost "
+      << Dds().LostSamples() - lost;
 }
 
 TEST_F(DdsAccess, AManagerThatHungIsFoundAgainWhileTheNamingServiceIsAway) {

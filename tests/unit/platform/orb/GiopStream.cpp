@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/unit/platform/orb/GiopStream.h"
 
 namespace Corvanta::Test {
@@ -16,7 +17,8 @@ void AlignBody(Wire& body, unsigned minor, bool anything) {
 std::string GiopStream::Message(MessageKind kind, const std::string& body, bool more, std::int64_t claimed) const {
   Wire wire(little_endian_);
   wire.Raw("GIOP").Octet(1).Octet(static_cast<std::uint8_t>(minor_));
-  wire.Octet(static_cast<std::uint8_t>((little_endian_ ? 1 : 0) | (more ? 2 : 0))).Octet(static_cast<std::uint8_t>(kind));
+  wire.Octet(static_cast<std::uint8_t>((little_endian_ ? 1 : 0) | (more ? 2 : 0)))
+      .Octet(static_cast<std::uint8_t>(kind));
   wire.Ulong(claimed < 0 ? static_cast<std::uint32_t>(body.size()) : static_cast<std::uint32_t>(claimed));
   return wire.Bytes() + body;
 }
@@ -51,7 +53,9 @@ std::string GiopStream::Fragment(std::uint32_t id, const std::string& bytes, boo
   return Message(MessageKind::Fragment, body.Raw(bytes).Bytes(), more);
 }
 
-std::string GiopStream::Cancel(std::uint32_t id) const { return Message(MessageKind::CancelRequest, Body().Ulong(id).Bytes()); }
+std::string GiopStream::Cancel(std::uint32_t id) const {
+  return Message(MessageKind::CancelRequest, Body().Ulong(id).Bytes());
+}
 
 std::string GiopStream::LocateRequest(std::uint32_t id) const {
   Wire body = Body();

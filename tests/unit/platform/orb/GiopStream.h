@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstdint>
@@ -16,9 +17,10 @@ class GiopStream {
   /// Any message: its header and these bytes. `claimed`: the size that the header says, if not theirs.
   std::string Message(MessageKind kind, const std::string& body, bool more = false, std::int64_t claimed = -1) const;
 
-  std::string Request(std::uint32_t id, const std::string& operation, const std::string& arguments = {}, bool more = false,
-                      bool answered = true) const;
-  std::string Reply(std::uint32_t id, const std::string& results = {}, bool more = false, std::uint32_t status = 0) const;
+  std::string Request(std::uint32_t id, const std::string& operation, const std::string& arguments = {},
+                      bool more = false, bool answered = true) const;
+  std::string Reply(std::uint32_t id, const std::string& results = {}, bool more = false,
+                    std::uint32_t status = 0) const;
   std::string Fragment(std::uint32_t id, const std::string& bytes, bool more) const;
   std::string Cancel(std::uint32_t id) const;
   std::string LocateRequest(std::uint32_t id) const;

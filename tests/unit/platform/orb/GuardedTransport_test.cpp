@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Clients that send nonsense to an endpoint of TCP and to one of this machine alone.
 #include <gtest/gtest.h>
 
@@ -26,7 +27,8 @@ class guarded_transport : public testing::TestWithParam<Endpoint> {
     directory_ = name;
     const std::string socket = (directory_ / "socket").string();
     const bool is_unix = GetParam() == Endpoint::Unix;
-    std::ofstream(directory_ / "transport.conf") << "orb.endpoint = " << (is_unix ? "giop:unix:" + socket : "giop:tcp:127.0.0.1:") << "\n";
+    std::ofstream(directory_ / "transport.conf")
+        << "orb.endpoint = " << (is_unix ? "giop:unix:" + socket : "giop:tcp:127.0.0.1:") << "\n";
     using Environment = std::map<std::string, std::string>;
     server_ = std::make_unique<Lumenar::Test::Process>(
         std::vector<std::string>{Lumenar::Test::BuiltProgram("any_guard_server").string()},
@@ -92,9 +94,8 @@ TEST_P(guarded_transport, FragmentsArePutTogether) {
   EXPECT_EQ(client.Call("GetId", Wire()), "ok");
 }
 
-INSTANTIATE_TEST_SUITE_P(over, guarded_transport, testing::Values(Endpoint::Tcp, Endpoint::Unix), [](const auto& test) {
-  return std::string(test.param == Endpoint::Tcp ? "Tcp" : "Unix");
-});
+INSTANTIATE_TEST_SUITE_P(over, guarded_transport, testing::Values(Endpoint::Tcp, Endpoint::Unix),
+                         [](const auto& test) { return std::string(test.param == Endpoint::Tcp ? "Tcp" : "Unix"); });
 
 }  // namespace
 }  // namespace Corvanta::Test

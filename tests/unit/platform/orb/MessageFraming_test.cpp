@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/MessageFraming.h"
 
 #include <gtest/gtest.h>
@@ -39,8 +40,8 @@ struct Outcome {
 };
 
 std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
-  return out << outcome.bytes.size() << " bytes, failure '" << outcome.failure << "', " << outcome.refused.size() << " refused, "
-             << outcome.parts << " parts";
+  return out << outcome.bytes.size() << " bytes, failure '" << outcome.failure << "', " << outcome.refused.size()
+             << " refused, " << outcome.parts << " parts";
 }
 
 struct Setting {
@@ -50,7 +51,8 @@ struct Setting {
   MessageLimit answers = MessageLimit::Plain;
 };
 
-/// Reads a stream through a framing as the ORB does. `cut`: the first read ends there at the latest; `step`: no read is longer.
+/// Reads a stream through a framing as the ORB does. `cut`: the first read ends there at the latest; `step`: no read is
+/// longer.
 Outcome Read(const std::string& stream, const Setting& setting, std::size_t cut = 0, std::size_t step = 1u << 20,
              std::size_t buffer_size = 8192) {
   Outcome outcome;
@@ -115,44 +117,90 @@ std::string Whole(const GiopStream& giop, unsigned minor, std::uint32_t id, cons
 template <unsigned minor>
 std::vector<Row> FragmentRows() {
   const auto first = [](const GiopStream& giop, std::uint32_t id) { return First(giop, minor, id); };
-  const auto whole = [](const GiopStream& giop, std::uint32_t id, const std::string& rest) { return Whole(giop, minor, id, rest); };
+  const auto whole = [](const GiopStream& giop, std::uint32_t id, const std::string& rest) {
+    return Whole(giop, minor, id, rest);
+  };
   return {
-      {"two fragments", [=](const GiopStream& g) { return first(g, 1) + g.Fragment(1, "rest", false); },
-       [=](const GiopStream& g) { return whole(g, 1, "rest"); }, "", Side::Served, {minor}},
+      {"two fragments",
+       [=](const GiopStream& g) { return first(g, 1) + g.Fragment(1, "rest", false); },
+       [=](const GiopStream& g) { return whole(g, 1, "rest"); },
+       "",
+       Side::Served,
+       {minor}},
       {"three, one of them empty",
        [=](const GiopStream& g) { return first(g, 1) + g.Fragment(1, kText, true) + g.Fragment(1, "", false); },
-       [=](const GiopStream& g) { return whole(g, 1, kText); }, "", Side::Served, {minor}},
-      {"then a whole message", [=](const GiopStream& g) { return first(g, 1) + g.Fragment(1, "rest", false) + g.Request(2, "op"); },
-       [=](const GiopStream& g) { return whole(g, 1, "rest") + g.Request(2, "op"); }, "", Side::Served, {minor}},
+       [=](const GiopStream& g) { return whole(g, 1, kText); },
+       "",
+       Side::Served,
+       {minor}},
+      {"then a whole message",
+       [=](const GiopStream& g) { return first(g, 1) + g.Fragment(1, "rest", false) + g.Request(2, "op"); },
+       [=](const GiopStream& g) { return whole(g, 1, "rest") + g.Request(2, "op"); },
+       "",
+       Side::Served,
+       {minor}},
       {"last fragment twice",
        [=](const GiopStream& g) { return first(g, 1) + g.Fragment(1, "rest", false) + g.Fragment(1, "rest", false); },
-       [=](const GiopStream& g) { return whole(g, 1, "rest"); }, "Fragment of no message", Side::Served, {minor}},
-      {"fragment of nobody", [=](const GiopStream& g) { return g.Fragment(7, "rest", false); },
-       [=](const GiopStream&) { return std::string(); }, "Fragment of no message", Side::Served, {minor}},
-      {"cancelled in the middle", [=](const GiopStream& g) { return first(g, 1) + g.Cancel(1) + g.Request(2, "op"); },
-       [=](const GiopStream& g) { return g.Request(2, "op"); }, "", Side::Served, {minor}},
-      {"another is cancelled", [=](const GiopStream& g) { return first(g, 1) + g.Cancel(2) + g.Fragment(1, "rest", false); },
-       [=](const GiopStream& g) { return whole(g, 1, "rest"); }, "", Side::Served, {minor}},
-      {"cancelled, and goes on", [=](const GiopStream& g) { return first(g, 1) + g.Cancel(1) + g.Fragment(1, "rest", false); },
-       [=](const GiopStream&) { return std::string(); }, "Fragment of no message", Side::Served, {minor}},
-      {"not aligned", [=](const GiopStream& g) { return g.Request(1, "op", Aligned(g, minor, 1, 15), true) + g.Fragment(1, "r", false); },
-       [=](const GiopStream&) { return std::string(); }, "not aligned", Side::Served, {minor}},
+       [=](const GiopStream& g) { return whole(g, 1, "rest"); },
+       "Fragment of no message",
+       Side::Served,
+       {minor}},
+      {"fragment of nobody",
+       [=](const GiopStream& g) { return g.Fragment(7, "rest", false); },
+       [=](const GiopStream&) { return std::string(); },
+       "Fragment of no message",
+       Side::Served,
+       {minor}},
+      {"cancelled in the middle",
+       [=](const GiopStream& g) { return first(g, 1) + g.Cancel(1) + g.Request(2, "op"); },
+       [=](const GiopStream& g) { return g.Request(2, "op"); },
+       "",
+       Side::Served,
+       {minor}},
+      {"another is cancelled",
+       [=](const GiopStream& g) { return first(g, 1) + g.Cancel(2) + g.Fragment(1, "rest", false); },
+       [=](const GiopStream& g) { return whole(g, 1, "rest"); },
+       "",
+       Side::Served,
+       {minor}},
+      {"cancelled, and goes on",
+       [=](const GiopStream& g) { return first(g, 1) + g.Cancel(1) + g.Fragment(1, "rest", false); },
+       [=](const GiopStream&) { return std::string(); },
+       "Fragment of no message",
+       Side::Served,
+       {minor}},
+      {"not aligned",
+       [=](const GiopStream& g) {
+         return g.Request(1, "op", Aligned(g, minor, 1, 15), true) + g.Fragment(1, "r", false);
+       },
+       [=](const GiopStream&) { return std::string(); },
+       "not aligned",
+       Side::Served,
+       {minor}},
       {"in another byte order",
-       [=](const GiopStream& g) { return first(g, 1) + GiopStream(minor, g.Close()[6] == 0).Fragment(1, "rest", false); },
-       [=](const GiopStream&) { return std::string(); }, "byte order", Side::Served, {minor}},
+       [=](const GiopStream& g) {
+         return first(g, 1) + GiopStream(minor, g.Close()[6] == 0).Fragment(1, "rest", false);
+       },
+       [=](const GiopStream&) { return std::string(); },
+       "byte order",
+       Side::Served,
+       {minor}},
   };
 }
 
 std::vector<Row> Rows() {
   std::vector<Row> rows{
       {"one request", [](const GiopStream& g) { return g.Request(1, "op", kText); }, {}},
-      {"several requests", [](const GiopStream& g) { return g.Request(1, "op") + g.Request(2, "op", kText) + g.Request(1, "op"); }, {}},
+      {"several requests",
+       [](const GiopStream& g) { return g.Request(1, "op") + g.Request(2, "op", kText) + g.Request(1, "op"); },
+       {}},
       {"locate request", [](const GiopStream& g) { return g.LocateRequest(3) + g.Request(4, "op"); }, {}},
       {"close", [](const GiopStream& g) { return g.Request(1, "op") + g.Close(); }, {}},
       {"what follows a close is dropped", [](const GiopStream& g) { return g.Close() + "anything"; },
        [](const GiopStream& g) { return g.Close(); }},
       {"message error", [](const GiopStream& g) { return g.Error(); }, {}},
-      {"cancel of anything", [](const GiopStream& g) { return g.Cancel(0xffffffff) + g.Request(1, "op") + g.Cancel(1) + g.Cancel(0); },
+      {"cancel of anything",
+       [](const GiopStream& g) { return g.Cancel(0xffffffff) + g.Request(1, "op") + g.Cancel(1) + g.Cancel(0); },
        [](const GiopStream& g) { return g.Request(1, "op"); }},
       {"cancel of another size", [](const GiopStream& g) { return g.Message(MessageKind::CancelRequest, "12345678"); },
        [](const GiopStream&) { return std::string(); }, "size"},
@@ -164,36 +212,60 @@ std::vector<Row> Rows() {
        [](const GiopStream& g) { return g.Request(1, "op"); }, "no message"},
       {"unknown kind", [](const GiopStream& g) { return g.Message(static_cast<MessageKind>(8), ""); },
        [](const GiopStream&) { return std::string(); }, "no known kind"},
-      {"cancel in fragments", [](const GiopStream& g) { return g.Message(MessageKind::CancelRequest, "1234", true); },
-       [](const GiopStream&) { return std::string(); }, "CancelRequest in fragments", Side::Served, {1, 2}},
+      {"cancel in fragments",
+       [](const GiopStream& g) { return g.Message(MessageKind::CancelRequest, "1234", true); },
+       [](const GiopStream&) { return std::string(); },
+       "CancelRequest in fragments",
+       Side::Served,
+       {1, 2}},
       {"reply", [](const GiopStream& g) { return g.Reply(1, kText) + g.Reply(2, ""); }, {}, "", Side::Own},
-      {"reply to nobody", [](const GiopStream& g) { return g.Reply(11, kText); }, [](const GiopStream&) { return std::string(); },
-       "nobody", Side::Own},
+      {"reply to nobody", [](const GiopStream& g) { return g.Reply(11, kText); },
+       [](const GiopStream&) { return std::string(); }, "nobody", Side::Own},
       {"reply twice", [](const GiopStream& g) { return g.Reply(1, kText) + g.Reply(1, kText); },
        [](const GiopStream& g) { return g.Reply(1, kText); }, "nobody", Side::Own},
-      {"request to a client", [](const GiopStream& g) { return g.Request(1, "op"); }, [](const GiopStream&) { return std::string(); },
-       "a Request from a server", Side::Own},
-      {"cancel to a client", [](const GiopStream& g) { return g.Cancel(1); }, [](const GiopStream&) { return std::string(); },
-       "a CancelRequest from a server", Side::Own},
+      {"request to a client", [](const GiopStream& g) { return g.Request(1, "op"); },
+       [](const GiopStream&) { return std::string(); }, "a Request from a server", Side::Own},
+      {"cancel to a client", [](const GiopStream& g) { return g.Cancel(1); },
+       [](const GiopStream&) { return std::string(); }, "a CancelRequest from a server", Side::Own},
       {"interleaved fragments",
        [](const GiopStream& g) {
-         return First(g, 2, 1) + First(g, 2, 2) + g.Request(3, "op") + g.Fragment(2, "two", false) + g.Fragment(1, "one", false);
+         return First(g, 2, 1) + First(g, 2, 2) + g.Request(3, "op") + g.Fragment(2, "two", false) +
+                g.Fragment(1, "one", false);
        },
-       [](const GiopStream& g) { return g.Request(3, "op") + Whole(g, 2, 2, "two") + Whole(g, 2, 1, "one"); }, "", Side::Served, {2}},
-      {"same id while in part", [](const GiopStream& g) { return First(g, 2, 1) + g.Request(1, "op"); },
-       [](const GiopStream&) { return std::string(); }, "has come in part", Side::Served, {2}},
-      {"a message between fragments of 1.1", [](const GiopStream& g) { return First(g, 1, 1) + g.Request(2, "op"); },
-       [](const GiopStream&) { return std::string(); }, "between the fragments", Side::Served, {1}},
+       [](const GiopStream& g) { return g.Request(3, "op") + Whole(g, 2, 2, "two") + Whole(g, 2, 1, "one"); },
+       "",
+       Side::Served,
+       {2}},
+      {"same id while in part",
+       [](const GiopStream& g) { return First(g, 2, 1) + g.Request(1, "op"); },
+       [](const GiopStream&) { return std::string(); },
+       "has come in part",
+       Side::Served,
+       {2}},
+      {"a message between fragments of 1.1",
+       [](const GiopStream& g) { return First(g, 1, 1) + g.Request(2, "op"); },
+       [](const GiopStream&) { return std::string(); },
+       "between the fragments",
+       Side::Served,
+       {1}},
       {"too many in part",
        [](const GiopStream& g) {
          std::string stream;
          for (std::uint32_t id = 0; id < 17; ++id) stream += First(g, 2, id);
          return stream;
        },
-       [](const GiopStream&) { return std::string(); }, "too many", Side::Served, {2}},
+       [](const GiopStream&) { return std::string(); },
+       "too many",
+       Side::Served,
+       {2}},
       {"version 1.2, then older ones for good",
-       [](const GiopStream& g) { return GiopStream(2).Request(1, "op") + g.Request(2, "op") + GiopStream(2).Request(3, "op"); },
-       [](const GiopStream& g) { return GiopStream(2).Request(1, "op") + g.Request(2, "op"); }, "different versions", Side::Served, {0, 1}},
+       [](const GiopStream& g) {
+         return GiopStream(2).Request(1, "op") + g.Request(2, "op") + GiopStream(2).Request(3, "op");
+       },
+       [](const GiopStream& g) { return GiopStream(2).Request(1, "op") + g.Request(2, "op"); },
+       "different versions",
+       Side::Served,
+       {0, 1}},
   };
   for (const auto& more : {FragmentRows<1>(), FragmentRows<2>()}) rows.insert(rows.end(), more.begin(), more.end());
   return rows;
@@ -220,8 +292,10 @@ TEST(MessageFraming, GivesTheSameWhereverAStreamIsCut) {
         const std::string stream = row.stream(GiopStream(minor, little_endian));
         const Setting setting{.side = row.side};
         const Outcome expected = Read(stream, setting);
-        for (std::size_t cut = 1; cut < stream.size(); ++cut) ASSERT_EQ(Read(stream, setting, cut), expected) << "cut at " << cut;
-        for (const std::size_t step : {1, 2, 3, 7, 12, 13}) ASSERT_EQ(Read(stream, setting, 0, step), expected) << "reads of " << step;
+        for (std::size_t cut = 1; cut < stream.size(); ++cut)
+          ASSERT_EQ(Read(stream, setting, cut), expected) << "cut at " << cut;
+        for (const std::size_t step : {1, 2, 3, 7, 12, 13})
+          ASSERT_EQ(Read(stream, setting, 0, step), expected) << "reads of " << step;
         ASSERT_EQ(Read(stream, setting, 0, 1000, 16), expected) << "small buffer";
       }
 }
@@ -241,7 +315,8 @@ TEST(MessageFraming, WhatComesWholeIsReadToWhereTheOrbWantsIt) {
   AssemblyBudget budget(0);
   MessageFraming framing(Side::Served, {}, budget, nullptr, [](const std::string&) {});
   std::vector<char> buffer(8192);
-  for (const std::string& message : {GiopStream().Request(1, "op", kText), Sample(100'000), GiopStream().Request(2, "op")})
+  for (const std::string& message :
+       {GiopStream().Request(1, "op", kText), Sample(100'000), GiopStream().Request(2, "op")})
     for (std::size_t at = 0; at < message.size();) {
       ASSERT_EQ(framing.Give(buffer), 0u);
       const std::span<char> room = framing.Room(buffer);
@@ -312,7 +387,8 @@ TEST(MessageFraming, AnAnswerAboveItsLimitBecomesMarshal) {
   const std::string sample = GiopStream().Reply(1, std::string(20'000, 'x'));
   EXPECT_EQ(Read(sample, {.side = Side::Own, .answers = MessageLimit::Sample}).bytes, sample);
   const std::string forward = GiopStream().Reply(1, std::string(20'000, 'x'), false, 3);
-  EXPECT_NE(Read(forward, {.side = Side::Own, .answers = MessageLimit::Sample}).bytes, forward) << "only results may be large";
+  EXPECT_NE(Read(forward, {.side = Side::Own, .answers = MessageLimit::Sample}).bytes, forward)
+      << "only results may be large";
 }
 
 TEST(MessageFraming, AClaimedSizeCostsNothing) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/OrbArguments.h"
 
 #include <gmock/gmock.h>
@@ -53,9 +54,9 @@ struct Address {
 };
 
 TEST_F(OrbArguments_, TheNamingAddressIsFoundInEachFormOfReference) {
-  for (const auto& [uri, expected] : {Address{"corbaloc::a:1/NameService", "a:1"},
-                                      Address{"corbaloc:iiop:1.2@a:1/NameService", "a:1"},
-                                      Address{"corbaloc:iiop:[::1]:5/NameService", "[::1]:5"}}) {
+  for (const auto& [uri, expected] :
+       {Address{"corbaloc::a:1/NameService", "a:1"}, Address{"corbaloc:iiop:1.2@a:1/NameService", "a:1"},
+        Address{"corbaloc:iiop:[::1]:5/NameService", "[::1]:5"}}) {
     const std::string value = std::string("NameService=") + uri;
     EXPECT_EQ(Read({"p", "-ORBInitRef", value.c_str()}).NamingAddress(), expected);
   }

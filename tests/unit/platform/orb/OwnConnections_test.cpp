@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Calls of this process to servers that answer with sense or nonsense.
 #include <gtest/gtest.h>
 
@@ -21,7 +22,9 @@ using Transport = ScriptedServer::Transport;
 
 class own_connections : public testing::TestWithParam<Transport> {
  protected:
-  CORBA::Object_ptr ObjectOf(const ScriptedServer& server) { return orb_.Orb()->string_to_object(server.Reference().c_str()); }
+  CORBA::Object_ptr ObjectOf(const ScriptedServer& server) {
+    return orb_.Orb()->string_to_object(server.Reference().c_str());
+  }
 
   /// "yes", "no", or the exception.
   static std::string Ask(CORBA::Object_ptr object) {
@@ -47,8 +50,11 @@ TEST_P(own_connections, CallsShareAConnection) {
 
 /// Each call reaches the server once, over a connection that stands.
 TEST_P(own_connections, OneThatItsPeerClosedWhileItWasAtRestLosesNoCall) {
-  ScriptedServer server([](const MessageHeader&, std::uint32_t id, unsigned number) { return Answer{Yes(id), number % 2 == 0}; },
-                        GetParam());
+  ScriptedServer server(
+      [](const MessageHeader&, std::uint32_t id, unsigned number) {
+        return Answer{Yes(id), number % 2 == 0};
+      },
+      GetParam());
   const CORBA::Object_var object = ObjectOf(server);
   EXPECT_EQ(Ask(object), "yes");
   const unsigned first = server.Messages();
@@ -59,9 +65,9 @@ TEST_P(own_connections, OneThatItsPeerClosedWhileItWasAtRestLosesNoCall) {
 }
 
 TEST_P(own_connections, NorOneThatSaidFarewell) {
-  ScriptedServer server([](const MessageHeader&, std::uint32_t id, unsigned number) {
-    return Answer{number == 0 ? Yes(id) + GiopStream().Close() : Yes(id)};
-  }, GetParam());
+  ScriptedServer server([](const MessageHeader&, std::uint32_t id,
+                           unsigned number) { return Answer{number == 0 ? Yes(id) + GiopStream().Close() : Yes(id)}; },
+                        GetParam());
   const CORBA::Object_var object = ObjectOf(server);
   EXPECT_EQ(Ask(object), "yes");
   Rest();
@@ -69,10 +75,12 @@ TEST_P(own_connections, NorOneThatSaidFarewell) {
 }
 
 TEST_P(own_connections, AnAnswerInFragmentsIsPutTogether) {
-  ScriptedServer server([](const MessageHeader&, std::uint32_t id, unsigned) {
-    const GiopStream giop;
-    return Answer{giop.Reply(id, "", true) + giop.Fragment(id, "", true) + giop.Fragment(id, "\1", false)};
-  }, GetParam());
+  ScriptedServer server(
+      [](const MessageHeader&, std::uint32_t id, unsigned) {
+        const GiopStream giop;
+        return Answer{giop.Reply(id, "", true) + giop.Fragment(id, "", true) + giop.Fragment(id, "\1", false)};
+      },
+      GetParam());
   const CORBA::Object_var object = ObjectOf(server);
   EXPECT_EQ(Ask(object), "yes");
   EXPECT_EQ(Ask(object), "yes");
@@ -91,9 +99,9 @@ TEST_P(own_connections, OnlyTheCallThatGotNonsenseFails) {
   };
   for (const auto& [name, nonsense] : kinds) {
     SCOPED_TRACE(name);
-    ScriptedServer server([&](const MessageHeader&, std::uint32_t id, unsigned number) {
-      return Answer{number == 0 ? nonsense(id) : Yes(id)};
-    }, GetParam());
+    ScriptedServer server([&](const MessageHeader&, std::uint32_t id,
+                              unsigned number) { return Answer{number == 0 ? nonsense(id) : Yes(id)}; },
+                          GetParam());
     const CORBA::Object_var object = ObjectOf(server);
     EXPECT_EQ(Ask(object), "COMM_FAILURE");
     EXPECT_EQ(Ask(object), "yes");
@@ -101,9 +109,11 @@ TEST_P(own_connections, OnlyTheCallThatGotNonsenseFails) {
 }
 
 TEST_P(own_connections, AnAnswerThatIsTooLargeIsMarshalAndTheConnectionGoesOn) {
-  ScriptedServer server([](const MessageHeader&, std::uint32_t id, unsigned number) {
-    return Answer{number == 0 ? GiopStream().Reply(id, std::string(100'000, '\1')) : Yes(id)};
-  }, GetParam());
+  ScriptedServer server(
+      [](const MessageHeader&, std::uint32_t id, unsigned number) {
+        return Answer{number == 0 ? GiopStream().Reply(id, std::string(100'000, '\1')) : Yes(id)};
+      },
+      GetParam());
   const CORBA::Object_var object = ObjectOf(server);
   EXPECT_EQ(Ask(object), "MARSHAL");
   Rest();  // what is still to be read of it is not the end of the connection
@@ -111,9 +121,8 @@ TEST_P(own_connections, AnAnswerThatIsTooLargeIsMarshalAndTheConnectionGoesOn) {
   EXPECT_EQ(server.Connections(), 1u);
 }
 
-INSTANTIATE_TEST_SUITE_P(over, own_connections, testing::Values(Transport::Tcp, Transport::Unix), [](const auto& test) {
-  return std::string(test.param == Transport::Tcp ? "Tcp" : "Unix");
-});
+INSTANTIATE_TEST_SUITE_P(over, own_connections, testing::Values(Transport::Tcp, Transport::Unix),
+                         [](const auto& test) { return std::string(test.param == Transport::Tcp ? "Tcp" : "Unix"); });
 
 constexpr std::uint32_t kForward = 3, kForwardForGood = 4, kOtherWayToName = 5;
 
@@ -135,7 +144,8 @@ class circles : public own_connections {
     return {std::move(answer), count() - before};
   }
 
-  static constexpr unsigned kMost = PendingCalls::kMostDetours + 3;  // with the one refused, and one again over a new connection
+  static constexpr unsigned kMost =
+      PendingCalls::kMostDetours + 3;  // with the one refused, and one again over a new connection
 };
 
 TEST_P(circles, AServerThatForwardsToItselfCostsAFewMessages) {
@@ -176,7 +186,9 @@ TEST_P(circles, TwoServersThatForwardToOneAnotherToo) {
 }
 
 TEST_P(circles, AndOneThatSaysFarewellToEveryCall) {
-  ScriptedServer server([&](const MessageHeader&, std::uint32_t, unsigned) { return Answer{GiopStream().Close(), true}; });
+  ScriptedServer server([&](const MessageHeader&, std::uint32_t, unsigned) {
+    return Answer{GiopStream().Close(), true};
+  });
   const CORBA::Object_var object = ObjectOf(server);
   const Cost cost = AskAndCount(object, {&server});
   EXPECT_EQ(cost.answer, "COMM_FAILURE");
@@ -189,10 +201,12 @@ TEST_P(circles, ButAForwardToWhereItIsAnsweredIsFollowed) {
   ScriptedServer server([&](const MessageHeader&, std::uint32_t id, unsigned) {
     return Answer{GiopStream().Reply(id, target.ReferenceOnTheWire(), false, kForward)};
   });
-  for (unsigned i = 0; i < 3 * PendingCalls::kMostDetours; ++i) EXPECT_EQ(Ask(CORBA::Object_var(ObjectOf(server))), "yes");
+  for (unsigned i = 0; i < 3 * PendingCalls::kMostDetours; ++i)
+    EXPECT_EQ(Ask(CORBA::Object_var(ObjectOf(server))), "yes");
 }
 
-INSTANTIATE_TEST_SUITE_P(over, circles, testing::Values(Transport::Tcp), [](const auto&) { return std::string("Tcp"); });
+INSTANTIATE_TEST_SUITE_P(over, circles, testing::Values(Transport::Tcp),
+                         [](const auto&) { return std::string("Tcp"); });
 
 TEST(PendingCalls, KnowWhatWasAskedAndWhatItsAnswerMayBring) {
   PendingCalls calls;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/PeerWatch.h"
 
 #include <gmock/gmock.h>
@@ -37,7 +38,9 @@ std::size_t Count(const std::string& text, const std::string& part) {
 /// Standard error of this process, kept in memory from construction to the end. It can be looked at while others write.
 class CaughtErrors {
  public:
-  CaughtErrors() : saved_(dup(STDERR_FILENO)), file_(memfd_create("stderr", MFD_CLOEXEC)) { dup2(file_, STDERR_FILENO); }
+  CaughtErrors() : saved_(dup(STDERR_FILENO)), file_(memfd_create("stderr", MFD_CLOEXEC)) {
+    dup2(file_, STDERR_FILENO);
+  }
   ~CaughtErrors() {
     dup2(saved_, STDERR_FILENO);
     close(saved_);
@@ -78,7 +81,9 @@ class PeerWatch_ : public testing::Test {
     return peer;
   }
 
-  CORBA::Object_ptr Reference(const char* instance = "1") { return orb_->Resolve({"Lumenar", "local", "PEER", instance}); }
+  CORBA::Object_ptr Reference(const char* instance = "1") {
+    return orb_->Resolve({"Lumenar", "local", "PEER", instance});
+  }
 
   std::string Lines() const { return errors_.Text(); }
 

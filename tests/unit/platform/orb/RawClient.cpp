@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/unit/platform/orb/RawClient.h"
 
 #include <arpa/inet.h>
@@ -86,9 +87,9 @@ constexpr std::size_t kHeaderBytes = 12;
 ObjectAddress AddressOf(const std::string& reference) {
   const std::string bytes = FromHex(reference.substr(4));  // behind "IOR:"
   Reader ior(bytes, bytes.at(0) == 1, 1);
-  ior.Text();                    // the type
-  ior.Number<std::uint32_t>();   // the number of profiles
-  ior.Number<std::uint32_t>();   // the kind of the first
+  ior.Text();                   // the type
+  ior.Number<std::uint32_t>();  // the number of profiles
+  ior.Number<std::uint32_t>();  // the kind of the first
   Reader profile = ior.Enter();
   profile.Number<std::uint8_t>();
   profile.Number<std::uint8_t>();
@@ -108,7 +109,8 @@ RawClient::RawClient(const ObjectAddress& address, const char* source)
   }
   sockaddr_in from = InternetAddress(source == nullptr ? "0.0.0.0" : source, 0);
   sockaddr_in peer = InternetAddress(address.host, address.port);
-  if (source != nullptr) (void)bind(socket_, reinterpret_cast<sockaddr*>(&from), sizeof from);  // connect tells if it failed
+  if (source != nullptr)
+    (void)bind(socket_, reinterpret_cast<sockaddr*>(&from), sizeof from);  // connect tells if it failed
   if (connect(socket_, reinterpret_cast<sockaddr*>(&peer), sizeof peer) == 0) return;
   const int error = errno;
   close(socket_);
@@ -166,7 +168,8 @@ void RawClient::SendFragment(const std::string& bytes, bool more, bool little_en
   Send(Header(little_endian, more, kFragment, bytes.size() + id.Bytes().size()) + id.Bytes() + bytes);
 }
 
-std::string RawClient::CallInFragments(const std::string& operation, const Wire& arguments, std::size_t fragment_bytes) {
+std::string RawClient::CallInFragments(const std::string& operation, const Wire& arguments,
+                                       std::size_t fragment_bytes) {
   Send(Request(operation, arguments, true));
   const std::string& bytes = arguments.Bytes();
   for (std::size_t at = 0; at < bytes.size(); at += fragment_bytes) {
@@ -178,12 +181,16 @@ std::string RawClient::CallInFragments(const std::string& operation, const Wire&
 
 std::string RawClient::Message(int kind, int flags, const std::string& body, int minor_version) {
   Wire wire;
-  wire.Raw("GIOP").Octet(1).Octet(static_cast<std::uint8_t>(minor_version)).Octet(static_cast<std::uint8_t>(flags | kLittleEndian));
+  wire.Raw("GIOP")
+      .Octet(1)
+      .Octet(static_cast<std::uint8_t>(minor_version))
+      .Octet(static_cast<std::uint8_t>(flags | kLittleEndian));
   wire.Octet(static_cast<std::uint8_t>(kind)).Ulong(static_cast<std::uint32_t>(body.size())).Raw(body);
   return wire.Bytes();
 }
 
-std::string RawClient::RequestInOldFragments(const std::string& operation, const Wire& arguments, std::size_t fragment_bytes) {
+std::string RawClient::RequestInOldFragments(const std::string& operation, const Wire& arguments,
+                                             std::size_t fragment_bytes) {
   Wire body;
   body.Ulong(0).Ulong(++request_id_).Octet(1).Octet(0).Octet(0).Octet(0);
   body.Ulong(static_cast<std::uint32_t>(address_.key.size())).Raw(address_.key).Align(4);
@@ -192,7 +199,8 @@ std::string RawClient::RequestInOldFragments(const std::string& operation, const
   std::string messages;
   for (std::size_t at = 0; at < whole.size(); at += fragment_bytes) {
     const bool last = at + fragment_bytes >= whole.size();
-    messages += Message(at == 0 ? kRequest : kFragment, last ? 0 : kFragmentsFollow, whole.substr(at, fragment_bytes), 1);
+    messages +=
+        Message(at == 0 ? kRequest : kFragment, last ? 0 : kFragmentsFollow, whole.substr(at, fragment_bytes), 1);
   }
   return messages;
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <chrono>
@@ -18,8 +19,8 @@ struct ObjectAddress {
 ObjectAddress AddressOf(const std::string& reference);
 
 /// The kinds of messages and the flags of their headers.
-inline constexpr int kRequest = 0, kReply = 1, kCancelRequest = 2, kLocateRequest = 3, kLocateReply = 4, kCloseConnection = 5,
-                     kMessageError = 6, kFragment = 7;
+inline constexpr int kRequest = 0, kReply = 1, kCancelRequest = 2, kLocateRequest = 3, kLocateReply = 4,
+                     kCloseConnection = 5, kMessageError = 6, kFragment = 7;
 inline constexpr int kLittleEndian = 1, kFragmentsFollow = 2;
 
 /// A connection that sends messages byte by byte as it is told, sense or nonsense.
@@ -31,12 +32,12 @@ class RawClient {
   RawClient(const RawClient&) = delete;
   RawClient& operator=(const RawClient&) = delete;
 
-  /// Sends a request with these arguments (which begin at a multiple of eight) and returns what comes back: "ok", the name of
-  /// the exception, "closed", or "no answer" after five seconds.
+  /// Sends a request with these arguments (which begin at a multiple of eight) and returns what comes back: "ok", the
+  /// name of the exception, "closed", or "no answer" after five seconds.
   std::string Call(const std::string& operation, const Wire& arguments);
 
-  /// The same with the arguments cut: the first message ends after the request's head and says that fragments follow; each
-  /// fragment carries a part of the arguments.
+  /// The same with the arguments cut: the first message ends after the request's head and says that fragments follow;
+  /// each fragment carries a part of the arguments.
   std::string CallInFragments(const std::string& operation, const Wire& arguments, std::size_t fragment_bytes);
 
   /// The same piece by piece: the first message and each fragment say that more follow.
@@ -54,7 +55,8 @@ class RawClient {
   /// A request message.
   std::string Request(const std::string& operation, const Wire& arguments, bool fragments_follow = false);
 
-  /// A request of GIOP 1.1, whose arguments begin at a multiple of four, in as many messages as fragments of `fragment_bytes` make.
+  /// A request of GIOP 1.1, whose arguments begin at a multiple of four, in as many messages as fragments of
+  /// `fragment_bytes` make.
   std::string RequestInOldFragments(const std::string& operation, const Wire& arguments, std::size_t fragment_bytes);
 
   /// A message of any kind with any flags and body, in little-endian order.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/RefusalLog.h"
 
 #include <gmock/gmock.h>
@@ -22,7 +23,8 @@ TEST_F(RefusalLogTest, WritesOneLineForEachCauseAndMinute) {
   log_.Say("b", "b refused", start_ + seconds(5));
   log_.Say("a", "a refused", start_ + seconds(60));
   log_.Say("a", "a refused", start_ + seconds(120));
-  EXPECT_THAT(lines_, ElementsAre("a refused", "b refused", "a refused (59 more since the last such line)", "a refused"));
+  EXPECT_THAT(lines_,
+              ElementsAre("a refused", "b refused", "a refused (59 more since the last such line)", "a refused"));
 }
 
 TEST_F(RefusalLogTest, CausesBeyondTheLimitShareOneLine) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/unit/platform/orb/ScriptedServer.h"
 
 #include <arpa/inet.h>
@@ -35,7 +36,8 @@ void WriteAll(int socket, const std::string& bytes) {
 }  // namespace
 
 ScriptedServer::ScriptedServer(Script script, Transport transport)
-    : script_(std::move(script)), listener_(socket(transport == Transport::Tcp ? AF_INET : AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    : script_(std::move(script)),
+      listener_(socket(transport == Transport::Tcp ? AF_INET : AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   if (transport == Transport::Tcp) Listen();
   else ListenOnMachine();
   thread_ = std::thread([this] { Serve(); });
@@ -57,7 +59,8 @@ void ScriptedServer::Listen() {
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t length = sizeof address;
   auto* any = reinterpret_cast<sockaddr*>(&address);
-  if (listener_ < 0 || bind(listener_, any, length) != 0 || listen(listener_, 8) != 0 || getsockname(listener_, any, &length) != 0)
+  if (listener_ < 0 || bind(listener_, any, length) != 0 || listen(listener_, 8) != 0 ||
+      getsockname(listener_, any, &length) != 0)
     throw std::runtime_error("no scripted server");
   port_ = ntohs(address.sin_port);
 }

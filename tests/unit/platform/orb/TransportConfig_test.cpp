@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/TransportConfig.h"
 
 #include <gmock/gmock.h>
@@ -103,10 +104,13 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{"no_value", "orb.endpoint =  # none", ":1: orb.endpoint: no value"},
         Bad{"unknown_key", "\norb.endpoints = giop:tcp::", ":2: unknown key 'orb.endpoints'"},
         Bad{"no_prefix", "domain = 1", ":1: unknown key 'domain'"},
-        Bad{"endpoint", "orb.endpoint = tcp:1", ":1: orb.endpoint: 'tcp:1' is no endpoint: it must begin with giop:tcp: or giop:unix:"},
-        Bad{"peer", "orb.allowed_peer = a b", ":1: orb.allowed_peer: 'a b' is not one address (as 10.0.0.5, 10.0.0.0/24, fd00::/8, a host's name or *)"},
+        Bad{"endpoint", "orb.endpoint = tcp:1",
+            ":1: orb.endpoint: 'tcp:1' is no endpoint: it must begin with giop:tcp: or giop:unix:"},
+        Bad{"peer", "orb.allowed_peer = a b",
+            ":1: orb.allowed_peer: 'a b' is not one address (as 10.0.0.5, 10.0.0.0/24, fd00::/8, a host's name or *)"},
         Bad{"control", "orb.call_timeout_ms = 5\x1b[2J", ":1: byte 24 is a control character"},
-        Bad{"transport", "orb.client_transport = udp", ":1: orb.client_transport: 'udp' is neither unix nor tcp nor ssl"},
+        Bad{"transport", "orb.client_transport = udp",
+            ":1: orb.client_transport: 'udp' is neither unix nor tcp nor ssl"},
         Bad{"text", "dds.domain = one", ":1: dds.domain: 'one' is not a whole number from 0 to 232"},
         Bad{"rest", "dds.domain = 1x", ":1: dds.domain: '1x' is not a whole number from 0 to 232"},
         Bad{"negative", "dds.domain = -1", ":1: dds.domain: '-1' is not a whole number from 0 to 232"},
@@ -147,7 +151,8 @@ TEST_P(TransportConfig_range, TakesItsEdgesAndRefusesWhatLiesBeyond) {
   }
 }
 
-const std::vector<std::string> kNoNumbers = {"-1", "+1", "1.5", "1e3", "0x10", "1k", "18446744073709551616", "99999999999999999999999"};
+const std::vector<std::string> kNoNumbers = {
+    "-1", "+1", "1.5", "1e3", "0x10", "1k", "18446744073709551616", "99999999999999999999999"};
 
 std::vector<std::string> And(std::vector<std::string> more) {
   more.insert(more.end(), kNoNumbers.begin(), kNoNumbers.end());
@@ -157,10 +162,12 @@ std::vector<std::string> And(std::vector<std::string> more) {
 INSTANTIATE_TEST_SUITE_P(
     Keys, TransportConfig_range,
     testing::Values(
-        Range{"orb.endpoint", {"giop:tcp::", "giop:tcp:127.0.0.1:1", "giop:tcp:127.0.0.1:65535", "giop:tcp:[::1]:", "giop:unix:/x"},
-              {"giop:tcp:127.0.0.1:0", "giop:tcp:127.0.0.1:65536", "giop:tcp:127.0.0.1:99999", "giop:tcp:127.0.0.1:abc", "giop:tcp:1.2.3.4.5:",
-               "giop:ssl:127.0.0.1:", "giop:unix:x", "127.0.0.1:1"}},
-        Range{"orb.allowed_peer", {"*", "localhost", "10.0.0.5", "10.0.0.0/0", "10.0.0.0/32", "::1", "::/0", "::1/128", "box"},
+        Range{"orb.endpoint",
+              {"giop:tcp::", "giop:tcp:127.0.0.1:1", "giop:tcp:127.0.0.1:65535", "giop:tcp:[::1]:", "giop:unix:/x"},
+              {"giop:tcp:127.0.0.1:0", "giop:tcp:127.0.0.1:65536", "giop:tcp:127.0.0.1:99999", "giop:tcp:127.0.0.1:abc",
+               "giop:tcp:1.2.3.4.5:", "giop:ssl:127.0.0.1:", "giop:unix:x", "127.0.0.1:1"}},
+        Range{"orb.allowed_peer",
+              {"*", "localhost", "10.0.0.5", "10.0.0.0/0", "10.0.0.0/32", "::1", "::/0", "::1/128", "box"},
               {"10.0.0.5/33", "::1/129", "10.0.0.256", "10.0.0.0/-1"}},
         Range{"orb.client_transport", {"unix", "tcp", "ssl"}, {"udp", "TCP", "tcp,unix"}},
         Range{"orb.call_timeout_ms", {"1", "3600000"}, And({"0", "3600001"})},
@@ -172,8 +179,7 @@ INSTANTIATE_TEST_SUITE_P(
         Range{"orb.in_scan_period_s", {"121", "86400"}, And({"0", "120", "86401"})},
         Range{"math.max_objects", {"1", "10000000"}, And({"0", "10000001"})},
         Range{"math.max_history_bytes", {"4096", "281474976710656"}, And({"4095", "281474976710657"})},
-        Range{"dds.enabled", {"true", "false"}, {"yes", "1", "TRUE"}},
-        Range{"dds.domain", {"0", "232"}, And({"233"})}),
+        Range{"dds.enabled", {"true", "false"}, {"yes", "1", "TRUE"}}, Range{"dds.domain", {"0", "232"}, And({"233"})}),
     [](const auto& test) {
       std::string name = test.param.key;
       std::replace(name.begin(), name.end(), '.', '_');

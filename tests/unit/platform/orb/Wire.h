@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstdint>
@@ -20,9 +21,9 @@ class Wire {
   Wire& Ulong(std::uint32_t value);
   Wire& Float(float value);
   Wire& Double(double value);
-  Wire& Text(const std::string& text);       ///< with its length and its zero
+  Wire& Text(const std::string& text);  ///< with its length and its zero
   Wire& Raw(const std::string& bytes);
-  Wire& Nested(const Wire& encapsulation);   ///< with its length
+  Wire& Nested(const Wire& encapsulation);  ///< with its length
   Wire& Align(std::size_t boundary);
 
   bool IsLittleEndian() const { return little_endian_; }

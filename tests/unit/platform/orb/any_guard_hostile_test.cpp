@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the any guard makes of messages that no client of ours sends.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,7 +18,8 @@ using Lumenar::Test::Process;
 
 /// As sent by hand, so that what the server understood can be checked against the same numbers.
 constexpr const char* kTraceText =
-    "trace 41 42 16909056 16909057 16909058 16909059 16909060 16909061 16909062 16909063 16909064 16909065 16909066 16909067"
+    "trace 41 42 16909056 16909057 16909058 16909059 16909060 16909061 16909062 16909063 16909064 16909065 16909066 "
+    "16909067"
     " [1 -3 1^11 2^12 3^13 4^14 5^15] 0.125 3 sum 11";
 
 class Server {
@@ -73,10 +75,16 @@ TEST(any_guard_by_hand, RecordsInBothByteOrdersAreUnderstood) {
   Server server;
   for (bool little_endian : {true, false}) {
     RawClient client(server.subscriber);
-    EXPECT_EQ(client.Call("DDS_Callback", Any(TraceType(), [](Wire& w) { WriteTrace(w, 3, 3); }, little_endian)), "ok");
+    EXPECT_EQ(client.Call("DDS_Callback", Any(
+                                              TraceType(), [](Wire& w) { WriteTrace(w, 3, 3); }, little_endian)),
+              "ok");
     EXPECT_EQ(client.Call("DDS_Callback", Any(ValueType(), WriteValue, little_endian)), "ok");
-    EXPECT_EQ(client.Call("DDS_Callback", Any(Simple(kTkLong), [](Wire& w) { w.Ulong(70000); }, little_endian)), "ok");
-    EXPECT_EQ(client.Call("DDS_Callback", Any(Simple(kTkBoolean), [](Wire& w) { w.Octet(1); }, little_endian)), "ok");
+    EXPECT_EQ(client.Call("DDS_Callback", Any(
+                                              Simple(kTkLong), [](Wire& w) { w.Ulong(70000); }, little_endian)),
+              "ok");
+    EXPECT_EQ(client.Call("DDS_Callback", Any(
+                                              Simple(kTkBoolean), [](Wire& w) { w.Octet(1); }, little_endian)),
+              "ok");
     EXPECT_EQ(client.Call("GetId", Wire(little_endian)), "ok");
     RawClient publisher(server.manager);
     const auto value_and_topic = [](Wire& w) {
@@ -86,7 +94,8 @@ TEST(any_guard_by_hand, RecordsInBothByteOrdersAreUnderstood) {
     EXPECT_EQ(publisher.Call("Publish", Any(TraceType(), value_and_topic, little_endian)), "ok");
   }
   const std::string trace = kTraceText;
-  const std::string expected = "callback " + trace + "\ncallback value [1 -3 1^11 2^12 3^13 4^14 5^15] -0.5 0.25 1e+300\n" +
+  const std::string expected = "callback " + trace +
+                               "\ncallback value [1 -3 1^11 2^12 3^13 4^14 5^15] -0.5 0.25 1e+300\n" +
                                "callback long 70000\ncallback boolean true\npublish T " + trace + "\n";
   EXPECT_TRUE(server.Wrote("publish T " + trace)) << server.Out();
   EXPECT_EQ(server.Out().substr(server.Out().find("ready\n") + 6), expected + expected);
@@ -119,7 +128,8 @@ void AnysWithin(Wire& wire) {
 /// 480 kB of sequences of sequences: kind, length of the rest, byte order, padding, and so on.
 void SequencesWithin(Wire& wire) {
   constexpr std::uint32_t kBytes = 480000;
-  for (std::uint32_t rest = kBytes; rest > 24; rest -= 16) wire.Ulong(kTkSequence).Ulong(rest).Octet(1).Align(4).Ulong(0);
+  for (std::uint32_t rest = kBytes; rest > 24; rest -= 16)
+    wire.Ulong(kTkSequence).Ulong(rest).Octet(1).Align(4).Ulong(0);
 }
 
 void ClaimsMembers(Wire& wire) {
@@ -166,7 +176,8 @@ std::vector<Hostile> HostileMessages() {
       {"group_samples_overflow", "DDS_Group", Group(TraceType(), Samples(0xffffffff, 4)), "MARSHAL"},
       {"group_without_handles", "DDS_Group", Group(a_long, [](Wire& w) { w.Ulong(1); }), "MARSHAL"},
       {"group_claims_handles", "DDS_Group", Group(a_long, [](Wire& w) { w.Ulong(1).Ulong(1024).Ulong(3); }), "MARSHAL"},
-      {"group_claims_too_many_handles", "DDS_Group", Group(a_long, [](Wire& w) { w.Ulong(1).Ulong(0x3fffffff); }), "BAD_PARAM"},
+      {"group_claims_too_many_handles", "DDS_Group", Group(a_long, [](Wire& w) { w.Ulong(1).Ulong(0x3fffffff); }),
+       "BAD_PARAM"},
   };
 }
 

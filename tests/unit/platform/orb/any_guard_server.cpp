@@ -1,6 +1,7 @@
-// Servants behind the any guard, for tests: writes the references of a subscriber and of a manager, then a line for each
-// record that comes in. A sample "long -1" is answered with BAD_OPERATION, "long -2" when a "long -3" has come or with TIMEOUT after
-// ten seconds; handle 13 does not take its sample, and 14 throws.
+// SPDX-License-Identifier: Apache-2.0
+// Servants behind the any guard, for tests: writes the references of a subscriber and of a manager, then a line for
+// each record that comes in. A sample "long -1" is answered with BAD_OPERATION, "long -2" when a "long -3" has come or
+// with TIMEOUT after ten seconds; handle 13 does not take its sample, and 14 throws.
 #include <chrono>
 #include <future>
 

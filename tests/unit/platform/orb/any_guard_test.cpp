@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/any_guard.h"
 
 #include <gmock/gmock.h>
@@ -12,9 +13,9 @@
 namespace Corvanta {
 namespace {
 
+using Corvanta::Test::TextOf;
 using Lumenar::Test::BuiltProgram;
 using Lumenar::Test::Process;
-using Corvanta::Test::TextOf;
 
 BASIC_TRACE::BT_DATA Trace(CORBA::ULong points) {
   BASIC_TRACE::BT_DATA trace;
@@ -104,7 +105,9 @@ class any_guard_ : public testing::Test {
   /// Whether the server has written this line last; it is cheap enough to look at all of them.
   testing::AssertionResult Wrote(const std::string& line) {
     const bool found = server_.WaitForLine(line, std::chrono::seconds(5));
-    return found ? testing::AssertionSuccess() : testing::AssertionFailure() << "'" << line << "' not in\n" << server_.Out();
+    return found ? testing::AssertionSuccess()
+                 : testing::AssertionFailure() << "'" << line << "' not in\n"
+                                               << server_.Out();
   }
 
   void RoundTrip(const SampleRecord& record) {
@@ -142,8 +145,10 @@ TEST_F(any_guard_, AGroupArrivesAsItWasSentAndSaysWhoTookNothing) {
   const SampleRecord trace = Trace(1001);
   const SampleRecord value = Value();
   const DDS_GroupSub_var group = DDS_GroupSub::_narrow(subscriber_);
-  EXPECT_THAT(CallGroup(group, {{ViewOf(trace), {1, 13, 14}}, {ViewOf(value), {2}}, {ViewOf(value), {}}, {ViewOf(trace), {13}}}),
-              testing::ElementsAre(13, 13));
+  EXPECT_THAT(
+      CallGroup(group,
+                {{ViewOf(trace), {1, 13, 14}}, {ViewOf(value), {2}}, {ViewOf(value), {}}, {ViewOf(trace), {13}}}),
+      testing::ElementsAre(13, 13));
   const std::string trace_text = TextOf(trace);
   EXPECT_TRUE(Wrote("group 1 " + trace_text));
   EXPECT_TRUE(Wrote("group 14 last " + trace_text));

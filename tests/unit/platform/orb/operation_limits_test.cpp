@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The table of limits, the interface definitions and the page that shows the table say the same.
 #include "platform/orb/operation_limits.h"
 

@@ -1,5 +1,6 @@
-// An engine for tests: orb_test_engine NAME [run|hold]. It takes an instance of NAME and writes "is NAME/n"; then it runs
-// ("run") or holds its requests back for ever, as an engine does that still starts ("hold").
+// SPDX-License-Identifier: Apache-2.0
+// An engine for tests: orb_test_engine NAME [run|hold]. It takes an instance of NAME and writes "is NAME/n"; then it
+// runs ("run") or holds its requests back for ever, as an engine does that still starts ("hold").
 #include <chrono>
 #include <string>
 #include <thread>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/record_type_code.h"
 
 #include <gtest/gtest.h>
@@ -18,7 +19,8 @@ using namespace Test;
 
 RecordKind Read(const Wire& wire) {
   cdrMemoryStream stream;
-  stream.put_octet_array(reinterpret_cast<const CORBA::Octet*>(wire.Bytes().data()), static_cast<int>(wire.Bytes().size()));
+  stream.put_octet_array(reinterpret_cast<const CORBA::Octet*>(wire.Bytes().data()),
+                         static_cast<int>(wire.Bytes().size()));
   stream.setByteSwapFlag(wire.IsLittleEndian());
   return ReadRecordTypeCode(stream);
 }
@@ -42,19 +44,19 @@ const std::vector<TypeWriter> kTwoLongs{Simple(kTkLong), Simple(kTkLong)};
 
 INSTANTIATE_TEST_SUITE_P(
     Types, Known_or_unknown,
-    testing::Combine(testing::Values(Good{"trace", TraceType(), RecordKind::Trace},
-                                     Good{"value", ValueType(), RecordKind::Value},
-                                     Good{"long_", Simple(kTkLong), RecordKind::Long},
-                                     Good{"boolean", Simple(kTkBoolean), RecordKind::Boolean},
-                                     Good{"name_for_a_trace", Alias(TraceType()), RecordKind::Trace},
-                                     Good{"name_for_a_name", Alias(Alias(Simple(kTkLong))), RecordKind::Long},
-                                     Good{"null", Simple(0), RecordKind::Unknown},
-                                     Good{"ulong_", Simple(kTkUlong), RecordKind::Unknown},
-                                     Good{"string", Simple(kTkString), RecordKind::Unknown},
-                                     Good{"other_struct", Struct("IDL:X:1.0", kTwoLongs), RecordKind::Unknown},
-                                     Good{"no_id", Struct("", kTwoLongs), RecordKind::Unknown},
-                                     Good{"name_for_another", Alias(Sequence(Simple(kTkLong), 0)), RecordKind::Unknown}),
-                     testing::Bool()),
+    testing::Combine(
+        testing::Values(Good{"trace", TraceType(), RecordKind::Trace}, Good{"value", ValueType(), RecordKind::Value},
+                        Good{"long_", Simple(kTkLong), RecordKind::Long},
+                        Good{"boolean", Simple(kTkBoolean), RecordKind::Boolean},
+                        Good{"name_for_a_trace", Alias(TraceType()), RecordKind::Trace},
+                        Good{"name_for_a_name", Alias(Alias(Simple(kTkLong))), RecordKind::Long},
+                        Good{"null", Simple(0), RecordKind::Unknown},
+                        Good{"ulong_", Simple(kTkUlong), RecordKind::Unknown},
+                        Good{"string", Simple(kTkString), RecordKind::Unknown},
+                        Good{"other_struct", Struct("IDL:X:1.0", kTwoLongs), RecordKind::Unknown},
+                        Good{"no_id", Struct("", kTwoLongs), RecordKind::Unknown},
+                        Good{"name_for_another", Alias(Sequence(Simple(kTkLong), 0)), RecordKind::Unknown}),
+        testing::Bool()),
     [](const auto& test) {
       return std::get<0>(test.param).name + std::string(std::get<1>(test.param) ? "_little" : "_big");
     });
@@ -122,18 +124,21 @@ INSTANTIATE_TEST_SUITE_P(
             Lying{"indirection_to_nothing", [](Wire& wire) { wire.Ulong(0xffffffff).Ulong(0); }},
             Lying{"more_than_the_message", [](Wire& wire) { wire.Ulong(kTkStruct).Ulong(0x7fffffff).Ulong(1); }},
             Lying{"empty_body", [](Wire& wire) { wire.Ulong(kTkStruct).Ulong(0); }},
-            Lying{"byte_order_7", [](Wire& wire) { wire.Ulong(kTkStruct).Nested(Wire().Octet(7).Text("i").Text("n").Ulong(0)); }},
+            Lying{"byte_order_7",
+                  [](Wire& wire) { wire.Ulong(kTkStruct).Nested(Wire().Octet(7).Text("i").Text("n").Ulong(0)); }},
             Lying{"id_longer_than_the_body",
-                  [](Wire& wire) { wire.Ulong(kTkStruct).Nested(Wire::Encapsulation(wire.IsLittleEndian()).Ulong(1000)); }},
+                  [](Wire& wire) {
+                    wire.Ulong(kTkStruct).Nested(Wire::Encapsulation(wire.IsLittleEndian()).Ulong(1000));
+                  }},
             Lying{"a_million_members", Front("IDL:X:1.0", 1000000)}, Lying{"members_not_there", Front("IDL:X:1.0", 3)},
             Lying{"members_times_nine_is_small", Front("IDL:X:1.0", 0x1c71c71d)},
             Lying{"ours_without_members", Front("IDL:Corvanta/VALUE_DOUBLE/VALUE:1.0", 4)},
             Lying{"ours_with_too_few", Impostor({Simple(kTkUlong)})},
             Lying{"ours_with_others", Impostor(std::vector<TypeWriter>(6, Simple(kTkUlong)))},
             Lying{"ours_with_one_member_more", OneMemberMore()}, Lying{"ours_with_a_longer_array", LongerArray()},
-            Lying{"ours_with_units_of_another_name", OtherUnits()}, Lying{"names_for_ever", ManyNames(9)}, Lying{"refers_to_itself", Referring(-40)},
-            Lying{"refers_forward", Referring(4)}, Lying{"refers_before_the_beginning", Referring(-100000)},
-            Lying{"refers_to_its_own_kind", Referring(-4)}),
+            Lying{"ours_with_units_of_another_name", OtherUnits()}, Lying{"names_for_ever", ManyNames(9)},
+            Lying{"refers_to_itself", Referring(-40)}, Lying{"refers_forward", Referring(4)},
+            Lying{"refers_before_the_beginning", Referring(-100000)}, Lying{"refers_to_its_own_kind", Referring(-4)}),
         testing::Bool()),
     [](const auto& test) {
       return std::get<0>(test.param).name + std::string(std::get<1>(test.param) ? "_little" : "_big");
@@ -162,10 +167,9 @@ TEST(Type_code, ALargeOneOfAnotherTypeIsNotLookedAt) {
 }
 
 TEST(Type_code, IsTheOneOfTheInterfaceDefinition) {
-  for (const auto& [type_code, kind] : {std::pair(BASIC_TRACE::_tc_BT_DATA, RecordKind::Trace),
-                                        std::pair(VALUE_DOUBLE::_tc_VALUE, RecordKind::Value),
-                                        std::pair(CORBA::_tc_long, RecordKind::Long),
-                                        std::pair(CORBA::_tc_boolean, RecordKind::Boolean)}) {
+  for (const auto& [type_code, kind] :
+       {std::pair(BASIC_TRACE::_tc_BT_DATA, RecordKind::Trace), std::pair(VALUE_DOUBLE::_tc_VALUE, RecordKind::Value),
+        std::pair(CORBA::_tc_long, RecordKind::Long), std::pair(CORBA::_tc_boolean, RecordKind::Boolean)}) {
     cdrMemoryStream theirs;
     CORBA::TypeCode::marshalTypeCode(type_code, theirs);
     EXPECT_EQ(ReadRecordTypeCode(theirs), kind);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/reference_endpoint.h"
 
 #include <fmt/format.h>
@@ -20,7 +21,9 @@ const std::string kNoInternetProfile = "IOR:010000000a00000049444c3a583a312e3000
 
 // As the ORB writes it: a process with a socket of its machine alone, and one that has an internet address besides.
 const std::string kUnixAlone =
-    "IOR:010000000a00000049444c3a783a312e300000000100000000000000750000000101020003000000766d0000000000000100000078000000030000"
+    "IOR:"
+    "010000000a00000049444c3a783a312e300000000100000000000000750000000101020003000000766d000000000000010000007800000003"
+    "0000"
     "0000000000080000000100000000545441010000001c0000000100000001000100010000000100010509010100010000000901010002545441"
     "1d0000000100000003000000766d00000d0000002f746d702f75782f642f733100";
 
@@ -47,10 +50,19 @@ std::string Ior(const std::string& profiles, unsigned count) {
   return "IOR:" + Hex(std::string(4, '\0') + Big(10) + std::string("IDL:A:1.0\0\0\0", 12) + Big(count) + profiles);
 }
 
-const std::string kHost("\x00\x01\x02\x00\x00\x00\x00\x09""10.0.0.7\x00\x00\x12\x34", 20);
+const std::string kHost(
+    "\x00\x01\x02\x00\x00\x00\x00\x09"
+    "10.0.0.7\x00\x00\x12\x34",
+    20);
 const std::string kNoHost("\x00\x01\x02\x00\x00\x00\x00\x01\x00\x00\x12\x34", 12);
-const std::string kHostWithLineEnd("\x00\x01\x02\x00\x00\x00\x00\x09""10.0.0.\n\x00\x00\x12\x34", 20);
-const std::string kNoPort("\x00\x01\x02\x00\x00\x00\x00\x09""10.0.0.8\x00\x00\x00\x00", 20);
+const std::string kHostWithLineEnd(
+    "\x00\x01\x02\x00\x00\x00\x00\x09"
+    "10.0.0.\n\x00\x00\x12\x34",
+    20);
+const std::string kNoPort(
+    "\x00\x01\x02\x00\x00\x00\x00\x09"
+    "10.0.0.8\x00\x00\x00\x00",
+    20);
 
 TEST(EndpointOf, ReadsBothByteOrdersAndTakesTheFirstInternetProfile) {
   EXPECT_EQ(EndpointOf(kLittleEndian), "127.0.0.1:2700");
@@ -80,7 +92,8 @@ TEST(EndpointOf, IsEmptyWhereThereIsNone) {
 
 TEST(EndpointOf, IsEmptyForEveryTruncation) {
   const std::string whole = Ior(Profile(0, kHost), 1);
-  for (std::size_t length = 0; length < whole.size(); ++length) EXPECT_EQ(EndpointOf(whole.substr(0, length)), "") << length;
+  for (std::size_t length = 0; length < whole.size(); ++length)
+    EXPECT_EQ(EndpointOf(whole.substr(0, length)), "") << length;
 }
 
 TEST(EndpointOf, SurvivesEveryChangedDigit) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/orb/unix_endpoint.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +28,8 @@ class Listener {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path.native().copy(address.sun_path, sizeof address.sun_path - 1);
-    if (::bind(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || ::listen(descriptor_, 1) != 0)
+    if (::bind(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        ::listen(descriptor_, 1) != 0)
       throw std::runtime_error("no listener at " + path.string());
   }
   ~Listener() { ::close(descriptor_); }
@@ -74,7 +76,8 @@ class UnixEndpoint : public testing::Test {
 };
 
 TEST_F(UnixEndpoint, OtherEndpointsStayAsTheyAre) {
-  for (const char* endpoint : {"giop:tcp:127.0.0.1:", "giop:ssl::3000", "giop:unix"}) EXPECT_EQ(PrepareEndpoint(endpoint), endpoint);
+  for (const char* endpoint : {"giop:tcp:127.0.0.1:", "giop:ssl::3000", "giop:unix"})
+    EXPECT_EQ(PrepareEndpoint(endpoint), endpoint);
 }
 
 TEST_F(UnixEndpoint, AFreePathStaysAsItIs) { EXPECT_EQ(Prepared(directory_ / "manager"), directory_ / "manager"); }
@@ -144,7 +147,8 @@ TEST_F(UnixEndpoint, ADirectoryThatOthersCanWriteToIsRefused) {
 TEST_F(UnixEndpoint, ADirectoryThatCannotBeUsedIsRefused) {
   std::ofstream(directory_ / "notes") << "mine";
   EXPECT_EQ(Refusal(directory_ / "notes" / "x"), (directory_ / "notes").string() + " is no directory");
-  EXPECT_EQ(Refusal(directory_ / "a" / "b" / "x"), (directory_ / "a" / "b").string() + " cannot be made: No such file or directory");
+  EXPECT_EQ(Refusal(directory_ / "a" / "b" / "x"),
+            (directory_ / "a" / "b").string() + " cannot be made: No such file or directory");
 }
 
 TEST_F(UnixEndpoint, ADirectoryOfAnotherUserIsRefused) {

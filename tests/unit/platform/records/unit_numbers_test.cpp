@@ -1,5 +1,6 @@
-// The numbers of the units, which travel in records: written out here once more, against the enumeration, the constants of the
-// interface definition and the table for client authors.
+// SPDX-License-Identifier: Apache-2.0
+// The numbers of the units, which travel in records: written out here once more, against the enumeration, the constants
+// of the interface definition and the table for client authors.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -88,7 +89,8 @@ TEST(UnitNumbers, EachIsTheOneThatWasPublished) {
 
 TEST(UnitNumbers, TheInterfaceDefinitionNamesEachOnce) {
   std::vector<std::string> expected;
-  for (const NumberedUnit& row : kUnits) expected.push_back(std::string(row.name) + " = " + std::to_string(row.number) + ";");
+  for (const NumberedUnit& row : kUnits)
+    expected.push_back(std::string(row.name) + " = " + std::to_string(row.number) + ";");
   EXPECT_EQ(LinesBeginning("    const long ", "idl/VALUE_UNITS.idl"), expected);
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/signals/Signals.h"
 
 #include <gtest/gtest.h>
@@ -13,8 +14,8 @@
 namespace Lumenar {
 namespace {
 
-/// Each body runs in a process of its own: a pending signal and the waiting thread stay for a process's life. That process is
-/// the test program started again, unless the environment says otherwise.
+/// Each body runs in a process of its own: a pending signal and the waiting thread stay for a process's life. That
+/// process is the test program started again, unless the environment says otherwise.
 class Signals_in_a_process : public testing::Test {
  protected:
   void SetUp() override {
@@ -65,8 +66,8 @@ TEST_P(Signals_table, BecomesItsExceptionAndStaysPending) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, Signals_table,
-                         testing::Values(Case{SIGTERM, "Term 15 terminate signal"}, Case{SIGINT, "Term 2 terminate signal"},
-                                         Case{SIGQUIT, "Quit 3 quit signal"}));
+                         testing::Values(Case{SIGTERM, "Term 15 terminate signal"},
+                                         Case{SIGINT, "Term 2 terminate signal"}, Case{SIGQUIT, "Quit 3 quit signal"}));
 
 TEST_F(Signals_in_a_process, WithoutASignalNothingIsThrown) {
   Signals::ThrowIfPending();

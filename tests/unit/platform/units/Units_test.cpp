@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/units/Units.h"
 
 #include "platform/units/exceptions.h"
@@ -84,7 +85,8 @@ TEST(Units, ThingsThatAreCountedDoNotMeet) {
       if (a == b) {
         EXPECT_EQ(Units_library::Get_conversion_factor(a, b), 1.0) << Units_text(a);
       } else {
-        EXPECT_THROW(Units_library::Get_conversion_factor(a, b), UnitDimensionNotSame) << Units_text(a) << Units_text(b);
+        EXPECT_THROW(Units_library::Get_conversion_factor(a, b), UnitDimensionNotSame)
+            << Units_text(a) << Units_text(b);
       }
     }
   }
@@ -177,9 +179,12 @@ TEST(Units, ConversionFactors) {
 
 TEST(Units, NoFactorBetweenDimensions) {
   const std::pair<Units, Units> cases[] = {
-      {C_Watts, Make_unit(U_Volt)},          {C_Watts, C_Empty},
-      {C_Empty, Make_unit(U_Radian)},        {Make_unit(U_Hertz), Make_unit(U_Second)},
-      {Make_unit(U_Lumen), Make_unit(U_Candela)}, {Make_unit(U_Sample), Make_unit(U_Bit)},
+      {C_Watts, Make_unit(U_Volt)},
+      {C_Watts, C_Empty},
+      {C_Empty, Make_unit(U_Radian)},
+      {Make_unit(U_Hertz), Make_unit(U_Second)},
+      {Make_unit(U_Lumen), Make_unit(U_Candela)},
+      {Make_unit(U_Sample), Make_unit(U_Bit)},
       {C_Watts, Slots({{U_Watt, 1}, {U_Second, 1}})},
       {Make_unit(U_Meter, kMin), Make_unit(U_Meter, kMax)},
   };

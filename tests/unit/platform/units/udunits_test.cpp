@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/units/Units.h"
 #include "platform/units/exceptions.h"
 #include "platform/units/unit_table.h"
@@ -14,26 +15,16 @@ namespace {
 /// The independent judge: the same unit in the language of UDUNITS. The ones it lacks have no name here.
 const char* Judge_name(Units_list unit) {
   switch (unit) {
-    case U_PartsPerMillion:
-      return "1e-6";
-    case U_PartsPerBillion:
-      return "1e-9";
-    case U_DegreeC:
-      return "celsius";
-    case U_DegreeF:
-      return "fahrenheit";
-    case U_Degree:
-      return "arc_degree";
-    case U_Kilogram:
-      return "kg";
-    case U_Bit:
-      return "bit";
-    case U_Byte:
-      return "byte";
-    case U_Sample:
-      return nullptr;
-    default:
-      return Find_unit(unit)->stem.data();
+    case U_PartsPerMillion: return "1e-6";
+    case U_PartsPerBillion: return "1e-9";
+    case U_DegreeC: return "celsius";
+    case U_DegreeF: return "fahrenheit";
+    case U_Degree: return "arc_degree";
+    case U_Kilogram: return "kg";
+    case U_Bit: return "bit";
+    case U_Byte: return "byte";
+    case U_Sample: return nullptr;
+    default: return Find_unit(unit)->stem.data();
   }
 }
 
@@ -66,8 +57,8 @@ TEST_F(UdunitsTest, FactorsAgreeWhereBothKnowTheUnits) {
       if (!judge_from || !judge_to) {
         continue;
       }
-      const std::unique_ptr<cv_converter, decltype(&cv_free)> judge(
-          ut_get_converter(judge_from.get(), judge_to.get()), &cv_free);
+      const std::unique_ptr<cv_converter, decltype(&cv_free)> judge(ut_get_converter(judge_from.get(), judge_to.get()),
+                                                                    &cv_free);
       ASSERT_TRUE(judge) << from.stem << " to " << to.stem;
       // The difference of two points, so that temperatures are compared without their zero.
       const double expected = cv_convert_double(judge.get(), 1.0) - cv_convert_double(judge.get(), 0.0);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/units/Units.h"
 #include "platform/units/unit_table.h"
 
@@ -96,14 +97,27 @@ TEST(UnitsText, ReadsWhatPeopleWrite) {
 
 TEST(UnitsText, RefusesAndNamesThePart) {
   const std::pair<const char*, const char*> cases[] = {
-      {"furlong", "furlong"}, {"V/parsec", "parsec"},      {"V^", "V^"},
-      {"V^x", "V^x"},         {"V^1.5", "5"},              {"V//s", "//"},
-      {"V*", "*"},            {"*V", "*"},                 {"mft", "mft"},
-      {"kB", "binary prefix"}, {"KiB/s", "decimal"},       {"V^99999999999", "V^99999999999"},
-      {"V^2147483648", "V^2147483648"},                    {"s m A V W ohm", "five factors"},
-      {"V^2147483647*V", "32 bits"},                       {"(V", "(V"},
-      {"/V^2147483649", "V^2147483649"}, {"10^-2147483649", "32 bits"},
-      {"dBfoo", "foo"},       {"EV^2147483647", "32 bits"}, {"10^4294967297", "10^4294967297"},
+      {"furlong", "furlong"},
+      {"V/parsec", "parsec"},
+      {"V^", "V^"},
+      {"V^x", "V^x"},
+      {"V^1.5", "5"},
+      {"V//s", "//"},
+      {"V*", "*"},
+      {"*V", "*"},
+      {"mft", "mft"},
+      {"kB", "binary prefix"},
+      {"KiB/s", "decimal"},
+      {"V^99999999999", "V^99999999999"},
+      {"V^2147483648", "V^2147483648"},
+      {"s m A V W ohm", "five factors"},
+      {"V^2147483647*V", "32 bits"},
+      {"(V", "(V"},
+      {"/V^2147483649", "V^2147483649"},
+      {"10^-2147483649", "32 bits"},
+      {"dBfoo", "foo"},
+      {"EV^2147483647", "32 bits"},
+      {"10^4294967297", "10^4294967297"},
   };
   for (const auto& [text, part] : cases) {
     try {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/topic_manager/DeliverySchedule.h"
 
 #include <gmock/gmock.h>
@@ -104,7 +105,9 @@ class LookingSchedule : public testing::Test {
   void Add(long handle, const std::string& address) {
     schedule_.Add(handle, "T" + std::to_string(handle), address, boost::shared_ptr<Subscriber>(new NoSubscriber), now_);
   }
-  void Publish(long handle, int value = 0) { schedule_.Publish("T" + std::to_string(handle), LongSample(value), freed_); }
+  void Publish(long handle, int value = 0) {
+    schedule_.Publish("T" + std::to_string(handle), LongSample(value), freed_);
+  }
   std::optional<DeliverySchedule::Delivery> NextLook() {
     schedule_.Advance(now_);
     return schedule_.NextLook(now_);
@@ -116,7 +119,8 @@ class LookingSchedule : public testing::Test {
   }
   std::vector<long> Finish(const DeliverySchedule::Delivery& look, Outcome outcome) {
     std::vector<long> lost;
-    for (const SubscriptionPtr& subscription : schedule_.Finish(look, outcome, now_, freed_)) lost.push_back(subscription->handle);
+    for (const SubscriptionPtr& subscription : schedule_.Finish(look, outcome, now_, freed_))
+      lost.push_back(subscription->handle);
     return lost;
   }
   /// Turns the clock on by `span`, answering each look with `outcome`; the handles that were dropped.
@@ -165,7 +169,8 @@ TEST_F(LookingSchedule, AProcessThatIsBackWithinThreeSecondsKeepsThem) {
   now_ += 2s;
   Finish(MustLook(), Outcome::Delivered);
   while (!NextLook()) now_ += 100ms;
-  EXPECT_THAT(Finish({schedule_.Subscriptions().at(1), nullptr, now_}, Outcome::Unreachable), IsEmpty()) << "the three seconds begin anew";
+  EXPECT_THAT(Finish({schedule_.Subscriptions().at(1), nullptr, now_}, Outcome::Unreachable), IsEmpty())
+      << "the three seconds begin anew";
 }
 
 TEST_F(LookingSchedule, AllThatAreGoneGoAtOnceWhenAnotherProcessHasTheirAddress) {
@@ -230,7 +235,8 @@ TEST_F(LookingSchedule, SilentProcessesTakeSoManyWorkersAndNewOnesGoBeforeThem) 
   EXPECT_LE(before, 1u) << "the newest in turn with the oldest";
   std::set<long> second;
   while (const auto look = NextLook()) second.insert(look->subscription->handle);
-  for (const auto& look : looks) EXPECT_EQ(second.count(look.subscription->handle), 0u) << "looked at in vain: they come later";
+  for (const auto& look : looks)
+    EXPECT_EQ(second.count(look.subscription->handle), 0u) << "looked at in vain: they come later";
 }
 
 TEST_F(LookingSchedule, TheFirstLookIsShortAndThoseAfterItLonger) {
@@ -244,7 +250,8 @@ TEST_F(LookingSchedule, TheFirstLookIsShortAndThoseAfterItLonger) {
     limits.push_back(look.look_limit);
     now_ += look.look_limit;
     Finish(look, i < 4 ? Outcome::TimedOut : Outcome::Delivered);
-    EXPECT_EQ(schedule_.Subscriptions().at(1)->endpoint->stalled, i == 4 ? false : look.look_limit == Limits{}.longest_look);
+    EXPECT_EQ(schedule_.Subscriptions().at(1)->endpoint->stalled,
+              i == 4 ? false : look.look_limit == Limits{}.longest_look);
   }
   EXPECT_THAT(limits, ElementsAre(100ms, 200ms, 400ms, 800ms, 1000ms));
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/topic_manager/Dispatcher.h"
 
 #include <gmock/gmock.h>
@@ -18,7 +19,8 @@
 #include "tests/support/IsolatedPlatform.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-extern "C" std::size_t __sanitizer_get_current_allocated_bytes();  // of the sanitizer's library; g++ has no header for it
+extern "C" std::size_t
+__sanitizer_get_current_allocated_bytes();  // of the sanitizer's library; g++ has no header for it
 #endif
 
 namespace Lumenar::Test {
@@ -41,7 +43,8 @@ class Gate {
   void Pass(std::chrono::milliseconds limit) {
     const SteadyTime end = std::chrono::steady_clock::now() + limit;
     Lock lock(mutex_);
-    while (!open_ && std::chrono::steady_clock::now() < end) changed_.WaitFor(mutex_, end - std::chrono::steady_clock::now());
+    while (!open_ && std::chrono::steady_clock::now() < end)
+      changed_.WaitFor(mutex_, end - std::chrono::steady_clock::now());
   }
 
  private:
@@ -259,7 +262,8 @@ TEST(Dispatcher, AFullQueueDropsTheOldestAndCounts) {
   EXPECT_THAT(slow->Values(), testing::ElementsAre(0, 8, 9, 10));
 }
 
-/// A process whose subscribers take their samples in one call; the first one's is a slow one, so that the others' pile up meanwhile.
+/// A process whose subscribers take their samples in one call; the first one's is a slow one, so that the others' pile
+/// up meanwhile.
 class GroupProcess {
  public:
   class Member : public Subscriber {
@@ -324,7 +328,8 @@ class GroupDispatch : public testing::Test {
     dispatcher_->Publish("FIRST", LongSample(GroupProcess::kFirst));
     ASSERT_TRUE(WaitUntil([&] { return process_.singles == 1; }));
     for (long handle = 1; handle <= 4; ++handle)
-      dispatcher_->Add(handle, handle <= 3 ? "T" : "U", "host:1", boost::shared_ptr<Subscriber>(new GroupProcess::Member(process_)));
+      dispatcher_->Add(handle, handle <= 3 ? "T" : "U", "host:1",
+                       boost::shared_ptr<Subscriber>(new GroupProcess::Member(process_)));
     dispatcher_->Publish("T", LongSample(5));
     dispatcher_->Publish("U", LongSample(6));
     process_.gate.Open();
@@ -426,8 +431,8 @@ TEST(Dispatcher, StopTellsOfDeliveriesUnderWay) {
 }
 
 #ifdef __GLIBC__
-/// The memory that this process holds: as the system counts it, or, where a sanitizer's allocator keeps freed memory to itself,
-/// as that allocator counts what is in use.
+/// The memory that this process holds: as the system counts it, or, where a sanitizer's allocator keeps freed memory to
+/// itself, as that allocator counts what is in use.
 long HeldBytes() {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   return static_cast<long>(__sanitizer_get_current_allocated_bytes());

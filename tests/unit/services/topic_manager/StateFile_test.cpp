@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/topic_manager/StateFile.h"
 
 #include <gmock/gmock.h>
@@ -115,7 +116,8 @@ TEST_F(State, AReferenceIsBounded) {
   const std::string longest = "IOR:" + std::string(StateFile::kLongestReference - 4, '0');
   EXPECT_EQ(ReadText(title + "sub 3 A " + longest + "\n").entries.size(), 1u);
   EXPECT_THAT(problem_, IsEmpty());
-  EXPECT_THAT(ReadText(title + "sub 3 A " + longest + "0\nsub 4 B IOR:01\n").entries, ElementsAre(Entry{4, "B", "IOR:01"}));
+  EXPECT_THAT(ReadText(title + "sub 3 A " + longest + "0\nsub 4 B IOR:01\n").entries,
+              ElementsAre(Entry{4, "B", "IOR:01"}));
   EXPECT_THAT(problem_, HasSubstr("state:2: damaged"));
   EXPECT_THAT(ReadText(title + "sub 3 A IOR:" + std::string(70 << 20, '0') + "\nsub 4 B IOR:01\n").entries,
               ElementsAre(Entry{4, "B", "IOR:01"}));

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/topic_manager/SubscriptionStore.h"
 
 #include <gmock/gmock.h>
@@ -40,7 +41,9 @@ TEST_F(Store, HandlesStartAtOneAndAreNeverUsedAgain) {
 TEST_F(Store, ASubscriberIsFoundByItsHandleOrByItself) {
   SubscriptionStore store(std::nullopt);
   const long first = store.Add("A", "IOR:01"), second = store.Add("A", "IOR:01"), other = store.Add("B", "IOR:02");
-  const auto found = [&](long handle, const char* topic, const char* reference) { return store.Find({{handle, topic, reference}}).at(0); };
+  const auto found = [&](long handle, const char* topic, const char* reference) {
+    return store.Find({{handle, topic, reference}}).at(0);
+  };
   EXPECT_EQ(found(second, "A", "IOR:01"), second);
   EXPECT_EQ(found(99, "B", "IOR:02"), other);
   EXPECT_EQ(found(first, "B", "IOR:02"), other) << "a handle of somebody else says nothing";

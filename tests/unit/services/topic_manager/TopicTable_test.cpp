@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/topic_manager/TopicTable.h"
 
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The topic manager as a process, with subscribers that are slow, stopped, killed.
 #include <gmock/gmock.h>
 
@@ -52,8 +53,8 @@ Raised Raising(const char* name, CORBA::CompletionStatus completed, CORBA::ULong
   return {name, [=] { throw Exception(minor, completed); }};
 }
 
-/// The ORB raises the same when it cannot reach somebody; with its mark, the subscriber lets the failure of a call of its own pass. They
-/// get samples for longer than an unreachable subscriber is kept.
+/// The ORB raises the same when it cannot reach somebody; with its mark, the subscriber lets the failure of a call of
+/// its own pass. They get samples for longer than an unreachable subscriber is kept.
 TEST_F(TopicManager, WhateverASubscriberRaisesItGetsEachSampleOnceAndIsKept) {
   constexpr CORBA::ULong kMarked = 0x41540001;
   const Raised all[] = {Raising<CORBA::TRANSIENT>("TRANSIENT", CORBA::COMPLETED_NO),
@@ -136,7 +137,9 @@ class FailingGroup : public POA_Corvanta::DDS_GroupSub {
  public:
   explicit FailingGroup(CORBA::CompletionStatus completed) : completed_(completed) {}
 
-  Corvanta::HandleSeq* DDS_Group(const Corvanta::SharedSampleSeq&) override { throw CORBA::NO_RESOURCES(0, completed_); }
+  Corvanta::HandleSeq* DDS_Group(const Corvanta::SharedSampleSeq&) override {
+    throw CORBA::NO_RESOURCES(0, completed_);
+  }
   void DDS_Callback(const CORBA::Any&) override { ++singles; }
   CORBA::Long GetId() override { return 0; }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Two topic managers, each with a naming service of its own, that relay a topic.
 #include <fmt/format.h>
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // topic_subscriber TOPIC COUNT: a process that subscribes COUNT times to a topic, for tests to stop and to kill.
 // Prints "handle N" for each subscription, "ready", then each sample.
 #include <fmt/format.h>
@@ -42,6 +43,5 @@ int main(int, char** argv) {
   Lumenar::WriteOut("ready");
   try {
     orb.Run();
-  } catch (const Signal_Exception&) {
-  }
+  } catch (const Signal_Exception&) {}
 }

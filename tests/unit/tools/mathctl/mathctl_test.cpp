@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The command line as people use it, against a platform of real processes; the readings are the test's own.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -116,8 +117,9 @@ TEST_F(MathctlTest, CreatesObjectsOverReadingsAndOverEachOther) {
   EXPECT_EQ(objects[2]["present"]["value"], 5);
   EXPECT_EQ(Out({"delete", "math:0", "2"}), "");
   EXPECT_THAT(Out({"list"}),
-              testing::MatchesRegex("ID +TYPE +RESULT +INPUTS +REFUSED\n"
-                                    "math:1 +Subtract +MATHFACTORY/1/RESULT[^\n]* +TESTBENCH/1/TRACE, MATHFACTORY/1/RESULT[^\n]* +0\n"));
+              testing::MatchesRegex(
+                  "ID +TYPE +RESULT +INPUTS +REFUSED\n"
+                  "math:1 +Subtract +MATHFACTORY/1/RESULT[^\n]* +TESTBENCH/1/TRACE, MATHFACTORY/1/RESULT[^\n]* +0\n"));
 }
 
 TEST_F(MathctlTest, ShowsSamplesThatAnOperationRefused) {
@@ -128,8 +130,10 @@ TEST_F(MathctlTest, ShowsSamplesThatAnOperationRefused) {
   ASSERT_TRUE(WaitUntil([&] { return Objects({"list"})[0]["refused"] == 1; }));
   EXPECT_EQ(Objects({"list"})[0]["last_reason"], "UnitDimensionNotProper");
   EXPECT_THAT(Out({"list"}), HasSubstr("  1 (UnitDimensionNotProper)\n"));
-  EXPECT_THAT(Out({"doctor"}), testing::ContainsRegex("look +math engine +1 math objects, 1 of them refused samples, most of all math:0: 1, "
-                                                      "the last for UnitDimensionNotProper\n"));
+  EXPECT_THAT(
+      Out({"doctor"}),
+      testing::ContainsRegex("look +math engine +1 math objects, 1 of them refused samples, most of all math:0: 1, "
+                             "the last for UnitDimensionNotProper\n"));
 }
 
 TEST_F(MathctlTest, WatchWritesOneLineAResultAndEndsAfterThoseAskedFor) {
@@ -261,7 +265,8 @@ TEST_F(MathctlTest, SubscriptionsShowWhatEachHasLost) {
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_EQ(rows[0]["topic"], "TESTBENCH/1/COUNT");
   EXPECT_THAT(rows[0]["dropped"].get<int>() + rows[0]["queued"].get<int>() + rows[0]["delivered"].get<int>(),
-              AnyOf(1099, 1100)) << "one may be under way";
+              AnyOf(1099, 1100))
+      << "one may be under way";
   EXPECT_GE(rows[0]["dropped"].get<int>(), 99);
   EXPECT_THAT(Out({"subscriptions"}), HasSubstr("HANDLE  TOPIC              ADDRESS"));
   watch->Signal(SIGCONT);
