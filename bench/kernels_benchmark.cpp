@@ -15,10 +15,10 @@
 #include <string>
 #include <vector>
 
-#include "Value/decibel_kernels.h"
-#include "Value/decibel_paths.h"
 #include "bench/Comparisons.h"
 #include "bench/Figures.h"
+#include "platform/value/decibel_kernels.h"
+#include "platform/value/decibel_paths.h"
 #if LUMENAR_HAVE_VOLK
 #include <volk/volk.h>
 #endif

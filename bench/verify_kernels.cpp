@@ -12,8 +12,8 @@
 #include <thread>
 #include <vector>
 
-#include "Value/decibel_kernels.h"
-#include "Value/decibel_paths.h"
+#include "platform/value/decibel_kernels.h"
+#include "platform/value/decibel_paths.h"
 #include "tests/support/decibel_reference.h"
 
 // Every float there is, through every path of the decibel kernels and through the scalar functions, against independent

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "client/Text.h"
-#include "platform/orb/reference_endpoint.h"
+#include "platform/wire/reference_endpoint.h"
 
 namespace Lumenar::Client {
 namespace {

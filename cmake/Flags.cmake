@@ -38,6 +38,15 @@ if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
 endif()
 
+# Several files to a translation unit: what they include is read once, which halves the time of a build. The `clang` preset
+# compiles each file by itself, so each still includes what it uses.
+option(LUMENAR_UNITY "Compile several files of a target as one" OFF)
+set(CMAKE_UNITY_BUILD ${LUMENAR_UNITY})
+if(LUMENAR_UNITY AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  add_compile_options(-Wno-subobject-linkage)  # each .cpp seems to be a header then
+endif()
+set(CMAKE_UNITY_BUILD_BATCH_SIZE 8)
+
 find_program(LUMENAR_CCACHE ccache)
 if(LUMENAR_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${LUMENAR_CCACHE})

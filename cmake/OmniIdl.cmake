@@ -24,6 +24,7 @@ function(lumenar_idl_library name)
     list(APPEND sources ${products})
   endforeach()
   add_library(${name} STATIC ${sources})
+  set_target_properties(${name} PROPERTIES UNITY_BUILD OFF)  # generated files share names
   target_compile_features(${name} PUBLIC cxx_std_20)
   target_include_directories(${name} SYSTEM PUBLIC ${out})
   target_link_libraries(${name} PUBLIC PkgConfig::omniORB)

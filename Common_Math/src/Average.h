@@ -7,11 +7,11 @@
 
 #include "Common_Math/src/MathBaseTemplate.h"
 #include "Common_Math/src/RunningMean.h"
-#include "Topics/DDS_Subscriber.h"
 #include "platform/base/Mutex.h"
 #include "platform/components/attributes/EngineAttribLong_i.h"
 #include "platform/components/attributes/EngineAttribVoid_i.h"
 #include "platform/components/readings/EngineReadingBoolean_i.h"
+#include "platform/topics/DDS_Subscriber.h"
 
 namespace Lumenar {
 

@@ -19,16 +19,16 @@ namespace {
 using Corvanta::BASIC_TRACE::BT_DATA;
 using Corvanta::MathFactory::MathFactoryException;
 using Corvanta::MathFactory::ReadingAttribSeq;
-using Corvanta::VALUE_DOUBLE::VALUE;
+using Scalar = Corvanta::VALUE_DOUBLE::VALUE;
 
-constexpr const char* kPath = "Common_Math/src/MathFactory_i";
+constexpr const char* kBuildersPath = "Common_Math/src/MathFactory_i";
 
 enum Kind { kLong = 0, kValueDouble = 1, kBasicTrace = 2 };
 
 /// Before any call to an input.
 void RequireCount(const ReadingAttribSeq& attribs, CORBA::ULong count, const char* builder, const char* sentence) {
   if (attribs.length() == count) return;
-  Diagnose(kPath, builder, " Error: attribs length != ", count);
+  Diagnose(kBuildersPath, builder, " Error: attribs length != ", count);
   throw MathFactoryException(sentence);
 }
 
@@ -41,7 +41,7 @@ std::vector<int> KindsOf(const ReadingAttribSeq& attribs) {
 [[noreturn]] void RefuseKinds(const char* builder, const std::vector<int>& kinds) {
   std::string codes;
   for (const int kind : kinds) codes += (codes.empty() ? "" : ", ") + std::to_string(kind);
-  Diagnose(kPath, builder, kinds.size() == 1 ? " Error: Invalid type: " : " Error: Invalid types: ", codes);
+  Diagnose(kBuildersPath, builder, kinds.size() == 1 ? " Error: Invalid type: " : " Error: Invalid types: ", codes);
   throw MathFactoryException("Invalid attrib types");
 }
 
@@ -56,12 +56,13 @@ struct TwoInputNames {
 
 boost::shared_ptr<MathBase> CreateTwoInput(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui,
                                            const ReadingAttribSeq& attribs, const TwoInputNames& names,
-                                           SimpleOp2<VALUE, VALUE, VALUE>::Operation scalar_op,
+                                           SimpleOp2<Scalar, Scalar, Scalar>::Operation scalar_op,
                                            SimpleOp2<BT_DATA, BT_DATA, BT_DATA>::Operation trace_op) {
   RequireCount(attribs, 2, names.builder, names.count_sentence);
   const Kinds kinds = KindsOf(attribs);
   if (kinds == Kinds{kValueDouble, kValueDouble}) {
-    return MathBase::Own(new SimpleOp2<VALUE, VALUE, VALUE>(namer, gui, names.type, scalar_op, attribs[0], attribs[1]));
+    return MathBase::Own(
+        new SimpleOp2<Scalar, Scalar, Scalar>(namer, gui, names.type, scalar_op, attribs[0], attribs[1]));
   }
   if (kinds == Kinds{kBasicTrace, kBasicTrace}) {
     return MathBase::Own(
@@ -76,7 +77,7 @@ boost::shared_ptr<MathBase> CreateOneInput(Corvanta::ItemNamer& namer, GUI_AbleR
   // One sentence for both builders: it names Average also where a Peak is refused.
   RequireCount(attribs, 1, builder, "Average requires exactly one attribute.");
   const Kinds kinds = KindsOf(attribs);
-  if (kinds[0] == kValueDouble) return MathBase::Own(new Operation<VALUE, VALUE>(namer, gui, attribs[0]));
+  if (kinds[0] == kValueDouble) return MathBase::Own(new Operation<Scalar, Scalar>(namer, gui, attribs[0]));
   if (kinds[0] == kBasicTrace) return MathBase::Own(new Operation<BT_DATA, BT_DATA>(namer, gui, attribs[0]));
   RefuseKinds(builder, kinds);
 }
@@ -90,21 +91,21 @@ int GetType(Corvanta::EngineReadingBase_ptr reading) {
   if (type_name == "ValueDouble") return kValueDouble;
   if (type_name == "BasicTrace") return kBasicTrace;
   const std::string name = info->name.in();
-  Diagnose(kPath, "GetType", " Error: Invalid attrib type: ", name);
+  Diagnose(kBuildersPath, "GetType", " Error: Invalid attrib type: ", name);
   throw MathFactoryException(("Invalid Attrib Type: " + name).c_str());
 }
 
 boost::shared_ptr<MathBase> CreateSubtract(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui,
                                            const ReadingAttribSeq& attribs) {
   const TwoInputNames names{"CreateSubtract", "Subtract requires exactly two attributes.", "Subtract"};
-  return CreateTwoInput(namer, gui, attribs, names, &operator-<VALUE>, &operator-<BT_DATA>);
+  return CreateTwoInput(namer, gui, attribs, names, &operator-<Scalar>, &operator-<BT_DATA>);
 }
 
 boost::shared_ptr<MathBase> CreateRelativeSubtract(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui,
                                                    const ReadingAttribSeq& attribs) {
   const TwoInputNames names{"CreateRelativeSubtract", "Relative Subtract requires exactly two attributes.",
                             "RelativeSubtract"};
-  return CreateTwoInput(namer, gui, attribs, names, &RelativeSub<VALUE>, &RelativeSub<BT_DATA>);
+  return CreateTwoInput(namer, gui, attribs, names, &RelativeSub<Scalar>, &RelativeSub<BT_DATA>);
 }
 
 boost::shared_ptr<MathBase> CreateAverage(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui,
@@ -122,8 +123,8 @@ boost::shared_ptr<MathBase> CreateCumulativeAdd(Corvanta::ItemNamer& namer, GUI_
   RequireCount(attribs, 3, "CreateCumulativeAdd", "Cumulative Add requires exactly three attributes.");
   const Kinds kinds = KindsOf(attribs);
   if (kinds != Kinds{kBasicTrace, kLong, kLong}) RefuseKinds("CreateCumulativeAdd", kinds);
-  return MathBase::Own(new SimpleOp3<BT_DATA, int, int, VALUE>(
-      namer, gui, "CumulativeAdd", &CumulativeAdd<VALUE, BT_DATA, int, int>, attribs[0], attribs[1], attribs[2]));
+  return MathBase::Own(new SimpleOp3<BT_DATA, int, int, Scalar>(
+      namer, gui, "CumulativeAdd", &CumulativeAdd<Scalar, BT_DATA, int, int>, attribs[0], attribs[1], attribs[2]));
 }
 
 }  // namespace Lumenar

@@ -9,8 +9,8 @@
 #include "Common_Math/src/RefusedSamples.h"
 #include "MathFactory.hh"
 #include "platform/base/InstanceCounter.h"
-#include "platform/orb/CountedServant.h"
-#include "platform/orb/UpcallGate.h"
+#include "platform/servants/CountedServant.h"
+#include "platform/servants/UpcallGate.h"
 
 namespace Lumenar {
 

@@ -13,7 +13,7 @@
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/base/TraceMemory.h"
-#include "platform/orb/LargeAnswer.h"
+#include "platform/transport/LargeAnswer.h"
 #include "platform/units/exceptions.h"
 
 namespace Lumenar {
@@ -23,7 +23,7 @@ using Corvanta::EngineAttribEnumParamElem;
 using Corvanta::MathFactory::Math_ptr;
 using Corvanta::MathFactory::ReadingAttribSeq;
 
-constexpr const char* kPath = "Common_Math/src/MathFactory_i";
+constexpr const char* kFactoryPath = "Common_Math/src/MathFactory_i";
 constexpr std::size_t kStatusBytes = 512;  // of an answer, about
 
 /// The operations by their number in TYPE.
@@ -127,7 +127,7 @@ MathFactory_i::Place::~Place() {
 boost::shared_ptr<MathBase> MathFactory_i::Build(const ReadingAttribSeq& attribs) {
   const int type = type_.Get();
   if (type < 0 || type >= static_cast<int>(std::size(kOperations))) {
-    Diagnose(kPath, "CreateMath", " Error: Invalid math operation: ", type);
+    Diagnose(kFactoryPath, "CreateMath", " Error: Invalid math operation: ", type);
     throw Corvanta::MathFactory::MathFactoryException("Invalid Math Type");
   }
   return kOperations[type].builder(object_namer_, registration_, attribs);

@@ -12,11 +12,11 @@
 #include "platform/components/GUI_AbleRegistration.h"
 #include "platform/components/ItemNamer.h"
 #include "platform/components/attributes/EngineAttribEnum_i.h"
-#include "platform/orb/CountedServant.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/PeerWatch.h"
-#include "platform/orb/RefusalLog.h"
-#include "platform/orb/UpcallGate.h"
+#include "platform/servants/CountedServant.h"
+#include "platform/servants/UpcallGate.h"
+#include "platform/transport/RefusalLog.h"
 
 namespace Lumenar {
 

@@ -26,7 +26,7 @@ using Corvanta::MathFactory::MathFactoryException;
 using Value::Units;
 using Value::Units_library;
 
-constexpr const char* kPath = "Common_Math/src/MathValueBasicTrace";
+constexpr const char* kTracePath = "Common_Math/src/MathValueBasicTrace";
 constexpr std::size_t kBlock = 1024;  // samples that stay in the first-level cache between two steps
 
 using TraceKernel = void (*)(float* values, const float* operand, std::size_t count) noexcept;
@@ -66,7 +66,7 @@ float ExactFloat(int number) {
 MathTrace::MathValue(const Corvanta::EngineReadingBase_ptr& reading) {
   const Corvanta::EngineBasicTrace_var trace = Corvanta::EngineBasicTrace::_narrow(reading);
   if (CORBA::is_nil(trace)) {
-    Diagnose(kPath, "MathValue", " Error: could not narrow attrib to BasicTrace type!");
+    Diagnose(kTracePath, "MathValue", " Error: could not narrow attrib to BasicTrace type!");
     throw MathFactoryException("Invalid Corvanta::BASIC_TRACE::BT_DATA Attrib type");
   }
   Corvanta::BASIC_TRACE::BT_DATA_var present = trace->Get();
@@ -112,14 +112,14 @@ MathTrace::Sample MathTrace::First() const { return list_.At(0, Samples()); }
 
 bool MathTrace::IsEmpty(const char* function) const {
   if (Length() > 0) return false;
-  Diagnose(kPath, function, " Warning: Trace size is 0, aborting");
+  Diagnose(kTracePath, function, " Warning: Trace size is 0, aborting");
   RefusedSamples::NoteFixedLine("a trace without samples");
   return true;
 }
 
 bool MathTrace::SizesDiffer(const char* function, std::size_t other_size) const {
   if (other_size == Length()) return false;
-  Diagnose(kPath, function, " Error: traces are different sizes! ", other_size, ", ", Length());
+  Diagnose(kTracePath, function, " Error: traces are different sizes! ", other_size, ", ", Length());
   RefusedSamples::NoteFixedLine("traces of different lengths");
   return true;
 }
@@ -278,7 +278,7 @@ Value::Value_object<double> MathTrace::CumulativeAdd(int start, int stop) const 
   const int listed = static_cast<int>(list_.Size());
   const int last = stop < listed ? stop : listed - 1;
   if (last < first) {
-    Diagnose(kPath, "CumulativeAdd", " Warning: start[", first, "] > stop[", last, "]");
+    Diagnose(kTracePath, "CumulativeAdd", " Warning: start[", first, "] > stop[", last, "]");
     RefusedSamples::NoteFixedLine("a range without samples");
     return {};
   }

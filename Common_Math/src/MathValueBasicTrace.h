@@ -9,7 +9,7 @@
 #include "Common_Math/src/MathValue.h"
 #include "Common_Math/src/SampleList.h"
 #include "EngineReading.hh"
-#include "Value/Value_object.h"
+#include "platform/value/Value_object.h"
 
 namespace Lumenar {
 

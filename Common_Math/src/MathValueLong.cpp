@@ -8,7 +8,7 @@
 namespace Lumenar {
 namespace {
 
-int PresentValue(Corvanta::EngineReadingBase_ptr reading) {
+int PresentLong(Corvanta::EngineReadingBase_ptr reading) {
   const Corvanta::EngineReadingLong_var number = Corvanta::EngineReadingLong::_narrow(reading);
   if (!CORBA::is_nil(number)) return number->Get();
   const Corvanta::EngineAttribLong_var attribute = Corvanta::EngineAttribLong::_narrow(reading);
@@ -19,6 +19,6 @@ int PresentValue(Corvanta::EngineReadingBase_ptr reading) {
 
 }  // namespace
 
-MathValue<int>::MathValue(const Corvanta::EngineReadingBase_ptr& reading) : value(PresentValue(reading)) {}
+MathValue<int>::MathValue(const Corvanta::EngineReadingBase_ptr& reading) : value(PresentLong(reading)) {}
 
 }  // namespace Lumenar

@@ -13,7 +13,7 @@ using Number = MathScalar::Number;
 using Value::Units;
 using Value::Units_library;
 
-Number PresentValue(Corvanta::EngineReadingBase_ptr reading) {
+Number PresentNumber(Corvanta::EngineReadingBase_ptr reading) {
   const Corvanta::EngineReadingValueDouble_var scalar = Corvanta::EngineReadingValueDouble::_narrow(reading);
   if (!CORBA::is_nil(scalar)) return VALUE::ValueFromCorba(scalar->Get());
   const Corvanta::EngineAttribValueDouble_var attribute = Corvanta::EngineAttribValueDouble::_narrow(reading);
@@ -24,7 +24,7 @@ Number PresentValue(Corvanta::EngineReadingBase_ptr reading) {
 
 }  // namespace
 
-MathScalar::MathValue(const Corvanta::EngineReadingBase_ptr& reading) : value(PresentValue(reading)) {}
+MathScalar::MathValue(const Corvanta::EngineReadingBase_ptr& reading) : value(PresentNumber(reading)) {}
 
 MathScalar::MathValue(const Record& record) : value(VALUE::ValueFromCorba(record)) {}
 

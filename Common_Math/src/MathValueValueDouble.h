@@ -6,7 +6,7 @@
 #include "Common_Math/src/MathValueLong.h"
 #include "EngineReading.hh"
 #include "VALUE_DOUBLE.hh"
-#include "Value/Value_object.h"
+#include "platform/value/Value_object.h"
 
 namespace Lumenar {
 

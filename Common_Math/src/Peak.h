@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "Common_Math/src/MathBaseTemplate.h"
-#include "Topics/DDS_Subscriber.h"
 #include "platform/base/Mutex.h"
 #include "platform/components/attributes/EngineAttribVoid_i.h"
+#include "platform/topics/DDS_Subscriber.h"
 
 namespace Lumenar {
 

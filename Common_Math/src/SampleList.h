@@ -5,7 +5,7 @@
 #include <variant>
 #include <vector>
 
-#include "Value/Value_object.h"
+#include "platform/value/Value_object.h"
 
 namespace Lumenar {
 

@@ -9,9 +9,9 @@
 
 #include "Common_Math/src/DecibelOperand.h"
 #include "Common_Math/src/MathBaseTemplate.h"
-#include "Topics/DDS_Subscriber.h"
-#include "Value/Value_object.h"
 #include "platform/base/Mutex.h"
+#include "platform/topics/DDS_Subscriber.h"
+#include "platform/value/Value_object.h"
 
 namespace Lumenar {
 

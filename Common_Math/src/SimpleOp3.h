@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "Common_Math/src/MathBaseTemplate.h"
-#include "Topics/DDS_Subscriber.h"
 #include "platform/base/Mutex.h"
+#include "platform/topics/DDS_Subscriber.h"
 
 namespace Lumenar {
 

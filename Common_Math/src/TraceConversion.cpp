@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "Value/decibel_kernels.h"
+#include "platform/value/decibel_kernels.h"
 
 namespace Lumenar {
 namespace {

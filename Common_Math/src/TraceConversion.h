@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <optional>
 
-#include "Value/Unit_conversion.h"
-#include "Value/Value_object.h"
+#include "platform/value/Unit_conversion.h"
+#include "platform/value/Value_object.h"
 
 namespace Lumenar {
 

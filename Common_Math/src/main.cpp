@@ -3,8 +3,8 @@
 
 #include "Common_Math/src/MathInit.h"
 #include "platform/base/Diagnostic.h"
-#include "platform/orb/engine_entry.h"
-#include "platform/orb/local_arguments.h"
+#include "platform/program/engine_entry.h"
+#include "platform/program/local_arguments.h"
 
 using Lumenar::MathInit;
 using Lumenar::RunForHost;

@@ -17,7 +17,7 @@
 
 #include "bench/Figures.h"
 #include "bench/objects/ObjectsRig.h"
-#include "platform/orb/sample_wire.h"
+#include "platform/wire/sample_wire.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "platform/orb/any_guard.h"
+#include "platform/wire/any_guard.h"
 
 namespace Lumenar::Bench {
 namespace {

@@ -11,12 +11,12 @@
 #include <cstring>
 #include <thread>
 
-#include "Topics/DDS_Publisher.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/base/TraceMemory.h"
 #include "platform/orb/ORB_wrapper.h"
-#include "platform/orb/local_arguments.h"
-#include "platform/orb/program.h"
+#include "platform/program/local_arguments.h"
+#include "platform/program/program.h"
+#include "platform/topics/DDS_Publisher.h"
 
 LUMENAR_LOCAL_ARGUMENTS("system_relay")
 

@@ -6,8 +6,8 @@
 
 #include "instruments/common/InstrumentEngine.h"
 #include "platform/base/Diagnostic.h"
-#include "platform/orb/engine_entry.h"
-#include "platform/orb/local_arguments.h"
+#include "platform/program/engine_entry.h"
+#include "platform/program/local_arguments.h"
 
 using Lumenar::RunForHost;
 using Lumenar::WriteError;

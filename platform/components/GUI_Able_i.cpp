@@ -10,9 +10,9 @@
 #include "platform/base/InstanceCounter.h"
 #include "platform/base/Mutex.h"
 #include "platform/dds/DDS_BaseObj.h"
-#include "platform/orb/LargeAnswer.h"
 #include "platform/orb/ORB_wrapper.h"
-#include "platform/orb/OwnedServant.h"
+#include "platform/servants/OwnedServant.h"
+#include "platform/transport/LargeAnswer.h"
 
 namespace Lumenar {
 namespace {

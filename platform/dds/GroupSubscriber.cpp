@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "platform/base/Mutex.h"
-#include "platform/orb/UpcallGate.h"
+#include "platform/servants/UpcallGate.h"
 
 namespace Corvanta {
 

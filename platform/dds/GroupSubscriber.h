@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "platform/orb/any_guard.h"
+#include "platform/wire/any_guard.h"
 
 namespace Corvanta {
 

@@ -2,11 +2,13 @@
 #include "platform/orb/AnswerWatch.h"
 
 #include <omniORB4/omniInterceptors.h>
+// clang-format off
 // These in this order: they do not include what they need.
-#include <omniORB4/internal/GIOP_C.h>
 #include <omniORB4/internal/giopRope.h>
 #include <omniORB4/internal/giopStrand.h>
 #include <omniORB4/internal/giopStream.h>
+#include <omniORB4/internal/GIOP_C.h>
+// clang-format on
 
 namespace Corvanta {
 namespace {

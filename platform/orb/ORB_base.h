@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/orb/TransportConfig.h"
+#include "platform/transport/TransportConfig.h"
 
 namespace Corvanta {
 

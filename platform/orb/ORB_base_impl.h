@@ -3,11 +3,11 @@
 
 #include <atomic>
 
-#include "platform/orb/GuardedTransport.h"
 #include "platform/orb/Naming.h"
 #include "platform/orb/ORB_base.h"
 #include "platform/orb/OrbArguments.h"
 #include "platform/orb/ShutdownListeners.h"
+#include "platform/transport/GuardedTransport.h"
 
 namespace Corvanta {
 

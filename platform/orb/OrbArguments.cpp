@@ -10,8 +10,8 @@
 #include <system_error>
 
 #include "platform/base/TextFile.h"
-#include "platform/orb/addresses.h"
-#include "platform/orb/unix_endpoint.h"
+#include "platform/transport/addresses.h"
+#include "platform/transport/unix_endpoint.h"
 
 namespace Corvanta {
 namespace {

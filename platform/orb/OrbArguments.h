@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/orb/TransportConfig.h"
+#include "platform/transport/TransportConfig.h"
 
 namespace Corvanta {
 

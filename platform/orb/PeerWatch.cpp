@@ -29,7 +29,7 @@ std::vector<std::string> NamingPath(const std::string& engine) {
 
 /// Returns when the object's process answers, be it that the object is gone.
 /// Errors   CORBA system exceptions: nobody answers there.
-void RequireAnswer(CORBA::Object_ptr object) { static_cast<void>(object->_non_existent()); }
+void AwaitAnswer(CORBA::Object_ptr object) { static_cast<void>(object->_non_existent()); }
 
 }  // namespace
 
@@ -164,7 +164,7 @@ void PeerWatch::Look(const std::string& engine, CORBA::Object_ptr object) {
 /// Errors   CORBA system exceptions.
 CORBA::Object_ptr PeerWatch::Reach(const std::string& engine, CORBA::Object_ptr object) {
   try {
-    RequireAnswer(object);
+    AwaitAnswer(object);
     return CORBA::Object::_duplicate(object);
   } catch (const CORBA::TIMEOUT&) {  // it is there, but hangs: nobody else has its name
     throw;
@@ -180,7 +180,7 @@ CORBA::Object_ptr PeerWatch::Successor(const std::string& engine) {
   try {
     CORBA::Object_var successor = orb_.ResolveWithin(NamingPath(engine), kAnswerLimit);
     ORB_base::SetCallTimeout(successor, kAnswerLimit);
-    RequireAnswer(successor);
+    AwaitAnswer(successor);
     return successor._retn();
   } catch (const CORBA::Exception&) {
     return CORBA::Object::_nil();

@@ -3,7 +3,7 @@
 
 #include "BASIC_TRACE.hh"
 #include "VALUE_DOUBLE.hh"
-#include "Value/Value_object.h"
+#include "platform/value/Value_object.h"
 
 /// Units and values to and from their form in records.
 namespace VALUE {

@@ -8,8 +8,8 @@
 #include "platform/base/Diagnostic.h"
 #include "platform/base/ParseArguments.h"
 #include "platform/orb/ORB_wrapper.h"
-#include "platform/orb/local_arguments.h"
-#include "platform/orb/program.h"
+#include "platform/program/local_arguments.h"
+#include "platform/program/program.h"
 #include "platform/signals/Signals.h"
 #include "services/hw_enumeration/HwEnumerate_Able_i.h"
 

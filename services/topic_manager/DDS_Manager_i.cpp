@@ -11,8 +11,8 @@
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/orb/AnswerWatch.h"
-#include "platform/orb/LargeAnswer.h"
-#include "platform/orb/reference_endpoint.h"
+#include "platform/transport/LargeAnswer.h"
+#include "platform/wire/reference_endpoint.h"
 #include "services/topic_manager/CorbaSubscriber.h"
 
 namespace Corvanta {

@@ -3,11 +3,11 @@
 
 #include <atomic>
 
-#include "platform/dds/CycloneRelay.h"
 #include "platform/orb/ORB_base.h"
 #include "services/topic_manager/Dispatcher.h"
 #include "services/topic_manager/SubscriptionStore.h"
 #include "services/topic_manager/TopicTable.h"
+#include "services/topic_manager/relay/CycloneRelay.h"
 
 namespace Corvanta {
 

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <thread>
 
-#include "tests/unit/platform/orb/RawClient.h"
+#include "tests/unit/platform/transport/RawClient.h"
 
 namespace Lumenar::Test {
 

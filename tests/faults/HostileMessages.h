@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/platform/orb/Wire.h"
+#include "tests/unit/platform/transport/Wire.h"
 
 namespace Lumenar::Test {
 

@@ -11,8 +11,8 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "tests/unit/platform/orb/RawClient.h"
-#include "tests/unit/platform/orb/Wire.h"
+#include "tests/unit/platform/transport/RawClient.h"
+#include "tests/unit/platform/transport/Wire.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "tests/system/EngineFixture.h"
-#include "tests/unit/platform/orb/RawClient.h"
+#include "tests/unit/platform/transport/RawClient.h"
 
 namespace Lumenar::Test {
 

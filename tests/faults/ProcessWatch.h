@@ -8,6 +8,9 @@
 
 namespace Lumenar::Test {
 
+/// So much may a process grow whose peers send it nonsense: what its threads and connections need.
+constexpr long kMemory_kB = 20 * 1024;
+
 /// Looks at a process before and after something was done to it.
 class ProcessWatch {
  public:

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/platform/orb/RawClient.h"
+#include "tests/unit/platform/transport/RawClient.h"
 
 namespace Lumenar::Test {
 

@@ -29,13 +29,6 @@ class BadSettings : public testing::Test {
     return path.string();
   }
 
-  static IsolatedPlatform::Options NamingOnly() {
-    IsolatedPlatform::Options options;
-    options.topic_manager = false;
-    options.hw_enumeration = false;
-    return options;
-  }
-
   static void ExpectAllRefuse(const std::map<std::string, std::string>& environment, const std::string& reason) {
     for (const ProgramCase& program : AllPrograms()) {
       SCOPED_TRACE(program.name + ": " + reason);
@@ -43,7 +36,7 @@ class BadSettings : public testing::Test {
     }
   }
 
-  IsolatedPlatform platform_{NamingOnly()};
+  IsolatedPlatform platform_{IsolatedPlatform::Options::NamingOnly()};
 };
 
 TEST_F(BadSettings, OfTheTransport) {

@@ -7,6 +7,7 @@
 #include "tests/faults/HostileMessages.h"
 #include "tests/faults/HostileTargets.h"
 #include "tests/faults/ProcessFigures.h"
+#include "tests/faults/ProcessWatch.h"
 
 namespace Lumenar::Test {
 namespace {
@@ -18,7 +19,6 @@ using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
 constexpr milliseconds kAnswer{100};
-constexpr long kMemory_kB = 20 * 1024;
 
 /// One object that takes an any, and the process that it lives in.
 struct Target {

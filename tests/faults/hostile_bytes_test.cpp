@@ -6,6 +6,7 @@
 #include "tests/faults/HostileMessages.h"
 #include "tests/faults/HostileTargets.h"
 #include "tests/faults/ProcessFigures.h"
+#include "tests/faults/ProcessWatch.h"
 
 namespace Lumenar::Test {
 namespace {
@@ -16,7 +17,6 @@ using Corvanta::Test::Wire;
 using std::chrono::milliseconds;
 
 constexpr milliseconds kGoodClient{1000};
-constexpr long kMemory_kB = 20 * 1024;
 
 /// Sends bytes and waits until the other side has dealt with them: it answers or not, and closes.
 void SendAlone(const ObjectAddress& target, const std::string& bytes) {

@@ -18,7 +18,6 @@ namespace {
 using namespace Corvanta::Test;
 
 constexpr std::chrono::milliseconds kGoodClient{1000};
-constexpr long kMemory_kB = 20 * 1024;
 
 struct Target {
   std::string name;

@@ -1,5 +1,3 @@
 # SPDX-License-Identifier: Apache-2.0
 lumenar_fault_test(limits_faults_test
-  SOURCES system_limits_test.cpp access_test.cpp exposure_test.cpp ForeignUser.cpp ListeningSockets.cpp NetworkNamespace.cpp
-          HostileTargets.cpp ProcessFigures.cpp
-          ${CMAKE_SOURCE_DIR}/tests/unit/platform/orb/RawClient.cpp ${CMAKE_SOURCE_DIR}/tests/unit/platform/orb/Wire.cpp)
+  SOURCES system_limits_test.cpp access_test.cpp exposure_test.cpp ForeignUser.cpp ListeningSockets.cpp NetworkNamespace.cpp)

@@ -18,7 +18,6 @@ using namespace Corvanta::Test;
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr long kMemory_kB = 20 * 1024;
 constexpr long kOnAConnection = 32;
 
 /// A request cut into fragments where the protocol lets it be cut, as whole messages of their own.

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-add_library(fault_traffic STATIC Traffic.cpp PeersFault.cpp Churn.cpp Trend.cpp ProcessFigures.cpp)
+add_library(fault_traffic STATIC Traffic.cpp PeersFault.cpp Churn.cpp Trend.cpp)
 target_link_libraries(fault_traffic PUBLIC fault_case)
 
 lumenar_fault_test(peers_faults_test

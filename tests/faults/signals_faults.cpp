@@ -51,13 +51,6 @@ class SignalFaults : public testing::Test {
 
   std::filesystem::path Settings() const { return platform_.Directory() / "patient.conf"; }
 
-  static IsolatedPlatform::Options NamingOnly() {
-    IsolatedPlatform::Options options;
-    options.topic_manager = false;
-    options.hw_enumeration = false;
-    return options;
-  }
-
   /// Programs that serve until they are told to end; of the tool, the verb that does.
   static std::vector<ProgramCase> Lasting() {
     auto programs = AllPrograms();
@@ -66,7 +59,7 @@ class SignalFaults : public testing::Test {
     return programs;
   }
 
-  IsolatedPlatform platform_{NamingOnly()};
+  IsolatedPlatform platform_{IsolatedPlatform::Options::NamingOnly()};
   std::map<std::string, std::string> environment_ = platform_.Environment();
 };
 

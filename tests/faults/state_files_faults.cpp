@@ -28,13 +28,6 @@ class StateFileFaults : public testing::Test {
     std::ofstream(precious_) << "precious";
   }
 
-  static IsolatedPlatform::Options NamingOnly() {
-    IsolatedPlatform::Options options;
-    options.topic_manager = false;
-    options.hw_enumeration = false;
-    return options;
-  }
-
   std::unique_ptr<Process> StartService(const std::string& name, const std::string& shell_line = "exec \"$@\"") {
     auto service = StartInShell(shell_line, name, {"--state", state_.string()}, platform_.Environment());
     EXPECT_TRUE(service->WaitForLine(name + " ready")) << service->Error();
@@ -63,7 +56,7 @@ class StateFileFaults : public testing::Test {
     return {std::istreambuf_iterator<char>(stream), {}};
   }
 
-  IsolatedPlatform platform_{NamingOnly()};
+  IsolatedPlatform platform_{IsolatedPlatform::Options::NamingOnly()};
   std::unique_ptr<Corvanta::ORB_wrapper_base> orb_;
   const fs::path state_ = platform_.Directory() / "kept.state";
   const fs::path precious_ = platform_.Directory() / "precious";

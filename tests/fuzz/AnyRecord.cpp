@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "platform/orb/sample_wire.h"
+#include "platform/wire/sample_wire.h"
 #include "tests/fuzz/Input.h"
 #include "tests/fuzz/Violation.h"
 

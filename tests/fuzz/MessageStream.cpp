@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <random>
 
-#include "platform/orb/MessageFraming.h"
+#include "platform/transport/MessageFraming.h"
 #include "tests/fuzz/Input.h"
 #include "tests/fuzz/Violation.h"
 #include "tests/fuzz/message_model.h"

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "platform/orb/TransportConfig.h"
+#include "platform/transport/TransportConfig.h"
 #include "tests/fuzz/Input.h"
 #include "tests/fuzz/MemoryFile.h"
 #include "tests/fuzz/Violation.h"

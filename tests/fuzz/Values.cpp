@@ -5,8 +5,8 @@
 #include <stdexcept>
 #include <vector>
 
-#include "Value/Unit_conversion.h"
-#include "Value/Value_object.h"
+#include "platform/value/Unit_conversion.h"
+#include "platform/value/Value_object.h"
 #include "tests/fuzz/Violation.h"
 #include "tests/fuzz/targets.h"
 #include "tests/fuzz/units_input.h"

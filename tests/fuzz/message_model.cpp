@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/orb/operation_limits.h"
+#include "platform/transport/operation_limits.h"
 
 namespace Lumenar::Fuzz {
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Value/Value_object.h"
 #include "platform/records/Records.h"
 #include "platform/units/unit_table.h"
+#include "platform/value/Value_object.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck.h>

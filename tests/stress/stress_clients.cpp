@@ -5,8 +5,8 @@
 // engine ends is none.
 #include "platform/base/Diagnostic.h"
 #include "platform/orb/ORB_wrapper.h"
-#include "platform/orb/local_arguments.h"
-#include "platform/orb/program.h"
+#include "platform/program/local_arguments.h"
+#include "platform/program/program.h"
 #include "platform/signals/Signals.h"
 #include "tests/stress/StressClients.h"
 

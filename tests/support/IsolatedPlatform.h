@@ -59,6 +59,14 @@ class IsolatedPlatform {
     bool hw_enumeration = true;
     std::string transport;  ///< further lines of the transport configuration
     std::vector<std::string> topic_manager_arguments{};
+
+    /// A naming service and nothing else.
+    static Options NamingOnly() {
+      Options options;
+      options.topic_manager = false;
+      options.hw_enumeration = false;
+      return options;
+    }
   };
 
   IsolatedPlatform();

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "MathFactory.hh"
-#include "Topics/DDS_Subscriber.h"
 #include "platform/base/Mutex.h"
 #include "platform/components/GUI_Able_i.h"
 #include "platform/components/attributes/EngineAttribLong_i.h"
@@ -18,6 +17,7 @@
 #include "platform/components/readings/EngineReadingValueDouble_i.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/records/Records.h"
+#include "platform/topics/DDS_Subscriber.h"
 #include "tests/support/IsolatedPlatform.h"
 
 namespace Lumenar::Test {

@@ -13,8 +13,8 @@
 #include "platform/base/Diagnostic.h"
 #include "platform/base/ParseArguments.h"
 #include "platform/base/output_error.h"
-#include "platform/orb/addresses.h"
 #include "platform/signals/Signals.h"
+#include "platform/transport/addresses.h"
 
 namespace Lumenar::Mathctl {
 namespace {

@@ -12,13 +12,13 @@
 namespace Lumenar::Mathctl {
 namespace {
 
-struct Arguments {
+struct CreateArguments {
   std::string type;
   std::vector<std::string> inputs;
 };
 
 // The text form alone can be given to every other verb.
-void Create(const Session& session, const Arguments& arguments) {
+void Create(const Session& session, const CreateArguments& arguments) {
   const Client::MathObject object = session.Objects().Create(arguments.type, arguments.inputs);
   if (session.options.json) {
     WriteOut(OneLine({{"id", object.id}, {"type", Client::Printable(object.type)}}));
@@ -31,7 +31,7 @@ void Create(const Session& session, const Arguments& arguments) {
 
 void DefineCreate(CLI::App& app, Command& command) {
   auto* verb = app.add_subcommand("create", "Creates a math object and writes its id");
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<CreateArguments>();
   verb->add_option("TYPE", arguments->type, "Name or number of the type, see `mathctl types`")->required();
   verb->add_option("INPUT", arguments->inputs, "Its inputs: readings, or math objects as math:3")->required();
   verb->callback(

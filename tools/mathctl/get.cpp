@@ -10,12 +10,12 @@
 namespace Lumenar::Mathctl {
 namespace {
 
-struct Arguments {
+struct GetArguments {
   std::string reading;
   bool samples = false;
 };
 
-void Get(const Session& session, const Arguments& arguments) {
+void Get(const Session& session, const GetArguments& arguments) {
   const Client::Reading reading = session.Find(arguments.reading);
   const Corvanta::SampleRecord value = Client::GetValue(reading);
   if (!session.options.json) return WriteOut(TextOf(value));
@@ -28,7 +28,7 @@ void Get(const Session& session, const Arguments& arguments) {
 
 void DefineGet(CLI::App& app, Command& command) {
   auto* verb = app.add_subcommand("get", "The present value of a reading, an attribute or a math object's RESULT");
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<GetArguments>();
   verb->add_option("READING", arguments->reading, "A reading, or a math object as math:3")->required();
   verb->add_flag("--samples", arguments->samples, "With --json: all samples of a trace");
   verb->callback(

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <csignal>
 
-#include "platform/orb/local_arguments.h"
+#include "platform/program/local_arguments.h"
 #include "tools/mathctl/command.h"
 
 LUMENAR_LOCAL_ARGUMENTS("mathctl")

@@ -16,7 +16,7 @@ namespace {
 using Client::Error;
 using Client::ErrorKind;
 
-struct Arguments {
+struct PlotArguments {
   std::vector<std::string> readings;
   std::string output;
 };
@@ -40,7 +40,7 @@ void RunGnuplot(const std::string& script) {
   if (pclose(pipe) != 0) throw Error(ErrorKind::Refused, "gnuplot did not draw the picture (is it installed?)");
 }
 
-void Plot(const Session& session, const Arguments& arguments) {
+void Plot(const Session& session, const PlotArguments& arguments) {
   std::vector<Curve> curves;
   for (const std::string& reading : arguments.readings) curves.push_back(CurveOf(session, reading));
   RunGnuplot(PlotScript(curves, arguments.output));
@@ -51,7 +51,7 @@ void Plot(const Session& session, const Arguments& arguments) {
 
 void DefinePlot(CLI::App& app, Command& command) {
   auto* verb = app.add_subcommand("plot", "Draws the present values of traces into a PNG file, by gnuplot");
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<PlotArguments>();
   verb->add_option("READING", arguments->readings, "Traces: readings, or math objects as math:3")->required();
   verb->add_option("-o,--output", arguments->output, "The file")->required();
   verb->callback(

@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "platform/orb/any_guard.h"
+#include "platform/wire/any_guard.h"
 
 namespace Lumenar::Mathctl {
 

@@ -22,7 +22,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-struct Arguments {
+struct WatchArguments {
   std::vector<std::string> readings;
   unsigned long results = 0;  // 0: no limit
   double seconds = 0;         // 0: no limit
@@ -31,7 +31,7 @@ struct Arguments {
 
 class Watch {
  public:
-  Watch(const Session& session, const Arguments& arguments)
+  Watch(const Session& session, const WatchArguments& arguments)
       : session_(session), arguments_(arguments), subscription_(session.connection) {}
 
   void Run() {
@@ -109,7 +109,7 @@ class Watch {
   }
 
   const Session& session_;
-  const Arguments& arguments_;
+  const WatchArguments& arguments_;
   Client::Subscription subscription_;
   std::vector<Watched> watched_;
   unsigned long written_ = 0;
@@ -132,7 +132,7 @@ void DefineWatch(CLI::App& app, Command& command) {
       "A line is: the time of arrival; the reading; # and the trace's sequence number (of other kinds: how many "
       "values\n"
       "came so far); the value. In JSON, \"count\" is how many values of this reading came so far.");
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<WatchArguments>();
   verb->add_option("READING", arguments->readings, "Readings, or math objects as math:3")->required();
   verb->add_option("-n", arguments->results, "End after so many values in all")->check(CheckCount);
   verb->add_option("--for", arguments->seconds, "End after so many seconds")->check(CheckSeconds);

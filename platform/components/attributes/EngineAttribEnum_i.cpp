@@ -6,11 +6,11 @@
 namespace Corvanta {
 namespace {
 
-constexpr ItemKind kKind{"enum", true};
+constexpr ItemKind kAttribEnumKind{"enum", true};
 
-class Servant : public AttribServant<POA_Corvanta::EngineAttribEnum, int, CORBA::Long> {
+class AttribEnumServant : public AttribServant<POA_Corvanta::EngineAttribEnum, int, CORBA::Long> {
  public:
-  Servant(ItemInfo info, Value value, Callback callback, std::vector<EngineAttribEnumParamElem> elements)
+  AttribEnumServant(ItemInfo info, Value value, Callback callback, std::vector<EngineAttribEnumParamElem> elements)
       : AttribServant(std::move(info), std::move(value), std::move(callback)), elements_(std::move(elements)) {}
 
   void Set(CORBA::Long value) override {
@@ -30,7 +30,7 @@ class Servant : public AttribServant<POA_Corvanta::EngineAttribEnum, int, CORBA:
   }
 
  protected:
-  ~Servant() override = default;
+  ~AttribEnumServant() override = default;
 
  private:
   const std::vector<EngineAttribEnumParamElem> elements_;
@@ -41,7 +41,7 @@ class Servant : public AttribServant<POA_Corvanta::EngineAttribEnum, int, CORBA:
 EngineAttribEnum_i::EngineAttribEnum_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
                                        int initial, Callback callback,
                                        const std::vector<EngineAttribEnumParamElem>& elements)
-    : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial, std::move(callback),
-                    elements) {}
+    : ServedReading(std::in_place_type<AttribEnumServant>, Place{namer, registration, name}, kAttribEnumKind, initial,
+                    std::move(callback), elements) {}
 
 }  // namespace Corvanta

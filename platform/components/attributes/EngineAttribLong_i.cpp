@@ -6,11 +6,11 @@
 namespace Corvanta {
 namespace {
 
-constexpr ItemKind kKind{"long", true};
+constexpr ItemKind kAttribLongKind{"long", true};
 
-class Servant : public AttribServant<POA_Corvanta::EngineAttribLong, int, CORBA::Long> {
+class AttribLongServant : public AttribServant<POA_Corvanta::EngineAttribLong, int, CORBA::Long> {
  public:
-  Servant(ItemInfo info, Value value, Callback callback, const EngineAttribLongParams& limits)
+  AttribLongServant(ItemInfo info, Value value, Callback callback, const EngineAttribLongParams& limits)
       : AttribServant(std::move(info), std::move(value), std::move(callback)), limits_(limits) {}
 
   void Set(CORBA::Long value) override {
@@ -25,7 +25,7 @@ class Servant : public AttribServant<POA_Corvanta::EngineAttribLong, int, CORBA:
   }
 
  protected:
-  ~Servant() override = default;
+  ~AttribLongServant() override = default;
 
  private:
   const EngineAttribLongParams limits_;
@@ -35,7 +35,7 @@ class Servant : public AttribServant<POA_Corvanta::EngineAttribLong, int, CORBA:
 
 EngineAttribLong_i::EngineAttribLong_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
                                        int initial, Callback callback, const EngineAttribLongParams& limits)
-    : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial, std::move(callback),
-                    limits) {}
+    : ServedReading(std::in_place_type<AttribLongServant>, Place{namer, registration, name}, kAttribLongKind, initial,
+                    std::move(callback), limits) {}
 
 }  // namespace Corvanta

@@ -7,9 +7,10 @@
 namespace Corvanta {
 namespace {
 
-constexpr ItemKind kKind{"ValueDouble", true};
+constexpr ItemKind kAttribValueDoubleKind{"ValueDouble", true};
 
-class Servant : public AttribServant<POA_Corvanta::EngineAttribValueDouble, VALUE_DOUBLE::VALUE, VALUE_DOUBLE::VALUE> {
+class AttribValueDoubleServant
+    : public AttribServant<POA_Corvanta::EngineAttribValueDouble, VALUE_DOUBLE::VALUE, VALUE_DOUBLE::VALUE> {
  public:
   using AttribServant::AttribServant;
 
@@ -20,7 +21,7 @@ class Servant : public AttribServant<POA_Corvanta::EngineAttribValueDouble, VALU
   }
 
  protected:
-  ~Servant() override = default;
+  ~AttribValueDoubleServant() override = default;
 
  private:
   static void RequireUnits(const VALUE_DOUBLE::VALUE& value) {
@@ -37,7 +38,7 @@ class Servant : public AttribServant<POA_Corvanta::EngineAttribValueDouble, VALU
 EngineAttribValueDouble_i::EngineAttribValueDouble_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
                                                      const char* name, const VALUE_DOUBLE::VALUE& initial,
                                                      Callback callback)
-    : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial,
-                    std::move(callback)) {}
+    : ServedReading(std::in_place_type<AttribValueDoubleServant>, Place{namer, registration, name},
+                    kAttribValueDoubleKind, initial, std::move(callback)) {}
 
 }  // namespace Corvanta

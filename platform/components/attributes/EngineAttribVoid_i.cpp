@@ -6,11 +6,11 @@
 namespace Corvanta {
 namespace {
 
-constexpr ItemKind kKind{"void", true};
+constexpr ItemKind kAttribVoidKind{"void", true};
 
-class Servant : public ReadingServant<POA_Corvanta::EngineAttribVoid> {
+class AttribVoidServant : public ReadingServant<POA_Corvanta::EngineAttribVoid> {
  public:
-  Servant(ItemInfo info, EngineAttribVoid_i::Callback callback)
+  AttribVoidServant(ItemInfo info, EngineAttribVoid_i::Callback callback)
       : ReadingServant(std::move(info)), callback_(std::move(callback)) {}
 
   void Set() override {
@@ -19,7 +19,7 @@ class Servant : public ReadingServant<POA_Corvanta::EngineAttribVoid> {
   }
 
  protected:
-  ~Servant() override = default;
+  ~AttribVoidServant() override = default;
 
  private:
   const EngineAttribVoid_i::Callback callback_;
@@ -30,6 +30,6 @@ class Servant : public ReadingServant<POA_Corvanta::EngineAttribVoid> {
 EngineAttribVoid_i::EngineAttribVoid_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
                                        Callback callback)
     : EngineReadingBase_i(namer, name),
-      servant_(registration, new Servant(ItemInfo(*this, kKind), std::move(callback))) {}
+      servant_(registration, new AttribVoidServant(ItemInfo(*this, kAttribVoidKind), std::move(callback))) {}
 
 }  // namespace Corvanta

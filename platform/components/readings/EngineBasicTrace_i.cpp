@@ -1,20 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/components/readings/EngineBasicTrace_i.h"
 
-#include "Topics/FillVal.h"
+#include "platform/topics/FillVal.h"
 
 namespace Corvanta {
 namespace {
 
-constexpr ItemKind kKind{"BasicTrace", false};
+constexpr ItemKind kBasicTraceKind{"BasicTrace", false};
 
-using Servant = ValueServant<POA_Corvanta::EngineBasicTrace, BASIC_TRACE::BT_DATA, BASIC_TRACE::BT_DATA*>;
+using BasicTraceServant = ValueServant<POA_Corvanta::EngineBasicTrace, BASIC_TRACE::BT_DATA, BASIC_TRACE::BT_DATA*>;
 
 }  // namespace
 
 EngineBasicTrace_i::EngineBasicTrace_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
                                        const BASIC_TRACE::BT_DATA& initial)
-    : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial) {}
+    : ServedReading(std::in_place_type<BasicTraceServant>, Place{namer, registration, name}, kBasicTraceKind, initial) {
+}
 
 template <>
 bool FillVal<BASIC_TRACE::BT_DATA>(BASIC_TRACE::BT_DATA& out, const CORBA::Any& any) {

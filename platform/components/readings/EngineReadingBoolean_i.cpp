@@ -1,20 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/components/readings/EngineReadingBoolean_i.h"
 
-#include "Topics/FillVal.h"
+#include "platform/topics/FillVal.h"
 
 namespace Corvanta {
 namespace {
 
-constexpr ItemKind kKind{"boolean", false};
+constexpr ItemKind kReadingBooleanKind{"boolean", false};
 
-using Servant = ValueServant<POA_Corvanta::EngineReadingBoolean, bool, CORBA::Boolean>;
+using ReadingBooleanServant = ValueServant<POA_Corvanta::EngineReadingBoolean, bool, CORBA::Boolean>;
 
 }  // namespace
 
 EngineReadingBoolean_i::EngineReadingBoolean_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
                                                const char* name, bool initial)
-    : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial) {}
+    : ServedReading(std::in_place_type<ReadingBooleanServant>, Place{namer, registration, name}, kReadingBooleanKind,
+                    initial) {}
 
 template <>
 bool FillVal<bool>(bool& out, const CORBA::Any& any) {

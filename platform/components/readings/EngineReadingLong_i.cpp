@@ -1,20 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/components/readings/EngineReadingLong_i.h"
 
-#include "Topics/FillVal.h"
+#include "platform/topics/FillVal.h"
 
 namespace Corvanta {
 namespace {
 
-constexpr ItemKind kKind{"long", false};
+constexpr ItemKind kReadingLongKind{"long", false};
 
-using Servant = ValueServant<POA_Corvanta::EngineReadingLong, int, CORBA::Long>;
+using ReadingLongServant = ValueServant<POA_Corvanta::EngineReadingLong, int, CORBA::Long>;
 
 }  // namespace
 
 EngineReadingLong_i::EngineReadingLong_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
                                          const char* name, int initial)
-    : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial) {}
+    : ServedReading(std::in_place_type<ReadingLongServant>, Place{namer, registration, name}, kReadingLongKind,
+                    initial) {}
 
 template <>
 bool FillVal<int>(int& out, const CORBA::Any& any) {

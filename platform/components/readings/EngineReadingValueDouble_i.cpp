@@ -1,20 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/components/readings/EngineReadingValueDouble_i.h"
 
-#include "Topics/FillVal.h"
+#include "platform/topics/FillVal.h"
 
 namespace Corvanta {
 namespace {
 
-constexpr ItemKind kKind{"ValueDouble", false};
+constexpr ItemKind kReadingValueDoubleKind{"ValueDouble", false};
 
-using Servant = ValueServant<POA_Corvanta::EngineReadingValueDouble, VALUE_DOUBLE::VALUE, VALUE_DOUBLE::VALUE>;
+using ReadingValueDoubleServant =
+    ValueServant<POA_Corvanta::EngineReadingValueDouble, VALUE_DOUBLE::VALUE, VALUE_DOUBLE::VALUE>;
 
 }  // namespace
 
 EngineReadingValueDouble_i::EngineReadingValueDouble_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
                                                        const char* name, const VALUE_DOUBLE::VALUE& initial)
-    : ServedReading(std::in_place_type<Servant>, Place{namer, registration, name}, kKind, initial) {}
+    : ServedReading(std::in_place_type<ReadingValueDoubleServant>, Place{namer, registration, name},
+                    kReadingValueDoubleKind, initial) {}
 
 template <>
 bool FillVal<VALUE_DOUBLE::VALUE>(VALUE_DOUBLE::VALUE& out, const CORBA::Any& any) {

@@ -8,10 +8,10 @@
 #include <string>
 #include <utility>
 
-#include "Topics/DDS_Publisher.h"
 #include "platform/base/Mutex.h"
 #include "platform/components/HoldReadings.h"
 #include "platform/records/trace_record.h"
+#include "platform/topics/DDS_Publisher.h"
 
 namespace Corvanta {
 

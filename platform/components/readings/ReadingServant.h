@@ -10,9 +10,9 @@
 #include "platform/base/InstanceCounter.h"
 #include "platform/components/readings/EngineReadingBase_i.h"
 #include "platform/components/readings/PublishedValue.h"
-#include "platform/orb/LargeAnswer.h"
-#include "platform/orb/OwnedServant.h"
-#include "platform/orb/whole_message.h"
+#include "platform/servants/OwnedServant.h"
+#include "platform/transport/LargeAnswer.h"
+#include "platform/wire/whole_message.h"
 
 namespace Corvanta {
 

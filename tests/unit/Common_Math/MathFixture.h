@@ -13,7 +13,7 @@
 #include "platform/components/readings/EngineReadingLong_i.h"
 #include "platform/components/readings/EngineReadingValueDouble_i.h"
 #include "tests/unit/Common_Math/trace_samples.h"
-#include "tests/unit/Topics/TopicsFixture.h"
+#include "tests/unit/platform/topics/TopicsFixture.h"
 
 namespace Lumenar::Test {
 

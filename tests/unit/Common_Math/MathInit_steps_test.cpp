@@ -107,14 +107,7 @@ class Start : public testing::Test {
   }
   ~Start() override { steps = nullptr; }
 
-  static IsolatedPlatform::Options NamingOnly() {
-    IsolatedPlatform::Options options;
-    options.topic_manager = false;
-    options.hw_enumeration = false;
-    return options;
-  }
-
-  IsolatedPlatform platform_{NamingOnly()};
+  IsolatedPlatform platform_{IsolatedPlatform::Options::NamingOnly()};
   Steps steps_;
   PortableServer::Servant_var<FakeProgress> progress_{new FakeProgress};
   PortableServer::Servant_var<FakeEnumeration> enumeration_{new FakeEnumeration(*progress_.in())};

@@ -8,7 +8,7 @@
 #include "Common_Math/src/MathInit.h"
 #include "MathFactory.hh"
 #include "tests/unit/Common_Math/trace_samples.h"
-#include "tests/unit/Topics/TopicsFixture.h"
+#include "tests/unit/platform/topics/TopicsFixture.h"
 
 namespace Lumenar::Test {
 namespace {
@@ -49,13 +49,6 @@ class StartUp : public testing::Test {
  protected:
   StartUp() { platform_.UseInThisProcess(); }
 
-  static IsolatedPlatform::Options NamingOnly() {
-    IsolatedPlatform::Options options;
-    options.topic_manager = false;
-    options.hw_enumeration = false;
-    return options;
-  }
-
   static ORB_wrapper& Orb() { return dynamic_cast<ORB_wrapper&>(ORB_wrapper::Current()); }
 
   void OfferEnumeration(CORBA::Object_ptr object) {
@@ -63,7 +56,7 @@ class StartUp : public testing::Test {
     Orb().Bind({"Lumenar", "local", "HWENUM_ABLE", "1"}, object);
   }
 
-  IsolatedPlatform platform_{NamingOnly()};
+  IsolatedPlatform platform_{IsolatedPlatform::Options::NamingOnly()};
   CapturedOutput written_;
 };
 

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "Common_Math/src/trace_kernels.h"
-#include "Value/decibel_kernels.h"
-#include "Value/decibel_paths.h"
+#include "platform/value/decibel_kernels.h"
+#include "platform/value/decibel_paths.h"
 
 namespace Lumenar {
 

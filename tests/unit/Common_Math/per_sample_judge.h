@@ -10,8 +10,8 @@
 
 #include "BASIC_TRACE.hh"
 #include "MathFactory.hh"
-#include "Value/Value_object.h"
 #include "platform/records/Records.h"
+#include "platform/value/Value_object.h"
 
 namespace Lumenar::Test {
 

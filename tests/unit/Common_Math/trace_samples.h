@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "BASIC_TRACE.hh"
-#include "Value/Value_object.h"
 #include "platform/records/Records.h"
+#include "platform/value/Value_object.h"
 
 namespace Lumenar::Test {
 

@@ -12,14 +12,14 @@
 namespace Lumenar::Client {
 namespace {
 
-struct Row {
+struct ErrorRow {
   std::shared_ptr<CORBA::Exception> exception;
   ErrorKind kind;
   const char* text;  // nullptr: the ORB's own words
 };
 
 TEST(ErrorFrom, SortsByWhatTheCallerCanDo) {
-  const Row kRows[] = {
+  const ErrorRow kRows[] = {
       {std::make_shared<Corvanta::MathFactory::MathFactoryException>("Invalid attrib types"), ErrorKind::Refused,
        "x: Invalid attrib types"},
       {std::make_shared<Corvanta::MathFactory::MathFactoryException>("two\nlines"), ErrorKind::Refused,
@@ -34,7 +34,7 @@ TEST(ErrorFrom, SortsByWhatTheCallerCanDo) {
       {std::make_shared<CORBA::UNKNOWN>(), ErrorKind::Refused, nullptr},
       {std::make_shared<CORBA::IMP_LIMIT>(), ErrorKind::Refused, nullptr},
   };
-  for (const Row& row : kRows) {
+  for (const ErrorRow& row : kRows) {
     const Error error = ErrorFrom(*row.exception, "x");
     EXPECT_EQ(error.Kind(), row.kind) << error.what();
     if (row.text != nullptr) {

@@ -6,14 +6,14 @@
 namespace Lumenar::Client {
 namespace {
 
-struct Row {
+struct TextRow {
   const char* why;
   std::string bytes;
   const char* text;
 };
 
 TEST(Printable, Table) {
-  const Row kRows[] = {
+  const TextRow kRows[] = {
       {"empty", "", ""},
       {"plain", "PROBE/1/WAKEUP dB", "PROBE/1/WAKEUP dB"},
       {"line ends and escapes would move the cursor", "a\nb\x1b[2J\r", "a\\x0ab\\x1b[2J\\x0d"},
@@ -32,7 +32,7 @@ TEST(Printable, Table) {
       {"past the last code point", "\xf4\x90\x80\x80", "\\xf4\\x90\\x80\\x80"},
       {"a byte that never occurs", "\xff", "\\xff"},
   };
-  for (const Row& row : kRows) EXPECT_EQ(Printable(row.bytes), row.text) << row.why;
+  for (const TextRow& row : kRows) EXPECT_EQ(Printable(row.bytes), row.text) << row.why;
 }
 
 }  // namespace

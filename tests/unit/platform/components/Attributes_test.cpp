@@ -10,7 +10,7 @@
 #include "platform/components/attributes/EngineAttribLong_i.h"
 #include "platform/components/attributes/EngineAttribValueDouble_i.h"
 #include "platform/components/attributes/EngineAttribVoid_i.h"
-#include "tests/unit/Topics/TopicsFixture.h"
+#include "tests/unit/platform/topics/TopicsFixture.h"
 
 namespace Lumenar::Test {
 namespace {
@@ -129,7 +129,7 @@ TEST_F(AttributesTest, VoidTriggersItsCallbackAndPublishesNothing) {
   EXPECT_NO_THROW(nothing_reference->Set());
 }
 
-VALUE ValueOf(double number) {
+VALUE PowerOf(double number) {
   VALUE value{};
   value.units.slots[0].unit = 1;
   value.units.slots[0].exponent = 1;
@@ -138,25 +138,25 @@ VALUE ValueOf(double number) {
 }
 
 TEST_F(AttributesTest, ValueDoubleTakesNumbersOfEveryKind) {
-  EngineAttribValueDouble_i level(namer_, registration_, "LEVEL", ValueOf(0.0), EngineAttribValueDouble_i::Callback());
+  EngineAttribValueDouble_i level(namer_, registration_, "LEVEL", PowerOf(0.0), EngineAttribValueDouble_i::Callback());
   EngineAttribValueDouble_var reference = level._this();
   for (const double number : {1.5, -0.0, std::numeric_limits<double>::infinity(), 5e-324}) {
-    reference->Set(ValueOf(number));
+    reference->Set(PowerOf(number));
     EXPECT_EQ(level.Get().val, number);
   }
-  reference->Set(ValueOf(std::numeric_limits<double>::quiet_NaN()));
+  reference->Set(PowerOf(std::numeric_limits<double>::quiet_NaN()));
   EXPECT_TRUE(std::isnan(reference->Get().val));
   EXPECT_EQ(reference->Get().units.slots[0].unit, 1);
   EXPECT_EQ(Manager().PublishedOn("MATHFACTORY/1/LEVEL").size(), 5U);
 }
 
 TEST_F(AttributesTest, ValueDoubleRefusesMalformedUnits) {
-  VALUE gap = ValueOf(1.0);
+  VALUE gap = PowerOf(1.0);
   gap.units.slots[2] = gap.units.slots[0];
-  VALUE unknown = ValueOf(1.0);
+  VALUE unknown = PowerOf(1.0);
   unknown.units.slots[0].unit = 12345;
   bool called = false;
-  EngineAttribValueDouble_i level(namer_, registration_, "LEVEL", ValueOf(3.0), [&](const VALUE&) { called = true; });
+  EngineAttribValueDouble_i level(namer_, registration_, "LEVEL", PowerOf(3.0), [&](const VALUE&) { called = true; });
   EngineAttribValueDouble_var reference = level._this();
   EXPECT_THROW(reference->Set(gap), CORBA::BAD_PARAM);
   EXPECT_THROW(reference->Set(unknown), CORBA::BAD_PARAM);

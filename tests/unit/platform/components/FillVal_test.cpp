@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Topics/FillVal.h"
+#include "platform/topics/FillVal.h"
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,7 @@
 #include "GuiAble.hh"
 #include "platform/components/attributes/EngineAttribVoid_i.h"
 #include "platform/components/readings/EngineReadingLong_i.h"
-#include "tests/unit/Topics/TopicsFixture.h"
+#include "tests/unit/platform/topics/TopicsFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -35,16 +35,9 @@ CORBA::Object_ptr NewObject() {
   return servant->_this();
 }
 
-IsolatedPlatform::Options NamingOnly() {
-  IsolatedPlatform::Options options;
-  options.topic_manager = false;
-  options.hw_enumeration = false;
-  return options;
-}
-
 class ORB_wrapper_ : public testing::Test {
  protected:
-  ORB_wrapper_() : platform_(NamingOnly()) { platform_.UseInThisProcess(); }
+  ORB_wrapper_() : platform_(IsolatedPlatform::Options::NamingOnly()) { platform_.UseInThisProcess(); }
 
   /// Starts an engine process and waits for its name.
   std::unique_ptr<Process> StartEngine(const std::string& mode, const std::string& expected_name) {

@@ -22,13 +22,6 @@ using Lumenar::Test::WaitUntil;
 using testing::HasSubstr;
 using testing::Not;
 
-IsolatedPlatform::Options NamingOnly() {
-  IsolatedPlatform::Options options;
-  options.topic_manager = false;
-  options.hw_enumeration = false;
-  return options;
-}
-
 std::size_t Count(const std::string& text, const std::string& part) {
   std::size_t count = 0;
   for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
@@ -67,7 +60,7 @@ class CaughtErrors {
 /// The watching process is the test itself; what it writes to standard error is caught.
 class PeerWatch_ : public testing::Test {
  protected:
-  PeerWatch_() : platform_(NamingOnly()) {
+  PeerWatch_() : platform_(IsolatedPlatform::Options::NamingOnly()) {
     platform_.UseInThisProcess();
     orb_ = std::make_unique<ORB_wrapper>("WATCHER", "Lumenar/local");
     watch_ = std::make_unique<PeerWatch>(*orb_, std::chrono::milliseconds(100));

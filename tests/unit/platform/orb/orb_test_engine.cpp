@@ -7,7 +7,7 @@
 
 #include "platform/base/Diagnostic.h"
 #include "platform/orb/ORB_wrapper.h"
-#include "platform/orb/program.h"
+#include "platform/program/program.h"
 #include "platform/signals/Signals.h"
 
 int main(int argc, char** argv) {

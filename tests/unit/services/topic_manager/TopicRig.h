@@ -10,7 +10,7 @@
 
 #include "platform/base/Mutex.h"
 #include "platform/orb/ORB_wrapper.h"
-#include "platform/orb/any_guard.h"
+#include "platform/wire/any_guard.h"
 #include "tests/support/IsolatedPlatform.h"
 
 namespace Lumenar::Test {

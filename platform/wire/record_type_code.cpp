@@ -1,0 +1,246 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "platform/wire/record_type_code.h"
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <stdexcept>
+#include <string_view>
+#include <vector>
+
+#include "BASIC_TRACE.hh"
+#include "VALUE_DOUBLE.hh"
+
+namespace Corvanta {
+namespace {
+
+constexpr CORBA::ULong kMostBytes = 2048;
+constexpr CORBA::ULong kMostMembers = 32;
+constexpr int kMostNames = 8;
+constexpr CORBA::ULong kIndirection = 0xffffffff;
+constexpr CORBA::ULong kLastKind = CORBA::tk_local_interface;
+
+[[noreturn]] void Lie() { throw CORBA::MARSHAL(0, CORBA::COMPLETED_NO); }
+
+/// The types of our records, as far as their layout depends on them. Names of members and aliases do not count.
+struct Type {
+  CORBA::ULong kind;
+  const char* id = nullptr;     // of a struct
+  const Type* parts = nullptr;  // the members of a struct; the one element type of an array or sequence
+  CORBA::ULong count = 0;       // of members; of elements; 0 for an unbounded sequence
+};
+
+constexpr Type kUlong{CORBA::tk_ulong};
+constexpr Type kLong{CORBA::tk_long};
+constexpr Type kDouble{CORBA::tk_double};
+constexpr Type kFloat{CORBA::tk_float};
+constexpr Type kBoolean{CORBA::tk_boolean};
+
+constexpr std::array kUnitSlotMembers{kLong, kLong};
+constexpr Type kUnitSlot{CORBA::tk_struct, "IDL:Corvanta/VALUE_UNITS/UnitSlot:1.0", kUnitSlotMembers.data(), 2};
+constexpr Type kUnitSlots{CORBA::tk_array, nullptr, &kUnitSlot, 5};
+constexpr std::array kUnitsMembers{kBoolean, kLong, kUnitSlots};
+constexpr Type kUnits{CORBA::tk_struct, "IDL:Corvanta/VALUE_UNITS/Units:1.0", kUnitsMembers.data(), 3};
+constexpr std::array kValueMembers{kUnits, kDouble, kDouble, kDouble};
+constexpr Type kValue{CORBA::tk_struct, "IDL:Corvanta/VALUE_DOUBLE/VALUE:1.0", kValueMembers.data(), 4};
+constexpr Type kHeaderBlock{CORBA::tk_array, nullptr, &kUlong, 12};
+constexpr Type kFloatSeq{CORBA::tk_sequence, nullptr, &kFloat, 0};
+constexpr std::array kTraceMembers{kUlong, kUlong, kHeaderBlock, kUnits, kDouble, kFloatSeq};
+constexpr Type kTrace{CORBA::tk_struct, "IDL:Corvanta/BASIC_TRACE/BT_DATA:1.0", kTraceMembers.data(), 6};
+
+/// Reads type codes inside one encapsulation that is in memory. An encapsulation inside it begins at a multiple of four
+/// as well, so alignment counts from the outermost.
+class Cursor {
+ public:
+  Cursor(const CORBA::Octet* base, std::size_t size) : base_(base), end_(size) { ReadByteOrder(); }
+
+  CORBA::ULong Ulong() {
+    Align();
+    Require(sizeof(CORBA::ULong));
+    CORBA::ULong value;
+    std::memcpy(&value, base_ + at_, sizeof value);
+    at_ += sizeof value;
+    return swap_ ? cdrStream::byteSwap(value) : value;
+  }
+
+  std::string_view Text() {
+    const CORBA::ULong length = Ulong();
+    Require(length);
+    if (length == 0 || base_[at_ + length - 1] != 0) Lie();
+    const std::string_view text(reinterpret_cast<const char*>(base_ + at_), length - 1);
+    at_ += length;
+    return text;
+  }
+
+  /// The encapsulation that begins here; this cursor goes on behind it.
+  Cursor Enter() {
+    const CORBA::ULong length = Ulong();
+    Require(length);
+    Cursor inner = *this;
+    inner.end_ = at_ + length;
+    inner.ReadByteOrder();
+    at_ += length;
+    return inner;
+  }
+
+  /// The earlier type code to which the indirection whose offset comes next refers.
+  Cursor Referred() {
+    const std::size_t from = at_;
+    const auto offset = static_cast<CORBA::Long>(Ulong());
+    const std::int64_t to = static_cast<std::int64_t>(from) + offset;
+    if (offset >= 0 || to < 0) Lie();
+    Cursor target = *this;
+    target.at_ = static_cast<std::size_t>(to);
+    return target;
+  }
+
+  /// Whether so many members of a struct can follow: each has a name and a type.
+  bool CanHoldMembers(CORBA::ULong count) const { return count <= kMostMembers && count * 9 <= end_ - at_; }
+
+ private:
+  void ReadByteOrder() {
+    Require(1);
+    const CORBA::Octet little_endian = base_[at_++];
+    if (little_endian > 1) Lie();
+    swap_ = (little_endian != 0) != bool(_OMNIORB_HOST_BYTE_ORDER_);
+  }
+
+  void Align() { at_ = (at_ + 3) & ~std::size_t{3}; }
+
+  void Require(std::size_t bytes) const {
+    if (at_ > end_ || bytes > end_ - at_) Lie();
+  }
+
+  const CORBA::Octet* base_;
+  std::size_t at_ = 0;
+  std::size_t end_;
+  bool swap_ = false;
+};
+
+/// A type code, stripped of the names (aliases) that stand for it.
+struct Stripped {
+  CORBA::ULong kind;
+  Cursor parameters;
+};
+
+/// Strips a type whose kind has been read; `at` stands behind the kind.
+Stripped Strip(CORBA::ULong kind, Cursor& at) {
+  Cursor* outer = &at;
+  Cursor inner = at;
+  for (int names = 0; kind == CORBA::tk_alias || kind == kIndirection; ++names) {
+    if (names == kMostNames) Lie();
+    if (kind == kIndirection) {
+      const Cursor target = outer->Referred();
+      inner = target;
+    } else {
+      const Cursor body = outer->Enter();
+      inner = body;
+      inner.Text();  // id
+      inner.Text();  // name
+    }
+    outer = &inner;
+    kind = inner.Ulong();
+  }
+  const bool has_parameters = kind == CORBA::tk_struct || kind == CORBA::tk_array || kind == CORBA::tk_sequence;
+  return {kind, has_parameters ? outer->Enter() : *outer};
+}
+
+void RequireType(Cursor& at, const Type& expected);
+
+/// The members of a struct, from its name on.
+void RequireMembers(Cursor& at, const Type& expected) {
+  at.Text();
+  if (at.Ulong() != expected.count) Lie();
+  for (CORBA::ULong i = 0; i < expected.count; ++i) {
+    at.Text();
+    RequireType(at, expected.parts[i]);
+  }
+}
+
+void RequireType(Cursor& at, const Type& expected) {
+  const CORBA::ULong kind = at.Ulong();
+  Stripped type = Strip(kind, at);
+  if (type.kind != expected.kind) Lie();
+  if (expected.kind == CORBA::tk_struct) {
+    if (type.parameters.Text() != expected.id) Lie();
+    RequireMembers(type.parameters, expected);
+  } else if (expected.parts != nullptr) {
+    RequireType(type.parameters, *expected.parts);
+    if (type.parameters.Ulong() != expected.count) Lie();
+  }
+}
+
+/// The record whose stripped type this is. A struct that bears the name of one of ours must be built like it.
+RecordKind KindOf(Stripped type) {
+  if (type.kind == CORBA::tk_long) return RecordKind::Long;
+  if (type.kind == CORBA::tk_boolean) return RecordKind::Boolean;
+  if (type.kind != CORBA::tk_struct) return RecordKind::Unknown;
+  const std::string_view id = type.parameters.Text();
+  if (id == kTrace.id) {
+    RequireMembers(type.parameters, kTrace);
+    return RecordKind::Trace;
+  }
+  if (id == kValue.id) {
+    RequireMembers(type.parameters, kValue);
+    return RecordKind::Value;
+  }
+  type.parameters.Text();
+  const CORBA::ULong members = type.parameters.Ulong();
+  if (!type.parameters.CanHoldMembers(members)) Lie();
+  return RecordKind::Unknown;
+}
+
+/// A type code as the ORB writes it: kind, length, encapsulation.
+std::vector<CORBA::Octet> Encoded(CORBA::TypeCode_ptr type_code) {
+  cdrMemoryStream stream(0, true);
+  CORBA::TypeCode::marshalTypeCode(type_code, stream);
+  const auto* bytes = static_cast<const CORBA::Octet*>(stream.bufPtr());
+  return {bytes, bytes + stream.bufSize()};
+}
+
+void WriteStruct(const std::vector<CORBA::Octet>& encoded, cdrStream& stream) {
+  constexpr std::size_t kPrefix = 2 * sizeof(CORBA::ULong);
+  stream.marshalULong(CORBA::tk_struct);
+  stream.marshalULong(static_cast<CORBA::ULong>(encoded.size() - kPrefix));
+  stream.put_octet_array(encoded.data() + kPrefix, static_cast<int>(encoded.size() - kPrefix));
+}
+
+}  // namespace
+
+RecordKind ReadRecordTypeCode(cdrStream& stream) {
+  const CORBA::ULong kind = stream.unmarshalULong();
+  if (kind == CORBA::tk_long) return RecordKind::Long;
+  if (kind == CORBA::tk_boolean) return RecordKind::Boolean;
+  if (kind > kLastKind) Lie();
+  if (kind != CORBA::tk_struct && kind != CORBA::tk_alias) return RecordKind::Unknown;
+  const CORBA::ULong length = stream.unmarshalULong();
+  if (length == 0 || !stream.checkInputOverrun(1, length)) Lie();
+  if (length > kMostBytes) return RecordKind::Unknown;
+  // The kind and length that were read stand in front again, in the byte order of what follows, so that one rule reads
+  // the whole and an indirection can reach the outermost type.
+  std::array<CORBA::Octet, 3 * sizeof(CORBA::ULong) + kMostBytes> bytes;
+  std::array<CORBA::ULong, 3> front{0, kind, length};
+  stream.get_octet_array(bytes.data() + sizeof front, static_cast<int>(length));
+  const bool swapped = bytes[sizeof front] != (_OMNIORB_HOST_BYTE_ORDER_ ? 1 : 0);
+  for (CORBA::ULong& number : front) number = swapped ? cdrStream::byteSwap(number) : number;
+  std::memcpy(bytes.data(), front.data(), sizeof front);
+  bytes[0] = bytes[sizeof front];
+  Cursor cursor(bytes.data(), sizeof front + length);
+  return KindOf(Strip(cursor.Ulong(), cursor));
+}
+
+void WriteRecordTypeCode(RecordKind kind, cdrStream& stream) {
+  // The ORB's own way writes the type code member by member for each sample.
+  static const std::vector<CORBA::Octet> trace = Encoded(BASIC_TRACE::_tc_BT_DATA);
+  static const std::vector<CORBA::Octet> value = Encoded(VALUE_DOUBLE::_tc_VALUE);
+  switch (kind) {
+    case RecordKind::Trace: return WriteStruct(trace, stream);
+    case RecordKind::Value: return WriteStruct(value, stream);
+    case RecordKind::Long: return stream.marshalULong(CORBA::tk_long);
+    case RecordKind::Boolean: return stream.marshalULong(CORBA::tk_boolean);
+    case RecordKind::Unknown: break;
+  }
+  throw std::logic_error("WriteRecordTypeCode: expected a kind of record, found Unknown");
+}
+
+}  // namespace Corvanta

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "platform/wire/any_guard.h"
+
+namespace Corvanta {
+
+/// Samples as they stand in a message: an any of a known type code and a record. What the any guard reads and writes
+/// with.
+
+/// Reads an any. One of another type gives monostate, and leaves the stream somewhere inside that any.
+/// Errors   CORBA::MARSHAL for a type code or a length that claims more than there is.
+void ReadSample(cdrStream& stream, SampleRecord& record);
+
+/// Reads a trace; its samples take memory as they are found to be there. The generated code for it multiplies a length
+/// that lies beyond what a 32-bit processor can hold, and believes it then.
+/// Errors   CORBA::MARSHAL.
+void ReadTrace(cdrStream& stream, BASIC_TRACE::BT_DATA& trace);
+
+/// A topic name; no code set is applied to it, as none is to names of our own.
+/// Errors   CORBA::MARSHAL; BAD_PARAM for a name of more than 4 KiB.
+std::string ReadTopic(cdrStream& stream);
+
+void WriteSample(const SampleView& sample, cdrStream& stream);
+
+/// A sample for several subscribers of a process, as it came in.
+struct SharedRecord {
+  SampleRecord record;
+  HandleSeq handles;
+};
+
+/// What DDS_Group sends. A message could claim, and hold, millions of either, so there may be 1024 samples and as many
+/// handles.
+/// Errors   CORBA::MARSHAL as ReadSample; BAD_PARAM for more of them, and for a sample of another type, behind which
+///          nothing is found.
+std::deque<SharedRecord> ReadGroup(cdrStream& stream);
+
+void WriteGroup(const std::vector<SharedSampleView>& samples, cdrStream& stream);
+
+}  // namespace Corvanta
