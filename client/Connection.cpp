@@ -153,6 +153,17 @@ std::vector<Engine> Connection::Engines() {
   return engines;
 }
 
+std::string Connection::VersionOf(const Engine& engine) {
+  if (engine.problem) throw *engine.problem;
+  return Remote(Printable(engine.name), [&]() -> std::string {
+    try {
+      return CORBA::String_var(engine.registration->Version()).in();
+    } catch (const CORBA::BAD_OPERATION&) {  // built before registration objects had a version
+      return {};
+    }
+  });
+}
+
 std::vector<Reading> Connection::ReadingsOf(const std::vector<Engine>& engines) {
   std::vector<Reading> readings;
   for (const Engine& engine : engines) {

@@ -57,6 +57,10 @@ class Connection {
   /// Errors   Error Unreachable when the naming service does not answer.
   std::vector<Engine> Engines();
 
+  /// The version of the platform that an engine is built from, as "1.0.0"; empty where it is too old to tell.
+  /// Errors   that of an engine that could not be asked; those of remote calls.
+  std::string VersionOf(const Engine& engine);
+
   /// All items of all engines that answer, in the order of their registration.
   std::vector<Reading> Readings();
 

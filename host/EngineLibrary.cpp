@@ -19,7 +19,7 @@ bool IsThere(const fs::path& path) {
 /// What `name` may mean, most likely first.
 std::vector<std::string> Candidates(const std::string& name) {
   if (name.find('/') != std::string::npos) return {name};
-  const std::vector<std::string> files = {name, "lib" + name + ".so.1"};
+  const std::vector<std::string> files = {name, "lib" + name + ".so." ENGINE_SOVERSION};
   std::vector<std::string> candidates;
   std::error_code no_proc;
   const fs::path program = fs::read_symlink("/proc/self/exe", no_proc);

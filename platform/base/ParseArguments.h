@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/base/Diagnostic.h"
+#include "platform/base/Version.h"
 #include "platform/base/output_error.h"
 
 namespace Lumenar {
@@ -14,9 +15,11 @@ namespace Lumenar {
 constexpr int kWrongArguments = 2;
 
 /// Reads a command line into `app`, whose name is the program's. False when the program has to end with `exit_code`:
-/// help was asked for and written, or an argument is wrong and one line on standard error says which.
+/// help or the version (--version, which every program has) was asked for and written, or an argument is wrong and one
+/// line on standard error says which.
 /// Errors   those of callbacks that `app` has, beside those of the command line.
 inline bool ParseArguments(CLI::App& app, int argc, const char* const* argv, int& exit_code) {
+  app.set_version_flag("--version", Version(), "Print the version and exit");
   try {
     app.parse(argc, argv);
     return true;
@@ -24,6 +27,9 @@ inline bool ParseArguments(CLI::App& app, int argc, const char* const* argv, int
     std::string help = app.help();
     while (!help.empty() && help.back() == '\n') help.pop_back();
     WriteOut(help);
+    exit_code = CheckOutput(app.get_name().c_str(), 0);
+  } catch (const CLI::CallForVersion&) {
+    WriteOut(app.get_name() + " " + Version());
     exit_code = CheckOutput(app.get_name().c_str(), 0);
   } catch (const CLI::ParseError& error) {
     std::string reason = error.what();

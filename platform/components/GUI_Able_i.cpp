@@ -9,6 +9,7 @@
 #include "GuiAble.hh"
 #include "platform/base/InstanceCounter.h"
 #include "platform/base/Mutex.h"
+#include "platform/base/Version.h"
 #include "platform/dds/DDS_BaseObj.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/servants/OwnedServant.h"
@@ -89,6 +90,11 @@ class Servant : public POA_Corvanta::GUI_Able, public Corvanta::ClosableServant 
   CORBA::ULongLong LostSamples() override {
     RequireOpen();
     return Corvanta::DdsBaseAccess::Instance().LostSamples();
+  }
+
+  char* Version() override {
+    RequireOpen();
+    return CORBA::string_dup(Lumenar::Version());
   }
 
  protected:

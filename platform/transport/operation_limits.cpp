@@ -49,6 +49,7 @@ constexpr OperationLimit kTable[] = {
     {"Subscriptions", "answer: a list of subscriptions", kPlain, kList},
     {"Topics", "answer: a list of topics", kPlain, kList},
     {"Unsubscribe", "a topic"},
+    {"Version", "answer: a string"},
     {"list", "naming service; answer: a list of names", kPlain, kList},
     {"next_n", "naming service; answer: a list of names", kPlain, kList},
 };

@@ -4,6 +4,7 @@
 
 #include <csignal>
 
+#include "platform/base/Version.h"
 #include "tests/support/IsolatedPlatform.h"
 
 namespace Lumenar::Test {
@@ -93,6 +94,12 @@ TEST_F(Engine_host, HelpSaysTheExitStatuses) {
   EXPECT_EQ(host.WaitForExit(), 0);
   for (const char* part : {"LIBRARY", "--set NAME=VALUE", "Exit status:", "  1  the engine did not start"})
     EXPECT_THAT(host.Out(), HasSubstr(part));
+}
+
+TEST_F(Engine_host, TellsItsVersionWithoutALibrary) {
+  Process& host = Start({"--version"});
+  EXPECT_EQ(host.WaitForExit(), 0);
+  EXPECT_EQ(host.Out(), std::string("engine_host ") + Version() + "\n");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "GuiAble.hh"
+#include "platform/base/Version.h"
 #include "platform/components/attributes/EngineAttribVoid_i.h"
 #include "platform/components/readings/EngineReadingLong_i.h"
 #include "tests/unit/platform/topics/TopicsFixture.h"
@@ -39,6 +40,8 @@ TEST_F(GUI_AbleTest, IsFoundByNameAndNamesItsEngine) {
   ASSERT_FALSE(CORBA::is_nil(reference));
   CORBA::String_var engine = reference->EngineName();
   EXPECT_STREQ(engine, "TEST/1");
+  CORBA::String_var version = reference->Version();
+  EXPECT_STREQ(version, Version());
 }
 
 TEST_F(GUI_AbleTest, ListsItemsInOrderOfRegistrationWhileTheyLive) {

@@ -13,6 +13,7 @@
 #include <sstream>
 #include <thread>
 
+#include "platform/base/Version.h"
 #include "tests/system/EngineFixture.h"
 #include "tools/mathctl/command.h"
 
@@ -90,9 +91,10 @@ class MathctlTest : public EngineFixture {
 
 TEST_F(MathctlTest, ShowsWhatThereIs) {
   ScalarInput level(bench_, "LEVEL", ScalarOf(2.5, kMilliwatt, -0.1, 0.2));
-  EXPECT_THAT(Out({"engines"}), testing::MatchesRegex("ENGINE +ADDRESS +STATE\n"
-                                                      "MATHFACTORY/1 +127\\.0\\.0\\.1:[0-9]+ +answers\n"
-                                                      "TESTBENCH/1 +127\\.0\\.0\\.1:[0-9]+ +answers\n"));
+  EXPECT_THAT(Out({"engines"}), testing::MatchesRegex("ENGINE +ADDRESS +STATE +VERSION\n"
+                                                      "MATHFACTORY/1 +127\\.0\\.0\\.1:[0-9]+ +answers +[0-9.]+\n"
+                                                      "TESTBENCH/1 +127\\.0\\.0\\.1:[0-9]+ +answers +[0-9.]+\n"));
+  EXPECT_EQ(Objects({"engines"})[0]["version"], Version());
   EXPECT_THAT(Out({"readings", "--values"}), HasSubstr("TESTBENCH/1/LEVEL   ValueDouble       2.5 mW  -0.1 +0.2 mW\n"));
   EXPECT_EQ(Out({"types"}),
             "NUMBER  TYPE\n0       Subtract\n1       RelativeSubtract\n2       Average\n3       Peak\n"
@@ -250,6 +252,7 @@ TEST_F(MathctlTest, AnEngineThatHangsCostsOneTimeLimit) {
   ASSERT_EQ(engines.size(), 2u);
   EXPECT_EQ(engines[0]["engine"], "MATHFACTORY/1");
   EXPECT_EQ(engines[0]["answers"], false);
+  EXPECT_EQ(engines[0]["version"], "");
   const Outcome doctor = Run({"doctor", "--timeout", "0.3"});
   EXPECT_EQ(doctor.exit_code, kUnreachable);
   EXPECT_THAT(doctor.out, HasSubstr("FAILS  engine MATHFACTORY/1"));
