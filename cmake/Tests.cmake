@@ -1,14 +1,22 @@
 # SPDX-License-Identifier: Apache-2.0
-# One test program: lumenar_test(NAME SOURCES ... LINK ... [LABELS ...] [SERIAL] [TIMEOUT seconds]).
+# One test program: lumenar_test(NAME SOURCES ... LINK ... [LABELS ...: unit] [SERIAL] [TIMEOUT seconds]).
 include(GoogleTest)
 
 # The test programs without the labels of those that start whole systems of processes: what scripts/test-sanitizers builds.
 add_custom_target(tests_without_systems)
+# Those of the label unit: what scripts/test --quick builds.
+add_custom_target(unit_tests)
 
 function(lumenar_test name)
   cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE lumenar_flags ${ARG_LINK} GTest::gmock GTest::gtest_main)
+  if(NOT ARG_LABELS)
+    set(ARG_LABELS unit)
+  endif()
+  if(ARG_LABELS STREQUAL unit)
+    add_dependencies(unit_tests ${name})
+  endif()
   if(NOT "${ARG_LABELS}" MATCHES "system|fault|model")
     add_dependencies(tests_without_systems ${name})
   endif()

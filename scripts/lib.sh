@@ -63,6 +63,31 @@ step() {
   return 1
 }
 
+# step_with_progress LOG COMMAND...: as step, for a build; shows how far it is, on a terminal in place.
+step_with_progress() {
+  local log=$1 end=$'\n' shown='' now
+  shift
+  [ ! -t 1 ] || end=$'\r'
+  setsid "$@" >"$log" 2>&1 &
+  local build=$! pause=10
+  [ ! -t 1 ] || pause=1
+  while kill -0 "$build" 2>/dev/null; do
+    now=$(grep -o '^\[[0-9]*/[0-9]*\]' "$log" | tail -n 1) || true
+    [ "$now" = "$shown" ] || printf '  %s%s' "$now" "$end"
+    shown=$now
+    sleep "$pause" &  # so that a signal ends the wait at once
+    wait -n "$build" $! 2>/dev/null || true
+  done
+  [ ! -t 1 ] || echo
+  if wait "$build"; then return 0; fi
+  tail -n 40 "$log" >&2
+  return 1
+}
+
+# What the demo needs of the build.
+# shellcheck disable=SC2034
+demo_targets=(engine_host topic_manager hw_enumeration math_factory_hh probe replay mathctl)
+
 # until_true SECONDS COMMAND...: repeats a quiet command until it succeeds; fails after the time.
 until_true() {
   local end=$((SECONDS + $1))

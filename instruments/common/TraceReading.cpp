@@ -21,6 +21,7 @@ BT_DATA FirstRecord(const TraceForm& form, std::span<const float> samples) {
   BT_DATA record = DefaultRecord<BT_DATA>();
   record.units = VALUE::UnitsToCorba(form.units);
   record.x_step = form.x_step;
+  record.header[2] = static_cast<CORBA::ULong>(form.x_unit);
   SetSamples(record, samples);
   SetCaptureTime(record, CaptureTimeNow());
   return record;

@@ -15,6 +15,7 @@ namespace Lumenar::Instruments {
 struct TraceForm {
   Value::Units units;
   double x_step = 0;  ///< distance of two points, in the axis' unit without prefix; 0 where there is none
+  Value::Units_list x_unit = Value::U_None;  ///< of the horizontal axis, without prefix
 };
 
 /// A trace reading of an instrument; fills the records' header.

@@ -16,8 +16,9 @@ constexpr double kPeriod_s = 1e-3;
 constexpr int kLastPoint = static_cast<int>(WakeupHistory::kPeriods) - 1;
 constexpr Corvanta::EngineAttribLongParams kPoints{0, kLastPoint, 0};
 
-constexpr TraceForm kWakeupForm{Value::Make_unit(Value::U_Second, 1, -6), kPeriod_s};
-constexpr TraceForm kLevelForm{Value::Make_unit(Value::U_Second, 1, -6, true), kPeriod_s};
+constexpr TraceForm kWakeupForm{Value::Make_unit(Value::U_Second, 1, -6), kPeriod_s, Value::U_Second};
+constexpr TraceForm kLevelForm{Value::Make_unit(Value::U_Second, 1, -6, true), kPeriod_s, Value::U_Second};
+constexpr TraceForm kSpreadForm{Value::Make_unit(Value::U_Percent), 1e-6, Value::U_Second};
 
 }  // namespace
 
@@ -25,6 +26,7 @@ void ProbeInstrument::Offer(const Instruments::Place& place) {
   const std::vector<float> lateness_us = history_.Lateness_us();
   wakeup_ = std::make_unique<TraceReading>(place, "WAKEUP", kWakeupForm, lateness_us);
   wakeup_dB_ = std::make_unique<TraceReading>(place, "WAKEUP_DB", kLevelForm, LevelsOf(lateness_us));
+  lateness_ = std::make_unique<TraceReading>(place, "LATENESS", kSpreadForm, SpreadOf(lateness_us));
   start_ = std::make_unique<Attribute>(place.namer, place.registration, "START", 0, Attribute::Callback(), kPoints);
   stop_ =
       std::make_unique<Attribute>(place.namer, place.registration, "STOP", kLastPoint, Attribute::Callback(), kPoints);
@@ -55,6 +57,7 @@ void ProbeInstrument::PublishTraces() {
   const std::vector<float> lateness_us = history_.Lateness_us();
   wakeup_->Publish(lateness_us);
   wakeup_dB_->Publish(LevelsOf(lateness_us));
+  lateness_->Publish(SpreadOf(lateness_us));
 }
 
 void ProbeInstrument::WatchScalars() {

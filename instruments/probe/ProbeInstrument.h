@@ -17,6 +17,10 @@ namespace Lumenar::Probe {
 ///
 ///   WAKEUP_DB    the same as levels in dB of 1 us; 0 and less count as 1 ns, which is -30 dB
 ///
+///   LATENESS     trace: how these latenesses spread, in percent of the wake-ups; a point for each us from 0 to 1,000,
+///                the last with all that came later. Its points mean the same in each sample: an Average is the usual
+///                spread, a Peak the worst
+///
 ///   START, STOP  long attributes, 0 to 1000: a range of points of the traces, for a math object that takes one
 ///
 ///   CPU_LOAD, MEMORY_FREE, TEMPERATURE  as ScalarReadings
@@ -39,6 +43,7 @@ class ProbeInstrument : public Instruments::Instrument {
   WakeupHistory history_{kTimerPeriod_ns};
   std::unique_ptr<Instruments::TraceReading> wakeup_;
   std::unique_ptr<Instruments::TraceReading> wakeup_dB_;
+  std::unique_ptr<Instruments::TraceReading> lateness_;
   std::unique_ptr<Attribute> start_;
   std::unique_ptr<Attribute> stop_;
   std::unique_ptr<ScalarReadings> scalars_;

@@ -27,6 +27,14 @@ std::vector<float> WakeupHistory::Lateness_us() const {
   return lateness;
 }
 
+std::vector<float> SpreadOf(std::span<const float> lateness_us) {
+  constexpr float kLastBin = WakeupHistory::kPeriods - 1;
+  std::vector<float> counts(WakeupHistory::kPeriods);
+  for (const float lateness : lateness_us) ++counts[static_cast<std::size_t>(std::clamp(lateness, 0.0f, kLastBin))];
+  for (float& count : counts) count = 100 * count / static_cast<float>(std::max<std::size_t>(lateness_us.size(), 1));
+  return counts;
+}
+
 std::vector<float> LevelsOf(std::span<const float> lateness_us) {
   std::vector<float> levels(lateness_us.begin(), lateness_us.end());
   for (float& level : levels) level = std::max(level, kSmallestLateness_us);

@@ -40,6 +40,12 @@ class WakeupHistory {
   std::size_t oldest_ GUARDED_BY(mutex_) = 0;
 };
 
+/// How the latenesses spread: for each whole microsecond up to the last point, which also holds all later ones, the
+/// share of the wake-ups that were so late, in percent. One that was early is in the first. All 0 when there are none.
+/// Shape    kPeriods points, whatever the number of latenesses.
+/// Threads  pure.
+std::vector<float> SpreadOf(std::span<const float> lateness_us);
+
 /// What stands for a lateness of 0 or less, in microseconds: one nanosecond, the resolution of the clock. A level needs
 /// a positive number.
 inline constexpr float kSmallestLateness_us = 0.001f;

@@ -19,7 +19,8 @@ struct Recording {
   std::string suffix;  ///< after the name of the file, as "_S11"; often empty
   Value::Units units;
   double x_step = 0;  ///< distance of two points, in the axis' unit without prefix; 0 where they are not even
-  std::vector<std::vector<float>> sweeps;  ///< never empty
+  Value::Units_list x_unit = Value::U_None;  ///< of the axis
+  std::vector<std::vector<float>> sweeps;    ///< never empty
 };
 
 /// What one file holds.

@@ -55,9 +55,9 @@ class ReplayInstrument::Playback {
 
   void Offer(const Place& place) {
     for (const Recording& recording : file_.recordings) {
-      readings_.push_back(std::make_unique<TraceReading>(place, name_ + recording.suffix,
-                                                         Instruments::TraceForm{recording.units, recording.x_step},
-                                                         recording.sweeps.front()));
+      readings_.push_back(std::make_unique<TraceReading>(
+          place, name_ + recording.suffix, Instruments::TraceForm{recording.units, recording.x_step, recording.x_unit},
+          recording.sweeps.front()));
     }
     driver_ = std::make_unique<SampleDriver>(place, name_, rate_Hz_, [this] { return PublishNext(); });
   }

@@ -100,6 +100,7 @@ class Sweeps {
     Recording& recording = file.recordings.emplace_back();
     recording.units.is_dB = true;
     recording.x_step = first_.step_Hz;
+    recording.x_unit = Value::U_Hertz;
     recording.sweeps = std::move(sweeps_);
     return file;
   }

@@ -132,6 +132,7 @@ class Network {
       recording.suffix = kSuffixes[i];
       recording.units.is_dB = true;
       recording.x_step = StepOf(axis_, options_->Hz_per_unit);
+      recording.x_unit = Value::U_Hertz;
       recording.sweeps.push_back(std::move(levels_[i]));
     }
     return file;

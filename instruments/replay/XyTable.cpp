@@ -57,6 +57,7 @@ RecordedFile OneSweep(XyTable table, const Value::Units& x, const Value::Units& 
   Recording recording;
   recording.units = y;
   recording.x_step = StepOf(table.x, std::pow(Value::Units_library::Get_unit_base(x), x.base_power));
+  recording.x_unit = x.slots[0].exponent == 1 ? x.slots[0].unit : Value::U_None;
   recording.sweeps.push_back(std::move(table.y));
   RecordedFile file;
   file.recordings.push_back(std::move(recording));

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <numeric>
 #include <vector>
 
 #include "instruments/probe/WakeupTimer.h"
@@ -52,6 +53,18 @@ TEST(WakeupHistory, AnEarlyWakeUpIsNegative) {
   WakeupHistory history(kMillisecond);
   EXPECT_EQ(history.WokeUp(10 * kMillisecond, 9'999'500), 11 * kMillisecond);
   EXPECT_THAT(Last(history, 2), ElementsAre(0, -0.5f));
+}
+
+TEST(SpreadOf, CountsEachMicrosecondInPercent) {
+  const std::vector<float> spread = SpreadOf(std::vector<float>{-3, 0.9f, 1, 1.99f, 999.9f, 1000, 5000, 7});
+  ASSERT_EQ(spread.size(), WakeupHistory::kPeriods);
+  EXPECT_EQ(spread[0], 25);
+  EXPECT_EQ(spread[1], 25);
+  EXPECT_EQ(spread[7], 12.5f);
+  EXPECT_EQ(spread[999], 12.5f);
+  EXPECT_EQ(spread[1000], 25) << "the last point holds all that came later";
+  EXPECT_EQ(std::accumulate(spread.begin(), spread.end(), 0.0f), 100);
+  EXPECT_THAT(SpreadOf({}), Each(0.0f));
 }
 
 // Point by point this would take hours.
