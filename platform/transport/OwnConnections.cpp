@@ -5,8 +5,12 @@
 #include <fmt/format.h>
 #include <sys/socket.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <memory>
+#include <new>
+#include <utility>
 
 #include "platform/transport/PendingCalls.h"
 
@@ -45,9 +49,10 @@ class OwnConnection final : public Transport::Opened {
   using Plain = typename Transport::Opened;
 
  public:
-  OwnConnection(int socket, const char* address, std::shared_ptr<TransportState> state)
+  /// Takes the socket, which is -1 then; when nothing can be made it stays the caller's.
+  OwnConnection(int& socket, const char* address, std::shared_ptr<TransportState> state)
       : Plain(socket, address),
-        state_(std::move(state)),
+        state_((socket = -1, std::move(state))),  // closed with Plain from here on
         framing_(
             MessageFraming::Side::Own, state_->framing, state_->assembly, &calls_,
             [this](const std::string& what) { Say("refused", fmt::format("{} from {}", what, this->peeraddress())); }) {
@@ -110,7 +115,8 @@ class OwnAddress final : public omni::giopAddress {
 
   /// Null for null.
   static omni::giopAddress* Of(omni::giopAddress* plain, const std::shared_ptr<TransportState>& state) {
-    return plain == nullptr ? nullptr : new OwnAddress(std::unique_ptr<omni::giopAddress>(plain), state);
+    std::unique_ptr<omni::giopAddress> owned(plain);  // also while there is no memory for what stands in for it
+    return plain == nullptr ? nullptr : new OwnAddress(std::move(owned), state);
   }
 
   const char* type() const override { return Transport::kName; }
@@ -124,9 +130,15 @@ class OwnAddress final : public omni::giopAddress {
     omni::giopActiveConnection* plain = plain_->Connect(deadline, flags, timed_out);
     if (plain == nullptr) return nullptr;
     omni::giopConnection& connection = plain->getConnection();
-    const int socket = fcntl(static_cast<typename Transport::Connection&>(connection).handle(), F_DUPFD_CLOEXEC, 0);
+    int socket = fcntl(static_cast<typename Transport::Connection&>(connection).handle(), F_DUPFD_CLOEXEC, 0);
     connection.decrRefCount(1);  // nobody else has it
-    return socket < 0 ? nullptr : new OwnConnection<Transport>(socket, address(), state_);
+    if (socket < 0) return nullptr;
+    try {
+      return new OwnConnection<Transport>(socket, address(), state_);
+    } catch (const std::bad_alloc&) {
+      if (socket >= 0) close(socket);
+      throw;
+    }
   }
 
  private:
