@@ -1,15 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
-set(LUMENAR_NAMING_HOST "127.0.0.1" CACHE STRING "Host of the naming service that engines and programs are built for")
-set(LUMENAR_TRANSPORT_CONF "${CMAKE_INSTALL_FULL_SYSCONFDIR}/lumenar/tcp.conf" CACHE STRING
-  "Transport configuration file that engines and programs are built for")
+# How engine libraries are made, in this tree and in projects that use the installed package. Properties and not
+# variables tell the functions what they need: whoever calls them has variables of his own.
 
-# For targets with LUMENAR_LOCAL_ARGUMENTS, the argument list of their ORB.
-add_library(local_arguments INTERFACE)
-target_compile_definitions(local_arguments INTERFACE
-  LUMENAR_NAMING_HOST="${LUMENAR_NAMING_HOST}" LUMENAR_TRANSPORT_CONF="${LUMENAR_TRANSPORT_CONF}")
-
-# A property and not a variable: whoever calls the function has variables of his own.
-set_property(GLOBAL PROPERTY LUMENAR_VERSION ${PROJECT_VERSION})
+# lumenar_engine_library_settings(VERSION, SOURCE of the entry points of instruments): once, before the functions.
+macro(lumenar_engine_library_settings version entry_points)
+  set_property(GLOBAL PROPERTY LUMENAR_VERSION ${version})
+  set_property(GLOBAL PROPERTY LUMENAR_ENTRY_POINTS ${entry_points})
+endmacro()
 
 # An engine library, loaded by engine_host: lumenar_engine_library(NAME SOURCES ... LINK ...).
 #
@@ -21,8 +18,19 @@ function(lumenar_engine_library name)
   string(REGEX MATCH "^[0-9]+" so_version ${version})
   set(exports ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/engine_exports.map)
   add_library(${name} SHARED ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE lumenar_flags local_arguments ${ARG_LINK})
+  target_link_libraries(${name} PRIVATE lumenar::flags lumenar::local_arguments ${ARG_LINK})
   target_link_options(${name} PRIVATE -Wl,--version-script=${exports} -Wl,-z,nodelete)
-  set_target_properties(${name} PROPERTIES SOVERSION ${so_version} VERSION ${version} LINK_DEPENDS ${exports})
-  install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(${name} PROPERTIES
+    CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
+    SOVERSION ${so_version} VERSION ${version} INSTALL_RPATH "$ORIGIN" LINK_DEPENDS ${exports})
+  install(TARGETS ${name} LIBRARY NAMELINK_SKIP)
+endfunction()
+
+# The engine library of an instrument: lumenar_instrument(NAME SOURCES ... LINK ...). One of its sources defines
+# ThisInstrument(), which says what instrument it is.
+function(lumenar_instrument name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  get_property(entry_points GLOBAL PROPERTY LUMENAR_ENTRY_POINTS)
+  lumenar_engine_library(${name} SOURCES ${ARG_SOURCES} ${entry_points} LINK lumenar::instruments_common ${ARG_LINK})
+  target_compile_definitions(${name} PRIVATE LUMENAR_ENGINE_FILE="./${name}.engine")
 endfunction()

@@ -5,13 +5,19 @@
 # Hidden visibility: an engine library exports its entry points and nothing else.
 add_library(lumenar_flags INTERFACE)
 target_compile_features(lumenar_flags INTERFACE cxx_std_20)
-target_compile_options(lumenar_flags INTERFACE
-  -Wall -Wextra -Wshadow -Wnon-virtual-dtor -ffp-contract=off -fno-strict-aliasing)
-target_include_directories(lumenar_flags INTERFACE ${CMAKE_SOURCE_DIR})
+if(PROJECT_IS_TOP_LEVEL)  # a project around this one has warnings of its own
+  target_compile_options(lumenar_flags INTERFACE
+    "$<BUILD_INTERFACE:-Wall;-Wextra;-Wshadow;-Wnon-virtual-dtor>")
+endif()
+target_compile_options(lumenar_flags INTERFACE -ffp-contract=off -fno-strict-aliasing)
+target_include_directories(lumenar_flags INTERFACE
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/lumenar>)
+set_target_properties(lumenar_flags PROPERTIES EXPORT_NAME flags)
+add_library(lumenar::flags ALIAS lumenar_flags)
 
 option(LUMENAR_WERROR "Treat warnings as errors" OFF)
 if(LUMENAR_WERROR)
-  target_compile_options(lumenar_flags INTERFACE -Werror)
+  target_compile_options(lumenar_flags INTERFACE $<BUILD_INTERFACE:-Werror>)
 endif()
 set(LUMENAR_SANITIZE "" CACHE STRING "Sanitizers, as given to -fsanitize=")
 if(LUMENAR_SANITIZE)
@@ -27,14 +33,14 @@ if(LUMENAR_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize-recover=all)
 else()
   # Clang leaves the sanitizers' own symbols to the program, so its sanitized libraries have undefined ones.
-  target_link_options(lumenar_flags INTERFACE -Wl,--no-undefined)
+  target_link_options(lumenar_flags INTERFACE $<BUILD_INTERFACE:-Wl,--no-undefined>)
 endif()
 
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
-if(NOT CMAKE_BUILD_TYPE)
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
 endif()
 
@@ -57,6 +63,7 @@ function(lumenar_folder_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
   if(ARG_SOURCES)
     add_library(${name} STATIC ${ARG_SOURCES})
+    set_target_properties(${name} PROPERTIES OUTPUT_NAME lumenar_${name})
     target_link_libraries(${name} PUBLIC lumenar_flags ${ARG_LINK})
   else()
     add_library(${name} INTERFACE)

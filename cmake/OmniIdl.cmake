@@ -24,9 +24,10 @@ function(lumenar_idl_library name)
     list(APPEND sources ${products})
   endforeach()
   add_library(${name} STATIC ${sources})
-  set_target_properties(${name} PROPERTIES UNITY_BUILD OFF)  # generated files share names
+  set_target_properties(${name} PROPERTIES UNITY_BUILD OFF OUTPUT_NAME lumenar_${name})  # generated files share names
   target_compile_features(${name} PUBLIC cxx_std_20)
-  target_include_directories(${name} SYSTEM PUBLIC ${out})
+  target_include_directories(${name} SYSTEM PUBLIC
+    $<BUILD_INTERFACE:${out}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/lumenar>)
   target_link_libraries(${name} PUBLIC PkgConfig::omniORB)
   add_library(lumenar::${name} ALIAS ${name})
 endfunction()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "platform/program/built_for.h"
 #include "platform/program/engine_entry.h"
 
 /// The argument list for the ORB of a program or an engine library, to stand once in its main file: the naming service

@@ -1,0 +1,52 @@
+# SPDX-License-Identifier: Apache-2.0
+# What `cmake --install` lays down besides programs and engine libraries: all that is needed to write a client or an
+# instrument, the transport configuration, and the pages. The tree runs from wherever it is moved.
+include(CMakePackageConfigHelpers)
+include(PublicParts)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Lumenar)
+set(header_dir ${CMAKE_INSTALL_INCLUDEDIR}/lumenar)
+set(page_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/lumenar)
+set(products_dir ${PROJECT_BINARY_DIR}/package)
+
+# Libraries and headers, with the paths by which the code includes them.
+lumenar_public_libraries(libraries client instruments_common local_arguments)
+install(TARGETS ${libraries} EXPORT LumenarTargets)
+file(GLOB public_headers RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
+  ${PROJECT_SOURCE_DIR}/client/*.h ${PROJECT_SOURCE_DIR}/instruments/common/*.h
+  ${PROJECT_SOURCE_DIR}/platform/components/*.h ${PROJECT_SOURCE_DIR}/platform/components/*/*.h)
+lumenar_with_included_headers(headers ${public_headers}
+  platform/program/engine_entry.h platform/program/local_arguments.h platform/records/Records.h)
+foreach(header IN LISTS headers)
+  get_filename_component(folder ${header} DIRECTORY)
+  install(FILES ${header} DESTINATION ${header_dir}/${folder})
+endforeach()
+install(FILES ${PROJECT_BINARY_DIR}/generated/platform/program/built_for.h DESTINATION ${header_dir}/platform/program)
+install(DIRECTORY ${PROJECT_BINARY_DIR}/idl/generated/ DESTINATION ${header_dir} FILES_MATCHING PATTERN "*.hh")
+install(DIRECTORY idl/ DESTINATION ${CMAKE_INSTALL_DATADIR}/idl/lumenar FILES_MATCHING PATTERN "*.idl")
+
+# For users of CMake.
+install(EXPORT LumenarTargets NAMESPACE lumenar:: DESTINATION ${package_dir})
+configure_package_config_file(cmake/LumenarConfig.cmake.in ${products_dir}/LumenarConfig.cmake
+  INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${products_dir}/LumenarConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${products_dir}/LumenarConfig.cmake ${products_dir}/LumenarConfigVersion.cmake
+  cmake/EngineLibrary.cmake cmake/engine_exports.map instruments/common/entry_points.cpp DESTINATION ${package_dir})
+
+# For users of pkg-config: to write a client, and to write an instrument.
+file(RELATIVE_PATH pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+lumenar_pc_file(lumenar-client "Client of the math engine and its instruments" client)
+lumenar_pc_file(lumenar-instrument "Instrument beside the math engine" instruments_common)
+
+# The transport configuration stands where the programs look for it: below the prefix where that is.
+file(RELATIVE_PATH conf_dir ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_SYSCONFDIR})
+if(conf_dir MATCHES "^\\.\\.")
+  set(conf_dir ${CMAKE_INSTALL_FULL_SYSCONFDIR})
+endif()
+install(FILES packaging/tcp.conf DESTINATION ${conf_dir}/lumenar)
+
+# Licence and pages, side by side as in the source tree, so that their links hold.
+install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${page_dir})
+install(FILES tools/mathctl/README.md DESTINATION ${page_dir}/tools/mathctl)
+install(DIRECTORY docs/ DESTINATION ${page_dir}/docs)
+install(DIRECTORY examples DESTINATION ${page_dir})

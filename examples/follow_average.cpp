@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: Apache-2.0
+// A client: creates a running average over a trace, prints as many of its results as wanted, and deletes it again.
+// Usage: follow_average READING RESULTS, as follow_average LOADMETER/1/HISTORY 10
+#include <cstdlib>
+#include <iostream>
+#include <numeric>
+#include <stdexcept>
+#include <string>
+#include <variant>
+
+#include "client/MathObjects.h"
+#include "client/Subscription.h"
+#include "platform/program/local_arguments.h"
+#include "platform/records/Records.h"
+
+LUMENAR_LOCAL_ARGUMENTS("follow_average")
+
+namespace {
+
+namespace Client = Lumenar::Client;
+using Trace = Corvanta::BASIC_TRACE::BT_DATA;
+
+/// A math object that goes with its scope.
+class Average {
+ public:
+  Average(Client::MathObjects& objects, const std::string& input)
+      : objects_(objects), id_(objects.Create("Average", {input}).id) {}
+  ~Average() {
+    try {
+      objects_.Delete(id_);
+    } catch (const Client::Error& error) {
+      std::cerr << "math object " << id_ << " stays: " << error.what() << '\n';
+    }
+  }
+  std::int32_t Id() const { return id_; }
+
+ private:
+  Client::MathObjects& objects_;
+  const std::int32_t id_;
+};
+
+void Print(const Trace& trace) {
+  const float* first = trace.samples.get_buffer();
+  const double sum = std::accumulate(first, first + trace.samples.length(), 0.0);
+  std::cout << trace.samples.length() << " points, mean " << sum / trace.samples.length() << ' '
+            << Lumenar::Value::Units_text(VALUE::UnitsFromCorba(trace.units)) << std::endl;
+}
+
+void Follow(const std::string& reading, int results) {
+  Client::Connection connection(std::chrono::seconds(5));  // the limit of every call
+  Client::MathObjects objects(connection);
+  Average average(objects, reading);
+  objects.SetSize(average.Id(), 5);
+  Client::Subscription subscription(connection);
+  subscription.Add(objects.Result(average.Id()));
+  for (; results > 0; --results) {
+    const auto delivery = subscription.Next(std::chrono::seconds(10));
+    if (!delivery) throw std::runtime_error("no result within 10 s");
+    if (const auto* trace = std::get_if<Trace>(&delivery->record)) Print(*trace);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    if (argc != 3) throw std::invalid_argument("usage: follow_average READING RESULTS");
+    Follow(argv[1], std::stoi(argv[2]));
+  } catch (const std::exception& error) {
+    std::cerr << "follow_average: " << error.what() << '\n';
+    return EXIT_FAILURE;
+  }
+}

@@ -1,0 +1,126 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# The installed tree, moved away from where it was installed: every program runs, and a client and an instrument are built
+# against it and run with it, with CMake and with pkg-config. Usage: installed_tree.sh SOURCE_DIRECTORY BUILD_DIRECTORY
+set -euo pipefail
+source=$1 build=$2
+# shellcheck source=scripts/lib.sh
+. "$source/scripts/lib.sh"
+clean_up_at_end
+make_private_directory lumenar-install
+work=$private_directory
+tree=$work/moved
+
+fail() { echo "$1" >&2; exit 1; }
+run() {
+  local program=$1
+  shift
+  "$tree/bin/$program" "$@"
+}
+
+install_and_move() {
+  step "$work/install.log" cmake --install "$build" --prefix "$work/first"
+  mv "$work/first" "$tree"
+}
+
+# Nothing in the tree knows where it came from.
+look_for_old_places() {
+  local places
+  places=$(grep -r -l -I -F -e "$work/first" -e "$build" -e "$source" "$tree" || true)
+  [ -z "$places" ] || fail "old places stand in: $places"
+  local file
+  for file in "$tree"/bin/* "$tree"/lib/*.so.?; do
+    # shellcheck disable=SC2016
+    ! readelf -d "$file" | grep -E 'R(UN)?PATH' | grep -v '\[\$ORIGIN[^:]*\]' || fail "run path of $file"
+    ! ldd "$file" | grep -E 'not found' || fail "$file lacks a library"
+  done
+}
+
+every_program_explains_itself() {
+  local version program
+  version=$(sed -n 's/^project(.* VERSION \([0-9.]*\) .*/\1/p' "$source/CMakeLists.txt")
+  for program in engine_host topic_manager hw_enumeration mathctl; do
+    [ "$(run "$program" --version)" = "$program $version" ] || fail "$program --version"
+    run "$program" --help | grep -q -e --version || fail "$program --help"
+  done
+  [ -e "$tree/lib/liblumenar_signals.so.${version%%.*}" ] || fail "name of liblumenar_signals"
+  [ "$(PKG_CONFIG_PATH=$tree/lib/pkgconfig pkg-config --modversion lumenar-client)" = "$version" ] || fail "lumenar-client.pc"
+}
+
+# A client and an instrument, outside: with CMake, and with pkg-config.
+build_outside() {
+  cp -r "$tree/share/doc/lumenar/examples" "$work/outside"
+  env -u CMAKE_PREFIX_PATH cmake -G Ninja -S "$work/outside" -B "$work/outside/build" -DCMAKE_PREFIX_PATH="$tree"
+  cmake --build "$work/outside/build"
+}
+
+build_with_pkg_config() {
+  export PKG_CONFIG_PATH=$tree/lib/pkgconfig
+  local examples=$tree/share/doc/lumenar/examples
+  mkdir "$work/plain"
+  # shellcheck disable=SC2046
+  g++ "$examples/follow_average.cpp" -o "$work/plain/follow_average" \
+    $(pkg-config --cflags --libs lumenar-client) -Wl,-rpath,"$tree/lib"
+  # shellcheck disable=SC2046
+  g++ -shared -fPIC -fvisibility=hidden -DLUMENAR_ENGINE_FILE='"./load_meter.engine"' "$examples/load_meter.cpp" \
+    "$(pkg-config --variable=entry_points lumenar-instrument)" -o "$work/plain/libload_meter.so.1" \
+    $(pkg-config --cflags --libs lumenar-instrument) \
+    -Wl,--version-script="$(pkg-config --variable=exports lumenar-instrument)" -Wl,-z,nodelete -Wl,-rpath,"$tree/lib"
+}
+
+start_naming_service() {
+  local port
+  port=$(free_port $((20000 + RANDOM % 10000)))
+  mkdir "$work/naming"
+  start "$work/naming.log" omniNames -start "$port" -always -nohostname -datadir "$work/naming" \
+    -ORBendPoint "giop:tcp:127.0.0.1:$port"
+  until_line 20 "$work/naming.log" $! "Checkpointing completed\\."
+  export LUMENAR_NAMING=127.0.0.1:$port
+}
+
+# start_ready LOG LINE PROGRAM...: starts a program and waits until it has written the line.
+start_ready() {
+  local log=$1 line=$2
+  shift 2
+  start "$work/$log" "$@"
+  until_line 20 "$work/$log" $! "$line"
+}
+
+# As installed every line of the sample configuration is a comment; without the marks each is what it says by default.
+start_platform() {
+  export LUMENAR_TRANSPORT_CONF=$tree/etc/lumenar/tcp.conf
+  ! grep -q -v -e '^#' -e '^$' "$LUMENAR_TRANSPORT_CONF" || fail "the sample configuration sets something"
+  sed -n '/run.lumenar/d; s/^#\([a-z]*\.\)/\1/p' "$LUMENAR_TRANSPORT_CONF" >"$work/all.conf"
+  start_naming_service
+  start_ready topic_manager.log "topic_manager ready" "$tree/bin/topic_manager" --no-state
+  start_ready hw_enumeration.log "hw_enumeration ready" \
+    env LUMENAR_TRANSPORT_CONF="$work/all.conf" "$tree/bin/hw_enumeration"
+  start_ready math.log "createEngine done" "$tree/bin/engine_host" math_factory_hh
+}
+
+# follow CLIENT INSTRUMENT LIBRARY: the client takes results of the instrument that the library holds.
+follow() {
+  local client=$1 library=$2 host
+  start_ready instrument.log "createEngine done" "$tree/bin/engine_host" "$library" --set LOAD_RATE=50
+  host=$!
+  [ "$("$client" LOADMETER/1/HISTORY 3 | grep -c '^60 points, mean ')" = 3 ] || fail "results of $client"
+  run mathctl get LOADMETER/1/LOAD | grep -q -e '-0.005 +0.005' || fail "readings of $library"
+  [ -z "$(run mathctl list | sed 1d)" ] || fail "$client left a math object behind"
+  end_process "$host"
+}
+
+install_and_move
+start "$work/cmake.log" build_outside
+by_cmake=$!
+start "$work/pkg_config.log" build_with_pkg_config
+by_pkg_config=$!
+look_for_old_places
+every_program_explains_itself
+start_platform
+run mathctl doctor || fail "mathctl doctor"
+run mathctl engines --json | grep -q '"engine":"MATHFACTORY/1".*"version":"[1-9]' || fail "mathctl engines"
+wait "$by_cmake" || { cat "$work/cmake.log"; fail "build with CMake"; }
+follow "$work/outside/build/follow_average" "$work/outside/build/libload_meter.so.1"
+wait "$by_pkg_config" || { cat "$work/pkg_config.log"; fail "build with pkg-config"; }
+follow "$work/plain/follow_average" "$work/plain/libload_meter.so.1"
+echo "client and instrument ran with the moved tree"
