@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/base/Mutex.h"
+#include "platform/orb/names.h"
 
 namespace Corvanta {
 
@@ -24,7 +25,7 @@ namespace Corvanta {
 /// Threads  any.
 class Naming {
  public:
-  using Path = std::vector<std::string>;
+  using Path = NamePath;
 
   /// `address` ("HOST:PORT") is for messages.
   Naming(CORBA::ORB_ptr orb, std::string address) : orb_(CORBA::ORB::_duplicate(orb)), address_(std::move(address)) {}

@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <atomic>
 #include <new>
-#include <sstream>
 
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/names.h"
 
 namespace Corvanta {
 namespace {
@@ -18,14 +18,6 @@ using Lumenar::Lock;
 
 constexpr std::chrono::milliseconds kAnswerLimit{500};
 constexpr unsigned kMissesOfOneThatHangs = 2;
-
-/// Where an engine is bound in the naming service.
-std::vector<std::string> NamingPath(const std::string& engine) {
-  std::vector<std::string> path{"Lumenar", "local"};
-  std::istringstream text(engine);
-  for (std::string component; std::getline(text, component, '/');) path.push_back(component);
-  return path;
-}
 
 /// Returns when the object's process answers, be it that the object is gone.
 /// Errors   CORBA system exceptions: nobody answers there.
@@ -178,7 +170,7 @@ CORBA::Object_ptr PeerWatch::Reach(const std::string& engine, CORBA::Object_ptr 
 /// What answers under the engine's name; nil when nothing does, also while the naming service is away or hangs.
 CORBA::Object_ptr PeerWatch::Successor(const std::string& engine) {
   try {
-    CORBA::Object_var successor = orb_.ResolveWithin(NamingPath(engine), kAnswerLimit);
+    CORBA::Object_var successor = orb_.ResolveWithin(LocalPath(engine), kAnswerLimit);
     ORB_base::SetCallTimeout(successor, kAnswerLimit);
     AwaitAnswer(successor);
     return successor._retn();
