@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <new>
+#include <thread>
 
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
@@ -53,7 +54,7 @@ void PeerWatch::Add(Key key, const std::string& engine, CORBA::Object_ptr object
   Peer& peer = peers_[engine];
   peer.keys.insert(key);
   peer.object = own;
-  if (!thread_.joinable()) thread_ = std::thread([this] { Run(); });
+  rounds_.Start(period_);
 }
 
 void PeerWatch::Forget(Key key) noexcept {
@@ -76,15 +77,12 @@ void PeerWatch::End() noexcept {
 }
 
 void PeerWatch::EndThread() noexcept {
-  std::thread thread;
   {
     Lock lock(mutex_);
     ended_ = true;
     peers_.clear();
-    thread.swap(thread_);
   }
-  changed_.NotifyAll();
-  if (thread.joinable()) thread.join();
+  rounds_.Stop();
 }
 
 std::size_t PeerWatch::Size() const {
@@ -92,13 +90,13 @@ std::size_t PeerWatch::Size() const {
   return peers_.size();
 }
 
-void PeerWatch::Run() {
-  while (WaitForNextRound()) {
-    try {
-      LookAtAll();
-    } catch (const std::bad_alloc&) {  // the next round looks again
-    }
+/// When the next one is due.
+Lumenar::PeriodicTask::Clock::time_point PeerWatch::MakeRound() {
+  try {
+    LookAtAll();
+  } catch (const std::bad_alloc&) {  // the next round looks again
   }
+  return Lumenar::PeriodicTask::Clock::now() + period_;
 }
 
 void PeerWatch::LookAtAll() {
@@ -128,16 +126,6 @@ void PeerWatch::LookAtRest(Round& round) noexcept {
 bool PeerWatch::HasEnded() const {
   Lock lock(mutex_);
   return ended_;
-}
-
-/// False when the watch has ended.
-bool PeerWatch::WaitForNextRound() {
-  Lock lock(mutex_);
-  const auto due = std::chrono::steady_clock::now() + period_;
-  for (auto now = std::chrono::steady_clock::now(); !ended_ && now < due; now = std::chrono::steady_clock::now()) {
-    changed_.WaitFor(mutex_, due - now);
-  }
-  return !ended_;
 }
 
 void PeerWatch::Look(const std::string& engine, CORBA::Object_ptr object) {
