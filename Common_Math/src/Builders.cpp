@@ -12,10 +12,12 @@
 #include "Common_Math/src/SimpleOp2.h"
 #include "Common_Math/src/SimpleOp3.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Lumenar {
 namespace {
 
+using Corvanta::RecordKind;
 using Corvanta::BASIC_TRACE::BT_DATA;
 using Corvanta::MathFactory::MathFactoryException;
 using Corvanta::MathFactory::ReadingAttribSeq;
@@ -130,9 +132,9 @@ std::span<const OperationRow> Operations() noexcept { return kOperations; }
 int GetType(Corvanta::EngineReadingBase_ptr reading) {
   const boost::scoped_ptr<Corvanta::TypeInfo> info(reading->CORBA_Type());
   const std::string type_name = info->type_name.in();
-  if (type_name == "long") return kLong;
-  if (type_name == "ValueDouble") return kValueDouble;
-  if (type_name == "BasicTrace") return kBasicTrace;
+  if (type_name == RecordKind<CORBA::Long>::kTypeName) return kLong;
+  if (type_name == RecordKind<Scalar>::kTypeName) return kValueDouble;
+  if (type_name == RecordKind<BT_DATA>::kTypeName) return kBasicTrace;
   const std::string name = info->name.in();
   Diagnose(kBuildersPath, "GetType", " Error: Invalid attrib type: ", name);
   throw MathFactoryException(("Invalid Attrib Type: " + name).c_str());
