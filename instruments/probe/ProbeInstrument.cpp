@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "instruments/probe/ProbeInstrument.h"
 
+#include "instruments/common/steady_rate.h"
+
 namespace Lumenar::Probe {
 
 using Instruments::AtSteadyRate;
