@@ -8,17 +8,16 @@
 
 #include "client/Error.h"
 #include "client/Text.h"
+#include "platform/orb/names.h"
 
 namespace Lumenar::Client {
 namespace {
-
-std::string WithoutInstance(const std::string& engine) { return engine.substr(0, engine.find('/')); }
 
 // The forms in which a reading can be named, the fullest first.
 using Form = std::string (*)(const ReadingName&);
 constexpr Form kForms[] = {
     [](const ReadingName& name) { return name.engine + '/' + name.item; },
-    [](const ReadingName& name) { return WithoutInstance(name.engine) + '/' + name.item; },
+    [](const ReadingName& name) { return std::string(Corvanta::NameWithoutInstance(name.engine)) + '/' + name.item; },
     [](const ReadingName& name) { return name.item; },
 };
 

@@ -2,18 +2,25 @@
 #include "client/Connection.h"
 
 #include <algorithm>
-#include <array>
 #include <future>
+#include <string_view>
 #include <utility>
 
 #include "client/Text.h"
+#include "platform/orb/names.h"
 #include "platform/wire/reference_endpoint.h"
 
 namespace Lumenar::Client {
 namespace {
 
-constexpr const char* kRegistrations = "GUI_ABLE";
-constexpr std::array kServices = {"GUI_ABLE", "DDS_MANAGER", "HWENUM_ABLE"};
+using Corvanta::LocalPath;
+using Corvanta::NameWithoutInstance;
+
+/// Whether what stands under this name is no engine.
+bool IsService(std::string_view name) {
+  return name == Corvanta::kRegistrationName || name == NameWithoutInstance(Corvanta::kTopicManager) ||
+         name == NameWithoutInstance(Corvanta::kHardwareEnumeration);
+}
 
 // The argument list of the program for its ORB, and the limit of every call.
 class Arguments {
@@ -38,15 +45,9 @@ std::chrono::milliseconds Checked(std::chrono::milliseconds timeout) {
   return timeout;
 }
 
-std::vector<std::string> Path(const std::string& name) {
-  const auto slash = name.find('/');
-  if (slash == std::string::npos) return {"Lumenar", "local", name};
-  return {"Lumenar", "local", name.substr(0, slash), name.substr(slash + 1)};
-}
-
 // Registered names in the order that people expect: PROBE/2 before PROBE/10.
 bool Precedes(const std::string& a, const std::string& b) {
-  const auto stem_a = a.substr(0, a.find('/')), stem_b = b.substr(0, b.find('/'));
+  const auto stem_a = NameWithoutInstance(a), stem_b = NameWithoutInstance(b);
   if (stem_a != stem_b) return stem_a < stem_b;
   return a.size() != b.size() ? a.size() < b.size() : a < b;
 }
@@ -78,15 +79,15 @@ Connection::Connection(std::chrono::milliseconds timeout)
       }()) {}
 
 CORBA::Object_var Connection::Lookup(const std::string& name) {
-  return Remote(Printable(name), [&] { return CORBA::Object_var(orb_.Resolve(Path(name))); });
+  return Remote(Printable(name), [&] { return CORBA::Object_var(orb_.Resolve(LocalPath(name))); });
 }
 
 Corvanta::DDS_Manager_var Connection::TopicManager() {
-  return Narrowed<Corvanta::DDS_Manager>(Lookup("DDS_MANAGER/1"), "topic manager");
+  return Narrowed<Corvanta::DDS_Manager>(Lookup(Corvanta::kTopicManager), "topic manager");
 }
 
 Corvanta::HwEnumerate_Able_var Connection::HwEnumeration() {
-  return Narrowed<Corvanta::HwEnumerate_Able>(Lookup("HWENUM_ABLE/1"), "hardware enumeration");
+  return Narrowed<Corvanta::HwEnumerate_Able>(Lookup(Corvanta::kHardwareEnumeration), "hardware enumeration");
 }
 
 std::string Connection::AddressOf(CORBA::Object_ptr object) const {
@@ -95,7 +96,7 @@ std::string Connection::AddressOf(CORBA::Object_ptr object) const {
 }
 
 std::vector<std::string> Connection::NamesBelow(const std::string& context) {
-  const auto path = context.empty() ? std::vector<std::string>{"Lumenar", "local"} : Path(context);
+  const auto path = context.empty() ? Corvanta::Components(Corvanta::kLocalContext) : LocalPath(context);
   return Remote("naming service at " + NamingAddress(), [&] { return orb_.List(path); });
 }
 
@@ -117,8 +118,8 @@ Engine Connection::AskRegistration(const std::string& name) noexcept {
 
 std::vector<Engine> Connection::Registrations() {
   std::vector<std::future<Engine>> answers;
-  for (const std::string& instance : NamesBelow(kRegistrations)) {
-    const std::string name = std::string(kRegistrations) + '/' + instance;
+  for (const std::string& instance : NamesBelow(Corvanta::kRegistrationName)) {
+    const std::string name = std::string(Corvanta::kRegistrationName) + '/' + instance;
     answers.push_back(std::async(std::launch::async, [this, name] { return AskRegistration(name); }));
   }
   std::vector<Engine> engines;
@@ -129,7 +130,7 @@ std::vector<Engine> Connection::Registrations() {
 // An engine that does not answer cannot tell its name; the name that it bound tells it, found by the address.
 void Connection::AddSilentEngines(std::vector<Engine>& engines) {
   for (const std::string& stem : NamesBelow("")) {
-    if (std::find(kServices.begin(), kServices.end(), stem) != kServices.end()) continue;
+    if (IsService(stem)) continue;
     for (const std::string& instance : NamesBelow(stem)) {
       const std::string name = stem + '/' + instance;
       if (IsNamed(engines, name)) continue;

@@ -7,6 +7,7 @@
 
 #include "MathFactory.hh"
 #include "client/Connection.h"
+#include "platform/orb/names.h"
 
 namespace Lumenar::Client {
 
@@ -38,7 +39,7 @@ struct MathStatus {
 class MathObjects {
  public:
   /// `factory` is the engine's registered name.
-  explicit MathObjects(Connection& connection, std::string factory = "MATHFACTORY/1");
+  explicit MathObjects(Connection& connection, std::string factory = Corvanta::kFirstMathFactory);
 
   std::vector<MathType> Types();
 

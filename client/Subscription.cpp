@@ -16,11 +16,6 @@ namespace {
 constexpr std::size_t kQueuedSamples = 4096;
 constexpr std::size_t kQueuedBytes = std::size_t{64} << 20;
 
-std::size_t BytesOf(const Corvanta::SampleRecord& record) {
-  const auto* trace = std::get_if<Corvanta::BASIC_TRACE::BT_DATA>(&record);
-  return sizeof record + (trace != nullptr ? trace->samples.length() * sizeof(CORBA::Float) : 0);
-}
-
 }  // namespace
 
 // What the ORB's threads fill and the reader empties.
@@ -29,7 +24,7 @@ class Subscription::Queue {
   void Push(Delivery delivery) {
     Lock lock(mutex_);
     if (ended_) return;
-    bytes_ += BytesOf(delivery.record);
+    bytes_ += SampleBytes(delivery.record);
     deliveries_.push_back(std::move(delivery));
     while (deliveries_.size() > kQueuedSamples || (bytes_ > kQueuedBytes && deliveries_.size() > 1)) {
       PopFront();
@@ -69,7 +64,7 @@ class Subscription::Queue {
   Delivery PopFront() REQUIRES(mutex_) {
     Delivery front = std::move(deliveries_.front());
     deliveries_.pop_front();
-    bytes_ -= BytesOf(front.record);
+    bytes_ -= SampleBytes(front.record);
     return front;
   }
 

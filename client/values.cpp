@@ -11,11 +11,15 @@
 #include "client/Text.h"
 #include "platform/records/Records.h"
 #include "platform/units/Units.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Lumenar::Client {
 namespace {
 
+using Corvanta::RecordKind;
 using Corvanta::SampleRecord;
+using Corvanta::BASIC_TRACE::BT_DATA;
+using Scalar = Corvanta::VALUE_DOUBLE::VALUE;
 
 [[noreturn]] void ThrowKind(const Reading& reading, const char* what) {
   throw Error(ErrorKind::BadArgument,
@@ -36,7 +40,7 @@ SampleRecord GetAs(const Reading& reading) {
 SampleRecord GetTrace(const Reading& reading) {
   const auto trace = As<Corvanta::EngineBasicTrace>(reading);
   const Corvanta::BASIC_TRACE::BT_DATA_var record = trace->Get();
-  return SampleRecord(std::in_place_type<Corvanta::BASIC_TRACE::BT_DATA>, record.in());
+  return SampleRecord(std::in_place_type<BT_DATA>, record.in());
 }
 
 SampleRecord GetBoolean(const Reading& reading) {
@@ -46,13 +50,14 @@ SampleRecord GetBoolean(const Reading& reading) {
 
 SampleRecord GetByKind(const Reading& reading) {
   const std::string& kind = reading.type_name;
-  if (kind == "BasicTrace") return GetTrace(reading);
-  if (kind == "ValueDouble" && reading.settable) return GetAs<Corvanta::EngineAttribValueDouble>(reading);
-  if (kind == "ValueDouble") return GetAs<Corvanta::EngineReadingValueDouble>(reading);
-  if (kind == "long" && reading.settable) return GetAs<Corvanta::EngineAttribLong>(reading);
-  if (kind == "long") return GetAs<Corvanta::EngineReadingLong>(reading);
+  if (kind == RecordKind<BT_DATA>::kTypeName) return GetTrace(reading);
+  if (kind == RecordKind<Scalar>::kTypeName && reading.settable)
+    return GetAs<Corvanta::EngineAttribValueDouble>(reading);
+  if (kind == RecordKind<Scalar>::kTypeName) return GetAs<Corvanta::EngineReadingValueDouble>(reading);
+  if (kind == RecordKind<CORBA::Long>::kTypeName && reading.settable) return GetAs<Corvanta::EngineAttribLong>(reading);
+  if (kind == RecordKind<CORBA::Long>::kTypeName) return GetAs<Corvanta::EngineReadingLong>(reading);
   if (kind == "enum") return GetAs<Corvanta::EngineAttribEnum>(reading);
-  if (kind == "boolean") return GetBoolean(reading);
+  if (kind == RecordKind<bool>::kTypeName) return GetBoolean(reading);
   ThrowKind(reading, "it has no value");
 }
 
@@ -66,7 +71,7 @@ std::int32_t EnumNumber(Corvanta::EngineAttribEnum_ptr attribute, const std::str
 
 void SetScalar(const Reading& reading, const std::string& text) {
   const auto attribute = As<Corvanta::EngineAttribValueDouble>(reading);
-  Corvanta::VALUE_DOUBLE::VALUE value = attribute->Get();
+  Scalar value = attribute->Get();
   ScalarFromText(text, value.val, value.units);
   value.minus_err = 0;
   value.plus_err = 0;
@@ -75,8 +80,9 @@ void SetScalar(const Reading& reading, const std::string& text) {
 
 void SetByKind(const Reading& reading, const std::string& text) {
   const std::string& kind = reading.type_name;
-  if (kind == "long") return As<Corvanta::EngineAttribLong>(reading)->Set(LongFromText(text));
-  if (kind == "ValueDouble") return SetScalar(reading, text);
+  if (kind == RecordKind<CORBA::Long>::kTypeName)
+    return As<Corvanta::EngineAttribLong>(reading)->Set(LongFromText(text));
+  if (kind == RecordKind<Scalar>::kTypeName) return SetScalar(reading, text);
   if (kind == "enum") {
     const auto attribute = As<Corvanta::EngineAttribEnum>(reading);
     return attribute->Set(EnumNumber(attribute, text));

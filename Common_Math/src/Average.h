@@ -15,6 +15,8 @@
 
 namespace Lumenar {
 
+inline constexpr char kAverageName[] = "Average";  ///< as TYPE and objects tell it
+
 /// The limits of SIZE.
 inline constexpr Corvanta::EngineAttribLongParams f_SizeParams{1, 99, 0};
 
@@ -47,7 +49,7 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
 
   char* GetType() override {
     this->Gate().RequireOpen();
-    return CORBA::string_dup("Average");
+    return CORBA::string_dup(kAverageName);
   }
 
   Corvanta::EngineAttribLong_ptr AttrSize() override {

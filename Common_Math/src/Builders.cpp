@@ -12,16 +12,20 @@
 #include "Common_Math/src/SimpleOp2.h"
 #include "Common_Math/src/SimpleOp3.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Lumenar {
 namespace {
 
+using Corvanta::RecordKind;
 using Corvanta::BASIC_TRACE::BT_DATA;
 using Corvanta::MathFactory::MathFactoryException;
 using Corvanta::MathFactory::ReadingAttribSeq;
 using Scalar = Corvanta::VALUE_DOUBLE::VALUE;
 
 constexpr const char* kBuildersPath = "Common_Math/src/MathFactory_i";
+
+constexpr const char* kCumulativeAddName = "CumulativeAdd";
 
 enum Kind { kLong = 0, kValueDouble = 1, kBasicTrace = 2 };
 
@@ -47,28 +51,62 @@ std::vector<int> KindsOf(const ReadingAttribSeq& attribs) {
 
 using Kinds = std::vector<int>;
 
-/// What tells Subtract and RelativeSubtract apart.
-struct TwoInputNames {
-  const char* builder;
-  const char* count_sentence;
-  const char* type;
+/// An operation of two inputs: what tells it from the others. Another one takes a constant of this kind and its row in
+/// kOperations.
+struct TwoInputOperation {
+  const char* name;            // as TYPE and objects tell it
+  const char* builder;         // in diagnostic lines
+  const char* count_sentence;  // for another number of inputs
+  SimpleOp2<Scalar, Scalar, Scalar>::Operation of_scalars;
+  SimpleOp2<BT_DATA, BT_DATA, BT_DATA>::Operation of_traces;
+  TwoInputRule rule;
 };
 
+bool IsOfDimension(const Value::Value_exception& refusal) noexcept {
+  return dynamic_cast<const Value::UnitDimensionNotSame*>(&refusal) != nullptr;
+}
+
+bool IsOfUnits(const Value::Value_exception& refusal) noexcept {
+  return IsOfDimension(refusal) || dynamic_cast<const Value::MissingUnitInFirstParameter*>(&refusal) != nullptr ||
+         dynamic_cast<const Value::OperationNotValid*>(&refusal) != nullptr;
+}
+
+constexpr TwoInputOperation kSubtract{
+    .name = "Subtract",
+    .builder = "CreateSubtract",
+    .count_sentence = "Subtract requires exactly two attributes.",
+    .of_scalars = &operator-<Scalar>,
+    .of_traces = &operator-<BT_DATA>,
+    .rule = {.linear_operands = true, .is_silent = IsOfDimension},
+};
+
+constexpr TwoInputOperation kRelativeSubtract{
+    .name = "RelativeSubtract",
+    .builder = "CreateRelativeSubtract",
+    .count_sentence = "Relative Subtract requires exactly two attributes.",
+    .of_scalars = &RelativeSub<Scalar>,
+    .of_traces = &RelativeSub<BT_DATA>,
+    .rule = {.linear_operands = false, .is_silent = IsOfUnits},
+};
+
+template <class T>
+boost::shared_ptr<MathBase> OwnTwoInput(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui,
+                                        const ReadingAttribSeq& attribs, const TwoInputOperation& operation,
+                                        typename SimpleOp2<T, T, T>::Operation function) {
+  return MathBase::Own(
+      new SimpleOp2<T, T, T>(namer, gui, operation.name, function, attribs[0], attribs[1], operation.rule));
+}
+
+template <const TwoInputOperation& kOperation>
 boost::shared_ptr<MathBase> CreateTwoInput(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui,
-                                           const ReadingAttribSeq& attribs, const TwoInputNames& names,
-                                           SimpleOp2<Scalar, Scalar, Scalar>::Operation scalar_op,
-                                           SimpleOp2<BT_DATA, BT_DATA, BT_DATA>::Operation trace_op) {
-  RequireCount(attribs, 2, names.builder, names.count_sentence);
+                                           const ReadingAttribSeq& attribs) {
+  RequireCount(attribs, 2, kOperation.builder, kOperation.count_sentence);
   const Kinds kinds = KindsOf(attribs);
-  if (kinds == Kinds{kValueDouble, kValueDouble}) {
-    return MathBase::Own(
-        new SimpleOp2<Scalar, Scalar, Scalar>(namer, gui, names.type, scalar_op, attribs[0], attribs[1]));
-  }
-  if (kinds == Kinds{kBasicTrace, kBasicTrace}) {
-    return MathBase::Own(
-        new SimpleOp2<BT_DATA, BT_DATA, BT_DATA>(namer, gui, names.type, trace_op, attribs[0], attribs[1]));
-  }
-  RefuseKinds(names.builder, kinds);
+  if (kinds == Kinds{kValueDouble, kValueDouble})
+    return OwnTwoInput<Scalar>(namer, gui, attribs, kOperation, kOperation.of_scalars);
+  if (kinds == Kinds{kBasicTrace, kBasicTrace})
+    return OwnTwoInput<BT_DATA>(namer, gui, attribs, kOperation, kOperation.of_traces);
+  RefuseKinds(kOperation.builder, kinds);
 }
 
 template <template <class, class> class Operation>
@@ -82,14 +120,21 @@ boost::shared_ptr<MathBase> CreateOneInput(Corvanta::ItemNamer& namer, GUI_AbleR
   RefuseKinds(builder, kinds);
 }
 
+constexpr OperationRow kOperations[] = {
+    {kSubtract.name, CreateSubtract}, {kRelativeSubtract.name, CreateRelativeSubtract}, {kAverageName, CreateAverage},
+    {kPeakName, CreatePeak},          {kCumulativeAddName, CreateCumulativeAdd},
+};
+
 }  // namespace
+
+std::span<const OperationRow> Operations() noexcept { return kOperations; }
 
 int GetType(Corvanta::EngineReadingBase_ptr reading) {
   const boost::scoped_ptr<Corvanta::TypeInfo> info(reading->CORBA_Type());
   const std::string type_name = info->type_name.in();
-  if (type_name == "long") return kLong;
-  if (type_name == "ValueDouble") return kValueDouble;
-  if (type_name == "BasicTrace") return kBasicTrace;
+  if (type_name == RecordKind<CORBA::Long>::kTypeName) return kLong;
+  if (type_name == RecordKind<Scalar>::kTypeName) return kValueDouble;
+  if (type_name == RecordKind<BT_DATA>::kTypeName) return kBasicTrace;
   const std::string name = info->name.in();
   Diagnose(kBuildersPath, "GetType", " Error: Invalid attrib type: ", name);
   throw MathFactoryException(("Invalid Attrib Type: " + name).c_str());
@@ -97,15 +142,12 @@ int GetType(Corvanta::EngineReadingBase_ptr reading) {
 
 boost::shared_ptr<MathBase> CreateSubtract(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui,
                                            const ReadingAttribSeq& attribs) {
-  const TwoInputNames names{"CreateSubtract", "Subtract requires exactly two attributes.", "Subtract"};
-  return CreateTwoInput(namer, gui, attribs, names, &operator-<Scalar>, &operator-<BT_DATA>);
+  return CreateTwoInput<kSubtract>(namer, gui, attribs);
 }
 
 boost::shared_ptr<MathBase> CreateRelativeSubtract(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui,
                                                    const ReadingAttribSeq& attribs) {
-  const TwoInputNames names{"CreateRelativeSubtract", "Relative Subtract requires exactly two attributes.",
-                            "RelativeSubtract"};
-  return CreateTwoInput(namer, gui, attribs, names, &RelativeSub<Scalar>, &RelativeSub<BT_DATA>);
+  return CreateTwoInput<kRelativeSubtract>(namer, gui, attribs);
 }
 
 boost::shared_ptr<MathBase> CreateAverage(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui,
@@ -124,7 +166,7 @@ boost::shared_ptr<MathBase> CreateCumulativeAdd(Corvanta::ItemNamer& namer, GUI_
   const Kinds kinds = KindsOf(attribs);
   if (kinds != Kinds{kBasicTrace, kLong, kLong}) RefuseKinds("CreateCumulativeAdd", kinds);
   return MathBase::Own(new SimpleOp3<BT_DATA, int, int, Scalar>(
-      namer, gui, "CumulativeAdd", &CumulativeAdd<Scalar, BT_DATA, int, int>, attribs[0], attribs[1], attribs[2]));
+      namer, gui, kCumulativeAddName, &CumulativeAdd<Scalar, BT_DATA, int, int>, attribs[0], attribs[1], attribs[2]));
 }
 
 }  // namespace Lumenar

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <span>
 
 #include "Common_Math/src/MathBase.h"
 #include "MathFactory.hh"
@@ -21,6 +22,15 @@ int GetType(Corvanta::EngineReadingBase_ptr reading);
 ///          library's exceptions from the first computation. Nothing is left behind.
 using Builder = boost::shared_ptr<MathBase> (*)(Corvanta::ItemNamer&, GUI_AbleRegistration&,
                                                 const Corvanta::MathFactory::ReadingAttribSeq& attribs);
+
+/// An operation as TYPE offers it, and what builds it.
+struct OperationRow {
+  const char* name;
+  Builder builder;
+};
+
+/// All operations, each at its number in TYPE.
+std::span<const OperationRow> Operations() noexcept;
 
 /// First minus second: two traces or two scalars.
 boost::shared_ptr<MathBase> CreateSubtract(Corvanta::ItemNamer&, GUI_AbleRegistration&,

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <iterator>
 #include <new>
 #include <string>
 #include <vector>
@@ -26,20 +25,9 @@ using Corvanta::MathFactory::ReadingAttribSeq;
 constexpr const char* kFactoryPath = "Common_Math/src/MathFactory_i";
 constexpr std::size_t kStatusBytes = 512;  // of an answer, about
 
-/// The operations by their number in TYPE.
-struct OperationRow {
-  const char* name;
-  Builder builder;
-};
-
-constexpr OperationRow kOperations[] = {
-    {"Subtract", CreateSubtract}, {"RelativeSubtract", CreateRelativeSubtract}, {"Average", CreateAverage},
-    {"Peak", CreatePeak},         {"CumulativeAdd", CreateCumulativeAdd},
-};
-
 std::vector<EngineAttribEnumParamElem> TypeElements() {
   std::vector<EngineAttribEnumParamElem> elements;
-  for (const OperationRow& row : kOperations) elements.push_back({static_cast<int>(elements.size()), row.name});
+  for (const OperationRow& row : Operations()) elements.push_back({static_cast<int>(elements.size()), row.name});
   return elements;
 }
 
@@ -126,11 +114,11 @@ MathFactory_i::Place::~Place() {
 
 boost::shared_ptr<MathBase> MathFactory_i::Build(const ReadingAttribSeq& attribs) {
   const int type = type_.Get();
-  if (type < 0 || type >= static_cast<int>(std::size(kOperations))) {
+  if (type < 0 || type >= static_cast<int>(Operations().size())) {
     Diagnose(kFactoryPath, "CreateMath", " Error: Invalid math operation: ", type);
     throw Corvanta::MathFactory::MathFactoryException("Invalid Math Type");
   }
-  return kOperations[type].builder(object_namer_, registration_, attribs);
+  return Operations()[type].builder(object_namer_, registration_, attribs);
 }
 
 /// An object that does not get into the registry does not stay with the ORB either.

@@ -7,6 +7,7 @@
 
 #include "Common_Math/src/MathFactory_i.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/names.h"
 
 namespace Lumenar {
 
@@ -18,13 +19,13 @@ void MathInit::FactoryOwner::operator()(MathFactory_i* factory) const noexcept {
 }
 
 MathInit::MathInit()
-    : orb_(new ORB_wrapper("MATHFACTORY", "Lumenar/local")),
+    : orb_(new ORB_wrapper(Corvanta::kMathEngineName, Corvanta::kLocalContext)),
       hw_enumerate_(Corvanta::HwEnumerate_Able::_nil()),
       progress_(Corvanta::Progress_Interface::_nil()),
       engine_file_name_("math_factory.engine") {
   factory_.reset(new MathFactory_i(gui_able_, orb_.get()));
   InstallFactory();
-  InitHwInterface(boost::lexical_cast<int>(orb_->GetInstanceNum("GUI_ABLE")));
+  InitHwInterface(boost::lexical_cast<int>(orb_->GetInstanceNum(Corvanta::kRegistrationName)));
   PushHwProgress(100.0);
 }
 
@@ -45,7 +46,8 @@ void MathInit::Join() { orb_->Run(); }
 void MathInit::InitHwInterface(int instance) {
   WriteOut("MathInit::Start resolving hw inteface");
   std::vector<ORB_wrapper::ClientInfo> clients(1);
-  clients[0].path = {"Lumenar", "local", "HWENUM_ABLE", "1"};  // one service in the rack, whatever our own instance
+  // One service in the rack, whatever our own instance.
+  clients[0].path = Corvanta::LocalPath(Corvanta::kHardwareEnumeration);
   try {
     orb_->LookupClient(clients);
     hw_enumerate_ = Corvanta::HwEnumerate_Able::_narrow(clients[0].object);

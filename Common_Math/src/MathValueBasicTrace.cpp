@@ -18,11 +18,13 @@
 #include "platform/base/Diagnostic.h"
 #include "platform/records/Records.h"
 #include "platform/records/trace_record.h"
+#include "platform/value/unit_meeting.h"
 
 namespace Lumenar {
 namespace {
 
 using Corvanta::MathFactory::MathFactoryException;
+using Value::Combination;
 using Value::Units;
 using Value::Units_library;
 
@@ -37,12 +39,8 @@ void InBlocks(std::size_t length, Step step) {
   for (std::size_t begin = 0; begin < length; begin += kBlock) step(begin, std::min(kBlock, length - begin));
 }
 
-/// Whether the numbers of two operands are added or subtracted as they stand: operands in one unit, and a gain to a
-/// level.
-bool CombineAsTheyStand(const Units& a, const Units& b) {
-  if (Units_library::Compare_units(a, b, true)) return true;
-  const bool gain = b.slots[0].unit == Value::U_None || Units_library::Compare_units(a, b, false);
-  return a.is_dB && b.is_dB && gain;
+bool MeetAsTheyAre(const Units& unit, const MathTrace::Sample& operand, Combination combination) {
+  return Value::How_units_meet(unit, operand.Get_unit(), combination) == Value::Meeting::AsTheyAre;
 }
 
 /// To the bit: zeros of different sign differ.
@@ -158,12 +156,13 @@ MathTrace& MathTrace::DoValueEqualOp(const MathValue& other, ValueOperator op) {
 /// changed, and tells the errors of all.
 void MathTrace::AddOrSubtract(const MathValue& other, const Units& other_units, ValueOperator op) {
   const Units reference = list_.Form().Get_unit();
+  const Sample operand_first(other.Samples()[0], other_units, 0.0f, 0.0f);
   Sample first = First();
-  (first.*op)(Sample(other.Samples()[0], other_units, 0.0f, 0.0f));
+  (first.*op)(operand_first);
   first = InUnits(first, reference);
 
   const TraceKernel combine = op == static_cast<ValueOperator>(&Sample::operator+=) ? Kernels::Add : Kernels::Subtract;
-  const bool directly = CombineAsTheyStand(reference, other_units);
+  const bool directly = MeetAsTheyAre(reference, operand_first, Combination::Sum);
   const TraceConversion back = TraceConversion::Between(reference, reference);
   if (directly && back.IsIdentity()) {
     combine(Samples(), other.Samples(), Length());
@@ -248,10 +247,9 @@ MathTrace& MathTrace::RelativeSubEqual(const MathValue& other) {
   const float* operand = other.Samples();
   if (list_.IsUniform()) {
     const Units reference = list_.Form().Get_unit();
-    const Sample first = Value::Relative_sub(First(), Sample(operand[0], other_units, 0.0f, 0.0f));
-    const bool as_it_stands =
-        Units_library::Compare_units(reference, other_units, false) || other_units.slots[0].unit == Value::U_None;
-    if (as_it_stands) {
+    const Sample operand_first(operand[0], other_units, 0.0f, 0.0f);
+    const Sample first = Value::Relative_sub(First(), operand_first);
+    if (MeetAsTheyAre(reference, operand_first, Combination::LevelDifference)) {
       Kernels::Subtract(Samples(), operand, Length());
     } else {
       const TraceConversion operand_in = TraceConversion::Between(other_units, reference);

@@ -13,6 +13,8 @@
 
 namespace Lumenar {
 
+inline constexpr char kPeakName[] = "Peak";  ///< as TYPE and objects tell it
+
 /// The largest value of one input since creation or RESET, compared in linear units; a trace point by point. In dB
 /// when the held value was, whatever the new sample is.
 ///
@@ -41,7 +43,7 @@ class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
 
   char* GetType() override {
     this->Gate().RequireOpen();
-    return CORBA::string_dup("Peak");
+    return CORBA::string_dup(kPeakName);
   }
 
   Corvanta::EngineAttribVoid_ptr AttrReset() override {

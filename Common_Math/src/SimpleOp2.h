@@ -11,11 +11,22 @@
 #include "Common_Math/src/MathBaseTemplate.h"
 #include "platform/base/Mutex.h"
 #include "platform/topics/DDS_Subscriber.h"
+#include "platform/units/exceptions.h"
 #include "platform/value/Value_object.h"
 
 namespace Lumenar {
 
-/// Two inputs of one type combined into one result each time either of them changes: "Subtract" and "RelativeSubtract".
+/// What tells one operation of two inputs from another, besides its function.
+struct TwoInputRule {
+  /// Operands in dB are made linear for the computation and go back into dB after it; the result goes into dB with the
+  /// first one. Otherwise operands and result stay as they stand.
+  bool linear_operands;
+
+  /// Whether a refusal of the value library passes in silence: nothing is published then, and RESULT keeps its value.
+  bool (*is_silent)(const Value::Value_exception& refusal) noexcept;
+};
+
+/// Two inputs of one type combined into one result each time either of them changes, by a function and a rule.
 ///
 /// A sample replaces its operand and the other operand keeps its last value; samples are not paired.
 template <class T, class T1, class T2>
@@ -28,12 +39,13 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
   /// RESULT holds op of the inputs' present values before this returns.
   /// Errors   MathFactoryException; CORBA system exceptions; the value library's, as Update.
   SimpleOp2(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui, const char* type, Operation op,
-            Corvanta::EngineReadingBase_ptr first, Corvanta::EngineReadingBase_ptr second)
+            Corvanta::EngineReadingBase_ptr first, Corvanta::EngineReadingBase_ptr second, const TwoInputRule& rule)
       : MathBaseTemplate<T, ValReadingMap<T>>(namer, gui),
         first_(MathValue<T>(first)),
         second_(MathValue<T>(second)),
         type_(type),
-        op_(op) {
+        op_(op),
+        rule_(rule) {
     // Remote calls under the lock: nobody can contend for it yet, since samples wait at the gate until the object is
     // complete.
     Lock lock(mutex_);
@@ -80,42 +92,24 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
   ~SimpleOp2() override { EndSubscriptions(); }
 
   /// Computes and publishes. The publication, a call to the topic manager, runs under the lock so that results leave
-  /// in the order of their samples.
-  /// Errors   RelativeSubtract drops the value library's unit errors, Subtract only those of dimension: nothing is
-  ///          published then and RESULT keeps its value. Everything else passes.
+  /// in the order of their samples. The inputs go back into dB whatever exception ends the computation.
+  /// Errors   what the rule does not pass in silence.
   void Update() REQUIRES(mutex_) {
-    if (type_ == "RelativeSubtract") {
-      UpdateRelative();
-    } else {
-      UpdateLinear();
-    }
-  }
-
-  void UpdateRelative() REQUIRES(mutex_) {
-    try {
-      this->SetResult(op_(first_.Value(), second_.Value()));
-    } catch (const Value::UnitDimensionNotSame&) {
-      this->Refused().CountException();
-    } catch (const Value::MissingUnitInFirstParameter&) {
-      this->Refused().CountException();
-    } catch (const Value::OperationNotValid&) {
-      this->Refused().CountException();
-    }
-  }
-
-  /// The inputs go back into dB whatever exception ends the computation.
-  void UpdateLinear() REQUIRES(mutex_) {
     bool first_was_dB = false;
     bool second_was_dB = false;
     std::exception_ptr failure;
     try {
-      first_was_dB = first_.Remove_dB();
-      second_was_dB = second_.Remove_dB();
+      first_was_dB = rule_.linear_operands && first_.Remove_dB();
+      second_was_dB = rule_.linear_operands && second_.Remove_dB();
       MathValue<T> result = op_(first_.Value(), second_.Value());
       if (first_was_dB) result.Add_dB();
       this->SetResult(std::move(result));
-    } catch (const Value::UnitDimensionNotSame&) {
-      this->Refused().CountException();
+    } catch (const Value::Value_exception& refusal) {
+      if (rule_.is_silent(refusal)) {
+        this->Refused().CountException();
+      } else {
+        failure = std::current_exception();
+      }
     } catch (...) {
       failure = std::current_exception();
     }
@@ -140,6 +134,7 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
   boost::scoped_ptr<Corvanta::DDS_Subscriber<T>> second_subscription_;
   const std::string type_;
   const Operation op_;
+  const TwoInputRule rule_;
   Mutex mutex_;
 };
 

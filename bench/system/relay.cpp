@@ -14,6 +14,7 @@
 #include "platform/base/Diagnostic.h"
 #include "platform/base/TraceMemory.h"
 #include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/names.h"
 #include "platform/program/local_arguments.h"
 #include "platform/program/program.h"
 #include "platform/topics/DDS_Publisher.h"
@@ -111,7 +112,7 @@ int main(int argc, char** argv) {
   if (argc < 2) return 2;
   Lumenar::KeepTraceMemory();
   return Lumenar::RunProgram("system_relay", [&] {
-    ORB_wrapper orb("SYSTEM_RELAY", "Lumenar/local");
+    ORB_wrapper orb("SYSTEM_RELAY", kLocalContext);
     if (argc == 3) {
       RunRelay(orb, argv[1], argv[2]);
     } else {

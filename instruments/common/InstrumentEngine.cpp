@@ -8,6 +8,7 @@
 #include "HwEnumerate.hh"
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/names.h"
 
 namespace Lumenar::Instruments {
 
@@ -18,7 +19,7 @@ InstrumentEngine::InstrumentEngine(const InstrumentKind& kind)
 
 InstrumentEngine::InstrumentEngine(const InstrumentKind& kind, std::unique_ptr<Instrument> instrument)
     : kind_(kind),
-      orb_(std::make_unique<ORB_wrapper>(kind.name, "Lumenar/local")),
+      orb_(std::make_unique<ORB_wrapper>(kind.name, Corvanta::kLocalContext)),
       namer_(orb_->EngineName()),
       instrument_(std::move(instrument)) {
   instrument_->Offer({namer_, gui_able_});
@@ -35,17 +36,18 @@ InstrumentEngine::~InstrumentEngine() {
 
 void InstrumentEngine::InstallRegistration() {
   std::vector<ORB_wrapper::ChildInfo> children(1);
-  children[0].object = orb_->Resolve({"Lumenar", "local", "GUI_ABLE", orb_->GetInstanceNum("GUI_ABLE")});
+  const std::string instance = orb_->GetInstanceNum(Corvanta::kRegistrationName);
+  children[0].object = orb_->Resolve(Corvanta::LocalPath(Corvanta::kRegistrationName + ('/' + instance)));
   orb_->InstallChildObj(children);
 }
 
 void InstrumentEngine::Announce() noexcept {
   const std::string title = kind_.title;
   try {
-    CORBA::Object_var object = orb_->Resolve({"Lumenar", "local", "HWENUM_ABLE", "1"});
+    CORBA::Object_var object = orb_->Resolve(Corvanta::LocalPath(Corvanta::kHardwareEnumeration));
     Corvanta::HwEnumerate_Able_var service = Corvanta::HwEnumerate_Able::_narrow(object);
     if (CORBA::is_nil(service)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
-    const auto instance = boost::lexical_cast<CORBA::Long>(orb_->GetInstanceNum("GUI_ABLE"));
+    const auto instance = boost::lexical_cast<CORBA::Long>(orb_->GetInstanceNum(Corvanta::kRegistrationName));
     Corvanta::Progress_Interface_var progress = service->GetProgressInterface(kind_.file, instance, 0);
     progress->SetProgress("100");
     WriteOut(title + " announced to hardware enumeration");

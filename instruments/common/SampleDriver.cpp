@@ -4,6 +4,8 @@
 #include <limits>
 #include <utility>
 
+#include "instruments/common/steady_rate.h"
+
 namespace Lumenar::Instruments {
 namespace {
 
@@ -15,7 +17,7 @@ constexpr Corvanta::EngineAttribLongParams kAnyNumber{std::numeric_limits<int>::
 SampleDriver::SampleDriver(const Place& place, const std::string& name, double rate_Hz, std::function<bool()> next)
     : next_(std::move(next)) {
   if (rate_Hz > 0) {
-    task_ = std::make_unique<PeriodicTask>(PeriodOf(rate_Hz), next_);
+    task_ = std::make_unique<PeriodicTask>(AtSteadyRate(PeriodOf(rate_Hz), next_));
     return;
   }
   const std::string item = name + "_STEP";

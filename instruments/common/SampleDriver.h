@@ -6,7 +6,7 @@
 #include <string>
 
 #include "instruments/common/Instrument.h"
-#include "instruments/common/PeriodicTask.h"
+#include "platform/base/PeriodicTask.h"
 #include "platform/components/attributes/EngineAttribLong_i.h"
 
 namespace Lumenar::Instruments {

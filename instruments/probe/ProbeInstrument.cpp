@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "instruments/probe/ProbeInstrument.h"
 
+#include "instruments/common/steady_rate.h"
+
 namespace Lumenar::Probe {
 
-using Instruments::PeriodicTask;
+using Instruments::AtSteadyRate;
 using Instruments::PeriodOf;
 using Instruments::TraceForm;
 using Instruments::TraceReading;
@@ -31,14 +33,16 @@ void ProbeInstrument::Offer(const Instruments::Place& place) {
   stop_ =
       std::make_unique<Attribute>(place.namer, place.registration, "STOP", kLastPoint, Attribute::Callback(), kPoints);
   scalars_ = std::make_unique<ScalarReadings>(place, "/");
-  traces_task_ = std::make_unique<PeriodicTask>(PeriodOf(rate_Hz_), [this] {
+  const auto publish_traces = [this] {
     PublishTraces();
     return true;
-  });
-  scalars_task_ = std::make_unique<PeriodicTask>(PeriodOf(kScalarSamples_Hz), [this] {
+  };
+  const auto watch_scalars = [this] {
     WatchScalars();
     return true;
-  });
+  };
+  traces_task_ = std::make_unique<PeriodicTask>(AtSteadyRate(PeriodOf(rate_Hz_), publish_traces));
+  scalars_task_ = std::make_unique<PeriodicTask>(AtSteadyRate(PeriodOf(kScalarSamples_Hz), watch_scalars));
 }
 
 void ProbeInstrument::Start() {

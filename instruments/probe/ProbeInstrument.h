@@ -4,10 +4,10 @@
 #include <memory>
 
 #include "instruments/common/Instrument.h"
-#include "instruments/common/PeriodicTask.h"
 #include "instruments/common/TraceReading.h"
 #include "instruments/probe/ScalarReadings.h"
 #include "instruments/probe/WakeupTimer.h"
+#include "platform/base/PeriodicTask.h"
 #include "platform/components/attributes/EngineAttribLong_i.h"
 
 namespace Lumenar::Probe {
@@ -50,8 +50,8 @@ class ProbeInstrument : public Instruments::Instrument {
   unsigned scalar_samples_ = 0;  // the scalar task's own
 
   WakeupTimer timer_{history_};
-  std::unique_ptr<Instruments::PeriodicTask> traces_task_;
-  std::unique_ptr<Instruments::PeriodicTask> scalars_task_;
+  std::unique_ptr<PeriodicTask> traces_task_;
+  std::unique_ptr<PeriodicTask> scalars_task_;
 };
 
 /// Reads PROBE_RATE, publications of the traces a second, 20 by default.

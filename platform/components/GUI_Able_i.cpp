@@ -12,6 +12,7 @@
 #include "platform/base/Version.h"
 #include "platform/dds/DDS_BaseObj.h"
 #include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/names.h"
 #include "platform/servants/OwnedServant.h"
 #include "platform/transport/LargeAnswer.h"
 
@@ -21,7 +22,6 @@ namespace {
 using Corvanta::ORB_base;
 using Corvanta::ORB_wrapper;
 
-constexpr const char* kName = "GUI_ABLE";
 constexpr std::size_t kItemBytes = 512;  // of an answer, about
 
 ORB_wrapper& CurrentWrapper() {
@@ -111,7 +111,7 @@ class Servant : public POA_Corvanta::GUI_Able, public Corvanta::ClosableServant 
 
 struct GUI_Able_i::Impl {
   explicit Impl(ORB_wrapper& wrapper) : servant(new Servant(wrapper.EngineName())) {
-    wrapper.Register(kName, servant.Reference());
+    wrapper.Register(Corvanta::kRegistrationName, servant.Reference());
   }
 
   Corvanta::OwnedServant<Corvanta::GUI_Able, Servant> servant;

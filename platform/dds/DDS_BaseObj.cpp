@@ -14,6 +14,7 @@
 #include "platform/dds/Breaker.h"
 #include "platform/dds/StandingSubscriptions.h"
 #include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/names.h"
 
 namespace Corvanta {
 namespace {
@@ -46,7 +47,7 @@ void RequireAnswer(ORB_wrapper_base& orb, DDS_Manager_ptr manager) {
 
 /// The manager that the naming service has now; raises at once when that is `known`, which does not answer.
 DDS_Manager_ptr FindAnother(ORB_wrapper_base& orb, DDS_Manager_ptr known, const CORBA::SystemException& error) {
-  CORBA::Object_var object = orb.Resolve({"Lumenar", "local", "DDS_MANAGER", "1"});
+  CORBA::Object_var object = orb.Resolve(LocalPath(kTopicManager));
   if (!CORBA::is_nil(known) && known->_is_equivalent(object)) error._raise();
   DDS_Manager_var manager = DDS_Manager::_unchecked_narrow(object);
   if (CORBA::is_nil(manager)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
@@ -234,7 +235,7 @@ void DdsBaseAccess::Impl::NoteAway(const CORBA::Exception& error) {
     if (noted_) return;
     noted_ = true;
   }
-  Lumenar::WriteError("topic manager at Lumenar/local/DDS_MANAGER/1 is away: " + Lumenar::CorbaText(error));
+  Lumenar::WriteError("topic manager at " + LocalPathText(kTopicManager) + " is away: " + Lumenar::CorbaText(error));
 }
 
 void DdsBaseAccess::Impl::NoteRefused(const char* topic, const CORBA::Exception& error) {

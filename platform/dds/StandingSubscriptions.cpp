@@ -62,10 +62,11 @@ void StandingSubscriptions::Add(const char* topic, DDS_Sub_ptr subscriber, CORBA
 
 /// Without a thread the subscriptions stand as long as the manager keeps them; a later Add may get one.
 void StandingSubscriptions::StartThread() {
-  if (thread_.joinable() || ending_) return;
-  next_look_ = Clock::now() + kPeriod;
+  if (looks_ || ending_) return;
+  auto looks = std::make_unique<Lumenar::PeriodicTask>([this] { return LookAndSayWhenNext(); });
   try {
-    thread_ = std::thread([this] { Run(); });
+    looks->Start(kPeriod);
+    looks_ = std::move(looks);
   } catch (const std::system_error&) {}
 }
 
@@ -94,19 +95,17 @@ std::optional<CORBA::Long> StandingSubscriptions::Remove(const char* topic, DDS_
 
 void StandingSubscriptions::LookSoon() noexcept {
   Lock lock(mutex_);
-  next_look_ = Clock::now();
-  changed_.NotifyAll();
+  if (looks_) looks_->Wake();
 }
 
 std::vector<std::pair<std::string, CORBA::Long>> StandingSubscriptions::End() noexcept {
-  std::thread thread;
+  std::unique_ptr<Lumenar::PeriodicTask> ending;
   {
     Lock lock(mutex_);
     ending_ = true;
-    thread.swap(thread_);
-    changed_.NotifyAll();
+    ending.swap(looks_);
   }
-  if (thread.joinable()) thread.join();
+  ending.reset();
   std::map<Number, Entry> entries;
   {
     Lock lock(mutex_);
@@ -119,32 +118,25 @@ std::vector<std::pair<std::string, CORBA::Long>> StandingSubscriptions::End() no
   return standing;
 }
 
-void StandingSubscriptions::Run() {
-  while (WaitForLook()) {
-    try {
-      Look();
-    } catch (const std::exception& failure) {  // no memory, say: the next look comes
-      Lumenar::WriteError(std::string("watch of subscriptions: ") + failure.what());
-    }
+StandingSubscriptions::Clock::time_point StandingSubscriptions::LookAndSayWhenNext() {
+  const Clock::time_point begin = Clock::now();
+  try {
+    const std::chrono::milliseconds pause = Look();
+    return std::min(begin + kPeriod, Clock::now() + pause);
+  } catch (const std::exception& failure) {  // no memory, say: the next look comes
+    Lumenar::WriteError(std::string("watch of subscriptions: ") + failure.what());
   }
+  return begin + kPeriod;
 }
 
-/// False when the thread has to end.
-bool StandingSubscriptions::WaitForLook() {
-  Lock lock(mutex_);
-  for (auto now = Clock::now(); !ending_ && now < next_look_; now = Clock::now())
-    changed_.WaitFor(mutex_, next_look_ - now);
-  next_look_ = Clock::now() + kPeriod;
-  return !ending_;
-}
-
-void StandingSubscriptions::Look() {
+/// How long to wait for the next one at most.
+std::chrono::milliseconds StandingSubscriptions::Look() {
   DDS_Manager_var manager = reach_();
-  if (CORBA::is_nil(manager)) return;
-  auto next = kRetry;
+  if (CORBA::is_nil(manager)) return kPeriod;
+  std::chrono::milliseconds next = kRetry;
   try {
     LookAt(manager);
-    return;
+    return kPeriod;
   } catch (const CORBA::TIMEOUT&) {  // it is busy, or hangs: whoever has something to send will find out
     next = kPeriod;
   } catch (const CORBA::SystemException& error) {
@@ -152,7 +144,7 @@ void StandingSubscriptions::Look() {
   }
   Lock lock(mutex_);
   fresh_ = true;  // the next look goes on where this one ended
-  next_look_ = std::min(next_look_, Clock::now() + next);
+  return next;
 }
 
 /// The epoch is asked first: a manager that is another one by the time of the claims has another epoch at the next

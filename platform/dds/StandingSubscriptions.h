@@ -4,15 +4,16 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "DDS.hh"
 #include "platform/base/Mutex.h"
+#include "platform/base/PeriodicTask.h"
 
 namespace Corvanta {
 
@@ -22,7 +23,7 @@ namespace Corvanta {
 /// Threads   any.
 class StandingSubscriptions {
  public:
-  using Clock = std::chrono::steady_clock;
+  using Clock = Lumenar::PeriodicTask::Clock;
 
   /// The manager, duplicated, or nil while it is away. Called by the thread, without a lock.
   using ReachManager = std::function<DDS_Manager_ptr()>;
@@ -72,9 +73,8 @@ class StandingSubscriptions {
 
   void StartThread() REQUIRES(mutex_);
   void Forget(std::map<Number, Entry>::iterator entry) noexcept REQUIRES(mutex_);
-  void Run();
-  bool WaitForLook();
-  void Look();
+  Clock::time_point LookAndSayWhenNext();
+  std::chrono::milliseconds Look();
   void LookAt(DDS_Manager_ptr manager);
   Batch NextBatch(CORBA::ULongLong epoch, Number after);
   void Take(Batch& batch, Number number, const Entry& entry) REQUIRES(mutex_);
@@ -86,15 +86,13 @@ class StandingSubscriptions {
   const ReachManager reach_;
   const ManagerFailed failed_;
   Lumenar::Mutex mutex_;
-  Lumenar::Condition changed_;
   std::map<Number, Entry> entries_ GUARDED_BY(mutex_);
   std::unordered_multimap<DDS_Sub_ptr, Number> numbers_ GUARDED_BY(mutex_);
   Number last_number_ GUARDED_BY(mutex_) = 0;
   bool fresh_ GUARDED_BY(mutex_) = false;  ///< entries were added since the last look began, or could not be renewed
   std::optional<CORBA::ULongLong> seen_ GUARDED_BY(mutex_);  ///< the epoch of the last look
   bool ending_ GUARDED_BY(mutex_) = false;
-  Clock::time_point next_look_ GUARDED_BY(mutex_){};
-  std::thread thread_ GUARDED_BY(mutex_);
+  std::unique_ptr<Lumenar::PeriodicTask> looks_ GUARDED_BY(mutex_);  ///< while there is a thread
 };
 
 }  // namespace Corvanta

@@ -54,14 +54,11 @@ bool Answers(CORBA::Object_ptr object) {
 Naming::~Naming() { EndKeeper(); }
 
 void Naming::EndKeeper() noexcept {
-  std::thread keeper;
   {
     Lumenar::Lock lock(mutex_);
     ended_ = true;
-    changed_.NotifyAll();
-    keeper.swap(keeper_);
   }
-  if (keeper.joinable()) keeper.join();
+  keeper_.Stop();
 }
 
 CosNaming::NamingContext_ptr Naming::Root() const {
@@ -178,7 +175,7 @@ void Naming::Remember(const Path& path, CORBA::Object_ptr object) {
   Lumenar::Lock lock(mutex_);
   if (ended_) return;
   names_[path] = CORBA::Object::_duplicate(object);
-  if (!keeper_.joinable()) keeper_ = std::thread([this] { KeepNames(); });
+  keeper_.Start(kRestorePeriod);
 }
 
 void Naming::UnbindOurs(const Path& path, CORBA::Object_ptr object) const {
@@ -252,34 +249,22 @@ std::vector<std::string> Naming::List(const Path& context) const {
   return names;
 }
 
-/// The keeper thread: looks every second whether a restarted service has lost our names, and more often for one that
-/// is away.
-void Naming::KeepNames() {
-  std::chrono::milliseconds pause = kRestorePeriod;
-  while (WaitForNextLook(pause)) {
-    pause = kRestorePeriod;
-    try {
-      RestoreLostNames();
-      NoteBack();
-    } catch (const CORBA::PERSIST_STORE& error) {  // it is there, and its disk is full
-      NoteTrouble(kTakesNoNames, error);
-    } catch (const CORBA::SystemException& error) {
-      NoteTrouble(kIsAway, error);
-      pause = kRestorePeriodWhileAway;
-    } catch (const CORBA::Exception&) {  // a name changed hands meanwhile; it is tried again
-    } catch (const std::exception& exception) {
-      Lumenar::WriteError(std::string("naming: lost names were not put back: ") + exception.what());
-    }
+/// The keeper's step: looks whether a restarted service has lost our names; the time until the next look, which is
+/// shorter while the service is away.
+std::chrono::milliseconds Naming::KeepNames() {
+  try {
+    RestoreLostNames();
+    NoteBack();
+  } catch (const CORBA::PERSIST_STORE& error) {  // it is there, and its disk is full
+    NoteTrouble(kTakesNoNames, error);
+  } catch (const CORBA::SystemException& error) {
+    NoteTrouble(kIsAway, error);
+    return kRestorePeriodWhileAway;
+  } catch (const CORBA::Exception&) {  // a name changed hands meanwhile; it is tried again
+  } catch (const std::exception& exception) {
+    Lumenar::WriteError(std::string("naming: lost names were not put back: ") + exception.what());
   }
-}
-
-/// False when the names are given up.
-bool Naming::WaitForNextLook(std::chrono::milliseconds pause) {
-  Lumenar::Lock lock(mutex_);
-  const auto due = std::chrono::steady_clock::now() + pause;
-  for (auto now = std::chrono::steady_clock::now(); !ended_ && now < due; now = std::chrono::steady_clock::now())
-    changed_.WaitFor(mutex_, due - now);
-  return !ended_;
+  return kRestorePeriod;
 }
 
 void Naming::RestoreLostNames() {

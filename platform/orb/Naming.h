@@ -7,11 +7,12 @@
 #include <chrono>
 #include <map>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
 #include "platform/base/Mutex.h"
+#include "platform/base/PeriodicTask.h"
+#include "platform/orb/names.h"
 
 namespace Corvanta {
 
@@ -24,7 +25,7 @@ namespace Corvanta {
 /// Threads  any.
 class Naming {
  public:
-  using Path = std::vector<std::string>;
+  using Path = NamePath;
 
   /// `address` ("HOST:PORT") is for messages.
   Naming(CORBA::ORB_ptr orb, std::string address) : orb_(CORBA::ORB::_duplicate(orb)), address_(std::move(address)) {}
@@ -54,8 +55,7 @@ class Naming {
   bool IsOurs(CORBA::Object_ptr object);
   void Remember(const Path& path, CORBA::Object_ptr object);
   void UnbindOurs(const Path& path, CORBA::Object_ptr object) const;
-  void KeepNames();
-  bool WaitForNextLook(std::chrono::milliseconds pause);
+  std::chrono::milliseconds KeepNames();
   void EndKeeper() noexcept;
   void RestoreLostNames();
   void Restore(const Path& path, CORBA::Object_ptr object);
@@ -66,12 +66,11 @@ class Naming {
   CORBA::ORB_var orb_;
   const std::string address_;
   Lumenar::Mutex mutex_;
-  Lumenar::Condition changed_;
   std::map<Path, CORBA::Object_var> names_ GUARDED_BY(mutex_);
   bool ended_ GUARDED_BY(mutex_) = false;
   const char* trouble_ =
       nullptr;  ///< the keeper's: what its last look met and standard error says; null when all was well
-  std::thread keeper_ GUARDED_BY(mutex_);
+  Lumenar::PeriodicTask keeper_{[this] { return Lumenar::PeriodicTask::Clock::now() + KeepNames(); }};
 };
 
 }  // namespace Corvanta

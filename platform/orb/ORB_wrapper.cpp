@@ -5,9 +5,9 @@
 #include <omniORB4/internal/omniIdentity.h>
 
 #include <map>
-#include <sstream>
 
 #include "platform/orb/ORB_base_impl.h"
+#include "platform/orb/names.h"
 #include "platform/signals/Signals.h"
 
 namespace Corvanta {
@@ -21,13 +21,6 @@ class Placeholder final : public PortableServer::ServantBase {
  private:
   ~Placeholder() override = default;
 };
-
-Naming::Path Components(const std::string& context) {
-  Naming::Path components;
-  std::istringstream text(context);
-  for (std::string component; std::getline(text, component, '/');) components.push_back(component);
-  return components;
-}
 
 Naming::Path Below(Naming::Path path, const std::string& component) {
   path.push_back(component);

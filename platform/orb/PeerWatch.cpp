@@ -6,10 +6,11 @@
 #include <algorithm>
 #include <atomic>
 #include <new>
-#include <sstream>
+#include <thread>
 
 #include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/names.h"
 
 namespace Corvanta {
 namespace {
@@ -18,14 +19,6 @@ using Lumenar::Lock;
 
 constexpr std::chrono::milliseconds kAnswerLimit{500};
 constexpr unsigned kMissesOfOneThatHangs = 2;
-
-/// Where an engine is bound in the naming service.
-std::vector<std::string> NamingPath(const std::string& engine) {
-  std::vector<std::string> path{"Lumenar", "local"};
-  std::istringstream text(engine);
-  for (std::string component; std::getline(text, component, '/');) path.push_back(component);
-  return path;
-}
 
 /// Returns when the object's process answers, be it that the object is gone.
 /// Errors   CORBA system exceptions: nobody answers there.
@@ -61,7 +54,7 @@ void PeerWatch::Add(Key key, const std::string& engine, CORBA::Object_ptr object
   Peer& peer = peers_[engine];
   peer.keys.insert(key);
   peer.object = own;
-  if (!thread_.joinable()) thread_ = std::thread([this] { Run(); });
+  rounds_.Start(period_);
 }
 
 void PeerWatch::Forget(Key key) noexcept {
@@ -84,15 +77,12 @@ void PeerWatch::End() noexcept {
 }
 
 void PeerWatch::EndThread() noexcept {
-  std::thread thread;
   {
     Lock lock(mutex_);
     ended_ = true;
     peers_.clear();
-    thread.swap(thread_);
   }
-  changed_.NotifyAll();
-  if (thread.joinable()) thread.join();
+  rounds_.Stop();
 }
 
 std::size_t PeerWatch::Size() const {
@@ -100,13 +90,13 @@ std::size_t PeerWatch::Size() const {
   return peers_.size();
 }
 
-void PeerWatch::Run() {
-  while (WaitForNextRound()) {
-    try {
-      LookAtAll();
-    } catch (const std::bad_alloc&) {  // the next round looks again
-    }
+/// When the next one is due.
+Lumenar::PeriodicTask::Clock::time_point PeerWatch::MakeRound() {
+  try {
+    LookAtAll();
+  } catch (const std::bad_alloc&) {  // the next round looks again
   }
+  return Lumenar::PeriodicTask::Clock::now() + period_;
 }
 
 void PeerWatch::LookAtAll() {
@@ -136,16 +126,6 @@ void PeerWatch::LookAtRest(Round& round) noexcept {
 bool PeerWatch::HasEnded() const {
   Lock lock(mutex_);
   return ended_;
-}
-
-/// False when the watch has ended.
-bool PeerWatch::WaitForNextRound() {
-  Lock lock(mutex_);
-  const auto due = std::chrono::steady_clock::now() + period_;
-  for (auto now = std::chrono::steady_clock::now(); !ended_ && now < due; now = std::chrono::steady_clock::now()) {
-    changed_.WaitFor(mutex_, due - now);
-  }
-  return !ended_;
 }
 
 void PeerWatch::Look(const std::string& engine, CORBA::Object_ptr object) {
@@ -178,7 +158,7 @@ CORBA::Object_ptr PeerWatch::Reach(const std::string& engine, CORBA::Object_ptr 
 /// What answers under the engine's name; nil when nothing does, also while the naming service is away or hangs.
 CORBA::Object_ptr PeerWatch::Successor(const std::string& engine) {
   try {
-    CORBA::Object_var successor = orb_.ResolveWithin(NamingPath(engine), kAnswerLimit);
+    CORBA::Object_var successor = orb_.ResolveWithin(LocalPath(engine), kAnswerLimit);
     ORB_base::SetCallTimeout(successor, kAnswerLimit);
     AwaitAnswer(successor);
     return successor._retn();

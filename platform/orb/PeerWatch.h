@@ -8,10 +8,10 @@
 #include <memory>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "platform/base/Mutex.h"
+#include "platform/base/PeriodicTask.h"
 #include "platform/orb/ORB_wrapper.h"
 
 namespace Corvanta {
@@ -65,8 +65,7 @@ class PeerWatch {
   struct Round;
 
   void EndThread() noexcept;
-  void Run();
-  bool WaitForNextRound();
+  Lumenar::PeriodicTask::Clock::time_point MakeRound();
   void LookAtAll();
   void LookAtRest(Round& round) noexcept;
   bool HasEnded() const;
@@ -79,11 +78,10 @@ class PeerWatch {
   ORB_wrapper_base& orb_;
   const std::chrono::milliseconds period_;
   mutable Lumenar::Mutex mutex_;
-  Lumenar::Condition changed_;
   std::map<std::string, Peer> peers_ GUARDED_BY(mutex_);
   bool ended_ GUARDED_BY(mutex_) = false;
-  std::thread thread_ GUARDED_BY(mutex_);
   long listener_ GUARDED_BY(mutex_) = 0;  ///< 0 once it is removed
+  Lumenar::PeriodicTask rounds_{[this] { return MakeRound(); }};
 };
 
 }  // namespace Corvanta

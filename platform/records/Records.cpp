@@ -42,33 +42,3 @@ Corvanta::VALUE_DOUBLE::VALUE ValueToCorba(const Lumenar::Value::Value_object<do
 }
 
 }  // namespace VALUE
-
-namespace Lumenar {
-
-template <>
-Corvanta::BASIC_TRACE::BT_DATA DefaultRecord<Corvanta::BASIC_TRACE::BT_DATA>() {
-  Corvanta::BASIC_TRACE::BT_DATA record;
-  record.sequence_number = 0;
-  record.flags = 0;
-  std::fill(std::begin(record.header), std::end(record.header), 0);
-  record.units = VALUE::UnitsToCorba(Value::C_Empty);
-  record.x_step = 0.0;
-  return record;
-}
-
-template <>
-Corvanta::VALUE_DOUBLE::VALUE DefaultRecord<Corvanta::VALUE_DOUBLE::VALUE>() {
-  return VALUE::ValueToCorba(Value::Value_object<double>());
-}
-
-template <>
-int DefaultRecord<int>() {
-  return 0;
-}
-
-template <>
-bool DefaultRecord<bool>() {
-  return false;
-}
-
-}  // namespace Lumenar

@@ -21,19 +21,11 @@ Corvanta::VALUE_DOUBLE::VALUE ValueToCorba(const Lumenar::Value::Value_object<do
 
 namespace Lumenar {
 
-/// The value of a reading before its first sample.
-/// BT_DATA: every number 0, no samples. VALUE: 0 without unit and errors. long, boolean: 0, false.
+/// The value of a reading before its first sample: every number 0, false, no unit, no samples.
 template <class T>
-T DefaultRecord();
-
-template <>
-Corvanta::BASIC_TRACE::BT_DATA DefaultRecord<Corvanta::BASIC_TRACE::BT_DATA>();
-template <>
-Corvanta::VALUE_DOUBLE::VALUE DefaultRecord<Corvanta::VALUE_DOUBLE::VALUE>();
-template <>
-int DefaultRecord<int>();
-template <>
-bool DefaultRecord<bool>();
+T DefaultRecord() {
+  return T{};
+}
 
 /// DefaultRecord as one constant a record type, built on first use.
 template <class T>

@@ -6,11 +6,15 @@
 namespace Corvanta {
 
 void SampleRecord::Take(SampleRecord& other) {
-  if (auto* trace = std::get_if<BASIC_TRACE::BT_DATA>(&other)) {
-    Lumenar::TakeRecord(emplace<BASIC_TRACE::BT_DATA>(), *trace);
-  } else {
-    SampleRecordKinds::operator=(other);
-  }
+  std::visit([this]<class T>(T& record) { Lumenar::TakeRecord(emplace<T>(), record); }, other);
 }
 
 }  // namespace Corvanta
+
+namespace Lumenar {
+
+std::size_t SampleBytes(const Corvanta::SampleRecord& sample) {
+  return sizeof(sample) + std::visit([](const auto& record) { return SampleBytes(record); }, sample);
+}
+
+}  // namespace Lumenar

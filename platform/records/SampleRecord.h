@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
+#include <type_traits>
 #include <variant>
 
 #include "BASIC_TRACE.hh"
@@ -8,7 +10,13 @@
 
 namespace Corvanta {
 
+/// The kinds of record that topics carry: the list of which all others are made. Their order is for ever, since a
+/// kind's place is its number in messages between machines. What is known of each stands in platform/wire/record_kinds.h.
 using SampleRecordKinds = std::variant<std::monostate, BASIC_TRACE::BT_DATA, VALUE_DOUBLE::VALUE, CORBA::Long, bool>;
+
+/// The kind as which a record of type T is stored: engines see a long as int.
+template <class T>
+using StoredRecord = std::conditional_t<std::is_same_v<T, int>, CORBA::Long, T>;
 
 /// A sample out of an any: one of the record kinds that topics carry, or monostate for an any of another type.
 /// To move one moves the samples of its trace, which generated records alone do not.
@@ -33,3 +41,10 @@ class SampleRecord : public SampleRecordKinds {
 };
 
 }  // namespace Corvanta
+
+namespace Lumenar {
+
+/// The memory that a sample takes, near enough for limits.
+std::size_t SampleBytes(const Corvanta::SampleRecord& sample);
+
+}  // namespace Lumenar

@@ -3,24 +3,25 @@
 
 #include <omniORB4/CORBA.h>
 
-#include "BASIC_TRACE.hh"
-#include "VALUE_DOUBLE.hh"
+#include <type_traits>
+
+#include "platform/wire/record_kinds.h"
 
 namespace Corvanta {
 
 /// Takes a record out of an any, deeply copied into `out`. False, with `out` untouched, when the any holds another
-/// type. Each record kind's owner defines it: BASIC_TRACE::BT_DATA, VALUE_DOUBLE::VALUE, int and bool in
-/// platform/components.
+/// type. T is a record kind: BASIC_TRACE::BT_DATA, VALUE_DOUBLE::VALUE, int or bool.
 template <class T>
-bool FillVal(T& out, const CORBA::Any& any);
-
-template <>
-bool FillVal<BASIC_TRACE::BT_DATA>(BASIC_TRACE::BT_DATA& out, const CORBA::Any& any);
-template <>
-bool FillVal<VALUE_DOUBLE::VALUE>(VALUE_DOUBLE::VALUE& out, const CORBA::Any& any);
-template <>
-bool FillVal<int>(int& out, const CORBA::Any& any);
-template <>
-bool FillVal<bool>(bool& out, const CORBA::Any& any);
+bool FillVal(T& out, const CORBA::Any& any) {
+  using Stored = StoredRecord<T>;
+  if constexpr (std::is_same_v<T, Stored>) {
+    return RecordKind<T>::FromAny(any, out);
+  } else {
+    Stored stored{};
+    if (!RecordKind<Stored>::FromAny(any, stored)) return false;
+    out = static_cast<T>(stored);
+    return true;
+  }
+}
 
 }  // namespace Corvanta

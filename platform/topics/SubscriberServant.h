@@ -5,13 +5,13 @@
 #include <boost/function.hpp>
 #include <string>
 #include <utility>
+#include <variant>
 
 #include "platform/base/Diagnostic.h"
 #include "platform/base/InstanceCounter.h"
 #include "platform/dds/GroupSubscriber.h"
 #include "platform/servants/OwnedServant.h"
 #include "platform/topics/FillVal.h"
-#include "platform/topics/TopicRecord.h"
 
 namespace Corvanta {
 
@@ -61,7 +61,7 @@ class SubscriberServant : public GroupSubscriber, public ClosableServant, privat
 
   /// Deliveries off the wire.
   void Take(SampleRecord&& sample) override {
-    if (!IsClosed()) Deliver(RecordIn<T>(sample));
+    if (!IsClosed()) Deliver(std::get_if<StoredRecord<T>>(&sample));
   }
 
   void NotRead() noexcept override {
@@ -86,7 +86,7 @@ class SubscriberServant : public GroupSubscriber, public ClosableServant, privat
   void WriteUnfit() const {
     const std::string signature =
         std::string("void Corvanta::DDS_Subscriber<T>::DDS_Callback(const CORBA::Any&) [with T = ") +
-        TopicRecord<T>::kName + "]";
+        RecordKind<StoredRecord<T>>::kName + "]";
     Lumenar::WriteOut(signature + " error filling message \ntopic is " + topic_);
   }
 

@@ -6,6 +6,7 @@
 #include "platform/value/Unit_conversion.h"
 #include "platform/value/Value_object.h"
 #include "platform/value/decibel_numbers.h"
+#include "platform/value/unit_meeting.h"
 
 #include <cmath>
 #include <stdexcept>
@@ -60,8 +61,6 @@ struct Numbers {
   Value_object<T> With(const Units& unit) const { return Value_object<T>(value, unit, plus_err, minus_err); }
 };
 
-inline bool Is_unit_less(const Units& unit) { return unit.slots[0].unit == U_None; }
-
 inline Units Linear_unit(Units unit) {
   unit.is_dB = false;
   return unit;
@@ -88,29 +87,6 @@ Value_object<T> Convert_by_rule(Number_rule rule, const Value_object<T>& source,
   return {Convert_number(rule, source.Get_value()), target, source.Get_minus_err(), source.Get_plus_err()};
 }
 
-/// How the numbers of the second operand of a sum or difference meet those of the first.
-enum class Meeting {
-  AsTheyAre,   ///< nothing to convert
-  Converted,   ///< the second brought into the first one's unit, dB included
-  LinearBoth,  ///< one of the two is in dB: both made linear, the result put into the first one's form
-};
-
-/// Two levels in dB of the same unit meet as they are, whatever their base_power: the second one counts as a gain.
-/// Errors   UnitDimensionNotProper for a unit-less operand with one that has a unit, save a bare gain on a level in dB.
-inline Meeting How_they_meet(const Units& first, const Units& second) {
-  if (Units_library::Compare_units(first, second, true)) {
-    return Meeting::AsTheyAre;
-  }
-  const bool is_gain = Is_unit_less(second) || Units_library::Compare_units(first, second, false);
-  if (first.is_dB && second.is_dB && is_gain) {
-    return Meeting::AsTheyAre;
-  }
-  if (Is_unit_less(first) != Is_unit_less(second)) {
-    throw UnitDimensionNotProper();
-  }
-  return first.is_dB == second.is_dB ? Meeting::Converted : Meeting::LinearBoth;
-}
-
 /// The linear value in another unit; untouched, not just converted, when that is its own.
 template <class T>
 Value_object<T> Linear_in(const Value_object<T>& source, const Units& target) {
@@ -122,7 +98,7 @@ Value_object<T> Linear_in(const Value_object<T>& source, const Units& target) {
 template <class T, class Function>
 Numbers<T> Combine(const Value_object<T>& a, const Value_object<T>& b, Function function) try {
   const Units unit = a.Get_unit();
-  const Meeting meeting = How_they_meet(unit, b.Get_unit());
+  const Meeting meeting = How_units_meet(unit, b.Get_unit(), Combination::Sum);
   const bool linear = meeting == Meeting::LinearBoth;
   const Units common = linear ? Linear_unit(unit) : unit;
   Numbers<T> result(linear ? Linear(Sorted(a)) : Sorted(a));
@@ -283,19 +259,12 @@ bool Value_object<T>::operator<(const Value_object& other) const {
 template <class T>
 Value_object<T> Relative_sub(const Value_object<T>& a, const Value_object<T>& b) {
   const Units unit = a.Get_unit();
-  const Units other = b.Get_unit();
-  const bool same = Units_library::Compare_units(unit, other, false);
-  if (!unit.is_dB && !other.is_dB) {
-    throw OperationNotValid();
-  }
-  if (detail::Is_unit_less(unit)) {
-    throw MissingUnitInFirstParameter();
-  }
-  const bool as_it_is = same || detail::Is_unit_less(other);
+  const Meeting meeting = How_units_meet(unit, b.Get_unit(), Combination::LevelDifference);
   const Value_object<T> subtrahend = detail::Sorted(b);
   detail::Numbers<T> difference(detail::Sorted(a));
-  difference.Each_with(detail::Numbers<T>(as_it_is ? subtrahend : detail::Linear(subtrahend).Convert_to(unit)),
-                       [](T x, T y) { return x - y; });
+  difference.Each_with(
+      detail::Numbers<T>(meeting == Meeting::AsTheyAre ? subtrahend : detail::Linear(subtrahend).Convert_to(unit)),
+      [](T x, T y) { return x - y; });
   difference.Sort();
   return difference.With(unit);
 }

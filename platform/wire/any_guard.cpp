@@ -22,8 +22,7 @@ constexpr char kGroup[] = "DDS_Group";
 constexpr std::uint64_t kAllElse = 4096;  // headers, object key, type code and the fixed part of a record
 
 std::uint64_t BytesOfSamples(const SampleView& sample) {
-  const auto* trace = std::get_if<const BASIC_TRACE::BT_DATA*>(&sample);
-  return trace != nullptr ? (*trace)->samples.length() * std::uint64_t{sizeof(CORBA::Float)} : 0;
+  return VisitView(sample, [](const auto& record) { return std::uint64_t{Lumenar::SampleBytes(record)}; });
 }
 
 /// With all that stands around them.
@@ -205,17 +204,6 @@ class OutgoingPublish : public omniCallDescriptor {
 
 }  // namespace
 
-SampleView ViewOf(const SampleRecord& record) {
-  struct Viewer {
-    SampleView operator()(std::monostate) const { throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO); }
-    SampleView operator()(const BASIC_TRACE::BT_DATA& trace) const { return &trace; }
-    SampleView operator()(const VALUE_DOUBLE::VALUE& value) const { return &value; }
-    SampleView operator()(CORBA::Long number) const { return SampleView(std::in_place_type<CORBA::Long>, number); }
-    SampleView operator()(bool truth) const { return SampleView(std::in_place_type<bool>, truth); }
-  };
-  return std::visit(Viewer{}, record);
-}
-
 bool DispatchCallback(omniCallHandle& handle, omniServant* servant,
                       const std::function<void(SampleRecord&&)>& deliver) {
   if (std::strcmp(handle.operation_name(), kCallback) != 0) return false;
@@ -271,26 +259,14 @@ std::vector<CORBA::Long> CallGroup(DDS_GroupSub_ptr subscriber, const std::vecto
 }
 
 SampleRecord RecordFromAny(const CORBA::Any& any) {
-  const BASIC_TRACE::BT_DATA* trace = nullptr;
-  if (any >>= trace) return *trace;
-  const VALUE_DOUBLE::VALUE* value = nullptr;
-  if (any >>= value) return *value;
-  CORBA::Long number = 0;
-  if (any >>= number) return SampleRecord(std::in_place_type<CORBA::Long>, number);
-  CORBA::Boolean truth = false;
-  if (any >>= CORBA::Any::to_boolean(truth)) return SampleRecord(std::in_place_type<bool>, truth);
-  return {};
+  SampleRecord found;
+  if (!AnyRecordKind([&]<class T>() { return RecordKind<T>::FromAny(any, found.emplace<T>()); }))
+    found.emplace<std::monostate>();
+  return found;
 }
 
 void RecordToAny(const SampleView& sample, CORBA::Any& any) {
-  struct Inserter {
-    CORBA::Any& any;
-    void operator()(const BASIC_TRACE::BT_DATA* trace) const { any <<= *trace; }
-    void operator()(const VALUE_DOUBLE::VALUE* value) const { any <<= *value; }
-    void operator()(CORBA::Long number) const { any <<= number; }
-    void operator()(bool truth) const { any <<= CORBA::Any::from_boolean(truth); }
-  };
-  std::visit(Inserter{any}, sample);
+  VisitView(sample, [&any]<class T>(const T& record) { RecordKind<T>::IntoAny(record, any); });
 }
 
 }  // namespace Corvanta

@@ -2,22 +2,12 @@
 #pragma once
 
 #include <functional>
-#include <variant>
 #include <vector>
 
 #include "DDS.hh"
-#include "platform/records/SampleRecord.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Corvanta {
-
-/// A sample to be sent, not owned.
-using SampleView = std::variant<const BASIC_TRACE::BT_DATA*, const VALUE_DOUBLE::VALUE*, CORBA::Long, bool>;
-
-SampleView ViewOf(const SampleRecord& record);
-inline SampleView ViewOf(const BASIC_TRACE::BT_DATA& record) { return &record; }
-inline SampleView ViewOf(const VALUE_DOUBLE::VALUE& record) { return &record; }
-inline SampleView ViewOf(int record) { return static_cast<CORBA::Long>(record); }
-inline SampleView ViewOf(bool record) { return record; }
 
 /// The any guard: takes an any off the wire without ever building a type code from it, in one block copy of the
 /// samples.

@@ -6,10 +6,8 @@
 #include <cstring>
 #include <stdexcept>
 #include <string_view>
+#include <type_traits>
 #include <vector>
-
-#include "BASIC_TRACE.hh"
-#include "VALUE_DOUBLE.hh"
 
 namespace Corvanta {
 namespace {
@@ -21,32 +19,6 @@ constexpr CORBA::ULong kIndirection = 0xffffffff;
 constexpr CORBA::ULong kLastKind = CORBA::tk_local_interface;
 
 [[noreturn]] void Lie() { throw CORBA::MARSHAL(0, CORBA::COMPLETED_NO); }
-
-/// The types of our records, as far as their layout depends on them. Names of members and aliases do not count.
-struct Type {
-  CORBA::ULong kind;
-  const char* id = nullptr;     // of a struct
-  const Type* parts = nullptr;  // the members of a struct; the one element type of an array or sequence
-  CORBA::ULong count = 0;       // of members; of elements; 0 for an unbounded sequence
-};
-
-constexpr Type kUlong{CORBA::tk_ulong};
-constexpr Type kLong{CORBA::tk_long};
-constexpr Type kDouble{CORBA::tk_double};
-constexpr Type kFloat{CORBA::tk_float};
-constexpr Type kBoolean{CORBA::tk_boolean};
-
-constexpr std::array kUnitSlotMembers{kLong, kLong};
-constexpr Type kUnitSlot{CORBA::tk_struct, "IDL:Corvanta/VALUE_UNITS/UnitSlot:1.0", kUnitSlotMembers.data(), 2};
-constexpr Type kUnitSlots{CORBA::tk_array, nullptr, &kUnitSlot, 5};
-constexpr std::array kUnitsMembers{kBoolean, kLong, kUnitSlots};
-constexpr Type kUnits{CORBA::tk_struct, "IDL:Corvanta/VALUE_UNITS/Units:1.0", kUnitsMembers.data(), 3};
-constexpr std::array kValueMembers{kUnits, kDouble, kDouble, kDouble};
-constexpr Type kValue{CORBA::tk_struct, "IDL:Corvanta/VALUE_DOUBLE/VALUE:1.0", kValueMembers.data(), 4};
-constexpr Type kHeaderBlock{CORBA::tk_array, nullptr, &kUlong, 12};
-constexpr Type kFloatSeq{CORBA::tk_sequence, nullptr, &kFloat, 0};
-constexpr std::array kTraceMembers{kUlong, kUlong, kHeaderBlock, kUnits, kDouble, kFloatSeq};
-constexpr Type kTrace{CORBA::tk_struct, "IDL:Corvanta/BASIC_TRACE/BT_DATA:1.0", kTraceMembers.data(), 6};
 
 /// Reads type codes inside one encapsulation that is in memory. An encapsulation inside it begins at a multiple of four
 /// as well, so alignment counts from the outermost.
@@ -145,10 +117,10 @@ Stripped Strip(CORBA::ULong kind, Cursor& at) {
   return {kind, has_parameters ? outer->Enter() : *outer};
 }
 
-void RequireType(Cursor& at, const Type& expected);
+void RequireType(Cursor& at, const WireType& expected);
 
 /// The members of a struct, from its name on.
-void RequireMembers(Cursor& at, const Type& expected) {
+void RequireMembers(Cursor& at, const WireType& expected) {
   at.Text();
   if (at.Ulong() != expected.count) Lie();
   for (CORBA::ULong i = 0; i < expected.count; ++i) {
@@ -157,7 +129,7 @@ void RequireMembers(Cursor& at, const Type& expected) {
   }
 }
 
-void RequireType(Cursor& at, const Type& expected) {
+void RequireType(Cursor& at, const WireType& expected) {
   const CORBA::ULong kind = at.Ulong();
   Stripped type = Strip(kind, at);
   if (type.kind != expected.kind) Lie();
@@ -170,24 +142,37 @@ void RequireType(Cursor& at, const Type& expected) {
   }
 }
 
-/// The record whose stripped type this is. A struct that bears the name of one of ours must be built like it.
-RecordKind KindOf(Stripped type) {
-  if (type.kind == CORBA::tk_long) return RecordKind::Long;
-  if (type.kind == CORBA::tk_boolean) return RecordKind::Boolean;
-  if (type.kind != CORBA::tk_struct) return RecordKind::Unknown;
+/// The kind whose type is no structure and is told by this alone; kNoRecord for none.
+RecordNumber SimpleKindOf(CORBA::ULong kind) {
+  RecordNumber number = kNoRecord;
+  AnyRecordKind([&]<class T>() {
+    if (std::is_class_v<T> || kind != RecordKind<T>::kType.kind) return false;
+    number = kRecordNumber<T>;
+    return true;
+  });
+  return number;
+}
+
+/// The kind whose stripped type this is. A struct that bears the name of one of ours must be built like it.
+RecordNumber KindOf(Stripped type) {
+  if (type.kind != CORBA::tk_struct) return SimpleKindOf(type.kind);
   const std::string_view id = type.parameters.Text();
-  if (id == kTrace.id) {
-    RequireMembers(type.parameters, kTrace);
-    return RecordKind::Trace;
-  }
-  if (id == kValue.id) {
-    RequireMembers(type.parameters, kValue);
-    return RecordKind::Value;
-  }
+  RecordNumber number = kNoRecord;
+  const bool is_ours = AnyRecordKind([&]<class T>() {
+    if constexpr (std::is_class_v<T>) {
+      if (id != RecordKind<T>::kType.id) return false;
+      RequireMembers(type.parameters, RecordKind<T>::kType);
+      number = kRecordNumber<T>;
+      return true;
+    } else {
+      return false;
+    }
+  });
+  if (is_ours) return number;
   type.parameters.Text();
   const CORBA::ULong members = type.parameters.Ulong();
   if (!type.parameters.CanHoldMembers(members)) Lie();
-  return RecordKind::Unknown;
+  return kNoRecord;
 }
 
 /// A type code as the ORB writes it: kind, length, encapsulation.
@@ -207,15 +192,14 @@ void WriteStruct(const std::vector<CORBA::Octet>& encoded, cdrStream& stream) {
 
 }  // namespace
 
-RecordKind ReadRecordTypeCode(cdrStream& stream) {
+RecordNumber ReadRecordTypeCode(cdrStream& stream) {
   const CORBA::ULong kind = stream.unmarshalULong();
-  if (kind == CORBA::tk_long) return RecordKind::Long;
-  if (kind == CORBA::tk_boolean) return RecordKind::Boolean;
+  if (const RecordNumber simple = SimpleKindOf(kind); simple != kNoRecord) return simple;
   if (kind > kLastKind) Lie();
-  if (kind != CORBA::tk_struct && kind != CORBA::tk_alias) return RecordKind::Unknown;
+  if (kind != CORBA::tk_struct && kind != CORBA::tk_alias) return kNoRecord;
   const CORBA::ULong length = stream.unmarshalULong();
   if (length == 0 || !stream.checkInputOverrun(1, length)) Lie();
-  if (length > kMostBytes) return RecordKind::Unknown;
+  if (length > kMostBytes) return kNoRecord;
   // The kind and length that were read stand in front again, in the byte order of what follows, so that one rule reads
   // the whole and an indirection can reach the outermost type.
   std::array<CORBA::Octet, 3 * sizeof(CORBA::ULong) + kMostBytes> bytes;
@@ -229,18 +213,19 @@ RecordKind ReadRecordTypeCode(cdrStream& stream) {
   return KindOf(Strip(cursor.Ulong(), cursor));
 }
 
-void WriteRecordTypeCode(RecordKind kind, cdrStream& stream) {
-  // The ORB's own way writes the type code member by member for each sample.
-  static const std::vector<CORBA::Octet> trace = Encoded(BASIC_TRACE::_tc_BT_DATA);
-  static const std::vector<CORBA::Octet> value = Encoded(VALUE_DOUBLE::_tc_VALUE);
-  switch (kind) {
-    case RecordKind::Trace: return WriteStruct(trace, stream);
-    case RecordKind::Value: return WriteStruct(value, stream);
-    case RecordKind::Long: return stream.marshalULong(CORBA::tk_long);
-    case RecordKind::Boolean: return stream.marshalULong(CORBA::tk_boolean);
-    case RecordKind::Unknown: break;
-  }
-  throw std::logic_error("WriteRecordTypeCode: expected a kind of record, found Unknown");
+void WriteRecordTypeCode(RecordNumber kind, cdrStream& stream) {
+  const bool is_written = AnyRecordKind([&]<class T>() {
+    if (kind != kRecordNumber<T>) return false;
+    if constexpr (std::is_class_v<T>) {
+      // The ORB's own way writes the type code member by member for each sample.
+      static const std::vector<CORBA::Octet> encoded = Encoded(RecordKind<T>::TypeCode());
+      WriteStruct(encoded, stream);
+    } else {
+      stream.marshalULong(RecordKind<T>::kType.kind);
+    }
+    return true;
+  });
+  if (!is_written) throw std::logic_error("WriteRecordTypeCode: expected a kind of record, found Unknown");
 }
 
 }  // namespace Corvanta

@@ -1,40 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/wire/sample_wire.h"
 
-#include <algorithm>
-#include <type_traits>
-
 #include "platform/wire/record_type_code.h"
 
 namespace Corvanta {
 namespace {
-
-/// The samples of a trace. Memory grows with what has arrived: a message in fragments does not say how long it is, so a
-/// length that lies costs its reader no more than a small multiple of what its sender sent.
-void ReadSamples(cdrStream& stream, CORBA::FloatSeq& samples) {
-  constexpr CORBA::ULong kFirstBlock = 1u << 18;
-  constexpr CORBA::ULong kGrowth = 4;
-  const CORBA::ULong count = stream.unmarshalULong();
-  if (!stream.checkInputOverrun(sizeof(CORBA::Float), count, omni::ALIGN_4))
-    throw CORBA::MARSHAL(0, CORBA::COMPLETED_NO);
-  for (CORBA::ULong have = 0; have < count;) {
-    const CORBA::ULong most = have == 0 ? kFirstBlock : have * (kGrowth - 1);
-    const CORBA::ULong block = std::min(count - have, most);
-    samples.length(have + block);
-    stream.unmarshalArrayFloat(samples.get_buffer() + have, static_cast<int>(block));
-    have += block;
-  }
-}
-
-void ReadRecord(RecordKind kind, cdrStream& stream, SampleRecord& record) {
-  switch (kind) {
-    case RecordKind::Trace: ReadTrace(stream, record.emplace<BASIC_TRACE::BT_DATA>()); break;
-    case RecordKind::Value: record.emplace<VALUE_DOUBLE::VALUE>() <<= stream; break;
-    case RecordKind::Long: record.emplace<CORBA::Long>(stream.unmarshalLong()); break;
-    case RecordKind::Boolean: record.emplace<bool>(stream.unmarshalBoolean()); break;
-    case RecordKind::Unknown: record.emplace<std::monostate>(); break;
-  }
-}
 
 /// Of the parts of a group.
 void RequireFew(CORBA::ULong count) {
@@ -53,13 +23,17 @@ CORBA::ULong ReadHandles(cdrStream& stream, HandleSeq& handles) {
 
 }  // namespace
 
-void ReadTrace(cdrStream& stream, BASIC_TRACE::BT_DATA& trace) {
-  trace.sequence_number = stream.unmarshalULong();
-  trace.flags = stream.unmarshalULong();
-  stream.unmarshalArrayULong(trace.header, static_cast<int>(std::extent_v<BASIC_TRACE::HeaderBlock>));
-  trace.units <<= stream;
-  trace.x_step = stream.unmarshalDouble();
-  ReadSamples(stream, trace.samples);
+void ReadRecord(RecordNumber kind, cdrStream& stream, SampleRecord& record) {
+  const bool is_read = AnyRecordKind([&]<class T>() {
+    if (kind != kRecordNumber<T>) return false;
+    RecordKind<T>::Read(stream, record.emplace<T>());
+    return true;
+  });
+  if (!is_read) record.emplace<std::monostate>();
+}
+
+void WriteRecord(const SampleView& sample, cdrStream& stream) {
+  VisitView(sample, [&stream]<class T>(const T& record) { RecordKind<T>::Write(record, stream); });
 }
 
 void ReadSample(cdrStream& stream, SampleRecord& record) { ReadRecord(ReadRecordTypeCode(stream), stream, record); }
@@ -77,26 +51,8 @@ std::string ReadTopic(cdrStream& stream) {
 }
 
 void WriteSample(const SampleView& sample, cdrStream& stream) {
-  struct Writer {
-    cdrStream& stream;
-    void operator()(const BASIC_TRACE::BT_DATA* trace) const {
-      WriteRecordTypeCode(RecordKind::Trace, stream);
-      *trace >>= stream;
-    }
-    void operator()(const VALUE_DOUBLE::VALUE* value) const {
-      WriteRecordTypeCode(RecordKind::Value, stream);
-      *value >>= stream;
-    }
-    void operator()(CORBA::Long number) const {
-      WriteRecordTypeCode(RecordKind::Long, stream);
-      stream.marshalLong(number);
-    }
-    void operator()(bool truth) const {
-      WriteRecordTypeCode(RecordKind::Boolean, stream);
-      stream.marshalBoolean(truth);
-    }
-  };
-  std::visit(Writer{stream}, sample);
+  VisitView(sample, [&stream]<class T>(const T&) { WriteRecordTypeCode(kRecordNumber<T>, stream); });
+  WriteRecord(sample, stream);
 }
 
 std::deque<SharedRecord> ReadGroup(cdrStream& stream) {

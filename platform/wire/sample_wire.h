@@ -16,10 +16,11 @@ namespace Corvanta {
 /// Errors   CORBA::MARSHAL for a type code or a length that claims more than there is.
 void ReadSample(cdrStream& stream, SampleRecord& record);
 
-/// Reads a trace; its samples take memory as they are found to be there. The generated code for it multiplies a length
-/// that lies beyond what a 32-bit processor can hold, and believes it then.
-/// Errors   CORBA::MARSHAL.
-void ReadTrace(cdrStream& stream, BASIC_TRACE::BT_DATA& trace);
+/// Reads a record of this kind; monostate for kNoRecord.
+/// Errors   CORBA::MARSHAL as its kind's Read.
+void ReadRecord(RecordNumber kind, cdrStream& stream, SampleRecord& record);
+
+void WriteRecord(const SampleView& sample, cdrStream& stream);
 
 /// A topic name; no code set is applied to it, as none is to names of our own.
 /// Errors   CORBA::MARSHAL; BAD_PARAM for a name of more than 4 KiB.

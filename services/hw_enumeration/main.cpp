@@ -3,11 +3,11 @@
 #include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "platform/base/Diagnostic.h"
 #include "platform/base/ParseArguments.h"
 #include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/names.h"
 #include "platform/program/local_arguments.h"
 #include "platform/program/program.h"
 #include "platform/signals/Signals.h"
@@ -17,7 +17,7 @@ LUMENAR_LOCAL_ARGUMENTS("hw_enumeration")
 
 namespace {
 
-const std::vector<std::string> kName{"Lumenar", "local", "HWENUM_ABLE", "1"};
+const Corvanta::NamePath kName = Corvanta::LocalPath(Corvanta::kHardwareEnumeration);
 
 constexpr const char* kFooter =
     "The naming service and the transport settings come from LUMENAR_NAMING=HOST:PORT and\n"

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
-#include <cstddef>
 
 #include "platform/wire/any_guard.h"
 
@@ -10,8 +9,5 @@ namespace Lumenar {
 
 /// One published sample, shared by all queues that it waits in.
 using SamplePtr = boost::shared_ptr<const Corvanta::SampleRecord>;
-
-/// The memory that a sample takes, near enough for limits.
-std::size_t SampleBytes(const Corvanta::SampleRecord& sample);
 
 }  // namespace Lumenar

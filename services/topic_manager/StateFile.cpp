@@ -16,7 +16,6 @@ namespace Lumenar {
 namespace {
 
 constexpr const char* kTitle = "topic_manager subscriptions 1";
-constexpr long kLastHandle = StateFile::kLastHandle;
 constexpr std::size_t kLongestLine =
     StateFile::kLongestReference + 8192;  // a topic's name is short, and three bytes a character
 
@@ -59,7 +58,7 @@ std::optional<long> ReadHandle(const std::string& word) {
   long handle = 0;
   const char* last = word.data() + word.size();
   const auto [end, error] = std::from_chars(word.data(), last, handle);
-  if (error != std::errc() || end != last || handle < 1 || handle > kLastHandle) return std::nullopt;
+  if (error != std::errc() || end != last || handle < 1 || handle > StateFile::kLastHandle) return std::nullopt;
   return handle;
 }
 
@@ -114,7 +113,7 @@ class Reader {
     }
     auto entry = ReadEntry(words);
     if (!entry || entries_.count(entry->handle) != 0) return false;
-    state_.next_handle = entry->handle == kLastHandle ? 1 : std::max(state_.next_handle, entry->handle + 1);
+    state_.next_handle = entry->handle == StateFile::kLastHandle ? 1 : std::max(state_.next_handle, entry->handle + 1);
     entries_.emplace(entry->handle, std::move(*entry));
     return true;
   }

@@ -5,6 +5,7 @@
 #include "platform/base/Diagnostic.h"
 #include "platform/base/TraceMemory.h"
 #include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/names.h"
 #include "platform/program/local_arguments.h"
 #include "platform/program/program.h"
 #include "platform/signals/Signals.h"
@@ -16,7 +17,7 @@ namespace {
 
 using Corvanta::ORB_wrapper_base;
 
-const std::vector<std::string> kName{"Lumenar", "local", "DDS_MANAGER", "1"};
+const Corvanta::NamePath kName = Corvanta::LocalPath(Corvanta::kTopicManager);
 constexpr std::chrono::milliseconds kProbeLimit{1000};
 constexpr std::chrono::milliseconds kLastDeliveries{1000};
 constexpr std::chrono::milliseconds kNoTime{0};
@@ -59,7 +60,8 @@ bool Serve(ORB_wrapper_base& orb, const Lumenar::CommandLine& command_line) {
 int Run(const Lumenar::CommandLine& command_line) {
   ORB_wrapper_base orb(localargc, localargv);
   if (AnotherIsThere(orb)) {
-    Lumenar::WriteError("topic_manager: another topic manager is registered at Lumenar/local/DDS_MANAGER/1");
+    Lumenar::WriteError("topic_manager: another topic manager is registered at " +
+                        Corvanta::LocalPathText(Corvanta::kTopicManager));
     return 1;
   }
   // A subscriber that hangs would hold up the end for the whole time limit of a call; nothing else is left to do.

@@ -5,6 +5,7 @@
 
 #include <functional>
 
+#include "Common_Math/src/Builders.h"
 #include "tests/faults/AllocationFault.h"
 #include "tests/faults/FaultCase.h"
 #include "tests/unit/Common_Math/MathFixture.h"
@@ -68,10 +69,7 @@ class NoMemoryFaults : public MathFixture, public testing::WithParamInterface<in
     return fmt::format("{}", fmt::join(SamplesOf(TraceResult(math)), " "));
   }
 
-  static std::string Name() {
-    static const char* const names[] = {"Subtract", "RelativeSubtract", "Average", "Peak", "CumulativeAdd"};
-    return names[GetParam()];
-  }
+  static std::string Name() { return Operations()[GetParam()].name; }
 
   void DeleteAll() {
     const Corvanta::MathFactory::IdSeq_var ids = Factory().ListMath();
@@ -167,7 +165,7 @@ TEST_P(NoMemoryFaults, Deletion) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, NoMemoryFaults,
-                         testing::Values(Subtract, RelativeSubtract, Average, Peak, CumulativeAdd));
+                         testing::Range(0, static_cast<int>(Operations().size())));
 
 }  // namespace
 }  // namespace Lumenar::Test

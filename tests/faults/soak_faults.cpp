@@ -104,10 +104,11 @@ TEST_F(Soak, Churn) {
                 "memory slope < 1 MB an hour, descriptors and threads flat");
   const double length_s = SettingOr("LUMENAR_SOAK_SECONDS", ByLength(9.0, 60.0));
   const auto begin = steady_clock::now();
+  const auto types = static_cast<int>(OperationNames(factory_).size());
   int type = 0;
   Feeder feeder(input_, 200);
   ASSERT_TRUE(follower_.WaitForMore());
-  class Churn lives([&] { LiveOnce(bench_, factory_, static_cast<MathType>(type = (type + 1) % 5)); });
+  class Churn lives([&] { LiveOnce(bench_, factory_, static_cast<MathType>(type = (type + 1) % types)); });
   double reported_s = 0;
   for (int round = 0; SecondsSince(begin) < length_s; ++round) {
     const double now_s = SecondsSince(begin);

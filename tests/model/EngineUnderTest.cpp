@@ -207,10 +207,9 @@ std::string EngineUnderTest::Difference(const MathModel& model) {
 }
 
 std::string EngineUnderTest::DifferenceOf(int id, const Object& object) {
-  static constexpr const char* kNames[] = {"Subtract", "RelativeSubtract", "Average", "Peak", "CumulativeAdd"};
   Subject& subject = subjects_.at(id);
   CORBA::String_var type = subject.math->GetType();
-  if (std::string(type) != kNames[object.operation]) return fmt::format("object {} is a {}", id, type.in());
+  if (std::string(type) != operation_names_.at(object.operation)) return fmt::format("object {} is a {}", id, type.in());
   if (const Datum result = ResultOf(subject); !Same(result, object.result)) {
     return fmt::format("RESULT of {} is {} instead of {}", id, TextOf(result), TextOf(object.result));
   }

@@ -77,6 +77,7 @@ class EngineUnderTest : public Bench::EngineFixture {
   std::map<int, Subject> subjects_;
   std::map<int, Corvanta::EngineReadingBase_var> results_;  ///< also of objects that are gone
   int first_id_ = 0;                                        ///< the engine's id of the case's id 0
+  const std::vector<std::string> operation_names_ = Bench::OperationNames(factory_);
 };
 
 /// The kinds of the inputs, in order.

@@ -50,6 +50,14 @@ Corvanta::MathFactory::Interfaces_ptr Testbench::Factory(const std::string& inst
   return Corvanta::MathFactory::Interfaces::_narrow(object);
 }
 
+std::vector<std::string> OperationNames(Corvanta::MathFactory::Interfaces_ptr factory) {
+  const Corvanta::EngineAttribEnum_var selector = factory->AttrType();
+  const Corvanta::EnumElementSeq_var elements = selector->Elements();
+  std::vector<std::string> names(elements->length());
+  for (CORBA::ULong i = 0; i < elements->length(); ++i) names.at(elements[i].number) = elements[i].name;
+  return names;
+}
+
 EngineFixture::EngineFixture(const IsolatedPlatform::Options& options)
     : platform_(options), engine_(StartMathEngine(platform_)), bench_(), factory_(bench_.Factory()) {}
 

@@ -125,6 +125,9 @@ class EngineFixture : public testing::Test {
   }
 };
 
+/// The names of the operations that a factory offers, each at its number.
+std::vector<std::string> OperationNames(Corvanta::MathFactory::Interfaces_ptr factory);
+
 /// The reading kinds of the testbench, each a test's own input.
 struct TraceInput : Corvanta::EngineBasicTrace_i {
   TraceInput(Testbench& bench, const char* name, const BT_DATA& initial)

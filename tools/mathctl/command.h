@@ -9,6 +9,7 @@
 
 #include "client/Connection.h"
 #include "client/MathObjects.h"
+#include "platform/orb/names.h"
 
 namespace Lumenar::Mathctl {
 
@@ -19,7 +20,7 @@ enum ExitCode { kDone = 0, kRefused = 1, kUsage = 2, kUnreachable = 3 };
 struct Options {
   double timeout_s = 5;
   bool json = false;
-  std::string factory = "MATHFACTORY/1";
+  std::string factory = Corvanta::kFirstMathFactory;
   std::string naming;  ///< HOST:PORT; empty: as the environment says
 };
 

@@ -11,31 +11,71 @@
 
 #include "platform/records/Records.h"
 #include "platform/units/Units.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Lumenar::Mathctl {
 namespace {
 
+using Corvanta::RecordKind;
+using Corvanta::BASIC_TRACE::BT_DATA;
+using Scalar = Corvanta::VALUE_DOUBLE::VALUE;
 using nlohmann::ordered_json;
 
 std::string UnitsText(const Corvanta::VALUE_UNITS::Units& units) {
   return Value::Units_text(VALUE::UnitsFromCorba(units));
 }
 
-TraceSummary SummaryOf(const Corvanta::BASIC_TRACE::BT_DATA& trace) {
-  return Summarise(trace.samples.get_buffer(), trace.samples.length());
+TraceSummary SummaryOf(const BT_DATA& trace) { return Summarise(trace.samples.get_buffer(), trace.samples.length()); }
+
+ordered_json AllSamples(const BT_DATA& trace) {
+  ordered_json samples = ordered_json::array();
+  for (CORBA::ULong i = 0; i < trace.samples.length(); ++i) samples.push_back(JsonNumber(trace.samples[i]));
+  return samples;
 }
 
-struct TextWriter {
-  std::string operator()(std::monostate) const { return "a record of unknown kind"; }
-  std::string operator()(CORBA::Long number) const { return std::to_string(number); }
-  std::string operator()(bool truth) const { return truth ? "true" : "false"; }
+/// How a kind of record is written: for people, and as a JSON object; `with_samples` for kinds that have any.
+template <class T>
+struct KindText;
 
-  std::string operator()(const Corvanta::VALUE_DOUBLE::VALUE& value) const {
+template <>
+struct KindText<std::monostate> {
+  static std::string Words(std::monostate) { return "a record of unknown kind"; }
+  static ordered_json Json(std::monostate, bool) { return {{"kind", "unknown"}}; }
+};
+
+template <>
+struct KindText<CORBA::Long> {
+  static std::string Words(CORBA::Long number) { return std::to_string(number); }
+  static ordered_json Json(CORBA::Long number, bool) {
+    return {{"kind", RecordKind<CORBA::Long>::kTypeName}, {"value", number}};
+  }
+};
+
+template <>
+struct KindText<bool> {
+  static std::string Words(bool truth) { return truth ? "true" : "false"; }
+  static ordered_json Json(bool truth, bool) { return {{"kind", RecordKind<bool>::kTypeName}, {"value", truth}}; }
+};
+
+template <>
+struct KindText<Scalar> {
+  static std::string Words(const Scalar& value) {
     const std::string units = UnitsForPeople(value.units);
     return fmt::format("{:.6g} {}  {:+.6g} {:+.6g} {}", value.val, units, value.minus_err, value.plus_err, units);
   }
 
-  std::string operator()(const Corvanta::BASIC_TRACE::BT_DATA& trace) const {
+  static ordered_json Json(const Scalar& value, bool) {
+    return {{"kind", RecordKind<Scalar>::kTypeName},
+            {"units", UnitsText(value.units)},
+            {"value", JsonNumber(value.val)},
+            {"minus_err", JsonNumber(value.minus_err)},
+            {"plus_err", JsonNumber(value.plus_err)}};
+  }
+};
+
+template <>
+struct KindText<BT_DATA> {
+  static std::string Words(const BT_DATA& trace) {
     const TraceSummary summary = SummaryOf(trace);
     const std::string units = UnitsForPeople(trace.units);
     std::string text = fmt::format("{} points  min {:.6g} {}  max {:.6g} {}  mean {:.6g} {}", summary.points,
@@ -43,32 +83,10 @@ struct TextWriter {
     if (summary.not_numbers > 0) text += fmt::format("  {} not a number", summary.not_numbers);
     return text;
   }
-};
 
-ordered_json AllSamples(const Corvanta::BASIC_TRACE::BT_DATA& trace) {
-  ordered_json samples = ordered_json::array();
-  for (CORBA::ULong i = 0; i < trace.samples.length(); ++i) samples.push_back(JsonNumber(trace.samples[i]));
-  return samples;
-}
-
-struct JsonWriter {
-  bool with_samples;
-
-  ordered_json operator()(std::monostate) const { return {{"kind", "unknown"}}; }
-  ordered_json operator()(CORBA::Long number) const { return {{"kind", "long"}, {"value", number}}; }
-  ordered_json operator()(bool truth) const { return {{"kind", "boolean"}, {"value", truth}}; }
-
-  ordered_json operator()(const Corvanta::VALUE_DOUBLE::VALUE& value) const {
-    return {{"kind", "ValueDouble"},
-            {"units", UnitsText(value.units)},
-            {"value", JsonNumber(value.val)},
-            {"minus_err", JsonNumber(value.minus_err)},
-            {"plus_err", JsonNumber(value.plus_err)}};
-  }
-
-  ordered_json operator()(const Corvanta::BASIC_TRACE::BT_DATA& trace) const {
+  static ordered_json Json(const BT_DATA& trace, bool with_samples) {
     const TraceSummary summary = SummaryOf(trace);
-    ordered_json json{{"kind", "BasicTrace"},
+    ordered_json json{{"kind", RecordKind<BT_DATA>::kTypeName},
                       {"units", UnitsText(trace.units)},
                       {"sequence_number", trace.sequence_number},
                       {"captured_ns", std::uint64_t{trace.header[0]} << 32 | trace.header[1]},
@@ -112,10 +130,12 @@ std::string UnitsForPeople(const Corvanta::VALUE_UNITS::Units& units) {
   return text.empty() ? "(no unit)" : text;
 }
 
-std::string TextOf(const Corvanta::SampleRecord& record) { return std::visit(TextWriter{}, record); }
+std::string TextOf(const Corvanta::SampleRecord& record) {
+  return std::visit([]<class T>(const T& held) { return KindText<T>::Words(held); }, record);
+}
 
 ordered_json JsonOf(const Corvanta::SampleRecord& record, bool with_samples) {
-  return std::visit(JsonWriter{with_samples}, record);
+  return std::visit([&]<class T>(const T& held) { return KindText<T>::Json(held, with_samples); }, record);
 }
 
 ordered_json JsonNumber(double number) {

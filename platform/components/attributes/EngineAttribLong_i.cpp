@@ -2,11 +2,12 @@
 #include "platform/components/attributes/EngineAttribLong_i.h"
 
 #include "platform/components/attributes/AttribServant.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Corvanta {
 namespace {
 
-constexpr ItemKind kAttribLongKind{"long", true};
+constexpr ItemKind kAttribLongKind{RecordKind<CORBA::Long>::kTypeName, true};
 
 class AttribLongServant : public AttribServant<POA_Corvanta::EngineAttribLong, int, CORBA::Long> {
  public:

@@ -3,11 +3,12 @@
 
 #include "platform/components/attributes/AttribServant.h"
 #include "platform/records/Records.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Corvanta {
 namespace {
 
-constexpr ItemKind kAttribValueDoubleKind{"ValueDouble", true};
+constexpr ItemKind kAttribValueDoubleKind{RecordKind<VALUE_DOUBLE::VALUE>::kTypeName, true};
 
 class AttribValueDoubleServant
     : public AttribServant<POA_Corvanta::EngineAttribValueDouble, VALUE_DOUBLE::VALUE, VALUE_DOUBLE::VALUE> {

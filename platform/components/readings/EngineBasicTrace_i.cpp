@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/components/readings/EngineBasicTrace_i.h"
 
-#include "platform/topics/FillVal.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Corvanta {
 namespace {
 
-constexpr ItemKind kBasicTraceKind{"BasicTrace", false};
+constexpr ItemKind kBasicTraceKind{RecordKind<BASIC_TRACE::BT_DATA>::kTypeName, false};
 
 using BasicTraceServant = ValueServant<POA_Corvanta::EngineBasicTrace, BASIC_TRACE::BT_DATA, BASIC_TRACE::BT_DATA*>;
 
@@ -15,14 +15,6 @@ using BasicTraceServant = ValueServant<POA_Corvanta::EngineBasicTrace, BASIC_TRA
 EngineBasicTrace_i::EngineBasicTrace_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
                                        const BASIC_TRACE::BT_DATA& initial)
     : ServedReading(std::in_place_type<BasicTraceServant>, Place{namer, registration, name}, kBasicTraceKind, initial) {
-}
-
-template <>
-bool FillVal<BASIC_TRACE::BT_DATA>(BASIC_TRACE::BT_DATA& out, const CORBA::Any& any) {
-  const BASIC_TRACE::BT_DATA* record = nullptr;  // stays owned by the any
-  if (!(any >>= record)) return false;
-  out = *record;
-  return true;
 }
 
 }  // namespace Corvanta

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/components/readings/EngineReadingBoolean_i.h"
 
-#include "platform/topics/FillVal.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Corvanta {
 namespace {
 
-constexpr ItemKind kReadingBooleanKind{"boolean", false};
+constexpr ItemKind kReadingBooleanKind{RecordKind<bool>::kTypeName, false};
 
 using ReadingBooleanServant = ValueServant<POA_Corvanta::EngineReadingBoolean, bool, CORBA::Boolean>;
 
@@ -16,13 +16,5 @@ EngineReadingBoolean_i::EngineReadingBoolean_i(ItemNamer& namer, Lumenar::GUI_Ab
                                                const char* name, bool initial)
     : ServedReading(std::in_place_type<ReadingBooleanServant>, Place{namer, registration, name}, kReadingBooleanKind,
                     initial) {}
-
-template <>
-bool FillVal<bool>(bool& out, const CORBA::Any& any) {
-  CORBA::Boolean record = false;
-  if (!(any >>= CORBA::Any::to_boolean(record))) return false;
-  out = record;
-  return true;
-}
 
 }  // namespace Corvanta

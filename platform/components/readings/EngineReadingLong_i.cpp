@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/components/readings/EngineReadingLong_i.h"
 
-#include "platform/topics/FillVal.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Corvanta {
 namespace {
 
-constexpr ItemKind kReadingLongKind{"long", false};
+constexpr ItemKind kReadingLongKind{RecordKind<CORBA::Long>::kTypeName, false};
 
 using ReadingLongServant = ValueServant<POA_Corvanta::EngineReadingLong, int, CORBA::Long>;
 
@@ -16,13 +16,5 @@ EngineReadingLong_i::EngineReadingLong_i(ItemNamer& namer, Lumenar::GUI_AbleRegi
                                          const char* name, int initial)
     : ServedReading(std::in_place_type<ReadingLongServant>, Place{namer, registration, name}, kReadingLongKind,
                     initial) {}
-
-template <>
-bool FillVal<int>(int& out, const CORBA::Any& any) {
-  CORBA::Long record = 0;
-  if (!(any >>= record)) return false;
-  out = record;
-  return true;
-}
 
 }  // namespace Corvanta

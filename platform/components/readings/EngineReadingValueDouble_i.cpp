@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/components/readings/EngineReadingValueDouble_i.h"
 
-#include "platform/topics/FillVal.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Corvanta {
 namespace {
 
-constexpr ItemKind kReadingValueDoubleKind{"ValueDouble", false};
+constexpr ItemKind kReadingValueDoubleKind{RecordKind<VALUE_DOUBLE::VALUE>::kTypeName, false};
 
 using ReadingValueDoubleServant =
     ValueServant<POA_Corvanta::EngineReadingValueDouble, VALUE_DOUBLE::VALUE, VALUE_DOUBLE::VALUE>;
@@ -17,13 +17,5 @@ EngineReadingValueDouble_i::EngineReadingValueDouble_i(ItemNamer& namer, Lumenar
                                                        const char* name, const VALUE_DOUBLE::VALUE& initial)
     : ServedReading(std::in_place_type<ReadingValueDoubleServant>, Place{namer, registration, name},
                     kReadingValueDoubleKind, initial) {}
-
-template <>
-bool FillVal<VALUE_DOUBLE::VALUE>(VALUE_DOUBLE::VALUE& out, const CORBA::Any& any) {
-  const VALUE_DOUBLE::VALUE* record = nullptr;  // stays owned by the any
-  if (!(any >>= record)) return false;
-  out = *record;
-  return true;
-}
 
 }  // namespace Corvanta

@@ -240,6 +240,15 @@ TEST_F(TraceValue, AnOperandInAnotherUnitIsConvertedAndTheTraceKeepsItsUnit) {
   EXPECT_EQ(UnitsOf(trace.record), kW);
 }
 
+TEST_F(TraceValue, UnitsThatCancelAreNoneForAllSamplesAsForOneValue) {
+  constexpr Value::Units kNone_dB{true, 0, {{{Value::U_Watt, 1}, {Value::U_Watt, -1}}}};
+  MathTrace level = Updated({10, 20}, kdBW);
+  level += Updated({3, 4}, kNone_dB);
+  EXPECT_THAT(SamplesOf(level.record), ElementsAre(13, 24));
+  level.RelativeSubEqual(Updated({3, 4}, kNone_dB));
+  EXPECT_THAT(SamplesOf(level.record), ElementsAre(10, 20));
+}
+
 TEST_F(TraceValue, OperandsOfAnotherDimensionAreAnExceptionAndNoChange) {
   MathTrace trace = Updated({1, 2});
   EXPECT_THROW(trace += Updated({1, 2}, kSecond), Value::UnitDimensionNotProper);
