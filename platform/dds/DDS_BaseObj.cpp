@@ -70,23 +70,15 @@ DDS_Manager_ptr Find(ORB_wrapper_base& orb, DDS_Manager_ptr known) {
 
 /// The reference of the manager, and what is known of it. No lock is held over a remote call.
 struct DdsBaseAccess::Impl {
-  enum class Urgency { CanWait, Urgent, Silent };
-
   void Publish(const char* topic, const SampleView& sample);
   CORBA::Long Subscribe(const char* topic, DDS_Sub_ptr subscriber, Renewed renewed);
   void Unsubscribe(const char* topic, DDS_Sub_ptr subscriber);
 
-  /// The manager, duplicated, or nil. An urgent caller tries it also when it was found away a moment ago; a silent one
-  /// leaves no note of its absence.
-  DDS_Manager_ptr Reach(Urgency urgency);
-
-  /// A manager that answered just now, or nil: a connection that broke with an earlier manager is found out here, where
-  /// calling again is harmless. One that was asked a moment ago is not asked again.
-  DDS_Manager_ptr ReachForSure();
-
   std::atomic<unsigned long long> lost{0};
 
  private:
+  enum class Urgency { CanWait, Urgent, Silent };
+
   /// A call that makes a subscription; the end of the ORB waits for it, so that none stands that nobody ends.
   class Making {
    public:
@@ -98,6 +90,14 @@ struct DdsBaseAccess::Impl {
    private:
     Impl& impl_;
   };
+
+  /// The manager, duplicated, or nil. An urgent caller tries it also when it was found away a moment ago; a silent one
+  /// leaves no note of its absence.
+  DDS_Manager_ptr Reach(Urgency urgency);
+
+  /// A manager that answered just now, or nil: a connection that broke with an earlier manager is found out here, where
+  /// calling again is harmless. One that was asked a moment ago is not asked again.
+  DDS_Manager_ptr ReachForSure();
 
   ORB_wrapper_base* Attach();
   CORBA::Long SubscribeAt(DDS_Manager_ptr manager, const char* topic, DDS_Sub_ptr subscriber, const Renewed& renewed);
@@ -360,12 +360,6 @@ DdsBaseAccess::~DdsBaseAccess() = default;
 DdsBaseAccess& DdsBaseAccess::Instance() {
   static DdsBaseAccess* access = new DdsBaseAccess;  // outlives every publisher
   return *access;
-}
-
-DDS_Manager_ptr DdsBaseAccess::Manager() {
-  DDS_Manager_var manager = impl_->ReachForSure();
-  if (CORBA::is_nil(manager)) throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
-  return manager._retn();
 }
 
 void DdsBaseAccess::Publish(const char* topic, const SampleView& sample) noexcept {

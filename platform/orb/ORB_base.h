@@ -84,9 +84,4 @@ class ORB_base {
   std::unique_ptr<Impl> impl_;
 };
 
-/// Whether an exception bears the ORB's own mark: the call failed on the way, or the ORB at its other end refused it.
-/// One without the mark was raised by the object that was called; one with it may have been, if it lets the failure of
-/// a call of its own pass.
-bool RaisedByOrb(const CORBA::SystemException& error) noexcept;
-
 }  // namespace Corvanta

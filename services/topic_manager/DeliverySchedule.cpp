@@ -491,9 +491,4 @@ std::size_t DeliverySchedule::Stuck(SteadyTime now) const {
   return static_cast<std::size_t>(std::distance(in_flight_.begin(), in_flight_.lower_bound(now - limits_.patience)));
 }
 
-std::size_t DeliverySchedule::SubscriberCount(const std::string& topic) const {
-  const auto found = by_topic_.find(topic);
-  return found == by_topic_.end() ? 0 : found->second.size();
-}
-
 }  // namespace Lumenar

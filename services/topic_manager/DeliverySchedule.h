@@ -97,7 +97,6 @@ class DeliverySchedule {
   /// The deliveries under way that are stuck.
   std::size_t Stuck(SteadyTime now) const;
 
-  std::size_t SubscriberCount(const std::string& topic) const;
   const std::map<long, SubscriptionPtr>& Subscriptions() const { return subscriptions_; }
 
  private:

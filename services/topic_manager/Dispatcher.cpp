@@ -117,11 +117,6 @@ std::vector<Dispatcher::Status> Dispatcher::Subscriptions() const {
   return all;
 }
 
-std::size_t Dispatcher::SubscriberCount(const std::string& topic) const {
-  Lock lock(mutex_);
-  return schedule_.SubscriberCount(topic);
-}
-
 std::size_t Dispatcher::WorkerCount() const {
   Lock lock(mutex_);
   return workers_.size();

@@ -24,8 +24,6 @@ class PublishedValue : public Lumenar::HeldPublication, public boost::enable_sha
   PublishedValue(const std::string& topic, const T& initial)
       : publisher_(topic.c_str()), value_(initial), hold_(Lumenar::HoldReadings::CreateInstance()) {}
 
-  const std::string& Topic() const noexcept { return publisher_.Topic(); }
-
   /// Stores and publishes. A record as long as the last one is copied into the buffer that is there; one that the
   /// caller gives up is not copied, and comes back with the buffer of the last one (ExchangeRecord).
   ///
