@@ -51,14 +51,9 @@ HoldReadings::Publications HoldReadings::EndOne() {
   return due;
 }
 
-bool HoldReadings::IsHolding() const {
-  Lock lock(mutex_);
-  return holds_ > 0;
-}
-
 bool HoldReadings::Defer(const boost::weak_ptr<HeldPublication>& publication) {
   Lock lock(mutex_);
-  if (holds_ == 0) return false;
+  if (!IsHolding()) return false;
   deferred_.push_back(publication);
   return true;
 }

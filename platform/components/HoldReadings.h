@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>
 #include <vector>
@@ -37,7 +38,8 @@ class HoldReadings {
   /// Errors   std::logic_error when nothing is held.
   void Release();
 
-  bool IsHolding() const;
+  /// Takes no lock: what is published while nobody holds pays for nothing else.
+  bool IsHolding() const noexcept { return holds_ > 0; }
 
   /// Remembers a publication for the end of the hold; false, having done nothing, when nothing is held.
   bool Defer(const boost::weak_ptr<HeldPublication>& publication);
@@ -60,8 +62,8 @@ class HoldReadings {
   HoldReadings() = default;
   Publications EndOne();
 
-  mutable Mutex mutex_;  // a leaf
-  unsigned long holds_ GUARDED_BY(mutex_) = 0;
+  mutable Mutex mutex_;                  // a leaf
+  std::atomic<unsigned long> holds_{0};  // changes under the lock
   Publications deferred_ GUARDED_BY(mutex_);
 };
 

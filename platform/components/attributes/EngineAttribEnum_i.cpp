@@ -41,7 +41,7 @@ class AttribEnumServant : public AttribServant<POA_Corvanta::EngineAttribEnum, i
 EngineAttribEnum_i::EngineAttribEnum_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
                                        int initial, Callback callback,
                                        const std::vector<EngineAttribEnumParamElem>& elements)
-    : ServedReading(std::in_place_type<AttribEnumServant>, Place{namer, registration, name}, kAttribEnumKind, initial,
+    : ServedReading(std::in_place_type<AttribEnumServant>, namer, registration, name, kAttribEnumKind, initial,
                     std::move(callback), elements) {}
 
 }  // namespace Corvanta

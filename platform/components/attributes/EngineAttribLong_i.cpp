@@ -35,7 +35,7 @@ class AttribLongServant : public AttribServant<POA_Corvanta::EngineAttribLong, i
 
 EngineAttribLong_i::EngineAttribLong_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
                                        int initial, Callback callback, const EngineAttribLongParams& limits)
-    : ServedReading(std::in_place_type<AttribLongServant>, Place{namer, registration, name}, kAttribLongKind, initial,
+    : ServedReading(std::in_place_type<AttribLongServant>, namer, registration, name, kAttribLongKind, initial,
                     std::move(callback), limits) {}
 
 }  // namespace Corvanta

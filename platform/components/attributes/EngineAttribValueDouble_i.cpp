@@ -38,7 +38,7 @@ class AttribValueDoubleServant
 EngineAttribValueDouble_i::EngineAttribValueDouble_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
                                                      const char* name, const VALUE_DOUBLE::VALUE& initial,
                                                      Callback callback)
-    : ServedReading(std::in_place_type<AttribValueDoubleServant>, Place{namer, registration, name},
-                    kAttribValueDoubleKind, initial, std::move(callback)) {}
+    : ServedReading(std::in_place_type<AttribValueDoubleServant>, namer, registration, name, kAttribValueDoubleKind,
+                    initial, std::move(callback)) {}
 
 }  // namespace Corvanta

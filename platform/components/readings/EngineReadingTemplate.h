@@ -11,11 +11,20 @@ namespace Corvanta {
 /// A reading or attribute with a value of type T: the owner's side, which stores and publishes.
 template <class T>
 class EngineReadingTemplate : public Lumenar::EngineReadingBase_i {
- protected:
-  EngineReadingTemplate(ItemNamer& namer, const char* name, const T& initial)
-      : EngineReadingBase_i(namer, name), value_(boost::make_shared<PublishedValue<T>>(GetDDS_Topic(), initial)) {}
+ public:
+  /// Ends what others see of this, without waiting; assignments are still stored. The destructor does it too.
+  void Close() noexcept {
+    value_->Close();
+    EngineReadingBase_i::Close();
+  }
 
-  ~EngineReadingTemplate() override { value_->Close(); }
+ protected:
+  EngineReadingTemplate(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
+                        const ItemKind& kind, const T& initial)
+      : EngineReadingBase_i(namer, registration, name, kind),
+        value_(boost::make_shared<PublishedValue<T>>(GetDDS_Topic(), initial)) {}
+
+  ~EngineReadingTemplate() override { Close(); }
 
   const boost::shared_ptr<PublishedValue<T>> value_;  // shared with the servant
 };

@@ -84,7 +84,7 @@ class PublishedValue : public Lumenar::HeldPublication, public boost::enable_sha
   /// While a held publication waits for its turn, a later assignment takes its place in it: nothing is deferred twice.
   void PublishUnlessHeld() REQUIRES(order_) {
     if (closed_) return;
-    held_ = held_ && hold_->IsHolding() ? true : hold_->Defer(this->weak_from_this());
+    held_ = hold_->IsHolding() && (held_ || hold_->Defer(this->weak_from_this()));
     if (!held_) Publish();
   }
 
