@@ -17,10 +17,7 @@ InstrumentEngine::InstrumentEngine(const InstrumentKind& kind)
     : InstrumentEngine(kind, kind.create(SettingsFromEnvironment(kind.prefix))) {}
 
 InstrumentEngine::InstrumentEngine(const InstrumentKind& kind, std::unique_ptr<Instrument> instrument)
-    : kind_(kind),
-      orb_(std::make_unique<ORB_wrapper>(kind.name, "Lumenar/local")),
-      namer_(orb_->EngineName()),
-      instrument_(std::move(instrument)) {
+    : kind_(kind), orb_(kind.name, "Lumenar/local"), namer_(orb_->EngineName()), instrument_(std::move(instrument)) {
   instrument_->Offer({namer_, gui_able_});
   InstallRegistration();
   orb_->AddShutdownListener([this] { instrument_->Stop(); });  // while its samples still go out
@@ -28,9 +25,7 @@ InstrumentEngine::InstrumentEngine(const InstrumentKind& kind, std::unique_ptr<I
 }
 
 InstrumentEngine::~InstrumentEngine() {
-  orb_->Settle();
-  instrument_->Stop();
-  orb_.reset();
+  orb_.End([this] { instrument_->Stop(); });
 }
 
 void InstrumentEngine::InstallRegistration() {
