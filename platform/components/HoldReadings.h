@@ -3,21 +3,12 @@
 
 #include <atomic>
 #include <boost/shared_ptr.hpp>
-#include <boost/weak_ptr.hpp>
+#include <functional>
 #include <vector>
 
 #include "platform/base/Mutex.h"
 
 namespace Lumenar {
-
-/// Something that HoldReadings can hold back: the publication of one reading.
-class HeldPublication {
- public:
-  virtual ~HeldPublication() = default;
-
-  /// Called once the hold has ended.
-  virtual void PublishHeld() noexcept = 0;
-};
 
 /// Holds back the publications of all readings of the process: results are stored but not published; when the last hold
 /// ends, the newest value of each reading that was assigned meanwhile is published, in order of first assignment. A
@@ -41,8 +32,11 @@ class HoldReadings {
   /// Takes no lock: what is published while nobody holds pays for nothing else.
   bool IsHolding() const noexcept { return holds_ > 0; }
 
+  /// A publication to be made at the end of the hold; may find that its reading is gone. Never throws.
+  using Publication = std::function<void()>;
+
   /// Remembers a publication for the end of the hold; false, having done nothing, when nothing is held.
-  bool Defer(const boost::weak_ptr<HeldPublication>& publication);
+  bool Defer(Publication publication);
 
   /// A hold for the length of a block.
   class Block {
@@ -57,7 +51,7 @@ class HoldReadings {
   };
 
  private:
-  using Publications = std::vector<boost::weak_ptr<HeldPublication>>;
+  using Publications = std::vector<Publication>;
 
   HoldReadings() = default;
   Publications EndOne();

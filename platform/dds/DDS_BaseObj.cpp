@@ -99,6 +99,7 @@ struct DdsBaseAccess::Impl {
   /// calling again is harmless. One that was asked a moment ago is not asked again.
   DDS_Manager_ptr ReachForSure();
 
+  DDS_Manager_ptr AtHand();
   ORB_wrapper_base* Attach();
   CORBA::Long SubscribeAt(DDS_Manager_ptr manager, const char* topic, DDS_Sub_ptr subscriber, const Renewed& renewed);
   DDS_Manager_ptr Try(ORB_wrapper_base& orb, Urgency urgency);
@@ -149,7 +150,17 @@ ORB_wrapper_base* DdsBaseAccess::Impl::Attach() {
   return orb;
 }
 
+/// The manager that answered last, duplicated; nil when it has to be found. The road of each sample: one lock.
+DDS_Manager_ptr DdsBaseAccess::Impl::AtHand() {
+  if (!ORB_base::HasCurrent()) return DDS_Manager::_nil();
+  const CORBA::ORB_ptr current = ORB_base::Current().Orb();
+  Lock lock(mutex_);
+  return open_ && orb_.in() == current ? DDS_Manager::_duplicate(manager_) : DDS_Manager::_nil();
+}
+
 DDS_Manager_ptr DdsBaseAccess::Impl::Reach(Urgency urgency) {
+  DDS_Manager_var at_hand = AtHand();
+  if (!CORBA::is_nil(at_hand)) return at_hand._retn();
   ORB_wrapper_base* orb = Attach();
   if (orb == nullptr) return DDS_Manager::_nil();
   {

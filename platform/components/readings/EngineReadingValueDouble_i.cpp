@@ -15,8 +15,8 @@ using ReadingValueDoubleServant =
 
 EngineReadingValueDouble_i::EngineReadingValueDouble_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
                                                        const char* name, const VALUE_DOUBLE::VALUE& initial)
-    : ServedReading(std::in_place_type<ReadingValueDoubleServant>, namer, registration, name, kReadingValueDoubleKind,
-                    initial) {}
+    : EngineReadingTemplate(std::in_place_type<ReadingValueDoubleServant>, namer, registration, name,
+                            kReadingValueDoubleKind, initial) {}
 
 template <>
 bool FillVal<VALUE_DOUBLE::VALUE>(VALUE_DOUBLE::VALUE& out, const CORBA::Any& any) {

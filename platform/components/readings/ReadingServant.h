@@ -92,6 +92,17 @@ class ValueServant : public ReadingServant<Skeleton> {
  protected:
   ~ValueServant() override = default;
 
+  /// What a client's Set does once the value is found acceptable: the callback of the attribute is what stores; without
+  /// one the value is stored here. No lock is held while the callback runs.
+  template <class Callback>
+  void Accept(const Callback& callback, const T& value) {
+    if (callback) {
+      callback(value);
+    } else {
+      value_->Assign(value);
+    }
+  }
+
   const Value value_;
 };
 
