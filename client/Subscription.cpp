@@ -115,10 +115,10 @@ Subscription::Subscription(Connection& connection) : queue_(std::make_shared<Que
 }
 
 Subscription::~Subscription() {
-  orb_.WaitForShutdown();
+  const Corvanta::GivingBack giving_back(orb_);
   End();
   orb_.RemoveShutdownListener(shutdown_token_);
-  for (Entry& entry : entries_) Drop(entry);
+  for (Entry& entry : entries_) Drop(entry, giving_back);
 }
 
 void Subscription::Add(const Reading& reading) {
@@ -139,7 +139,7 @@ void Subscription::Add(const Reading& reading) {
   entries_.push_back(std::move(entry));
 }
 
-void Subscription::Drop(Entry& entry) noexcept {
+void Subscription::Drop(Entry& entry, const Corvanta::GivingBack&) noexcept {
   entry.servant->Close();
   Corvanta::DdsBaseAccess::Instance().Unsubscribe(entry.topic.c_str(), entry.reference);
   Corvanta::ORB_base::DeactivateObject(entry.servant.in());
@@ -147,7 +147,9 @@ void Subscription::Drop(Entry& entry) noexcept {
 
 std::optional<Delivery> Subscription::Next(std::chrono::milliseconds limit) {
   std::optional<Delivery> next = queue_->Next(limit);
-  if (queue_->Ended()) orb_.WaitForShutdown();  // the caller gives its references back now
+  if (queue_->Ended()) {
+    const Corvanta::GivingBack the_callers(orb_);  // who reads gives references back now
+  }
   return next;
 }
 void Subscription::End() noexcept { queue_->End(); }

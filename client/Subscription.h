@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "client/Connection.h"
+#include "platform/orb/GivingBack.h"
 #include "platform/wire/any_guard.h"
 
 namespace Lumenar::Client {
@@ -48,7 +49,7 @@ class Subscription {
   class Queue;
   class Subscriber;
   struct Entry;
-  void Drop(Entry& entry) noexcept;
+  void Drop(Entry& entry, const Corvanta::GivingBack& giving_back) noexcept;
 
   std::shared_ptr<Queue> queue_;
   Corvanta::ORB_base& orb_;

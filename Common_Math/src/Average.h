@@ -48,22 +48,22 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
   }
 
   char* GetType() override {
-    this->Gate().RequireOpen();
+    this->RequireOpen();
     return CORBA::string_dup(kAverageName);
   }
 
   Corvanta::EngineAttribLong_ptr AttrSize() override {
-    this->Gate().RequireOpen();
+    this->RequireOpen();
     return size_._this();
   }
 
   Corvanta::EngineAttribVoid_ptr AttrReset() override {
-    this->Gate().RequireOpen();
+    this->RequireOpen();
     return reset_._this();
   }
 
   Corvanta::EngineReadingBoolean_ptr AttrFull() override {
-    this->Gate().RequireOpen();
+    this->RequireOpen();
     return full_._this();
   }
 

@@ -18,8 +18,6 @@ std::atomic<std::uint64_t> used{0};
 
 void HistoryMemory::SetLimit(std::uint64_t bytes) noexcept { limit = bytes == 0 ? kNone : bytes; }
 
-std::uint64_t HistoryMemory::Used() noexcept { return used; }
-
 HistoryMemory::Share::Share(std::size_t bytes, std::size_t returned) : bytes_(bytes) {
   const std::uint64_t together = used.fetch_add(bytes_) + bytes_;
   if (bytes_ <= returned || together <= limit || together - limit <= returned) return;

@@ -12,7 +12,6 @@ class HistoryMemory {
  public:
   /// 0 at the start of the process means no limit.
   static void SetLimit(std::uint64_t bytes) noexcept;
-  static std::uint64_t Used() noexcept;
 
   /// What one sample holds, from construction to the end.
   class Share {

@@ -16,12 +16,12 @@ MathBase::MathBase() : id_(idCounter++), refused_(id_), gate_(Corvanta::UpcallGa
 MathBase::~MathBase() { gate_->Close(); }
 
 CORBA::Long MathBase::GetId() {
-  gate_->RequireOpen();
+  RequireOpen();
   return id_;
 }
 
 Corvanta::MathFactory::RefusalStatus* MathBase::Refusals() {
-  gate_->RequireOpen();
+  RequireOpen();
   return new Corvanta::MathFactory::RefusalStatus(refused_.Status());
 }
 
@@ -56,6 +56,7 @@ Corvanta::MathFactory::Math_ptr MathBase::Reference() const {
 }
 
 void MathBase::Close() noexcept {
+  CountedServant::Close();
   gate_->Close();
   CloseParts();
   reference_ = Corvanta::MathFactory::Math::_nil();  // the servant may outlive the ORB's use for it

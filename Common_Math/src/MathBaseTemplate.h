@@ -23,7 +23,7 @@ class MathBaseTemplate : virtual public MathBase {
       : result_(namer, gui, "RESULT", f_DefaultVal<T>()) {}
 
   Corvanta::EngineReadingBase_ptr AttrResult() override {
-    Gate().RequireOpen();
+    RequireOpen();
     return result_._this();
   }
 

@@ -81,7 +81,7 @@ MathFactory_i::MathFactory_i(GUI_AbleRegistration& registration, Corvanta::ORB_w
 MathFactory_i::~MathFactory_i() { gate_->Close(); }
 
 Math_ptr MathFactory_i::CreateMath(const ReadingAttribSeq& attribs) {
-  gate_->RequireOpen();
+  RequireOpen();
   try {
     const Place place(*this);
     const boost::shared_ptr<MathBase> object = Build(attribs);
@@ -134,7 +134,7 @@ void MathFactory_i::Enter(const boost::shared_ptr<MathBase>& object) {
 
 void MathFactory_i::Register(const boost::shared_ptr<MathBase>& object) {
   Lock lock(mutex_);
-  if (closed_) throw CORBA::OBJECT_NOT_EXIST();  // the factory went while the object was built; so does the object
+  if (IsClosed()) throw CORBA::OBJECT_NOT_EXIST();  // the factory went while the object was built; so does the object
   registry_[object->Id()] = object;
   most_ = std::max(most_, registry_.size());
 }
@@ -162,13 +162,13 @@ boost::shared_ptr<MathBase> MathFactory_i::Find(CORBA::Long id) {
 }
 
 Math_ptr MathFactory_i::GetMath(CORBA::Long id) {
-  gate_->RequireOpen();
+  RequireOpen();
   const boost::shared_ptr<MathBase> object = Find(id);
   return object ? object->Reference() : Corvanta::MathFactory::Math::_nil();
 }
 
 void MathFactory_i::DeleteMath(CORBA::Long id) {
-  gate_->RequireOpen();
+  RequireOpen();
   boost::shared_ptr<MathBase> object;
   bool half_is_gone = false;
   {
@@ -194,12 +194,12 @@ bool MathFactory_i::HalfIsGone() {
 }
 
 Corvanta::EngineAttribEnum_ptr MathFactory_i::AttrType() {
-  gate_->RequireOpen();
+  RequireOpen();
   return type_._this();
 }
 
 Corvanta::MathFactory::IdSeq* MathFactory_i::ListMath() {
-  gate_->RequireOpen();
+  RequireOpen();
   Corvanta::MathFactory::IdSeq_var ids = new Corvanta::MathFactory::IdSeq;
   Lock lock(mutex_);
   ids->length(static_cast<CORBA::ULong>(registry_.size()));
@@ -209,7 +209,7 @@ Corvanta::MathFactory::IdSeq* MathFactory_i::ListMath() {
 }
 
 Corvanta::MathFactory::MathStatusSeq* MathFactory_i::ListMathStatus() {
-  gate_->RequireOpen();
+  RequireOpen();
   const auto objects = All();
   Corvanta::LargeAnswer::Announce(objects.size() * kStatusBytes);
   Corvanta::MathFactory::MathStatusSeq_var list = new Corvanta::MathFactory::MathStatusSeq;
@@ -241,11 +241,11 @@ std::vector<PortableServer::Servant_var<MathBase>> MathFactory_i::All() {
 void MathFactory_i::TypeCallback(const int& value) { type_ = value; }
 
 void MathFactory_i::Close() noexcept {
+  CountedServant::Close();
   gate_->Close();
   Registry dropped;
   {
     Lock lock(mutex_);
-    closed_ = true;
     dropped.swap(registry_);
   }
   input_engines_.End();

@@ -93,7 +93,6 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces, public Corva
   std::size_t in_creation_ GUARDED_BY(mutex_) = 0;
   Registry registry_ GUARDED_BY(mutex_);
   std::size_t most_ GUARDED_BY(mutex_) = 0;  ///< objects at once, since memory was last given back
-  bool closed_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace Lumenar

@@ -19,20 +19,18 @@ void MathInit::FactoryOwner::operator()(MathFactory_i* factory) const noexcept {
 }
 
 MathInit::MathInit()
-    : orb_(new ORB_wrapper(Corvanta::kMathEngineName, Corvanta::kLocalContext)),
+    : orb_(Corvanta::kMathEngineName, Corvanta::kLocalContext),
       hw_enumerate_(Corvanta::HwEnumerate_Able::_nil()),
       progress_(Corvanta::Progress_Interface::_nil()),
       engine_file_name_("math_factory.engine") {
-  factory_.reset(new MathFactory_i(gui_able_, orb_.get()));
+  factory_.reset(new MathFactory_i(gui_able_, orb_.Get()));
   InstallFactory();
   InitHwInterface(boost::lexical_cast<int>(orb_->GetInstanceNum(Corvanta::kRegistrationName)));
   PushHwProgress(100.0);
 }
 
 MathInit::~MathInit() {
-  orb_->Settle();
-  factory_.reset();
-  orb_.reset();
+  orb_.End([this] { factory_.reset(); });
 }
 
 void MathInit::InstallFactory() {

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <boost/scoped_ptr.hpp>
 #include <memory>
 #include <string>
 
 #include "HwEnumerate.hh"
 #include "platform/components/GUI_Able_i.h"
-#include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/EngineOrb.h"
 
 namespace Lumenar {
 
@@ -46,7 +45,7 @@ class MathInit {
 
   void InstallFactory();
 
-  boost::scoped_ptr<Corvanta::ORB_wrapper> orb_;
+  Corvanta::EngineOrb orb_;
   GUI_Able_i gui_able_;
   std::unique_ptr<MathFactory_i, FactoryOwner> factory_;
   Corvanta::HwEnumerate_Able_var hw_enumerate_;

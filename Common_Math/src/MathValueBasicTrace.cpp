@@ -122,60 +122,61 @@ bool MathTrace::SizesDiffer(const char* function, std::size_t other_size) const 
   return true;
 }
 
-/// The rule as it stands, for lists of several units, for operators without a kernel and for failures in mid-trace.
-template <class Operation>
-void MathTrace::SampleBySample(Operation operation) {
-  float* samples = Samples();
-  std::vector<Sample>& entries = list_.Objects(samples);
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    operation(entries[i], i);
-    samples[i] = entries[i].Get_value();
-  }
-}
+TraceBySample MathTrace::BySample() { return TraceBySample(list_, Samples()); }
 
 MathTrace& MathTrace::DoValueEqualOp(const MathValue& other, ValueOperator op) {
   if (IsEmpty("DoValueEqualOp") || SizesDiffer("DoValueEqualOp", other.Length())) return *this;
   UpdateValues();
-  const Units reference = First().Get_unit();
-  const Units other_units = VALUE::UnitsFromCorba(other.record.units);
-  const bool has_kernel =
-      op == static_cast<ValueOperator>(&Sample::operator+=) || op == static_cast<ValueOperator>(&Sample::operator-=);
-  if (has_kernel && list_.IsUniform() && reference.is_dB == other_units.is_dB) {
-    AddOrSubtract(other, other_units, op);
-    return *this;
-  }
-  const float* operand = other.Samples();
-  SampleBySample([&](Sample& entry, std::size_t i) {
-    (entry.*op)(Sample(operand[i], other_units, 0.0f, 0.0f));
-    entry = InUnits(entry, reference);
-  });
+  BySample().Apply(op, {other.Samples(), VALUE::UnitsFromCorba(other.record.units)});
   return *this;
+}
+
+MathTrace& MathTrace::DoValueEqualOp(const float& number, NumberOperator op) {
+  if (IsEmpty("DoValueEqualOp")) return *this;
+  UpdateValues();
+  BySample().Apply(op, number);
+  record.units = VALUE::UnitsToCorba(First().Get_unit());
+  return *this;
+}
+
+/// As DoValueEqualOp with the operator of the step, and faster where all samples go the same way.
+MathTrace& MathTrace::Combine(const MathValue& other, CombineStep step) {
+  if (IsEmpty("DoValueEqualOp") || SizesDiffer("DoValueEqualOp", other.Length())) return *this;
+  UpdateValues();
+  const Units other_units = VALUE::UnitsFromCorba(other.record.units);
+  if (list_.IsUniform() && list_.Form().Get_unit().is_dB == other_units.is_dB) {
+    CombineUniform(other, other_units, step);
+  } else {
+    BySample().Apply(OperatorOf(step), {other.Samples(), other_units});
+  }
+  return *this;
+}
+
+MathTrace::ValueOperator MathTrace::OperatorOf(CombineStep step) {
+  if (step == CombineStep::Add) return &Sample::operator+=;
+  return &Sample::operator-=;
 }
 
 /// The first sample goes by the rule for one value: it throws what the units make it throw before anything has
 /// changed, and tells the errors of all.
-void MathTrace::AddOrSubtract(const MathValue& other, const Units& other_units, ValueOperator op) {
+void MathTrace::CombineUniform(const MathValue& other, const Units& other_units, CombineStep step) {
   const Units reference = list_.Form().Get_unit();
   const Sample operand_first(other.Samples()[0], other_units, 0.0f, 0.0f);
   Sample first = First();
-  (first.*op)(operand_first);
+  (first.*OperatorOf(step))(operand_first);
   first = InUnits(first, reference);
 
-  const TraceKernel combine = op == static_cast<ValueOperator>(&Sample::operator+=) ? Kernels::Add : Kernels::Subtract;
+  const TraceKernel combine = step == CombineStep::Add ? Kernels::Add : Kernels::Subtract;
   const bool directly = MeetAsTheyAre(reference, operand_first, Combination::Sum);
   const TraceConversion back = TraceConversion::Between(reference, reference);
   if (directly && back.IsIdentity()) {
     combine(Samples(), other.Samples(), Length());
   } else {
-    const TraceConversion operand_in = TraceConversion::Between(other_units, reference);
+    const TraceConversion operand_in = directly ? TraceConversion() : TraceConversion::Between(other_units, reference);
     InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
       float operand[kBlock];
       float* values = Samples() + begin;
-      if (directly) {
-        std::copy_n(other.Samples() + begin, count, operand);
-      } else {
-        operand_in.Apply(other.Samples() + begin, operand, count);
-      }
+      operand_in.Apply(other.Samples() + begin, operand, count);
       combine(values, operand, count);
       back.Apply(values, values, count);
     });
@@ -183,37 +184,33 @@ void MathTrace::AddOrSubtract(const MathValue& other, const Units& other_units, 
   list_.SetForm(first);
 }
 
-MathTrace& MathTrace::DoValueEqualOp(const float& number, NumberOperator op) {
+MathTrace& MathTrace::operator+=(const MathValue& other) { return Combine(other, CombineStep::Add); }
+
+MathTrace& MathTrace::operator-=(const MathValue& other) { return Combine(other, CombineStep::Subtract); }
+
+bool MathTrace::IsLinear() const { return list_.IsUniform() && !list_.Form().Get_unit().is_dB; }
+
+/// As DoValueEqualOp with the operator of the step. Where a quotient is not finite, the samples before it are divided all
+/// the same: one after the other, then.
+MathTrace& MathTrace::Scale(float number, ScaleStep step) {
   if (IsEmpty("DoValueEqualOp")) return *this;
   UpdateValues();
-  const bool multiply = op == static_cast<NumberOperator>(&Sample::operator*=);
-  const bool divide = op == static_cast<NumberOperator>(&Sample::operator/=);
-  const bool plain = list_.IsUniform() && !list_.Form().Get_unit().is_dB;
-  if (plain && multiply) {
+  const bool multiply = step == ScaleStep::Multiply;
+  if (IsLinear() && (multiply || Kernels::QuotientsAreFinite(Samples(), number, Length()))) {
     Sample first = First();
-    Kernels::Multiply(Samples(), number, Length());
-    list_.SetForm(first *= number);
-  } else if (plain && divide && Kernels::QuotientsAreFinite(Samples(), number, Length())) {
-    Sample first = First();
-    first /= number;
-    Kernels::Divide(Samples(), number, Length());
+    multiply ? first *= number : first /= number;
+    (multiply ? Kernels::Multiply : Kernels::Divide)(Samples(), number, Length());
     list_.SetForm(first);
   } else {
-    SampleBySample([&](Sample& entry, std::size_t) { (entry.*op)(number); });
+    BySample().Apply(multiply ? &Sample::operator*= : &Sample::operator/=, number);
   }
   record.units = VALUE::UnitsToCorba(First().Get_unit());
   return *this;
 }
 
-MathTrace& MathTrace::operator+=(const MathValue& other) { return DoValueEqualOp(other, &Sample::operator+=); }
+MathTrace& MathTrace::operator*=(const int& factor) { return Scale(ExactFloat(factor), ScaleStep::Multiply); }
 
-MathTrace& MathTrace::operator-=(const MathValue& other) { return DoValueEqualOp(other, &Sample::operator-=); }
-
-MathTrace& MathTrace::operator*=(const int& factor) { return DoValueEqualOp(ExactFloat(factor), &Sample::operator*=); }
-
-MathTrace& MathTrace::operator/=(const int& divisor) {
-  return DoValueEqualOp(ExactFloat(divisor), &Sample::operator/=);
-}
+MathTrace& MathTrace::operator/=(const int& divisor) { return Scale(ExactFloat(divisor), ScaleStep::Divide); }
 
 bool MathTrace::CombinesPlainlyWith(const MathValue& other) const {
   if (Length() == 0 || other.Length() != Length()) return false;
@@ -261,9 +258,7 @@ MathTrace& MathTrace::RelativeSubEqual(const MathValue& other) {
     }
     list_.SetForm(first);
   } else {
-    SampleBySample([&](Sample& entry, std::size_t i) {
-      entry = Value::Relative_sub(entry, Sample(operand[i], other_units, 0.0f, 0.0f));
-    });
+    BySample().SubtractRelatively({operand, other_units});
   }
   record.units = VALUE::UnitsToCorba(First().Get_unit());
   return *this;
@@ -290,12 +285,8 @@ Value::Value_object<double> MathTrace::CumulativeAdd(int start, int stop) const 
 }
 
 MathTrace::Sample MathTrace::SumOf(std::size_t first, std::size_t last) const {
-  Sample sum = list_.At(first, Samples());
-  if (list_.IsUniform()) {
-    return InFormOf(list_.Form(), Kernels::SumInOrder(sum.Get_value(), Samples() + first + 1, last - first));
-  }
-  for (std::size_t i = first + 1; i <= last; ++i) sum += list_.At(i, Samples());
-  return sum;
+  if (!list_.IsUniform()) return TraceBySample::Sum(list_, Samples(), first, last);
+  return InFormOf(list_.Form(), Kernels::SumInOrder(Samples()[first], Samples() + first + 1, last - first));
 }
 
 void MathTrace::Add_dB() {
@@ -303,11 +294,8 @@ void MathTrace::Add_dB() {
   UpdateValues();
   Units target = First().Get_unit();
   target.is_dB = true;
-  const auto positive = [](const Sample& entry) {
-    return entry.Get_value() <= 0.0f ? InFormOf(entry, std::numeric_limits<float>::min()) : entry;
-  };
   if (list_.IsUniform()) {
-    const Sample first = positive(First()).Convert_to(target);
+    const Sample first = RaisedToPositive(First()).Convert_to(target);
     const TraceConversion conversion = TraceConversion::OfLinear(list_.Form().Get_unit(), target);
     InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
       float* values = Samples() + begin;
@@ -316,10 +304,7 @@ void MathTrace::Add_dB() {
     });
     list_.SetForm(first);
   } else {
-    SampleBySample([&](Sample& entry, std::size_t) {
-      entry = positive(entry);
-      entry = entry.Convert_to(target);
-    });
+    BySample().AddDecibels(target);
   }
   record.units = VALUE::UnitsToCorba(target);
 }
@@ -335,7 +320,7 @@ bool MathTrace::Remove_dB() {
     TraceConversion::Between(list_.Form().Get_unit(), target).Apply(Samples(), Samples(), Length());
     list_.SetForm(first);
   } else {
-    SampleBySample([&](Sample& entry, std::size_t) { entry = InUnits(entry, target); });
+    BySample().RemoveDecibels(target);
   }
   record.units = VALUE::UnitsToCorba(target);
   return true;
@@ -364,7 +349,8 @@ void MathTrace::DoPeak(const MathValue& other) {
     throw MathFactoryException("Doing Peak search: traces are different sizes! ");
   }
   UpdateValues();
-  if (!list_.IsUniform() || !other.list_.IsUniform() || !HoldUniformPeak(other)) HoldPeakBySample(other);
+  if (list_.IsUniform() && other.list_.IsUniform() && HoldUniformPeak(other)) return;
+  BySample().HoldPeak(other.list_, other.Samples());
 }
 
 bool MathTrace::HoldUniformPeak(const MathValue& other) {
@@ -392,22 +378,6 @@ bool MathTrace::HoldUniformPeak(const MathValue& other) {
   });
   list_.SetPeakHeld(std::move(values), std::move(replaced), theirs);
   return true;
-}
-
-void MathTrace::HoldPeakBySample(const MathValue& other) {
-  const Units reference = First().Get_unit();
-  const std::vector<Sample> candidates = other.list_.Copies(other.Samples());
-  float* samples = Samples();
-  std::vector<Sample>& entries = list_.Objects(samples);
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    const Units unit = candidates[i].Get_unit();
-    const bool same_unit = Units_library::Compare_units_DB(unit, entries[i].Get_unit(), true);
-    const float held = (same_unit ? entries[i] : InUnits(entries[i], unit)).Get_value();
-    if (held < candidates[i].Get_value()) {
-      entries[i] = candidates[i];
-      samples[i] = InUnits(candidates[i], reference).Get_value();
-    }
-  }
 }
 
 template <>

@@ -8,6 +8,7 @@
 #include "BASIC_TRACE.hh"
 #include "Common_Math/src/MathValue.h"
 #include "Common_Math/src/SampleList.h"
+#include "Common_Math/src/TraceBySample.h"
 #include "EngineReading.hh"
 #include "platform/value/Value_object.h"
 
@@ -24,8 +25,8 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
  public:
   using Record = Corvanta::BASIC_TRACE::BT_DATA;
   using Sample = Value::Value_object<float>;
-  using ValueOperator = Sample& (Sample::*)(const Sample&);
-  using NumberOperator = Sample& (Sample::*)(const float&);
+  using ValueOperator = TraceBySample::ValueOperator;
+  using NumberOperator = TraceBySample::NumberOperator;
 
   /// The present value of a BasicTrace reading; no other interface is accepted.
   /// Errors   a diagnostic line and MathFactoryException; CORBA system exceptions.
@@ -64,9 +65,11 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
   /// Sample by sample `op` with a number; the trace takes the resulting unit.
   MathValue& DoValueEqualOp(const float& number, NumberOperator op);
 
+  /// DoValueEqualOp with the sample's own operator, without an object for each sample where that gives the same bits.
   MathValue& operator+=(const MathValue& other);
   MathValue& operator-=(const MathValue& other);
 
+  /// The same with a number.
   /// Errors   MathFactoryException for an integer that no 32-bit float represents; std::out_of_range from the division.
   MathValue& operator*=(const int& factor);
   MathValue& operator/=(const int& divisor);
@@ -116,12 +119,17 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
   const float* Samples() const { return record.samples.get_buffer(); }
   Sample First() const;
 
-  template <class Operation>
-  void SampleBySample(Operation operation);
-  void AddOrSubtract(const MathValue& other, const Value::Units& other_units, ValueOperator op);
+  enum class CombineStep { Add, Subtract };
+  enum class ScaleStep { Multiply, Divide };
+
+  static ValueOperator OperatorOf(CombineStep step);
+  MathValue& Combine(const MathValue& other, CombineStep step);
+  void CombineUniform(const MathValue& other, const Value::Units& other_units, CombineStep step);
+  MathValue& Scale(float number, ScaleStep step);
+  bool IsLinear() const;
+  TraceBySample BySample();
   Sample SumOf(std::size_t first, std::size_t last) const;
   bool HoldUniformPeak(const MathValue& other);
-  void HoldPeakBySample(const MathValue& other);
 
   mutable SampleList list_;
   mutable bool refresh_needed_ = true;

@@ -42,12 +42,12 @@ class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
   }
 
   char* GetType() override {
-    this->Gate().RequireOpen();
+    this->RequireOpen();
     return CORBA::string_dup(kPeakName);
   }
 
   Corvanta::EngineAttribVoid_ptr AttrReset() override {
-    this->Gate().RequireOpen();
+    this->RequireOpen();
     return reset_._this();
   }
 

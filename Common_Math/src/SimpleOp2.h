@@ -66,7 +66,7 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
   }
 
   char* GetType() override {
-    this->Gate().RequireOpen();
+    this->RequireOpen();
     return CORBA::string_dup(type_.c_str());
   }
 

@@ -40,7 +40,7 @@ class SimpleOp3 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
   }
 
   char* GetType() override {
-    this->Gate().RequireOpen();
+    this->RequireOpen();
     return CORBA::string_dup(type_.c_str());
   }
 

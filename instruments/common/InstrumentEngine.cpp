@@ -19,7 +19,7 @@ InstrumentEngine::InstrumentEngine(const InstrumentKind& kind)
 
 InstrumentEngine::InstrumentEngine(const InstrumentKind& kind, std::unique_ptr<Instrument> instrument)
     : kind_(kind),
-      orb_(std::make_unique<ORB_wrapper>(kind.name, Corvanta::kLocalContext)),
+      orb_(kind.name, Corvanta::kLocalContext),
       namer_(orb_->EngineName()),
       instrument_(std::move(instrument)) {
   instrument_->Offer({namer_, gui_able_});
@@ -29,9 +29,7 @@ InstrumentEngine::InstrumentEngine(const InstrumentKind& kind, std::unique_ptr<I
 }
 
 InstrumentEngine::~InstrumentEngine() {
-  orb_->Settle();
-  instrument_->Stop();
-  orb_.reset();
+  orb_.End([this] { instrument_->Stop(); });
 }
 
 void InstrumentEngine::InstallRegistration() {

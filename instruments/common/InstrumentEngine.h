@@ -6,7 +6,7 @@
 
 #include "instruments/common/Instrument.h"
 #include "platform/components/GUI_Able_i.h"
-#include "platform/orb/ORB_wrapper.h"
+#include "platform/orb/EngineOrb.h"
 
 namespace Lumenar::Instruments {
 
@@ -34,7 +34,7 @@ class InstrumentEngine {
   void Announce() noexcept;
 
   const InstrumentKind& kind_;
-  std::unique_ptr<Corvanta::ORB_wrapper> orb_;
+  Corvanta::EngineOrb orb_;
   GUI_Able_i gui_able_;
   Corvanta::ItemNamer namer_;
   std::unique_ptr<Instrument> instrument_;

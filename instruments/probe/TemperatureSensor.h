@@ -24,8 +24,6 @@ class TemperatureSensor {
   /// In degC; nothing when the sensor cannot be read at the moment.
   std::optional<Figure> Read();
 
-  const std::filesystem::path& File() const { return file_; }
-
  private:
   std::filesystem::path file_;
   std::int64_t step_mdegC_ = 1000;

@@ -39,7 +39,7 @@ void Fill(Corvanta::Item& item, const GUI_AbleRegistration::Entry& entry) {
 }
 
 /// The list of items, and what the ORB calls.
-class Servant : public POA_Corvanta::GUI_Able, public Corvanta::ClosableServant {
+class Servant : public POA_Corvanta::GUI_Able, public Corvanta::CountedServant {
  public:
   explicit Servant(std::string engine) : engine_(std::move(engine)) {}
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/components/HoldReadings.h"
 
+#include <boost/weak_ptr.hpp>
 #include <stdexcept>
 #include <utility>
 
@@ -36,10 +37,7 @@ void HoldReadings::Hold() {
 }
 
 void HoldReadings::Release() {
-  for (const boost::weak_ptr<HeldPublication>& deferred : EndOne()) {
-    const boost::shared_ptr<HeldPublication> publication = deferred.lock();
-    if (publication) publication->PublishHeld();
-  }
+  for (const Publication& publish : EndOne()) publish();
 }
 
 /// What is to be published now: nothing as long as another hold stands.
@@ -51,15 +49,10 @@ HoldReadings::Publications HoldReadings::EndOne() {
   return due;
 }
 
-bool HoldReadings::IsHolding() const {
+bool HoldReadings::Defer(Publication publication) {
   Lock lock(mutex_);
-  return holds_ > 0;
-}
-
-bool HoldReadings::Defer(const boost::weak_ptr<HeldPublication>& publication) {
-  Lock lock(mutex_);
-  if (holds_ == 0) return false;
-  deferred_.push_back(publication);
+  if (!IsHolding()) return false;
+  deferred_.push_back(std::move(publication));
   return true;
 }
 

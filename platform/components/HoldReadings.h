@@ -1,22 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <boost/shared_ptr.hpp>
-#include <boost/weak_ptr.hpp>
+#include <functional>
 #include <vector>
 
 #include "platform/base/Mutex.h"
 
 namespace Lumenar {
-
-/// Something that HoldReadings can hold back: the publication of one reading.
-class HeldPublication {
- public:
-  virtual ~HeldPublication() = default;
-
-  /// Called once the hold has ended.
-  virtual void PublishHeld() noexcept = 0;
-};
 
 /// Holds back the publications of all readings of the process: results are stored but not published; when the last hold
 /// ends, the newest value of each reading that was assigned meanwhile is published, in order of first assignment. A
@@ -37,10 +29,14 @@ class HoldReadings {
   /// Errors   std::logic_error when nothing is held.
   void Release();
 
-  bool IsHolding() const;
+  /// Takes no lock: what is published while nobody holds pays for nothing else.
+  bool IsHolding() const noexcept { return holds_ > 0; }
+
+  /// A publication to be made at the end of the hold; may find that its reading is gone. Never throws.
+  using Publication = std::function<void()>;
 
   /// Remembers a publication for the end of the hold; false, having done nothing, when nothing is held.
-  bool Defer(const boost::weak_ptr<HeldPublication>& publication);
+  bool Defer(Publication publication);
 
   /// A hold for the length of a block.
   class Block {
@@ -55,13 +51,13 @@ class HoldReadings {
   };
 
  private:
-  using Publications = std::vector<boost::weak_ptr<HeldPublication>>;
+  using Publications = std::vector<Publication>;
 
   HoldReadings() = default;
   Publications EndOne();
 
-  mutable Mutex mutex_;  // a leaf
-  unsigned long holds_ GUARDED_BY(mutex_) = 0;
+  mutable Mutex mutex_;                  // a leaf
+  std::atomic<unsigned long> holds_{0};  // changes under the lock
   Publications deferred_ GUARDED_BY(mutex_);
 };
 

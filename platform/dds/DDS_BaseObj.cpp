@@ -71,23 +71,15 @@ DDS_Manager_ptr Find(ORB_wrapper_base& orb, DDS_Manager_ptr known) {
 
 /// The reference of the manager, and what is known of it. No lock is held over a remote call.
 struct DdsBaseAccess::Impl {
-  enum class Urgency { CanWait, Urgent, Silent };
-
   void Publish(const char* topic, const SampleView& sample);
   CORBA::Long Subscribe(const char* topic, DDS_Sub_ptr subscriber, Renewed renewed);
   void Unsubscribe(const char* topic, DDS_Sub_ptr subscriber);
 
-  /// The manager, duplicated, or nil. An urgent caller tries it also when it was found away a moment ago; a silent one
-  /// leaves no note of its absence.
-  DDS_Manager_ptr Reach(Urgency urgency);
-
-  /// A manager that answered just now, or nil: a connection that broke with an earlier manager is found out here, where
-  /// calling again is harmless. One that was asked a moment ago is not asked again.
-  DDS_Manager_ptr ReachForSure();
-
   std::atomic<unsigned long long> lost{0};
 
  private:
+  enum class Urgency { CanWait, Urgent, Silent };
+
   /// A call that makes a subscription; the end of the ORB waits for it, so that none stands that nobody ends.
   class Making {
    public:
@@ -100,6 +92,15 @@ struct DdsBaseAccess::Impl {
     Impl& impl_;
   };
 
+  /// The manager, duplicated, or nil. An urgent caller tries it also when it was found away a moment ago; a silent one
+  /// leaves no note of its absence.
+  DDS_Manager_ptr Reach(Urgency urgency);
+
+  /// A manager that answered just now, or nil: a connection that broke with an earlier manager is found out here, where
+  /// calling again is harmless. One that was asked a moment ago is not asked again.
+  DDS_Manager_ptr ReachForSure();
+
+  DDS_Manager_ptr AtHand();
   ORB_wrapper_base* Attach();
   CORBA::Long SubscribeAt(DDS_Manager_ptr manager, const char* topic, DDS_Sub_ptr subscriber, const Renewed& renewed);
   DDS_Manager_ptr Try(ORB_wrapper_base& orb, Urgency urgency);
@@ -150,7 +151,17 @@ ORB_wrapper_base* DdsBaseAccess::Impl::Attach() {
   return orb;
 }
 
+/// The manager that answered last, duplicated; nil when it has to be found. The road of each sample: one lock.
+DDS_Manager_ptr DdsBaseAccess::Impl::AtHand() {
+  if (!ORB_base::HasCurrent()) return DDS_Manager::_nil();
+  const CORBA::ORB_ptr current = ORB_base::Current().Orb();
+  Lock lock(mutex_);
+  return open_ && orb_.in() == current ? DDS_Manager::_duplicate(manager_) : DDS_Manager::_nil();
+}
+
 DDS_Manager_ptr DdsBaseAccess::Impl::Reach(Urgency urgency) {
+  DDS_Manager_var at_hand = AtHand();
+  if (!CORBA::is_nil(at_hand)) return at_hand._retn();
   ORB_wrapper_base* orb = Attach();
   if (orb == nullptr) return DDS_Manager::_nil();
   {
@@ -361,12 +372,6 @@ DdsBaseAccess::~DdsBaseAccess() = default;
 DdsBaseAccess& DdsBaseAccess::Instance() {
   static DdsBaseAccess* access = new DdsBaseAccess;  // outlives every publisher
   return *access;
-}
-
-DDS_Manager_ptr DdsBaseAccess::Manager() {
-  DDS_Manager_var manager = impl_->ReachForSure();
-  if (CORBA::is_nil(manager)) throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
-  return manager._retn();
 }
 
 void DdsBaseAccess::Publish(const char* topic, const SampleView& sample) noexcept {

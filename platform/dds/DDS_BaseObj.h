@@ -20,9 +20,6 @@ class DdsBaseAccess {
  public:
   static DdsBaseAccess& Instance();
 
-  /// Errors   CORBA::TRANSIENT when the manager cannot be found.
-  DDS_Manager_ptr Manager();
-
   /// Sends a sample to the manager. Never throws: a manager that is away loses the sample, counted.
   void Publish(const char* topic, const SampleView& sample) noexcept;
 
@@ -30,7 +27,8 @@ class DdsBaseAccess {
   /// even once after the subscription was ended.
   using Renewed = std::function<void(CORBA::Long handle)>;
 
-  /// The handle that the manager gave. Errors   CORBA system exceptions.
+  /// The handle that the manager gave.
+  /// Errors   CORBA::TRANSIENT when the manager cannot be found; other CORBA system exceptions.
   CORBA::Long Subscribe(const char* topic, DDS_Sub_ptr subscriber, Renewed renewed = {});
 
   /// Ends a subscription of this subscriber, by the reference that it was made with. A manager that is away is silently

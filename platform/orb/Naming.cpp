@@ -184,23 +184,6 @@ void Naming::UnbindOurs(const Path& path, CORBA::Object_ptr object) const {
   if (object->_is_equivalent(bound)) root->unbind(NameOf(path));
 }
 
-void Naming::Unbind(const Path& path) noexcept {
-  try {
-    CORBA::Object_var object;
-    {
-      Lumenar::Lock lock(mutex_);
-      const auto found = names_.find(path);
-      if (found == names_.end()) return;
-      object = found->second;
-      names_.erase(found);
-    }
-    UnbindOurs(path, object);
-  } catch (const CORBA::Exception&) {  // the name, or the service, is gone already
-  } catch (const std::exception& exception) {
-    Lumenar::WriteError(std::string("naming: a name was not unbound: ") + exception.what());
-  }
-}
-
 void Naming::UnbindAll() noexcept {
   try {
     EndKeeper();
@@ -285,10 +268,8 @@ void Naming::RestoreLostNames() {
 void Naming::Restore(const Path& path, CORBA::Object_ptr object) {
   try {
     WithContexts(path, [&](CosNaming::NamingContext_ptr root) { root->bind(NameOf(path), object); });
-  } catch (const CosNaming::NamingContext::AlreadyBound&) {
-    return;  // bound meanwhile
+  } catch (const CosNaming::NamingContext::AlreadyBound&) {  // bound meanwhile
   }
-  if (!Holds(path)) UnbindOurs(path, object);  // given up while it was put back
 }
 
 void Naming::NoteTrouble(const char* trouble, const CORBA::SystemException& error) {
@@ -298,11 +279,6 @@ void Naming::NoteTrouble(const char* trouble, const CORBA::SystemException& erro
 
 void Naming::NoteBack() {
   if (std::exchange(trouble_, nullptr) != nullptr) Lumenar::WriteError("naming service at " + address_ + " is back");
-}
-
-bool Naming::Holds(const Path& path) {
-  Lumenar::Lock lock(mutex_);
-  return names_.count(path) != 0;
 }
 
 }  // namespace Corvanta

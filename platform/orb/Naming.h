@@ -38,7 +38,6 @@ class Naming {
   CORBA::Object_ptr ResolveWithin(const Path& path, std::chrono::milliseconds limit) const;
   void Bind(const Path& path, CORBA::Object_ptr object);
   int BindInstance(const Path& context, CORBA::Object_ptr object);
-  void Unbind(const Path& path) noexcept;
   std::vector<std::string> List(const Path& context) const;
 
   /// Unbinds every name that is still ours; none is put back after that.
@@ -59,7 +58,6 @@ class Naming {
   void EndKeeper() noexcept;
   void RestoreLostNames();
   void Restore(const Path& path, CORBA::Object_ptr object);
-  bool Holds(const Path& path);
   void NoteTrouble(const char* trouble, const CORBA::SystemException& error);
   void NoteBack();
 

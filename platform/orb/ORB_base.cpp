@@ -207,10 +207,4 @@ void ORB_base::SetCallTimeout(CORBA::Object_ptr object, std::chrono::millisecond
   omniORB::setClientCallTimeout(object, static_cast<CORBA::ULong>(limit.count()));
 }
 
-bool RaisedByOrb(const CORBA::SystemException& error) noexcept {
-  constexpr CORBA::ULong kVendor = 0x41540000,
-                         kVendorMask = 0xfffff000;  // the first of the minor codes that were assigned to this ORB
-  return (error.minor() & kVendorMask) == kVendor;
-}
-
 }  // namespace Corvanta

@@ -57,14 +57,8 @@ class ORB_base {
   ///
   /// While omniORB 4.2 stops it marks every reference of the process, and one that another thread is giving back at
   /// that very moment ends the process. So threads that make calls end in a shutdown listener, and who gives references
-  /// back before this object goes calls Settle first.
+  /// back before this object goes does it through EngineOrb or GivingBack.
   void Shutdown() noexcept;
-
-  /// Returns when a shutdown that has begun is complete; at once when none has, and in a request.
-  void WaitForShutdown() noexcept;
-
-  /// WaitForShutdown, and no signal begins one from here on.
-  void Settle() noexcept;
 
   /// Registers something to do, once, before the ORB stops; run in reverse order of registration. Must not throw.
   /// Returns a token for RemoveShutdownListener (which does nothing for a listener that ran).
@@ -82,11 +76,16 @@ class ORB_base {
 
  protected:
   std::unique_ptr<Impl> impl_;
-};
 
-/// Whether an exception bears the ORB's own mark: the call failed on the way, or the ORB at its other end refused it.
-/// One without the mark was raised by the object that was called; one with it may have been, if it lets the failure of
-/// a call of its own pass.
-bool RaisedByOrb(const CORBA::SystemException& error) noexcept;
+ private:
+  friend class EngineOrb;
+  friend class GivingBack;
+
+  /// Returns when a shutdown that has begun is complete; at once when none has, and in a request.
+  void WaitForShutdown() noexcept;
+
+  /// WaitForShutdown, and no signal begins one from here on.
+  void Settle() noexcept;
+};
 
 }  // namespace Corvanta

@@ -73,8 +73,6 @@ int ORB_wrapper_base::BindInstance(const std::vector<std::string>& context, CORB
   return impl_->naming->BindInstance(context, object);
 }
 
-void ORB_wrapper_base::Unbind(const std::vector<std::string>& path) noexcept { impl_->naming->Unbind(path); }
-
 std::vector<std::string> ORB_wrapper_base::List(const std::vector<std::string>& context) {
   return impl_->naming->List(context);
 }

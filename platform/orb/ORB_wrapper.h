@@ -54,9 +54,6 @@ class ORB_wrapper_base : public ORB_base {
   /// bound to it or its object is gone. Unbound at shutdown.
   int BindInstance(const std::vector<std::string>& context, CORBA::Object_ptr object);
 
-  /// Unbinds what this process bound there; nothing there, or a naming service that is away, is ignored.
-  void Unbind(const std::vector<std::string>& path) noexcept;
-
   /// The names below a context, without sub-names; empty when the context is not there.
   std::vector<std::string> List(const std::vector<std::string>& context);
 };

@@ -26,15 +26,6 @@ void UpcallGate::Close() noexcept {
   changed_.NotifyAll();
 }
 
-bool UpcallGate::IsClosed() const {
-  Lumenar::Lock lock(mutex_);
-  return state_ == State::Closed;
-}
-
-void UpcallGate::RequireOpen() const {
-  if (IsClosed()) throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
-}
-
 PortableServer::ServantBase* UpcallGate::Enter() {
   Lumenar::Lock lock(mutex_);
   if (state_ == State::Building && !may_wait) throw WouldWait();

@@ -13,6 +13,8 @@ namespace Corvanta {
 
 /// The door through which calls from outside reach one object that counts its references (a servant).
 ///
+/// Requests that reach the servant itself are turned away by its own flag (CountedServant); the gate is for what others
+/// call in the object: its subscriptions and attributes, whose servants outlive it perhaps.
 /// While the object is built, callers wait; once open, each caller holds the object alive until it leaves; once closed,
 /// callers find nobody. Closing never waits for callers inside. Outlives its object: servants and callbacks share it.
 class UpcallGate : public boost::enable_shared_from_this<UpcallGate> {
@@ -26,8 +28,6 @@ class UpcallGate : public boost::enable_shared_from_this<UpcallGate> {
 
   /// Lets nobody in any more, and sends away who waits. The object's owner calls it before it gives up its reference.
   void Close() noexcept;
-
-  bool IsClosed() const;
 
   /// Holds the object for the length of a call; false when the gate is closed. Errors   WouldWait.
   class Pass {
@@ -68,16 +68,12 @@ class UpcallGate : public boost::enable_shared_from_this<UpcallGate> {
     };
   }
 
-  /// Throws CORBA::OBJECT_NOT_EXIST when closed: the first line of an operation of a servant that its owner has given
-  /// up.
-  void RequireOpen() const;
-
  private:
   explicit UpcallGate(PortableServer::ServantBase* object) : object_(object) {}
   PortableServer::ServantBase* Enter();
 
   enum class State { Building, Open, Closed };
-  mutable Lumenar::Mutex mutex_;
+  Lumenar::Mutex mutex_;
   Lumenar::Condition changed_;
   State state_ GUARDED_BY(mutex_) = State::Building;
   PortableServer::ServantBase* const object_;

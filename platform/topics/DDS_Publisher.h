@@ -15,8 +15,6 @@ class DDS_Publisher : public DDS_BaseObj, virtual public boost::noncopyable {
  public:
   explicit DDS_Publisher(const char* topic) : topic_(topic) {}
 
-  const std::string& Topic() const noexcept { return topic_; }
-
   /// Sends a record on the topic. Never throws; see DdsBaseAccess::Publish. The caller keeps the order: one call at a
   /// time.
   void Publish(const T& record) noexcept { DdsBase().Publish(topic_.c_str(), ViewOf(record)); }

@@ -5,6 +5,7 @@
 #include <boost/noncopyable.hpp>
 
 #include "platform/dds/DDS_BaseObj.h"
+#include "platform/servants/OwnedServant.h"
 #include "platform/topics/SubscriberServant.h"
 
 namespace Corvanta {

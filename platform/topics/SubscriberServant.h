@@ -10,7 +10,7 @@
 #include "platform/base/Diagnostic.h"
 #include "platform/base/InstanceCounter.h"
 #include "platform/dds/GroupSubscriber.h"
-#include "platform/servants/OwnedServant.h"
+#include "platform/servants/CountedServant.h"
 #include "platform/topics/FillVal.h"
 
 namespace Corvanta {
@@ -24,7 +24,7 @@ class CountedSubscriberServant : private Lumenar::Counted<CountedSubscriberServa
 /// The counted part of a DDS_Subscriber, which the ORB calls.
 /// Threads   any; deliveries that arrive together run together.
 template <class T>
-class SubscriberServant : public GroupSubscriber, public ClosableServant, private CountedSubscriberServant {
+class SubscriberServant : public GroupSubscriber, public CountedServant, private CountedSubscriberServant {
  public:
   /// May take over what it needs of the record: nobody looks at it afterwards.
   using Taker = boost::function<void(const char*, T&&)>;
@@ -40,7 +40,7 @@ class SubscriberServant : public GroupSubscriber, public ClosableServant, privat
     JoinGroup(handle);
   }
   void Close() noexcept {
-    ClosableServant::Close();
+    CountedServant::Close();
     LeaveGroup();
   }
 

@@ -10,7 +10,6 @@
 #include "platform/orb/names.h"
 #include "platform/program/local_arguments.h"
 #include "platform/program/program.h"
-#include "platform/signals/Signals.h"
 #include "services/hw_enumeration/HwEnumerate_Able_i.h"
 
 LUMENAR_LOCAL_ARGUMENTS("hw_enumeration")
@@ -37,10 +36,7 @@ void Serve(const std::string& state) {
   orb.Activate();
   Lumenar::AtNamingService(orb, [&] { orb.Bind(kName, service); });
   Lumenar::WriteOut("hw_enumeration ready");
-  try {
-    orb.Run();
-  } catch (const Signal_Exception&) {  // the ordinary end
-  }
+  orb.Run();
 }
 
 int Run(int argc, char** argv) {

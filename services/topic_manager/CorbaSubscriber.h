@@ -3,7 +3,7 @@
 
 #include <chrono>
 
-#include "services/topic_manager/Subscription.h"
+#include "services/topic_manager/Subscriber.h"
 
 namespace Lumenar {
 

@@ -130,7 +130,7 @@ CORBA::Long DDS_Manager_i::Begin(const std::string& topic, const std::string& re
   EnterTopic(topic);
   long handle = 0;
   try {
-    handle = store_.AddUnsaved(topic, reference);
+    handle = store_.Add(topic, reference);
   } catch (const std::length_error&) {
     LeaveTopic(topic);
     throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);

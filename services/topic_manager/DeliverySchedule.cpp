@@ -8,20 +8,16 @@ namespace Lumenar {
 
 using Place = Subscription::Place;
 
-DeliverySchedule::~DeliverySchedule() {
-  for (const auto& [address, endpoint] : endpoints_) endpoint->parked.clear();
-}
-
 void DeliverySchedule::Add(long handle, const std::string& topic, const std::string& address,
                            boost::shared_ptr<Subscriber> subscriber, SteadyTime now) {
   EndpointPtr& endpoint = endpoints_[address];
   if (endpoint == nullptr) {
-    endpoint = boost::shared_ptr<Endpoint>(new Endpoint(address));
+    endpoint = EndpointPtr(new Endpoint(address, limits_));
     // Anywhere in the first period, so that many that come together are not looked at together ever after.
     const auto period = static_cast<std::size_t>(limits_.look_period.count());
-    if (period > 0) LookAfter(endpoint, now + std::chrono::milliseconds(std::hash<std::string>()(address) % period));
+    if (period > 0) looks_.At(endpoint, now + std::chrono::milliseconds(std::hash<std::string>()(address) % period));
   }
-  endpoint->handles.insert(handle);
+  endpoint->Enter(handle);
   const SubscriptionPtr subscription(new Subscription(handle, topic, std::move(subscriber), endpoint, limits_.queue));
   subscriptions_.emplace(handle, subscription);
   by_topic_[topic].emplace(handle, subscription);
@@ -42,13 +38,10 @@ bool DeliverySchedule::Remove(long handle, std::vector<SamplePtr>& freed) {
   if (topic->second.empty()) by_topic_.erase(topic);
 
   Endpoint& endpoint = *subscription->endpoint;
-  endpoint.handles.erase(handle);
-  if (endpoint.handles.empty()) {
-    endpoint.parked.clear();  // they hold the endpoint in turn
-    endpoints_.erase(endpoint.address);
-  }
-  // A probe under way still speaks for its process when it ends; one that has not begun makes room for another.
-  if (was_ready && endpoint.probe == subscription.get()) Probe(subscription->endpoint);
+  endpoint.Leave(handle);
+  if (endpoint.Handles().empty()) endpoints_.erase(endpoint.Address());
+  // A try under way still speaks for its process when it ends; one that has not begun makes room for another.
+  if (was_ready && endpoint.IsTriedBy(handle)) Try(endpoint);
   return true;
 }
 
@@ -63,22 +56,12 @@ void DeliverySchedule::Publish(const std::string& topic, const SamplePtr& sample
   }
 }
 
-/// Whether a held process lets this subscription pass, as the one that tries it.
-bool DeliverySchedule::PassesHold(const Subscription& subscription) {
-  Endpoint& endpoint = *subscription.endpoint;
-  if (endpoint.probe_due) {
-    endpoint.probe_due = false;
-    endpoint.probe = &subscription;
-  }
-  return endpoint.probe == &subscription;
-}
-
 /// Finds the place of a subscription that has a sample and no reason of its own to wait.
 void DeliverySchedule::Schedule(const SubscriptionPtr& subscription) {
-  if (IsUnknown(*subscription->endpoint)) {
-    Park(subscription);
-    LookNow(subscription->endpoint);
-  } else if (!subscription->endpoint->held || PassesHold(*subscription)) {
+  Endpoint& endpoint = *subscription->endpoint;
+  if (endpoint.IsUnknown()) {
+    ParkUntilLook(subscription);
+  } else if (!endpoint.IsHeld() || endpoint.Passes(subscription->handle)) {
     MakeReady(subscription);
   } else {
     Park(subscription);
@@ -92,7 +75,13 @@ void DeliverySchedule::MakeReady(const SubscriptionPtr& subscription) {
 
 void DeliverySchedule::Park(const SubscriptionPtr& subscription) {
   subscription->place = Place::Parked;
-  subscription->endpoint->parked.push_back(subscription);
+  subscription->endpoint->Park(subscription);
+}
+
+/// Until its process, which has to be looked at first, has answered.
+void DeliverySchedule::ParkUntilLook(const SubscriptionPtr& subscription) {
+  Park(subscription);
+  looks_.Now(subscription->endpoint);
 }
 
 void DeliverySchedule::Pause(const SubscriptionPtr& subscription, SteadyTime until) {
@@ -105,14 +94,13 @@ std::optional<DeliverySchedule::Delivery> DeliverySchedule::Next(SteadyTime now)
     const SubscriptionPtr subscription = std::move(ready_.front());
     ready_.pop_front();
     if (subscription->place != Place::Ready) continue;
-    if (MustPark(*subscription, now)) {
+    if (MustPark(subscription, now)) {
       Park(subscription);
       continue;
     }
     if (MustWait(subscription)) continue;
     if (IsDoubtful(*subscription->endpoint, now)) {
-      Park(subscription);
-      LookNow(subscription->endpoint);
+      ParkUntilLook(subscription);
       continue;
     }
     return Begin(subscription, now);
@@ -127,12 +115,12 @@ std::vector<DeliverySchedule::Delivery> DeliverySchedule::NextGroup(SteadyTime n
   if (!leader) return group;
   group.push_back(std::move(*leader));
   const EndpointPtr endpoint = group.front().subscription->endpoint;
-  if (!MayGroup(*group.front().subscription, now)) return group;
+  if (!group.front().subscription->MayGroup(now)) return group;
   std::size_t room = limits_.group_bytes - std::min(limits_.group_bytes, SampleBytes(*group.front().sample));
   for (std::size_t i = 0; i < std::min(ready_.size(), kLookedAt) && group.size() < limits_.group;) {
     const SubscriptionPtr subscription = ready_[i];
     const bool goes_along =
-        subscription->place == Place::Ready && subscription->endpoint == endpoint && MayGroup(*subscription, now);
+        subscription->place == Place::Ready && subscription->endpoint == endpoint && subscription->MayGroup(now);
     const std::size_t bytes = goes_along ? SampleBytes(*subscription->queue.Front()) : 0;
     if (!goes_along || bytes > room) {
       ++i;
@@ -147,26 +135,18 @@ std::vector<DeliverySchedule::Delivery> DeliverySchedule::NextGroup(SteadyTime n
   return group;
 }
 
-bool DeliverySchedule::MayGroup(const Subscription& subscription, SteadyTime now) const {
-  const Endpoint& endpoint = *subscription.endpoint;
-  return !endpoint.held && endpoint.single_until <= now && !subscription.single &&
-         subscription.subscriber->TakesGroups();
-}
-
 /// Whether the process of a ready subscription stopped answering since it became ready.
-bool DeliverySchedule::MustPark(const Subscription& subscription, SteadyTime now) {
-  Endpoint& endpoint = *subscription.endpoint;
-  if (endpoint.held) return !PassesHold(subscription);
-  const auto silent = endpoint.in_flight.upper_bound(endpoint.last_answer);
-  const auto count = static_cast<std::size_t>(std::distance(silent, endpoint.in_flight.end()));
-  if (count < limits_.stuck_deliveries || now - *silent <= limits_.patience) return false;
-  Hold(subscription.endpoint, now + limits_.stuck_pause);
+bool DeliverySchedule::MustPark(const SubscriptionPtr& subscription, SteadyTime now) {
+  const EndpointPtr& endpoint = subscription->endpoint;
+  if (endpoint->IsHeld()) return !endpoint->Passes(subscription->handle);
+  if (!endpoint->IsStuck(now)) return false;
+  Hold(endpoint, now + limits_.stuck_pause);
   return true;
 }
 
 /// Whether a subscription that tries a held process has to wait, because enough of these tries are under way.
 bool DeliverySchedule::MustWait(const SubscriptionPtr& subscription) {
-  if (!subscription->endpoint->held || tries_in_flight_ < limits_.tries) return false;
+  if (!subscription->endpoint->IsHeld() || tries_in_flight_ < limits_.tries) return false;
   subscription->place = Place::Waiting;
   waiting_.push_back(subscription);
   return true;
@@ -184,69 +164,32 @@ void DeliverySchedule::EndTry() {
 }
 
 DeliverySchedule::Delivery DeliverySchedule::Begin(const SubscriptionPtr& subscription, SteadyTime now) {
-  const bool tries = subscription->endpoint->held;
+  const bool tries = subscription->endpoint->IsHeld();
   if (tries) ++tries_in_flight_;
   subscription->place = Place::Delivering;
-  subscription->endpoint->in_flight.insert(now);
+  subscription->endpoint->Began(now);
   in_flight_.insert(now);
   return {subscription, subscription->queue.Pop(), now, true, false, tries};
-}
-
-/// Whether a process has to be looked at before anything is sent to it.
-bool DeliverySchedule::IsUnknown(const Endpoint& endpoint) const {
-  return endpoint.last_answer == SteadyTime{} && limits_.look_period.count() > 0;
 }
 
 /// Whether a process may be one of many that hang: it has not answered since half of the calls began that are stuck
 /// now.
 bool DeliverySchedule::IsDoubtful(const Endpoint& endpoint, SteadyTime now) const {
-  if (endpoint.held || limits_.look_period.count() == 0 || in_flight_.size() < limits_.stuck_calls) return false;
+  if (endpoint.IsHeld() || limits_.look_period.count() == 0 || in_flight_.size() < limits_.stuck_calls) return false;
   const std::size_t stuck = Stuck(now);
-  return stuck >= limits_.stuck_calls &&
-         endpoint.last_answer < *std::next(in_flight_.begin(), static_cast<std::ptrdiff_t>(stuck / 2));
-}
-
-void DeliverySchedule::LookAfter(const EndpointPtr& endpoint, SteadyTime moment) {
-  endpoint->looking = false;
-  endpoint->next_look = moment;
-  looks_.emplace(moment, endpoint);
-}
-
-/// A process that was looked at in vain waits for its moment, however many samples there are for it.
-void DeliverySchedule::LookNow(const EndpointPtr& endpoint) {
-  if (endpoint->looking || endpoint->silent_since || endpoint->unreachable_since) return;
-  endpoint->looking = true;
-  first_looks_.push_back(endpoint);
-}
-
-/// The newest and the oldest in turn: neither does one that comes behind many mute ones wait for all of them, nor the
-/// other way round.
-DeliverySchedule::EndpointPtr DeliverySchedule::TakeFirstLook() {
-  newest_first_ = !newest_first_;
-  EndpointPtr& end = newest_first_ ? first_looks_.back() : first_looks_.front();
-  const EndpointPtr endpoint = std::move(end);
-  newest_first_ ? first_looks_.pop_back() : first_looks_.pop_front();
-  return endpoint;
-}
-
-DeliverySchedule::EndpointPtr DeliverySchedule::TakeLook() {
-  if (!first_looks_.empty()) return TakeFirstLook();
-  const EndpointPtr endpoint = std::move(due_looks_.front());
-  due_looks_.pop_front();
-  return endpoint;
+  if (stuck < limits_.stuck_calls) return false;
+  const SteadyTime half_of_them = *std::next(in_flight_.begin(), static_cast<std::ptrdiff_t>(stuck / 2));
+  return endpoint.LastAnswer() < half_of_them;
 }
 
 std::optional<DeliverySchedule::Delivery> DeliverySchedule::NextLook(SteadyTime now) {
   while (HasLook()) {
-    const EndpointPtr endpoint = TakeLook();
-    if (endpoint->handles.empty()) continue;
-    auto handle = endpoint->handles.upper_bound(endpoint->looked_at);
-    if (handle == endpoint->handles.end()) handle = endpoint->handles.begin();
-    endpoint->looked_at = *handle;
+    const EndpointPtr endpoint = looks_.Take();
+    if (endpoint->Handles().empty()) continue;
     ++looks_in_flight_;
     in_flight_.insert(now);
-    Delivery look{subscriptions_.at(*handle), nullptr, now};
-    look.look_limit = endpoint->look_limit.Next(limits_.first_look, limits_.longest_look);
+    Delivery look{subscriptions_.at(endpoint->NextToLookAt()), nullptr, now};
+    look.look_limit = endpoint->NextLookLimit();
     return look;
   }
   return std::nullopt;
@@ -256,15 +199,14 @@ std::vector<SubscriptionPtr> DeliverySchedule::FinishLook(const Delivery& look, 
   const EndpointPtr& endpoint = look.subscription->endpoint;
   --looks_in_flight_;
   in_flight_.erase(in_flight_.find(look.begun));
-  if (endpoint->handles.empty()) return {};  // all were removed meanwhile
+  if (endpoint->Handles().empty()) return {};  // all were removed meanwhile
   if (outcome != Outcome::Delivered && outcome != Outcome::Gone) return LookedInVain(look, outcome, now);
-  EndpointAnswered(endpoint, outcome, now);
+  EndCallAnswered(look, outcome, now);
   if (outcome == Outcome::Delivered) {
-    LookAfter(endpoint, now + limits_.look_period);
+    looks_.At(endpoint, now + limits_.look_period);
     return {};
   }
-  endpoint->looking = true;  // another process may have taken the address of all of them
-  due_looks_.push_back(endpoint);
+  looks_.Again(endpoint);  // another process may have taken the address of all of them
   if (look.subscription->place == Place::Removed) return {};
   return {look.subscription};
 }
@@ -272,25 +214,17 @@ std::vector<SubscriptionPtr> DeliverySchedule::FinishLook(const Delivery& look, 
 /// The subscriptions that have to be dropped since nobody answered a look: all of the process, when its time is over.
 std::vector<SubscriptionPtr> DeliverySchedule::LookedInVain(const Delivery& look, Outcome outcome, SteadyTime now) {
   const EndpointPtr& endpoint = look.subscription->endpoint;
-  const bool hangs = outcome == Outcome::TimedOut;
-  const bool for_long = hangs && look.look_limit >= limits_.longest_look;
-  std::optional<SteadyTime>& since = hangs ? endpoint->silent_since : endpoint->unreachable_since;
-  if (for_long) endpoint->stalled = true;
-  if (hangs) endpoint->unreachable_since.reset();
-  if (!since) since = look.begun;
-  const SteadyTime end = *since + (hangs ? limits_.silence_limit : limits_.unreachable_limit);
-  if (now >= end) return AllOf(*endpoint);
-  const bool known = for_long && !IsUnknown(*endpoint);  // its next samples try it
-  if (known && !endpoint->held) Hold(endpoint, now);
-  const auto pause =
-      known ? limits_.look_period : endpoint->look_backoff.Next(limits_.first_pause, limits_.longest_pause);
-  LookAfter(endpoint, std::min(end, now + pause));
+  const Endpoint::LookVerdict verdict =
+      endpoint->LookedInVain(look.begun, look.look_limit, outcome == Outcome::TimedOut, now);
+  if (verdict.is_given_up) return AllOf(*endpoint);
+  if (verdict.is_to_be_held) Hold(endpoint, now);
+  looks_.At(endpoint, verdict.next_look);
   return {};
 }
 
 std::vector<SubscriptionPtr> DeliverySchedule::AllOf(const Endpoint& endpoint) const {
   std::vector<SubscriptionPtr> all;
-  for (const long handle : endpoint.handles) all.push_back(subscriptions_.at(handle));
+  for (const long handle : endpoint.Handles()) all.push_back(subscriptions_.at(handle));
   return all;
 }
 
@@ -305,15 +239,15 @@ std::vector<SubscriptionPtr> DeliverySchedule::Finish(const Delivery& delivery, 
 
 /// What the outcome of a call means for the process.
 void DeliverySchedule::EndCall(const Delivery& delivery, Outcome outcome, SteadyTime now) {
-  const EndpointPtr& endpoint = delivery.subscription->endpoint;
-  endpoint->in_flight.erase(endpoint->in_flight.find(delivery.begun));
+  Endpoint& endpoint = *delivery.subscription->endpoint;
+  endpoint.Ended(delivery.begun);
   in_flight_.erase(in_flight_.find(delivery.begun));
   if (delivery.tries) EndTry();
-  if (delivery.grouped && now - delivery.begun > limits_.patience) endpoint->single_until = now + limits_.single_pause;
+  if (delivery.grouped && now - delivery.begun > limits_.patience) endpoint.GroupTookLong(now);
   if (outcome == Outcome::TimedOut) {
-    EndpointTimedOut(endpoint, delivery, now);
+    EndCallUnanswered(delivery, now);
   } else {
-    EndpointAnswered(endpoint, outcome, now);
+    EndCallAnswered(delivery, outcome, now);
   }
 }
 
@@ -321,13 +255,12 @@ void DeliverySchedule::EndCall(const Delivery& delivery, Outcome outcome, Steady
 /// too long.
 std::vector<SubscriptionPtr> DeliverySchedule::Lost(const Delivery& delivery, Outcome outcome, SteadyTime now,
                                                     std::vector<SamplePtr>& freed) {
-  const Endpoint* endpoint = delivery.subscription->endpoint.get();
+  const Endpoint& endpoint = *delivery.subscription->endpoint;
   std::vector<SubscriptionPtr> lost;
   if (delivery.subscription->place != Place::Removed && Settle(delivery, outcome, now, freed)) {
     lost.push_back(delivery.subscription);
   }
-  if (!endpoint->silent_since || now - *endpoint->silent_since < limits_.silence_limit) return lost;
-  return AllOf(*endpoint);
+  return endpoint.IsSilentForTooLong(now) ? AllOf(endpoint) : lost;
 }
 
 /// What the outcome means for the subscription itself; true when it has to be dropped.
@@ -395,81 +328,53 @@ bool DeliverySchedule::SettleUnreachable(const Delivery& delivery, Outcome outco
   return false;
 }
 
-void DeliverySchedule::EndpointAnswered(const EndpointPtr& endpoint, Outcome outcome, SteadyTime now) {
-  if (outcome != Outcome::Unreachable && outcome != Outcome::Interrupted) {
-    endpoint->last_answer = now;
-    endpoint->unreachable_since.reset();
-    endpoint->look_backoff.Reset();
-    endpoint->look_limit.Reset();
-  }
+void DeliverySchedule::EndCallAnswered(const Delivery& delivery, Outcome outcome, SteadyTime now) {
+  const EndpointPtr& endpoint = delivery.subscription->endpoint;
+  if (outcome != Outcome::Unreachable && outcome != Outcome::Interrupted) endpoint->Answered(now);
   // One that cannot be reached is released as well: it fails fast, and each subscription has its own limit for that.
   Release(endpoint);
 }
 
-void DeliverySchedule::EndpointTimedOut(const EndpointPtr& endpoint, const Delivery& delivery, SteadyTime now) {
-  const bool was_probe = endpoint->probe == delivery.subscription.get();
-  if (endpoint->last_answer > delivery.begun) {  // the process lives: only this subscriber hangs
-    if (was_probe) Release(endpoint);
+void DeliverySchedule::EndCallUnanswered(const Delivery& delivery, SteadyTime now) {
+  const EndpointPtr& endpoint = delivery.subscription->endpoint;
+  const bool tried = endpoint->IsTriedBy(delivery.subscription->handle);
+  if (endpoint->LastAnswer() > delivery.begun) {  // the process lives: only this subscriber hangs
+    if (tried) Release(endpoint);
     return;
   }
-  endpoint->stalled = true;
-  if (!endpoint->silent_since) endpoint->silent_since = delivery.begun;
-  if (!endpoint->held || was_probe) {
-    Hold(endpoint, now + endpoint->backoff.Next(limits_.first_pause, limits_.longest_pause));
-  }
+  endpoint->FellSilent(delivery.begun);
+  if (!endpoint->IsHeld() || tried) Hold(endpoint, endpoint->EndOfPause(now));
 }
 
 void DeliverySchedule::Hold(const EndpointPtr& endpoint, SteadyTime until) {
-  endpoint->held = true;
-  endpoint->held_until = until;
-  endpoint->probe = nullptr;
-  endpoint->probe_due = false;
+  endpoint->Hold(until);
   holds_.emplace(until, endpoint);
 }
 
 void DeliverySchedule::Release(const EndpointPtr& endpoint) {
-  const bool was_held = endpoint->held;
-  endpoint->held = endpoint->stalled = endpoint->probe_due = false;
-  endpoint->silent_since.reset();
-  endpoint->probe = nullptr;
-  endpoint->backoff.Reset();
+  const bool was_held = endpoint->IsHeld();
+  endpoint->Release();
   for (std::size_t i = 0; was_held && i < waiting_.size(); ++i) {
     if (waiting_[i]->endpoint == endpoint && waiting_[i]->place == Place::Waiting) MakeReady(waiting_[i]);
   }
-  for (const SubscriptionPtr& subscription : endpoint->parked) {
-    if (subscription->place == Place::Parked) MakeReady(subscription);
-  }
-  endpoint->parked.clear();
+  while (const SubscriptionPtr subscription = endpoint->NextParked()) MakeReady(subscription);
 }
 
 /// Lets the first parked subscription try whether a held process answers.
-void DeliverySchedule::Probe(const EndpointPtr& endpoint) {
-  endpoint->probe = nullptr;
-  while (!endpoint->parked.empty()) {
-    const SubscriptionPtr subscription = std::move(endpoint->parked.front());
-    endpoint->parked.pop_front();
-    if (subscription->place != Place::Parked) continue;
-    endpoint->probe = subscription.get();
-    MakeReady(subscription);
-    return;
-  }
-  endpoint->probe_due = true;
+void DeliverySchedule::Try(Endpoint& endpoint) {
+  const SubscriptionPtr subscription = endpoint.NextParked();
+  if (subscription == nullptr) return endpoint.AwaitTry();
+  endpoint.LetTry(subscription->handle);
+  MakeReady(subscription);
 }
 
 void DeliverySchedule::Advance(SteadyTime now) {
   while (!holds_.empty() && holds_.begin()->first <= now) {
     const EndpointPtr endpoint = holds_.begin()->second;
     holds_.erase(holds_.begin());
-    const bool stale = endpoint->held_until > now;  // released and held again meanwhile
-    if (endpoint->held && !stale && endpoint->probe == nullptr) Probe(endpoint);
+    if (endpoint->IsTryDue(now)) Try(*endpoint);
   }
-  while (!looks_.empty() && looks_.begin()->first <= now) {
-    const EndpointPtr endpoint = looks_.begin()->second;
-    looks_.erase(looks_.begin());
-    if (endpoint->looking || endpoint->next_look > now || endpoint->handles.empty()) continue;
-    endpoint->looking = true;
-    due_looks_.push_back(endpoint);
-  }
+  looks_.Advance(now);
   while (!pauses_.empty() && pauses_.begin()->first <= now) {
     const SubscriptionPtr subscription = pauses_.begin()->second;
     pauses_.erase(pauses_.begin());
@@ -480,20 +385,14 @@ void DeliverySchedule::Advance(SteadyTime now) {
 }
 
 std::optional<SteadyTime> DeliverySchedule::NextMoment() const {
-  std::optional<SteadyTime> moment;
-  if (!holds_.empty()) moment = holds_.begin()->first;
+  std::optional<SteadyTime> moment = looks_.NextMoment();
+  if (!holds_.empty()) moment = moment ? std::min(*moment, holds_.begin()->first) : holds_.begin()->first;
   if (!pauses_.empty()) moment = moment ? std::min(*moment, pauses_.begin()->first) : pauses_.begin()->first;
-  if (!looks_.empty()) moment = moment ? std::min(*moment, looks_.begin()->first) : looks_.begin()->first;
   return moment;
 }
 
 std::size_t DeliverySchedule::Stuck(SteadyTime now) const {
   return static_cast<std::size_t>(std::distance(in_flight_.begin(), in_flight_.lower_bound(now - limits_.patience)));
-}
-
-std::size_t DeliverySchedule::SubscriberCount(const std::string& topic) const {
-  const auto found = by_topic_.find(topic);
-  return found == by_topic_.end() ? 0 : found->second.size();
 }
 
 }  // namespace Lumenar

@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <deque>
 #include <map>
+#include <optional>
+#include <set>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "services/topic_manager/LookQueue.h"
 #include "services/topic_manager/Subscription.h"
 
 namespace Lumenar {
@@ -26,26 +31,7 @@ namespace Lumenar {
 /// Threads   the caller's lock.
 class DeliverySchedule {
  public:
-  struct Limits {
-    SampleQueue::Limits queue;
-    std::chrono::milliseconds patience{20};      ///< a delivery that takes longer counts as stuck
-    std::size_t stuck_deliveries = 4;            ///< so many stuck at a process hold it
-    std::chrono::milliseconds stuck_pause{500};  ///< until a process held so is tried
-    std::chrono::milliseconds first_pause{100};
-    std::chrono::milliseconds longest_pause{2000};
-    std::chrono::milliseconds unreachable_limit{3000};  ///< then an unreachable subscriber is dropped
-    std::chrono::milliseconds silence_limit{600000};    ///< then one that does not answer is dropped
-    std::size_t group = 8;                 ///< so many subscriptions in one call; more of them leave threads idle
-    std::size_t group_bytes = 128u << 10;  ///< and so much to be worked on in it
-    std::chrono::milliseconds look_period{60000};  ///< each process is looked at so often; 0: never
-    std::size_t looks = 32;                        ///< so many at a time
-    std::chrono::milliseconds first_look{100};     ///< the time limit of a look; doubles while nothing answers
-    std::chrono::milliseconds longest_look{1000};
-    std::size_t tries = 64;         ///< of held processes, at a time
-    std::size_t stuck_calls = 128;  ///< from so many on, of all kinds, who has not answered since is looked at first
-    std::chrono::milliseconds single_pause{
-        1000};  ///< without calls for several, after one that took longer than patience
-  };
+  using Limits = DeliveryLimits;
 
   struct Delivery {
     SubscriptionPtr subscription;
@@ -58,7 +44,6 @@ class DeliverySchedule {
   };
 
   explicit DeliverySchedule(Limits limits) : limits_(limits) {}
-  ~DeliverySchedule();
   DeliverySchedule(const DeliverySchedule&) = delete;
   DeliverySchedule& operator=(const DeliverySchedule&) = delete;
 
@@ -97,19 +82,13 @@ class DeliverySchedule {
   /// The deliveries under way that are stuck.
   std::size_t Stuck(SteadyTime now) const;
 
-  std::size_t SubscriberCount(const std::string& topic) const;
   const std::map<long, SubscriptionPtr>& Subscriptions() const { return subscriptions_; }
 
  private:
   using EndpointPtr = boost::shared_ptr<Endpoint>;
 
-  bool HasLook() const { return looks_in_flight_ < limits_.looks && !(first_looks_.empty() && due_looks_.empty()); }
-  bool IsUnknown(const Endpoint& endpoint) const;
+  bool HasLook() const { return looks_in_flight_ < limits_.looks && !looks_.Empty(); }
   bool IsDoubtful(const Endpoint& endpoint, SteadyTime now) const;
-  void LookAfter(const EndpointPtr& endpoint, SteadyTime moment);
-  void LookNow(const EndpointPtr& endpoint);
-  EndpointPtr TakeFirstLook();
-  EndpointPtr TakeLook();
   std::vector<SubscriptionPtr> FinishLook(const Delivery& look, Outcome outcome, SteadyTime now);
   std::vector<SubscriptionPtr> LookedInVain(const Delivery& look, Outcome outcome, SteadyTime now);
   std::vector<SubscriptionPtr> AllOf(const Endpoint& endpoint) const;
@@ -119,23 +98,22 @@ class DeliverySchedule {
   void MakeReady(const SubscriptionPtr& subscription);
   void Park(const SubscriptionPtr& subscription);
   void Pause(const SubscriptionPtr& subscription, SteadyTime until);
-  static bool PassesHold(const Subscription& subscription);
-  bool MustPark(const Subscription& subscription, SteadyTime now);
+  void ParkUntilLook(const SubscriptionPtr& subscription);
+  bool MustPark(const SubscriptionPtr& subscription, SteadyTime now);
   Delivery Begin(const SubscriptionPtr& subscription, SteadyTime now);
-  bool MayGroup(const Subscription& subscription, SteadyTime now) const;
   void EndCall(const Delivery& delivery, Outcome outcome, SteadyTime now);
-  void EndpointAnswered(const EndpointPtr& endpoint, Outcome outcome, SteadyTime now);
-  void EndpointTimedOut(const EndpointPtr& endpoint, const Delivery& delivery, SteadyTime now);
+  void EndCallAnswered(const Delivery& call, Outcome outcome, SteadyTime now);
+  void EndCallUnanswered(const Delivery& call, SteadyTime now);
   void Hold(const EndpointPtr& endpoint, SteadyTime until);
   void Release(const EndpointPtr& endpoint);
-  void Probe(const EndpointPtr& endpoint);
+  void Try(Endpoint& endpoint);
   std::vector<SubscriptionPtr> Lost(const Delivery& delivery, Outcome outcome, SteadyTime now,
                                     std::vector<SamplePtr>& freed);
   bool Settle(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed);
   static void PutBack(const Delivery& delivery, std::vector<SamplePtr>& freed);
   bool SettleUnreachable(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed);
 
-  const Limits limits_;
+  const Limits limits_;  // the endpoints refer to it
   std::map<long, SubscriptionPtr> subscriptions_;
   std::unordered_map<std::string, std::map<long, SubscriptionPtr>> by_topic_;  ///< by handle
   std::map<std::string, EndpointPtr> endpoints_;
@@ -143,11 +121,7 @@ class DeliverySchedule {
   std::multimap<SteadyTime, SubscriptionPtr> pauses_;
   std::multimap<SteadyTime, EndpointPtr> holds_;
   std::multiset<SteadyTime> in_flight_;
-  std::multimap<SteadyTime, EndpointPtr> looks_;
-  std::deque<EndpointPtr>
-      first_looks_;  ///< at processes that were not looked at yet, so that those that answer go before all the others
-  bool newest_first_ = false;
-  std::deque<EndpointPtr> due_looks_;
+  LookQueue looks_;
   std::size_t looks_in_flight_ = 0;
   std::deque<SubscriptionPtr> waiting_;  ///< for their turn to try their processes
   std::size_t tries_in_flight_ = 0;

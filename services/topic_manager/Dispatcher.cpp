@@ -111,15 +111,10 @@ std::vector<Dispatcher::Status> Dispatcher::Subscriptions() const {
   std::vector<Status> all;
   for (const auto& [handle, subscription] : schedule_.Subscriptions()) {
     const Endpoint& endpoint = *subscription->endpoint;
-    all.push_back({handle, subscription->topic, endpoint.address, subscription->stalled || endpoint.stalled,
+    all.push_back({handle, subscription->topic, endpoint.Address(), subscription->stalled || endpoint.IsStalled(),
                    subscription->queue.Size(), subscription->delivered, subscription->dropped});
   }
   return all;
-}
-
-std::size_t Dispatcher::SubscriberCount(const std::string& topic) const {
-  Lock lock(mutex_);
-  return schedule_.SubscriberCount(topic);
 }
 
 std::size_t Dispatcher::WorkerCount() const {
@@ -210,7 +205,7 @@ void Dispatcher::Finish(const std::vector<Delivery>& deliveries, Outcome outcome
   }
   Wake(wanted);
   for (const auto& [subscription, its_outcome] : dropped) {
-    on_dropped_(subscription->handle, subscription->topic, subscription->endpoint->address, its_outcome);
+    on_dropped_(subscription->handle, subscription->topic, subscription->endpoint->Address(), its_outcome);
   }
 }
 

@@ -53,7 +53,6 @@ class Dispatcher {
   void Publish(const std::string& topic, const SamplePtr& sample);
 
   std::vector<Status> Subscriptions() const;
-  std::size_t SubscriberCount(const std::string& topic) const;
 
   /// Begins no delivery any more. False when deliveries are still under way after `limit`.
   bool Stop(std::chrono::milliseconds limit);

@@ -38,12 +38,6 @@ std::vector<StateFile::Entry> SubscriptionStore::Entries() const {
 }
 
 long SubscriptionStore::Add(const std::string& topic, const std::string& reference) {
-  const long handle = AddUnsaved(topic, reference);
-  Save();
-  return handle;
-}
-
-long SubscriptionStore::AddUnsaved(const std::string& topic, const std::string& reference) {
   const std::size_t bytes = topic.size() + reference.size();
   Lock lock(mutex_);
   if (bytes_ + bytes > most_bytes_) throw std::length_error("no room for subscriptions");
@@ -130,7 +124,7 @@ void SubscriptionStore::Persist(std::uint64_t change) {
   Lock writing(writing_);
   if (written_ >= change) return;
   try {
-    Write(written_);
+    Write();
     failing_ = false;
   } catch (const std::system_error& error) {
     if (!failing_) WriteError(std::string("topic_manager: state file not written: ") + error.what());
@@ -140,26 +134,25 @@ void SubscriptionStore::Persist(std::uint64_t change) {
 
 /// Adds what is pending, or writes the file anew when it has grown well beyond what stands, or may be damaged at its
 /// end.
-void SubscriptionStore::Write(std::uint64_t& newest) {
-  const std::uint64_t before = newest;
+void SubscriptionStore::Write() {
+  const std::uint64_t before = written_;
   std::string lines;
   std::optional<StateFile::State> all;
   {
     Lock lock(mutex_);
-    newest = changes_;
+    written_ = changes_;
     lines.swap(pending_);
     if (MustWriteAnew()) all = State();
   }
   if (!all) {
     try {
       file_->Append(lines);
-      added_ += newest - before;
+      added_ += written_ - before;
       return;
-    } catch (
-        const std::
-            system_error&) {  // it is gone, or is something else, or holds a part of the lines: it has to be written anew
+    } catch (const std::system_error&) {
+      // It is gone, or is something else, or holds a part of the lines: it has to be written anew.
       Lock lock(mutex_);
-      newest = changes_;
+      written_ = changes_;
       pending_.clear();
       all = State();
     }

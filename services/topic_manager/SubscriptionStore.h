@@ -29,13 +29,12 @@ class SubscriptionStore {
   /// The subscriptions known, as read and changed since.
   std::vector<StateFile::Entry> Entries() const;
 
-  /// A new handle. The file holds it when this returns; a file that cannot be written is noted once and costs the
+  /// A new handle. The file holds it when Save has returned; a file that cannot be written is noted once and costs the
   /// subscription its life beyond this process only.
   /// Errors   std::length_error when somebody has each of the handles, or there is no room for more.
   long Add(const std::string& topic, const std::string& reference);
 
-  /// As Add, but the file holds it only when Save has returned.
-  long AddUnsaved(const std::string& topic, const std::string& reference);
+  /// Writes to the file what it does not hold yet.
   void Save();
 
   /// The handles under which subscriptions stand that their owners know by other handles perhaps, in their order; 0 for
@@ -51,7 +50,7 @@ class SubscriptionStore {
   long NewHandle() REQUIRES(mutex_);
   std::uint64_t Change(const std::string& line) REQUIRES(mutex_);
   void Persist(std::uint64_t change);
-  void Write(std::uint64_t& newest) REQUIRES(writing_);
+  void Write() REQUIRES(writing_);
   bool MustWriteAnew() const REQUIRES(writing_, mutex_);
   StateFile::State State() const REQUIRES(mutex_);
 

@@ -1,21 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/components/attributes/EngineAttribEnum_i.h"
 
-#include "platform/components/attributes/AttribServant.h"
-
 namespace Corvanta {
 namespace {
 
 constexpr ItemKind kAttribEnumKind{"enum", true};
 
-class AttribEnumServant : public AttribServant<POA_Corvanta::EngineAttribEnum, int, CORBA::Long> {
+class AttribEnumServant : public ValueServant<POA_Corvanta::EngineAttribEnum, int, CORBA::Long> {
  public:
-  AttribEnumServant(ItemInfo info, Value value, Callback callback, std::vector<EngineAttribEnumParamElem> elements)
-      : AttribServant(std::move(info), std::move(value), std::move(callback)), elements_(std::move(elements)) {}
+  AttribEnumServant(ItemInfo info, Value value, EngineAttribEnum_i::Callback callback,
+                    std::vector<EngineAttribEnumParamElem> elements)
+      : ValueServant(std::move(info), std::move(value)),
+        callback_(std::move(callback)),
+        elements_(std::move(elements)) {}
 
   void Set(CORBA::Long value) override {
     RequireOpen();
-    Accept(value);
+    Accept(callback_, value);
   }
 
   EnumElementSeq* Elements() override {
@@ -33,6 +34,7 @@ class AttribEnumServant : public AttribServant<POA_Corvanta::EngineAttribEnum, i
   ~AttribEnumServant() override = default;
 
  private:
+  const EngineAttribEnum_i::Callback callback_;
   const std::vector<EngineAttribEnumParamElem> elements_;
 };
 
@@ -41,7 +43,7 @@ class AttribEnumServant : public AttribServant<POA_Corvanta::EngineAttribEnum, i
 EngineAttribEnum_i::EngineAttribEnum_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
                                        int initial, Callback callback,
                                        const std::vector<EngineAttribEnumParamElem>& elements)
-    : ServedReading(std::in_place_type<AttribEnumServant>, Place{namer, registration, name}, kAttribEnumKind, initial,
-                    std::move(callback), elements) {}
+    : EngineReadingTemplate(std::in_place_type<AttribEnumServant>, namer, registration, name, kAttribEnumKind, initial,
+                            std::move(callback), elements) {}
 
 }  // namespace Corvanta

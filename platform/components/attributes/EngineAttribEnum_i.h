@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "EngineAttrib.hh"
-#include "platform/components/readings/ServedReading.h"
+#include "platform/components/readings/EngineReadingTemplate.h"
 
 namespace Corvanta {
 
@@ -24,7 +24,7 @@ struct EngineAttribEnumParamElem {
 ///
 /// Any number is accepted from a client, also one without a name. Set calls the callback, which is what stores (and
 /// publishes) by assignment; an empty callback means that the value is stored directly. No lock is held meanwhile.
-class EngineAttribEnum_i : public ServedReading<int, EngineAttribEnum> {
+class EngineAttribEnum_i : public EngineReadingTemplate<int, EngineAttribEnum> {
  public:
   using Callback = boost::function<void(const int&)>;
 

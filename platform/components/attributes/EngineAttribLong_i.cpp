@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/components/attributes/EngineAttribLong_i.h"
 
-#include "platform/components/attributes/AttribServant.h"
 #include "platform/wire/record_kinds.h"
 
 namespace Corvanta {
@@ -9,15 +8,16 @@ namespace {
 
 constexpr ItemKind kAttribLongKind{RecordKind<CORBA::Long>::kTypeName, true};
 
-class AttribLongServant : public AttribServant<POA_Corvanta::EngineAttribLong, int, CORBA::Long> {
+class AttribLongServant : public ValueServant<POA_Corvanta::EngineAttribLong, int, CORBA::Long> {
  public:
-  AttribLongServant(ItemInfo info, Value value, Callback callback, const EngineAttribLongParams& limits)
-      : AttribServant(std::move(info), std::move(value), std::move(callback)), limits_(limits) {}
+  AttribLongServant(ItemInfo info, Value value, EngineAttribLong_i::Callback callback,
+                    const EngineAttribLongParams& limits)
+      : ValueServant(std::move(info), std::move(value)), callback_(std::move(callback)), limits_(limits) {}
 
   void Set(CORBA::Long value) override {
     RequireOpen();
     if (value < limits_.lower || value > limits_.upper) throw LimitsExceeded(value, limits_.lower, limits_.upper);
-    Accept(value);
+    Accept(callback_, value);
   }
 
   LongLimits Limits() override {
@@ -29,6 +29,7 @@ class AttribLongServant : public AttribServant<POA_Corvanta::EngineAttribLong, i
   ~AttribLongServant() override = default;
 
  private:
+  const EngineAttribLong_i::Callback callback_;
   const EngineAttribLongParams limits_;
 };
 
@@ -36,7 +37,7 @@ class AttribLongServant : public AttribServant<POA_Corvanta::EngineAttribLong, i
 
 EngineAttribLong_i::EngineAttribLong_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
                                        int initial, Callback callback, const EngineAttribLongParams& limits)
-    : ServedReading(std::in_place_type<AttribLongServant>, Place{namer, registration, name}, kAttribLongKind, initial,
-                    std::move(callback), limits) {}
+    : EngineReadingTemplate(std::in_place_type<AttribLongServant>, namer, registration, name, kAttribLongKind, initial,
+                            std::move(callback), limits) {}
 
 }  // namespace Corvanta

@@ -4,7 +4,7 @@
 #include <boost/function.hpp>
 
 #include "EngineAttrib.hh"
-#include "platform/components/readings/ServedReading.h"
+#include "platform/components/readings/EngineReadingTemplate.h"
 
 namespace Corvanta {
 
@@ -20,7 +20,7 @@ struct EngineAttribLongParams {
 /// A client's Set outside the limits is refused with LimitsExceeded. Within them it calls the callback, which is what
 /// stores (and publishes) by assignment; an empty callback means that the value is stored directly. No lock is held
 /// meanwhile.
-class EngineAttribLong_i : public ServedReading<int, EngineAttribLong> {
+class EngineAttribLong_i : public EngineReadingTemplate<int, EngineAttribLong> {
  public:
   using Callback = boost::function<void(const int&)>;
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/components/attributes/EngineAttribValueDouble_i.h"
 
-#include "platform/components/attributes/AttribServant.h"
 #include "platform/records/Records.h"
 #include "platform/wire/record_kinds.h"
 
@@ -11,14 +10,15 @@ namespace {
 constexpr ItemKind kAttribValueDoubleKind{RecordKind<VALUE_DOUBLE::VALUE>::kTypeName, true};
 
 class AttribValueDoubleServant
-    : public AttribServant<POA_Corvanta::EngineAttribValueDouble, VALUE_DOUBLE::VALUE, VALUE_DOUBLE::VALUE> {
+    : public ValueServant<POA_Corvanta::EngineAttribValueDouble, VALUE_DOUBLE::VALUE, VALUE_DOUBLE::VALUE> {
  public:
-  using AttribServant::AttribServant;
+  AttribValueDoubleServant(ItemInfo info, Value value, EngineAttribValueDouble_i::Callback callback)
+      : ValueServant(std::move(info), std::move(value)), callback_(std::move(callback)) {}
 
   void Set(const VALUE_DOUBLE::VALUE& value) override {
     RequireOpen();
     RequireUnits(value);
-    Accept(value);
+    Accept(callback_, value);
   }
 
  protected:
@@ -32,6 +32,8 @@ class AttribValueDoubleServant
       throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
     }
   }
+
+  const EngineAttribValueDouble_i::Callback callback_;
 };
 
 }  // namespace
@@ -39,7 +41,7 @@ class AttribValueDoubleServant
 EngineAttribValueDouble_i::EngineAttribValueDouble_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
                                                      const char* name, const VALUE_DOUBLE::VALUE& initial,
                                                      Callback callback)
-    : ServedReading(std::in_place_type<AttribValueDoubleServant>, Place{namer, registration, name},
-                    kAttribValueDoubleKind, initial, std::move(callback)) {}
+    : EngineReadingTemplate(std::in_place_type<AttribValueDoubleServant>, namer, registration, name,
+                            kAttribValueDoubleKind, initial, std::move(callback)) {}
 
 }  // namespace Corvanta

@@ -4,7 +4,7 @@
 #include <boost/function.hpp>
 
 #include "EngineAttrib.hh"
-#include "platform/components/readings/ServedReading.h"
+#include "platform/components/readings/EngineReadingTemplate.h"
 
 namespace Corvanta {
 
@@ -13,7 +13,7 @@ namespace Corvanta {
 /// A client's Set with malformed units is refused with BAD_PARAM; NaN and infinity are values like others. Set calls
 /// the callback, which is what stores (and publishes) by assignment; an empty callback means that the value is stored
 /// directly. No lock is held meanwhile.
-class EngineAttribValueDouble_i : public ServedReading<VALUE_DOUBLE::VALUE, EngineAttribValueDouble> {
+class EngineAttribValueDouble_i : public EngineReadingTemplate<VALUE_DOUBLE::VALUE, EngineAttribValueDouble> {
  public:
   using Callback = boost::function<void(const VALUE_DOUBLE::VALUE&)>;
 

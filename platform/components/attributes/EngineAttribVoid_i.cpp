@@ -3,6 +3,8 @@
 
 #include <utility>
 
+#include "platform/components/readings/ReadingServant.h"
+
 namespace Corvanta {
 namespace {
 
@@ -29,7 +31,7 @@ class AttribVoidServant : public ReadingServant<POA_Corvanta::EngineAttribVoid> 
 
 EngineAttribVoid_i::EngineAttribVoid_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
                                        Callback callback)
-    : EngineReadingBase_i(namer, name),
-      servant_(registration, new AttribVoidServant(ItemInfo(*this, kAttribVoidKind), std::move(callback))) {}
+    : EngineReadingBase_i(namer, registration, name, kAttribVoidKind),
+      reference_(Serve<EngineAttribVoid>(new AttribVoidServant(ItemInfo(*this), std::move(callback)))) {}
 
 }  // namespace Corvanta

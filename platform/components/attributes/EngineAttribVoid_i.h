@@ -5,7 +5,6 @@
 
 #include "EngineAttrib.hh"
 #include "platform/components/readings/EngineReadingBase_i.h"
-#include "platform/components/readings/RegisteredServant.h"
 
 namespace Corvanta {
 
@@ -21,13 +20,10 @@ class EngineAttribVoid_i : public Lumenar::EngineReadingBase_i {
                      Callback callback);
 
   /// A new reference, which the caller releases; calls through it raise OBJECT_NOT_EXIST once this is closed.
-  EngineAttribVoid_ptr _this() const { return servant_._this(); }
-
-  /// Ends what others see of the attribute, without waiting. The destructor does it too.
-  void Close() noexcept { servant_.Close(); }
+  EngineAttribVoid_ptr _this() const { return EngineAttribVoid::_duplicate(reference_); }
 
  private:
-  RegisteredServant<EngineAttribVoid> servant_;
+  const EngineAttribVoid_var reference_;
 };
 
 }  // namespace Corvanta

@@ -14,7 +14,7 @@ using BasicTraceServant = ValueServant<POA_Corvanta::EngineBasicTrace, BASIC_TRA
 
 EngineBasicTrace_i::EngineBasicTrace_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,
                                        const BASIC_TRACE::BT_DATA& initial)
-    : ServedReading(std::in_place_type<BasicTraceServant>, Place{namer, registration, name}, kBasicTraceKind, initial) {
-}
+    : EngineReadingTemplate(std::in_place_type<BasicTraceServant>, namer, registration, name, kBasicTraceKind,
+                            initial) {}
 
 }  // namespace Corvanta

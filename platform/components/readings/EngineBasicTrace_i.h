@@ -4,12 +4,12 @@
 #include <utility>
 
 #include "EngineReading.hh"
-#include "platform/components/readings/ServedReading.h"
+#include "platform/components/readings/EngineReadingTemplate.h"
 
 namespace Corvanta {
 
 /// A reading whose value is a trace of samples.
-class EngineBasicTrace_i : public ServedReading<BASIC_TRACE::BT_DATA, EngineBasicTrace> {
+class EngineBasicTrace_i : public EngineReadingTemplate<BASIC_TRACE::BT_DATA, EngineBasicTrace> {
  public:
   /// Errors   CORBA system exceptions.
   EngineBasicTrace_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,

@@ -14,7 +14,7 @@ using ReadingBooleanServant = ValueServant<POA_Corvanta::EngineReadingBoolean, b
 
 EngineReadingBoolean_i::EngineReadingBoolean_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
                                                const char* name, bool initial)
-    : ServedReading(std::in_place_type<ReadingBooleanServant>, Place{namer, registration, name}, kReadingBooleanKind,
-                    initial) {}
+    : EngineReadingTemplate(std::in_place_type<ReadingBooleanServant>, namer, registration, name, kReadingBooleanKind,
+                            initial) {}
 
 }  // namespace Corvanta

@@ -2,12 +2,12 @@
 #pragma once
 
 #include "EngineReading.hh"
-#include "platform/components/readings/ServedReading.h"
+#include "platform/components/readings/EngineReadingTemplate.h"
 
 namespace Corvanta {
 
 /// A reading whose value is true or false.
-class EngineReadingBoolean_i : public ServedReading<bool, EngineReadingBoolean> {
+class EngineReadingBoolean_i : public EngineReadingTemplate<bool, EngineReadingBoolean> {
  public:
   /// Errors   CORBA system exceptions.
   EngineReadingBoolean_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name, bool initial);

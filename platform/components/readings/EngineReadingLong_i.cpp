@@ -14,7 +14,7 @@ using ReadingLongServant = ValueServant<POA_Corvanta::EngineReadingLong, int, CO
 
 EngineReadingLong_i::EngineReadingLong_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
                                          const char* name, int initial)
-    : ServedReading(std::in_place_type<ReadingLongServant>, Place{namer, registration, name}, kReadingLongKind,
-                    initial) {}
+    : EngineReadingTemplate(std::in_place_type<ReadingLongServant>, namer, registration, name, kReadingLongKind,
+                            initial) {}
 
 }  // namespace Corvanta

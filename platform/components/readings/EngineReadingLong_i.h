@@ -2,12 +2,12 @@
 #pragma once
 
 #include "EngineReading.hh"
-#include "platform/components/readings/ServedReading.h"
+#include "platform/components/readings/EngineReadingTemplate.h"
 
 namespace Corvanta {
 
 /// A reading whose value is a whole number.
-class EngineReadingLong_i : public ServedReading<int, EngineReadingLong> {
+class EngineReadingLong_i : public EngineReadingTemplate<int, EngineReadingLong> {
  public:
   /// Errors   CORBA system exceptions.
   EngineReadingLong_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name, int initial);

@@ -15,7 +15,7 @@ using ReadingValueDoubleServant =
 
 EngineReadingValueDouble_i::EngineReadingValueDouble_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
                                                        const char* name, const VALUE_DOUBLE::VALUE& initial)
-    : ServedReading(std::in_place_type<ReadingValueDoubleServant>, Place{namer, registration, name},
-                    kReadingValueDoubleKind, initial) {}
+    : EngineReadingTemplate(std::in_place_type<ReadingValueDoubleServant>, namer, registration, name,
+                            kReadingValueDoubleKind, initial) {}
 
 }  // namespace Corvanta

@@ -2,12 +2,12 @@
 #pragma once
 
 #include "EngineReading.hh"
-#include "platform/components/readings/ServedReading.h"
+#include "platform/components/readings/EngineReadingTemplate.h"
 
 namespace Corvanta {
 
 /// A reading whose value is a number with units and an error band.
-class EngineReadingValueDouble_i : public ServedReading<VALUE_DOUBLE::VALUE, EngineReadingValueDouble> {
+class EngineReadingValueDouble_i : public EngineReadingTemplate<VALUE_DOUBLE::VALUE, EngineReadingValueDouble> {
  public:
   /// Errors   CORBA system exceptions.
   EngineReadingValueDouble_i(ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration, const char* name,

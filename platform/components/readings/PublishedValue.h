@@ -19,12 +19,10 @@ namespace Corvanta {
 ///
 /// Threads   any. Readers wait for nothing but the copy of a record, never for a publication.
 template <class T>
-class PublishedValue : public Lumenar::HeldPublication, public boost::enable_shared_from_this<PublishedValue<T>> {
+class PublishedValue : public boost::enable_shared_from_this<PublishedValue<T>> {
  public:
   PublishedValue(const std::string& topic, const T& initial)
       : publisher_(topic.c_str()), value_(initial), hold_(Lumenar::HoldReadings::CreateInstance()) {}
-
-  const std::string& Topic() const noexcept { return publisher_.Topic(); }
 
   /// Stores and publishes. A record as long as the last one is copied into the buffer that is there; one that the
   /// caller gives up is not copied, and comes back with the buffer of the last one (ExchangeRecord).
@@ -60,13 +58,6 @@ class PublishedValue : public Lumenar::HeldPublication, public boost::enable_sha
   /// Publishes nothing from now on; assignments are still stored. Waits for nothing.
   void Close() noexcept { closed_ = true; }
 
-  void PublishHeld() noexcept override {
-    Lumenar::Lock in_order(order_);
-    if (!held_) return;  // a later assignment has published it already
-    held_ = false;
-    PublishUnlessHeld();
-  }
-
  private:
   template <class SetValue>
   void Store(SetValue set_value) {
@@ -86,8 +77,21 @@ class PublishedValue : public Lumenar::HeldPublication, public boost::enable_sha
   /// While a held publication waits for its turn, a later assignment takes its place in it: nothing is deferred twice.
   void PublishUnlessHeld() REQUIRES(order_) {
     if (closed_) return;
-    held_ = held_ && hold_->IsHolding() ? true : hold_->Defer(this->weak_from_this());
+    held_ = hold_->IsHolding() && (held_ || hold_->Defer(AtTheEndOfTheHold()));
     if (!held_) Publish();
+  }
+
+  auto AtTheEndOfTheHold() {
+    return [weak = this->weak_from_this()] {
+      if (const auto value = weak.lock()) value->PublishHeld();
+    };
+  }
+
+  void PublishHeld() noexcept {
+    Lumenar::Lock in_order(order_);
+    if (!held_) return;  // a later assignment has published it already
+    held_ = false;
+    PublishUnlessHeld();
   }
 
   /// Reads the value without its lock: it changes under both locks only.

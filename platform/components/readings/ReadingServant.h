@@ -10,26 +10,20 @@
 #include "platform/base/InstanceCounter.h"
 #include "platform/components/readings/EngineReadingBase_i.h"
 #include "platform/components/readings/PublishedValue.h"
-#include "platform/servants/OwnedServant.h"
+#include "platform/servants/CountedServant.h"
 #include "platform/transport/LargeAnswer.h"
 #include "platform/wire/whole_message.h"
 
 namespace Corvanta {
 
-/// What is the same for all readings or attributes of one class.
-struct ItemKind {
-  const char* type_name;  ///< as in TypeInfo
-  bool settable;          ///< an attribute
-};
-
 /// What a reading or attribute says of itself.
 struct ItemInfo {
-  ItemInfo(const Lumenar::EngineReadingBase_i& item, const ItemKind& item_kind)
-      : name(item.GetName()), topic(item.GetDDS_Topic()), kind(item_kind) {}
+  explicit ItemInfo(const Lumenar::EngineReadingBase_i& item)
+      : name(item.GetName()), topic(item.GetDDS_Topic()), type_name(item.Kind().type_name) {}
 
   std::string name;
   std::string topic;
-  ItemKind kind;
+  const char* type_name;
 };
 
 /// Counts the servants of all readings and attributes together.
@@ -41,11 +35,9 @@ class CountedReadingServant : private Lumenar::Counted<CountedReadingServant> {
 /// The counted part of a reading or attribute, which the ORB calls: what all kinds have in common. Skeleton is the
 /// kind's.
 template <class Skeleton>
-class ReadingServant : public Skeleton, public ClosableServant, private CountedReadingServant {
+class ReadingServant : public Skeleton, public CountedServant, private CountedReadingServant {
  public:
   explicit ReadingServant(ItemInfo info) : info_(std::move(info)) {}
-
-  const ItemInfo& Info() const noexcept { return info_; }
 
   char* DDS_Value() override {
     RequireOpen();
@@ -61,7 +53,7 @@ class ReadingServant : public Skeleton, public ClosableServant, private CountedR
     RequireOpen();
     TypeInfo_var type = new TypeInfo;
     type->name = info_.name.c_str();
-    type->type_name = info_.kind.type_name;
+    type->type_name = info_.type_name;
     return type._retn();
   }
 
@@ -99,6 +91,17 @@ class ValueServant : public ReadingServant<Skeleton> {
 
  protected:
   ~ValueServant() override = default;
+
+  /// What a client's Set does once the value is found acceptable: the callback of the attribute is what stores; without
+  /// one the value is stored here. No lock is held while the callback runs.
+  template <class Callback>
+  void Accept(const Callback& callback, const T& value) {
+    if (callback) {
+      callback(value);
+    } else {
+      value_->Assign(value);
+    }
+  }
 
   const Value value_;
 };

@@ -119,6 +119,27 @@ TEST_F(TraceValue, DifferentSizesOfAPeakAreAnException) {
   EXPECT_THAT(SamplesOf(ten.record), Each(1));
 }
 
+/// The samples' own operators, one after the other, and the ways of the whole trace.
+TEST_F(TraceValue, AnOperatorGivenByItsNameDoesWhatTheTracesOwnDoes) {
+  using ByTrace = MathTrace::ValueOperator;
+  using ByNumber = MathTrace::NumberOperator;
+  for (const Value::Units& units : {kW, kmW, kdBm}) {
+    const MathTrace start = Updated({41.1f, 52.2f, 63.3f}, kdBm), other = Updated({0.7f, 0.3f, 0.1f}, units);
+    MathTrace sum(start), difference(start), product(start), quotient(start);
+    sum += other;
+    difference -= other;
+    product *= 3;
+    quotient /= 3;
+    const auto by_name = [&](auto&&... arguments) {
+      return SamplesOf(MathTrace(start).DoValueEqualOp(arguments...).record);
+    };
+    EXPECT_EQ(by_name(other, static_cast<ByTrace>(&Sample::operator+=)), SamplesOf(sum.record));
+    EXPECT_EQ(by_name(other, static_cast<ByTrace>(&Sample::operator-=)), SamplesOf(difference.record));
+    EXPECT_EQ(by_name(3.0f, static_cast<ByNumber>(&Sample::operator*=)), SamplesOf(product.record));
+    EXPECT_EQ(by_name(3.0f, static_cast<ByNumber>(&Sample::operator/=)), SamplesOf(quotient.record));
+  }
+}
+
 TEST_F(TraceValue, SumsClampTheirRange) {
   std::vector<float> samples(100);
   for (int i = 0; i < 100; ++i) samples[static_cast<std::size_t>(i)] = static_cast<float>(i);

@@ -30,11 +30,11 @@ TEST_F(TemperatureSensorTest, NoneWhereTheMachineHasNone) { EXPECT_FALSE(Tempera
 TEST_F(TemperatureSensorTest, TheFirstThatCanBeReadIsTaken) {
   Write("class/hwmon/hwmon0/temp1_input", "30000\n");
   Write("class/hwmon/hwmon0/temp1_crit", "90000\n");
-  EXPECT_EQ(TemperatureSensor::Find(sys_)->File(), sys_ / "class/hwmon/hwmon0/temp1_input");
+  EXPECT_EQ(TemperatureSensor::Find(sys_)->Read()->value, 30);
   Write("class/thermal/cooling_device0/temp", "1000\n");
   Write("class/thermal/thermal_zone1/temp", "40000\n");
   Write("class/thermal/thermal_zone0/temp", "broken\n");
-  EXPECT_EQ(TemperatureSensor::Find(sys_)->File(), sys_ / "class/thermal/thermal_zone1/temp");
+  EXPECT_EQ(TemperatureSensor::Find(sys_)->Read()->value, 40);
 }
 
 TEST_F(TemperatureSensorTest, TheBandIsHalfTheFinestStepSeen) {

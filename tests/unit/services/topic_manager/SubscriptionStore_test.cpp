@@ -27,20 +27,28 @@ class Store : public testing::Test {
     std::string problem;
     return File().Read(problem);
   }
+
+  /// A subscription that the file holds.
+  static long Add(SubscriptionStore& store, const std::string& topic, const std::string& reference) {
+    const long handle = store.Add(topic, reference);
+    store.Save();
+    return handle;
+  }
+
   ScratchDirectory directory_;
 };
 
 TEST_F(Store, HandlesStartAtOneAndAreNeverUsedAgain) {
   SubscriptionStore store(std::nullopt);
-  EXPECT_EQ(store.Add("A", "IOR:01"), 1);
-  EXPECT_EQ(store.Add("A", "IOR:01"), 2);
+  EXPECT_EQ(Add(store, "A", "IOR:01"), 1);
+  EXPECT_EQ(Add(store, "A", "IOR:01"), 2);
   store.Remove(2);
-  EXPECT_EQ(store.Add("A", "IOR:01"), 3);
+  EXPECT_EQ(Add(store, "A", "IOR:01"), 3);
 }
 
 TEST_F(Store, ASubscriberIsFoundByItsHandleOrByItself) {
   SubscriptionStore store(std::nullopt);
-  const long first = store.Add("A", "IOR:01"), second = store.Add("A", "IOR:01"), other = store.Add("B", "IOR:02");
+  const long first = Add(store, "A", "IOR:01"), second = Add(store, "A", "IOR:01"), other = Add(store, "B", "IOR:02");
   const auto found = [&](long handle, const char* topic, const char* reference) {
     return store.Find({{handle, topic, reference}}).at(0);
   };
@@ -58,10 +66,10 @@ TEST_F(Store, ASubscriberIsFoundByItsHandleOrByItself) {
 /// By handles of a manager that is no more, some of which others have, and which these themselves have for each other.
 TEST_F(Store, SubscriptionsOfOneSubscriberToOneTopicStayAsMany) {
   SubscriptionStore store(std::nullopt);
-  store.Add("B", "IOR:02");
+  Add(store, "B", "IOR:02");
   const std::vector<Entry> claims{{1, "A", "IOR:01"}, {2, "A", "IOR:01"}, {7, "A", "IOR:01"}};
   EXPECT_THAT(store.Find(claims), ElementsAre(0, 0, 0));
-  const long first = store.Add("A", "IOR:01"), second = store.Add("A", "IOR:01");
+  const long first = Add(store, "A", "IOR:01"), second = Add(store, "A", "IOR:01");
   EXPECT_EQ(first, 2);
   EXPECT_EQ(second, 3);
   EXPECT_THAT(store.Find(claims), ElementsAre(second, first, 0)) << "each is there for one of them";
@@ -69,24 +77,26 @@ TEST_F(Store, SubscriptionsOfOneSubscriberToOneTopicStayAsMany) {
 
 TEST_F(Store, TopicsAndReferencesHaveOneBound) {
   SubscriptionStore store(std::nullopt, 14);
-  const long first = store.Add("A", "IOR:01");
-  store.Add("B", "IOR:02");
-  EXPECT_THROW(store.Add("C", "IOR:"), std::length_error);
-  EXPECT_THROW(store.AddUnsaved("C", "IOR:"), std::length_error);
+  const long first = Add(store, "A", "IOR:01");
+  Add(store, "B", "IOR:02");
+  EXPECT_THROW(Add(store, "C", "IOR:"), std::length_error);
   store.Remove(first);
-  EXPECT_EQ(store.Add("C", "IOR:03"), 3);
+  EXPECT_EQ(Add(store, "C", "IOR:03"), 3);
   EXPECT_EQ(store.Entries().size(), 2u);
 }
 
 TEST_F(Store, ASubscriberIsFoundAfterARestart) {
-  { SubscriptionStore(File()).Add("A", "IOR:01"); }
+  {
+    SubscriptionStore store(File());
+    Add(store, "A", "IOR:01");
+  }
   EXPECT_THAT(SubscriptionStore(File()).Find({{7, "A", "IOR:01"}}), ElementsAre(1));
 }
 
 TEST_F(Store, SeveralAreSavedAtOnce) {
   SubscriptionStore store(File());
-  store.Add("A", "IOR:01");
-  for (int i = 0; i < 100; ++i) store.AddUnsaved("B", "IOR:02");
+  Add(store, "A", "IOR:01");
+  for (int i = 0; i < 100; ++i) store.Add("B", "IOR:02");
   EXPECT_EQ(OnDisk().entries.size(), 1u);
   store.Save();
   EXPECT_EQ(OnDisk().entries.size(), 101u);
@@ -94,7 +104,7 @@ TEST_F(Store, SeveralAreSavedAtOnce) {
 
 TEST_F(Store, TheFileHoldsASubscriptionWhenAddReturnsAndNoneAfterRemove) {
   SubscriptionStore store(File());
-  store.Add("A", "IOR:01");
+  Add(store, "A", "IOR:01");
   EXPECT_THAT(OnDisk().entries, ElementsAre(Entry{1, "A", "IOR:01"}));
   store.Remove(1);
   EXPECT_THAT(OnDisk().entries, IsEmpty());
@@ -103,43 +113,43 @@ TEST_F(Store, TheFileHoldsASubscriptionWhenAddReturnsAndNoneAfterRemove) {
 TEST_F(Store, AHandleIsNotUsedAgainAfterARestart) {
   {
     SubscriptionStore store(File());
-    store.Add("A", "IOR:01");
-    store.Add("B", "IOR:02");
+    Add(store, "A", "IOR:01");
+    Add(store, "B", "IOR:02");
     store.Remove(2);
   }
   SubscriptionStore store(File());
   EXPECT_THAT(store.Entries(), ElementsAre(Entry{1, "A", "IOR:01"}));
-  EXPECT_EQ(store.Add("C", "IOR:03"), 3);
+  EXPECT_EQ(Add(store, "C", "IOR:03"), 3);
 }
 
 TEST_F(Store, AfterTheLastHandleTheyStartAnewAndPassOverThoseInUse) {
   directory_.Write("state", "topic_manager subscriptions 1\nsub 1 A IOR:01\nsub 3 B IOR:02\nsub 2147483646 C IOR:03\n");
   {
     SubscriptionStore store(File());
-    EXPECT_EQ(store.Add("D", "IOR:04"), 2147483647);
-    EXPECT_EQ(store.Add("E", "IOR:05"), 2);
-    EXPECT_EQ(store.Add("F", "IOR:06"), 4);
+    EXPECT_EQ(Add(store, "D", "IOR:04"), 2147483647);
+    EXPECT_EQ(Add(store, "E", "IOR:05"), 2);
+    EXPECT_EQ(Add(store, "F", "IOR:06"), 4);
   }
   SubscriptionStore store(File());
   EXPECT_EQ(store.Entries().size(), 6u);
-  EXPECT_EQ(store.Add("G", "IOR:07"), 5);
+  EXPECT_EQ(Add(store, "G", "IOR:07"), 5);
 }
 
 TEST_F(Store, AFileThatWasTakenAwayOrReplacedIsWrittenAnewAtOnce) {
   SubscriptionStore store(File());
-  store.Add("A", "IOR:01");
+  Add(store, "A", "IOR:01");
   const auto path = directory_.Path() / "state";
   const auto precious = directory_.Write("precious", "precious");
   std::filesystem::remove(path);
-  store.Add("B", "IOR:02");
+  Add(store, "B", "IOR:02");
   EXPECT_EQ(OnDisk().entries.size(), 2u);
   std::filesystem::remove(path);
   std::filesystem::create_symlink(precious, path);
-  store.Add("C", "IOR:03");
+  Add(store, "C", "IOR:03");
   EXPECT_EQ(OnDisk().entries.size(), 3u);
   std::filesystem::remove(path);
   ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
-  store.Add("D", "IOR:04");
+  Add(store, "D", "IOR:04");
   EXPECT_EQ(OnDisk().entries.size(), 4u);
   EXPECT_EQ(std::filesystem::file_size(precious), 8u);
 }
@@ -147,7 +157,7 @@ TEST_F(Store, AFileThatWasTakenAwayOrReplacedIsWrittenAnewAtOnce) {
 /// The file is written anew from time to time, and in between each change is a line at its end.
 TEST_F(Store, SubscriptionsThatComeAndGoNeitherRewriteTheFileEachTimeNorLetItGrow) {
   SubscriptionStore store(File());
-  for (int i = 0; i < 100; ++i) store.Add("STAYS", "IOR:01");
+  for (int i = 0; i < 100; ++i) Add(store, "STAYS", "IOR:01");
   auto written_anew = [&, inode = ino_t{0}]() mutable {
     struct stat status {};
     EXPECT_EQ(::stat((directory_.Path() / "state").c_str(), &status), 0);
@@ -157,7 +167,7 @@ TEST_F(Store, SubscriptionsThatComeAndGoNeitherRewriteTheFileEachTimeNorLetItGro
   int anew = 0;
   std::uintmax_t largest = 0;
   for (int i = 0; i < 2000; ++i) {
-    store.Remove(store.Add("COMES AND GOES", "IOR:02"));
+    store.Remove(Add(store, "COMES AND GOES", "IOR:02"));
     anew += written_anew() ? 1 : 0;
     largest = std::max(largest, std::filesystem::file_size(directory_.Path() / "state"));
   }
@@ -171,12 +181,12 @@ TEST_F(Store, AfterAFailureTheFileIsWrittenAnew) {
   testing::internal::CaptureStderr();
   const auto file = directory_.Path() / "later" / "state";
   SubscriptionStore store{StateFile(file)};
-  store.Add("A", "IOR:01");
+  Add(store, "A", "IOR:01");
   std::filesystem::create_directory(directory_.Path() / "later");
-  store.Add("B", "IOR:02");
+  Add(store, "B", "IOR:02");
   std::filesystem::remove(file);
-  store.Add("C", "IOR:03");  // fails: there is nothing to add to
-  store.Add("D", "IOR:04");
+  Add(store, "C", "IOR:03");  // fails: there is nothing to add to
+  Add(store, "D", "IOR:04");
   std::string problem;
   EXPECT_EQ(StateFile(file).Read(problem).entries.size(), 4u);
   EXPECT_THAT(problem, IsEmpty());
@@ -189,7 +199,7 @@ TEST_F(Store, ManyThreadsGetHandlesOfTheirOwnAllOnDisk) {
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] {
       for (int k = 0; k < 25; ++k) {
-        const long handle = store.Add("A", "IOR:01");
+        const long handle = Add(store, "A", "IOR:01");
         const auto entries = OnDisk().entries;
         EXPECT_TRUE(
             std::any_of(entries.begin(), entries.end(), [&](const Entry& entry) { return entry.handle == handle; }));
@@ -205,8 +215,8 @@ TEST_F(Store, ManyThreadsGetHandlesOfTheirOwnAllOnDisk) {
 TEST_F(Store, AFileThatCannotBeWrittenIsToldOnceAndFailsNoSubscription) {
   testing::internal::CaptureStderr();
   SubscriptionStore store(StateFile(directory_.Path() / "none" / "state"));
-  EXPECT_EQ(store.Add("A", "IOR:01"), 1);
-  EXPECT_EQ(store.Add("A", "IOR:01"), 2);
+  EXPECT_EQ(Add(store, "A", "IOR:01"), 1);
+  EXPECT_EQ(Add(store, "A", "IOR:01"), 2);
   const std::string lines = testing::internal::GetCapturedStderr();
   EXPECT_THAT(lines, testing::HasSubstr("state file not written"));
   EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 1);
