@@ -106,9 +106,9 @@ TEST_F(UpcallGate_, TheGateOutlivesItsObject) {
 }
 
 TEST_F(UpcallGate_, AnOperationOfALiveObjectGoesOn) {
-  gate_->RequireOpen();
+  EXPECT_NO_THROW(gate_->RequireOpen());
   gate_->Open();
-  gate_->RequireOpen();
+  EXPECT_NO_THROW(gate_->RequireOpen());
 }
 
 TEST_F(UpcallGate_, AGuardedCallbackRunsOnlyWhileTheGateIsOpen) {
