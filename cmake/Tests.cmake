@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# One test program: lumenar_test(NAME SOURCES ... LINK ... [LABELS ...] [SERIAL] [TIMEOUT seconds]).
+# One test program: lumenar_test(NAME SOURCES ... LINK ... [LABELS ...] [SERIAL] [TIMEOUT seconds]). Its label is unit unless
+# it has others.
 include(GoogleTest)
 
 # The test programs without the labels of those that start whole systems of processes: what scripts/test-sanitizers builds.
@@ -7,6 +8,9 @@ add_custom_target(tests_without_systems)
 
 function(lumenar_test name)
   cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
+  if(NOT ARG_LABELS)
+    set(ARG_LABELS unit)
+  endif()
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE lumenar_flags ${ARG_LINK} GTest::gmock GTest::gtest_main)
   if(NOT "${ARG_LABELS}" MATCHES "system|fault|model")

@@ -11,7 +11,7 @@
 #include "Common_Math/src/MathValueValueDouble.h"
 #include "Common_Math/src/SimpleOp2.h"
 #include "tests/faults/FaultCase.h"
-#include "tests/unit/Common_Math/MathFixture.h"
+#include "tests/support/MathFixture.h"
 
 namespace Lumenar::Test {
 namespace {

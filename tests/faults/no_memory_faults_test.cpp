@@ -7,7 +7,7 @@
 
 #include "tests/faults/AllocationFault.h"
 #include "tests/faults/FaultCase.h"
-#include "tests/unit/Common_Math/MathFixture.h"
+#include "tests/support/MathFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "Common_Math/src/RunningMean.h"
-#include "tests/unit/Common_Math/OperationFixture.h"
+#include "tests/support/OperationFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <thread>
 
-#include "tests/unit/Common_Math/MathFixture.h"
+#include "tests/support/MathFixture.h"
 
 namespace Lumenar::Test {
 namespace {

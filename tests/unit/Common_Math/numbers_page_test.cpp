@@ -16,7 +16,7 @@
 #include <set>
 #include <stdexcept>
 
-#include "tests/unit/Common_Math/OperationFixture.h"
+#include "tests/support/OperationFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "tests/unit/Common_Math/OperationFixture.h"
+#include "tests/support/OperationFixture.h"
 
 namespace Lumenar::Test {
 namespace {

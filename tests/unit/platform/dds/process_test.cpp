@@ -8,7 +8,7 @@
 #include <map>
 
 #include "platform/dds/DDS_BaseObj.h"
-#include "tests/unit/services/topic_manager/TopicRig.h"
+#include "tests/support/TopicRig.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "platform/servants/UpcallGate.h"
-#include "tests/unit/platform/topics/TopicsFixture.h"
+#include "tests/support/TopicsFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -8,7 +8,7 @@
 #include <functional>
 #include <thread>
 
-#include "TopicRig.h"
+#include "tests/support/TopicRig.h"
 
 namespace Lumenar::Test {
 namespace {

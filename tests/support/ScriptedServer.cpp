@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/unit/platform/transport/ScriptedServer.h"
+#include "tests/support/ScriptedServer.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "tests/unit/platform/transport/Wire.h"
+#include "tests/support/Wire.h"
 
 namespace Corvanta::Test {
 namespace {

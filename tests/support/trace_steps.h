@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "Common_Math/src/MathValueBasicTrace.h"
-#include "tests/unit/Common_Math/per_sample_judge.h"
-#include "tests/unit/Common_Math/trace_samples.h"
+#include "tests/support/per_sample_judge.h"
+#include "tests/support/trace_samples.h"
 
 // Everything that can be done to a trace, as steps of one template: for the engine's traces and for the per-sample
 // judge.

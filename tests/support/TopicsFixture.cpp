@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/unit/platform/topics/TopicsFixture.h"
+#include "tests/support/TopicsFixture.h"
 
 #include "platform/base/InstanceCounter.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/unit/platform/transport/GiopStream.h"
+#include "tests/support/GiopStream.h"
 
 namespace Corvanta::Test {
 namespace {

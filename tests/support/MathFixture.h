@@ -12,8 +12,8 @@
 #include "platform/components/readings/EngineReadingBoolean_i.h"
 #include "platform/components/readings/EngineReadingLong_i.h"
 #include "platform/components/readings/EngineReadingValueDouble_i.h"
-#include "tests/unit/Common_Math/trace_samples.h"
-#include "tests/unit/platform/topics/TopicsFixture.h"
+#include "tests/support/TopicsFixture.h"
+#include "tests/support/trace_samples.h"
 
 namespace Lumenar::Test {
 

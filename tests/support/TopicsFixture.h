@@ -8,8 +8,8 @@
 
 #include "platform/components/GUI_AbleRegistration.h"
 #include "platform/orb/ORB_wrapper.h"
+#include "tests/support/FakeTopicManager.h"
 #include "tests/support/IsolatedPlatform.h"
-#include "tests/unit/platform/topics/FakeTopicManager.h"
 
 namespace Lumenar::Test {
 

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <string>
 
-#include "tests/unit/platform/transport/Wire.h"
+#include "tests/support/Wire.h"
 
 namespace Corvanta::Test {
 

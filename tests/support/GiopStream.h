@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/wire/message_head.h"
-#include "tests/unit/platform/transport/Wire.h"
+#include "tests/support/Wire.h"
 
 namespace Corvanta::Test {
 

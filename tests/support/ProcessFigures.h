@@ -8,6 +8,7 @@
 namespace Lumenar::Test {
 
 /// What the system knows of a running process. Errors   std::runtime_error when it is gone.
+long AddressSpace_kB(pid_t pid);
 long ResidentMemory_kB(pid_t pid);
 long PeakMemory_kB(pid_t pid);  ///< the most that was resident since ForgetPeakMemory
 void ForgetPeakMemory(pid_t pid);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/unit/platform/transport/RawClient.h"
+#include "tests/support/RawClient.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

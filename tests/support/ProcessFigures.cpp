@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/faults/ProcessFigures.h"
+#include "tests/support/ProcessFigures.h"
 
 #include <unistd.h>
 
@@ -24,6 +24,8 @@ long Status(pid_t pid, const std::string& name) {
 }
 
 }  // namespace
+
+long AddressSpace_kB(pid_t pid) { return Status(pid, "VmSize"); }
 
 long ResidentMemory_kB(pid_t pid) { return Status(pid, "VmRSS"); }
 

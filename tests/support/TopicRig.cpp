@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "TopicRig.h"
+#include "tests/support/TopicRig.h"
 
 #include <algorithm>
 #include <sstream>

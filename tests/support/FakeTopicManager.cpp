@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/unit/platform/topics/FakeTopicManager.h"
+#include "tests/support/FakeTopicManager.h"
 
 namespace Lumenar::Test {
 

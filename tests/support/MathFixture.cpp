@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/unit/Common_Math/MathFixture.h"
+#include "tests/support/MathFixture.h"
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/unit/platform/transport/Wire.h"
+#include "tests/support/Wire.h"
 
 #include <algorithm>
 #include <bit>
