@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "client/Connection.h"
-#include "platform/wire/any_guard.h"
+#include "platform/records/SampleRecord.h"
 
 namespace Lumenar::Client {
 

@@ -11,7 +11,7 @@
 #include "Common_Math/src/MathBaseTemplate.h"
 #include "platform/base/Mutex.h"
 #include "platform/topics/DDS_Subscriber.h"
-#include "platform/value/Value_object.h"
+#include "platform/units/exceptions.h"
 
 namespace Lumenar {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <utility>
 
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/CorbaText.h"
 
 namespace Lumenar::Instruments {
 namespace {

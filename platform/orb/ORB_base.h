@@ -41,6 +41,9 @@ class ORB_base {
   PortableServer::POA_ptr Poa() const;
   const TransportConfig& Transport() const;
 
+  /// The settings of all parts of the system, from the same file.
+  const SettingsFile& Settings() const;
+
   /// "HOST:PORT" of the naming service in use.
   std::string NamingAddress() const;
 
@@ -85,8 +88,8 @@ class ORB_base {
 };
 
 /// Whether an exception bears the ORB's own mark: the call failed on the way, or the ORB at its other end refused it.
-/// One without the mark was raised by the object that was called; one with it may have been, if it lets the failure of
-/// a call of its own pass.
+/// One without the mark was raised by the object that was called. One with the mark may have been, too: by an object
+/// that lets the failure of a call of its own pass.
 bool RaisedByOrb(const CORBA::SystemException& error) noexcept;
 
 }  // namespace Corvanta

@@ -8,8 +8,8 @@
 #include <new>
 #include <sstream>
 
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/CorbaText.h"
 
 namespace Corvanta {
 namespace {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/dds/DDS_BaseObj.h"
+#include "platform/wire/SampleView.h"
 
 namespace Corvanta {
 

@@ -3,7 +3,7 @@
 
 #include <type_traits>
 
-#include "platform/wire/any_guard.h"
+#include "platform/records/SampleRecord.h"
 
 namespace Corvanta {
 

@@ -15,7 +15,7 @@
 #include <filesystem>
 #include <string_view>
 
-#include "platform/transport/TransportConfig.h"
+#include "platform/transport/SettingsFile.h"
 #include "platform/transport/addresses.h"
 
 namespace Corvanta {

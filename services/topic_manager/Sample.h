@@ -4,7 +4,7 @@
 #include <boost/shared_ptr.hpp>
 #include <cstddef>
 
-#include "platform/wire/any_guard.h"
+#include "platform/records/SampleRecord.h"
 
 namespace Lumenar {
 

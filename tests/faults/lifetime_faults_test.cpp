@@ -10,6 +10,7 @@
 #include "Common_Math/src/MathBaseValueDouble.h"
 #include "Common_Math/src/MathValueValueDouble.h"
 #include "Common_Math/src/SimpleOp2.h"
+#include "platform/wire/sample_any.h"
 #include "tests/faults/FaultCase.h"
 #include "tests/support/MathFixture.h"
 

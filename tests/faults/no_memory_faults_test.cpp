@@ -5,6 +5,7 @@
 
 #include <functional>
 
+#include "platform/wire/sample_any.h"
 #include "tests/faults/AllocationFault.h"
 #include "tests/faults/FaultCase.h"
 #include "tests/support/MathFixture.h"

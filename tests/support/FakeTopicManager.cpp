@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/support/FakeTopicManager.h"
+#include "platform/wire/any_guard.h"
+#include "platform/wire/sample_any.h"
 
 namespace Lumenar::Test {
 
@@ -67,10 +69,9 @@ void FakeTopicManager::Publish(const CORBA::Any& sample, const char* topic) {
   Take(Corvanta::RecordFromAny(sample), topic);
 }
 
-CORBA::Boolean FakeTopicManager::_dispatch(omniCallHandle& handle) {
-  return Corvanta::DispatchPublish(
-             handle, this, [this](Corvanta::SampleRecord&& record, const char* topic) { Take(record, topic); }) ||
-         POA_Corvanta::DDS_Manager::_dispatch(handle);
+bool FakeTopicManager::TakeCall(Corvanta::IncomingCall& call) {
+  return Corvanta::DispatchPublish(call,
+                                   [this](Corvanta::SampleRecord&& record, const char* topic) { Take(record, topic); });
 }
 
 void FakeTopicManager::Take(const Corvanta::SampleRecord& record, const char* topic) {

@@ -8,12 +8,13 @@
 
 #include "DDS.hh"
 #include "platform/base/Mutex.h"
-#include "platform/wire/any_guard.h"
+#include "platform/records/SampleRecord.h"
+#include "platform/wire/GuardedServant.h"
 
 namespace Lumenar::Test {
 
 /// A topic manager inside the test's process: keeps what is asked of it, and delivers when the test says so.
-class FakeTopicManager : public POA_Corvanta::DDS_Manager {
+class FakeTopicManager : public Corvanta::GuardedServant<POA_Corvanta::DDS_Manager> {
  public:
   struct Publication {
     std::string topic;
@@ -53,7 +54,7 @@ class FakeTopicManager : public POA_Corvanta::DDS_Manager {
   unsigned PublicationsBegun() const;
 
   void Publish(const CORBA::Any& sample, const char* topic) override;
-  CORBA::Boolean _dispatch(omniCallHandle& handle) override;
+  bool TakeCall(Corvanta::IncomingCall& call) override;
   CORBA::Long Subscribe(const char* topic, Corvanta::DDS_Sub_ptr subscriber) override;
   void Unsubscribe(const char* topic, CORBA::Long handle) override;
   Corvanta::TopicStatusSeq* Topics() override { return new Corvanta::TopicStatusSeq; }

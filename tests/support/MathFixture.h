@@ -12,6 +12,7 @@
 #include "platform/components/readings/EngineReadingBoolean_i.h"
 #include "platform/components/readings/EngineReadingLong_i.h"
 #include "platform/components/readings/EngineReadingValueDouble_i.h"
+#include "platform/wire/sample_any.h"
 #include "tests/support/TopicsFixture.h"
 #include "tests/support/trace_samples.h"
 

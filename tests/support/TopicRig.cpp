@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/support/TopicRig.h"
+#include "platform/wire/any_guard.h"
+#include "platform/wire/sample_calls.h"
 
 #include <algorithm>
 #include <sstream>
@@ -15,9 +17,9 @@ bool TestSubscriber::WaitForCount(std::size_t count) {
   return WaitUntil([&] { return Values().size() >= count; });
 }
 
-_CORBA_Boolean TestSubscriber::_dispatch(omniCallHandle& handle) {
+bool TestSubscriber::TakeCall(Corvanta::IncomingCall& call) {
   const auto take = [this](Corvanta::SampleRecord&& sample) { Take(std::move(sample)); };
-  return Corvanta::DispatchCallback(handle, this, take) || POA_Corvanta::DDS_Sub::_dispatch(handle);
+  return Corvanta::DispatchCallback(call, take);
 }
 
 void TestSubscriber::Take(Corvanta::SampleRecord&& sample) {

@@ -10,13 +10,15 @@
 
 #include "platform/base/Mutex.h"
 #include "platform/orb/ORB_wrapper.h"
-#include "platform/wire/any_guard.h"
+#include "platform/records/SampleRecord.h"
+#include "platform/wire/GuardedServant.h"
+#include "platform/wire/sample_any.h"
 #include "tests/support/IsolatedPlatform.h"
 
 namespace Lumenar::Test {
 
 /// A subscriber in the test's process that writes down the long values it gets.
-class TestSubscriber : public POA_Corvanta::DDS_Sub {
+class TestSubscriber : public Corvanta::GuardedServant<POA_Corvanta::DDS_Sub> {
  public:
   /// `in_delivery` runs inside each delivery.
   explicit TestSubscriber(std::function<void()> in_delivery = {}) : in_delivery_(std::move(in_delivery)) {}
@@ -29,7 +31,7 @@ class TestSubscriber : public POA_Corvanta::DDS_Sub {
 
  protected:
   ~TestSubscriber() override = default;
-  _CORBA_Boolean _dispatch(omniCallHandle& handle) override;
+  bool TakeCall(Corvanta::IncomingCall& call) override;
 
  private:
   void Take(Corvanta::SampleRecord&& sample);

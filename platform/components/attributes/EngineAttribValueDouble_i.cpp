@@ -3,6 +3,7 @@
 
 #include "platform/components/attributes/AttribServant.h"
 #include "platform/records/Records.h"
+#include "platform/units/exceptions.h"
 
 namespace Corvanta {
 namespace {

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "Common_Math/src/RunningMean.h"
+#include "platform/units/exceptions.h"
 #include "tests/support/OperationFixture.h"
 
 namespace Lumenar::Test {

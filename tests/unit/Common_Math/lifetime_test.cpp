@@ -5,6 +5,7 @@
 #include <atomic>
 #include <thread>
 
+#include "platform/wire/sample_any.h"
 #include "tests/support/MathFixture.h"
 
 namespace Lumenar::Test {

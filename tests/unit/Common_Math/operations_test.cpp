@@ -4,6 +4,7 @@
 
 #include <limits>
 
+#include "platform/wire/sample_any.h"
 #include "tests/support/OperationFixture.h"
 
 namespace Lumenar::Test {

@@ -8,6 +8,7 @@
 #include <map>
 
 #include "platform/dds/DDS_BaseObj.h"
+#include "platform/wire/SampleView.h"
 #include "tests/support/TopicRig.h"
 
 namespace Lumenar::Test {

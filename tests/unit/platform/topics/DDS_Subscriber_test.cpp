@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "platform/servants/UpcallGate.h"
+#include "platform/wire/sample_calls.h"
 #include "tests/support/TopicsFixture.h"
 
 namespace Lumenar::Test {

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/transport/TransportConfig.h"
+#include "platform/transport/SettingsFile.h"
 
 namespace Corvanta {
 namespace {

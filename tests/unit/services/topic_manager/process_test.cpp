@@ -8,6 +8,7 @@
 #include <functional>
 #include <thread>
 
+#include "platform/wire/sample_calls.h"
 #include "tests/support/TopicRig.h"
 
 namespace Lumenar::Test {

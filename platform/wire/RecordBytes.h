@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "platform/wire/any_guard.h"
+#include "platform/records/SampleRecord.h"
 
 namespace Corvanta {
 

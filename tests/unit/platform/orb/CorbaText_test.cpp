@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/base/CorbaText.h"
+#include "platform/orb/CorbaText.h"
 
 #include <gtest/gtest.h>
 #include <omniORB4/minorCode.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "services/topic_manager/relay/RecordBytes.h"
+#include "platform/wire/RecordBytes.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "services/topic_manager/relay/RecordBytes.h"
+#include "platform/wire/RecordBytes.h"
 
 #include <stdexcept>
 
@@ -9,10 +9,10 @@ namespace Corvanta {
 namespace {
 
 // The place of a kind in SampleRecord is its number in the bytes.
-constexpr CORBA::Octet kTrace = 1;
-constexpr CORBA::Octet kValue = 2;
-constexpr CORBA::Octet kLong = 3;
-constexpr CORBA::Octet kBoolean = 4;
+constexpr CORBA::Octet kTraceByte = 1;
+constexpr CORBA::Octet kValueByte = 2;
+constexpr CORBA::Octet kLongByte = 3;
+constexpr CORBA::Octet kBooleanByte = 4;
 
 struct Writer {
   cdrStream& stream;
@@ -38,14 +38,14 @@ SampleRecord ReadValueRecord(cdrStream& stream) {
 
 SampleRecord ReadKind(cdrStream& stream) {
   switch (stream.unmarshalOctet()) {
-    case kTrace: return ReadTraceRecord(stream);
-    case kValue: return ReadValueRecord(stream);
-    case kLong: {
+    case kTraceByte: return ReadTraceRecord(stream);
+    case kValueByte: return ReadValueRecord(stream);
+    case kLongByte: {
       CORBA::Long number = 0;
       number <<= stream;
       return number;
     }
-    case kBoolean: return static_cast<bool>(stream.unmarshalBoolean());
+    case kBooleanByte: return static_cast<bool>(stream.unmarshalBoolean());
     default: throw CORBA::MARSHAL(0, CORBA::COMPLETED_NO);
   }
 }
