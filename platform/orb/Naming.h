@@ -69,8 +69,8 @@ class Naming {
   Lumenar::Condition changed_;
   std::map<Path, CORBA::Object_var> names_ GUARDED_BY(mutex_);
   bool ended_ GUARDED_BY(mutex_) = false;
-  const char* trouble_ =
-      nullptr;  ///< the keeper's: what its last look met and standard error says; null when all was well
+  /// The keeper's: what its last look met and standard error says; null when all was well.
+  const char* trouble_ = nullptr;
   std::thread keeper_ GUARDED_BY(mutex_);
 };
 
