@@ -7,7 +7,7 @@
 #include "EngineAttrib.hh"
 #include "MathFactory.hh"
 #include "client/Text.h"
-#include "platform/base/CorbaText.h"
+#include "platform/orb/CorbaText.h"
 
 namespace Lumenar::Client {
 namespace {

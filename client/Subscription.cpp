@@ -9,6 +9,7 @@
 #include "platform/base/Mutex.h"
 #include "platform/dds/DDS_BaseObj.h"
 #include "platform/dds/GroupSubscriber.h"
+#include "platform/wire/sample_any.h"
 
 namespace Lumenar::Client {
 namespace {

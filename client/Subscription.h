@@ -9,7 +9,7 @@
 
 #include "client/Connection.h"
 #include "platform/orb/GivingBack.h"
-#include "platform/wire/any_guard.h"
+#include "platform/records/SampleRecord.h"
 
 namespace Lumenar::Client {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "client/Connection.h"
-#include "platform/wire/any_guard.h"
+#include "platform/records/SampleRecord.h"
 
 namespace Lumenar::Client {
 

@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# One test program: lumenar_test(NAME SOURCES ... LINK ... [LABELS ...: unit] [SERIAL] [TIMEOUT seconds]).
+# One test program: lumenar_test(NAME SOURCES ... LINK ... [LABELS ...] [SERIAL] [TIMEOUT seconds]). Its label is unit unless
+# it has others.
 include(GoogleTest)
 
 # The test programs without the labels of those that start whole systems of processes: what scripts/test-sanitizers builds.
@@ -9,11 +10,11 @@ add_custom_target(unit_tests)
 
 function(lumenar_test name)
   cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
-  add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE lumenar_flags ${ARG_LINK} GTest::gmock GTest::gtest_main)
   if(NOT ARG_LABELS)
     set(ARG_LABELS unit)
   endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE lumenar_flags ${ARG_LINK} GTest::gmock GTest::gtest_main)
   if(ARG_LABELS STREQUAL unit)
     add_dependencies(unit_tests ${name})
   endif()

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "instruments/common/Instrument.h"
-#include "instruments/common/PeriodicTask.h"
 #include "instruments/common/TraceReading.h"
+#include "instruments/common/steady_rate.h"
 #include "platform/components/readings/EngineReadingValueDouble_i.h"
 #include "platform/records/Records.h"
 
@@ -23,7 +23,8 @@ Corvanta::VALUE_DOUBLE::VALUE LoadNow() {
 
 class LoadMeter : public Instrument {
  public:
-  explicit LoadMeter(double rate_Hz) : step_s_(1 / rate_Hz), task_(PeriodOf(rate_Hz), [this] { return Measure(); }) {}
+  explicit LoadMeter(double rate_Hz)
+      : step_s_(1 / rate_Hz), task_(AtSteadyRate(PeriodOf(rate_Hz), [this] { return Measure(); })) {}
   ~LoadMeter() override { Stop(); }
 
   void Offer(const Place& place) override {
@@ -47,7 +48,7 @@ class LoadMeter : public Instrument {
   std::vector<float> history_ = std::vector<float>(60);  // the task's own, once it runs
   std::unique_ptr<Corvanta::EngineReadingValueDouble_i> load_;
   std::unique_ptr<TraceReading> trace_;
-  PeriodicTask task_;
+  Lumenar::PeriodicTask task_;
 };
 
 std::unique_ptr<Instrument> Create(const Settings& settings) {

@@ -10,9 +10,9 @@ namespace Lumenar {
 /// An operand that goes out of decibels before each computation and back into them after it. Either way may change its
 /// last bits, and each computation goes on from there.
 ///
-/// The way back of a trace is put off until the next computation needs it, so that a sample that replaces the operand
-/// makes it unnecessary; and once the way back and out again has changed nothing, it is not gone any more. The numbers
-/// are the same.
+/// The numbers are those; the work is less. The way back of a trace is put off until the next computation: a sample
+/// that replaces the operand meanwhile makes it unnecessary. And when one way back and out again has changed no bit of
+/// a trace, the next one would not either, and the trace stays as it is from then on.
 /// Threads   the caller's lock.
 template <class T>
 class DecibelOperand {
@@ -26,7 +26,7 @@ class DecibelOperand {
     return *this;
   }
 
-  /// The operand as it stands; while a way back is put off, Remove_dB comes first.
+  /// The operand as it stands, for a computation: Remove_dB comes first, or the way back may be outstanding.
   const MathValue<T>& Value() const noexcept { return value_; }
 
   /// Takes it out of dB; false when it is not in dB.

@@ -65,8 +65,9 @@ class MathBase : virtual public POA_Corvanta::MathFactory::Math,
   RefusedSamples& Refused() noexcept { return refused_; }
 
   /// What an operation does with one sample; counts the sample when it is refused. Errors   those of `work`.
+  /// Threads  the caller holds what `work` requires, which the analysis cannot follow through a parameter.
   template <class Work>
-  void TakeSample(Work work) {
+  void TakeSample(Work work) NO_THREAD_SAFETY_ANALYSIS {
     RefusedSamples::OnItsWay sample(refused_);
     try {
       work();

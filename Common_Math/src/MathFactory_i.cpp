@@ -9,9 +9,9 @@
 
 #include "Common_Math/src/Builders.h"
 #include "Common_Math/src/HistoryMemory.h"
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/base/TraceMemory.h"
+#include "platform/orb/CorbaText.h"
 #include "platform/transport/LargeAnswer.h"
 #include "platform/units/exceptions.h"
 
@@ -71,10 +71,11 @@ MathFactory_i::MathFactory_i(GUI_AbleRegistration& registration, Corvanta::ORB_w
       object_namer_(namer_.Prefix(), Corvanta::ItemNamer::MarkOfThisRun()),
       registration_(registration),
       orb_(orb),
+      limits_(orb->Settings()),
       type_(namer_, registration_, "TYPE", 0, gate_->Guard([this](const int& value) { TypeCallback(value); }),
             TypeElements()),
       input_engines_(*orb) {
-  HistoryMemory::SetLimit(orb->Transport().max_history_bytes);
+  HistoryMemory::SetLimit(limits_.history_bytes);
   gate_->Open();
 }
 
@@ -94,7 +95,7 @@ Math_ptr MathFactory_i::CreateMath(const ReadingAttribSeq& attribs) {
 }
 
 MathFactory_i::Place::Place(MathFactory_i& factory) : factory_(factory) {
-  const std::size_t most = factory_.orb_->Transport().max_math_objects;
+  const std::size_t most = factory_.limits_.objects;
   {
     Lock lock(factory_.mutex_);
     if (factory_.registry_.size() + factory_.in_creation_ < most) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Common_Math/src/MathBase.h"
+#include "Common_Math/src/MathLimits.h"
 #include "MathFactory.hh"
 #include "platform/base/Mutex.h"
 #include "platform/components/GUI_AbleRegistration.h"
@@ -86,6 +87,7 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces, public Corva
   Corvanta::ItemNamer object_namer_;  ///< of the math objects' items: no topic of theirs is ever another object's
   GUI_AbleRegistration& registration_;
   Corvanta::ORB_wrapper* const orb_;
+  const MathLimits limits_;
   Corvanta::EngineAttribEnum_i type_;
   Corvanta::PeerWatch input_engines_;  ///< keyed by the id of the math object
   Corvanta::RefusalLog refusals_;

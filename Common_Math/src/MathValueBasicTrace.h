@@ -91,8 +91,8 @@ class MathValue<Corvanta::BASIC_TRACE::BT_DATA> {
   /// Takes the samples out of dB; false, with nothing changed, when they are not in dB.
   bool Remove_dB();
 
-  /// Add_dB and Remove_dB of a trace that Remove_dB has taken out of dB. Whether nothing has changed by it: then
-  /// nothing would by another round.
+  /// Add_dB, then Remove_dB, of a trace that Remove_dB has taken out of dB. True when no bit has changed by it: another
+  /// such round would change none either.
   bool GoThroughDecibels();
 
   /// Keeps, sample by sample, the larger of this and the other trace; equal ones stay.

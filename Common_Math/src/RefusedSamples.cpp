@@ -7,8 +7,8 @@
 #include <new>
 #include <utility>
 
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/CorbaText.h"
 
 namespace Lumenar {
 namespace {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "platform/units/exceptions.h"
 #include "platform/value/decibel_kernels.h"
 
 namespace Lumenar {

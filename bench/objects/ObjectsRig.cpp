@@ -2,13 +2,13 @@
 #include "bench/objects/ObjectsRig.h"
 
 #include <time.h>
-#include <unistd.h>
 
 #include <chrono>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
+
+#include "tests/support/ProcessFigures.h"
 
 namespace Lumenar::Bench {
 namespace {
@@ -48,13 +48,7 @@ double CpuSecondsOf(pid_t process) {
   return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-double ResidentBytesOf(pid_t process) {
-  std::ifstream statm("/proc/" + std::to_string(process) + "/statm");
-  double size = 0;
-  double resident = 0;
-  if (!(statm >> size >> resident)) throw std::runtime_error("no memory figures");
-  return resident * static_cast<double>(sysconf(_SC_PAGESIZE));
-}
+double ResidentBytesOf(pid_t process) { return 1024.0 * static_cast<double>(Test::ResidentMemory_kB(process)); }
 
 ObjectsRig::ObjectsRig()
     : engine_(InThisProcess(platform_).StartEngine("math_factory_hh")),

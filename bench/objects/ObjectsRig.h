@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
 
 namespace Lumenar::Bench {
 

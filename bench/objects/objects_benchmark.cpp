@@ -17,6 +17,7 @@
 
 #include "bench/Figures.h"
 #include "bench/objects/ObjectsRig.h"
+#include "platform/wire/SharedSampleView.h"
 #include "platform/wire/sample_wire.h"
 
 namespace {

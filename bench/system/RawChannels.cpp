@@ -11,7 +11,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "platform/wire/any_guard.h"
+#include "platform/wire/sample_calls.h"
 
 namespace Lumenar::Bench {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "DDS.hh"
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
 
 namespace Lumenar::Bench {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
 
 namespace Lumenar::Bench {
 

@@ -18,6 +18,7 @@
 #include "platform/program/local_arguments.h"
 #include "platform/program/program.h"
 #include "platform/topics/DDS_Publisher.h"
+#include "platform/wire/any_guard.h"
 
 LUMENAR_LOCAL_ARGUMENTS("system_relay")
 
@@ -26,16 +27,14 @@ namespace {
 using namespace Corvanta;
 
 /// Publishes what is delivered, as it was decoded by the any guard: the least that an engine can do.
-class Relay : public POA_Corvanta::DDS_Sub {
+class Relay : public GuardedServant<POA_Corvanta::DDS_Sub> {
  public:
   explicit Relay(const char* out) : publisher_(out) {}
   void DDS_Callback(const CORBA::Any&) override {}
   CORBA::Long GetId() override { return 0; }
-  CORBA::Boolean _dispatch(omniCallHandle& handle) override {
+  bool TakeCall(IncomingCall& call) override {
     return DispatchCallback(
-               handle, this,
-               [this](SampleRecord&& sample) { publisher_.Publish(std::get<BASIC_TRACE::BT_DATA>(sample)); }) ||
-           POA_Corvanta::DDS_Sub::_dispatch(handle);
+        call, [this](SampleRecord&& sample) { publisher_.Publish(std::get<BASIC_TRACE::BT_DATA>(sample)); });
   }
 
  private:

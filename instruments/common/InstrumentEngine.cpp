@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "HwEnumerate.hh"
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/CorbaText.h"
 #include "platform/orb/names.h"
 
 namespace Lumenar::Instruments {

@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/base/CorbaText.h"
+#include "platform/orb/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 
 namespace Lumenar::Instruments {

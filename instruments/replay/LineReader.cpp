@@ -5,6 +5,8 @@
 #include <cmath>
 #include <limits>
 
+#include "instruments/replay/Recording.h"
+
 namespace Lumenar::Replay {
 namespace {
 

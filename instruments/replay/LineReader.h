@@ -6,8 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include "instruments/replay/Recording.h"
-
 namespace Lumenar::Replay {
 
 /// One line of a text, without its end.

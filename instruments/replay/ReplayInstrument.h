@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "instruments/common/Instrument.h"
-#include "instruments/replay/Recording.h"
 
 namespace Lumenar::Replay {
 

@@ -11,7 +11,7 @@
 namespace Lumenar {
 
 /// Holds back the publications of all readings of the process: results are stored but not published; when the last hold
-/// ends, the newest value of each reading that was assigned meanwhile is published, in order of first assignment. A
+/// ends, each reading that was assigned meanwhile publishes its newest value, in the order of the first assignments. A
 /// publication that has begun already is not waited for.
 /// Threads   any.
 class HoldReadings {

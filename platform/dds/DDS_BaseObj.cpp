@@ -8,13 +8,14 @@
 #include <set>
 #include <string>
 
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/base/Mutex.h"
 #include "platform/dds/Breaker.h"
 #include "platform/dds/StandingSubscriptions.h"
+#include "platform/orb/CorbaText.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/names.h"
+#include "platform/wire/sample_calls.h"
 
 namespace Corvanta {
 namespace {

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "DDS.hh"
-#include "platform/wire/any_guard.h"
+#include "platform/wire/SharedSampleView.h"
 
 namespace Corvanta {
 

@@ -8,6 +8,7 @@
 
 #include "platform/base/Mutex.h"
 #include "platform/servants/UpcallGate.h"
+#include "platform/wire/any_guard.h"
 
 namespace Corvanta {
 
@@ -54,14 +55,12 @@ class GroupSubscriber::Members {
   std::unordered_map<CORBA::Long, GroupSubscriber*> members_ GUARDED_BY(mutex_);
 };
 
-CORBA::Boolean GroupSubscriber::_dispatch(omniCallHandle& handle) {
-  return DispatchOne(handle) || DispatchGroup(handle, this, &TakeFor) || POA_Corvanta::DDS_GroupSub::_dispatch(handle);
-}
+bool GroupSubscriber::TakeCall(IncomingCall& call) { return TakeCallback(call) || DispatchGroup(call, &TakeFor); }
 
-bool GroupSubscriber::DispatchOne(omniCallHandle& handle) {
+bool GroupSubscriber::TakeCallback(IncomingCall& call) {
   bool read = false;
   try {
-    return DispatchCallback(handle, this, [&](SampleRecord&& sample) {
+    return DispatchCallback(call, [&](SampleRecord&& sample) {
       read = true;
       Take(std::move(sample));
     });

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "platform/wire/any_guard.h"
+#include "DDS.hh"
+#include "platform/records/SampleRecord.h"
+#include "platform/wire/GuardedServant.h"
 
 namespace Corvanta {
 
@@ -11,16 +13,16 @@ namespace Corvanta {
 /// nothing then (see UpcallGate::WithoutWaiting), so that it holds up no other: it gets its sample in a call of its
 /// own.
 /// Threads   any.
-class GroupSubscriber : public POA_Corvanta::DDS_GroupSub {
+class GroupSubscriber : public GuardedServant<POA_Corvanta::DDS_GroupSub> {
  public:
   HandleSeq* DDS_Group(const SharedSampleSeq& samples) override;
-
-  /// Samples off the wire go through the any guard.
-  CORBA::Boolean _dispatch(omniCallHandle& handle) override;
 
  protected:
   GroupSubscriber() = default;
   ~GroupSubscriber() override = default;
+
+  /// Samples off the wire go through the any guard.
+  bool TakeCall(IncomingCall& call) override;
 
   /// A decoded sample; what this throws reaches the caller of DDS_Callback.
   virtual void Take(SampleRecord&& sample) = 0;
@@ -45,7 +47,7 @@ class GroupSubscriber : public POA_Corvanta::DDS_GroupSub {
     bool left = false;
   };
 
-  bool DispatchOne(omniCallHandle& handle);
+  bool TakeCallback(IncomingCall& call);
   bool TakeAtOnce(SampleRecord&& sample);
   static bool TakeFor(CORBA::Long handle, SampleRecord& sample, bool last);
 

@@ -41,10 +41,10 @@ class StandingSubscriptions {
   StandingSubscriptions(const StandingSubscriptions&) = delete;
   StandingSubscriptions& operator=(const StandingSubscriptions&) = delete;
 
-  /// A subscription that the manager took. Errors   std::bad_alloc; the subscription is not among these then.
+  /// Puts in a subscription that the manager took. Errors   std::bad_alloc; it is not among these then.
   void Add(const char* topic, DDS_Sub_ptr subscriber, CORBA::Long handle, Renewed renewed);
 
-  /// The subscription is one no more; the handle by which the manager knows it. Nothing when it is not among these.
+  /// Takes the subscription out. The handle by which the manager knows it; nothing when it is not among these.
   std::optional<CORBA::Long> Remove(const char* topic, DDS_Sub_ptr subscriber) noexcept;
 
   /// Lets the thread look at once: there is a manager that may be another.

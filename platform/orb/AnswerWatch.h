@@ -5,10 +5,10 @@
 
 namespace Corvanta {
 
-/// Whether a call that failed was answered: then whoever was called raised the exception, and has had the arguments;
-/// else the ORB raised it here. The exception itself does not tell: one who is called may raise what the ORB raises, be
-/// it that he lets the failure of a call of his own pass. Tells of the last call that this thread made since the object
-/// was made.
+/// Whether a call that failed was answered. If it was, the object that was called raised the exception, and has had the
+/// arguments; if not, the ORB raised it here. The exception itself does not tell: an object may raise what the ORB
+/// raises, for example by letting the failure of a call of its own pass. Tells of the last call that this thread has
+/// made since the watch was made.
 /// Threads   each its own objects, one at a time.
 class AnswerWatch {
  public:

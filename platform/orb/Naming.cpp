@@ -5,8 +5,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/CorbaText.h"
 
 namespace Corvanta {
 namespace {

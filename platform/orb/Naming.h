@@ -66,8 +66,8 @@ class Naming {
   Lumenar::Mutex mutex_;
   std::map<Path, CORBA::Object_var> names_ GUARDED_BY(mutex_);
   bool ended_ GUARDED_BY(mutex_) = false;
-  const char* trouble_ =
-      nullptr;  ///< the keeper's: what its last look met and standard error says; null when all was well
+  /// The keeper's: what its last look met and standard error says; null when all was well.
+  const char* trouble_ = nullptr;
   Lumenar::PeriodicTask keeper_{[this] { return Lumenar::PeriodicTask::Clock::now() + KeepNames(); }};
 };
 

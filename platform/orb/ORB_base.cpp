@@ -9,8 +9,8 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/CorbaText.h"
 #include "platform/orb/ORB_base_impl.h"
 #include "platform/signals/Signals.h"
 
@@ -148,6 +148,8 @@ CORBA::ORB_ptr ORB_base::Orb() const { return impl_->orb; }
 PortableServer::POA_ptr ORB_base::Poa() const { return impl_->poa; }
 
 const TransportConfig& ORB_base::Transport() const { return impl_->arguments.transport; }
+
+const SettingsFile& ORB_base::Settings() const { return impl_->arguments.settings; }
 
 std::string ORB_base::NamingAddress() const { return impl_->arguments.NamingAddress(); }
 

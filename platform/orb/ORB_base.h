@@ -41,6 +41,9 @@ class ORB_base {
   PortableServer::POA_ptr Poa() const;
   const TransportConfig& Transport() const;
 
+  /// The settings of all parts of the system, from the same file.
+  const SettingsFile& Settings() const;
+
   /// "HOST:PORT" of the naming service in use.
   std::string NamingAddress() const;
 

@@ -77,8 +77,6 @@ std::vector<std::string> ORB_wrapper_base::List(const std::vector<std::string>& 
   return impl_->naming->List(context);
 }
 
-/// Start-up ends at the next of these steps once a signal came: the engine is not running yet, so nothing else would
-/// end it.
 struct ORB_wrapper::WrapperImpl {
   Naming::Path context;  // in which all engines have their names
   Naming::Path path;     // of this engine
@@ -86,6 +84,8 @@ struct ORB_wrapper::WrapperImpl {
   PortableServer::Servant_var<Placeholder> placeholder;
   std::map<std::string, int> registered;
 };
+
+// The steps of an engine's start-up look for a signal first: the engine does not run yet, so nothing else would end it.
 
 ORB_wrapper::ORB_wrapper(const char* name, const char* context)
     : ORB_wrapper_base(localargc, localargv), wrapper_(std::make_unique<WrapperImpl>()) {

@@ -168,7 +168,8 @@ OrbArguments OrbArguments::Read(int argc, const char* const* argv) {
   if (const char* address = std::getenv("LUMENAR_NAMING"); address != nullptr && *address != '\0')
     arguments.TakeNaming("LUMENAR_NAMING", address);
   arguments.transport_file = TransportFile(compiled_in);
-  if (!arguments.transport_file.empty()) arguments.transport = TransportConfig::Read(arguments.transport_file);
+  if (!arguments.transport_file.empty()) arguments.settings = SettingsFile::Read(arguments.transport_file);
+  arguments.transport = TransportConfig(arguments.settings);
   PrepareEndpoints(arguments.transport_file, arguments.transport);
   arguments.options = arguments.transport.OrbOptions();
   arguments.options.emplace_back("InitRef", std::string(kNamingKey) + arguments.naming_uri);

@@ -5,16 +5,18 @@
 #include <utility>
 #include <vector>
 
+#include "platform/transport/SettingsFile.h"
 #include "platform/transport/TransportConfig.h"
 
 namespace Corvanta {
 
 /// What the argument list and the environment of a process say about its ORB.
 struct OrbArguments {
+  SettingsFile settings;  ///< of all parts; the ORB's own are in `transport`
   TransportConfig transport;
   std::string naming_uri = "corbaloc:iiop:localhost:2700/NameService";
-  std::vector<std::pair<std::string, std::string>>
-      options;  ///< all options of ORB_init, naming service and transport included
+  /// All options of ORB_init, naming service and transport included.
+  std::vector<std::pair<std::string, std::string>> options;
 
   std::string transport_file;  ///< that was read; empty for the defaults
 

@@ -8,8 +8,8 @@
 #include <new>
 #include <thread>
 
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/CorbaText.h"
 #include "platform/orb/names.h"
 
 namespace Corvanta {

@@ -8,8 +8,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/CorbaText.h"
 #include "platform/orb/ORB_base.h"
 #include "platform/signals/Signals.h"
 

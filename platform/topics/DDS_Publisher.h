@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/dds/DDS_BaseObj.h"
+#include "platform/wire/SharedSampleView.h"
 
 namespace Corvanta {
 

@@ -191,8 +191,8 @@ class MessageFraming {
   int minor_ = -1;           // version of the connection's messages, once one came
   bool is_closing_ = false;  // the last message has come
   bool is_plain_ = true;
-  std::uint64_t ordinary_ =
-      0;  // what ordinary messages begin with, in the order of its bytes in memory; 0: none is at present
+  // What ordinary messages begin with, in the order of its bytes in memory; 0: none is at present.
+  std::uint64_t ordinary_ = 0;
   std::optional<std::string> failure_;
   std::atomic<bool> has_output_{false};
 };

@@ -17,7 +17,7 @@ namespace Corvanta {
 /// Threads   any; one sends at a time, and one reads.
 class PendingCalls final : public ExpectedAnswers {
  public:
-  /// So often an answer may send a call elsewhere, or have it made again, over all connections that it is made over.
+  /// So often may answers send one call elsewhere, or have it made again, counted over all connections that it takes.
   static constexpr unsigned kMostDetours = 8;
 
   /// These bytes are about to be sent: notes the call that begins with them, if one does.
@@ -25,14 +25,14 @@ class PendingCalls final : public ExpectedAnswers {
     if (left_ == 0 && !NoteOrdinary(bytes)) NoteOther(bytes);
   }
 
-  /// So many of them were.
+  /// So many of these bytes were sent.
   void Sent(std::size_t count) noexcept { left_ -= std::min<std::uint64_t>(left_, count); }
 
   /// No call waits for its answer, and none is half sent.
   bool IsAtRest() const noexcept { return left_ == 0 && only_.call == kNone && others_count_ == 0; }
 
-  /// The thread that reads next does so for a call with this deadline, in ns, which is the same however often the call
-  /// is sent elsewhere; 0: it has none.
+  /// The thread that reads next reads for a call with this deadline, in ns; 0: it has none. By its deadline a call is
+  /// known again when it is sent elsewhere.
   void ReadsFor(std::uint64_t deadline) noexcept { deadline_ = deadline; }
 
   MessageLimit LimitOf(std::uint32_t id) override;
@@ -46,8 +46,8 @@ class PendingCalls final : public ExpectedAnswers {
  private:
   static constexpr std::uint64_t kNone = 0, kWaits = std::uint64_t{1} << 32;
 
-  /// A call of a connection that has one at a time, as almost all have. Who sends fills it while it is free; who reads
-  /// frees it.
+  /// The call of a connection that has one at a time, as almost all have. The thread that sends fills it while it is
+  /// free; the one that reads frees it.
   struct Only {
     std::atomic<std::uint64_t> call{kNone};  // kWaits and its id
     std::uint32_t length = 0;

@@ -22,7 +22,7 @@ class WaitingSender {
 /// The memory of answers that are built or sent, in bytes over all connections, under one limit. When an answer does
 /// not fit beside the others, connections whose peers do not read are given up for it, those first that took nothing
 /// for the longest time; when there are none, it waits until others have been sent. A peer that took something a moment
-/// ago is never given up: who reads slowly pauses as well.
+/// ago is never given up, since one that reads slowly pauses, too.
 /// Threads   any.
 class SendBudget {
  public:

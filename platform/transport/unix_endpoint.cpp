@@ -15,7 +15,7 @@
 #include <filesystem>
 #include <string_view>
 
-#include "platform/transport/TransportConfig.h"
+#include "platform/transport/SettingsFile.h"
 #include "platform/transport/addresses.h"
 
 namespace Corvanta {
@@ -62,10 +62,12 @@ void RequirePrivate(const fs::path& path, const fs::path& directory) {
 
 /// Whether a socket is named "PROGRAM.PID" after a process that is gone.
 bool IsLeftBehind(const fs::path& socket) {
-  const std::string number = socket.extension().string();
+  const std::string number = socket.extension().string();  // with its dot; empty when the name has none
+  if (number.empty()) return false;
+  const char* const last = number.data() + number.size();
   pid_t process = 0;
-  const auto [end, error] = std::from_chars(number.data() + 1, number.data() + number.size(), process);
-  if (number.size() < 2 || error != std::errc() || *end != '\0' || process <= 0) return false;
+  const auto [end, error] = std::from_chars(number.data() + 1, last, process);
+  if (error != std::errc() || end != last || process <= 0) return false;
   return ::kill(process, 0) != 0 && errno == ESRCH && !IsInUse(socket);
 }
 

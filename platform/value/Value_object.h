@@ -2,16 +2,14 @@
 #pragma once
 
 #include "platform/units/Units.h"
-#include "platform/units/exceptions.h"
 
 namespace Lumenar::Value {
 
 /// A number with a unit and an asymmetric error band. Instantiated for float (samples of a trace) and double (scalars),
 /// in Value_object_float.cpp and Value_object_double.cpp.
 ///
-/// Invariant  minus_err is not greater than plus_err: two errors are sorted whenever they are stored (equal errors, or
-/// a
-///            NaN, put the second given one into minus_err).
+/// Invariant  minus_err is not greater than plus_err: two errors are sorted whenever they are stored (of equal errors,
+///            or with a NaN, the one given second goes into minus_err).
 /// Threads    a value; all static and const functions are pure.
 template <class T>
 class Value_object {
@@ -31,13 +29,11 @@ class Value_object {
 
   /// The value in another unit.
   ///
-  /// float:  the numbers are scaled as if linear even when this unit is in dB; whoever holds dB calls Normalize_DB
-  /// first.
-  ///         A target in dB turns the scaled numbers into dB.
-  /// double: the decibel flags of both sides count: to linear when only this unit is in dB, to dB when only the target
-  /// is,
-  ///         unchanged when both units are the same in every respect, through linear when both are in dB of different
-  ///         units.
+  /// float:  the numbers are scaled as if linear even when this unit is in dB: whoever holds dB calls Normalize_DB
+  ///         first. A target in dB turns the scaled numbers into dB.
+  /// double: the decibel flags of both sides count. When only this unit is in dB, the numbers are made linear; when
+  ///         only the target is, they are turned into dB; when both are, they go through linear, unless the units are
+  ///         the same in every respect: then they stay as they are.
   /// Errors  UnitDimensionNotSame; OperationNotValid for a malformed target.
   Value_object Convert_to(const Units& target) const;
 

@@ -3,6 +3,7 @@
 
 // The members of Value_object, for the files that instantiate it.
 
+#include "platform/units/exceptions.h"
 #include "platform/value/Unit_conversion.h"
 #include "platform/value/Value_object.h"
 #include "platform/value/decibel_numbers.h"

@@ -9,8 +9,8 @@ namespace Lumenar::Value {
 
 /// Each number times one factor and then another: both products in double, both rounded to float. A factor of 1 changes
 /// no bit.
-/// Shape    any length; `in` and `out` are the same pointer or do not overlap.      Threads  pure; the caller owns the
-///          arrays.
+/// Shape    any length; `in` and `out` are the same pointer or do not overlap.
+/// Threads  pure; the caller owns the arrays.
 void Scale(const float* in, float* out, std::size_t count, double first, double second) noexcept;
 
 namespace Detail {

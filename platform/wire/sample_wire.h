@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/wire/any_guard.h"
+#include "DDS.hh"
+#include "platform/records/SampleRecord.h"
+#include "platform/wire/SharedSampleView.h"
 
 namespace Corvanta {
 

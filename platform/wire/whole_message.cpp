@@ -67,10 +67,10 @@ void AnnounceSize(cdrStream& stream, const std::function<void(cdrStream&)>& writ
   *announced = size;
 }
 
-bool DispatchGet(omniCallHandle& handle, omniServant* servant, const std::function<BASIC_TRACE::BT_DATA*()>& get) {
-  if (std::strcmp(handle.operation_name(), kGet) != 0) return false;
-  IncomingGet call(get);
-  handle.upcall(servant, call);
+bool DispatchGet(IncomingCall& call, const std::function<BASIC_TRACE::BT_DATA*()>& get) {
+  if (std::strcmp(call.handle.operation_name(), kGet) != 0) return false;
+  IncomingGet incoming(get);
+  call.handle.upcall(call.servant, incoming);
   return true;
 }
 

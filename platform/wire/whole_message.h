@@ -7,6 +7,7 @@
 #include <functional>
 
 #include "BASIC_TRACE.hh"
+#include "platform/wire/GuardedServant.h"
 
 namespace Corvanta {
 
@@ -27,9 +28,9 @@ void WriteWhole(cdrStream& stream, std::uint64_t bytes, Write&& write) {
   write(stream);
 }
 
-/// The operation Get of a reading of traces, called by another process: its answer goes out whole. A servant overrides
-/// _dispatch and offers the call to this function first; it returns false, having done nothing, when the operation is
-/// another one. `get` returns a trace that is the caller's; what it throws reaches the client.
-bool DispatchGet(omniCallHandle& handle, omniServant* servant, const std::function<BASIC_TRACE::BT_DATA*()>& get);
+/// The operation Get of a reading of traces, called by another process: its answer goes out whole. A GuardedServant
+/// offers its calls to this function; it returns false, having done nothing, when the operation is another one. `get`
+/// returns a trace that is the caller's; what it throws reaches the client.
+bool DispatchGet(IncomingCall& call, const std::function<BASIC_TRACE::BT_DATA*()>& get);
 
 }  // namespace Corvanta

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 
 #include "platform/base/ParseArguments.h"
+#include "services/topic_manager/relay/relay_options.h"
 #include "services/topic_manager/state_path.h"
 
 namespace Lumenar {
@@ -71,8 +72,7 @@ bool CommandLine::Read(int argc, const char* const* argv, int& exit_code) {
   return true;
 }
 
-Corvanta::DDS_Manager_i::Options CommandLine::ManagerOptions(const Corvanta::TransportConfig& transport,
-                                                             const std::string& naming_address) const {
+Corvanta::DDS_Manager_i::Options CommandLine::ManagerOptions(const Corvanta::ORB_base& orb) const {
   Corvanta::DDS_Manager_i::Options options;
   options.dispatcher.schedule.queue.samples = queue;
   options.dispatcher.schedule.silence_limit = silence_limit;
@@ -81,17 +81,12 @@ Corvanta::DDS_Manager_i::Options CommandLine::ManagerOptions(const Corvanta::Tra
   options.subscriptions = subscriptions;
   options.topics.unsubscribed = unsubscribed_topics;
   options.state_file = state_file;
-  if (const auto path = DefaultStatePath("topic_manager", naming_address); path && !state_file && !no_state) {
+  if (const auto path = DefaultStatePath("topic_manager", orb.NamingAddress()); path && !state_file && !no_state) {
     MakeDirectoryOf(*path);
     options.state_file.emplace(*path);
   }
-  if (transport.dds_enabled) {
-    options.relay.emplace();
-    options.relay->domain = transport.dds_domain;
-    options.relay->interface_address = transport.dds_interface;
-    options.relay->topics.insert(transport.dds_topics.begin(), transport.dds_topics.end());
-  }
-  options.stall_limit = stall_limit.value_or(transport.call_timeout);
+  options.relay = Corvanta::RelayOptions(orb.Settings());
+  options.stall_limit = stall_limit.value_or(orb.Transport().call_timeout);
   return options;
 }
 

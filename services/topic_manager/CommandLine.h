@@ -22,8 +22,8 @@ struct CommandLine {
   /// Errors   none: false when the program has to end with `exit_code` (help was asked for, or an argument is wrong).
   bool Read(int argc, const char* const* argv, int& exit_code);
 
-  Corvanta::DDS_Manager_i::Options ManagerOptions(const Corvanta::TransportConfig& transport,
-                                                  const std::string& naming_address) const;
+  /// For a manager in this process, of which the ORB knows the settings.
+  Corvanta::DDS_Manager_i::Options ManagerOptions(const Corvanta::ORB_base& orb) const;
 };
 
 }  // namespace Lumenar

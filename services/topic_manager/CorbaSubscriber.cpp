@@ -2,10 +2,11 @@
 #include "services/topic_manager/CorbaSubscriber.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 
 #include "platform/orb/AnswerWatch.h"
+#include "platform/orb/reference_type.h"
+#include "platform/wire/sample_calls.h"
 
 namespace Lumenar {
 namespace {
@@ -30,7 +31,7 @@ bool MeansBroken(const CORBA::SystemException& error) {
 
 CorbaSubscriber::CorbaSubscriber(Corvanta::DDS_Sub_ptr subscriber, std::chrono::milliseconds limit)
     : limit_(limit), subscriber_(Corvanta::DDS_Sub::_duplicate(subscriber)) {
-  if (std::strcmp(subscriber->_PR_getobj()->_mostDerivedRepoId(), Corvanta::DDS_GroupSub::_PD_repoId) == 0)
+  if (Corvanta::IsOfType(subscriber, "IDL:Corvanta/DDS_GroupSub:1.0"))
     group_ = Corvanta::DDS_GroupSub::_unchecked_narrow(subscriber);
   Corvanta::ORB_base::SetCallTimeout(subscriber_, limit);
   if (TakesGroups()) Corvanta::ORB_base::SetCallTimeout(group_, limit);

@@ -8,11 +8,13 @@
 #include <random>
 #include <stdexcept>
 
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/orb/AnswerWatch.h"
+#include "platform/orb/CorbaText.h"
 #include "platform/transport/LargeAnswer.h"
+#include "platform/wire/any_guard.h"
 #include "platform/wire/reference_endpoint.h"
+#include "platform/wire/sample_any.h"
 #include "services/topic_manager/CorbaSubscriber.h"
 
 namespace Corvanta {
@@ -83,9 +85,8 @@ void DDS_Manager_i::Restore() {
   }
 }
 
-_CORBA_Boolean DDS_Manager_i::_dispatch(omniCallHandle& handle) {
-  const auto accept = [this](SampleRecord&& sample, const char* topic) { Accept(std::move(sample), topic); };
-  return DispatchPublish(handle, this, accept) || POA_Corvanta::DDS_Manager::_dispatch(handle);
+bool DDS_Manager_i::TakeCall(IncomingCall& call) {
+  return DispatchPublish(call, [this](SampleRecord&& sample, const char* topic) { Accept(std::move(sample), topic); });
 }
 
 void DDS_Manager_i::Publish(const CORBA::Any& sample, const char* topic) { Accept(RecordFromAny(sample), topic); }

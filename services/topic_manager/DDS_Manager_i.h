@@ -3,7 +3,9 @@
 
 #include <atomic>
 
+#include "DDS.hh"
 #include "platform/orb/ORB_base.h"
+#include "platform/wire/GuardedServant.h"
 #include "services/topic_manager/Dispatcher.h"
 #include "services/topic_manager/SubscriptionStore.h"
 #include "services/topic_manager/TopicTable.h"
@@ -16,7 +18,7 @@ namespace Corvanta {
 ///
 /// A topic's name has 1 to 1024 bytes; a longer one is BAD_PARAM. A table full of topics with subscribers, and more
 /// subscriptions than Options::subscriptions, or than the store has room for, are IMP_LIMIT.
-class DDS_Manager_i : public POA_Corvanta::DDS_Manager {
+class DDS_Manager_i : public GuardedServant<POA_Corvanta::DDS_Manager> {
  public:
   struct Options {
     Lumenar::Dispatcher::Limits dispatcher;
@@ -47,7 +49,7 @@ class DDS_Manager_i : public POA_Corvanta::DDS_Manager {
  protected:
   ~DDS_Manager_i() override = default;
 
-  _CORBA_Boolean _dispatch(omniCallHandle& handle) override;
+  bool TakeCall(IncomingCall& call) override;
 
  private:
   void Accept(SampleRecord&& sample, const char* topic);

@@ -3,7 +3,7 @@
 
 #include <boost/shared_ptr.hpp>
 
-#include "platform/wire/any_guard.h"
+#include "platform/records/SampleRecord.h"
 
 namespace Lumenar {
 

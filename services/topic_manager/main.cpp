@@ -44,7 +44,7 @@ bool AnotherIsThere(ORB_wrapper_base& orb) {
 /// Serves until a signal comes; false when deliveries are still under way then.
 bool Serve(ORB_wrapper_base& orb, const Lumenar::CommandLine& command_line) {
   PortableServer::Servant_var<Corvanta::DDS_Manager_i> servant(
-      new Corvanta::DDS_Manager_i(orb, command_line.ManagerOptions(orb.Transport(), orb.NamingAddress())));
+      new Corvanta::DDS_Manager_i(orb, command_line.ManagerOptions(orb)));
   orb.AddShutdownListener([servant] { servant->Stop(kLastDeliveries); });
   Corvanta::DDS_Manager_var manager = servant->_this();
   orb.Activate();

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <thread>
 
-#include "tests/unit/platform/transport/RawClient.h"
+#include "tests/support/RawClient.h"
 
 namespace Lumenar::Test {
 

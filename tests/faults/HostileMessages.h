@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/platform/transport/Wire.h"
+#include "tests/support/Wire.h"
 
 namespace Lumenar::Test {
 

@@ -11,8 +11,8 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "tests/unit/platform/transport/RawClient.h"
-#include "tests/unit/platform/transport/Wire.h"
+#include "tests/support/RawClient.h"
+#include "tests/support/Wire.h"
 
 namespace Lumenar::Test {
 namespace {

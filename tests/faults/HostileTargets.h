@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/system/EngineFixture.h"
-#include "tests/unit/platform/transport/RawClient.h"
+#include "tests/support/EngineFixture.h"
+#include "tests/support/RawClient.h"
 
 namespace Lumenar::Test {
 

@@ -6,8 +6,8 @@
 #include <stdexcept>
 
 #include "tests/faults/FaultCase.h"
-#include "tests/faults/ProcessFigures.h"
 #include "tests/support/IsolatedPlatform.h"
+#include "tests/support/ProcessFigures.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <thread>
 
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
 
 namespace Lumenar::Test {
 

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "tests/faults/ProcessFigures.h"
+#include "tests/support/ProcessFigures.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/platform/transport/RawClient.h"
+#include "tests/support/RawClient.h"
 
 namespace Lumenar::Test {
 

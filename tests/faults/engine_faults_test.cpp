@@ -5,12 +5,11 @@
 #include <sys/resource.h>
 
 #include <csignal>
-#include <fstream>
 
 #include "GuiAble.hh"
 #include "tests/faults/FaultCase.h"
-#include "tests/faults/ProcessFigures.h"
 #include "tests/faults/Traffic.h"
+#include "tests/support/ProcessFigures.h"
 
 namespace Lumenar::Test {
 namespace {
@@ -130,13 +129,8 @@ TEST_F(EngineFaults, OutOfMemory) {
   Corvanta::MathFactory::Math_var small_math = Create(Peak, Inputs(small));
   Corvanta::MathFactory::Math_var large_math = Create(Peak, Inputs(large));
   Watcher<BT_DATA> results(ResultTopic(small_math));
-  const long size_kB = [&] {
-    std::ifstream status("/proc/" + std::to_string(engine_.Pid()) + "/statm");
-    long pages = 0;
-    status >> pages;
-    return pages * (sysconf(_SC_PAGESIZE) / 1024);
-  }();
-  const rlim_t limit = (static_cast<rlim_t>(size_kB) + 60 * 1024) * 1024;  // the samples alone are 76 MB
+  const rlim_t limit =
+      (static_cast<rlim_t>(AddressSpace_kB(engine_.Pid())) + 60 * 1024) * 1024;  // the samples alone are 76 MB
   const rlimit bound{limit, limit};
   ASSERT_EQ(prlimit(engine_.Pid(), RLIMIT_AS, &bound, nullptr), 0);
   BT_DATA trace = NumberedTrace(2);

@@ -6,7 +6,7 @@
 #include <csignal>
 
 #include "tests/faults/PeersFault.h"
-#include "tests/faults/ProcessFigures.h"
+#include "tests/support/ProcessFigures.h"
 
 namespace Lumenar::Test {
 namespace {

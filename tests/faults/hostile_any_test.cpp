@@ -6,8 +6,8 @@
 #include "tests/faults/FaultCase.h"
 #include "tests/faults/HostileMessages.h"
 #include "tests/faults/HostileTargets.h"
-#include "tests/faults/ProcessFigures.h"
 #include "tests/faults/ProcessWatch.h"
+#include "tests/support/ProcessFigures.h"
 
 namespace Lumenar::Test {
 namespace {

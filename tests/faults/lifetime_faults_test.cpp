@@ -10,8 +10,9 @@
 #include "Common_Math/src/MathBaseValueDouble.h"
 #include "Common_Math/src/MathValueValueDouble.h"
 #include "Common_Math/src/SimpleOp2.h"
+#include "platform/wire/sample_any.h"
 #include "tests/faults/FaultCase.h"
-#include "tests/unit/Common_Math/MathFixture.h"
+#include "tests/support/MathFixture.h"
 
 namespace Lumenar::Test {
 namespace {

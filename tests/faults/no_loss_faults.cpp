@@ -7,7 +7,7 @@
 #include <cstdlib>
 
 #include "tests/faults/PeersFault.h"
-#include "tests/faults/ProcessFigures.h"
+#include "tests/support/ProcessFigures.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -6,9 +6,10 @@
 #include <functional>
 
 #include "Common_Math/src/Builders.h"
+#include "platform/wire/sample_any.h"
 #include "tests/faults/AllocationFault.h"
 #include "tests/faults/FaultCase.h"
-#include "tests/unit/Common_Math/MathFixture.h"
+#include "tests/support/MathFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "platform/dds/DDS_BaseObj.h"
 #include "tests/faults/FaultCase.h"
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
 
 namespace Lumenar::Test {
 namespace {

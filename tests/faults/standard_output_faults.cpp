@@ -4,7 +4,7 @@
 
 #include "tests/faults/FaultCase.h"
 #include "tests/faults/ProgramRun.h"
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
 
 namespace Lumenar::Test {
 namespace {

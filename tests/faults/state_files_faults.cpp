@@ -10,8 +10,8 @@
 #include "HwEnumerate.hh"
 #include "platform/orb/ORB_wrapper.h"
 #include "tests/faults/FaultCase.h"
-#include "tests/faults/ProcessFigures.h"
 #include "tests/faults/ProgramRun.h"
+#include "tests/support/ProcessFigures.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -8,7 +8,7 @@
 #include "tests/faults/FaultCase.h"
 #include "tests/faults/ForeignUser.h"
 #include "tests/faults/HostileTargets.h"
-#include "tests/faults/ProcessFigures.h"
+#include "tests/support/ProcessFigures.h"
 
 namespace Lumenar::Test {
 namespace {

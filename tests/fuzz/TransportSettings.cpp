@@ -11,6 +11,7 @@
 namespace Lumenar::Fuzz {
 namespace {
 
+using Corvanta::SettingsFile;
 using Corvanta::TransportConfig;
 
 void CheckRanges(const TransportConfig& config) {
@@ -19,7 +20,6 @@ void CheckRanges(const TransportConfig& config) {
   Require(config.max_message_bytes >= 8192, "messages have room for a value");
   Require(config.max_connections_to_peer > 0 && config.max_server_threads > 1, "limits leave something");
   Require(config.out_scan_period_s < config.in_scan_period_s, "idle connections end at the client first");
-  Require(config.dds_domain <= 232, "the domain is one of DDS");
   for (const auto& [name, value] : config.OrbOptions()) {
     Require(!name.empty() && !value.empty(), "options have a name and a value");
   }
@@ -32,7 +32,8 @@ std::string Lines(const char* key, const std::vector<std::string>& values) {
 }
 
 /// The configuration as a file.
-std::string FileOf(const TransportConfig& config) {
+std::string FileOf(const SettingsFile& settings) {
+  const TransportConfig config(settings);
   return Lines("orb.endpoint", config.endpoints) + Lines("orb.allowed_peer", config.allowed_peers) +
          fmt::format("orb.call_timeout_ms = {}\norb.max_message_bytes = {}\n", config.call_timeout.count(),
                      config.max_message_bytes) +
@@ -40,27 +41,28 @@ std::string FileOf(const TransportConfig& config) {
                      config.max_server_threads) +
          fmt::format("orb.out_scan_period_s = {}\norb.in_scan_period_s = {}\n", config.out_scan_period_s,
                      config.in_scan_period_s) +
-         fmt::format("math.max_objects = {}\nmath.max_history_bytes = {}\n", config.max_math_objects,
-                     config.max_history_bytes) +
-         fmt::format("dds.enabled = {}\ndds.domain = {}\ndds.interface = {}\n", config.dds_enabled, config.dds_domain,
-                     config.dds_interface) +
-         Lines("dds.topic", config.dds_topics);
+         fmt::format("math.max_objects = {}\nmath.max_history_bytes = {}\n", settings.Number("math.max_objects", 1),
+                     settings.Number("math.max_history_bytes", 4096)) +
+         fmt::format("dds.enabled = {}\ndds.domain = {}\ndds.interface = {}\n", settings.Truth("dds.enabled", false),
+                     settings.Number("dds.domain", 0), settings.Text("dds.interface", "127.0.0.1")) +
+         Lines("dds.topic", settings.Values("dds.topic"));
 }
 
 }  // namespace
 
 void TransportSettings(Bytes input) {
   const MemoryFile file(TextOf(input));
-  TransportConfig config;
+  SettingsFile settings;
   try {
-    config = TransportConfig::Read(file.Path());
+    settings = SettingsFile::Read(file.Path());
+    CheckRanges(TransportConfig(settings));
   } catch (const Corvanta::TransportConfigError& error) {
     Require(std::string(error.what()).rfind(file.Path() + ":", 0) == 0, "an error names file and line");
     return;
   }
-  CheckRanges(config);
-  const MemoryFile written(FileOf(config));
-  Require(FileOf(TransportConfig::Read(written.Path())) == FileOf(config),
+  Require(settings.Number("dds.domain", 0) <= 232, "the domain is one of DDS");
+  const MemoryFile written(FileOf(settings));
+  Require(FileOf(SettingsFile::Read(written.Path())) == FileOf(settings),
           "settings written are read again as they were");
 }
 

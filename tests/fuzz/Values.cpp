@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "platform/units/exceptions.h"
 #include "platform/value/Unit_conversion.h"
 #include "platform/value/Value_object.h"
 #include "tests/fuzz/Violation.h"

@@ -9,7 +9,7 @@
 
 #include "tests/model/MathModel.h"
 #include "tests/model/TopicTraffic.h"
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
 
 namespace Lumenar::Model {
 

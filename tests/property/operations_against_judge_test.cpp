@@ -7,8 +7,8 @@
 #include <memory>
 #include <optional>
 
-#include "tests/unit/Common_Math/OperationFixture.h"
-#include "tests/unit/Common_Math/trace_steps.h"
+#include "tests/support/OperationFixture.h"
+#include "tests/support/trace_steps.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "Common_Math/src/RunningMean.h"
-#include "tests/unit/Common_Math/trace_steps.h"
+#include "tests/support/trace_steps.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "tests/unit/Common_Math/trace_steps.h"
+#include "tests/support/trace_steps.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/records/Records.h"
+#include "platform/units/exceptions.h"
 #include "platform/units/unit_table.h"
 #include "platform/value/Value_object.h"
 

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "platform/base/CorbaText.h"
+#include "platform/orb/CorbaText.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -1,152 +1,84 @@
 // SPDX-License-Identifier: Apache-2.0
-// Reads every #include of the source tree: a folder includes only from itself and from the folders it may see.
-#include <fmt/format.h>
+// Who includes whom: a folder includes from itself and from the folders above it; tests share what stands in
+// tests/support.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <optional>
-#include <regex>
 #include <string>
 #include <vector>
 
+#include "tests/structure/SourceTree.h"
+
+namespace Lumenar::Structure {
 namespace {
 
-namespace fs = std::filesystem;
-
-// The folders in the order of the arrows: each may include from those above it. Folders with the same number are
-// neighbours that do not know each other.
-struct Layer {
-  const char* folder;
-  int rank;
-};
-
-constexpr Layer kLayers[] = {
-    {"platform/base", 1},
-    {"platform/units", 2},
-    {"platform/value", 3},
-    {"platform/records", 4},
-    {"platform/signals", 5},
-    {"platform/wire", 6},
-    {"platform/transport", 7},
-    {"platform/orb", 8},
-    {"platform/servants", 9},
-    {"platform/program", 9},
-    {"platform/dds", 10},
-    {"platform/topics", 11},
-    {"platform/components", 12},
-    {"Common_Math/src", 13},
-    {"host", 13},
-    {"services/topic_manager/relay", 13},
-    {"services/topic_manager", 14},
-    {"services/hw_enumeration", 13},
-    {"instruments/common", 13},
-    {"instruments/probe", 14},
-    {"instruments/replay", 14},
-    {"instruments/sim", 14},
-    {"client", 13},
-    {"tools/mathctl", 15},
-};
-
-bool IsBelow(const std::string& path, const std::string& folder) {
-  return path.size() > folder.size() && path.compare(0, folder.size(), folder) == 0 && path[folder.size()] == '/';
-}
-
-std::optional<Layer> LayerOf(const std::string& path) {
-  const auto* found = std::find_if(std::begin(kLayers), std::end(kLayers),
-                                   [&](const Layer& layer) { return IsBelow(path, layer.folder); });
-  if (found == std::end(kLayers)) return std::nullopt;
-  return *found;
-}
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 bool MayInclude(const Layer& from, const Layer& to) {
   return std::string(from.folder) == to.folder || to.rank < from.rank;
 }
 
-bool IsSource(const fs::path& path) {
-  const auto extension = path.extension();
-  return extension == ".h" || extension == ".cpp" || extension == ".ipp";
-}
-
-std::vector<std::string> QuotedIncludes(const fs::path& file) {
-  static const std::regex kInclude(R"re(^\s*#\s*include\s*"([^"]+)")re");
-  std::vector<std::string> includes;
-  std::ifstream stream(file);
-  for (std::string line; std::getline(stream, line);) {
-    std::smatch match;
-    if (std::regex_search(line, match, kInclude)) includes.push_back(match[1]);
+/// Files below `folder` with an include that `is_wrong(path of the file, include)`.
+template <class IsWrong>
+std::vector<std::string> WrongIncludes(const std::filesystem::path& root, const std::string& folder, IsWrong is_wrong) {
+  std::vector<std::string> wrong;
+  for (const Source& source : SourcesBelow(root, folder)) {
+    for (const std::string& include : source.QuotedIncludes())
+      if (is_wrong(source.path, include)) wrong.push_back(source.path + " includes " + include);
   }
-  return includes;
+  return wrong;
 }
 
-std::vector<fs::path> SourcesBelow(const fs::path& root, const std::string& folder) {
-  std::vector<fs::path> sources;
-  if (!fs::exists(root / folder)) return sources;
-  for (const auto& entry : fs::recursive_directory_iterator(root / folder)) {
-    if (entry.is_regular_file() && IsSource(entry.path())) sources.push_back(entry.path());
-  }
-  return sources;
-}
-
-std::vector<std::string> UpwardIncludes(const fs::path& root) {
+std::vector<std::string> UpwardIncludes(const std::filesystem::path& root) {
   std::vector<std::string> upward;
-  for (const Layer& layer : kLayers) {
-    for (const fs::path& source : SourcesBelow(root, layer.folder)) {
-      for (const std::string& include : QuotedIncludes(source)) {
-        const auto target = LayerOf(include);
-        if (target && !MayInclude(layer, *target)) {
-          upward.push_back(fmt::format("{} includes {}", fs::relative(source, root).string(), include));
-        }
-      }
-    }
+  for (const Layer& layer : Layers()) {
+    const auto wrong = WrongIncludes(root, layer.folder, [](const std::string& path, const std::string& include) {
+      const auto target = LayerOf(include);
+      return target && !MayInclude(*LayerOf(path), *target);
+    });
+    upward.insert(upward.end(), wrong.begin(), wrong.end());
   }
   return upward;
 }
 
-TEST(Structure, FoldersIncludeOnlyFromThoseAboveThem) { EXPECT_THAT(UpwardIncludes(SOURCE_ROOT), testing::IsEmpty()); }
+/// Includes of a test's from a folder of other tests.
+std::vector<std::string> IncludesOfOthersTests(const std::filesystem::path& root) {
+  return WrongIncludes(root, "tests", [](const std::string& path, const std::string& include) {
+    if (include.compare(0, 6, "tests/") != 0 || include.compare(0, 14, "tests/support/") == 0) return false;
+    const std::string folder = include.substr(0, include.rfind('/') + 1);
+    return path.compare(0, folder.size(), folder) != 0;
+  });
+}
 
-TEST(Structure, EverySourceStandsInAKnownFolder) {
+TEST(IncludeOrder, FoldersIncludeOnlyFromThoseAboveThem) { EXPECT_THAT(UpwardIncludes(SOURCE_ROOT), IsEmpty()); }
+
+TEST(IncludeOrder, AnUpwardIncludeIsSeen) {
+  const PlantedTree tree;
+  tree.Plant("platform/base/Bad.h", "#include \"client/Connection.h\"\n");
+  EXPECT_THAT(UpwardIncludes(tree.Root()), ElementsAre("platform/base/Bad.h includes client/Connection.h"));
+}
+
+TEST(IncludeOrder, EverySourceStandsInAKnownFolder) {
   std::vector<std::string> strangers;
   for (const char* top : {"platform", "Common_Math", "host", "services", "instruments", "client", "tools"}) {
-    for (const fs::path& source : SourcesBelow(SOURCE_ROOT, top)) {
-      const std::string relative = fs::relative(source, SOURCE_ROOT).string();
-      if (!LayerOf(relative)) strangers.push_back(relative);
-    }
+    for (const Source& source : SourcesBelow(SOURCE_ROOT, top))
+      if (!LayerOf(source.path)) strangers.push_back(source.path);
   }
-  EXPECT_THAT(strangers, testing::IsEmpty());
+  EXPECT_THAT(strangers, IsEmpty());
 }
 
-/// The folders in which the ORB's own names stand; all others use the standard mapping alone.
-bool KnowsTheOrb(const Layer& layer) {
-  const std::string folder = layer.folder;
-  return folder == "platform/wire" || folder == "platform/transport" || folder == "platform/orb";
+TEST(IncludeOrder, WhatTestsOfSeveralFoldersUseStandsInSupport) {
+  EXPECT_THAT(IncludesOfOthersTests(SOURCE_ROOT), IsEmpty());
 }
 
-TEST(Structure, OnlyTheFoldersOfTheOrbKnowItsParticulars) {
-  std::vector<std::string> leaks;
-  for (const Layer& layer : kLayers) {
-    if (KnowsTheOrb(layer)) continue;
-    for (const fs::path& source : SourcesBelow(SOURCE_ROOT, layer.folder)) {
-      std::ifstream stream(source);
-      const std::string text{std::istreambuf_iterator<char>(stream), {}};
-      if (text.find("omniORB::") != std::string::npos || text.find("omniCallDescriptor") != std::string::npos) {
-        leaks.push_back(fs::relative(source, SOURCE_ROOT).string());
-      }
-    }
-  }
-  EXPECT_THAT(leaks, testing::IsEmpty());
-}
-
-TEST(Structure, TheCheckSeesAnUpwardInclude) {
-  const fs::path root = fs::temp_directory_path() / fmt::format("include_order_{}", ::getpid());
-  fs::create_directories(root / "platform/base");
-  std::ofstream(root / "platform/base/Bad.h") << "#include \"client/Connection.h\"\n";
-  EXPECT_THAT(UpwardIncludes(root), testing::ElementsAre("platform/base/Bad.h includes client/Connection.h"));
-  fs::remove_all(root);
+TEST(IncludeOrder, AnIncludeOfOthersTestsIsSeen) {
+  const PlantedTree tree;
+  tree.Plant("tests/system/a_test.cpp", "#include \"tests/support/Process.h\"\n#include \"tests/system/Rig.h\"\n");
+  tree.Plant("tests/system/road/b_test.cpp", "#include \"tests/system/Rig.h\"\n");
+  tree.Plant("tests/faults/c_test.cpp", "#include \"tests/system/Rig.h\"\n");
+  EXPECT_THAT(IncludesOfOthersTests(tree.Root()), ElementsAre("tests/faults/c_test.cpp includes tests/system/Rig.h"));
 }
 
 }  // namespace
+}  // namespace Lumenar::Structure

@@ -6,7 +6,7 @@
 #include <set>
 #include <sstream>
 
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
 
 namespace Lumenar::Test {
 namespace {

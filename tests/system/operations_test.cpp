@@ -2,7 +2,7 @@
 // Each operation with real processes: from a reading's sample over the topic manager to the published RESULT.
 #include <gmock/gmock.h>
 
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-// Recorded measurements through the running engine, against figures computed with NumPy from the same files.
+// Recorded measurements through the running engine, against figures that a program of its own computed from the same
+// files.
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <filesystem>
 #include <numeric>
 
 #include "instruments/replay/load_recording.h"
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
+#include "tests/support/RecordedFigures.h"
 
 namespace Lumenar::Test {
 namespace {
@@ -19,111 +19,98 @@ using Replay::Recording;
 /// dB of a plain ratio, written as 100 percent, for an operation that asks for a unit.
 constexpr Value::Units kRatio_dB = Value::Make_unit(Value::U_Percent, 1, 2, true);
 
-std::filesystem::path DataFolder() {
-  const char* folder = std::getenv("LUMENAR_RECORDED_DATA");
-  return folder != nullptr ? folder : SHARED_DATA;
-}
-
-Recording Load(const char* file) { return Replay::LoadRecording((DataFolder() / file).string()).recordings.at(0); }
-
 double Mean(const std::vector<float>& samples) {
   return std::accumulate(samples.begin(), samples.end(), 0.0) / static_cast<double>(samples.size());
 }
 
-class RecordedData : public testing::Test {
+class RecordedData : public EngineFixture, public testing::WithParamInterface<RecordedFigures> {
  protected:
-  void SetUp() override {
-    if (!std::filesystem::exists(DataFolder())) GTEST_SKIP() << "no recorded data at " << DataFolder();
-    rig_ = std::make_unique<Rig>();
+  static Recording Load(const std::string& file) {
+    return Replay::LoadRecording(GetParam().File(file)).recordings.at(0);
   }
-
-  /// An engine to feed; made only where there is data.
-  struct Rig : EngineFixture {
-    void TestBody() override {}
-    using EngineFixture::bench_;
-    using EngineFixture::Create;
-    using EngineFixture::Inputs;
-    using EngineFixture::ResultTopic;
-    using EngineFixture::ScalarResult;
-    using EngineFixture::TraceResult;
-  };
 
   /// RESULT after all sweeps of a recording went through an object of one input.
   std::vector<float> ResultOverSweeps(MathType type, const Recording& recording, int size) {
-    TraceInput input(rig_->bench_, "SWEEPS", Trace(recording.sweeps.front(), recording.units));
-    Corvanta::MathFactory::Math_var math = rig_->Create(type, Rig::Inputs(input));
+    TraceInput input(bench_, "SWEEPS", Trace(recording.sweeps.front(), recording.units));
+    Corvanta::MathFactory::Math_var math = Create(type, Inputs(input));
     if (type == Average) {
       Corvanta::MathFactory::Average_var average = Corvanta::MathFactory::Average::_narrow(math);
       Corvanta::EngineAttribLong_var(average->AttrSize())->Set(size);
     }
-    Watcher<BT_DATA> results(Rig::ResultTopic(math));
+    Watcher<BT_DATA> results(ResultTopic(math));
     for (std::size_t i = 1; i < recording.sweeps.size(); ++i) input = Trace(recording.sweeps[i], recording.units);
     EXPECT_EQ(results.WaitFor(recording.sweeps.size() - 1).size(), recording.sweeps.size() - 1);
-    return SamplesOf(Rig::TraceResult(math));
+    return SamplesOf(TraceResult(math));
   }
-
-  std::unique_ptr<Rig> rig_;
 };
 
-TEST_F(RecordedData, OpenMinusShortInDecibels) {
-  TraceInput open(rig_->bench_, "OPEN", Trace(Load("touchstone/P1-MSL_Open_50.s1p").sweeps[0], kRatio_dB));
-  TraceInput shorted(rig_->bench_, "SHORT", Trace(Load("touchstone/P1-MSL_Short_50.s1p").sweeps[0], kRatio_dB));
-  Corvanta::MathFactory::Math_var math = rig_->Create(RelativeSubtract, Rig::Inputs(open, shorted));
-  const std::vector<float> difference = SamplesOf(Rig::TraceResult(math));
-  ASSERT_EQ(difference.size(), 10000u);
-  EXPECT_NEAR(difference[0], 0.00821672, 1e-6);
-  EXPECT_NEAR(difference[999], 0.05400386, 1e-6);
-  EXPECT_NEAR(Mean(difference), -0.34319862, 1e-6);
-  EXPECT_EQ(std::min_element(difference.begin(), difference.end()) - difference.begin(), 6523);
-  EXPECT_EQ(std::max_element(difference.begin(), difference.end()) - difference.begin(), 7049);
-  EXPECT_NEAR(difference[6523], -8.50365489, 1e-5);
-  EXPECT_NEAR(difference[7049], 2.04834116, 1e-5);
+TEST_P(RecordedData, OpenMinusShortInDecibels) {
+  const auto& expected = GetParam().reflection;
+  TraceInput open(bench_, "OPEN", Trace(Load(expected.open).sweeps[0], kRatio_dB));
+  TraceInput shorted(bench_, "SHORT", Trace(Load(expected.shorted).sweeps[0], kRatio_dB));
+  Corvanta::MathFactory::Math_var math = Create(RelativeSubtract, Inputs(open, shorted));
+  const std::vector<float> difference = SamplesOf(TraceResult(math));
+  ASSERT_EQ(difference.size(), expected.points);
+  for (const auto& [index, level] : expected.differences) EXPECT_NEAR(difference[index], level, 1e-6) << index;
+  EXPECT_NEAR(Mean(difference), expected.mean, 1e-6);
+  EXPECT_EQ(std::min_element(difference.begin(), difference.end()) - difference.begin(), expected.lowest.index);
+  EXPECT_EQ(std::max_element(difference.begin(), difference.end()) - difference.begin(), expected.highest.index);
+  EXPECT_NEAR(difference[expected.lowest.index], expected.lowest.level, 1e-5);
+  EXPECT_NEAR(difference[expected.highest.index], expected.highest.level, 1e-5);
 }
 
-TEST_F(RecordedData, SevenSweepsAveragedInLinearPower) {
-  const auto mean = ResultOverSweeps(Average, Load("rtl_power/sweeps_80M-999M_7x920.csv"), 7);
-  ASSERT_EQ(mean.size(), 920u);
-  EXPECT_NEAR(Mean(mean), -20.294550, 1e-4);
-  EXPECT_NEAR(mean[707], 5.827, 1e-3);
+TEST_P(RecordedData, SevenSweepsAveragedInLinearPower) {
+  const auto& expected = GetParam().sweeps;
+  const auto mean = ResultOverSweeps(Average, Load(expected.file), 7);
+  ASSERT_EQ(mean.size(), expected.bins);
+  EXPECT_NEAR(Mean(mean), expected.mean_of_powers, 1e-4);
+  EXPECT_NEAR(mean[expected.loud_bin], 5.827, 1e-3);
 }
 
-TEST_F(RecordedData, SevenSweepsHeldAtTheirPeak) {
-  const auto peak = ResultOverSweeps(Peak, Load("rtl_power/sweeps_80M-999M_7x920.csv"), 0);
-  EXPECT_NEAR(Mean(peak), -19.719380, 1e-5);
-  EXPECT_NEAR(peak[707], 14.2, 1e-5);
+TEST_P(RecordedData, SevenSweepsHeldAtTheirPeak) {
+  const auto& expected = GetParam().sweeps;
+  const auto peak = ResultOverSweeps(Peak, Load(expected.file), 0);
+  EXPECT_NEAR(Mean(peak), expected.mean_of_peaks, 1e-5);
+  EXPECT_NEAR(peak[expected.loud_bin], 14.2, 1e-5);
 }
 
-TEST_F(RecordedData, SumOfTheFirstHundredBins) {
-  const Recording sweeps = Load("rtl_power/sweeps_80M-999M_7x920.csv");
-  TraceInput trace(rig_->bench_, "SWEEP", Trace(sweeps.sweeps[0], sweeps.units));
-  LongInput start(rig_->bench_, "START", 0);
-  LongInput stop(rig_->bench_, "STOP", 99);
-  Corvanta::MathFactory::Math_var math = rig_->Create(CumulativeAdd, Rig::Inputs(trace, start, stop));
-  EXPECT_NEAR(Rig::ScalarResult(math).val, 5.378403, 1e-5);
+TEST_P(RecordedData, SumOfTheFirstBins) {
+  const auto& expected = GetParam().sweeps;
+  const Recording sweeps = Load(expected.file);
+  TraceInput trace(bench_, "SWEEP", Trace(sweeps.sweeps[0], sweeps.units));
+  LongInput start(bench_, "START", 0);
+  LongInput stop(bench_, "STOP", static_cast<int>(expected.summed_bins) - 1);
+  Corvanta::MathFactory::Math_var math = Create(CumulativeAdd, Inputs(trace, start, stop));
+  EXPECT_NEAR(ScalarResult(math).val, 10 * std::log10(expected.sum), 1e-5);
 }
 
-TEST_F(RecordedData, DifferenceOfTwoOscilloscopeChannels) {
-  const Recording first = Load("scope/scope_13_1.csv");
-  const Recording second = Load("scope/scope_13_2.csv");
-  TraceInput a(rig_->bench_, "CHANNEL", Trace(first.sweeps[0], first.units));
-  TraceInput b(rig_->bench_, "CHANNEL", Trace(second.sweeps[0], second.units));
-  Corvanta::MathFactory::Math_var math = rig_->Create(Subtract, Rig::Inputs(a, b));
-  const std::vector<float> difference = SamplesOf(Rig::TraceResult(math));
+TEST_P(RecordedData, DifferenceOfTwoOscilloscopeChannels) {
+  const auto& expected = GetParam().scope;
+  const Recording first = Load(expected.first);
+  const Recording second = Load(expected.second);
+  TraceInput a(bench_, "CHANNEL", Trace(first.sweeps[0], first.units));
+  TraceInput b(bench_, "CHANNEL", Trace(second.sweeps[0], second.units));
+  Corvanta::MathFactory::Math_var math = Create(Subtract, Inputs(a, b));
+  const std::vector<float> difference = SamplesOf(TraceResult(math));
   const double mean = Mean(difference);
   double squares = 0;
   for (float sample : difference) squares += (sample - mean) * (sample - mean);
-  EXPECT_NEAR(mean, -0.01713442, 1e-6);
-  EXPECT_NEAR(std::sqrt(squares / static_cast<double>(difference.size())), 0.02422947, 1e-6);
-  EXPECT_EQ(UnitsOf(Rig::TraceResult(math)), Value::Make_unit(Value::U_Volt));
+  EXPECT_NEAR(mean, expected.mean_V, 1e-6);
+  EXPECT_NEAR(std::sqrt(squares / static_cast<double>(difference.size())), expected.deviation_V, 1e-6);
+  EXPECT_EQ(UnitsOf(TraceResult(math)), Value::Make_unit(Value::U_Volt));
 }
 
-TEST_F(RecordedData, BackscatterLevelsOfAFibre) {
-  const auto levels = ResultOverSweeps(Peak, Load("otdr/example.csv"), 0);
-  ASSERT_EQ(levels.size(), 15676u);
-  EXPECT_NEAR(*std::min_element(levels.begin(), levels.end()), -63.999, 1e-5);
-  EXPECT_NEAR(*std::max_element(levels.begin(), levels.end()), -23.832, 1e-5);
-  EXPECT_NEAR(Mean(levels), -52.15547793, 1e-5);
+TEST_P(RecordedData, BackscatterLevelsOfAFibre) {
+  const auto& expected = GetParam().fibre;
+  const auto levels = ResultOverSweeps(Peak, Load(expected.file), 0);
+  ASSERT_EQ(levels.size(), expected.points);
+  EXPECT_NEAR(*std::min_element(levels.begin(), levels.end()), expected.lowest, 1e-5);
+  EXPECT_NEAR(*std::max_element(levels.begin(), levels.end()), expected.highest, 1e-5);
+  EXPECT_NEAR(Mean(levels), expected.mean, 1e-5);
 }
+
+INSTANTIATE_TEST_SUITE_P(Sets, RecordedData, testing::ValuesIn(RecordedSets()),
+                         [](const auto& test) { return test.param.name; });
 
 }  // namespace
 }  // namespace Lumenar::Test

@@ -5,7 +5,7 @@
 #include <csignal>
 
 #include "HwEnumerate.hh"
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
 
 namespace Lumenar::Test {
 namespace {

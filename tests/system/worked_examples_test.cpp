@@ -2,7 +2,7 @@
 // The worked examples of docs/numbers.md through a live engine: the input reads 10 dBm, then 7 dBm.
 #include <limits>
 
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -9,10 +9,10 @@
 
 #include "client/Error.h"
 #include "client/Text.h"
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/base/ParseArguments.h"
 #include "platform/base/output_error.h"
+#include "platform/orb/CorbaText.h"
 #include "platform/signals/Signals.h"
 #include "platform/transport/addresses.h"
 

@@ -2,6 +2,7 @@
 #include "platform/components/attributes/EngineAttribValueDouble_i.h"
 
 #include "platform/records/Records.h"
+#include "platform/units/exceptions.h"
 #include "platform/wire/record_kinds.h"
 
 namespace Corvanta {

@@ -12,6 +12,7 @@
 #include "platform/components/readings/PublishedValue.h"
 #include "platform/servants/CountedServant.h"
 #include "platform/transport/LargeAnswer.h"
+#include "platform/wire/GuardedServant.h"
 #include "platform/wire/whole_message.h"
 
 namespace Corvanta {
@@ -66,18 +67,12 @@ class ReadingServant : public Skeleton, public CountedServant, private CountedRe
 
 /// The servant of a reading or attribute that has a value: T as its engine sees it, Result as the IDL's Get returns it.
 template <class Skeleton, class T, class Result>
-class ValueServant : public ReadingServant<Skeleton> {
+class ValueServant : public GuardedServant<ReadingServant<Skeleton>> {
  public:
   using Value = boost::shared_ptr<PublishedValue<T>>;
 
-  ValueServant(ItemInfo info, Value value) : ReadingServant<Skeleton>(std::move(info)), value_(std::move(value)) {}
-
-  CORBA::Boolean _dispatch(omniCallHandle& handle) override {
-    if constexpr (std::is_same_v<Result, BASIC_TRACE::BT_DATA*>) {
-      if (DispatchGet(handle, this, [this] { return Get(); })) return true;
-    }
-    return Skeleton::_dispatch(handle);
-  }
+  ValueServant(ItemInfo info, Value value)
+      : GuardedServant<ReadingServant<Skeleton>>(std::move(info)), value_(std::move(value)) {}
 
   Result Get() override {
     this->RequireOpen();
@@ -101,6 +96,12 @@ class ValueServant : public ReadingServant<Skeleton> {
     } else {
       value_->Assign(value);
     }
+  }
+
+  /// A trace goes out whole.
+  bool TakeCall([[maybe_unused]] IncomingCall& call) override {
+    if constexpr (std::is_same_v<Result, BASIC_TRACE::BT_DATA*>) return DispatchGet(call, [this] { return Get(); });
+    return false;
   }
 
   const Value value_;

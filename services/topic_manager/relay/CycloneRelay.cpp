@@ -13,10 +13,10 @@
 #include <utility>
 
 #include "RelayedSample.h"
-#include "platform/base/CorbaText.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/base/Mutex.h"
-#include "services/topic_manager/relay/RecordBytes.h"
+#include "platform/orb/CorbaText.h"
+#include "platform/wire/RecordBytes.h"
 #include "services/topic_manager/relay/SequenceWatch.h"
 
 namespace Corvanta {

@@ -8,7 +8,7 @@
 #include <set>
 #include <string>
 
-#include "platform/wire/any_guard.h"
+#include "platform/records/SampleRecord.h"
 
 namespace Corvanta {
 

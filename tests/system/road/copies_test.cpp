@@ -11,7 +11,7 @@
 #include <ostream>
 #include <stdexcept>
 
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
 #include "tests/system/road/BlockCounts.h"
 
 namespace Lumenar::Test {

@@ -1,21 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Memory of many math objects that were deleted goes back to the system.
-#include <unistd.h>
-
-#include <fstream>
-
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
+#include "tests/support/ProcessFigures.h"
 
 namespace Lumenar::Test {
 namespace {
-
-double ResidentBytes(pid_t process) {
-  std::ifstream statm("/proc/" + std::to_string(process) + "/statm");
-  double size = 0;
-  double resident = 0;
-  statm >> size >> resident;
-  return resident * static_cast<double>(sysconf(_SC_PAGESIZE));
-}
 
 using Memory = EngineFixture;
 
@@ -27,14 +16,14 @@ TEST_F(Memory, OfObjectsThatWereDeletedGoesBackToTheSystem) {
     return math->GetId();
   };
   for (int i = 0; i < 10; ++i) factory_->DeleteMath(create());
-  const double before = ResidentBytes(engine_.Pid());
+  const long before_kB = ResidentMemory_kB(engine_.Pid());
   std::vector<CORBA::Long> ids;
   for (int i = 0; i < kObjects; ++i) ids.push_back(create());
-  EXPECT_GT(ResidentBytes(engine_.Pid()), 1.3 * before) << "else this test shows nothing";
+  EXPECT_GT(10 * ResidentMemory_kB(engine_.Pid()), 13 * before_kB) << "else this test shows nothing";
 
   for (const CORBA::Long id : ids) factory_->DeleteMath(id);
 
-  EXPECT_LT(ResidentBytes(engine_.Pid()), 1.1 * before);
+  EXPECT_LT(10 * ResidentMemory_kB(engine_.Pid()), 11 * before_kB);
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
 
 namespace Lumenar::Test {
 namespace {

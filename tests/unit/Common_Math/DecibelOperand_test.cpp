@@ -7,7 +7,7 @@
 
 #include "Common_Math/src/MathValueBasicTrace.h"
 #include "Common_Math/src/MathValueValueDouble.h"
-#include "tests/unit/Common_Math/trace_samples.h"
+#include "tests/support/trace_samples.h"
 
 namespace Lumenar::Test {
 namespace {

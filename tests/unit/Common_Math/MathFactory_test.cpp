@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "Common_Math/src/Builders.h"
-#include "tests/unit/Common_Math/MathFixture.h"
+#include "tests/support/MathFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -7,8 +7,8 @@
 
 #include "Common_Math/src/MathInit.h"
 #include "MathFactory.hh"
-#include "tests/unit/Common_Math/trace_samples.h"
-#include "tests/unit/platform/topics/TopicsFixture.h"
+#include "tests/support/TopicsFixture.h"
+#include "tests/support/trace_samples.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -9,7 +9,8 @@
 #include "Common_Math/src/MathBaseValueDouble.h"
 #include "platform/components/attributes/EngineAttribLong_i.h"
 #include "platform/components/attributes/EngineAttribValueDouble_i.h"
-#include "tests/unit/Common_Math/MathFixture.h"
+#include "platform/units/exceptions.h"
+#include "tests/support/MathFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -5,7 +5,8 @@
 #include <limits>
 
 #include "Common_Math/src/RunningMean.h"
-#include "tests/unit/Common_Math/OperationFixture.h"
+#include "platform/units/exceptions.h"
+#include "tests/support/OperationFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -5,7 +5,8 @@
 #include <atomic>
 #include <thread>
 
-#include "tests/unit/Common_Math/MathFixture.h"
+#include "platform/wire/sample_any.h"
+#include "tests/support/MathFixture.h"
 
 namespace Lumenar::Test {
 namespace {

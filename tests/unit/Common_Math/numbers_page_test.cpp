@@ -17,7 +17,7 @@
 #include <stdexcept>
 
 #include "Common_Math/src/Builders.h"
-#include "tests/unit/Common_Math/OperationFixture.h"
+#include "tests/support/OperationFixture.h"
 
 namespace Lumenar::Test {
 namespace {

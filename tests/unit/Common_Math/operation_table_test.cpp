@@ -3,7 +3,7 @@
 // engine.
 #include <gtest/gtest.h>
 
-#include "tests/unit/Common_Math/MathFixture.h"
+#include "tests/support/MathFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -4,7 +4,8 @@
 
 #include <limits>
 
-#include "tests/unit/Common_Math/OperationFixture.h"
+#include "platform/wire/sample_any.h"
+#include "tests/support/OperationFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -2,7 +2,7 @@
 // In which order an operation asks its inputs, and ends what it holds.
 #include <gmock/gmock.h>
 
-#include "tests/unit/Common_Math/OperationFixture.h"
+#include "tests/support/OperationFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -5,7 +5,7 @@
 #include <new>
 
 #include "Common_Math/src/RefusedSamples.h"
-#include "tests/unit/Common_Math/OperationFixture.h"
+#include "tests/support/OperationFixture.h"
 
 namespace Lumenar::Test {
 namespace {

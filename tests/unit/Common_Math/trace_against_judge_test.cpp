@@ -2,7 +2,7 @@
 // Random traces, random operations in sequence: the engine's traces against the per-sample judge, bit for bit.
 #include <gtest/gtest.h>
 
-#include "tests/unit/Common_Math/trace_steps.h"
+#include "tests/support/trace_steps.h"
 
 namespace Lumenar::Test {
 namespace {

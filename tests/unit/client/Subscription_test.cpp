@@ -9,7 +9,7 @@
 #include "client/MathObjects.h"
 #include "client/values.h"
 #include "platform/dds/DDS_BaseObj.h"
-#include "platform/wire/any_guard.h"
+#include "platform/wire/sample_calls.h"
 #include "tests/support/IsolatedPlatform.h"
 
 namespace Lumenar::Client {

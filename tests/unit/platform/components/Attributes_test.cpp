@@ -10,7 +10,7 @@
 #include "platform/components/attributes/EngineAttribLong_i.h"
 #include "platform/components/attributes/EngineAttribValueDouble_i.h"
 #include "platform/components/attributes/EngineAttribVoid_i.h"
-#include "tests/unit/platform/topics/TopicsFixture.h"
+#include "tests/support/TopicsFixture.h"
 
 namespace Lumenar::Test {
 namespace {

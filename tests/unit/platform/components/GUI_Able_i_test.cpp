@@ -7,7 +7,7 @@
 #include "platform/base/Version.h"
 #include "platform/components/attributes/EngineAttribVoid_i.h"
 #include "platform/components/readings/EngineReadingLong_i.h"
-#include "tests/unit/platform/topics/TopicsFixture.h"
+#include "tests/support/TopicsFixture.h"
 
 namespace Lumenar::Test {
 namespace {

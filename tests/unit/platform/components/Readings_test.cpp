@@ -9,7 +9,7 @@
 #include "platform/components/readings/EngineReadingLong_i.h"
 #include "platform/components/readings/EngineReadingValueDouble_i.h"
 #include "platform/records/Records.h"
-#include "tests/unit/platform/topics/TopicsFixture.h"
+#include "tests/support/TopicsFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -8,7 +8,8 @@
 #include <map>
 
 #include "platform/dds/DDS_BaseObj.h"
-#include "tests/unit/services/topic_manager/TopicRig.h"
+#include "platform/wire/SharedSampleView.h"
+#include "tests/support/TopicRig.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -99,17 +99,25 @@ TEST_F(ORB_base_, RequestsWaitForActivate) {
 
 TEST_F(ORB_base_, RunEndsWithShutdownFromAnotherThread) {
   ORB_base orb(1, kArguments);
+  std::atomic<int> listened{0};
+  orb.AddShutdownListener([&listened] { ++listened; });
   orb.Activate();
   std::thread other([&orb] { orb.Shutdown(); });
   orb.Run();
+  EXPECT_EQ(listened, 1) << "Run returned before a shutdown";
   other.join();
+  EXPECT_EQ(listened, 1);
 }
 
 TEST_F(ORB_base_, RunAfterShutdownReturnsAtOnce) {
   ORB_base orb(1, kArguments);
+  int listened = 0;
+  orb.AddShutdownListener([&listened] { ++listened; });
   orb.Shutdown();
   orb.Shutdown();
+  EXPECT_EQ(listened, 1);
   orb.Run();
+  EXPECT_EQ(listened, 1);
 }
 
 TEST_F(ORB_base_, ShutdownListenersRunNewestFirstWhileTheOrbStillWorks) {
@@ -164,8 +172,10 @@ TEST_F(ORB_base_, DeactivatingAfterTheOrbIsIgnored) {
   {
     ORB_base orb(1, kArguments);
     DDS_Sub_var reference = servant->_this();
+    EXPECT_EQ(servant->_refcount_value(), 2u) << "the test's and the POA's";
   }
   ORB_base::DeactivateObject(servant.in());
+  EXPECT_EQ(servant->_refcount_value(), 1u) << "the test's alone";
 }
 
 /// Runs an ORB in this process until a signal ends it, and says how it ended.

@@ -7,6 +7,8 @@
 #include <iterator>
 #include <limits>
 
+#include "platform/units/exceptions.h"
+
 namespace {
 
 using Lumenar::Value::Units;

@@ -8,7 +8,8 @@
 #include <thread>
 
 #include "platform/servants/UpcallGate.h"
-#include "tests/unit/platform/topics/TopicsFixture.h"
+#include "platform/wire/sample_calls.h"
+#include "tests/support/TopicsFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -9,7 +9,7 @@
 #include "platform/servants/UpcallGate.h"
 #include "platform/topics/DDS_Publisher.h"
 #include "platform/topics/DDS_Subscriber.h"
-#include "tests/unit/platform/topics/TopicsFixture.h"
+#include "tests/support/TopicsFixture.h"
 
 namespace Lumenar::Test {
 namespace {

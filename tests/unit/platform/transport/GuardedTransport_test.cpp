@@ -10,7 +10,7 @@
 #include <stdexcept>
 
 #include "tests/support/IsolatedPlatform.h"
-#include "tests/unit/platform/transport/RawClient.h"
+#include "tests/support/RawClient.h"
 
 namespace Corvanta::Test {
 namespace {

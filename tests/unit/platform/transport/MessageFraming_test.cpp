@@ -7,7 +7,7 @@
 #include <cstring>
 #include <map>
 
-#include "tests/unit/platform/transport/GiopStream.h"
+#include "tests/support/GiopStream.h"
 
 namespace Corvanta::Test {
 namespace {

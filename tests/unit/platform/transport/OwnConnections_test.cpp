@@ -7,8 +7,8 @@
 
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/transport/PendingCalls.h"
-#include "tests/unit/platform/transport/GiopStream.h"
-#include "tests/unit/platform/transport/ScriptedServer.h"
+#include "tests/support/GiopStream.h"
+#include "tests/support/ScriptedServer.h"
 
 namespace Corvanta::Test {
 namespace {

@@ -13,8 +13,9 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
-#include "platform/transport/TransportConfig.h"
+#include "platform/transport/SettingsFile.h"
 
 namespace Corvanta {
 namespace {
@@ -116,6 +117,17 @@ TEST_F(UnixEndpoint, SocketsOfProcessesThatAreGoneAreRemovedFromTheDirectory) {
   EXPECT_TRUE(fs::exists(alive));
   EXPECT_TRUE(fs::exists(directory_ / "manager"));
   EXPECT_EQ(std::distance(fs::directory_iterator(directory_), {}), 3);
+}
+
+TEST_F(UnixEndpoint, SocketsThatNameNoProcessAreLeftAlone) {
+  const std::string gone = std::to_string(GonePid());
+  const std::vector<std::string> names = {
+      "manager", "manager.", "engine." + gone + "x", "engine.-" + gone, "engine.0", "engine.99999999999", gone};
+  for (const std::string& name : names) LeaveSocket(directory_ / name);
+
+  Prepared(directory_ / "");
+
+  for (const std::string& name : names) EXPECT_TRUE(fs::exists(directory_ / name)) << name;
 }
 
 TEST_F(UnixEndpoint, ASocketWithAListenerIsLeftAlone) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/value/Value_object.h"
 
+#include "platform/units/exceptions.h"
 #include "tests/unit/platform/value/value_checks.h"
 
 #include <gtest/gtest.h>

@@ -3,11 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <sstream>
 
 #include "tests/support/IsolatedPlatform.h"
-#include "tests/unit/platform/transport/RawClient.h"
+#include "tests/support/ProcessFigures.h"
+#include "tests/support/RawClient.h"
 
 namespace Corvanta {
 namespace {
@@ -38,12 +38,7 @@ class Server {
   std::string Out() const { return process_.Out(); }
 
   /// The most memory that the process ever held.
-  long PeakMemory_kB() {
-    std::ifstream status("/proc/" + std::to_string(process_.Pid()) + "/status");
-    for (std::string line; std::getline(status, line);)
-      if (line.rfind("VmHWM:", 0) == 0) return std::stol(line.substr(6));
-    return -1;
-  }
+  long PeakMemory_kB() const { return Lumenar::Test::PeakMemory_kB(process_.Pid()); }
 
   ObjectAddress subscriber;
   ObjectAddress manager;

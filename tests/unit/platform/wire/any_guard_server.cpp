@@ -14,7 +14,7 @@
 namespace Corvanta {
 namespace {
 
-class Subscriber : public POA_Corvanta::DDS_GroupSub {
+class Subscriber : public GuardedServant<POA_Corvanta::DDS_GroupSub> {
  public:
   void DDS_Callback(const CORBA::Any&) override { Lumenar::WriteOut("not guarded"); }
   CORBA::Long GetId() override { return 7; }
@@ -23,7 +23,7 @@ class Subscriber : public POA_Corvanta::DDS_GroupSub {
     return new HandleSeq;
   }
 
-  CORBA::Boolean _dispatch(omniCallHandle& handle) override {
+  bool TakeCall(IncomingCall& call) override {
     const auto deliver = [this](SampleRecord&& record) {
       const auto* number = std::get_if<CORBA::Long>(&record);
       if (number != nullptr && *number == -1) throw CORBA::BAD_OPERATION(0, CORBA::COMPLETED_YES);
@@ -36,8 +36,7 @@ class Subscriber : public POA_Corvanta::DDS_GroupSub {
       if (member == 14) throw CORBA::BAD_OPERATION(0, CORBA::COMPLETED_YES);
       return member != 13;
     };
-    return DispatchCallback(handle, this, deliver) || DispatchGroup(handle, this, take) ||
-           POA_Corvanta::DDS_GroupSub::_dispatch(handle);
+    return DispatchCallback(call, deliver) || DispatchGroup(call, take);
   }
 
  private:
@@ -51,7 +50,7 @@ class Subscriber : public POA_Corvanta::DDS_GroupSub {
   std::shared_future<void> released_ = release_.get_future();
 };
 
-class Manager : public POA_Corvanta::DDS_Manager {
+class Manager : public GuardedServant<POA_Corvanta::DDS_Manager> {
  public:
   void Publish(const CORBA::Any&, const char*) override { Lumenar::WriteOut("not guarded"); }
   CORBA::Long Subscribe(const char*, DDS_Sub_ptr) override { return 0; }
@@ -65,11 +64,11 @@ class Manager : public POA_Corvanta::DDS_Manager {
     return false;
   }
 
-  CORBA::Boolean _dispatch(omniCallHandle& handle) override {
+  bool TakeCall(IncomingCall& call) override {
     const auto publish = [](SampleRecord&& record, const char* topic) {
       Lumenar::WriteOut(std::string("publish ") + topic + " " + Test::TextOf(record));
     };
-    return DispatchPublish(handle, this, publish) || POA_Corvanta::DDS_Manager::_dispatch(handle);
+    return DispatchPublish(call, publish);
   }
 };
 

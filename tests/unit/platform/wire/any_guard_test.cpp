@@ -7,6 +7,8 @@
 #include <sstream>
 
 #include "platform/orb/ORB_wrapper.h"
+#include "platform/wire/sample_any.h"
+#include "platform/wire/sample_calls.h"
 #include "tests/support/IsolatedPlatform.h"
 #include "tests/unit/platform/wire/record_text.h"
 

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <string>
 
-#include "platform/wire/any_guard.h"
+#include "platform/records/SampleRecord.h"
 
 namespace Corvanta::Test {
 

@@ -8,7 +8,7 @@
 
 #include "BASIC_TRACE.hh"
 #include "VALUE_DOUBLE.hh"
-#include "tests/unit/platform/transport/Wire.h"
+#include "tests/support/Wire.h"
 
 namespace Corvanta {
 

@@ -4,6 +4,10 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <optional>
+#include <string>
+
 namespace Lumenar::Test {
 namespace {
 
@@ -96,11 +100,51 @@ TEST(EndpointOf, IsEmptyForEveryTruncation) {
     EXPECT_EQ(EndpointOf(whole.substr(0, length)), "") << length;
 }
 
-TEST(EndpointOf, SurvivesEveryChangedDigit) {
-  for (std::size_t i = 4; i < kLittleEndian.size(); ++i) {
+/// What kLittleEndian means when one of its bytes is another one. Nothing where a length of text is what changed: then
+/// other bytes are taken for host and port.
+std::optional<std::string> MeaningWith(std::size_t place, unsigned char byte) {
+  const std::string unchanged = "127.0.0.1:2700";
+  const auto within = [place](std::size_t first, std::size_t last) { return first <= place && place <= last; };
+  if (within(4, 7) || within(36, 39)) return std::nullopt;                // lengths of type and host
+  if (place == 0 || place == 32) return byte != 0 ? unchanged : "";       // orders of bytes
+  if (within(20, 23)) return place == 20 && byte == 0 ? "" : unchanged;   // number of profiles: the first counts
+  if (within(24, 27)) return "";                                          // kind of profile
+  if (place == 28) return byte >= 0x14 && byte <= 0x19 ? unchanged : "";  // length of profile: up to the port at least
+  if (within(29, 31)) return "";
+  if (within(40, 48)) {  // host
+    std::string host = "127.0.0.1";
+    host[place - 40] = static_cast<char>(byte);
+    return byte < 0x20 || byte == 0x7f ? "" : host + ":2700";
+  }
+  if (place == 50) return fmt::format("127.0.0.1:{}", 0x0a00 + byte);  // port
+  if (place == 51) return fmt::format("127.0.0.1:{}", 256 * byte + 0x8c);
+  return unchanged;  // type, versions, ends of texts, gaps, the object's key
+}
+
+bool IsPrintable(const std::string& text) {
+  return std::none_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; });
+}
+
+TEST(EndpointOf, AChangedDigitChangesWhatStandsThereAlone) {
+  constexpr std::size_t kPrefix = 4;  // "IOR:"
+  for (std::size_t i = kPrefix; i < kLittleEndian.size(); ++i) {
+    for (const char digit : std::string("0123456789abcdef")) {
+      std::string changed = kLittleEndian;
+      changed[i] = digit;
+      const std::size_t place = (i - kPrefix) / 2;
+      const auto byte = static_cast<unsigned char>(std::stoul(changed.substr(kPrefix + 2 * place, 2), nullptr, 16));
+      const std::string found = EndpointOf(changed);
+      if (const auto meaning = MeaningWith(place, byte)) EXPECT_EQ(found, *meaning) << changed;
+      EXPECT_TRUE(IsPrintable(found)) << changed;
+    }
+  }
+}
+
+TEST(EndpointOf, IsEmptyForEveryDigitThatIsNone) {
+  for (std::size_t i = 0; i < kLittleEndian.size(); ++i) {
     std::string changed = kLittleEndian;
-    changed[i] = 'f';
-    EndpointOf(changed);
+    changed[i] = 'g';
+    EXPECT_EQ(EndpointOf(changed), "") << changed;
   }
 }
 

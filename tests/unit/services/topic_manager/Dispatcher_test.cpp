@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <fstream>
 #include <map>
 #include <optional>
 #include <set>
@@ -17,6 +16,7 @@
 #include "platform/base/TraceMemory.h"
 #include "samples.h"
 #include "tests/support/IsolatedPlatform.h"
+#include "tests/support/ProcessFigures.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 extern "C" std::size_t
@@ -437,10 +437,7 @@ long HeldBytes() {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   return static_cast<long>(__sanitizer_get_current_allocated_bytes());
 #else
-  std::ifstream file("/proc/self/statm");
-  long all = 0, resident = 0;
-  file >> all >> resident;
-  return resident * sysconf(_SC_PAGESIZE);
+  return 1024 * ResidentMemory_kB(::getpid());
 #endif
 }
 

@@ -8,7 +8,8 @@
 #include <functional>
 #include <thread>
 
-#include "TopicRig.h"
+#include "platform/wire/sample_calls.h"
+#include "tests/support/TopicRig.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -6,7 +6,7 @@
 
 #include <sstream>
 
-#include "TopicRig.h"
+#include "tests/support/TopicRig.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -10,20 +10,21 @@
 #include "platform/dds/DDS_BaseObj.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/signals/Signals.h"
+#include "platform/wire/any_guard.h"
 
 namespace {
 
-class Printer : public POA_Corvanta::DDS_Sub {
+class Printer : public Corvanta::GuardedServant<POA_Corvanta::DDS_Sub> {
  public:
   void DDS_Callback(const CORBA::Any&) override {}
   CORBA::Long GetId() override { return 0; }
 
  protected:
-  _CORBA_Boolean _dispatch(omniCallHandle& handle) override {
+  bool TakeCall(Corvanta::IncomingCall& call) override {
     const auto print = [](Corvanta::SampleRecord&& sample) {
       Lumenar::WriteOut(fmt::format("sample {}", std::get<CORBA::Long>(sample)));
     };
-    return Corvanta::DispatchCallback(handle, this, print) || POA_Corvanta::DDS_Sub::_dispatch(handle);
+    return Corvanta::DispatchCallback(call, print);
   }
 };
 

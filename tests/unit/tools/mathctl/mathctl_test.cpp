@@ -14,7 +14,7 @@
 #include <thread>
 
 #include "platform/base/Version.h"
-#include "tests/system/EngineFixture.h"
+#include "tests/support/EngineFixture.h"
 #include "tools/mathctl/command.h"
 
 namespace Lumenar::Test {
