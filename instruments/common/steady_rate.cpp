@@ -9,8 +9,8 @@
 #include <string>
 #include <utility>
 
-#include "platform/orb/CorbaText.h"
 #include "platform/base/Diagnostic.h"
+#include "platform/orb/CorbaText.h"
 
 namespace Lumenar::Instruments {
 namespace {

@@ -165,8 +165,7 @@ TEST_P(NoMemoryFaults, Deletion) {
   ReportFigure(fmt::format("{} allocations", failures));
 }
 
-INSTANTIATE_TEST_SUITE_P(Operations, NoMemoryFaults,
-                         testing::Range(0, static_cast<int>(Operations().size())));
+INSTANTIATE_TEST_SUITE_P(Operations, NoMemoryFaults, testing::Range(0, static_cast<int>(Operations().size())));
 
 }  // namespace
 }  // namespace Lumenar::Test

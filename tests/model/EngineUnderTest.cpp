@@ -209,7 +209,8 @@ std::string EngineUnderTest::Difference(const MathModel& model) {
 std::string EngineUnderTest::DifferenceOf(int id, const Object& object) {
   Subject& subject = subjects_.at(id);
   CORBA::String_var type = subject.math->GetType();
-  if (std::string(type) != operation_names_.at(object.operation)) return fmt::format("object {} is a {}", id, type.in());
+  if (std::string(type) != operation_names_.at(object.operation))
+    return fmt::format("object {} is a {}", id, type.in());
   if (const Datum result = ResultOf(subject); !Same(result, object.result)) {
     return fmt::format("RESULT of {} is {} instead of {}", id, TextOf(result), TextOf(object.result));
   }
