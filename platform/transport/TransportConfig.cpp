@@ -72,6 +72,10 @@ class Reader {
       line_ = scan_period_line_;
       Fail("orb.out_scan_period_s must be below orb.in_scan_period_s");
     }
+    if (config_.dds_enabled && interface_line_ > 0 && !HasInterface(config_.dds_interface)) {
+      line_ = interface_line_;
+      Fail(fmt::format("dds.interface: no interface of this machine has the address {}", config_.dds_interface));
+    }
   }
 
  private:
@@ -173,7 +177,8 @@ class Reader {
     } else if (key == "dds.domain") {
       config_.dds_domain = static_cast<unsigned>(Number(value, 0, 232));
     } else if (key == "dds.interface") {
-      config_.dds_interface = std::string(value);
+      config_.dds_interface = Good(value, InterfaceProblem);
+      interface_line_ = line_;
     } else if (key == "dds.topic") {
       config_.dds_topics.emplace_back(value);
     } else {
@@ -199,6 +204,7 @@ class Reader {
   TransportConfig& config_;
   unsigned line_ = 0;
   unsigned scan_period_line_ = 0;
+  unsigned interface_line_ = 0;
   bool endpoints_given_ = false;
   bool peers_given_ = false;
   bool client_transports_given_ = false;

@@ -38,7 +38,7 @@ struct TransportConfig {
   std::uint64_t max_history_bytes = 512u << 20;  ///< math.max_history_bytes: what all Averages of an engine hold
   bool dds_enabled = false;                      ///< dds.enabled: relay topics between machines
   unsigned dds_domain = 0;                       ///< dds.domain
-  std::string dds_interface = "127.0.0.1";       ///< dds.interface
+  std::string dds_interface = "127.0.0.1";       ///< dds.interface: the IPv4 address of one of this machine
   std::vector<std::string> dds_topics;           ///< dds.topic, repeated: topics that are relayed
 
   /// Reads a file. Errors   TransportConfigError, also for a file that cannot be read.

@@ -59,7 +59,7 @@ TEST(TransportConfig, EveryKeyIsRead) {
       "orb.in_scan_period_s = 8\n"
       "dds.enabled = true\n"
       "dds.domain = 232\n"
-      "dds.interface = eth0\n"
+      "dds.interface = 127.0.0.1\n"
       "dds.topic = PROBE/1/WAKEUP\n"
       "dds.topic = B");
   EXPECT_THAT(config.endpoints, ElementsAre("giop:tcp:10.0.0.1:3000", "giop:unix:/run/x"));
@@ -75,7 +75,8 @@ TEST(TransportConfig, EveryKeyIsRead) {
   EXPECT_EQ(config.in_scan_period_s, 8u);
   EXPECT_TRUE(config.dds_enabled);
   EXPECT_EQ(config.dds_domain, 232u);
-  EXPECT_EQ(config.dds_interface, "eth0");
+  EXPECT_EQ(config.dds_interface, "127.0.0.1");
+  EXPECT_EQ(Read("dds.interface = 10.0.0.5\n").dds_interface, "10.0.0.5") << "not looked for while nothing is relayed";
   EXPECT_THAT(config.dds_topics, ElementsAre("PROBE/1/WAKEUP", "B"));
 }
 
@@ -119,6 +120,9 @@ INSTANTIATE_TEST_SUITE_P(
             ":1: orb.call_timeout_ms: '99999999999999999999' is not a whole number from 1 to 3600000"},
         Bad{"below", "orb.max_message_bytes = 8191",
             ":1: orb.max_message_bytes: '8191' is not a whole number from 8192 to 2147483647"},
+        Bad{"interface", "\ndds.interface = eth0", ":2: dds.interface: 'eth0' is no IPv4 address (as 10.0.0.5)"},
+        Bad{"no_such_interface", "dds.interface = 203.0.113.1\ndds.enabled = true",
+            ":1: dds.interface: no interface of this machine has the address 203.0.113.1"},
         Bad{"truth", "dds.enabled = yes", ":1: dds.enabled: 'yes' is neither true nor false"},
         Bad{"scan", "orb.in_scan_period_s = 60\norb.out_scan_period_s = 60\n# end",
             ":2: orb.out_scan_period_s must be below orb.in_scan_period_s"}),
@@ -179,7 +183,9 @@ INSTANTIATE_TEST_SUITE_P(
         Range{"orb.in_scan_period_s", {"121", "86400"}, And({"0", "120", "86401"})},
         Range{"math.max_objects", {"1", "10000000"}, And({"0", "10000001"})},
         Range{"math.max_history_bytes", {"4096", "281474976710656"}, And({"4095", "281474976710657"})},
-        Range{"dds.enabled", {"true", "false"}, {"yes", "1", "TRUE"}}, Range{"dds.domain", {"0", "232"}, And({"233"})}),
+        Range{"dds.enabled", {"true", "false"}, {"yes", "1", "TRUE"}},
+        Range{"dds.interface", {"127.0.0.1", "10.0.0.5"}, {"lo", "300.1.1.1", "127.1", "::1", "10.0.0.0/8", "a:1"}},
+        Range{"dds.domain", {"0", "232"}, And({"233"})}),
     [](const auto& test) {
       std::string name = test.param.key;
       std::replace(name.begin(), name.end(), '.', '_');
