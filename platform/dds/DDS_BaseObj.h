@@ -30,7 +30,7 @@ class DdsBaseAccess {
   /// even once after the subscription was ended.
   using Renewed = std::function<void(CORBA::Long handle)>;
 
-  /// The handle that the manager gave. Errors   CORBA system exceptions.
+  /// The handle that the manager gave. Errors   CORBA system exceptions; IMP_LIMIT, see StandingSubscriptions::Add.
   CORBA::Long Subscribe(const char* topic, DDS_Sub_ptr subscriber, Renewed renewed = {});
 
   /// Ends a subscription of this subscriber, by the reference that it was made with. A manager that is away is silently
