@@ -327,7 +327,7 @@ CORBA::Long DdsBaseAccess::Impl::SubscribeAt(DDS_Manager_ptr manager, const char
   NoteAnswer(manager);
   try {
     standing_.Add(topic, subscriber, handle, renewed);
-  } catch (const std::bad_alloc&) {
+  } catch (...) {
     manager->Unsubscribe(topic, handle);
     throw;
   }

@@ -28,7 +28,8 @@ class DdsBaseAccess {
   using Renewed = std::function<void(CORBA::Long handle)>;
 
   /// The handle that the manager gave.
-  /// Errors   CORBA::TRANSIENT when the manager cannot be found; other CORBA system exceptions.
+  /// Errors   CORBA::TRANSIENT when the manager cannot be found; IMP_LIMIT, see StandingSubscriptions::Add; other CORBA
+  ///          system exceptions.
   CORBA::Long Subscribe(const char* topic, DDS_Sub_ptr subscriber, Renewed renewed = {});
 
   /// Ends a subscription of this subscriber, by the reference that it was made with. A manager that is away is silently

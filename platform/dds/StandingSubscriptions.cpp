@@ -28,6 +28,11 @@ std::size_t BytesOf(const std::string& topic, DDS_Sub_ptr subscriber) {
   return topic.size() + std::strlen(text) / 2 + kAllElse;
 }
 
+/// How many claims alike a call takes.
+std::size_t MostInACall(const std::string& topic, DDS_Sub_ptr subscriber) {
+  return std::clamp<std::size_t>(kBytesInACall / BytesOf(topic, subscriber), 1, kClaimsInACall);
+}
+
 bool Holds(const std::vector<unsigned long long>& numbers, unsigned long long number) {
   return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
 }
@@ -46,6 +51,7 @@ CORBA::ULongLong EpochOf(DDS_Manager_ptr manager) {
 
 void StandingSubscriptions::Add(const char* topic, DDS_Sub_ptr subscriber, CORBA::Long handle, Renewed renewed) {
   Lock lock(mutex_);
+  RequireRoom(topic, subscriber);
   const Number number = ++last_number_;
   const auto added =
       entries_.emplace(number, Entry{topic, DDS_Sub::_duplicate(subscriber), handle, std::move(renewed), std::nullopt})
@@ -58,6 +64,14 @@ void StandingSubscriptions::Add(const char* topic, DDS_Sub_ptr subscriber, CORBA
     throw;
   }
   fresh_ = true;
+}
+
+/// The manager tells subscriptions of one subscriber to one topic apart within a call alone.
+void StandingSubscriptions::RequireRoom(const char* topic, DDS_Sub_ptr subscriber) {
+  const auto [first, last] = numbers_.equal_range(subscriber);
+  std::size_t alike = 0;
+  for (auto number = first; number != last; ++number) alike += entries_.at(number->second).topic == topic ? 1 : 0;
+  if (alike > 0 && alike >= MostInACall(topic, subscriber)) throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
 }
 
 /// Without a thread the subscriptions stand as long as the manager keeps them; a later Add may get one.
@@ -197,13 +211,11 @@ void StandingSubscriptions::Take(Batch& batch, Number number, const Entry& entry
   batch.numbers.push_back(number);
 }
 
-/// The entry and those with the same topic and subscriber, as many as one call takes.
+/// The entry and those with the same topic and subscriber: one call takes them.
 std::vector<StandingSubscriptions::Number> StandingSubscriptions::Alike(Number number, const Entry& entry) {
-  const std::size_t most =
-      std::clamp<std::size_t>(kBytesInACall / BytesOf(entry.topic, entry.subscriber), 1, kClaimsInACall);
   std::vector<Number> alike{number};
   const auto [first, last] = numbers_.equal_range(entry.subscriber.in());
-  for (auto other = first; other != last && alike.size() < most; ++other)
+  for (auto other = first; other != last; ++other)
     if (other->second != number && entries_.at(other->second).topic == entry.topic) alike.push_back(other->second);
   return alike;
 }

@@ -41,7 +41,9 @@ class StandingSubscriptions {
   StandingSubscriptions(const StandingSubscriptions&) = delete;
   StandingSubscriptions& operator=(const StandingSubscriptions&) = delete;
 
-  /// Puts in a subscription that the manager took. Errors   std::bad_alloc; it is not among these then.
+  /// Puts in a subscription that the manager took.
+  /// Errors   std::bad_alloc; CORBA::IMP_LIMIT when there are so many of one reference to one topic that a call for
+  ///          their renewal would not hold one more. It is not among these then.
   void Add(const char* topic, DDS_Sub_ptr subscriber, CORBA::Long handle, Renewed renewed);
 
   /// Takes the subscription out. The handle by which the manager knows it; nothing when it is not among these.
@@ -78,6 +80,7 @@ class StandingSubscriptions {
   void LookAt(DDS_Manager_ptr manager);
   Batch NextBatch(CORBA::ULongLong epoch, Number after);
   void Take(Batch& batch, Number number, const Entry& entry) REQUIRES(mutex_);
+  void RequireRoom(const char* topic, DDS_Sub_ptr subscriber) REQUIRES(mutex_);
   std::vector<Number> Alike(Number number, const Entry& entry) REQUIRES(mutex_);
   bool AllSeen(CORBA::ULongLong epoch);
   void Settle(DDS_Manager_ptr manager, const Batch& batch, const HandleSeq& handles, CORBA::ULongLong epoch);

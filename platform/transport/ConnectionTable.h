@@ -27,7 +27,8 @@ class ServedConnection {
   enum Standing { Stranger, Resting, Waiting };
   Standing Rank() const noexcept { return !was_answered_ ? Stranger : owes_answer_ ? Waiting : Resting; }
 
-  /// Ends the connection so that its peer opens another when it needs one. Called under the table's lock.
+  /// Ends the connection so that its peer opens another when it needs one. Called under the table's lock, or by
+  /// the connection itself.
   virtual void GiveWay() noexcept = 0;
 
  protected:

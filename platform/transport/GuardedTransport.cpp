@@ -11,6 +11,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "platform/transport/LargeAnswer.h"
 #include "platform/transport/OwnConnections.h"
 #include "platform/transport/TransportState.h"
 #include "platform/transport/addresses.h"
@@ -119,7 +120,7 @@ class GuardedConnection final : public Transport::Accepted, public ServedConnect
 
   int Send(void* buffer, size_t size, const omni_time_t& deadline) override {
     const int count = sender_.Send(handle(), buffer, size, TimeUntil(deadline));
-    if (sender_.IsBetweenAnswers()) Answered();
+    if (sender_.IsBetweenAnswers()) EndAnswer();
     else Heard();  // it owes the rest
     return count;
   }
@@ -138,6 +139,12 @@ class GuardedConnection final : public Transport::Accepted, public ServedConnect
   const char* PeerAddress() { return peeraddress(); }
 
  private:
+  /// A peer for whose answer there was no room was told so: it gives back its connection and the thread for it as well.
+  void EndAnswer() noexcept {
+    Answered();
+    if (LargeAnswer::WasRefused()) GiveWay();
+  }
+
   /// Tells the peer in the protocol's words, if they do not fall into an answer that another thread is sending.
   void EndUnlawful(const char* why) {
     static constexpr char kMessageError[12] = {'G', 'I', 'O', 'P', 1, 0, 0, 6, 0, 0, 0, 0};

@@ -3,6 +3,8 @@
 
 #include <omniORB4/CORBA.h>
 
+#include <utility>
+
 namespace Corvanta {
 namespace {
 
@@ -13,6 +15,7 @@ struct ThreadAccount {
   ~ThreadAccount() { SendBudget::OfProcess().Return(account); }
   SendBudget::Account account;
   bool is_used = false;
+  bool is_refused = false;
 };
 
 thread_local ThreadAccount thread_account;
@@ -21,8 +24,8 @@ thread_local ThreadAccount thread_account;
 
 void LargeAnswer::Announce(std::size_t bytes) {
   if (bytes < kSmall) return;
-  if (!SendBudget::OfProcess().Take(OfThisThread(), bytes, kPatience))
-    throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
+  thread_account.is_refused = !SendBudget::OfProcess().Take(OfThisThread(), bytes, kPatience);
+  if (thread_account.is_refused) throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
 }
 
 SendBudget::Account& LargeAnswer::OfThisThread() {
@@ -35,5 +38,7 @@ void LargeAnswer::End() noexcept {
   thread_account.is_used = false;
   SendBudget::OfProcess().Return(thread_account.account);
 }
+
+bool LargeAnswer::WasRefused() noexcept { return std::exchange(thread_account.is_refused, false); }
 
 }  // namespace Corvanta

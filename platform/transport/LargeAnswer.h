@@ -23,6 +23,9 @@ class LargeAnswer {
 
   /// It was sent, or will not be.
   static void End() noexcept;
+
+  /// Whether there was no room for the last that this thread announced; asked about once.
+  static bool WasRefused() noexcept;
 };
 
 }  // namespace Corvanta

@@ -70,7 +70,7 @@ constexpr Setting kSettings[] = {
     {"math.max_history_bytes", NumberProblem, 4096, std::uint64_t{1} << 48},
     {"dds.enabled", TruthProblem},
     {"dds.domain", NumberProblem, 0, 232},
-    {"dds.interface", NoProblem},
+    {"dds.interface", AddressProblem<InterfaceProblem>},
     {"dds.topic", NoProblem},
 };
 

@@ -3,7 +3,9 @@
 
 #include <arpa/inet.h>
 #include <fmt/format.h>
+#include <ifaddrs.h>
 #include <netdb.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -124,6 +126,25 @@ std::string PeerProblem(const std::string& text) {
   if (IsAddress(AF_INET, address) && (IsNumber(mask, 0, 32) || IsAddress(AF_INET, mask))) return {};
   if (IsAddress(AF_INET6, address) && IsNumber(mask, 0, 128)) return {};
   return "is not one address (as 10.0.0.5, 10.0.0.0/24, fd00::/8, a host's name or *)";
+}
+
+std::string InterfaceProblem(const std::string& text) {
+  return IsAddress(AF_INET, text) ? std::string() : "is no IPv4 address (as 10.0.0.5)";
+}
+
+bool HasInterface(const std::string& address) {
+  in_addr wanted{};
+  ifaddrs* list = nullptr;
+  if (::inet_pton(AF_INET, address.c_str(), &wanted) != 1 || ::getifaddrs(&list) != 0) return true;
+  bool is_there = false;
+  for (const ifaddrs* interface = list; interface != nullptr; interface = interface->ifa_next) {
+    if (interface->ifa_addr == nullptr || interface->ifa_addr->sa_family != AF_INET) continue;
+    sockaddr_in its_address{};
+    std::memcpy(&its_address, interface->ifa_addr, sizeof its_address);
+    is_there = is_there || its_address.sin_addr.s_addr == wanted.s_addr;
+  }
+  ::freeifaddrs(list);
+  return is_there;
 }
 
 std::string ListenProblem(const std::string& endpoint) {

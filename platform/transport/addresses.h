@@ -22,6 +22,12 @@ std::string EndpointProblem(const std::string& text);
 /// name.
 std::string PeerProblem(const std::string& text);
 
+/// An address of IPv4, by which the transport between machines finds its interface.
+std::string InterfaceProblem(const std::string& text);
+
+/// Whether an interface of this machine has an address of IPv4; also when that cannot be found out.
+bool HasInterface(const std::string& address);
+
 /// Why this machine cannot listen at an endpoint of good form, or has no address for a peer; empty when it can or has.
 /// Both look names up, which may take as long as the system's resolver does.
 std::string ListenProblem(const std::string& endpoint);

@@ -40,9 +40,10 @@ class BadSettings : public testing::Test {
 };
 
 TEST_F(BadSettings, OfTheTransport) {
-  DescribeFault("bad settings",
-                "endpoints, peers and numbers that are none, or that this machine does not have, for every program",
-                "one line with file, line and reason, exit 1 (mathctl: 2)");
+  DescribeFault(
+      "bad settings",
+      "endpoints, peers, interfaces and numbers that are none, or that this machine does not have, for every program",
+      "one line with file, line and reason, exit 1 (mathctl: 2)");
   const std::pair<std::string, std::string> rows[] = {
       {"giop:tcp:127.0.0.1:99999",
        "'giop:tcp:127.0.0.1:99999' is no endpoint: the port is no number from 1 to 65535\n"},
@@ -56,9 +57,14 @@ TEST_F(BadSettings, OfTheTransport) {
     ExpectAllRefuse({{"LUMENAR_TRANSPORT_CONF", file}, {"LUMENAR_NAMING", kNobody}},
                     file + ":3: orb.endpoint: " + reason);
   }
-  const std::string file = Write("orb.allowed_peer = 1.2.3.4/99\n");
-  ExpectAllRefuse({{"LUMENAR_TRANSPORT_CONF", file}, {"LUMENAR_NAMING", kNobody}},
-                  file + ":1: orb.allowed_peer: '1.2.3.4/99' is not one");
+  const std::pair<std::string, std::string> others[] = {
+      {"orb.allowed_peer = 1.2.3.4/99", "orb.allowed_peer: '1.2.3.4/99' is not one"},
+      {"dds.interface = nonsense!", "dds.interface: 'nonsense!' is no IPv4 address"},
+  };
+  for (const auto& [line, reason] : others) {
+    const std::string file = Write(line + "\n");
+    ExpectAllRefuse({{"LUMENAR_TRANSPORT_CONF", file}, {"LUMENAR_NAMING", kNobody}}, file + ":1: " + reason);
+  }
 }
 
 TEST_F(BadSettings, AddressOfTheNamingService) {

@@ -10,6 +10,7 @@
 #include "tests/faults/Churn.h"
 #include "tests/faults/PeersFault.h"
 #include "tests/faults/Trend.h"
+#include "tests/support/ProcessLines.h"
 
 namespace Lumenar::Test {
 namespace {
@@ -82,6 +83,8 @@ TEST_F(DeadPeers, DeadClient) {
       "the engine serves others meanwhile; each object that is listed is whole and can be deleted; no descriptor and "
       "no thread is left");
   StartSim();
+  const auto start = [&] { return platform_.Start("mathctl", {"create", "Peak", "SIM/1/A"}); };
+  const auto undisturbed = TimeOf([&] { EXPECT_EQ(start()->WaitForExit(), 0); });
   const Figures before = FiguresOf(engine_.Pid());
   std::atomic<unsigned long> whole{0};
   // Another client takes each object as soon as it is listed.
@@ -95,11 +98,14 @@ TEST_F(DeadPeers, DeadClient) {
     }
   });
   std::mt19937 random(1);
-  std::uniform_int_distribution<int> delay_ms(0, 60);
+  // From its first moment to well beyond its last, however slow this machine is at present.
+  std::uniform_int_distribution<long> delay_ms(0, 2 * undisturbed.count());
   const int rounds = ByLength(20, 200);
   for (int round = 0; round < rounds; ++round) {
-    const auto client = platform_.Start("mathctl", {"create", "Peak", "SIM/1/A"});
-    client->WaitForLine("math:", std::chrono::milliseconds(delay_ms(random)));  // not there yet: cut off anywhere
+    const auto client = start();
+    WaitForLineThat(
+        *client, [](const std::string& line) { return line.starts_with("math:"); },
+        std::chrono::milliseconds(delay_ms(random)));  // not there yet: cut off anywhere
     client->Signal(SIGKILL);
     client->WaitForExit();
   }

@@ -3,6 +3,8 @@
 #include "platform/wire/any_guard.h"
 #include "platform/wire/sample_any.h"
 
+#include <utility>
+
 namespace Lumenar::Test {
 
 std::vector<Corvanta::SampleRecord> FakeTopicManager::PublishedOn(const std::string& topic) const {
@@ -75,10 +77,13 @@ bool FakeTopicManager::TakeCall(Corvanta::IncomingCall& call) {
 }
 
 void FakeTopicManager::Take(const Corvanta::SampleRecord& record, const char* topic) {
-  Lock lock(mutex_);
-  ++begun_;
-  while (hold_) changed_.Wait(mutex_);
-  published_.push_back({topic, record});
+  {
+    Lock lock(mutex_);
+    ++begun_;
+    while (hold_) changed_.Wait(mutex_);
+    published_.push_back({topic, record});
+  }
+  if (on_publish) on_publish();
 }
 
 CORBA::Long FakeTopicManager::Subscribe(const char* topic, Corvanta::DDS_Sub_ptr subscriber) {
@@ -107,8 +112,21 @@ void FakeTopicManager::Unsubscribe(const char* topic, CORBA::Long handle) {
 Corvanta::HandleSeq* FakeTopicManager::Renew(const Corvanta::ClaimSeq& claims) {
   Corvanta::HandleSeq_var handles = new Corvanta::HandleSeq;
   handles->length(claims.length());
-  for (CORBA::ULong i = 0; i < claims.length(); ++i) handles[i] = claims[i].handle;
+  Lock lock(mutex_);
+  ++renewals_;
+  const bool refuse = std::exchange(refuse_renewal_, false);
+  for (CORBA::ULong i = 0; i < claims.length(); ++i) handles[i] = refuse ? 0 : claims[i].handle;
   return handles._retn();
+}
+
+void FakeTopicManager::RefuseNextRenewal() {
+  Lock lock(mutex_);
+  refuse_renewal_ = true;
+}
+
+unsigned FakeTopicManager::Renewals() const {
+  Lock lock(mutex_);
+  return renewals_;
 }
 
 CORBA::Boolean FakeTopicManager::LastSample(const char*, CORBA::Any_OUT_arg sample) {

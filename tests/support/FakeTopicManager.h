@@ -47,6 +47,11 @@ class FakeTopicManager : public Corvanta::GuardedServant<POA_Corvanta::DDS_Manag
   /// Subscribe and Unsubscribe call these first, without a lock. To be set before there are calls.
   std::function<void(Corvanta::DDS_Sub_ptr)> on_subscribe;
   std::function<void(const std::string& topic)> on_unsubscribe;
+  /// Publish calls this once it has the sample, without a lock. To be set before there are calls.
+  std::function<void()> on_publish;
+  /// The next call of Renew is answered with refusals.
+  void RefuseNextRenewal();
+  unsigned Renewals() const;
   /// Publish waits until LetPublicationsGo.
   void HoldPublications();
   void LetPublicationsGo();
@@ -75,6 +80,8 @@ class FakeTopicManager : public Corvanta::GuardedServant<POA_Corvanta::DDS_Manag
   bool hold_ GUARDED_BY(mutex_) = false;
   bool deliver_within_subscribe_ GUARDED_BY(mutex_) = false;
   CORBA::Any early_sample_ GUARDED_BY(mutex_);
+  bool refuse_renewal_ GUARDED_BY(mutex_) = false;
+  unsigned renewals_ GUARDED_BY(mutex_) = 0;
   unsigned begun_ GUARDED_BY(mutex_) = 0;
   std::vector<Publication> published_ GUARDED_BY(mutex_);
   std::vector<Subscription> subscribed_ GUARDED_BY(mutex_);

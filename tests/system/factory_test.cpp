@@ -2,6 +2,7 @@
 // The factory as clients meet it: selection, refusal with every line and text, ids, deletion.
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <cstring>
 #include <set>
 #include <sstream>
@@ -230,6 +231,24 @@ TEST_F(Factory, CreationAsksEachInputAndTheTopicManagerNothingTwice) {
   // as RESULT.
   EXPECT_THAT(calls, ElementsAre("CORBA_Type", "CORBA_Type", "DDS_Value", "DDS_Value", "Get", "Get", "Get", "Get",
                                  "Publish", "Publish", "Subscribe", "Subscribe"));
+}
+
+/// Who answered within the last 100 ms is not asked whether it is there.
+TEST_F(Factory, OfCreationsInARowOneAtMostAsksWhetherTheTopicManagerIsThere) {
+  using std::chrono::milliseconds;
+  using std::chrono::steady_clock;
+  Process& engine = platform_.StartEngine("math_factory_hh", {{"ORBtraceInvocations", "1"}});
+  factory_ = bench_.Factory("2");
+  ScalarInput first(bench_, "FIRST", ScalarOf(1, C_Watts)), second(bench_, "SECOND", ScalarOf(1, C_Watts));
+  const auto inputs = Inputs(first, second);
+  Corvanta::MathFactory::Math_var math = Create(Subtract, inputs);  // finds the topic manager
+  const std::size_t before = engine.Error().size();
+  const auto begin = steady_clock::now();
+  for (int i = 0; i < 5; ++i) math = Create(Subtract, inputs);
+  const auto pauses = static_cast<std::size_t>((steady_clock::now() - begin) / milliseconds(100));  // of a busy machine
+  const auto calls = RemoteCalls(engine.Error().substr(before));
+  EXPECT_EQ(calls.count("Subscribe"), 10u);
+  EXPECT_LE(calls.count("SubscriptionEpoch"), 2 + pauses) << "one of the first, and perhaps one of the watch";
 }
 
 TEST_F(Factory, ObjectsOfOneKindHaveDistinctItemsAndTopics) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <variant>
 
 #include "client/MathObjects.h"
@@ -73,6 +74,22 @@ TEST_F(SubscriptionTest, CountsWhatItsReaderWasTooSlowFor) {
   ASSERT_TRUE(oldest);
   EXPECT_EQ(std::get<CORBA::Long>(oldest->record), kMore) << "the oldest went";
   EXPECT_EQ(subscription.Lost(), kMore);
+}
+
+TEST_F(SubscriptionTest, DeliversOneSampleThatIsLargerThanTheRoomForAll) {
+  constexpr CORBA::ULong kPoints = 17'000'000;
+  Connection connection;
+  const Reading type = connection.FindReading("TYPE");
+  Subscription subscription(connection);
+  subscription.Add(type);
+  Corvanta::BASIC_TRACE::BT_DATA trace{};
+  trace.samples.length(kPoints);
+  std::fill_n(trace.samples.get_buffer(), kPoints, 1.0f);
+  Corvanta::DdsBaseAccess::Instance().Publish(type.topic.c_str(), Corvanta::ViewOf(trace));
+  const auto delivery = subscription.Next(std::chrono::seconds(10));
+  ASSERT_TRUE(delivery);
+  EXPECT_EQ(std::get<Corvanta::BASIC_TRACE::BT_DATA>(delivery->record).samples.length(), kPoints);
+  EXPECT_EQ(subscription.Lost(), 0u);
 }
 
 TEST_F(SubscriptionTest, EndsWithTheOrbAndWakesItsReader) {

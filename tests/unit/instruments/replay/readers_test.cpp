@@ -96,6 +96,11 @@ TEST(Touchstone, TwoPortsStandInTheFilesOrderAndNoiseIsLeftOut) {
   }
 }
 
+TEST(Touchstone, NoiseMayBeginAtTheLastFrequency) {
+  const RecordedFile file = ReadTouchstone("# GHz S DB\n1 -1 0 -2 0 -3 0 -4 0\n1 2 3 4 5\n", 2);
+  EXPECT_THAT(file.recordings[0].sweeps[0], ElementsAre(-1));
+}
+
 TEST(Touchstone, BadLinesAreNamed) {
   const BadText cases[] = {
       {"", 1, "there are no points"},
@@ -157,6 +162,15 @@ TEST(Spectrum, ASweepEndsWhereTheFrequencyStartsAgain) {
       ReadSpectrum("2026-02-15, 12:00:00, 0, 1, 1, 1, 1, 1\n2026-02-15, 12:00:00, 0, 1, 1, 1, nan, nan\n\n");
   EXPECT_EQ(file.recordings[0].sweeps.size(), 2u);
   EXPECT_FALSE(file.sweeps_per_s) << "both at the same time";
+}
+
+TEST(Spectrum, AStretchMayBeginABinBehindTheLast) {
+  EXPECT_THAT(OnlySweep(ReadSpectrum("2026-02-15, 12:00:00, 0, 1, 1, 1, 1\n2026-02-15, 12:00:00, 2, 3, 1, 1, 2\n")),
+              ElementsAre(1, 2));
+}
+
+TEST(Spectrum, ALeapSecondIsATime) {
+  EXPECT_THAT(OnlySweep(ReadSpectrum("2016-12-31, 23:59:60, 0, 1, 1, 1, 1\n")), ElementsAre(1));
 }
 
 TEST(Spectrum, BadLinesAreNamed) {

@@ -62,14 +62,19 @@ TEST_F(RenewedSubscriptions, AManagerThatLostThemGetsEachOnceWithinSeconds) {
     subscribers.emplace_back(new TestSubscriber);
     SubscribeHere(subscribers.back().in());
   }
-  Unsubscribe(subscribers.back().in());
-  subscribers.pop_back();
+  Unsubscribe(subscribers.front().in());  // so that the others have new handles afterwards
+  subscribers.erase(subscribers.begin());
   ReplaceManager();
   EXPECT_TRUE(WaitUntil([&] { return Handles().size() == 299; })) << Handles().size();
   Send(7);
   for (TestSubscriberVar& subscriber : subscribers) EXPECT_TRUE(subscriber->WaitForCount(1));
-  Unsubscribe(subscribers.front().in());
-  EXPECT_EQ(Handles().size(), 298u) << "ended by the handle that the new manager gave";
+  Unsubscribe(subscribers.back().in());
+  EXPECT_EQ(Handles().size(), 298u);
+  const TestSubscriberVar ended = subscribers.back();
+  subscribers.pop_back();
+  Send(8);
+  for (TestSubscriberVar& subscriber : subscribers) EXPECT_TRUE(subscriber->WaitForCount(2));
+  EXPECT_EQ(ended.in()->Values().size(), 1u) << "ended by the handle that the new manager gave";
 }
 
 TEST_F(RenewedSubscriptions, ItsOwnerIsToldTheNewHandle) {
@@ -85,19 +90,39 @@ TEST_F(RenewedSubscriptions, ItsOwnerIsToldTheNewHandle) {
 }
 
 TEST_F(RenewedSubscriptions, ASubscriberThatSubscribedTwiceGetsEachSampleTwiceAgain) {
-  TestSubscriberVar first(new TestSubscriber), subscriber(new TestSubscriber);
+  TestSubscriberVar subscriber(new TestSubscriber);
   SubscribeHere(subscriber.in());
-  SubscribeHere(first.in());
+  std::vector<TestSubscriberVar> others;  // between the two: more than a call for their renewal holds
+  for (int i = 0; i < 100; ++i) {
+    others.emplace_back(new TestSubscriber);
+    SubscribeHere(others.back().in());
+  }
   SubscribeAgain(subscriber.in());
   ReplaceManager();
-  EXPECT_TRUE(WaitUntil([&] { return Handles().size() == 3; })) << Handles().size();
+  EXPECT_TRUE(WaitUntil([&] { return Handles().size() == 102; })) << Handles().size();
   Send(7);
   EXPECT_TRUE(subscriber->WaitForCount(2));
   EXPECT_EQ(subscriber->Values().size(), 2u);
-  EXPECT_TRUE(first->WaitForCount(1));
+  EXPECT_TRUE(others.back()->WaitForCount(1));
   Unsubscribe(subscriber.in());
   Unsubscribe(subscriber.in());
-  EXPECT_EQ(Handles().size(), 1u) << "each under a handle of its own";
+  EXPECT_EQ(Handles().size(), 100u) << "each under a handle of its own";
+}
+
+TEST_F(RenewedSubscriptions, AsManyOfOneSubscriberAsStayApartAndNoMore) {
+  TestSubscriberVar subscriber(new TestSubscriber);
+  std::size_t count = 0;
+  SubscribeHere(subscriber.in());
+  EXPECT_THROW(for (count = 1; count < 300; ++count) SubscribeAgain(subscriber.in()), CORBA::IMP_LIMIT);
+  EXPECT_GT(count, 50u);
+  EXPECT_EQ(Handles().size(), count) << "the one that was refused does not stay";
+  ReplaceManager();
+  EXPECT_TRUE(WaitUntil([&] { return Handles().size() == count; })) << Handles().size();
+  Send(7);
+  EXPECT_TRUE(subscriber->WaitForCount(count));
+  EXPECT_EQ(subscriber->Values().size(), count);
+  for (std::size_t i = 0; i < count; ++i) Unsubscribe(subscriber.in());
+  EXPECT_EQ(Handles().size(), 0u) << "each under a handle of its own";
 }
 
 TEST_F(RenewedSubscriptions, ThoseThatWereRenewedOutliveTheNextRestart) {
@@ -117,14 +142,17 @@ TEST_F(RenewedSubscriptions, ThoseThatWereRenewedOutliveTheNextRestart) {
 
 TEST_F(RenewedSubscriptions, OneThatWasDroppedWhileItsProcessLivedComesBackAlone) {
   TestSubscriberVar dropped(new TestSubscriber), other(new TestSubscriber);
-  const auto handle = SubscribeHere(dropped.in());
-  const auto kept = SubscribeHere(other.in());
+  SubscribeHere(dropped.in());
+  SubscribeHere(other.in());
+  ReplaceManager();  // with it comes a look that finds both: the next one has no other reason to renew them
+  ASSERT_TRUE(WaitUntil([&] { return Handles().size() == 2; }));
+  const auto before = Handles();
   Corvanta::ORB_base::DeactivateObject(dropped.in());
   Send(1);
-  ASSERT_TRUE(WaitUntil([&] { return StatusOf(handle).handle == 0; }));
+  ASSERT_TRUE(WaitUntil([&] { return StatusOf(before.front()).handle == 0; }));
   ASSERT_TRUE(WaitUntil([&] { return Handles().size() == 2; }));
-  EXPECT_EQ(Handles().front(), kept);
-  EXPECT_NE(Handles().back(), handle);
+  EXPECT_EQ(Handles().front(), before.back());
+  EXPECT_NE(Handles().back(), before.front());
 }
 
 TEST_F(RenewedSubscriptions, AClaimThatIsRepeatedStandsOnceAndOneOfNothingIsRefused) {

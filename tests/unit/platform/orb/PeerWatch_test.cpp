@@ -127,8 +127,10 @@ TEST_F(PeerWatch_, AnEngineThatStaysAwayIsSaidOnceNotOnceARound) {
 TEST_F(PeerWatch_, AnEngineThatHangsIsAwayUntilItGoesOn) {
   auto peer = StartPeer();
   watch_->Add(1, "PEER/1", CORBA::Object_var(Reference()));
+  const auto stopped = std::chrono::steady_clock::now();
   peer->Signal(SIGSTOP);
   ASSERT_TRUE(WaitForLines("is away: ", 1));
+  EXPECT_GE(std::chrono::steady_clock::now() - stopped, std::chrono::milliseconds(900)) << "not after one look in vain";
   EXPECT_THAT(Lines(), HasSubstr("TIMEOUT"));
   peer->Signal(SIGCONT);
   EXPECT_TRUE(WaitForLines("is back\n", 1));

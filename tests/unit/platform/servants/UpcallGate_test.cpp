@@ -63,6 +63,9 @@ TEST_F(UpcallGate_, WhoMayNotWaitIsToldSo) {
     gate_->Open();
     guarded();
     EXPECT_TRUE(came_in) << "there is nothing to wait for";
+    boost::shared_ptr<UpcallGate> next = UpcallGate::Create(object_);
+    auto opener = std::async(std::launch::async, [&] { next->Open(); });
+    EXPECT_TRUE(bool(UpcallGate::Pass(*next))) << "the next gate may be waited at";
   }
   boost::shared_ptr<UpcallGate> other = UpcallGate::Create(object_);
   auto opener = std::async(std::launch::async, [&] { other->Open(); });

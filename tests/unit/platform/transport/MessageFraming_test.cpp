@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <map>
+#include <span>
+#include <thread>
 
 #include "tests/support/GiopStream.h"
 
@@ -360,6 +363,8 @@ TEST(MessageFraming, ASampleAboveTheLimitOfMessagesIsRefused) {
   const Setting setting{.limits = {.max_message_bytes = 65536}};
   const Outcome outcome = Read(Sample(70'000) + GiopStream().Request(2, "op"), setting);
   EXPECT_TRUE(outcome.bytes == Refused(GiopStream(), "Publish") + GiopStream().Request(2, "op")) << outcome;
+  const std::string exact = Sample(70'000);
+  EXPECT_EQ(Read(exact, {.limits = {.max_message_bytes = exact.size()}}).bytes, exact) << "just the limit passes";
   const Outcome by_far = Read(Sample(300'000), setting);
   EXPECT_TRUE(by_far.bytes == Refused(GiopStream(), "Publish")) << by_far;
   EXPECT_NE(by_far.failure, "") << "what is larger by far is not read to its end";
@@ -455,6 +460,31 @@ TEST(MessageFraming, FragmentsMustComeToTheirEndInTime) {
   const Setting setting{.limits = {.assembly_time = std::chrono::nanoseconds(1)}};
   const GiopStream giop;
   EXPECT_NE(Read(First(giop, 2, 1) + giop.Request(2, "op"), setting, First(giop, 2, 1).size()).failure, "");
+}
+
+TEST(MessageFraming, TheOldestOfSeveralThatHaveComeInPartCounts) {
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::milliseconds kTime{250};
+  const GiopStream giop;
+  AssemblyBudget budget(1u << 20);
+  MessageFraming framing(Side::Served, {.assembly_time = kTime}, budget, nullptr, [](const std::string&) {});
+  std::vector<char> buffer(8192);
+  const auto read = [&](const std::string& bytes) {
+    const std::span<char> room = framing.Room(buffer);
+    std::copy(bytes.begin(), bytes.end(), room.begin());
+    framing.Arrived(buffer, bytes.size());
+  };
+  const auto began = Clock::now();
+  read(First(giop, 2, 1));
+  ASSERT_EQ(framing.Parts(), 1u);
+  while (Clock::now() - began < kTime / 2) std::this_thread::yield();
+  try {
+    read(First(giop, 2, 2));
+  } catch (const UnlawfulMessage&) {  // a busy machine: the first one's time is over already
+    return;
+  }
+  while (Clock::now() - began <= kTime) std::this_thread::yield();
+  EXPECT_THROW(framing.Room(buffer), UnlawfulMessage);
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ TEST(SettingsFile, AFileThatSaysNothingLeavesAllToWhoAsks) {
   for (const SettingsFile& settings : {SettingsFile(), Read("# nothing\n\n   \n")}) {
     EXPECT_EQ(settings.Number("orb.call_timeout_ms", 7), 7u);
     EXPECT_TRUE(settings.Truth("dds.enabled", true));
-    EXPECT_EQ(settings.Text("dds.interface", "eth7"), "eth7");
+    EXPECT_EQ(settings.Text("dds.interface", "10.0.0.7"), "10.0.0.7");
     EXPECT_THAT(settings.List("orb.endpoint", {"a"}), ElementsAre("a"));
     EXPECT_THAT(settings.Values("dds.topic"), IsEmpty());
   }
@@ -37,13 +37,13 @@ TEST(SettingsFile, LinesOfOneKeyMakeAListOfWhichTheLastIsTheValue) {
       "math.max_objects=20\r\n"
       "dds.enabled = false\n"
       "dds.enabled = true\n"
-      "dds.interface = eth0\n"
+      "dds.interface = 10.0.0.5\n"
       "dds.topic = B");
   EXPECT_THAT(settings.Values("dds.topic"), ElementsAre("PROBE/1/WAKEUP", "B"));
   EXPECT_THAT(settings.List("dds.topic", {"none"}), ElementsAre("PROBE/1/WAKEUP", "B"));
   EXPECT_EQ(settings.Number("math.max_objects", 7), 20u);
   EXPECT_TRUE(settings.Truth("dds.enabled", false));
-  EXPECT_EQ(settings.Text("dds.interface", ""), "eth0");
+  EXPECT_EQ(settings.Text("dds.interface", ""), "10.0.0.5");
 }
 
 TEST(SettingsFile, WhatContradictsAnotherIsRefusedAtTheLastOfTheirLines) {
@@ -99,6 +99,7 @@ INSTANTIATE_TEST_SUITE_P(
             ":1: orb.call_timeout_ms: '99999999999999999999' is not a whole number from 1 to 3600000"},
         Bad{"below", "orb.max_message_bytes = 8191",
             ":1: orb.max_message_bytes: '8191' is not a whole number from 8192 to 2147483647"},
+        Bad{"interface", "\ndds.interface = eth0", ":2: dds.interface: 'eth0' is no IPv4 address (as 10.0.0.5)"},
         Bad{"truth", "dds.enabled = yes", ":1: dds.enabled: 'yes' is neither true nor false"}),
     [](const auto& test) { return test.param.name; });
 
@@ -159,7 +160,9 @@ INSTANTIATE_TEST_SUITE_P(
         Range{"orb.in_scan_period_s", {"1", "86400"}, And({"0", "86401"})},
         Range{"math.max_objects", {"1", "10000000"}, And({"0", "10000001"})},
         Range{"math.max_history_bytes", {"4096", "281474976710656"}, And({"4095", "281474976710657"})},
-        Range{"dds.enabled", {"true", "false"}, {"yes", "1", "TRUE"}}, Range{"dds.domain", {"0", "232"}, And({"233"})}),
+        Range{"dds.enabled", {"true", "false"}, {"yes", "1", "TRUE"}},
+        Range{"dds.interface", {"127.0.0.1", "10.0.0.5"}, {"lo", "300.1.1.1", "127.1", "::1", "10.0.0.0/8", "a:1"}},
+        Range{"dds.domain", {"0", "232"}, And({"233"})}),
     [](const auto& test) {
       std::string name = test.param.key;
       std::replace(name.begin(), name.end(), '.', '_');

@@ -148,6 +148,19 @@ TEST_F(LookingSchedule, AProcessIsLookedAtOnceAMinuteWhateverItHas) {
   EXPECT_LE(looks_, 11) << "one look a process, not a subscription";
 }
 
+TEST_F(LookingSchedule, ItsSubscribersAreLookedAtInTurn) {
+  for (long handle = 1; handle <= 3; ++handle) Add(handle, "host:1");
+  std::vector<long> looked_at;
+  while (looked_at.size() < 4) {
+    now_ += 100ms;
+    const auto look = NextLook();
+    if (!look) continue;
+    looked_at.push_back(look->subscription->handle);
+    Finish(*look, Outcome::Delivered);
+  }
+  EXPECT_THAT(looked_at, ElementsAre(1, 2, 3, 1));
+}
+
 TEST_F(LookingSchedule, TheLooksAtManyAreSpreadOverTheMinute) {
   for (long handle = 1; handle <= 600; ++handle) Add(handle, "host:" + std::to_string(handle));
   Live(10s, Outcome::Delivered);
@@ -212,6 +225,18 @@ TEST_F(LookingSchedule, AFirstSampleWaitsForALookAndIsNotLostOnOneThatIsSilent) 
   schedule_.Finish(*delivery, Outcome::Delivered, now_, freed_);
   EXPECT_EQ(schedule_.Subscriptions().at(1)->dropped, 0u);
   EXPECT_TRUE(schedule_.Next(now_)) << "who has answered is not asked again";
+}
+
+TEST_F(LookingSchedule, WhoWasLookedAtInVainWaitsForItsMomentWhateverIsPublished) {
+  for (long handle : {1, 2}) Add(handle, "silent:1");
+  Publish(1);
+  const auto look = MustLook();
+  now_ += 1s;
+  Finish(look, Outcome::TimedOut);
+  Publish(2);
+  EXPECT_FALSE(NextLook());
+  now_ += 100ms;
+  EXPECT_TRUE(NextLook());
 }
 
 TEST_F(LookingSchedule, SilentProcessesTakeSoManyWorkersAndNewOnesGoBeforeThem) {
@@ -531,6 +556,17 @@ TEST_F(Schedule, AnInterruptionLongAgoDoesNotShortenTheThreeSeconds) {
   now_ += 1h;
   Publish(11);
   EXPECT_FALSE(Finish(MustNext(), Outcome::Unreachable));
+}
+
+TEST_F(Schedule, NorDoesOneThatCouldNotBeReachedBefore) {
+  Add(1);
+  Publish(10);
+  Finish(MustNext(), Outcome::Unreachable);
+  now_ += 1s;
+  Finish(MustNext(), Outcome::Interrupted);
+  now_ += 1h;
+  Publish(11);
+  EXPECT_FALSE(Finish(MustNext(), Outcome::Unreachable)) << "there was nothing to try it with meanwhile";
 }
 
 TEST_F(Schedule, ASubscriberThatIsGoneIsDroppedAtOnce) {

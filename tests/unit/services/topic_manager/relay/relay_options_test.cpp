@@ -26,12 +26,23 @@ TEST(RelayOptions, ThereIsNoRelayUnlessItIsEnabled) {
 }
 
 TEST(RelayOptions, EveryKeyIsRead) {
-  const auto options =
-      Read("dds.enabled = true\ndds.domain = 232\ndds.interface = eth0\ndds.topic = PROBE/1/WAKEUP\ndds.topic = B");
+  const auto options = Read(
+      "dds.enabled = true\ndds.domain = 232\ndds.interface = 127.0.0.1\ndds.topic = PROBE/1/WAKEUP\ndds.topic = B");
   ASSERT_TRUE(options);
   EXPECT_EQ(options->domain, 232u);
-  EXPECT_EQ(options->interface_address, "eth0");
+  EXPECT_EQ(options->interface_address, "127.0.0.1");
   EXPECT_THAT(options->topics, testing::UnorderedElementsAre("PROBE/1/WAKEUP", "B"));
+}
+
+TEST(RelayOptions, TheInterfaceMustBeThereWhenTopicsAreRelayed) {
+  EXPECT_FALSE(Read("dds.interface = 203.0.113.1\n")) << "not looked for while nothing is relayed";
+  try {
+    Read("dds.interface = 203.0.113.1\ndds.enabled = true\n");
+    FAIL();
+  } catch (const TransportConfigError& error) {
+    EXPECT_THAT(error.what(),
+                testing::EndsWith(":1: dds.interface: no interface of this machine has the address 203.0.113.1"));
+  }
 }
 
 TEST(RelayOptions, StayOnThisMachineWhenNothingElseIsSaid) {
