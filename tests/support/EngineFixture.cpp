@@ -51,8 +51,8 @@ Corvanta::MathFactory::Interfaces_ptr Testbench::Factory(const std::string& inst
 }
 
 std::vector<std::string> OperationNames(Corvanta::MathFactory::Interfaces_ptr factory) {
-  const Corvanta::EngineAttribEnum_var selector = factory->AttrType();
-  const Corvanta::EnumElementSeq_var elements = selector->Elements();
+  Corvanta::EngineAttribEnum_var selector = factory->AttrType();
+  Corvanta::EnumElementSeq_var elements = selector->Elements();
   std::vector<std::string> names(elements->length());
   for (CORBA::ULong i = 0; i < elements->length(); ++i) names.at(elements[i].number) = elements[i].name;
   return names;

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/components/ItemNamer.h"
-#include "tests/unit/platform/topics/TopicsFixture.h"
+#include "tests/support/TopicsFixture.h"
 
 namespace Lumenar::Instruments {
 namespace {

@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "platform/topics/DDS_Subscriber.h"
-#include "tests/unit/platform/topics/TopicsFixture.h"
+#include "tests/support/TopicsFixture.h"
 
 namespace Lumenar::Test {
 namespace {

@@ -7,7 +7,7 @@
 
 #include <stdexcept>
 
-#include "tests/unit/platform/transport/GiopStream.h"
+#include "tests/support/GiopStream.h"
 
 namespace Corvanta::Test {
 namespace {

@@ -134,7 +134,8 @@ TEST(EndpointOf, AChangedDigitChangesWhatStandsThereAlone) {
       const std::size_t place = (i - kPrefix) / 2;
       const auto byte = static_cast<unsigned char>(std::stoul(changed.substr(kPrefix + 2 * place, 2), nullptr, 16));
       const std::string found = EndpointOf(changed);
-      if (const auto meaning = MeaningWith(place, byte)) EXPECT_EQ(found, *meaning) << changed;
+      const auto meaning = MeaningWith(place, byte);
+      EXPECT_EQ(found, meaning.value_or(found)) << changed;
       EXPECT_TRUE(IsPrintable(found)) << changed;
     }
   }
