@@ -7,10 +7,12 @@
 
 namespace Corvanta {
 
-/// The ORB of an engine, as the engine owns it. It is up from construction to End.
+/// The ORB of an engine, as the engine owns it: none, or one that is up from construction to End.
 /// Threads   that of the owner.
 class EngineOrb {
  public:
+  EngineOrb() = default;
+
   /// Errors   as ORB_wrapper.
   EngineOrb(const char* name, const char* context) : orb_(std::make_unique<ORB_wrapper>(name, context)) {}
 
@@ -21,7 +23,7 @@ class EngineOrb {
   /// begun comes to its end, `give_back` ends what holds references, and the ORB goes. Once.
   template <class GiveBack>
   void End(GiveBack give_back) noexcept {
-    orb_->Settle();
+    if (orb_) orb_->Settle();
     give_back();
     orb_.reset();
   }
