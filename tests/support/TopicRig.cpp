@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/support/TopicRig.h"
-#include "platform/wire/any_guard.h"
-#include "platform/wire/sample_calls.h"
 
 #include <algorithm>
 #include <sstream>
+
+#include "platform/wire/any_guard.h"
+#include "platform/wire/sample_calls.h"
 
 namespace Lumenar::Test {
 

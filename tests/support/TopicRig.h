@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "DDS.hh"
 #include "platform/base/Mutex.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/records/SampleRecord.h"

@@ -10,6 +10,7 @@
 
 #include "Common_Math/src/MathFactory_i.h"
 #include "Common_Math/src/MathInit.h"
+#include "platform/program/built_for.h"
 #include "platform/signals/Signals.h"
 
 extern "C" {
