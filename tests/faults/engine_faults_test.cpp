@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 
 #include <csignal>
+#include <fstream>
 
 #include "GuiAble.hh"
 #include "tests/faults/FaultCase.h"

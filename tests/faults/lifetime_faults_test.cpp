@@ -133,7 +133,9 @@ TEST_F(LifetimeFaults, ThrowingOperation) {
   ScalarInput first(namer_, registration_, ScalarOf(10));
   ScalarInput second(namer_, registration_, ScalarOf(4));
   using Operation = SimpleOp2<Scalar, Scalar, Scalar>;
-  const auto object = MathBase::Own(new Operation(namer_, registration_, "Subtract", Failing, first, second));
+  constexpr TwoInputRule kRule{.linear_operands = true,
+                               .is_silent = [](const Value::Value_exception&) noexcept { return false; }};
+  const auto object = MathBase::Own(new Operation(namer_, registration_, "Subtract", Failing, first, second, kRule));
   object->Activate();
   const auto math = Corvanta::MathFactory::Math_var(object->Reference());
   EXPECT_EQ(ScalarResult(math).val, 6);
@@ -146,7 +148,7 @@ TEST_F(LifetimeFaults, ThrowingOperation) {
   const unsigned live = static_cast<unsigned>(LiveInstances("MathBase"));
   for (int failure = 1; failure <= 4; ++failure) {
     first = ScalarOf(failure);
-    EXPECT_ANY_THROW(new Operation(namer_, registration_, "Subtract", Failing, first, second)) << failure;
+    EXPECT_ANY_THROW(new Operation(namer_, registration_, "Subtract", Failing, first, second, kRule)) << failure;
     EXPECT_EQ(LiveInstances("MathBase"), static_cast<long>(live)) << "nothing is left of a failed construction";
   }
   EXPECT_THAT(StandingTopics(), testing::SizeIs(2));
