@@ -5,7 +5,7 @@
 // engine ends is none.
 #include "platform/base/Diagnostic.h"
 #include "platform/orb/ORB_wrapper.h"
-#include "platform/program/local_arguments.h"
+#include "platform/program/engine_entry.h"
 #include "platform/program/program.h"
 #include "platform/signals/Signals.h"
 #include "tests/stress/StressClients.h"

@@ -14,17 +14,17 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::Pair;
 
-TransportConfig Read(const std::string& text) { return TransportConfig(SettingsFile::Read(ConfigFile(text).Path())); }
+TransportConfig ConfigOf(const std::string& text) { return TransportConfig(SettingsFile::Read(ConfigFile(text).Path())); }
 
 TEST(TransportConfig, AnEmptyFileMeansTheDefaults) {
-  const TransportConfig config = Read("# nothing\n\n   \n");
+  const TransportConfig config = ConfigOf("# nothing\n\n   \n");
   EXPECT_THAT(config.endpoints, ElementsAre("giop:tcp:127.0.0.1:"));
   EXPECT_THAT(config.allowed_peers, ElementsAre("localhost"));
   EXPECT_EQ(config.call_timeout, std::chrono::seconds(5));
 }
 
 TEST(TransportConfig, EveryKeyIsRead) {
-  const TransportConfig config = Read(
+  const TransportConfig config = ConfigOf(
       "orb.endpoint = giop:tcp:10.0.0.1:3000\n"
       "orb.endpoint = giop:unix:/run/x\n"
       "orb.allowed_peer=10.0.0.0/255.0.0.0\n"
