@@ -12,7 +12,6 @@
 #include "platform/base/Mutex.h"
 #include "platform/topics/DDS_Subscriber.h"
 #include "platform/units/exceptions.h"
-#include "platform/value/Value_object.h"
 
 namespace Lumenar {
 

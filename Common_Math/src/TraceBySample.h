@@ -2,7 +2,6 @@
 #pragma once
 
 #include "Common_Math/src/SampleList.h"
-#include "platform/value/Value_object.h"
 
 namespace Lumenar {
 

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "DDS.hh"
-#include "platform/wire/SharedSampleView.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Corvanta {
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "platform/servants/CountedServant.h"
-
 namespace Corvanta {
 
 /// A servant as its owner holds it: active from construction until the end. Interface is the IDL interface that it

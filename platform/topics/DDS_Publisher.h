@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/dds/DDS_BaseObj.h"
-#include "platform/wire/SharedSampleView.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Corvanta {
 

@@ -9,7 +9,6 @@
 #include <variant>
 
 #include "platform/records/SampleRecord.h"
-#include "platform/records/trace_record.h"
 
 namespace Corvanta {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "platform/wire/SharedSampleView.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Corvanta {
 

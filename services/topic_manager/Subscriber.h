@@ -5,7 +5,7 @@
 #include <set>
 #include <vector>
 
-#include "platform/wire/any_guard.h"
+#include "platform/wire/SharedSampleView.h"
 
 namespace Lumenar {
 

@@ -13,8 +13,8 @@ cat >"$private_directory/CMakeLists.txt" <<END
 cmake_minimum_required(VERSION 3.25)
 project(outside VERSION 7.8 LANGUAGES CXX)
 add_subdirectory($source inside)
-add_executable(client $source/examples/follow_average.cpp)
-target_link_libraries(client PRIVATE lumenar::client lumenar::local_arguments)
+add_executable(follower $source/examples/follow_average.cpp)
+target_link_libraries(follower PRIVATE lumenar::client lumenar::local_arguments)
 lumenar_instrument(meter SOURCES $source/examples/load_meter.cpp)
 get_target_property(version meter VERSION)
 if(CMAKE_BUILD_TYPE OR CMAKE_CXX_VISIBILITY_PRESET OR TARGET system_test OR version STREQUAL PROJECT_VERSION)
@@ -25,10 +25,10 @@ step "$private_directory/configure.log" \
   cmake -G Ninja -S "$private_directory" -B "$private_directory/build"
 
 # All commands can be had; building them takes minutes, and is the same as in the tree itself.
-ninja -C "$private_directory/build" -n client meter >"$private_directory/commands"
-grep -q 'Linking CXX executable client' "$private_directory/commands"
+ninja -C "$private_directory/build" -n follower meter >"$private_directory/commands"
+grep -q 'Linking CXX executable follower' "$private_directory/commands"
 grep -q 'Linking CXX shared library libmeter.so' "$private_directory/commands"
-ninja -C "$private_directory/build" -t commands client meter >"$private_directory/commands"
+ninja -C "$private_directory/build" -t commands follower meter >"$private_directory/commands"
 if grep -q -e -Wshadow "$private_directory/commands"; then
   echo "our warnings are switched on in the project around"
   exit 1

@@ -33,10 +33,11 @@ const char* QuantityOf(Value::Units_list unit) {
   }
 }
 
-// The power of ten of the prefix in which an axis of this length has the fewest digits before the point.
+// The power of ten of the prefix with which an axis of this length ends at 1,000 at most, and beyond 1.
 int PrefixPower(double length) {
+  constexpr double kThousandStays = 1e-3;
   if (!(length > 0) || !std::isfinite(length)) return 0;
-  return std::clamp(static_cast<int>(std::floor(std::log10(length) / 3)) * 3, -15, 18);
+  return std::clamp(static_cast<int>(std::floor((std::log10(length) - kThousandStays) / 3)) * 3, -15, 18);
 }
 
 Axis AxisOf(const Corvanta::BASIC_TRACE::BT_DATA& trace) {

@@ -131,11 +131,11 @@ TEST(EndpointOf, AChangedDigitChangesWhatStandsThereAlone) {
     for (const char digit : std::string("0123456789abcdef")) {
       std::string changed = kLittleEndian;
       changed[i] = digit;
+      if (changed == kLittleEndian) continue;
       const std::size_t place = (i - kPrefix) / 2;
       const auto byte = static_cast<unsigned char>(std::stoul(changed.substr(kPrefix + 2 * place, 2), nullptr, 16));
       const std::string found = EndpointOf(changed);
-      const auto meaning = MeaningWith(place, byte);
-      EXPECT_EQ(found, meaning.value_or(found)) << changed;
+      EXPECT_EQ(found, MeaningWith(place, byte).value_or(found)) << changed;
       EXPECT_TRUE(IsPrintable(found)) << changed;
     }
   }
