@@ -13,6 +13,7 @@
 #include "platform/dds/DDS_BaseObj.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/names.h"
+#include "platform/servants/CountedServant.h"
 #include "platform/servants/OwnedServant.h"
 #include "platform/transport/LargeAnswer.h"
 
