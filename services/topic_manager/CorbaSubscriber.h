@@ -3,6 +3,7 @@
 
 #include <chrono>
 
+#include "DDS.hh"
 #include "services/topic_manager/Subscriber.h"
 
 namespace Lumenar {
