@@ -5,7 +5,7 @@
 #include <set>
 #include <vector>
 
-#include "platform/wire/SharedSampleView.h"
+#include "platform/records/SampleRecord.h"
 
 namespace Lumenar {
 

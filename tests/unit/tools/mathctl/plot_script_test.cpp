@@ -46,7 +46,7 @@ TEST(PlotScript, ShowsTheQuantityOfTheAxisWhereATraceTellsIt) {
   EXPECT_THAT(PlotScript({curve}, "out.png"), HasSubstr("set xlabel 'time (us)'\nset ylabel 'W'\n"));
   curve.trace.x_step = 1e6;
   curve.trace.header[2] = Value::U_Hertz;
-  EXPECT_THAT(PlotScript({curve}, "out.png"), HasSubstr("set xlabel 'frequency (GHz)'\n"));
+  EXPECT_THAT(PlotScript({curve}, "out.png"), HasSubstr("set xlabel 'frequency (MHz)'\n"));
   for (const CORBA::ULong no_unit : {0u, 4000000000u}) {
     curve.trace.header[2] = no_unit;
     EXPECT_THAT(PlotScript({curve}, "out.png"), HasSubstr("set xlabel 'point'\n")) << no_unit;
