@@ -14,7 +14,9 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::Pair;
 
-TransportConfig ConfigOf(const std::string& text) { return TransportConfig(SettingsFile::Read(ConfigFile(text).Path())); }
+TransportConfig ConfigOf(const std::string& text) {
+  return TransportConfig(SettingsFile::Read(ConfigFile(text).Path()));
+}
 
 TEST(TransportConfig, AnEmptyFileMeansTheDefaults) {
   const TransportConfig config = ConfigOf("# nothing\n\n   \n");
