@@ -20,9 +20,9 @@ std::string ObjectText(std::int32_t id) { return fmt::format("math object {}", i
 
 bool IsNumber(const std::string& text, std::int32_t number) { return text == std::to_string(number); }
 
-MathObject Described(std::int32_t id, Corvanta::MathFactory::Math_var reference) {
+MathObject Described(std::int32_t id, const Corvanta::MathFactory::Math_var& reference) {
   const CORBA::String_var type = Remote(ObjectText(id), [&] { return reference->GetType(); });
-  return {id, type.in(), std::move(reference)};
+  return {id, type.in(), reference};
 }
 
 MathStatus StatusFrom(const Corvanta::MathFactory::MathStatus& described, const std::string& engine) {
@@ -85,7 +85,7 @@ bool MathObjects::TryCreate(const MathType& type, const Corvanta::MathFactory::R
   try {
     Corvanta::MathFactory::Math_var object = factory_->CreateMath(inputs);
     const std::int32_t id = object->GetId();
-    created = Described(id, std::move(object));
+    created = Described(id, object);
   } catch (const Corvanta::MathFactory::MathFactoryException&) {
     if (selector->Get() != type.number) return false;
     throw;
@@ -117,7 +117,7 @@ std::vector<MathStatus> MathObjects::List() {
 MathObject MathObjects::Get(std::int32_t id) {
   Corvanta::MathFactory::Math_var object = Remote(engine_, [&] { return factory_->GetMath(id); });
   if (CORBA::is_nil(object)) throw Error(ErrorKind::NotFound, "no " + ObjectText(id));
-  return Described(id, std::move(object));
+  return Described(id, object);
 }
 
 Reading MathObjects::Result(std::int32_t id) {
