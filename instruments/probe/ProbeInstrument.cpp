@@ -28,7 +28,7 @@ void ProbeInstrument::Offer(const Instruments::Place& place) {
   const std::vector<float> lateness_us = history_.Lateness_us();
   wakeup_ = std::make_unique<TraceReading>(place, "WAKEUP", kWakeupForm, lateness_us);
   wakeup_dB_ = std::make_unique<TraceReading>(place, "WAKEUP_DB", kLevelForm, LevelsOf(lateness_us));
-  lateness_ = std::make_unique<TraceReading>(place, "LATENESS", kSpreadForm, SpreadOf(lateness_us));
+  lateness_ = std::make_unique<TraceReading>(place, "LATENESS", kSpreadForm, SpreadOf(history_.Measured_us()));
   start_ = std::make_unique<Attribute>(place.namer, place.registration, "START", 0, Attribute::Callback(), kPoints);
   stop_ =
       std::make_unique<Attribute>(place.namer, place.registration, "STOP", kLastPoint, Attribute::Callback(), kPoints);
@@ -61,7 +61,7 @@ void ProbeInstrument::PublishTraces() {
   const std::vector<float> lateness_us = history_.Lateness_us();
   wakeup_->Publish(lateness_us);
   wakeup_dB_->Publish(LevelsOf(lateness_us));
-  lateness_->Publish(SpreadOf(lateness_us));
+  lateness_->Publish(SpreadOf(history_.Measured_us()));
 }
 
 void ProbeInstrument::WatchScalars() {

@@ -18,6 +18,14 @@ std::int64_t WakeupHistory::WokeUp(std::int64_t deadline_ns, std::int64_t now_ns
 void WakeupHistory::Add(std::int64_t lateness_ns) {
   lateness_us_[oldest_] = static_cast<float>(static_cast<double>(lateness_ns) / 1000);
   oldest_ = (oldest_ + 1) % kPeriods;
+  measured_ = std::min(measured_ + 1, kPeriods);
+}
+
+std::vector<float> WakeupHistory::Measured_us() const {
+  std::vector<float> lateness = Lateness_us();
+  Lock lock(mutex_);
+  lateness.erase(lateness.begin(), lateness.end() - static_cast<std::ptrdiff_t>(measured_));
+  return lateness;
 }
 
 std::vector<float> WakeupHistory::Lateness_us() const {

@@ -31,6 +31,9 @@ class WakeupHistory {
   /// are 0.
   std::vector<float> Lateness_us() const;
 
+  /// The same without those that stand for periods before the first.
+  std::vector<float> Measured_us() const;
+
  private:
   void Add(std::int64_t lateness_ns) REQUIRES(mutex_);
 
@@ -38,6 +41,7 @@ class WakeupHistory {
   mutable Mutex mutex_;  // a leaf
   std::array<float, kPeriods> lateness_us_ GUARDED_BY(mutex_){};
   std::size_t oldest_ GUARDED_BY(mutex_) = 0;
+  std::size_t measured_ GUARDED_BY(mutex_) = 0;  // at most kPeriods
 };
 
 /// How the latenesses spread: for each whole microsecond up to the last point, which also holds all later ones, the

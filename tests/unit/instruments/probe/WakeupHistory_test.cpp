@@ -37,6 +37,16 @@ TEST(WakeupHistory, KeepsTheOrderAndTheLast1001) {
   EXPECT_FLOAT_EQ(lateness.back(), 150.0f);
 }
 
+TEST(WakeupHistory, TellsHowManyItHasMeasured) {
+  WakeupHistory history(kMillisecond);
+  EXPECT_TRUE(history.Measured_us().empty());
+  std::int64_t deadline = kMillisecond;
+  for (int i = 1; i <= 2; ++i) deadline = history.WokeUp(deadline, deadline + i * 1000);
+  EXPECT_THAT(history.Measured_us(), ElementsAre(1, 2));
+  for (int i = 0; i < 2000; ++i) deadline = history.WokeUp(deadline, deadline);
+  EXPECT_EQ(history.Measured_us().size(), WakeupHistory::kPeriods);
+}
+
 TEST(WakeupHistory, AStallCountsForEveryPeriodThatItCovered) {
   WakeupHistory history(kMillisecond);
   EXPECT_EQ(history.WokeUp(10 * kMillisecond, 13'250'000), 14 * kMillisecond);
