@@ -22,14 +22,18 @@ void WakeupHistory::Add(std::int64_t lateness_ns) {
 }
 
 std::vector<float> WakeupHistory::Measured_us() const {
-  std::vector<float> lateness = Lateness_us();
   Lock lock(mutex_);
+  std::vector<float> lateness = InOrder();
   lateness.erase(lateness.begin(), lateness.end() - static_cast<std::ptrdiff_t>(measured_));
   return lateness;
 }
 
 std::vector<float> WakeupHistory::Lateness_us() const {
   Lock lock(mutex_);
+  return InOrder();
+}
+
+std::vector<float> WakeupHistory::InOrder() const {
   std::vector<float> lateness(lateness_us_.begin(), lateness_us_.end());
   std::rotate(lateness.begin(), lateness.begin() + static_cast<std::ptrdiff_t>(oldest_), lateness.end());
   return lateness;

@@ -36,6 +36,7 @@ class WakeupHistory {
 
  private:
   void Add(std::int64_t lateness_ns) REQUIRES(mutex_);
+  std::vector<float> InOrder() const REQUIRES(mutex_);
 
   const std::int64_t period_ns_;
   mutable Mutex mutex_;  // a leaf
