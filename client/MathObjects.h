@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,6 +36,33 @@ struct MathStatus {
   std::string last_reason;    ///< empty when none was
 };
 
+/// One input of a math object, as its engine sees it.
+struct InputReport {
+  std::string topic;
+  std::uint64_t samples = 0;                     ///< that came since the object was created
+  std::optional<std::chrono::microseconds> age;  ///< since the last of them; nothing before the first
+  bool away = false;                             ///< the engine that publishes it does not answer
+};
+
+/// All that a math object knows of itself.
+struct MathReport {
+  std::int32_t id = 0;
+  std::string type;
+  std::vector<InputReport> inputs;
+  std::string result_topic;
+  std::string kind;                              ///< of the result, as in TypeInfo
+  Corvanta::VALUE_UNITS::Units units;            ///< of the present result
+  std::uint32_t points = 0;                      ///< of the present result; 1 of a scalar, 0 before the first
+  std::uint32_t size = 0;                        ///< SIZE of an Average, else 0
+  std::uint32_t filled = 0;                      ///< samples in an Average's mean, else 0
+  std::uint64_t results = 0;                     ///< since the object was created
+  std::chrono::duration<double> interval{0};     ///< between results; 0 before the second
+  std::optional<std::chrono::microseconds> age;  ///< of the present result; nothing before the first
+  bool refusing = false;                         ///< the last sample that came was refused
+  std::uint64_t refused = 0;
+  std::string last_reason;
+};
+
 /// The math objects of one math engine.
 /// Errors   of all functions: Error NotFound (no such engine, no such id), Refused, Unreachable.
 class MathObjects {
@@ -54,6 +83,10 @@ class MathObjects {
 
   /// Ascending by id; one call for all of them.
   std::vector<MathStatus> List();
+
+  /// What every object says of itself, ascending by id; one call for all of them.
+  std::vector<MathReport> Reports();
+  MathReport Report(std::int32_t id);
 
   MathObject Get(std::int32_t id);
 

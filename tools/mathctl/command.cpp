@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <exception>
+#include <map>
 
 #include "client/Error.h"
 #include "client/Text.h"
@@ -38,10 +39,14 @@ constexpr const char* kFooter =
     "transport configuration.";
 
 void DefineOptions(CLI::App& app, Options& options) {
-  app.add_option("--timeout", options.timeout_s, "Limit of every remote call, in seconds")
+  app.add_option("-w,--timeout", options.timeout_s, "Limit of every remote call, in seconds")
       ->check(CheckSeconds)
       ->capture_default_str();
-  app.add_flag("--json", options.json, "Write JSON, one object a line");
+  const std::map<std::string, Format> formats{{"table", Format::Table}, {"json", Format::Json}, {"csv", Format::Csv}};
+  app.add_option("--format", options.format, "How results are written: table, json (one object a line) or csv")
+      ->transform(CLI::CheckedTransformer(formats, CLI::ignore_case).description(""));
+  app.add_flag_callback(
+      "--json", [&options] { options.format = Format::Json; }, "The same as --format json");
   app.add_option("--factory", options.factory, "Registered name of the math engine")->capture_default_str();
   app.add_option("--naming", options.naming, "Naming service, HOST:PORT")->check(Corvanta::HostPortProblem);
 }
@@ -76,6 +81,12 @@ void RunConnected(const Command& command) {
 }
 
 }  // namespace
+
+std::vector<Client::Reading> Session::FindAll(const std::vector<std::string>& texts) const {
+  std::vector<Client::Reading> readings;
+  for (const std::string& text : texts) readings.push_back(Find(text));
+  return readings;
+}
 
 bool Parse(int argc, const char* const* argv, Command& command, int& exit_code) {
   CLI::App app(kDescription, "mathctl");

@@ -5,7 +5,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "client/Connection.h"
 #include "client/MathObjects.h"
@@ -16,12 +18,19 @@ namespace Lumenar::Mathctl {
 /// Exit codes of the program; they are part of its interface.
 enum ExitCode { kDone = 0, kRefused = 1, kUsage = 2, kUnreachable = 3 };
 
+enum class Format { Table, Json, Csv };
+
 /// What every verb understands.
 struct Options {
   double timeout_s = 5;
-  bool json = false;
+  Format format = Format::Table;
+  std::optional<int> precision;  ///< significant digits of numbers for people; without it as many as a number needs
+  bool quiet = false;            ///< nothing but results and errors
+  bool verbose = false;          ///< on standard error, what is done and with whom
   std::string factory = Corvanta::kFirstMathFactory;
   std::string naming;  ///< HOST:PORT; empty: as the environment says
+
+  bool Json() const { return format == Format::Json; }
 };
 
 /// What a verb works with while it runs.
@@ -35,6 +44,10 @@ struct Session {
   Client::Reading Find(const std::string& text) const {
     return Client::MathIdFromText(text) ? Objects().Find(text) : connection.FindReading(text);
   }
+
+  /// The readings that several texts mean, each a name or a pattern with * and ?, in order, none twice.
+  /// Errors   Client::Error NotFound for a text that nothing fits, naming what is near; as Find.
+  std::vector<Client::Reading> FindAll(const std::vector<std::string>& texts) const;
 };
 
 /// A parsed command line.

@@ -20,7 +20,7 @@ struct CreateArguments {
 // The text form alone can be given to every other verb.
 void Create(const Session& session, const CreateArguments& arguments) {
   const Client::MathObject object = session.Objects().Create(arguments.type, arguments.inputs);
-  if (session.options.json) {
+  if (session.options.Json()) {
     WriteOut(OneLine({{"id", object.id}, {"type", Client::Printable(object.type)}}));
   } else {
     WriteOut(fmt::format("math:{}", object.id));

@@ -29,7 +29,7 @@ void ShowEngines(const Session& session) {
     const std::string name = Client::Printable(engine.name);
     const std::string address = Client::Printable(engine.address);
     const std::string version = VersionOf(session, engine);
-    if (session.options.json) {
+    if (session.options.Json()) {
       WriteOut(OneLine({{"engine", name},
                         {"address", address},
                         {"answers", !engine.problem},
@@ -38,7 +38,7 @@ void ShowEngines(const Session& session) {
     }
     rows.push_back({name, address, StateOf(engine), version});
   }
-  if (!session.options.json) WriteTable({"ENGINE", "ADDRESS", "STATE", "VERSION"}, std::move(rows));
+  if (!session.options.Json()) WriteTable({"ENGINE", "ADDRESS", "STATE", "VERSION"}, std::move(rows));
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ struct GetArguments {
 void Get(const Session& session, const GetArguments& arguments) {
   const Client::Reading reading = session.Find(arguments.reading);
   const Corvanta::SampleRecord value = Client::GetValue(reading);
-  if (!session.options.json) return WriteOut(TextOf(value));
+  if (!session.options.Json()) return WriteOut(TextOf(value));
   nlohmann::ordered_json json{{"reading", Client::FullName(reading.name)}};
   json.update(JsonOf(value, arguments.samples));
   WriteOut(OneLine(json));

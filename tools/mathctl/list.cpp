@@ -64,12 +64,12 @@ void ListObjects(const Session& session, const ListOptions& options) {
       row.push_back(TextOf(*value));
       line["present"] = JsonOf(*value, false);
     }
-    if (session.options.json) WriteOut(OneLine(line));
+    if (session.options.Json()) WriteOut(OneLine(line));
     rows.push_back(std::move(row));
   }
   Row header{"ID", "TYPE", "RESULT", "INPUTS", "REFUSED"};
   if (options.values) header.push_back("VALUE");
-  if (!session.options.json) WriteTable(header, std::move(rows));
+  if (!session.options.Json()) WriteTable(header, std::move(rows));
 }
 
 }  // namespace

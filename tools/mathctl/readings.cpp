@@ -33,7 +33,7 @@ nlohmann::ordered_json Described(const Client::Reading& reading) {
 void ShowReadings(const Session& session, bool with_values) {
   std::vector<Row> rows;
   for (const Client::Reading& reading : session.connection.Readings()) {
-    if (session.options.json) {
+    if (session.options.Json()) {
       auto json = Described(reading);
       if (with_values && HasValue(reading)) json["present"] = JsonOf(Client::GetValue(reading), false);
       WriteOut(OneLine(json));
@@ -42,7 +42,7 @@ void ShowReadings(const Session& session, bool with_values) {
     rows.push_back({Client::FullName(reading.name), Client::Printable(reading.type_name), reading.settable ? "set" : "",
                     with_values ? ValueText(reading) : ""});
   }
-  if (!session.options.json) WriteTable({"READING", "KIND", "", with_values ? "VALUE" : ""}, std::move(rows));
+  if (!session.options.Json()) WriteTable({"READING", "KIND", "", with_values ? "VALUE" : ""}, std::move(rows));
 }
 
 }  // namespace

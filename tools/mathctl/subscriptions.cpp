@@ -23,7 +23,7 @@ void ShowSubscriptions(const Session& session) {
   for (CORBA::ULong i = 0; i < all->length(); ++i) {
     const Corvanta::SubscriptionStatus& one = all.in()[i];
     const std::string topic = Client::Printable(one.topic.in()), address = Client::Printable(one.address.in());
-    if (session.options.json) {
+    if (session.options.Json()) {
       WriteOut(OneLine({{"handle", one.handle},
                         {"topic", topic},
                         {"address", address},
@@ -35,7 +35,7 @@ void ShowSubscriptions(const Session& session) {
     rows.push_back({fmt::to_string(one.handle), topic, address, one.stalled ? "stalled" : "answers",
                     fmt::to_string(one.queued), fmt::to_string(one.delivered), fmt::to_string(one.dropped)});
   }
-  if (session.options.json) return;
+  if (session.options.Json()) return;
   WriteTable({"HANDLE", "TOPIC", "ADDRESS", "STATE", "QUEUED", "DELIVERED", "DROPPED"}, std::move(rows));
 }
 

@@ -14,10 +14,10 @@ void ShowTypes(const Session& session) {
   std::vector<Row> rows;
   for (const Client::MathType& type : session.Objects().Types()) {
     const std::string name = Client::Printable(type.name);
-    if (session.options.json) WriteOut(OneLine({{"number", type.number}, {"name", name}}));
+    if (session.options.Json()) WriteOut(OneLine({{"number", type.number}, {"name", name}}));
     rows.push_back({std::to_string(type.number), name});
   }
-  if (!session.options.json) WriteTable({"NUMBER", "TYPE"}, std::move(rows));
+  if (!session.options.Json()) WriteTable({"NUMBER", "TYPE"}, std::move(rows));
 }
 
 }  // namespace

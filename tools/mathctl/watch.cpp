@@ -85,7 +85,7 @@ class Watch {
     Watched& watched = watched_.at(delivery.source);
     ++watched.results;
     ++written_;
-    WriteOut(session_.options.json ? JsonLine(delivery, watched) : TextLine(delivery, watched));
+    WriteOut(session_.options.Json() ? JsonLine(delivery, watched) : TextLine(delivery, watched));
   }
 
   struct Watched {
