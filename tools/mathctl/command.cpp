@@ -82,12 +82,6 @@ void RunConnected(const Command& command) {
 
 }  // namespace
 
-std::vector<Client::Reading> Session::FindAll(const std::vector<std::string>& texts) const {
-  std::vector<Client::Reading> readings;
-  for (const std::string& text : texts) readings.push_back(Find(text));
-  return readings;
-}
-
 bool Parse(int argc, const char* const* argv, Command& command, int& exit_code) {
   CLI::App app(kDescription, "mathctl");
   app.footer(kFooter);

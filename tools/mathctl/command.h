@@ -45,7 +45,9 @@ struct Session {
     return Client::MathIdFromText(text) ? Objects().Find(text) : connection.FindReading(text);
   }
 
-  /// The readings that several texts mean, each a name or a pattern with * and ?, in order, none twice.
+  /// The readings that several texts mean, each a name, a math object, or a pattern with * and ? of either ("PROBE/1/*",
+  /// "math:*"), in order, none twice. A pattern leaves out what has no value (actions), and an engine that does not
+  /// answer, which is said on standard error.
   /// Errors   Client::Error NotFound for a text that nothing fits, naming what is near; as Find.
   std::vector<Client::Reading> FindAll(const std::vector<std::string>& texts) const;
 };
