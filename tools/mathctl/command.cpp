@@ -89,8 +89,9 @@ void DefineVerbs(CLI::App& app, Command& command) {
   app.fallthrough();
   app.ignore_case();
   for (const auto define :
-       {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineGet, DefineWatch, DefinePlot,
-        DefineSet, DefineReset, DefineDelete, DefineSubscriptions, DefineDoctor, DefineCompletion}) {
+       {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineShow, DefineTop, DefineGet,
+        DefineWatch, DefinePlot, DefineSet, DefineReset, DefineDelete, DefineSubscriptions, DefineDoctor,
+        DefineCompletion}) {
     define(app, command);
   }
   for (CLI::App* verb : app.get_subcommands({})) {
@@ -198,8 +199,8 @@ std::string CheckSeconds(const std::string& text) {
   return is_number && seconds >= 0.001 && seconds <= 86400 ? "" : "a number of seconds from 0.001 to 86400 is needed";
 }
 
-std::int32_t RequireMathId(const std::string& text) {
-  if (const auto id = Client::MathIdFromText(text)) return *id;
+Client::MathName Session::RequireMath(const std::string& text) const {
+  if (const auto name = MathFrom(text)) return *name;
   throw Client::Error(Client::ErrorKind::BadArgument,
                       fmt::format("\"{}\" is not the id of a math object", Client::Printable(text)));
 }

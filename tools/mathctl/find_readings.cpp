@@ -28,8 +28,8 @@ class ReadingFinder {
 
   std::vector<Client::Reading> FindAll(const std::vector<std::string>& texts) {
     for (const std::string& text : texts) {
-      if (Client::MathIdFromText(text)) {
-        Take(Objects().Find(text));
+      if (session_.MathFrom(text)) {
+        Take(session_.Find(text));
       } else if (IsMathPattern(text)) {
         FindMath(text);
       } else {
