@@ -26,12 +26,12 @@ struct KnownKey {
 };
 
 constexpr KnownKey kKeys[] = {
-    {"q", Terminal::Key::Quit},          {"Q", Terminal::Key::Quit},         {"\x03", Terminal::Key::Quit},
-    {"\x1b[A", Terminal::Key::Up},       {"\x1bOA", Terminal::Key::Up},      {"k", Terminal::Key::Up},
-    {"\x1b[B", Terminal::Key::Down},     {"\x1bOB", Terminal::Key::Down},    {"j", Terminal::Key::Down},
-    {"\x1b[5~", Terminal::Key::PageUp},  {"b", Terminal::Key::PageUp},       {"\x1b[6~", Terminal::Key::PageDown},
-    {" ", Terminal::Key::PageDown},      {"\x1b[H", Terminal::Key::First},   {"g", Terminal::Key::First},
-    {"\x1b[F", Terminal::Key::Last},     {"G", Terminal::Key::Last},
+    {"q", Terminal::Key::Quit},         {"Q", Terminal::Key::Quit},       {"\x03", Terminal::Key::Quit},
+    {"\x1b[A", Terminal::Key::Up},      {"\x1bOA", Terminal::Key::Up},    {"k", Terminal::Key::Up},
+    {"\x1b[B", Terminal::Key::Down},    {"\x1bOB", Terminal::Key::Down},  {"j", Terminal::Key::Down},
+    {"\x1b[5~", Terminal::Key::PageUp}, {"b", Terminal::Key::PageUp},     {"\x1b[6~", Terminal::Key::PageDown},
+    {" ", Terminal::Key::PageDown},     {"\x1b[H", Terminal::Key::First}, {"g", Terminal::Key::First},
+    {"\x1b[F", Terminal::Key::Last},    {"G", Terminal::Key::Last},
 };
 
 bool IsSet(const char* variable) {

@@ -91,7 +91,8 @@ void Create(const Session& session, const CreateArguments& arguments) {
 }
 
 constexpr const char* kCreateFooter =
-    "The object is there even if its inputs cannot be combined now, since units and lengths of readings change; a warning\n"
+    "The object is there even if its inputs cannot be combined now, since units and lengths of readings change; a "
+    "warning\n"
     "on standard error says so, and what would do. START and STOP of a CumulativeAdd are readings, too.\n"
     "\n"
     "Examples:\n"

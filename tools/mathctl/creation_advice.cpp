@@ -47,7 +47,8 @@ Value::Units LinearOf(const ProposedInput& input) {
 std::string UnitsProblem(std::string_view type, const ProposedInput& first, const ProposedInput& second) {
   try {
     if (type == kRelativeSubtractType) {
-      const Number a(1, VALUE::UnitsFromCorba(*UnitsOf(first)), 0, 0), b(1, VALUE::UnitsFromCorba(*UnitsOf(second)), 0, 0);
+      const Number a(1, VALUE::UnitsFromCorba(*UnitsOf(first)), 0, 0),
+          b(1, VALUE::UnitsFromCorba(*UnitsOf(second)), 0, 0);
       Value::Relative_sub(a, b);
     } else {
       Number a(1, LinearOf(first), 0, 0);
@@ -95,7 +96,9 @@ std::string UnitsWarning(std::string_view type, const ProposedInput& first, cons
                      WhatWouldDo(type, first, second));
 }
 
-const BT_DATA* TraceOf(const ProposedInput& input) { return input.present ? std::get_if<BT_DATA>(&*input.present) : nullptr; }
+const BT_DATA* TraceOf(const ProposedInput& input) {
+  return input.present ? std::get_if<BT_DATA>(&*input.present) : nullptr;
+}
 
 std::string LengthsWarning(const ProposedInput& first, const ProposedInput& second) {
   const BT_DATA* a = TraceOf(first);

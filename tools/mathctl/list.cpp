@@ -55,8 +55,10 @@ void ListObjects(const Session& session, const ListOptions& options) {
 }
 
 constexpr const char* kListFooter =
-    "SIZE is how many samples an Average holds of how many it takes. RATE and AGE are of results. STATE is one of: live;\n"
-    "waiting for a first sample of an input; stale for a time, when for five times the usual interval, and three seconds\n"
+    "SIZE is how many samples an Average holds of how many it takes. RATE and AGE are of results. STATE is one of: "
+    "live;\n"
+    "waiting for a first sample of an input; stale for a time, when for five times the usual interval, and three "
+    "seconds\n"
     "at least, no result came; input away, when its engine does not answer; or why the last sample was refused.\n"
     "\n"
     "Examples:\n"

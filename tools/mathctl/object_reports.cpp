@@ -96,8 +96,8 @@ void ObjectReports::RequireAll() const {
   for (const Filter& filter : filters_) {
     if (filter.found) continue;
     if (filter.object) throw Error(ErrorKind::NotFound, "no math object " + session_.TextOf(*filter.object));
-    throw Error(ErrorKind::NotFound, fmt::format("no math object fits \"{}\"; `mathctl list` lists them",
-                                                 Client::Printable(filter.text)));
+    throw Error(ErrorKind::NotFound,
+                fmt::format("no math object fits \"{}\"; `mathctl list` lists them", Client::Printable(filter.text)));
   }
 }
 

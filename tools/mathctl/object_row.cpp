@@ -52,8 +52,8 @@ std::string FillingText(const MathReport& report) {
 }
 
 std::string RateText(const MathReport& report) {
-  const bool comes = Client::StateOf(report) == Client::MathState::Live ||
-                     (report.age && *report.age <= Client::StaleAfter(report));
+  const bool comes =
+      Client::StateOf(report) == Client::MathState::Live || (report.age && *report.age <= Client::StaleAfter(report));
   const double interval_s = SecondsOf(report.interval);
   if (!comes || interval_s <= 0) return "-";
   if (interval_s < 10) return fmt::format("{:.3g} /s", 1 / interval_s);

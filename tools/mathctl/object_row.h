@@ -22,7 +22,7 @@ nlohmann::ordered_json ObjectJson(const Session& session, const ReportedObject& 
 std::string ResultText(const Client::MathReport& report);   ///< "1001 points dBm", "mW"; "-" before the first
 std::string FillingText(const Client::MathReport& report);  ///< "3 of 10"; empty but for an Average
 std::string RateText(const Client::MathReport& report);     ///< "20 /s", "2 /min"; "-" when none come
-std::string AgeText(const std::optional<std::chrono::microseconds>& age);  ///< "12 ms"; "-" before the first
+std::string AgeText(const std::optional<std::chrono::microseconds>& age);             ///< "12 ms"; "-" before the first
 nlohmann::ordered_json AgeJson(const std::optional<std::chrono::microseconds>& age);  ///< in seconds, or null
 
 }  // namespace Lumenar::Mathctl

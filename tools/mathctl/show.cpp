@@ -39,8 +39,8 @@ std::string InputText(const Client::InputReport& input, Client::TopicNames& name
   if (input.samples == 0) {
     text += "no sample yet";
   } else {
-    text += fmt::format("{} sample{}, the last {} ago", input.samples, input.samples == 1 ? "" : "s",
-                        AgeText(input.age));
+    text +=
+        fmt::format("{} sample{}, the last {} ago", input.samples, input.samples == 1 ? "" : "s", AgeText(input.age));
   }
   return text + (input.away ? "; its engine is away" : "");
 }
@@ -127,7 +127,8 @@ void DefineShow(CLI::App& app, Command& command) {
       "Average and the present result (\"present\").\n"
       "\n"
       "Example: mathctl show math:3");
-  verb->callback([&command, texts] { command.run = [texts](const Session& session) { ShowObjects(session, *texts); }; });
+  verb->callback(
+      [&command, texts] { command.run = [texts](const Session& session) { ShowObjects(session, *texts); }; });
 }
 
 }  // namespace Lumenar::Mathctl

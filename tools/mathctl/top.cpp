@@ -90,8 +90,8 @@ class Top {
     look_.queues.reset();
     try {
       const auto manager = session_.connection.TopicManager();
-      const auto all = Client::Remote(
-          "topic manager", [&] { return Corvanta::SubscriptionStatusSeq_var(manager->Subscriptions()); });
+      const auto all = Client::Remote("topic manager",
+                                      [&] { return Corvanta::SubscriptionStatusSeq_var(manager->Subscriptions()); });
       auto& queues = look_.queues.emplace();
       queues.reserve(all->length());
       for (CORBA::ULong i = 0; i < all->length(); ++i) {
@@ -203,10 +203,12 @@ class Top {
 };
 
 constexpr const char* kTopFooter =
-    "Above stand the engines with the processor time that each takes, in percent of one processor, and its memory. QUEUED\n"
+    "Above stand the engines with the processor time that each takes, in percent of one processor, and its memory. "
+    "QUEUED\n"
     "and DROPPED are of the object's subscriptions: samples that wait at the topic manager, and those that it lost.\n"
     "\n"
-    "Keys: q ends, as Ctrl-C does; up, down, page up, page down, g and G move. Where standard output is no terminal, each\n"
+    "Keys: q ends, as Ctrl-C does; up, down, page up, page down, g and G move. Where standard output is no terminal, "
+    "each\n"
     "round is a block of lines; with --json, a line for each engine and each object. NO_COLOR=1 leaves colours out.\n"
     "\n"
     "Examples:\n"

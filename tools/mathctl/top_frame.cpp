@@ -56,7 +56,8 @@ Row TopHeader() {
 Row TopCells(const Session& session, const ReportedObject& object, Client::TopicNames& names, const TopLook& look) {
   Row cells = ObjectCells(session, object, names);
   const auto queue = QueueOf(object.report, look);
-  cells.insert(cells.end() - 1, {queue ? std::to_string(queue->queued) : "?", queue ? std::to_string(queue->dropped) : "?"});
+  cells.insert(cells.end() - 1,
+               {queue ? std::to_string(queue->queued) : "?", queue ? std::to_string(queue->dropped) : "?"});
   return cells;
 }
 
