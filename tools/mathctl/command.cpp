@@ -20,6 +20,7 @@
 #include "platform/orb/CorbaText.h"
 #include "platform/signals/Signals.h"
 #include "platform/transport/addresses.h"
+#include "tools/mathctl/sample_text.h"
 #include "tools/mathctl/wrong_word.h"
 
 namespace Lumenar::Mathctl {
@@ -120,8 +121,14 @@ void RunConnected(const Command& command) {
     Signals::EndWithin(kEndLimit);
   }
   if (!command.options.naming.empty()) setenv("LUMENAR_NAMING", command.options.naming.c_str(), 1);
+  if (command.options.precision) UsePrecision(*command.options.precision);
   const std::chrono::duration<double> timeout(command.options.timeout_s);
   Client::Connection connection(std::chrono::ceil<std::chrono::milliseconds>(timeout));
+  if (command.options.verbose) {
+    WriteError(fmt::format("mathctl: naming service {}, time limit {:g} s a call, math engine {}",
+                           connection.NamingAddress(), command.options.timeout_s,
+                           Client::Printable(command.options.factory)));
+  }
   command.run({command.options, connection});
 }
 
