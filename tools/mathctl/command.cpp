@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <exception>
 #include <map>
+#include <string_view>
 
 #include "client/Error.h"
 #include "client/Text.h"
@@ -20,12 +21,16 @@
 #include "platform/orb/CorbaText.h"
 #include "platform/signals/Signals.h"
 #include "platform/transport/addresses.h"
+#include "tools/mathctl/completion_words.h"
+#include "tools/mathctl/sample_text.h"
 #include "tools/mathctl/wrong_word.h"
 
 namespace Lumenar::Mathctl {
 namespace {
 
 constexpr std::chrono::seconds kEndLimit{2};  // nobody waits for it longer who pressed Ctrl-C
+
+constexpr std::string_view kCompleteWord = "__complete";
 
 constexpr const char* kDescription =
     "Creates, watches and removes the math objects of a measuring instrument, and shows its readings.";
@@ -120,8 +125,14 @@ void RunConnected(const Command& command) {
     Signals::EndWithin(kEndLimit);
   }
   if (!command.options.naming.empty()) setenv("LUMENAR_NAMING", command.options.naming.c_str(), 1);
+  if (command.options.precision) UsePrecision(*command.options.precision);
   const std::chrono::duration<double> timeout(command.options.timeout_s);
   Client::Connection connection(std::chrono::ceil<std::chrono::milliseconds>(timeout));
+  if (command.options.verbose) {
+    WriteError(fmt::format("mathctl: naming service {}, time limit {:g} s a call, math engine {}",
+                           connection.NamingAddress(), command.options.timeout_s,
+                           Client::Printable(command.options.factory)));
+  }
   command.run({command.options, connection});
 }
 
@@ -136,6 +147,11 @@ void DefineApplication(CLI::App& app, Command& command) {
 bool Parse(int argc, const char* const* argv, Command& command, int& exit_code) {
   CLI::App app(kDescription, "mathctl");
   DefineApplication(app, command);
+  if (argc == 3 && std::string_view(argv[1]) == kCompleteWord) {  // asked by a shell, see `mathctl completion`
+    WriteCompletions(app, WordsOfLine(argv[2]));
+    exit_code = kDone;
+    return false;
+  }
   const std::string wrong = WrongWord(app, std::vector<std::string>(argv + std::min(argc, 1), argv + argc));
   if (!wrong.empty()) {
     WriteError("mathctl: " + wrong);
