@@ -40,7 +40,8 @@ constexpr const char* kZsh = R"(_mathctl_words() {
 }
 compdef _mathctl_words mathctl)";
 
-constexpr const char* kFish = R"(complete -c mathctl -a '(mathctl __complete (commandline -cp | string collect) 2>/dev/null)')";
+constexpr const char* kFish =
+    R"(complete -c mathctl -a '(mathctl __complete (commandline -cp | string collect) 2>/dev/null)')";
 
 }  // namespace
 
@@ -52,9 +53,7 @@ void DefineCompletion(CLI::App& app, Command& command) {
   verb->add_option("SHELL", *script, "bash, zsh or fish")
       ->required()
       ->transform(CLI::CheckedTransformer(kScripts, CLI::ignore_case).description(""));
-  verb->callback([&command, script] {
-    command.run = [script](const Session&) { WriteOut(*script); };
-  });
+  verb->callback([&command, script] { command.run = [script](const Session&) { WriteOut(*script); }; });
 }
 
 }  // namespace Lumenar::Mathctl

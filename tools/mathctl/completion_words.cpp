@@ -18,7 +18,7 @@ namespace {
 
 bool IsShown(const CLI::App* verb) { return !verb->get_group().empty(); }
 
-std::vector<std::string> Verbs(const CLI::App& app) {
+std::vector<std::string> ShownVerbs(const CLI::App& app) {
   std::vector<std::string> names;
   for (const CLI::App* verb : app.get_subcommands(IsShown)) names.push_back(verb->get_name());
   return names;
@@ -86,7 +86,7 @@ class WantedReader {
       AddOptions(app_, wanted_.fixed);
       return wanted_;
     }
-    if (verb_ == nullptr) return Fixed(Verbs(app_));
+    if (verb_ == nullptr) return Fixed(ShownVerbs(app_));
     return OfPositional();
   }
 
