@@ -136,7 +136,7 @@ void Write(const std::vector<Finding>& findings, bool json) {
 
 void Doctor(const Session& session) {
   const auto findings = Examine(session);
-  Write(findings, session.options.json);
+  Write(findings, session.options.Json());
   const auto failing =
       std::count_if(findings.begin(), findings.end(), [](const Finding& finding) { return !finding.well; });
   if (failing > 0) throw Error(ErrorKind::Unreachable, fmt::format("{} of {} parts fail", failing, findings.size()));
