@@ -56,7 +56,7 @@ void DefineVerbs(CLI::App& app, Command& command) {
   app.fallthrough();
   for (const auto define :
        {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineGet, DefineWatch, DefinePlot,
-        DefineSet, DefineReset, DefineDelete, DefineSubscriptions, DefineDoctor}) {
+        DefineSet, DefineReset, DefineDelete, DefineSubscriptions, DefineDoctor, DefineExplain, DefineGraph}) {
     define(app, command);
   }
 }

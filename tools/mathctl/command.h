@@ -71,6 +71,8 @@ void DefineReset(CLI::App& app, Command& command);
 void DefineDelete(CLI::App& app, Command& command);
 void DefineSubscriptions(CLI::App& app, Command& command);
 void DefineDoctor(CLI::App& app, Command& command);
+void DefineExplain(CLI::App& app, Command& command);
+void DefineGraph(CLI::App& app, Command& command);
 
 /// Parses a command line into `command`. Returns true when there is something to run; else `exit_code` is set and the
 /// help or the complaint has been written.

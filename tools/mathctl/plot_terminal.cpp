@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/mathctl/plot_terminal.h"
+
+#include <poll.h>
+#include <strings.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+namespace Lumenar::Mathctl {
+namespace {
+
+std::string_view Variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::string_view() : value;
+}
+
+// A number of columns or lines that an environment variable tells; `otherwise` where it tells none.
+int SizeFrom(const char* name, int otherwise) {
+  constexpr int kMost = 10000;
+  const std::string_view text = Variable(name);
+  int number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc() && end == text.data() + text.size() && number > 0 ? std::min(number, kMost) : otherwise;
+}
+
+bool LocaleIsUtf8() {
+  for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+    const std::string_view value = Variable(name);
+    if (value.empty()) continue;
+    const std::string_view codeset = value.substr(std::min(value.find('.'), value.size()));
+    return strncasecmp(codeset.data(), ".utf-8", 6) == 0 || strncasecmp(codeset.data(), ".utf8", 5) == 0;
+  }
+  return false;
+}
+
+}  // namespace
+
+bool OutputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }
+
+CharacterForm FormOfOutput(bool ascii) {
+  CharacterForm form;
+  form.columns = SizeFrom("COLUMNS", form.columns);
+  form.rows = SizeFrom("LINES", form.rows);
+  winsize size{};
+  const bool terminal = OutputIsTerminal();
+  if (terminal && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 && size.ws_row > 0) {
+    form.columns = size.ws_col;
+    form.rows = size.ws_row;
+  }
+  form.utf8 = !ascii && LocaleIsUtf8();
+  form.colours = terminal && Variable("NO_COLOR").empty() && Variable("TERM") != "dumb";
+  return form;
+}
+
+Keyboard::Keyboard() {
+  is_terminal_ = tcgetattr(STDIN_FILENO, &before_) == 0;
+  if (!is_terminal_) return;
+  termios keys = before_;
+  keys.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+  tcsetattr(STDIN_FILENO, TCSANOW, &keys);
+}
+
+Keyboard::~Keyboard() {
+  if (is_terminal_) tcsetattr(STDIN_FILENO, TCSANOW, &before_);
+}
+
+std::optional<char> Keyboard::Key() const {
+  pollfd input{STDIN_FILENO, POLLIN, 0};
+  char key = 0;
+  if (!is_terminal_ || poll(&input, 1, 0) <= 0 || read(STDIN_FILENO, &key, 1) != 1) return std::nullopt;
+  return key;
+}
+
+}  // namespace Lumenar::Mathctl
