@@ -2,7 +2,6 @@
 #include "client/Diagnosis.h"
 
 #include <algorithm>
-#include <iterator>
 #include <numeric>
 #include <thread>
 #include <utility>
@@ -10,6 +9,7 @@
 #include "client/MathObjects.h"
 #include "client/ObjectGraph.h"
 #include "client/Text.h"
+#include "client/TopicNames.h"
 #include "client/diagnosis_parts.h"
 
 namespace Lumenar::Client {
@@ -18,7 +18,8 @@ namespace {
 // What is found out about one request, step by step.
 class Diagnosis {
  public:
-  Diagnosis(Connection& connection, const DiagnosisRequest& request) : connection_(connection), request_(request) {}
+  Diagnosis(Connection& connection, const DiagnosisRequest& request)
+      : connection_(connection), request_(request), names_(connection, request.factory) {}
 
   std::vector<Finding> Run() {
     Take(ExamineSettings(connection_));
@@ -59,14 +60,18 @@ class Diagnosis {
     std::vector<MathReport> reports;
     Reading reading;
     const auto ask = [&](Finding&) {
-      MathObjects objects(connection_, request_.factory);
+      const std::string text = request_.reading;
+      const auto math = MathNameFromText(text, request_.factory);
+      MathObjects objects(connection_, math ? math->engine : request_.factory);
+      if (!text.empty()) reading = math ? objects.Result(math->id) : objects.Find(text);
       reports = objects.Reports();
-      if (!request_.reading.empty()) reading = objects.Find(request_.reading);
+      names_.Learn(objects.Engine(), reports);
     };
     Finding asked = Examined(request_.reading.empty() ? "math engine" : Printable(request_.reading),
                              "see what there is: mathctl engines, mathctl readings, mathctl list", ask);
     if (asked.verdict == Verdict::Fails) return AddEngineOf(std::move(asked));
-    ExamineGraph(ObjectGraph(reports), reading);
+    const NameOfTopic name = [this](const std::string& topic) { return names_.Of(topic); };
+    ExamineGraph(ObjectGraph(reports, name), name, reading);
   }
 
   // What was asked for cannot be reached: its engine's finding says more, where there is one.
@@ -79,7 +84,7 @@ class Diagnosis {
     }
   }
 
-  void ExamineGraph(const ObjectGraph& graph, const Reading& reading) {
+  void ExamineGraph(const ObjectGraph& graph, const NameOfTopic& name, const Reading& reading) {
     const bool everything = request_.reading.empty();
     const auto root = everything ? std::nullopt : graph.Find(reading.topic);
     std::vector<std::size_t> nodes;
@@ -90,8 +95,8 @@ class Diagnosis {
       nodes = graph.Below(*root);
     }
     if (everything || (root && graph.Nodes()[*root].object)) {
-      TakeAll(ExamineObjects(graph, nodes, !everything));
-      if (has_manager_) Take(ExamineSubscriptions(connection_, graph, nodes, FactoryAddress()));
+      TakeAll(ExamineObjects(graph, nodes, name, !everything));
+      if (has_manager_) Take(ExamineSubscriptions(connection_, graph, nodes));
     }
     std::vector<std::string> topics;
     for (const std::size_t node : nodes) {
@@ -99,12 +104,6 @@ class Diagnosis {
     }
     if (!everything && !root) topics.push_back(reading.topic);
     ExamineSources(topics, graph, !everything);
-  }
-
-  std::string FactoryAddress() const {
-    const auto engine =
-        std::find_if(engines_.begin(), engines_.end(), [&](const Engine& one) { return one.name == request_.factory; });
-    return engine == engines_.end() ? "" : engine->address;
   }
 
   // The time since an object last got a sample of a reading, by the object that got the newest.
@@ -149,6 +148,7 @@ class Diagnosis {
 
   Connection& connection_;
   const DiagnosisRequest& request_;
+  TopicNames names_;
   std::vector<Finding> findings_;
   std::vector<Engine> engines_;
   bool has_manager_ = false;

@@ -51,23 +51,23 @@ Operand OperandOf(const ExplainedNode& node) {
   return operand;
 }
 
-void Compute(Explanation& explanation) {
+void Compute(Explanation& explanation, const NameOfTopic& name) {
   for (ExplainedNode& node : explanation.nodes) {
     if (!node.object) continue;
     std::vector<Operand> inputs;
     for (const std::size_t input : node.inputs) inputs.push_back(OperandOf(explanation.nodes[input]));
     node.computation = ComputationOf(node.object->type, inputs, node.object->size);
-    node.state = StateInWords(*node.object);
+    node.state = StateInWords(*node.object, name);
     if (node.object->refused > 0) node.last_refusal = RefusalInWords(node.object->last_reason);
   }
 }
 
 // The nodes of the graph that the explanation is about, in its order.
-Explanation Chosen(const ObjectGraph& graph, const Reading& reading) {
+Explanation Chosen(const ObjectGraph& graph, const Reading& reading, TopicNames& names) {
   Explanation explanation;
   const auto root = graph.Find(reading.topic);
   if (!root) {
-    explanation.nodes.push_back({FullName(reading.name), reading.topic, {}, {}, {}, {}, {}, {}});
+    explanation.nodes.push_back({names.Of(reading.topic), reading.topic, {}, {}, {}, {}, {}, {}});
     return explanation;
   }
   std::map<std::size_t, std::size_t> places;
@@ -86,9 +86,12 @@ Explanation Chosen(const ObjectGraph& graph, const Reading& reading) {
 
 }  // namespace
 
-Explanation Explain(Connection& connection, MathObjects& objects, const Reading& reading,
+Explanation Explain(Connection& connection, MathObjects& objects, const Reading& reading, TopicNames& names,
                     std::chrono::milliseconds count_for) {
-  Explanation explanation = Chosen(ObjectGraph(objects.Reports()), reading);
+  const std::vector<MathReport> reports = objects.Reports();
+  names.Learn(objects.Engine(), reports);
+  const NameOfTopic name = [&names](const std::string& topic) { return names.Of(topic); };
+  Explanation explanation = Chosen(ObjectGraph(reports, name), reading, names);
   CountSamples(connection, count_for, explanation);
   const std::vector<Engine> engines = connection.Engines();
   for (ExplainedNode& node : explanation.nodes) {
@@ -100,7 +103,7 @@ Explanation Explain(Connection& connection, MathObjects& objects, const Reading&
     }
     node.source = std::move(facts);
   }
-  Compute(explanation);
+  Compute(explanation, name);
   return explanation;
 }
 

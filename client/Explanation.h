@@ -11,6 +11,7 @@
 #include "client/Connection.h"
 #include "client/MathObjects.h"
 #include "client/SourceFacts.h"
+#include "client/TopicNames.h"
 
 namespace Lumenar::Client {
 
@@ -32,9 +33,10 @@ struct Explanation {
   std::chrono::duration<double> counted_over{0};  ///< between the two looks at the published counts
 };
 
-/// Explains a reading or a math object's RESULT. Takes `count_for`, in which samples are counted.
+/// Explains a reading or a math object's RESULT; `objects` are those of the engine that may have it. Takes `count_for`,
+/// in which samples are counted.
 /// Errors   those of remote calls to the naming service and the math engine; what is away besides shows in its node.
-Explanation Explain(Connection& connection, MathObjects& objects, const Reading& reading,
+Explanation Explain(Connection& connection, MathObjects& objects, const Reading& reading, TopicNames& names,
                     std::chrono::milliseconds count_for);
 
 }  // namespace Lumenar::Client

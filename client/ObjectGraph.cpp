@@ -7,15 +7,16 @@
 
 namespace Lumenar::Client {
 
-ObjectGraph::ObjectGraph(const std::vector<MathReport>& reports) {
+ObjectGraph::ObjectGraph(const std::vector<MathReport>& reports, const NameOfTopic& name) {
   nodes_.reserve(reports.size());
   for (const MathReport& report : reports) {
     by_topic_.emplace(report.result_topic, nodes_.size());
-    nodes_.push_back({fmt::format("math:{}", report.id), report.result_topic, report, false, {}, 0});
+    const std::string text = name ? name(report.result_topic) : fmt::format("math:{}", report.id);
+    nodes_.push_back({text, report.result_topic, report, false, {}, 0});
   }
   for (std::size_t i = 0; i < reports.size(); ++i) {
     for (const InputReport& input : reports[i].inputs) {
-      const std::size_t node = NodeOf(input);
+      const std::size_t node = NodeOf(input, name);
       nodes_[i].inputs.push_back(node);
       nodes_[node].away = nodes_[node].away || input.away;
       ++nodes_[node].users;
@@ -23,9 +24,10 @@ ObjectGraph::ObjectGraph(const std::vector<MathReport>& reports) {
   }
 }
 
-std::size_t ObjectGraph::NodeOf(const InputReport& input) {
+std::size_t ObjectGraph::NodeOf(const InputReport& input, const NameOfTopic& name) {
   const auto [place, is_new] = by_topic_.emplace(input.topic, nodes_.size());
-  if (is_new) nodes_.push_back({Printable(input.topic), input.topic, std::nullopt, false, {}, 0});
+  const std::string text = !is_new ? "" : name ? name(input.topic) : Printable(input.topic);
+  if (is_new) nodes_.push_back({text, input.topic, std::nullopt, false, {}, 0});
   return place->second;
 }
 

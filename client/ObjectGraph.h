@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "client/MathObjects.h"
+#include "client/MathState.h"
 
 namespace Lumenar::Client {
 
@@ -25,8 +26,9 @@ struct GraphNode {
 class ObjectGraph {
  public:
   /// An object's input is another's RESULT where the topics are the same. The nodes are the objects, ascending by id,
-  /// then the readings in order of first use.
-  explicit ObjectGraph(const std::vector<MathReport>& reports);
+  /// then the readings in order of first use. `name` gives a topic's name for people; without one an object is "math:3"
+  /// and a reading its topic.
+  explicit ObjectGraph(const std::vector<MathReport>& reports, const NameOfTopic& name = {});
 
   const std::vector<GraphNode>& Nodes() const { return nodes_; }
 
@@ -38,7 +40,7 @@ class ObjectGraph {
   std::vector<std::size_t> Below(std::size_t root) const;
 
  private:
-  std::size_t NodeOf(const InputReport& input);
+  std::size_t NodeOf(const InputReport& input, const NameOfTopic& name);
 
   std::vector<GraphNode> nodes_;
   std::map<std::string, std::size_t> by_topic_;

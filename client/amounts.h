@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -11,9 +10,6 @@ namespace Lumenar::Client {
 
 /// "1,001".
 std::string WithThousands(std::uint64_t number);
-
-/// "12 ms", "3.4 s", "2 min 5 s", "3 h 20 min", "2 days"; "-3.4 s" for a time that lies ahead.
-std::string DurationInWords(std::chrono::duration<double> length);
 
 /// "20 a second", "6 a minute", "2 an hour".
 std::string RateInWords(double per_second);

@@ -3,11 +3,11 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <set>
 #include <thread>
 #include <utility>
 
 #include "client/Computation.h"
+#include "client/Duration.h"
 #include "client/MathState.h"
 #include "client/SourceFacts.h"
 #include "client/Text.h"
@@ -46,12 +46,12 @@ std::string RemedyFor(MathState state, const ObjectGraph& graph, const GraphNode
   return {};
 }
 
-Finding ExamineObject(const ObjectGraph& graph, const GraphNode& node) {
+Finding ExamineObject(const ObjectGraph& graph, const GraphNode& node, const NameOfTopic& name) {
   const MathReport& report = *node.object;
   const MathState state = StateOf(report);
   Finding finding;
   finding.part = node.name;
-  finding.text = fmt::format("{}: {}", Printable(report.type), StateInWords(report));
+  finding.text = fmt::format("{}: {}", Printable(report.type), StateInWords(report, name));
   if (report.refused > 0)
     finding.text += fmt::format("; the last sample that it refused: {}", RefusalInWords(report.last_reason));
   const bool fails = state == MathState::InputAway || state == MathState::Refusing;
@@ -61,42 +61,31 @@ Finding ExamineObject(const ObjectGraph& graph, const GraphNode& node) {
   return finding;
 }
 
-// The topics whose samples the engine should get, and how often.
-std::map<std::string, std::size_t> NeededTopics(const ObjectGraph& graph, const std::vector<std::size_t>& nodes) {
-  std::map<std::string, std::size_t> needed;
+// What the topic manager has of the subscriptions of some math objects.
+struct ObjectSubscriptions {
+  std::vector<std::string> without;  // names of objects that lack one
+  std::uint64_t dropped = 0;         // samples of theirs
+};
+
+ObjectSubscriptions LookFor(Connection& connection, const ObjectGraph& graph, const std::vector<std::size_t>& nodes) {
+  std::map<std::pair<std::int32_t, std::string>, std::uint64_t> known;
+  for (SubscriptionView& one : SubscriptionsOf(connection)) known[{one.handle, std::move(one.topic)}] = one.dropped;
+  ObjectSubscriptions found;
   for (const std::size_t number : nodes) {
     const GraphNode& node = graph.Nodes()[number];
-    for (const std::size_t input : node.inputs) needed[graph.Nodes()[input].topic] = graph.Nodes()[input].users;
+    if (!node.object) continue;
+    bool stands = true;
+    for (const InputReport& input : node.object->inputs) {
+      const auto subscription = known.find({input.handle, input.topic});
+      stands = stands && subscription != known.end();
+      if (subscription != known.end()) found.dropped += subscription->second;
+    }
+    if (!stands) found.without.push_back(node.name);
   }
-  return needed;
+  return found;
 }
 
-// Those topics of which some subscription of the engine is missing.
-std::set<std::string> MissingTopics(Connection& connection, std::map<std::string, std::size_t> needed,
-                                    const std::string& engine_address, std::uint64_t& dropped) {
-  dropped = 0;
-  for (const SubscriptionView& one : SubscriptionsOf(connection)) {
-    const auto topic = needed.find(one.topic);
-    if (topic == needed.end() || one.address != engine_address) continue;
-    dropped += one.dropped;
-    if (topic->second > 0) --topic->second;
-  }
-  std::set<std::string> missing;
-  for (const auto& [topic, count] : needed) {
-    if (count > 0) missing.insert(topic);
-  }
-  return missing;
-}
-
-std::string ObjectsOver(const std::set<std::string>& topics, const ObjectGraph& graph,
-                        const std::vector<std::size_t>& nodes) {
-  std::vector<std::string> names;
-  for (const std::size_t number : nodes) {
-    const GraphNode& node = graph.Nodes()[number];
-    const bool over = std::any_of(node.inputs.begin(), node.inputs.end(),
-                                  [&](std::size_t input) { return topics.count(graph.Nodes()[input].topic) > 0; });
-    if (over) names.push_back(node.name);
-  }
+std::string FirstNames(std::vector<std::string> names) {
   const std::size_t more = names.size() - std::min(names.size(), kMostShown);
   names.resize(names.size() - more);
   return fmt::format("{}{}", fmt::join(names, ", "), more > 0 ? fmt::format(" and {} more", more) : "");
@@ -105,7 +94,7 @@ std::string ObjectsOver(const std::set<std::string>& topics, const ObjectGraph& 
 std::string PublishedInWords(const SourceFacts& facts, std::uint64_t samples, std::uint64_t all) {
   std::string text =
       fmt::format("{} between two looks, {} in all", CountInWords(samples, "sample"), WithThousands(all));
-  if (facts.captured_ago) text += fmt::format(", captured {} ago", DurationInWords(*facts.captured_ago));
+  if (facts.captured_ago) text += fmt::format(", captured {} ago", DurationText(*facts.captured_ago));
   return text;
 }
 
@@ -117,13 +106,14 @@ bool IsSilent(const SourceFacts& facts, std::optional<Seconds_d> heard) {
 
 }  // namespace
 
-std::vector<Finding> ExamineObjects(const ObjectGraph& graph, const std::vector<std::size_t>& nodes, bool each) {
+std::vector<Finding> ExamineObjects(const ObjectGraph& graph, const std::vector<std::size_t>& nodes,
+                                    const NameOfTopic& name, bool each) {
   std::vector<Finding> findings;
   std::size_t objects = 0, unwell = 0;
   for (const std::size_t number : nodes) {
     const GraphNode& node = graph.Nodes()[number];
     if (!node.object) continue;
-    Finding finding = ExamineObject(graph, node);
+    Finding finding = ExamineObject(graph, node, name);
     ++objects;
     unwell += finding.verdict == Verdict::Well ? 0 : 1;
     if (each || (finding.verdict != Verdict::Well && findings.size() < kMostShown))
@@ -142,29 +132,26 @@ std::vector<Finding> ExamineObjects(const ObjectGraph& graph, const std::vector<
   return findings;
 }
 
-Finding ExamineSubscriptions(Connection& connection, const ObjectGraph& graph, const std::vector<std::size_t>& nodes,
-                             const std::string& engine_address) {
+Finding ExamineSubscriptions(Connection& connection, const ObjectGraph& graph, const std::vector<std::size_t>& nodes) {
   const std::string remedy =
       "they come back by themselves once the engine reaches this topic manager; if they do not, start the engine again";
   return Examined("subscriptions of the math objects", remedy, [&](Finding& finding) {
-    const auto needed = NeededTopics(graph, nodes);
-    std::uint64_t dropped = 0;
-    auto missing = MissingTopics(connection, needed, engine_address, dropped);
-    const bool missed = !missing.empty();
-    if (missed) {  // one that was started without its file gets them again within seconds
+    ObjectSubscriptions found = LookFor(connection, graph, nodes);
+    const bool missed = !found.without.empty();
+    if (missed) {  // a manager that was started without its file gets them again within seconds
       std::this_thread::sleep_for(kRenewal);
-      missing = MissingTopics(connection, needed, engine_address, dropped);
+      found = LookFor(connection, graph, nodes);
     }
-    if (!missing.empty()) {
+    if (!found.without.empty()) {
       throw Error(ErrorKind::NotFound,
-                  fmt::format("missing at the topic manager, for {}: it was started without its state file, or the "
-                              "engine uses another one",
-                              ObjectsOver(missing, graph, nodes)));
+                  fmt::format("the topic manager has none for {}: it was started without its state file, or the engine "
+                              "uses another one",
+                              FirstNames(found.without)));
     }
-    finding.text = fmt::format("all stand at the topic manager{}", missed ? ", again since a moment ago" : "");
-    if (dropped == 0) return;
+    finding.text = "all stand at the topic manager";
+    if (found.dropped == 0) return;
     finding.verdict = Verdict::Look;
-    finding.text += fmt::format("; {} dropped on the way to the math engine", CountInWords(dropped, "sample"));
+    finding.text += fmt::format("; {} dropped on the way to the math engine", CountInWords(found.dropped, "sample"));
     finding.remedy = "see which: mathctl subscriptions; topic_manager --queue N keeps more";
   });
 }

@@ -32,6 +32,7 @@ Finding Examined(const std::string& part, const std::string& remedy, Examine&& e
 
 /// The topic manager's subscriptions, as it tells them.
 struct SubscriptionView {
+  std::int32_t handle = 0;
   std::string topic;
   std::string address;
   bool stalled = false;
@@ -54,12 +55,12 @@ Finding ExamineOwnSubscription(Connection& connection);
 std::vector<Finding> ExamineHwEnumeration(Connection& connection);
 Finding ExamineEngine(Connection& connection, const Engine& engine);
 
-/// The math objects of a graph, those among `nodes`: each that is not well, and one finding for the rest.
-std::vector<Finding> ExamineObjects(const ObjectGraph& graph, const std::vector<std::size_t>& nodes, bool each);
+/// The math objects among these nodes of a graph: `each`, or those that are not well and one finding for the rest.
+std::vector<Finding> ExamineObjects(const ObjectGraph& graph, const std::vector<std::size_t>& nodes,
+                                    const NameOfTopic& name, bool each);
 
 /// Whether every input of these objects has its subscription at the topic manager.
-Finding ExamineSubscriptions(Connection& connection, const ObjectGraph& graph, const std::vector<std::size_t>& nodes,
-                             const std::string& engine_address);
+Finding ExamineSubscriptions(Connection& connection, const ObjectGraph& graph, const std::vector<std::size_t>& nodes);
 
 /// A reading of an instrument; `before` and `after` are two looks at the published counts, `heard` the time since an
 /// object last got a sample of it.

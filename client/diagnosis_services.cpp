@@ -10,6 +10,7 @@
 #include <utility>
 #include <variant>
 
+#include "client/Duration.h"
 #include "client/Subscription.h"
 #include "client/Text.h"
 #include "client/amounts.h"
@@ -96,7 +97,7 @@ std::vector<SubscriptionView> SubscriptionsOf(Connection& connection) {
   views.reserve(all->length());
   for (CORBA::ULong i = 0; i < all->length(); ++i) {
     const Corvanta::SubscriptionStatus& one = all.in()[i];
-    views.push_back({one.topic.in(), one.address.in(), static_cast<bool>(one.stalled), one.dropped});
+    views.push_back({one.handle, one.topic.in(), one.address.in(), static_cast<bool>(one.stalled), one.dropped});
   }
   return views;
 }
@@ -183,7 +184,7 @@ Finding ExamineOwnSubscription(Connection& connection) {
     }
     throw Error(ErrorKind::Unreachable,
                 fmt::format("a sample of our own did not come back within {}: the topic manager does not reach us",
-                            DurationInWords(connection.Timeout())));
+                            DurationText(connection.Timeout())));
   });
 }
 

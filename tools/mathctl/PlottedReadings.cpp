@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/mathctl/PlottedReadings.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
-#include <map>
 #include <utility>
 #include <variant>
 
-#include "client/Text.h"
+#include "client/TopicNames.h"
 #include "client/values.h"
 #include "platform/wire/record_kinds.h"
 #include "tools/mathctl/sample_text.h"
@@ -28,18 +25,10 @@ bool IsTrace(const Client::Reading& reading) { return reading.type_name == Corva
 }  // namespace
 
 std::vector<std::string> NamesForPeople(const Session& session, const std::vector<Client::Reading>& readings) {
-  const auto computed = [&](const auto& reading) { return reading.name.engine == session.options.factory; };
-  std::map<std::string, std::string> results;
-  if (std::any_of(readings.begin(), readings.end(), computed)) {
-    for (const Client::MathReport& report : session.Objects().Reports())
-      results[report.result_topic] = fmt::format("math:{} {}", report.id, Client::Printable(report.type));
-  }
-  std::vector<std::string> names;
-  for (const Client::Reading& reading : readings) {
-    const auto result = results.find(reading.topic);
-    names.push_back(result == results.end() ? Client::FullName(reading.name) : result->second);
-  }
-  return names;
+  Client::TopicNames names(session.connection, session.options.factory);
+  std::vector<std::string> texts;
+  for (const Client::Reading& reading : readings) texts.push_back(names.Of(reading.topic));
+  return texts;
 }
 
 PlottedReadings::PlottedReadings(const Session& session, const std::vector<std::string>& texts) : session_(session) {

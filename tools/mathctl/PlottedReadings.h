@@ -71,8 +71,7 @@ class PlottedReadings {
   unsigned long all_ = 0;
 };
 
-/// Names of readings for people: that of a math object's RESULT is "math:3 Average".
-/// Errors   those of remote calls.
+/// Names of readings for people: that of a math object's RESULT is "math:3".
 std::vector<std::string> NamesForPeople(const Session& session, const std::vector<Client::Reading>& readings);
 
 }  // namespace Lumenar::Mathctl

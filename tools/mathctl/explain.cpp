@@ -4,6 +4,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "client/Duration.h"
 #include "client/Explanation.h"
 #include "client/Text.h"
 #include "client/amounts.h"
@@ -17,7 +18,7 @@ namespace Lumenar::Mathctl {
 namespace {
 
 using Client::CountInWords;
-using Client::DurationInWords;
+using Client::DurationText;
 using Client::ExplainedNode;
 using Client::Explanation;
 using Client::Printable;
@@ -45,7 +46,7 @@ std::string StateOfObject(const ExplainedNode& node) {
   if (report.points > 0)
     text += fmt::format("; {} in {}", CountInWords(report.points, "point"), UnitsForPeople(report.units));
   text += "; " + CountInWords(report.results, "result");
-  if (report.age) text += fmt::format(", the last {} ago", DurationInWords(*report.age));
+  if (report.age) text += fmt::format(", the last {} ago", DurationText(*report.age));
   if (ResultRate(report) > 0) text += fmt::format(", {} (as the object counts)", RateInWords(ResultRate(report)));
   return text;
 }
@@ -62,8 +63,8 @@ void WriteObject(const ExplainedNode& node) {
 }
 
 std::string CaptureInWords(std::chrono::duration<double> ago) {
-  return ago.count() < 0 ? fmt::format("captured {} ahead of this machine's clock", DurationInWords(-ago))
-                         : fmt::format("captured {} ago", DurationInWords(ago));
+  return ago.count() < 0 ? fmt::format("captured {} ahead of this machine's clock", DurationText(-ago))
+                         : fmt::format("captured {} ago", DurationText(ago));
 }
 
 std::string SourceInWords(const Client::SourceFacts& source, std::chrono::duration<double> counted_over) {
@@ -73,7 +74,7 @@ std::string SourceInWords(const Client::SourceFacts& source, std::chrono::durati
   if (source.units) text += " in " + SymbolsOfUnits(source.units);
   if (source.rate) {
     const std::string rate = *source.rate > 0 ? RateInWords(*source.rate) : "no sample";
-    text += fmt::format(", {} (as the topic manager counted over {})", rate, DurationInWords(counted_over));
+    text += fmt::format(", {} (as the topic manager counted over {})", rate, DurationText(counted_over));
   }
   if (source.captured_ago) text += ", " + CaptureInWords(*source.captured_ago);
   return text;
@@ -133,9 +134,12 @@ Json JsonOfSource(const ExplainedNode& node) {
 }
 
 void ExplainReading(const Session& session, const ExplainArguments& arguments) {
-  Client::MathObjects objects = session.Objects();
+  const Client::Reading reading = session.Find(arguments.reading);
+  const bool computed = Client::IsMathEngine(reading.name.engine);
+  Client::MathObjects objects(session.connection, computed ? reading.name.engine : session.options.factory);
+  Client::TopicNames names(session.connection, session.options.factory);
   const std::chrono::duration<double> count_for(arguments.count_s);
-  const Explanation explanation = Client::Explain(session.connection, objects, session.Find(arguments.reading),
+  const Explanation explanation = Client::Explain(session.connection, objects, reading, names,
                                                   std::chrono::ceil<std::chrono::milliseconds>(count_for));
   RowWriter writer(session.options, {});
   for (const ExplainedNode& node : explanation.nodes) {

@@ -6,6 +6,7 @@
 
 #include "client/MathState.h"
 #include "client/Text.h"
+#include "client/TopicNames.h"
 #include "platform/base/Diagnostic.h"
 #include "tools/mathctl/RowWriter.h"
 #include "tools/mathctl/command.h"
@@ -26,7 +27,8 @@ struct GraphArguments {
   bool dot = false;
 };
 
-nlohmann::ordered_json JsonOfNode(const Client::GraphNode& node, const ObjectGraph& graph) {
+nlohmann::ordered_json JsonOfNode(const Client::GraphNode& node, const ObjectGraph& graph,
+                                  const Client::NameOfTopic& name) {
   nlohmann::ordered_json inputs = nlohmann::ordered_json::array();
   for (const std::size_t input : node.inputs) inputs.push_back(graph.Nodes()[input].name);
   return {{"name", node.name},
@@ -34,14 +36,13 @@ nlohmann::ordered_json JsonOfNode(const Client::GraphNode& node, const ObjectGra
           {"type", node.object ? Printable(node.object->type) : ""},
           {"inputs", inputs},
           {"units", node.object && node.object->points > 0 ? UnitsForPeople(node.object->units) : ""},
-          {"state", node.object ? Client::StateInWords(*node.object)
+          {"state", node.object ? Client::StateInWords(*node.object, name)
                     : node.away ? "away"
                                 : ""},
           {"users", node.users}};
 }
 
-void WriteGraphFile(const Session& session, const ObjectGraph& graph, const std::string& path) {
-  const std::string dot = GraphDot(graph);
+void WriteGraphFile(const Session& session, const std::string& dot, const std::string& path) {
   if (EndsAs(path, ".dot")) {
     WriteWhole(path, dot);
   } else {
@@ -53,19 +54,24 @@ void WriteGraphFile(const Session& session, const ObjectGraph& graph, const std:
 
 void DrawGraph(const Session& session, const GraphArguments& arguments) {
   if (!arguments.output.empty()) RequireWritable(arguments.output);
-  const ObjectGraph graph(session.Objects().Reports());
-  if (!arguments.output.empty()) return WriteGraphFile(session, graph, arguments.output);
+  Client::MathObjects objects = session.Objects();
+  const std::vector<Client::MathReport> reports = objects.Reports();
+  Client::TopicNames names(session.connection, session.options.factory);
+  names.Learn(objects.Engine(), reports);
+  const Client::NameOfTopic name = [&names](const std::string& topic) { return names.Of(topic); };
+  const ObjectGraph graph(reports, name);
+  if (!arguments.output.empty()) return WriteGraphFile(session, GraphDot(graph, name), arguments.output);
   if (arguments.dot) {
-    std::string dot = GraphDot(graph);
+    std::string dot = GraphDot(graph, name);
     dot.pop_back();
     return WriteOut(dot);
   }
   if (session.options.format == Format::Table) {
-    for (const std::string& line : GraphText(graph, !FormOfOutput(arguments.ascii).utf8)) WriteOut(line);
+    for (const std::string& line : GraphText(graph, name, !FormOfOutput(arguments.ascii).utf8)) WriteOut(line);
     return;
   }
   RowWriter writer(session.options, {});
-  for (const Client::GraphNode& node : graph.Nodes()) writer.Add(JsonOfNode(node, graph), {});
+  for (const Client::GraphNode& node : graph.Nodes()) writer.Add(JsonOfNode(node, graph, name), {});
 }
 
 std::string CheckGraphFile(const std::string& path) {

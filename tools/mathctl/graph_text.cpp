@@ -7,7 +7,6 @@
 #include <iterator>
 #include <utility>
 
-#include "client/MathState.h"
 #include "client/Text.h"
 #include "tools/mathctl/sample_text.h"
 
@@ -29,17 +28,17 @@ std::string TypeOf(const Client::MathReport& object) {
   return Printable(object.type) + size;
 }
 
-std::string WordsOf(const GraphNode& node) {
+std::string WordsOf(const GraphNode& node, const Client::NameOfTopic& name) {
   if (!node.object) return node.name + (node.away ? ": away" : "");
   const std::string units = node.object->points > 0 ? " in " + UnitsForPeople(node.object->units) : "";
-  return fmt::format("{} {}{}: {}", node.name, TypeOf(*node.object), units, Client::StateInWords(*node.object));
+  return fmt::format("{} {}{}: {}", node.name, TypeOf(*node.object), units, Client::StateInWords(*node.object, name));
 }
 
 // Writes trees without recursion, whose depth others decide.
 class TreeWriter {
  public:
-  TreeWriter(const Client::ObjectGraph& graph, const BranchSigns& signs)
-      : graph_(graph), signs_(signs), written_(graph.Nodes().size(), false) {}
+  TreeWriter(const Client::ObjectGraph& graph, const Client::NameOfTopic& name, const BranchSigns& signs)
+      : graph_(graph), name_(name), signs_(signs), written_(graph.Nodes().size(), false) {}
 
   std::vector<std::string> Write() {
     for (std::size_t i = 0; i < graph_.Nodes().size(); ++i) {
@@ -80,7 +79,7 @@ class TreeWriter {
       return AddLine(step, node.name + " (see below)");
     }
     written_[step.node] = true;
-    AddLine(step, WordsOf(node));
+    AddLine(step, WordsOf(node, name_));
     for (auto input = node.inputs.rbegin(); input != node.inputs.rend(); ++input) {
       const bool last = input == node.inputs.rbegin();
       steps.push_back({*input, step.margin + (last ? signs_.last : signs_.between),
@@ -91,6 +90,7 @@ class TreeWriter {
   void AddLine(const Step& step, const std::string& words) { lines_.push_back(step.front + words); }
 
   const Client::ObjectGraph& graph_;
+  const Client::NameOfTopic& name_;
   const BranchSigns& signs_;
   std::vector<bool> written_;
   std::deque<std::size_t> roots_;
@@ -104,12 +104,12 @@ std::string InDotQuotes(const std::string& text) {
 }
 
 // The label of a node, a line for each part.
-std::string DotLabel(const GraphNode& node) {
-  if (!node.object) return InDotQuotes(WordsOf(node));
+std::string DotLabel(const GraphNode& node, const Client::NameOfTopic& name) {
+  if (!node.object) return InDotQuotes(WordsOf(node, name));
   std::string label = InDotQuotes(node.name + " " + TypeOf(*node.object));
   label.pop_back();
   const std::string units = node.object->points > 0 ? UnitsForPeople(node.object->units) + ", " : "";
-  const std::string state = InDotQuotes(units + Client::StateInWords(*node.object));
+  const std::string state = InDotQuotes(units + Client::StateInWords(*node.object, name));
   return label + "\\n" + state.substr(1);
 }
 
@@ -121,16 +121,16 @@ const char* DotStyle(const GraphNode& node) {
 
 }  // namespace
 
-std::vector<std::string> GraphText(const Client::ObjectGraph& graph, bool ascii) {
-  return TreeWriter(graph, ascii ? kAsciiBranches : kBoxSigns).Write();
+std::vector<std::string> GraphText(const Client::ObjectGraph& graph, const Client::NameOfTopic& name, bool ascii) {
+  return TreeWriter(graph, name, ascii ? kAsciiBranches : kBoxSigns).Write();
 }
 
-std::string GraphDot(const Client::ObjectGraph& graph) {
+std::string GraphDot(const Client::ObjectGraph& graph, const Client::NameOfTopic& name) {
   std::string text = "digraph objects {\n  rankdir=LR;\n";
   const auto out = std::back_inserter(text);
   for (std::size_t i = 0; i < graph.Nodes().size(); ++i) {
     const GraphNode& node = graph.Nodes()[i];
-    fmt::format_to(out, "  n{} [label={}, {}];\n", i, DotLabel(node), DotStyle(node));
+    fmt::format_to(out, "  n{} [label={}, {}];\n", i, DotLabel(node, name), DotStyle(node));
     for (const std::size_t input : node.inputs) fmt::format_to(out, "  n{} -> n{};\n", input, i);
   }
   return text + "}\n";
