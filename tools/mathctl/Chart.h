@@ -20,7 +20,7 @@ enum class Along {
 
 /// One curve to be drawn: the points of a trace, or the history of a scalar.
 struct Curve {
-  std::string name;   ///< for people
+  std::string name;   ///< for people; printable
   std::string units;  ///< of the values, for people
   Along along = Along::Points;
   std::uint32_t x_unit = 0;    ///< for Along::Unit, its number (VALUE_UNITS)

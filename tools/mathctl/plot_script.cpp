@@ -7,18 +7,19 @@
 #include <cmath>
 #include <iterator>
 
-#include "client/Text.h"
-
 namespace Lumenar::Mathctl {
 namespace {
 
 constexpr std::size_t kMostPoints = 24000;  // of a curve; many times what a picture can tell apart
 constexpr std::size_t kFewPoints = 60;      // of a history, whose samples show as points then
 
-// In single quotes nothing is special but the quote itself.
+// In single quotes nothing is special but the quote itself, and the end of the line.
 std::string InQuotes(const std::string& text) {
   std::string quoted = "'";
-  for (const char c : Client::Printable(text)) quoted += c == '\'' ? "''" : std::string(1, c);
+  for (const char c : text) {
+    const bool control = static_cast<unsigned char>(c) < 0x20;
+    quoted += c == '\'' ? std::string("''") : std::string(1, control ? ' ' : c);
+  }
   return quoted + "'";
 }
 
