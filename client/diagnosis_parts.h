@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "client/Diagnosis.h"
-#include "client/MathObjects.h"
+#include "client/MathState.h"
 #include "client/ObjectGraph.h"
 
 namespace Lumenar::Client {

@@ -7,7 +7,6 @@
 #include <cmath>
 #include <optional>
 
-#include "client/Text.h"
 #include "tools/mathctl/Canvas.h"
 
 namespace Lumenar::Mathctl {

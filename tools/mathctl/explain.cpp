@@ -51,7 +51,7 @@ std::string StateOfObject(const ExplainedNode& node) {
   return text;
 }
 
-void WriteObject(const ExplainedNode& node) {
+void ExplainObject(const ExplainedNode& node) {
   const Client::MathReport& report = *node.object;
   WriteOut(fmt::format("{} = {}", node.name, node.computation.words));
   WriteOut("  " + node.computation.formula);
@@ -80,7 +80,7 @@ std::string SourceInWords(const Client::SourceFacts& source, std::chrono::durati
   return text;
 }
 
-void WriteSource(const ExplainedNode& node, const Explanation& explanation) {
+void ExplainSource(const ExplainedNode& node, const Explanation& explanation) {
   const Client::SourceFacts& source = *node.source;
   const std::string engine =
       source.engine.empty() ? "" : fmt::format("engine {} at {}", Printable(source.engine), Printable(source.address));
@@ -146,9 +146,9 @@ void ExplainReading(const Session& session, const ExplainArguments& arguments) {
     if (session.options.format != Format::Table) {
       writer.Add(node.object ? JsonOfObject(node, explanation) : JsonOfSource(node), {});
     } else if (node.object) {
-      WriteObject(node);
+      ExplainObject(node);
     } else {
-      WriteSource(node, explanation);
+      ExplainSource(node, explanation);
     }
   }
 }

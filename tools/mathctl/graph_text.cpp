@@ -23,15 +23,16 @@ struct BranchSigns {
 constexpr BranchSigns kBoxSigns{"├─ ", "└─ ", "│  ", "   "};
 constexpr BranchSigns kAsciiBranches{"|- ", "`- ", "|  ", "   "};
 
-std::string TypeOf(const Client::MathReport& object) {
+std::string NodeTypeText(const Client::MathReport& object) {
   const std::string size = object.size > 0 ? fmt::format(" {}", object.size) : "";
   return Printable(object.type) + size;
 }
 
-std::string WordsOf(const GraphNode& node, const Client::NameOfTopic& name) {
+std::string NodeWords(const GraphNode& node, const Client::NameOfTopic& name) {
   if (!node.object) return node.name + (node.away ? ": away" : "");
   const std::string units = node.object->points > 0 ? " in " + UnitsForPeople(node.object->units) : "";
-  return fmt::format("{} {}{}: {}", node.name, TypeOf(*node.object), units, Client::StateInWords(*node.object, name));
+  return fmt::format("{} {}{}: {}", node.name, NodeTypeText(*node.object), units,
+                     Client::StateInWords(*node.object, name));
 }
 
 // Writes trees without recursion, whose depth others decide.
@@ -79,7 +80,7 @@ class TreeWriter {
       return AddLine(step, node.name + " (see below)");
     }
     written_[step.node] = true;
-    AddLine(step, WordsOf(node, name_));
+    AddLine(step, NodeWords(node, name_));
     for (auto input = node.inputs.rbegin(); input != node.inputs.rend(); ++input) {
       const bool last = input == node.inputs.rbegin();
       steps.push_back({*input, step.margin + (last ? signs_.last : signs_.between),
@@ -105,8 +106,8 @@ std::string InDotQuotes(const std::string& text) {
 
 // The label of a node, a line for each part.
 std::string DotLabel(const GraphNode& node, const Client::NameOfTopic& name) {
-  if (!node.object) return InDotQuotes(WordsOf(node, name));
-  std::string label = InDotQuotes(node.name + " " + TypeOf(*node.object));
+  if (!node.object) return InDotQuotes(NodeWords(node, name));
+  std::string label = InDotQuotes(node.name + " " + NodeTypeText(*node.object));
   label.pop_back();
   const std::string units = node.object->points > 0 ? UnitsForPeople(node.object->units) + ", " : "";
   const std::string state = InDotQuotes(units + Client::StateInWords(*node.object, name));

@@ -15,7 +15,7 @@
 namespace Lumenar::Mathctl {
 namespace {
 
-std::string_view Variable(const char* name) {
+std::string_view EnvironmentText(const char* name) {
   const char* value = std::getenv(name);
   return value == nullptr ? std::string_view() : value;
 }
@@ -23,7 +23,7 @@ std::string_view Variable(const char* name) {
 // A number of columns or lines that an environment variable tells; `otherwise` where it tells none.
 int SizeFrom(const char* name, int otherwise) {
   constexpr int kMost = 10000;
-  const std::string_view text = Variable(name);
+  const std::string_view text = EnvironmentText(name);
   int number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   return error == std::errc() && end == text.data() + text.size() && number > 0 ? std::min(number, kMost) : otherwise;
@@ -31,7 +31,7 @@ int SizeFrom(const char* name, int otherwise) {
 
 bool LocaleIsUtf8() {
   for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
-    const std::string_view value = Variable(name);
+    const std::string_view value = EnvironmentText(name);
     if (value.empty()) continue;
     const std::string_view codeset = value.substr(std::min(value.find('.'), value.size()));
     return strncasecmp(codeset.data(), ".utf-8", 6) == 0 || strncasecmp(codeset.data(), ".utf8", 5) == 0;
@@ -54,7 +54,7 @@ CharacterForm FormOfOutput(bool ascii) {
     form.rows = size.ws_row;
   }
   form.utf8 = !ascii && LocaleIsUtf8();
-  form.colours = terminal && Variable("NO_COLOR").empty() && Variable("TERM") != "dumb";
+  form.colours = terminal && EnvironmentText("NO_COLOR").empty() && EnvironmentText("TERM") != "dumb";
   return form;
 }
 
