@@ -11,6 +11,7 @@
 #include "client/MathState.h"
 #include "client/SourceFacts.h"
 #include "client/Text.h"
+#include "client/TopicNames.h"
 #include "client/amounts.h"
 #include "client/diagnosis_parts.h"
 
@@ -35,7 +36,7 @@ std::string FirstInput(const ObjectGraph& graph, const GraphNode& node) {
 
 std::string RemedyFor(MathState state, const ObjectGraph& graph, const GraphNode& node) {
   switch (state) {
-    case MathState::InputAway: return fmt::format("start the engine of {} again", FirstInput(graph, node));
+    case MathState::InputAway: return fmt::format("see its engine: mathctl doctor {}", FirstInput(graph, node));
     case MathState::Waiting:
     case MathState::Stale:
       return fmt::format("see why its input is silent: mathctl doctor {}", FirstInput(graph, node));
@@ -162,9 +163,8 @@ Finding ExamineSource(const std::string& topic, const std::vector<Engine>& engin
   const SourceFacts facts = AskSource(topic, engines);
   Finding finding = Examined("reading " + name, "", [&](Finding& found) {
     if (!facts.problem.empty()) {
-      found.remedy = facts.engine.empty() ? "start its engine"
-                                          : "start its engine again, or see what it offers: "
-                                            "mathctl readings";
+      found.remedy = facts.engine.empty() ? RestartRemedy(ReadingOfTopic(topic).engine)
+                                          : "see what there is: mathctl engines, mathctl readings";
       found.verdict = Verdict::Fails;
       found.text = facts.problem;
       return;

@@ -39,6 +39,9 @@ struct SubscriptionView {
   std::uint64_t dropped = 0;
 };
 
+/// What starts an engine again, by its registered name.
+std::string RestartRemedy(const std::string& engine);
+
 using PublishedCounts = std::map<std::string, std::uint64_t>;  ///< by topic
 
 /// Errors   those of remote calls.

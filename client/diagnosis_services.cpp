@@ -63,7 +63,7 @@ std::string EngineAtInstance(Connection& connection, CORBA::Long instance) {
 
 Finding ExamineReportedEngine(Connection& connection, const Corvanta::EngineProgress& reported, bool shares_instance) {
   const std::string file = Printable(reported.engine.in()), progress = Printable(reported.progress.in());
-  const std::string gone = fmt::format("start it again, or forget it: restart hw_enumeration without its --state file");
+  const std::string gone = "start it again, or forget it: restart hw_enumeration without its --state file";
   return Examined(fmt::format("reported engine {} {}", file, reported.instance), gone, [&](Finding& finding) {
     const std::string name = EngineAtInstance(connection, reported.instance);
     if (shares_instance && LettersOf(name) != LettersOf(reported.engine.in()))
@@ -82,6 +82,21 @@ void Note(const std::string& text, const std::string& remedy, Finding& finding) 
   finding.remedy += (finding.remedy.empty() ? "" : "; ") + remedy;
 }
 
+// The name of an engine has to lead to the process that registered it.
+void NoteName(Connection& connection, const Engine& engine, Finding& finding) {
+  const std::string name = Printable(Corvanta::LocalPathText(engine.name));
+  try {
+    const std::string address = connection.AddressOf(connection.Lookup(engine.name));
+    if (address == engine.address) return;
+    Note(fmt::format("; the name {} leads to another process, at {}", name, Printable(address)),
+         "end the one that is not wanted, and start the other again", finding);
+  } catch (const Error& error) {
+    if (error.Kind() != ErrorKind::NotFound) throw;
+    Note(fmt::format("; the naming service has no {}", name),
+         "the engine binds it again within seconds; where it does not, start it again", finding);
+  }
+}
+
 void NoteVersion(const std::string& version, Finding& finding) {
   if (version.empty() || version == Version()) return;
   Note(fmt::format("; version {}, this command {}", Printable(version), Version()),
@@ -89,6 +104,14 @@ void NoteVersion(const std::string& version, Finding& finding) {
 }
 
 }  // namespace
+
+std::string RestartRemedy(const std::string& engine) {
+  const std::string_view stem = Corvanta::NameWithoutInstance(engine);
+  if (stem == Corvanta::kMathEngineName) return "start it again: engine_host math_factory_hh";
+  std::string library;
+  for (const char c : stem) library += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return fmt::format("start it again: engine_host {}, or the path of its library", Printable(library));
+}
 
 std::vector<SubscriptionView> SubscriptionsOf(Connection& connection) {
   const auto manager = connection.TopicManager();
@@ -210,8 +233,7 @@ std::vector<Finding> ExamineHwEnumeration(Connection& connection) {
 
 Finding ExamineEngine(Connection& connection, const Engine& engine) {
   const std::string name = Printable(engine.name);
-  const std::string remedy = "start it again: engine_host LIBRARY, as math_factory_hh";
-  Finding finding = Examined("engine " + name, remedy, [&](Finding& found) {
+  Finding finding = Examined("engine " + name, RestartRemedy(engine.name), [&](Finding& found) {
     if (engine.problem) throw *engine.problem;
     const Corvanta::ItemSeq_var items = Remote(name, [&] { return engine.registration->Items(); });
     const auto lost = Remote(name, [&] { return engine.registration->LostSamples(); });
@@ -219,6 +241,7 @@ Finding ExamineEngine(Connection& connection, const Engine& engine) {
     if (lost > 0)
       Note("", "they are lost, since no topic manager took them; a restart of the engine begins the count anew", found);
     NoteVersion(connection.VersionOf(engine), found);
+    NoteName(connection, engine, found);
     if (IsOfThisMachine(engine.address) && !IsOfThisMachine(connection.NamingAddress()))
       Note("; its reference names an address that other machines cannot use",
            "set orb.endpoint = giop:tcp:ADDRESS: where the engine runs, and restart it", found);

@@ -137,8 +137,9 @@ TEST_F(DoctorTest, AnInputWhoseEngineDiedIsNamed) {
   instrument.Signal(SIGKILL);
   instrument.WaitForExit();
   WaitForVerdict("math:0", "fails", {"math:0"});
-  ExpectUnwell("math:0", "fails", "input away: " + name, "start the engine of " + name, {"math:0"});
-  ExpectUnwell("reading " + name, "fails", "", "start its engine", {"math:0"});
+  ExpectUnwell("math:0", "fails", "input away: " + name, "mathctl doctor " + name, {"math:0"});
+  ExpectUnwell("reading " + name, "fails", "", "mathctl engines", {"math:0"});
+  ExpectUnwell("engine SIM/1", "fails", "", "engine_host sim", {"math:0"});
 }
 
 TEST_F(DoctorTest, WhatIsNotThereIsAFinding) {
