@@ -94,6 +94,7 @@ class Diagnosis {
     } else if (root) {
       nodes = graph.Below(*root);
     }
+    if (!everything) ExamineEngineOf(reading.topic);
     if (everything || (root && graph.Nodes()[*root].object)) {
       TakeAll(ExamineObjects(graph, nodes, name, !everything));
       if (has_manager_) Take(ExamineSubscriptions(connection_, graph, nodes));
@@ -103,7 +104,7 @@ class Diagnosis {
       if (!graph.Nodes()[node].object) topics.push_back(graph.Nodes()[node].topic);
     }
     if (!everything && !root) topics.push_back(reading.topic);
-    ExamineSources(topics, graph, !everything);
+    ExamineSources(topics, graph);
   }
 
   // The time since an object last got a sample of a reading, by the object that got the newest.
@@ -118,7 +119,7 @@ class Diagnosis {
     return newest;
   }
 
-  void ExamineSources(const std::vector<std::string>& topics, const ObjectGraph& graph, bool with_engines) {
+  void ExamineSources(const std::vector<std::string>& topics, const ObjectGraph& graph) {
     if (topics.empty()) return;
     PublishedCounts before, after;
     if (has_manager_) {
@@ -130,7 +131,7 @@ class Diagnosis {
       }
     }
     for (const std::string& topic : topics) {
-      if (with_engines) ExamineEngineOf(topic);
+      ExamineEngineOf(topic);
       Take(ExamineSource(topic, engines_, before, after, LastHeard(topic, graph)));
     }
   }
