@@ -37,7 +37,7 @@ int PrefixPower(double length) {
   return std::clamp(static_cast<int>(std::floor((std::log10(length) - kThousandStays) / 3)) * 3, -15, 18);
 }
 
-system_clock::time_point CaptureTime(const Corvanta::BASIC_TRACE::BT_DATA& trace) {
+system_clock::time_point CapturePoint(const Corvanta::BASIC_TRACE::BT_DATA& trace) {
   const std::uint64_t time_ns = std::uint64_t{trace.header[0]} << 32 | trace.header[1];
   const std::chrono::nanoseconds since_epoch(static_cast<std::int64_t>(time_ns & ~(std::uint64_t{1} << 63)));
   return system_clock::time_point(std::chrono::duration_cast<system_clock::duration>(since_epoch));
@@ -185,7 +185,7 @@ Curve CurveOfTrace(const std::string& name, const Corvanta::BASIC_TRACE::BT_DATA
   Curve curve;
   curve.name = name;
   curve.units = UnitsForPeople(trace.units);
-  curve.from = curve.to = CaptureTime(trace);
+  curve.from = curve.to = CapturePoint(trace);
   if (TellsItsAxis(trace)) {
     curve.along = Along::Unit;
     curve.x_unit = trace.header[2];

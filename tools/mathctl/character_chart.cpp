@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
 
 #include "tools/mathctl/Canvas.h"
 
@@ -57,52 +56,56 @@ class CurvePen {
 
   void DrawBand() {
     if (curve_.low.empty() || curve_.high.empty()) return;
-    std::optional<Stretch> stretch;
+    Stretch last;
     for (std::size_t i = 0; i < curve_.low.size(); ++i) {
       if (!std::isfinite(curve_.low[i]) || !std::isfinite(curve_.high[i])) continue;
-      const int column = Column(i), upper = Row(curve_.high[i]), lower = Row(curve_.low[i]);
-      if (stretch && stretch->column + 1 < column) Bridge(*stretch, {column, upper, lower, upper, lower});
-      canvas_.Shade(column, upper, lower, pen_);
-      stretch = Stretch{column, upper, lower, upper, lower};
+      const Stretch here{true, Column(i), Row(curve_.high[i]), Row(curve_.low[i]), 0};
+      if (last.begun) Bridge(last, here);
+      canvas_.Shade(here.column, here.top, here.bottom, pen_);
+      last = here;
     }
   }
 
   void DrawValues() {
-    std::optional<Stretch> stretch;
+    Stretch stretch;
     for (std::size_t i = 0; i < curve_.values.size(); ++i) {
       if (!std::isfinite(curve_.values[i])) {
         End(stretch);
         continue;
       }
       const int column = Column(i), row = Row(curve_.values[i]);
-      if (stretch && stretch->column == column) {
-        *stretch = {column, std::min(stretch->top, row), std::max(stretch->bottom, row), stretch->first, row};
+      if (stretch.begun && stretch.column == column) {
+        stretch.top = std::min(stretch.top, row);
+        stretch.bottom = std::max(stretch.bottom, row);
+        stretch.last = row;
         continue;
       }
-      if (stretch) canvas_.Line(stretch->column, stretch->last, column, row, pen_);
+      if (stretch.begun) canvas_.Line(stretch.column, stretch.last, column, row, pen_);
       End(stretch);
-      stretch = Stretch{column, row, row, row, row};
+      stretch = {true, column, row, row, row};
     }
     End(stretch);
   }
 
  private:
+  // The points that share a column of dots.
   struct Stretch {
-    int column, top, bottom, first, last;
+    bool begun = false;
+    int column = 0, top = 0, bottom = 0, last = 0;
   };
 
   int Column(std::size_t i) const { return DotAt(curve_.X(i), panel_.x, canvas_.DotsAcross()); }
   int Row(double value) const { return canvas_.DotsDown() - 1 - DotAt(value, panel_.y, canvas_.DotsDown()); }
 
-  void End(std::optional<Stretch>& stretch) {
-    if (stretch) canvas_.Line(stretch->column, stretch->top, stretch->column, stretch->bottom, pen_);
-    stretch.reset();
+  void End(Stretch& stretch) {
+    if (stretch.begun) canvas_.Line(stretch.column, stretch.top, stretch.column, stretch.bottom, pen_);
+    stretch.begun = false;
   }
 
   // The band between two columns, its ends on straight lines.
   void Bridge(const Stretch& from, const Stretch& to) {
     for (int column = from.column + 1; column < to.column; ++column) {
-      const double part = double(column - from.column) / (to.column - from.column);
+      const double part = static_cast<double>(column - from.column) / (to.column - from.column);
       canvas_.Shade(column, static_cast<int>(std::lround(from.top + part * (to.top - from.top))),
                     static_cast<int>(std::lround(from.bottom + part * (to.bottom - from.bottom))), pen_);
     }

@@ -12,6 +12,7 @@
 #include "client/Text.h"
 #include "platform/base/Diagnostic.h"
 #include "tools/mathctl/PlottedReadings.h"
+#include "tools/mathctl/Terminal.h"
 #include "tools/mathctl/picture_file.h"
 #include "tools/mathctl/plot_terminal.h"
 #include "tools/mathctl/sample_text.h"
@@ -109,7 +110,7 @@ void Plot(const Session& session, const PlotArguments& arguments) {
   const Chart chart = ChartOf(plotted.Curves());
   if (!to_terminal) return WritePicture(session, arguments, chart);
   CharacterForm form = FormOfOutput(arguments.ascii);
-  if (OutputIsTerminal()) --form.rows;  // for the prompt that follows
+  if (Terminal::IsThere()) --form.rows;  // for the prompt that follows
   for (const std::string& line : CharacterChart(chart, form)) WriteOut(line);
 }
 

@@ -9,6 +9,8 @@
 #include "platform/base/Diagnostic.h"
 #include "platform/base/output_error.h"
 #include "tools/mathctl/PlottedReadings.h"
+#include "tools/mathctl/Terminal.h"
+#include "tools/mathctl/Wakeup.h"
 #include "tools/mathctl/plot.h"
 #include "tools/mathctl/plot_terminal.h"
 
@@ -19,32 +21,8 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 constexpr milliseconds kShortestPause{50};  // between two pictures on a terminal
-constexpr milliseconds kKeyPause{50};       // between two looks at the keyboard
+constexpr milliseconds kKeyPause{50};       // between two looks at the keys
 constexpr int kMostAtOnce = 1000;           // samples taken before the next picture
-
-// The terminal's second screen, without a cursor.
-class LiveScreen {
- public:
-  LiveScreen() { Say("\x1b[?1049h\x1b[?25l"); }
-  ~LiveScreen() { Say("\x1b[?25h\x1b[?1049l"); }
-  LiveScreen(const LiveScreen&) = delete;
-  LiveScreen& operator=(const LiveScreen&) = delete;
-
-  void Draw(const std::vector<std::string>& lines) const {
-    std::string text = "\x1b[H";
-    for (const std::string& line : lines) text += line + "\x1b[K\n";
-    Say(text + "\x1b[J");
-  }
-
- private:
-  // Ends on the terminal with a newline, as every line that leaves: there is room for it below the picture.
-  static void Say(const std::string& text) {
-    try {
-      WriteOut(text);
-    } catch (...) {  // a terminal that is gone
-    }
-  }
-};
 
 class LivePlot {
  public:
@@ -58,35 +36,35 @@ class LivePlot {
   void Run() {
     plotted_.SubscribeTo(subscription_);
     plotted_.ReadTraces();
+    if (!Terminal::IsThere()) return Follow(nullptr);
     {
-      const Keyboard keyboard;
-      std::optional<LiveScreen> screen;
-      if (OutputIsTerminal()) screen.emplace();
-      Follow(keyboard, screen ? &*screen : nullptr);
+      Terminal terminal;
+      Follow(&terminal);
     }
-    if (OutputIsTerminal()) Write(Picture());  // what was seen last stays
+    Write(Picture());  // what was seen last stays
   }
 
  private:
-  void Follow(const Keyboard& keyboard, const LiveScreen* screen) {
-    bool changed = screen != nullptr;
-    while (!Finished(keyboard)) {
-      changed = TakeWhatCame() || changed || SizeChanged();
-      const bool late = screen == nullptr || steady_clock::now() >= drawn_ + kShortestPause;
+  void Follow(Terminal* terminal) {
+    bool changed = terminal != nullptr;
+    while (!Finished(terminal)) {
+      changed = TakeWhatCame() || changed || SizeChanged(terminal);
+      const bool late = terminal == nullptr || steady_clock::now() >= drawn_ + kShortestPause;
       if (!changed || !late) continue;
       const std::vector<std::string> lines = Picture();
-      screen != nullptr ? screen->Draw(lines) : Write(lines);
+      terminal != nullptr ? terminal->Draw(lines) : Write(lines);
       drawn_ = steady_clock::now();
       changed = false;
     }
   }
 
-  bool Finished(const Keyboard& keyboard) {
-    const auto key = keyboard.Key();
+  bool Finished(Terminal* terminal) {
+    const auto key = terminal != nullptr ? terminal->NextKey(never_, milliseconds(0)) : std::nullopt;
     const bool ended = subscription_.Ended() || (end_ && steady_clock::now() >= *end_) || OutputError() != 0;
-    const bool enough = arguments_.results > 0 && plotted_.All() >= arguments_.results;
-    return ended || enough || (key && (*key == 'q' || *key == 'Q'));
+    return ended || HasEnough() || key == Terminal::Key::Quit;
   }
+
+  bool HasEnough() const { return arguments_.results > 0 && plotted_.All() >= arguments_.results; }
 
   bool TakeWhatCame() {
     auto delivery = subscription_.Next(kKeyPause);
@@ -97,8 +75,7 @@ class LivePlot {
     heard_ = steady_clock::now();
     for (int taken = 0; delivery && taken < kMostAtOnce; ++taken) {
       plotted_.Take(std::move(*delivery));
-      const bool enough = arguments_.results > 0 && plotted_.All() >= arguments_.results;
-      delivery = enough ? std::nullopt : subscription_.Next(milliseconds(0));
+      delivery = HasEnough() ? std::nullopt : subscription_.Next(milliseconds(0));
     }
     if (delivery) plotted_.Take(std::move(*delivery));
     return true;
@@ -114,21 +91,19 @@ class LivePlot {
     }
   }
 
-  bool SizeChanged() {
+  bool SizeChanged(const Terminal* terminal) const {
     const CharacterForm form = FormOfOutput(arguments_.ascii);
-    const bool changed = form.columns != form_.columns || form.rows != form_.rows;
-    form_ = form;
-    return changed && OutputIsTerminal();
+    return terminal != nullptr && (form.columns != form_.columns || form.rows != form_.rows);
   }
 
   std::vector<std::string> Picture() {
-    CharacterForm form = form_ = FormOfOutput(arguments_.ascii);
     constexpr int kRowsBelow = 2;  // the line below, and the cursor's
+    CharacterForm form = form_ = FormOfOutput(arguments_.ascii);
     form.rows -= kRowsBelow;
     std::vector<std::string> lines = CharacterChart(ChartOf(plotted_.Curves()), form);
-    if (OutputIsTerminal()) lines.resize(std::min(lines.size(), static_cast<std::size_t>(std::max(form.rows, 1))));
+    if (Terminal::IsThere()) lines.resize(std::min(lines.size(), static_cast<std::size_t>(std::max(form.rows, 1))));
     const std::string lost = subscription_.Lost() > 0 ? fmt::format(", {} lost here", subscription_.Lost()) : "";
-    lines.push_back(fmt::format("{} results{}{}", plotted_.All(), lost, OutputIsTerminal() ? "; q ends" : ""));
+    lines.push_back(fmt::format("{} results{}{}", plotted_.All(), lost, Terminal::IsThere() ? "; q ends" : ""));
     return lines;
   }
 
@@ -143,7 +118,8 @@ class LivePlot {
   const std::optional<steady_clock::time_point> end_;
   steady_clock::time_point drawn_{};
   steady_clock::time_point heard_ = steady_clock::now();
-  CharacterForm form_;
+  CharacterForm form_;  // of the last picture
+  Wakeup never_;        // keys are not waited for
 };
 
 }  // namespace

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/mathctl/plot_terminal.h"
 
-#include <poll.h>
 #include <strings.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -9,8 +8,9 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
+
+#include "tools/mathctl/Terminal.h"
 
 namespace Lumenar::Mathctl {
 namespace {
@@ -41,40 +41,19 @@ bool LocaleIsUtf8() {
 
 }  // namespace
 
-bool OutputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }
-
 CharacterForm FormOfOutput(bool ascii) {
   CharacterForm form;
   form.columns = SizeFrom("COLUMNS", form.columns);
   form.rows = SizeFrom("LINES", form.rows);
   winsize size{};
-  const bool terminal = OutputIsTerminal();
+  const bool terminal = isatty(STDOUT_FILENO) == 1;
   if (terminal && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 && size.ws_row > 0) {
     form.columns = size.ws_col;
     form.rows = size.ws_row;
   }
   form.utf8 = !ascii && LocaleIsUtf8();
-  form.colours = terminal && EnvironmentText("NO_COLOR").empty() && EnvironmentText("TERM") != "dumb";
+  form.colours = Terminal::IsThere() && Terminal::WantsColor();
   return form;
-}
-
-Keyboard::Keyboard() {
-  is_terminal_ = tcgetattr(STDIN_FILENO, &before_) == 0;
-  if (!is_terminal_) return;
-  termios keys = before_;
-  keys.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
-  tcsetattr(STDIN_FILENO, TCSANOW, &keys);
-}
-
-Keyboard::~Keyboard() {
-  if (is_terminal_) tcsetattr(STDIN_FILENO, TCSANOW, &before_);
-}
-
-std::optional<char> Keyboard::Key() const {
-  pollfd input{STDIN_FILENO, POLLIN, 0};
-  char key = 0;
-  if (!is_terminal_ || poll(&input, 1, 0) <= 0 || read(STDIN_FILENO, &key, 1) != 1) return std::nullopt;
-  return key;
 }
 
 }  // namespace Lumenar::Mathctl
