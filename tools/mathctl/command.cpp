@@ -97,7 +97,7 @@ void DefineVerbs(CLI::App& app, Command& command) {
   app.ignore_case();
   for (const auto define : {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineShow, DefineTop,
                             DefineGet, DefineWatch, DefinePlot, DefineSet, DefineReset, DefineDelete,
-                            DefineSubscriptions, DefineDoctor, DefineCompletion}) {
+                            DefineSubscriptions, DefineDoctor, DefineExplain, DefineGraph, DefineCompletion}) {
     define(app, command);
   }
   for (CLI::App* verb : app.get_subcommands({})) {

@@ -91,6 +91,8 @@ void DefineReset(CLI::App& app, Command& command);
 void DefineDelete(CLI::App& app, Command& command);
 void DefineSubscriptions(CLI::App& app, Command& command);
 void DefineDoctor(CLI::App& app, Command& command);
+void DefineExplain(CLI::App& app, Command& command);
+void DefineGraph(CLI::App& app, Command& command);
 void DefineCompletion(CLI::App& app, Command& command);
 
 /// The application with all its options and verbs, as Parse makes it.
