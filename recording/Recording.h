@@ -65,11 +65,12 @@ struct Sample {
   std::uint32_t reading = 0;
   std::int64_t time_ns = 0;  ///< of arrival
   Corvanta::SampleRecord record;
+  bool present = false;  ///< was not published then: what the reading held when its recording began
 };
 
 enum class EventKind {
   Size,     ///< SIZE of the reading's object was set; `value` is the new one
-  Reset,    ///< RESET of the reading's object
+  Reset,    ///< RESET of the reading's object by the recorder; it took `value` ns, somewhere within which it happened
   Created,  ///< the reading's object was created while the recording ran: it starts empty here
   Deleted,  ///< the reading's object is gone
   Lost,     ///< `value` samples were lost here, of whatever readings

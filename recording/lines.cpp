@@ -224,7 +224,7 @@ ReadingInfo ReadingFrom(const Fields& fields) {
 }
 
 Sample SampleFrom(const Fields& fields) {
-  return {fields.Integer<std::uint32_t>("r"), fields.Time("t"), RecordFrom(fields)};
+  return {fields.Integer<std::uint32_t>("r"), fields.Time("t"), RecordFrom(fields), fields.Has("present")};
 }
 
 Event EventFrom(const Fields& fields) {
@@ -288,6 +288,7 @@ std::string LineOf(const ReadingInfo& reading) {
 
 std::string LineOf(const Sample& sample) {
   ordered_json line{{"r", sample.reading}, {"t", TimeText(sample.time_ns)}};
+  if (sample.present) line["present"] = true;
   std::visit([&line](const auto& held) { Put(line, held); }, sample.record);
   return Sealed(line);
 }
