@@ -13,11 +13,23 @@
 
 namespace Lumenar::Recording {
 
+namespace {
+
+Header HeaderOf(const WriterOptions& options, std::int64_t now_ns) {
+  Header header;
+  header.version = Version();
+  header.comment = options.comment;
+  header.started_ns = now_ns;
+  return header;
+}
+
+}  // namespace
+
 RecordingWriter::RecordingWriter(std::string path, WriterOptions options, std::int64_t now_ns)
-    : first_path_(std::move(path)), options_(std::move(options)), path_(first_path_) {
-  header_.version = Version();
-  header_.comment = options_.comment;
-  header_.started_ns = now_ns;
+    : RecordingWriter(std::move(path), options, HeaderOf(options, now_ns)) {}
+
+RecordingWriter::RecordingWriter(std::string path, WriterOptions options, Header header)
+    : first_path_(std::move(path)), options_(std::move(options)), path_(first_path_), header_(std::move(header)) {
   Open(options_.replace ? OutputFile::Existing::Replaced : OutputFile::Existing::Refused);
 }
 
@@ -87,7 +99,9 @@ void RecordingWriter::EndFile(std::int64_t now_ns, std::uint64_t lost, const std
   bytes_ += std::exchange(file_, nullptr)->Size();
 }
 
-void RecordingWriter::Finish(std::int64_t now_ns, std::uint64_t lost) { EndFile(now_ns, lost, {}); }
+void RecordingWriter::Finish(std::int64_t now_ns, std::uint64_t lost, const std::string& next) {
+  EndFile(now_ns, lost, next);
+}
 
 std::string PartPath(const std::string& path, std::uint32_t part) {
   if (part <= 1) return path;

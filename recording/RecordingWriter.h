@@ -29,6 +29,9 @@ class RecordingWriter {
  public:
   /// `now_ns`: the time, for the first line.
   RecordingWriter(std::string path, WriterOptions options, std::int64_t now_ns);
+
+  /// With a first line that is given: what is copied from another form stays the same, byte for byte.
+  RecordingWriter(std::string path, WriterOptions options, Header header);
   ~RecordingWriter();
   RecordingWriter(const RecordingWriter&) = delete;
   RecordingWriter& operator=(const RecordingWriter&) = delete;
@@ -44,11 +47,12 @@ class RecordingWriter {
   /// What was written so far can be read, and outlives this program.
   void Flush() { file_->Flush(); }
 
-  /// Writes the last line. To be called once, last. `lost`: samples that did not get in.
-  void Finish(std::int64_t now_ns, std::uint64_t lost);
+  /// Writes the last line. To be called once, last. `lost`: samples that did not get in; `next`: file name of a part
+  /// that others write.
+  void Finish(std::int64_t now_ns, std::uint64_t lost, const std::string& next = {});
 
-  std::uint64_t Samples() const noexcept { return samples_; }              ///< in all files
-  std::uint64_t Bytes() const noexcept { return bytes_ + file_->Size(); }  ///< in all files
+  std::uint64_t Samples() const noexcept { return samples_; }                            ///< in all files
+  std::uint64_t Bytes() const noexcept { return bytes_ + (file_ ? file_->Size() : 0); }  ///< in all files
   std::uint32_t Parts() const noexcept { return header_.part; }
   const std::string& Path() const noexcept { return path_; }  ///< of the present file
 

@@ -9,6 +9,7 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <utility>
 
 #include "recording/Digest.h"
 #include "recording/text_forms.h"
@@ -29,11 +30,16 @@ constexpr int kDeepest = 4;
 constexpr const char* kEventNames[] = {"size", "reset", "created", "deleted", "lost", "gap"};
 
 std::string Sealed(const ordered_json& fields) {
-  std::string line = fields.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-  line.pop_back();  // the closing brace
-  const std::string crc = CrcText(line);
-  line.append(kCrcMark).append(crc).append("\"}\n");
-  return line;
+  std::string text = fields.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+  text.pop_back();  // the closing brace
+  return SealedLine(std::move(text));
+}
+
+/// A reason that may quote the file, so that it can be shown.
+std::string Showable(std::string reason) {
+  for (char& c : reason) c = c >= ' ' && c <= '~' ? c : '?';
+  if (reason.size() > 120) reason.resize(120);
+  return reason;
 }
 
 /// What stands before the CRC, with the brace that closes it.
@@ -107,7 +113,7 @@ class Fields {
     try {
       return read(At(name));
     } catch (const std::invalid_argument& reason) {
-      throw std::invalid_argument(fmt::format("\"{}\": {}", name, reason.what()));
+      throw std::invalid_argument(fmt::format("\"{}\": {}", name, Showable(reason.what())));
     }
   }
 
@@ -263,6 +269,12 @@ End EndFrom(const Fields& fields) {
 }
 
 }  // namespace
+
+std::string SealedLine(std::string fields) {
+  const std::string crc = CrcText(fields);
+  fields.append(kCrcMark).append(crc).append("\"}\n");
+  return fields;
+}
 
 std::string LineOf(const Header& header) {
   ordered_json line{{"lumenar_recording", header.format},

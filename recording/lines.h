@@ -22,6 +22,9 @@ std::string LineOf(const Sample& sample);
 std::string LineOf(const Event& event);
 std::string LineOf(const End& end);
 
+/// JSON fields, "{...", without the brace that closes them, as a line with its CRC and the line end.
+std::string SealedLine(std::string fields);
+
 /// Any line of a recording.
 using ParsedLine = std::variant<Header, ReadingInfo, Sample, Event, End>;
 
