@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "recording/Digest.h"
+#include "recording/EntryReader.h"
 #include "recording/LineFile.h"
 #include "recording/Recording.h"
 
@@ -24,25 +25,23 @@ namespace Lumenar::Recording {
 /// Errors   RecordingError of all functions, for what is not a recording or is damaged; std::system_error and
 ///          std::runtime_error, "PATH: reason", for a file that cannot be read.
 /// Threads  one at a time.
-class RecordingReader {
+class RecordingReader final : public EntryReader {
  public:
   explicit RecordingReader(const std::string& path);
-  RecordingReader(const RecordingReader&) = delete;
-  RecordingReader& operator=(const RecordingReader&) = delete;
 
-  const Header& GetHeader() const noexcept { return header_; }
+  const Header& GetHeader() const noexcept override { return header_; }
 
   /// The next entry; nothing at the end, also of a file that breaks off.
-  std::optional<Entry> Next();
+  std::optional<Entry> Next() override;
 
   /// The readings that came so far; the place of each is its index.
   const std::vector<ReadingInfo>& Readings() const noexcept { return readings_; }
 
   /// After the end: what the last line says, whose counts and digest are those of the file; nothing when there is none.
-  const std::optional<End>& GetEnd() const noexcept { return end_; }
+  const std::optional<End>& GetEnd() const noexcept override { return end_; }
 
   /// After the end: empty, or "FILE:LINE: breaks off here" for a file without its last line.
-  const std::string& CutOff() const noexcept { return cut_off_; }
+  const std::string& CutOff() const noexcept override { return cut_off_; }
 
   /// SHA-256 of all bytes so far but the last line.
   std::string DigestText() const { return digest_.Text(); }
@@ -51,11 +50,12 @@ class RecordingReader {
   std::uint64_t Samples() const noexcept { return samples_; }  ///< that came so far
 
   /// Bytes of the file that were read, and all.
-  std::size_t BytesRead() const noexcept { return file_.BytesRead(); }
-  std::size_t Size() const noexcept { return file_.Size(); }
+  std::size_t BytesRead() const noexcept override { return file_.BytesRead(); }
+  std::size_t Size() const noexcept override { return file_.Size(); }
 
  private:
   bool ReadLine();
+  void NoteCutOff();
   void Take(const Header& header);
   void Take(const ReadingInfo& reading);
   void Take(const Sample& sample);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "recording/Digest.h"
+#include "recording/EntryReader.h"
 #include "recording/LineFile.h"
 #include "recording/OutputFile.h"
 #include "recording/Recording.h"
@@ -44,25 +45,26 @@ class CsvWriter {
 /// Reads what CsvWriter wrote, entry by entry, in memory for one line.
 /// Errors   RecordingError; std::system_error and std::runtime_error, "PATH: reason".
 /// Threads  one at a time.
-class CsvReader {
+class CsvReader final : public EntryReader {
  public:
   explicit CsvReader(const std::string& path);
-  CsvReader(const CsvReader&) = delete;
-  CsvReader& operator=(const CsvReader&) = delete;
 
-  const Header& GetHeader() const noexcept { return header_; }
+  const Header& GetHeader() const noexcept override { return header_; }
 
   /// The next entry; nothing at the end.
-  std::optional<Entry> Next();
+  std::optional<Entry> Next() override;
 
   /// After the end: what the last line says; nothing when there is none.
-  const std::optional<End>& GetEnd() const noexcept { return end_; }
+  const std::optional<End>& GetEnd() const noexcept override { return end_; }
+
+  /// Always empty: a recording as CSV that breaks off is refused.
+  const std::string& CutOff() const noexcept override { return cut_off_; }
 
   /// After the end: whether the samples are others than those that the last line was made for.
   bool Changed() const { return end_ && end_->sha256 != digest_.Text(); }
 
-  std::size_t BytesRead() const noexcept { return file_.BytesRead(); }
-  std::size_t Size() const noexcept { return file_.Size(); }
+  std::size_t BytesRead() const noexcept override { return file_.BytesRead(); }
+  std::size_t Size() const noexcept override { return file_.Size(); }
 
  private:
   bool ReadLine();
@@ -76,6 +78,7 @@ class CsvReader {
   Header header_;
   std::vector<std::string> names_;
   std::optional<End> end_;
+  const std::string cut_off_;
   std::string line_;
   std::size_t line_number_ = 0;
 };

@@ -52,9 +52,9 @@ TEST_P(RecordingFiles, OfOneChangedBitAreRefused) {
   RecordingReader original(Path());
   EntriesOf(original);
   std::size_t same = 0;
-  for (std::size_t at = 0; at < text.size(); ++at) {
+  for (std::size_t at = 0; at < text.size(); at += 3) {
     std::string changed = text;
-    changed[at] = static_cast<char>(changed[at] ^ (1 << (at % 8)));
+    changed[at] = static_cast<char>(changed[at] ^ (1 << (at / 3 % 8)));
     WriteText(Path(), changed);
     try {
       RecordingReader reader(Path());
@@ -70,7 +70,7 @@ TEST_P(RecordingFiles, CutOffAnywhereAreReadUpToThere) {
   WriteExample(Path());
   const std::string text = TextOf(Path());
   std::size_t most = 0;
-  for (std::size_t length = 0; length < text.size(); ++length) {
+  for (std::size_t length = 0; length < text.size(); length += 5) {
     WriteText(Path(), text.substr(0, length));
     try {
       RecordingReader reader(Path());
