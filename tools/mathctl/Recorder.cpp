@@ -72,7 +72,6 @@ void Recorder::Subscribe() {
     subscription_.Add(*planned_[i].size);
     sources_.push_back({i, true});
   }
-  handles_ = subscription_.Handles();
 }
 
 // The file is begun when everything stands, so that nothing is left of a recording that cannot begin. SIZE is asked for when its changes come already, so that none is missed.
@@ -156,11 +155,8 @@ void Recorder::NoteLost() {
 }
 
 void Recorder::NoteRenewed() {
-  const std::vector<std::int32_t> now = subscription_.Handles();
-  for (std::size_t i = 0; i < now.size(); ++i) {
-    if (now[i] != handles_[i]) NoteGap(sources_[i].reading, "the topic manager had forgotten the subscription");
-  }
-  handles_ = now;
+  for (const std::size_t source : subscription_.TakeRenewed())
+    NoteGap(sources_[source].reading, "the topic manager had forgotten the subscription");
 }
 
 // Asked when nothing comes: an engine that is started again goes on where it was, so the recording does too.
@@ -191,7 +187,8 @@ std::uint64_t Recorder::DroppedByManager() {
     const Corvanta::DDS_Manager_var manager = session_.connection.TopicManager();
     const Corvanta::SubscriptionStatusSeq_var all =
         Client::Remote("topic manager", [&] { return manager->Subscriptions(); });
-    const std::set<std::int32_t> own(handles_.begin(), handles_.end());
+    const std::vector<std::int32_t> handles = subscription_.Handles();
+    const std::set<std::int32_t> own(handles.begin(), handles.end());
     std::uint64_t dropped = 0;
     for (CORBA::ULong i = 0; i < all->length(); ++i) {
       if (own.contains(all.in()[i].handle)) dropped += all.in()[i].dropped;

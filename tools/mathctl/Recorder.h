@@ -65,7 +65,6 @@ class Recorder {
   const RecorderOptions& options_;
   Client::Subscription subscription_;
   std::vector<Source> sources_;
-  std::vector<std::int32_t> handles_;                 // as they were when last looked at
   std::vector<bool> silent_;                          // readings whose engine did not answer when last asked
   std::optional<Recording::RecordingWriter> writer_;  // from AddReadings on
   Progress progress_;
