@@ -52,6 +52,22 @@ const char* DeedWord(Deed deed, bool dry_run) {
   return "refused";
 }
 
+/// Ends a wait when a signal comes.
+class SignalWakeup {
+ public:
+  SignalWakeup() {
+    Signals::SetHandler([this] { wakeup_.Call(); });
+  }
+  ~SignalWakeup() { Signals::SetHandler({}); }
+  SignalWakeup(const SignalWakeup&) = delete;
+  SignalWakeup& operator=(const SignalWakeup&) = delete;
+
+  void WaitFor(std::chrono::milliseconds limit) const { wakeup_.WaitFor(-1, limit); }
+
+ private:
+  Wakeup wakeup_;
+};
+
 /// A set that is applied, once or again and again.
 class Applying {
  public:
@@ -74,14 +90,11 @@ class Applying {
 
   // Until a signal comes. Only what changes is told.
   [[noreturn]] void Again() {
-    Wakeup signal_came;
-    Signals::SetHandler([&] { signal_came.Call(); });
+    const std::chrono::duration<double> pause(arguments_.every_s);
+    const SignalWakeup signal;
     while (true) {
       Look();
-      signal_came.WaitFor(
-          -1, std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(arguments_.every_s)));
-      if (!signal_came.WasCalled()) continue;
-      Signals::SetHandler({});
+      signal.WaitFor(std::chrono::ceil<std::chrono::milliseconds>(pause));
       Signals::ThrowIfPending();
     }
   }
