@@ -13,8 +13,8 @@ namespace Lumenar::Replay {
 /// The largest file that is read.
 inline constexpr std::uintmax_t kMaxFileBytes = std::uintmax_t{256} << 20;
 
-/// dB of a ratio that has no unit, and the same levels as dB of 100 percent, which is the ratio 1: another name of the same
-/// numbers. RelativeSubtract, which normalises to a reference, asks for a unit, so levels are offered as the second.
+/// dB of a ratio that has no unit, and the same levels as dB of 100 percent, which is the ratio 1: another name of the
+/// same numbers. RelativeSubtract, which normalises to a reference, asks for a unit, so levels are offered as the second.
 inline constexpr Value::Units kPlainDecibels{true, 0, {}};
 inline constexpr Value::Units kRatioDecibels = Value::Make_unit(Value::U_Percent, 1, 2, true);
 
