@@ -173,4 +173,10 @@ bool Subscription::Ended() const { return queue_->Ended(); }
 std::vector<std::size_t> Subscription::TakeRenewed() { return queue_->TakeRenewed(); }
 unsigned long long Subscription::Lost() const { return queue_->Lost(); }
 
+std::vector<std::int32_t> Subscription::Handles() const {
+  std::vector<std::int32_t> handles;
+  for (const Entry& entry : entries_) handles.push_back(entry.servant->GetId());
+  return handles;
+}
+
 }  // namespace Lumenar::Client

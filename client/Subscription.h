@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -48,6 +49,9 @@ class Subscription {
 
   /// Samples lost because Next was not called often enough.
   unsigned long long Lost() const;
+
+  /// The topic manager's handles of the subscriptions now, in order of Add.
+  std::vector<std::int32_t> Handles() const;
 
  private:
   class Queue;
