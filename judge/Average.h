@@ -46,14 +46,14 @@ class Average final : public Operation {
 
   /// The newest sample as it is held, that is linear, is published, and a new history begins.
   Outcome Reset() override {
-    const std::shared_ptr<const V> newest = newest_first_.empty() ? nullptr : newest_first_.front();
+    const std::shared_ptr<const Held> newest = newest_first_.empty() ? nullptr : newest_first_.front();
     const bool unknown = newest == nullptr && has_unknown_samples_;
     newest_first_.clear();
     has_unknown_samples_ = false;
     is_full_ = false;
     if (unknown) return StayUnknown("the newest sample before the RESET");
     if (newest == nullptr) return {Outcome::Nothing, "no sample since the RESET before"};
-    return Publish(newest->ToRecord());
+    return Publish(newest->sample.ToRecord());
   }
 
   void SetSize(int size) override { size_ = size; }
@@ -62,16 +62,21 @@ class Average final : public Operation {
 
   std::uint64_t StateDigest() const override {
     std::uint64_t digest = Mixed(has_unknown_samples_ ? 1 : 0, static_cast<std::uint64_t>(size_.value_or(0)));
-    for (const auto& sample : newest_first_) digest = Mixed(digest, DigestOf(sample->ToRecord()));
+    for (const auto& held : newest_first_) digest = Mixed(digest, held->digest);
     return Mixed(digest, result_ ? DigestOf(*result_) : 0);
   }
 
  private:
-  using Samples = std::deque<std::shared_ptr<const V>>;
+  struct Held {
+    explicit Held(const V& linear) : sample(linear), digest(DigestOf(linear.ToRecord())) {}
+    V sample;
+    std::uint64_t digest;
+  };
+  using Samples = std::deque<std::shared_ptr<const Held>>;
 
   /// The first sample is its own mean.
   Outcome Begin(V& sample, bool was_dB) {
-    newest_first_.push_front(std::make_shared<const V>(sample));
+    newest_first_.push_front(std::make_shared<const Held>(sample));
     if (was_dB) sample.AddDecibels();
     if (size_ == 1) is_full_ = true;
     return Publish(sample.ToRecord());
@@ -88,7 +93,7 @@ class Average final : public Operation {
       sum->Multiply(counted ? count_before : 1);
       sum->Add(sample);
     }
-    newest_first_.push_front(std::make_shared<const V>(sample));
+    newest_first_.push_front(std::make_shared<const Held>(sample));
     const Samples leaving = TakeLeaving();
     if (has_unknown_samples_ || (newest_first_.size() > 1 && !counted))
       return StayUnknown("samples that came before are in the mean");
@@ -99,12 +104,9 @@ class Average final : public Operation {
   /// Of one sample the mean is that sample, whatever the mean was before.
   Outcome Finish(V& sum, const Samples& leaving, bool was_dB) {
     const int count = static_cast<int>(newest_first_.size());
-    for (const auto& oldest : leaving) sum.Subtract(*oldest);
-    V mean(count == 1 ? *newest_first_.front() : sum);
-    if (count > 1) {
-      sum.Divide(count);
-      mean = sum;
-    }
+    for (const auto& oldest : leaving) sum.Subtract(oldest->sample);
+    if (count > 1) sum.Divide(count);
+    V mean(count == 1 ? newest_first_.front()->sample : sum);
     if (was_dB) mean.AddDecibels();
     Publish(mean.ToRecord());
     is_full_ = count >= *size_;

@@ -60,6 +60,18 @@ class Operation {
   /// An object of which nothing is known but what it does, the kind of its (first) input, and SIZE if it is an Average.
   static std::unique_ptr<Operation> AtWork(Type type, Kind kind, std::optional<int> size);
 
+  /// What the values of its inputs and its result tell of such an object, each unless it is unknown.
+  struct Present {
+    std::vector<std::optional<Datum>> inputs;
+    std::optional<Datum> result;
+  };
+
+  /// The same object with what its present values tell. They leave some possibilities: how often an operand has gone out
+  /// of decibels and back, whether a RESET came last, whether the values are of one moment. All are here, also that
+  /// nothing is known.
+  static std::vector<std::unique_ptr<Operation>> AtWorkWith(Type type, Kind kind, std::optional<int> size,
+                                                            const Present& present);
+
   virtual std::unique_ptr<Operation> Copy() const = 0;
 
   /// A sample of the input with this number, of the kind that it has. A result stands in Result() afterwards; after

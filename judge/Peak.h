@@ -18,6 +18,9 @@ class Peak final : public Operation {
   /// An object that was at work before: whether a RESET came last, nobody told.
   Peak() = default;
 
+  /// An object that was at work before, with this result; a RESET came last, or not.
+  Peak(const Record& result, bool begins) : begins_(begins) { result_ = result; }
+
   /// A new one. Errors   Refused.
   explicit Peak(const Record& present) : begins_(false) { result_ = V(present).ToRecord(); }
 

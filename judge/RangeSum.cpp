@@ -22,6 +22,16 @@ RangeSum::RangeSum(const Trace::Record& trace, int start, int stop) : start_(sta
   Compute();
 }
 
+RangeSum::RangeSum(const std::optional<Trace::Record>& trace, std::optional<int> start, std::optional<int> stop,
+                   int computations)
+    : start_(start), stop_(stop) {
+  if (!trace) return;
+  trace_.emplace(*trace);
+  for (int i = 0; i < computations; ++i) {
+    if (trace_->RemoveDecibels()) trace_->AddDecibels();
+  }
+}
+
 Outcome RangeSum::Take(std::size_t input, const Datum& sample) {
   try {
     if (input > 0) {

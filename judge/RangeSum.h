@@ -17,6 +17,11 @@ class RangeSum final : public Operation {
   /// An object that was at work before.
   RangeSum() = default;
 
+  /// An object that was at work before; each computation has taken the trace out of decibels and back.
+  /// Errors   Refused.
+  RangeSum(const std::optional<Trace::Record>& trace, std::optional<int> start, std::optional<int> stop,
+           int computations);
+
   /// A new one. Errors   Refused.
   RangeSum(const Trace::Record& trace, int start, int stop);
 

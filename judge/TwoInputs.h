@@ -18,6 +18,13 @@ class TwoInputs final : public Operation {
 
   explicit TwoInputs(Type type) : type_(type) {}
 
+  /// An operand that the object has; each computation has taken it out of decibels and back.
+  /// Errors   Refused NotValid.
+  void SetOperand(std::size_t input, const Record& operand, int computations) {
+    operands_.at(input).emplace(operand);
+    for (int i = 0; i < computations; ++i) ThereAndBack(operands_[input]);
+  }
+
   /// Errors   Refused, unless the rules pass it in silence.
   void Begin(const Record& first, const Record& second) {
     result_ = Record{};
@@ -58,10 +65,12 @@ class TwoInputs final : public Operation {
     if (operands_[0] && operands_[1]) {
       return type_ == Type::RelativeSubtract ? ComputeLevels() : ComputeLinear();
     }
-    for (auto& operand : operands_) {
-      if (operand && type_ == Type::Subtract) const OutOfDecibels there_and_back(*operand);
-    }
+    for (auto& operand : operands_) ThereAndBack(operand);
     return StayUnknown(operands_[0] ? "the second operand" : "the first operand");
+  }
+
+  void ThereAndBack(std::optional<V>& operand) const {
+    if (operand && type_ == Type::Subtract) const OutOfDecibels there_and_back(*operand);
   }
 
   /// The numbers as they stand.
