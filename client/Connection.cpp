@@ -70,6 +70,29 @@ Reading ReadingFrom(const std::string& engine, const Corvanta::Item& item) {
           Corvanta::EngineReadingBase::_duplicate(item.reference)};
 }
 
+std::vector<ReadingName> NamesOf(const std::vector<Reading>& readings) {
+  std::vector<ReadingName> names;
+  names.reserve(readings.size());
+  for (const Reading& reading : readings) names.push_back(reading.name);
+  return names;
+}
+
+// What `match` finds; what is not found may be a reading of an engine that does not answer, whose error it is then.
+template <class Match>
+auto AboutSilent(const std::string& text, const std::vector<Engine>& engines, Match&& match) {
+  try {
+    return match();
+  } catch (const Error& error) {
+    if (error.Kind() != ErrorKind::NotFound) throw;
+    for (const Engine& engine : engines) {
+      if (engine.problem && SameLetters(text.substr(0, engine.name.size() + 1), engine.name + '/')) {
+        throw *engine.problem;
+      }
+    }
+    throw;
+  }
+}
+
 }  // namespace
 
 Connection::Connection(std::chrono::milliseconds timeout)
@@ -179,18 +202,13 @@ std::vector<Reading> Connection::Readings() { return ReadingsOf(Engines()); }
 
 Reading Connection::FindReading(const std::string& text) {
   const std::vector<Engine> engines = Engines();
-  std::vector<Reading> readings = ReadingsOf(engines);
-  std::vector<ReadingName> names;
-  for (const Reading& reading : readings) names.push_back(reading.name);
-  try {
-    return readings[MatchReading(text, names)];
-  } catch (const Error& error) {
-    if (error.Kind() != ErrorKind::NotFound) throw;
-    for (const Engine& engine : engines) {
-      if (engine.problem && text.rfind(engine.name + '/', 0) == 0) throw *engine.problem;
-    }
-    throw;
-  }
+  const std::vector<Reading> readings = ReadingsOf(engines);
+  return AboutSilent(text, engines, [&] { return readings[MatchReading(text, NamesOf(readings))]; });
+}
+
+std::vector<std::size_t> IndexesFor(const std::string& text, const std::vector<Reading>& readings,
+                                    const std::vector<Engine>& engines) {
+  return AboutSilent(text, engines, [&] { return MatchReadings(text, NamesOf(readings)); });
 }
 
 }  // namespace Lumenar::Client

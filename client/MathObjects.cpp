@@ -9,6 +9,7 @@
 #include <optional>
 #include <utility>
 
+#include "client/MathName.h"
 #include "client/Text.h"
 
 namespace Lumenar::Client {
@@ -66,16 +67,6 @@ MathType MathObjects::TypeFrom(const std::string& text) {
   throw Error(ErrorKind::BadArgument, fmt::format("no type \"{}\"; there are: {}", Printable(text), known));
 }
 
-Corvanta::MathFactory::ReadingAttribSeq MathObjects::References(const std::vector<std::string>& inputs) {
-  Corvanta::MathFactory::ReadingAttribSeq references;
-  references.length(static_cast<CORBA::ULong>(inputs.size()));
-  for (CORBA::ULong i = 0; i < references.length(); ++i) {
-    const Reading reading = Find(inputs[i]);
-    references[i] = Corvanta::EngineReadingBase::_duplicate(reading.reference);
-  }
-  return references;
-}
-
 // False when another client changed the type meanwhile, so that neither a success nor a refusal is an answer to our
 // request.
 bool MathObjects::TryCreate(const MathType& type, const Corvanta::MathFactory::ReadingAttribSeq& inputs,
@@ -97,7 +88,17 @@ bool MathObjects::TryCreate(const MathType& type, const Corvanta::MathFactory::R
 
 MathObject MathObjects::Create(const std::string& type_text, const std::vector<std::string>& inputs) {
   const MathType type = TypeFrom(type_text);
-  const auto references = References(inputs);
+  std::vector<Reading> readings;
+  for (const std::string& input : inputs) readings.push_back(Find(input));
+  return Create(type, readings);
+}
+
+MathObject MathObjects::Create(const MathType& type, const std::vector<Reading>& inputs) {
+  Corvanta::MathFactory::ReadingAttribSeq references;
+  references.length(static_cast<CORBA::ULong>(inputs.size()));
+  for (CORBA::ULong i = 0; i < references.length(); ++i) {
+    references[i] = Corvanta::EngineReadingBase::_duplicate(inputs[i].reference);
+  }
   MathObject created;
   for (int attempt = 0; attempt < kCreationAttempts; ++attempt) {
     if (Remote("create " + type.name, [&] { return TryCreate(type, references, created); })) return created;
@@ -135,8 +136,9 @@ Reading MathObjects::Result(std::int32_t id) {
 }
 
 Reading MathObjects::Find(const std::string& text) {
-  if (const auto id = MathIdFromText(text)) return Result(*id);
-  return connection_.FindReading(text);
+  const auto name = MathNameFromText(text, engine_);
+  if (!name) return connection_.FindReading(text);
+  return name->engine == engine_ ? Result(name->id) : MathObjects(connection_, name->engine).Result(name->id);
 }
 
 Corvanta::MathFactory::Average_var MathObjects::Average(std::int32_t id) {

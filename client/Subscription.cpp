@@ -157,4 +157,10 @@ void Subscription::End() noexcept { queue_->End(); }
 bool Subscription::Ended() const { return queue_->Ended(); }
 unsigned long long Subscription::Lost() const { return queue_->Lost(); }
 
+std::vector<std::int32_t> Subscription::Handles() const {
+  std::vector<std::int32_t> handles;
+  for (const Entry& entry : entries_) handles.push_back(entry.servant->GetId());
+  return handles;
+}
+
 }  // namespace Lumenar::Client

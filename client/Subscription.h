@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -44,6 +45,10 @@ class Subscription {
 
   /// Samples lost because Next was not called often enough.
   unsigned long long Lost() const;
+
+  /// The topic manager's handles of the subscriptions now, in order of Add. One that is another than before says that the
+  /// manager had forgotten the subscription, and that samples may be missing.
+  std::vector<std::int32_t> Handles() const;
 
  private:
   class Queue;

@@ -94,6 +94,8 @@ void SetByKind(const Reading& reading, const std::string& text) {
 
 }  // namespace
 
+bool HasValue(const Reading& reading) { return reading.type_name != "void"; }
+
 SampleRecord GetValue(const Reading& reading) {
   return Remote(FullName(reading.name), [&] { return GetByKind(reading); });
 }

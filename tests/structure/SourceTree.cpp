@@ -67,6 +67,7 @@ const std::vector<Layer>& Layers() {
       {"platform/dds", 10},
       {"platform/topics", 11},
       {"platform/components", 12},
+      {"recording", 12},
       {"Common_Math/src", 13},
       {"host", 13},
       {"services/topic_manager/relay", 13},

@@ -55,8 +55,8 @@ void DefineVerbs(CLI::App& app, Command& command) {
   app.require_subcommand(1);
   app.fallthrough();
   for (const auto define :
-       {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineGet, DefineWatch, DefinePlot,
-        DefineSet, DefineReset, DefineDelete, DefineSubscriptions, DefineDoctor}) {
+       {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineShow, DefineTop, DefineGet,
+        DefineWatch, DefinePlot, DefineSet, DefineReset, DefineDelete, DefineSubscriptions, DefineDoctor}) {
     define(app, command);
   }
 }
@@ -81,12 +81,6 @@ void RunConnected(const Command& command) {
 }
 
 }  // namespace
-
-std::vector<Client::Reading> Session::FindAll(const std::vector<std::string>& texts) const {
-  std::vector<Client::Reading> readings;
-  for (const std::string& text : texts) readings.push_back(Find(text));
-  return readings;
-}
 
 bool Parse(int argc, const char* const* argv, Command& command, int& exit_code) {
   CLI::App app(kDescription, "mathctl");
@@ -126,8 +120,8 @@ std::string CheckSeconds(const std::string& text) {
   return is_number && seconds >= 0.001 && seconds <= 86400 ? "" : "a number of seconds from 0.001 to 86400 is needed";
 }
 
-std::int32_t RequireMathId(const std::string& text) {
-  if (const auto id = Client::MathIdFromText(text)) return *id;
+Client::MathName Session::RequireMath(const std::string& text) const {
+  if (const auto name = MathFrom(text)) return *name;
   throw Client::Error(Client::ErrorKind::BadArgument,
                       fmt::format("\"{}\" is not the id of a math object", Client::Printable(text)));
 }
