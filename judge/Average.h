@@ -116,6 +116,7 @@ class Average final : public Operation {
   /// What is beyond SIZE, the oldest first. When SIZE samples are known, those that are not are gone.
   Samples TakeLeaving() {
     Samples leaving;
+    if (!size_ && newest_first_.size() > kLargestSize) newest_first_.pop_back();  // it has left, whatever SIZE is
     if (!size_ || newest_first_.size() < static_cast<std::size_t>(*size_)) return leaving;
     has_unknown_samples_ = false;
     while (newest_first_.size() > static_cast<std::size_t>(*size_)) {

@@ -77,10 +77,14 @@ std::optional<Type> TypeNamed(const std::string& name) {
   return static_cast<Type>(found - std::begin(kNames));
 }
 
+std::size_t InputsOf(Type type) {
+  if (type == Type::CumulativeAdd) return 3;
+  return type == Type::Average || type == Type::Peak ? 1 : 2;
+}
+
 bool Takes(Type type, const std::vector<Kind>& inputs) {
   if (type == Type::CumulativeAdd) return inputs == std::vector<Kind>{Kind::Trace, Kind::Long, Kind::Long};
-  const std::size_t count = type == Type::Average || type == Type::Peak ? 1 : 2;
-  return inputs.size() == count && inputs.front() != Kind::Long && inputs.front() == inputs.back();
+  return inputs.size() == InputsOf(type) && inputs.front() != Kind::Long && inputs.front() == inputs.back();
 }
 
 std::unique_ptr<Operation> Operation::Created(Type type, const std::vector<Datum>& present) {

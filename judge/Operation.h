@@ -32,6 +32,13 @@ std::optional<Type> TypeNamed(const std::string& name);
 /// Whether an operation takes inputs of these kinds, in this order.
 bool Takes(Type type, const std::vector<Kind>& inputs);
 
+/// The limits of SIZE.
+inline constexpr int kSmallestSize = 1;
+inline constexpr int kLargestSize = 99;
+
+/// How many inputs an operation has.
+std::size_t InputsOf(Type type);
+
 /// What an operation does with a sample.
 struct Outcome {
   enum Kind {

@@ -54,6 +54,7 @@ std::size_t SkipFrom(const std::string& text, std::size_t at) {
 const std::vector<Layer>& Layers() {
   static const std::vector<Layer> layers = {
       {"platform/base", 1},
+      {"judge/verify", 13},
       {"judge", 1},
       {"platform/units", 2},
       {"platform/value", 3},
