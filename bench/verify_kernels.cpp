@@ -12,9 +12,9 @@
 #include <thread>
 #include <vector>
 
+#include "judge/decibels.h"
 #include "platform/value/decibel_kernels.h"
 #include "platform/value/decibel_paths.h"
-#include "judge/decibels.h"
 
 // Every float there is, through every path of the decibel kernels and through the scalar functions, against independent
 // judges. Ends with 1 when one bit differs.

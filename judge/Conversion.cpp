@@ -12,7 +12,15 @@
 namespace Lumenar::Judge {
 namespace {
 
-enum UnitNumber : std::int32_t { kWatt = 1, kVolt = 2, kAmpere = 3, kOhm = 4, kCelsius = 11, kFahrenheit = 12, kKelvin = 13 };
+enum UnitNumber : std::int32_t {
+  kWatt = 1,
+  kVolt = 2,
+  kAmpere = 3,
+  kOhm = 4,
+  kCelsius = 11,
+  kFahrenheit = 12,
+  kKelvin = 13
+};
 
 // Temperatures, computed in T. Source: the definitions of the scales, 0 degC = 273.15 K = 32 degF.
 template <class T>
@@ -59,14 +67,10 @@ const std::vector<TableRow<T>>& Table() {
   static const Slots fahrenheit{{{kFahrenheit, 1}}};
   static const Slots kelvin{{{kKelvin, 1}}};
   static const std::vector<TableRow<T>> rows = {
-      {{{{kVolt, 2}, {kOhm, -1}}}, watts, Same<T>},
-      {{{{kVolt, 1}, {kAmpere, 1}}}, watts, Same<T>},
-      {{{{kAmpere, 2}, {kOhm, 1}}}, watts, Same<T>},
-      {celsius, fahrenheit, CelsiusToFahrenheit<T>},
-      {fahrenheit, celsius, FahrenheitToCelsius<T>},
-      {celsius, kelvin, CelsiusToKelvin<T>},
-      {fahrenheit, kelvin, FahrenheitToKelvin<T>},
-      {kelvin, celsius, KelvinToCelsius<T>},
+      {{{{kVolt, 2}, {kOhm, -1}}}, watts, Same<T>},  {{{{kVolt, 1}, {kAmpere, 1}}}, watts, Same<T>},
+      {{{{kAmpere, 2}, {kOhm, 1}}}, watts, Same<T>}, {celsius, fahrenheit, CelsiusToFahrenheit<T>},
+      {fahrenheit, celsius, FahrenheitToCelsius<T>}, {celsius, kelvin, CelsiusToKelvin<T>},
+      {fahrenheit, kelvin, FahrenheitToKelvin<T>},   {kelvin, celsius, KelvinToCelsius<T>},
       {kelvin, fahrenheit, KelvinToFahrenheit<T>},
   };
   return rows;
@@ -74,7 +78,8 @@ const std::vector<TableRow<T>>& Table() {
 
 /// The rule between two single units; null without one.
 template <class T>
-T (*RuleBetween(std::int32_t from, std::int32_t to))(T) {
+T (*RuleBetween(std::int32_t from, std::int32_t to))
+(T) {
   for (const TableRow<T>& row : Table<T>()) {
     if (row.source == Slots{{{from, 1}}} && row.target == Slots{{{to, 1}}}) return row.rule;
   }

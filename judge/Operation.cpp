@@ -46,8 +46,8 @@ std::uint64_t DigestOfUnits(std::uint64_t digest, const Corvanta::VALUE_UNITS::U
   const Units units = FromRecord(record);
   digest = Mixed(digest, (units.is_dB ? 1u : 0u) + (std::uint64_t{static_cast<std::uint32_t>(units.base_power)} << 1));
   for (const Slot& slot : units.slots)
-    digest = Mixed(digest, std::uint64_t{static_cast<std::uint32_t>(slot.unit)} << 32 |
-                               static_cast<std::uint32_t>(slot.exponent));
+    digest = Mixed(
+        digest, std::uint64_t{static_cast<std::uint32_t>(slot.unit)} << 32 | static_cast<std::uint32_t>(slot.exponent));
   return digest;
 }
 

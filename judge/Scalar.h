@@ -38,9 +38,7 @@ class Scalar {
     if (IsLess(number, other.number)) number = other.number;
   }
 
-  Record ToRecord() const {
-    return {Judge::ToRecord(number.units), number.minus_err, number.plus_err, number.value};
-  }
+  Record ToRecord() const { return {Judge::ToRecord(number.units), number.minus_err, number.plus_err, number.value}; }
 
   Number<double> number;
 };

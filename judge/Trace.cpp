@@ -85,8 +85,7 @@ Number<double> Trace::SumOf(int start, int stop) const {
   const int listed = static_cast<int>(list.size());
   const int last = stop < listed ? stop : listed - 1;
   if (last < first) {
-    if (lines_ != nullptr)
-      *lines_ << kPath << "CumulativeAdd Warning: start[" << first << "] > stop[" << last << "]\n";
+    if (lines_ != nullptr) *lines_ << kPath << "CumulativeAdd Warning: start[" << first << "] > stop[" << last << "]\n";
     return {};
   }
   UpdateValues();

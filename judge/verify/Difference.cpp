@@ -115,8 +115,7 @@ Difference DifferenceOf(const Datum& expected, const Datum& recorded) {
 }
 
 std::string TextOf(const Difference& difference) {
-  const std::string numbers =
-      fmt::format("recorded {}, expected {}", difference.recorded, difference.expected);
+  const std::string numbers = fmt::format("recorded {}, expected {}", difference.recorded, difference.expected);
   const std::string steps =
       difference.steps == 0 ? "" : fmt::format(" ({} step{})", difference.steps, difference.steps == 1 ? "" : "s");
   if (difference.field == "samples") {

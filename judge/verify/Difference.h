@@ -11,13 +11,13 @@ namespace Lumenar::Judge {
 
 /// Where a recorded result differs from the one that the rules give, and by how much.
 struct Difference {
-  std::string field;          ///< the first field that differs: "samples", "value", "plus_err", "units", "length" ...
-  std::size_t points = 0;     ///< samples of a trace that differ
-  std::size_t first = 0;      ///< of them the first, from 0
-  double expected = 0;        ///< there; of fields without a number 0
-  double recorded = 0;        ///< there
-  std::uint64_t steps = 0;    ///< floating-point numbers from one to the other, in the result's precision
-  std::size_t weight = 0;     ///< how much of the value differs: to tell the nearest of several
+  std::string field;        ///< the first field that differs: "samples", "value", "plus_err", "units", "length" ...
+  std::size_t points = 0;   ///< samples of a trace that differ
+  std::size_t first = 0;    ///< of them the first, from 0
+  double expected = 0;      ///< there; of fields without a number 0
+  double recorded = 0;      ///< there
+  std::uint64_t steps = 0;  ///< floating-point numbers from one to the other, in the result's precision
+  std::size_t weight = 0;   ///< how much of the value differs: to tell the nearest of several
 };
 
 /// Of two values that differ.

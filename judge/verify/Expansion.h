@@ -17,8 +17,8 @@ namespace Lumenar::Judge {
 /// Where a stretch of a recording begins, as far as it matters for its first results.
 struct Beginning {
   std::int64_t time_ns = 0;
-  std::uint64_t first_result = 0;              ///< place of the first result
-  std::optional<std::uint64_t> inputs_began;   ///< place behind which every input has had a sample
+  std::uint64_t first_result = 0;             ///< place of the first result
+  std::optional<std::uint64_t> inputs_began;  ///< place behind which every input has had a sample
 };
 
 /// The ways on from a path to one result: which of the samples that came gives it, bit for bit.

@@ -21,12 +21,12 @@ struct ObjectReport {
   std::string name;
   std::string type;
   std::vector<std::string> inputs;
-  std::uint64_t results = 0;              ///< that the recording has
-  std::uint64_t samples = 0;              ///< of its inputs
-  std::string problem;                    ///< why nothing could be checked; else empty
-  std::string guessed;                    ///< numbers that were found out from a result
-  std::vector<std::string> interruptions; ///< where the check had to begin anew, the first ones
-  std::uint64_t interrupted = 0;          ///< how often it had to
+  std::uint64_t results = 0;               ///< that the recording has
+  std::uint64_t samples = 0;               ///< of its inputs
+  std::string problem;                     ///< why nothing could be checked; else empty
+  std::string guessed;                     ///< numbers that were found out from a result
+  std::vector<std::string> interruptions;  ///< where the check had to begin anew, the first ones
+  std::uint64_t interrupted = 0;           ///< how often it had to
   Findings findings;
 
   /// Every result that could be checked came out bit for bit, at least one could be, and no sample lacks its result.
@@ -36,9 +36,7 @@ struct ObjectReport {
   }
 
   /// There is a result that the rules do not give, or one is missing.
-  bool Differs() const {
-    return findings.CountOf(Remark::Unexplained) > 0 || findings.CountOf(Remark::Missing) > 0;
-  }
+  bool Differs() const { return findings.CountOf(Remark::Unexplained) > 0 || findings.CountOf(Remark::Missing) > 0; }
 };
 
 /// One math object of a recording, computed again. It was at work when the recording began, so its first results may

@@ -129,8 +129,8 @@ void RecordingCheck::ReadEntries(Recording::EntryReader& reader, FileReport& fil
   file.lost = reader.GetEnd()->lost;
   next_ = reader.GetEnd()->next;
   if (file.lost > 0) {
-    report_.notes.push_back(fmt::format("{}: {} samples were lost while recording; what differs may come from that",
-                                        file.path, file.lost));
+    report_.notes.push_back(
+        fmt::format("{}: {} samples were lost while recording; what differs may come from that", file.path, file.lost));
   }
 }
 

@@ -25,7 +25,7 @@ struct FileReport {
 
 /// Where a recording was computed again.
 struct Workplace {
-  std::string version;    ///< of this software
+  std::string version;  ///< of this software
   std::string compiler;
   std::string processor;  ///< "x86_64"
   std::string c_library;  ///< whose log10 and pow the rules of scalars use

@@ -48,7 +48,8 @@ void Search::Advance(std::int64_t now_ns) {
     DropWhatAllHad();
   }
   if (next_result_ < results_.Count()) return;
-  PassBefore(PendingBytes() > kMostPendingBytes ? std::numeric_limits<std::int64_t>::max() : now_ns - limits_.patience_ns);
+  PassBefore(PendingBytes() > kMostPendingBytes ? std::numeric_limits<std::int64_t>::max()
+                                                : now_ns - limits_.patience_ns);
 }
 
 Findings Search::End(std::int64_t end_ns) {
@@ -92,7 +93,8 @@ std::vector<Path> Search::WaysTo(const Arrival& result) {
       if (!path.settled) continue;
       for (Path& further : expansion.Skipping(path)) behind.push_back(std::move(further));
     }
-    if (behind.size() > limits_.paths) behind.erase(behind.begin() + static_cast<std::ptrdiff_t>(limits_.paths), behind.end());
+    if (behind.size() > limits_.paths)
+      behind.erase(behind.begin() + static_cast<std::ptrdiff_t>(limits_.paths), behind.end());
     skipping = std::move(behind);
     for (const Path& path : skipping) expansion.From(path);
     if (!expansion.Found().empty()) return std::move(expansion.Found());

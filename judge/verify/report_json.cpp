@@ -14,11 +14,16 @@ constexpr const char* kRemarkNames[Remark::kKinds] = {"unexplained", "missing", 
 std::string JsonTime(std::int64_t time_ns) { return Recording::TimeText(time_ns); }
 
 ordered_json JsonOfFile(const FileReport& file) {
-  return {{"path", file.path},           {"sha256", file.sha256},
-          {"part", file.part},           {"content_sha256", file.content_sha256},
-          {"started", JsonTime(file.started_ns)}, {"recorded_by", file.recorded_by},
-          {"comment", file.comment},     {"samples", file.samples},
-          {"lost", file.lost},           {"problem", file.problem}};
+  return {{"path", file.path},
+          {"sha256", file.sha256},
+          {"part", file.part},
+          {"content_sha256", file.content_sha256},
+          {"started", JsonTime(file.started_ns)},
+          {"recorded_by", file.recorded_by},
+          {"comment", file.comment},
+          {"samples", file.samples},
+          {"lost", file.lost},
+          {"problem", file.problem}};
 }
 
 ordered_json JsonOfRemarks(const Findings& findings, Remark::Kind kind) {

@@ -56,7 +56,8 @@ std::string FileText(const FileReport& file) {
 
 std::string TableOf(const Report& report) {
   std::string text =
-      "## Objects\n\n| object | operation | inputs | results | checked | not checked | unexplained | missing | verdict |\n"
+      "## Objects\n\n| object | operation | inputs | results | checked | not checked | unexplained | missing | verdict "
+      "|\n"
       "|---|---|---|---|---|---|---|---|---|\n";
   for (const ObjectReport& object : report.objects) {
     const Findings& findings = object.findings;
@@ -80,8 +81,8 @@ std::string RemarksText(const Findings& findings, Remark::Kind kind, const char*
   for (const Remark& remark : findings.Remarks()) {
     if (remark.kind != kind) continue;
     ++shown;
-    text += fmt::format("- {} {}, {}: {}\n", what, remark.number, Recording::TimeText(remark.time_ns),
-                        Plain(remark.text));
+    text +=
+        fmt::format("- {} {}, {}: {}\n", what, remark.number, Recording::TimeText(remark.time_ns), Plain(remark.text));
   }
   if (shown < findings.CountOf(kind)) text += fmt::format("- and {} more\n", findings.CountOf(kind) - shown);
   return text;

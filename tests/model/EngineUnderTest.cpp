@@ -227,7 +227,8 @@ std::string EngineUnderTest::DifferenceOfAverage(int id, const Object& object) {
   Corvanta::EngineAttribLong_var size = average->AttrSize();
   Corvanta::EngineReadingBoolean_var full = average->AttrFull();
   const int expected_size = object.rules->Size().value();
-  if (size->Get() != expected_size) return fmt::format("SIZE of {} is {} instead of {}", id, size->Get(), expected_size);
+  if (size->Get() != expected_size)
+    return fmt::format("SIZE of {} is {} instead of {}", id, size->Get(), expected_size);
   if (full->Get() != object.rules->IsFull()) return fmt::format("FULL of {} is not {}", id, object.rules->IsFull());
   return {};
 }

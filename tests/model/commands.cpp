@@ -29,14 +29,14 @@ T DrawOneOf(const std::vector<T>& choices) {
 Value::Units DrawUnits() {
   using Value::Make_unit;
   static const std::vector<Value::Units> kCommon = {Make_unit(Value::U_Watt), Bench::kMilliwatt, Bench::kdBm,
-                                             Make_unit(Value::U_Watt, 1, 0, true)};
+                                                    Make_unit(Value::U_Watt, 1, 0, true)};
   static const std::vector<Value::Units> kRare = {Value::C_Empty,
-                                           Make_unit(Value::U_None, 0, 0, true),
-                                           Make_unit(Value::U_Volt),
-                                           Make_unit(Value::U_Volt, 1, -3),
-                                           Make_unit(Value::U_Volt, 2),
-                                           Make_unit(Value::U_Volt, 2, 0, true),
-                                           Make_unit(Value::U_Volt, 1, -3, true)};
+                                                  Make_unit(Value::U_None, 0, 0, true),
+                                                  Make_unit(Value::U_Volt),
+                                                  Make_unit(Value::U_Volt, 1, -3),
+                                                  Make_unit(Value::U_Volt, 2),
+                                                  Make_unit(Value::U_Volt, 2, 0, true),
+                                                  Make_unit(Value::U_Volt, 1, -3, true)};
   return OneIn(6) ? DrawOneOf(kRare) : DrawOneOf(kCommon);
 }
 

@@ -124,6 +124,8 @@ std::vector<Source> SourcesBelow(const fs::path& root, const std::string& folder
   return sources;
 }
 
+Source SourceAt(const fs::path& root, const std::string& path) { return {path, TextOf(root / path)}; }
+
 PlantedTree::PlantedTree() {
   std::string name = (fs::temp_directory_path() / "lumenar-tree-XXXXXX").string();
   if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder " + name);

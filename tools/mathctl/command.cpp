@@ -56,7 +56,7 @@ void DefineVerbs(CLI::App& app, Command& command) {
   app.fallthrough();
   for (const auto define :
        {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineShow, DefineTop, DefineGet,
-        DefineWatch, DefinePlot, DefineSet, DefineReset, DefineDelete, DefineSubscriptions, DefineDoctor}) {
+        DefineWatch, DefinePlot, DefineSet, DefineReset, DefineDelete, DefineSubscriptions, DefineVerify, DefineDoctor}) {
     define(app, command);
   }
 }

@@ -90,6 +90,7 @@ void DefineSet(CLI::App& app, Command& command);
 void DefineReset(CLI::App& app, Command& command);
 void DefineDelete(CLI::App& app, Command& command);
 void DefineSubscriptions(CLI::App& app, Command& command);
+void DefineVerify(CLI::App& app, Command& command);
 void DefineDoctor(CLI::App& app, Command& command);
 
 /// Parses a command line into `command`. Returns true when there is something to run; else `exit_code` is set and the

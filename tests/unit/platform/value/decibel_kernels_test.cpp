@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/value/decibel_paths.h"
 #include "judge/decibels.h"
+#include "platform/value/decibel_paths.h"
 
 namespace Lumenar::Value {
 
@@ -52,10 +52,10 @@ struct Direction {
 
 std::ostream& operator<<(std::ostream& out, const Direction& direction) { return out << direction.name; }
 
-constexpr Direction kTo_decibel{"linear to dB",    Detail::Linear_to_decibel,    Linear_to_decibel,
-                                Linear_to_decibel, Judge::Linear_to_decibel, Judge::Linear_to_decibel};
-constexpr Direction kTo_linear{"dB to linear",    Detail::Decibel_to_linear,    Decibel_to_linear,
-                               Decibel_to_linear, Judge::Decibel_to_linear, Judge::Decibel_to_linear};
+constexpr Direction kTo_decibel{"linear to dB",    Detail::Linear_to_decibel, Linear_to_decibel,
+                                Linear_to_decibel, Judge::Linear_to_decibel,  Judge::Linear_to_decibel};
+constexpr Direction kTo_linear{"dB to linear",    Detail::Decibel_to_linear, Decibel_to_linear,
+                               Decibel_to_linear, Judge::Decibel_to_linear,  Judge::Decibel_to_linear};
 
 std::vector<Kernel_path> Available_paths() {
   std::vector<Kernel_path> paths;
