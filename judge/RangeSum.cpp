@@ -51,7 +51,12 @@ Outcome RangeSum::Compute() {
   const bool was_dB = trace_->RemoveDecibels();
   trace_->UpdateValues();  // the range is clamped to the trace as it is now
   std::optional<Scalar> sum;
-  if (start_ && stop_) sum.emplace(trace_->SumOf(*start_, *stop_));
+  linear_.reset();
+  if (start_ && stop_) {
+    sum.emplace(trace_->SumOf(*start_, *stop_));
+  } else {
+    linear_.emplace(*trace_);
+  }
   if (was_dB) trace_->AddDecibels();
   if (!sum) return StayUnknown(start_ ? "STOP, which is that of the creation" : "START and STOP");
   if (was_dB) sum->AddDecibels();
@@ -60,21 +65,20 @@ Outcome RangeSum::Compute() {
 
 std::vector<std::unique_ptr<Operation>> RangeSum::Guesses(const Datum& result, std::size_t most) const {
   std::vector<std::unique_ptr<Operation>> guesses;
-  if (!trace_ || (start_ && stop_)) return guesses;
-  const int length = static_cast<int>(trace_->record.samples.length());
+  if (!linear_) return guesses;
+  const int length = static_cast<int>(linear_->record.samples.length());
   if (length == 0 || (!start_ && length > kMostUnknownStarts)) return guesses;
   const int first = start_ ? std::max(*start_, 0) : 0;
   const int last = start_ ? first : length - 1;
 
-  Trace linear(*trace_);
-  const bool was_dB = linear.RemoveDecibels();
-  linear.UpdateValues();
+  const bool was_dB = FromRecord(trace_->record.units).is_dB;
+  linear_->UpdateValues();
   for (int start = first; start <= last && start < length; ++start) {
     // As SumOf, which would begin anew for each STOP.
-    Number<float> sum = linear.list[static_cast<std::size_t>(start)];
+    Number<float> sum = linear_->list[static_cast<std::size_t>(start)];
     for (int stop = start; stop < length; ++stop) {
-      if (stop > start) sum = Sum(sum, linear.list[static_cast<std::size_t>(stop)]);
-      const Number<float> in_unit = stop > start ? Converted(sum, linear.list[0].units) : sum;
+      if (stop > start) sum = Sum(sum, linear_->list[static_cast<std::size_t>(stop)]);
+      const Number<float> in_unit = stop > start ? Converted(sum, linear_->list[0].units) : sum;
       Scalar whole(Number<double>(static_cast<double>(in_unit.value), in_unit.units, 0, 0));
       if (was_dB) whole.AddDecibels();
       if (!SameBits(Datum(whole.ToRecord()), result)) continue;

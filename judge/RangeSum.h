@@ -35,6 +35,7 @@ class RangeSum final : public Operation {
   Outcome Compute();
 
   std::optional<Trace> trace_;
+  std::optional<Trace> linear_;  ///< as it was for the last sum, while START or STOP is unknown
   std::optional<int> start_;
   std::optional<int> stop_;
   std::string guessed_;
