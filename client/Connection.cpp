@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "client/Connection.h"
 
+#include <fmt/format.h>
+#include <omniORB4/Naming.hh>
+
 #include <algorithm>
 #include <future>
 #include <string_view>
@@ -8,10 +11,11 @@
 
 #include "client/Text.h"
 #include "platform/orb/names.h"
-#include "platform/wire/reference_endpoint.h"
 
 namespace Lumenar::Client {
 namespace {
+
+constexpr const char* kEngineAdvice = "is its engine_host running?";
 
 using Corvanta::LocalPath;
 using Corvanta::NameWithoutInstance;
@@ -99,10 +103,30 @@ Connection::Connection(std::chrono::milliseconds timeout)
     : timeout_(Checked(timeout)), orb_([&] {
         const Arguments arguments(timeout);
         return Corvanta::ORB_wrapper_base(arguments.Count(), arguments.List());
-      }()) {}
+      }()) {
+  NoteCallLimit(timeout_);
+}
+
+// What `call` asks the naming service for.
+template <class Call>
+auto Connection::AtNaming(Call&& call) {
+  try {
+    return call();
+  } catch (const CORBA::Exception& exception) {
+    throw ErrorFrom(exception, NamingService(NamingAddress()));
+  }
+}
 
 CORBA::Object_var Connection::Lookup(const std::string& name) {
-  return Remote(Printable(name), [&] { return CORBA::Object_var(orb_.Resolve(LocalPath(name))); });
+  return AtNaming([&] {
+    try {
+      return CORBA::Object_var(orb_.Resolve(LocalPath(name)));
+    } catch (const CosNaming::NamingContext::NotFound&) {
+      throw Error(ErrorKind::NotFound,
+                  fmt::format("{} is not registered with the naming service at {}; is its program running?",
+                              Printable(name), NamingAddress()));
+    }
+  });
 }
 
 Corvanta::DDS_Manager_var Connection::TopicManager() {
@@ -114,13 +138,12 @@ Corvanta::HwEnumerate_Able_var Connection::HwEnumeration() {
 }
 
 std::string Connection::AddressOf(CORBA::Object_ptr object) const {
-  const CORBA::String_var reference = orb_.Orb()->object_to_string(object);
-  return EndpointOf(reference.in());
+  return Client::AddressOf(object);
 }
 
 std::vector<std::string> Connection::NamesBelow(const std::string& context) {
   const auto path = context.empty() ? Corvanta::Components(Corvanta::kLocalContext) : LocalPath(context);
-  return Remote("naming service at " + NamingAddress(), [&] { return orb_.List(path); });
+  return AtNaming([&] { return orb_.List(path); });
 }
 
 Engine Connection::AskRegistration(const std::string& name) noexcept {
@@ -130,7 +153,8 @@ Engine Connection::AskRegistration(const std::string& name) noexcept {
     const CORBA::Object_var object = Lookup(name);
     engine.address = AddressOf(object);
     const auto registration = Narrowed<Corvanta::GUI_Able>(object, name);
-    const CORBA::String_var told = Remote(name, [&] { return registration->EngineName(); });
+    const CORBA::String_var told =
+        Remote(name, object, kEngineAdvice, [&] { return registration->EngineName(); });
     engine.name = told.in();
     engine.registration = registration;
   } catch (const Error& error) {
@@ -164,7 +188,7 @@ void Connection::AddSilentEngines(std::vector<Engine>& engines) {
       if (registered != nullptr) {
         registered->name = name;
       } else {
-        engines.push_back({name, address, Error(ErrorKind::NotFound, name + ": has no registration object"), {}});
+        engines.push_back({name, address, Error(ErrorKind::NotFound, Printable(name) + " has no registration object: it ended, or is no engine"), {}});
       }
     }
   }
@@ -179,7 +203,7 @@ std::vector<Engine> Connection::Engines() {
 
 std::string Connection::VersionOf(const Engine& engine) {
   if (engine.problem) throw *engine.problem;
-  return Remote(Printable(engine.name), [&]() -> std::string {
+  return Remote(Printable(engine.name), engine.registration, kEngineAdvice, [&]() -> std::string {
     try {
       return CORBA::String_var(engine.registration->Version()).in();
     } catch (const CORBA::BAD_OPERATION&) {  // built before registration objects had a version
@@ -192,7 +216,8 @@ std::vector<Reading> Connection::ReadingsOf(const std::vector<Engine>& engines) 
   std::vector<Reading> readings;
   for (const Engine& engine : engines) {
     if (engine.problem) continue;
-    Corvanta::ItemSeq_var items = Remote(Printable(engine.name), [&] { return engine.registration->Items(); });
+    Corvanta::ItemSeq_var items = Remote(Printable(engine.name), engine.registration, kEngineAdvice,
+                                         [&] { return engine.registration->Items(); });
     for (CORBA::ULong i = 0; i < items->length(); ++i) readings.push_back(ReadingFrom(engine.name, items[i]));
   }
   return readings;

@@ -87,6 +87,8 @@ class Connection {
   std::string AddressOf(CORBA::Object_ptr object) const;
 
  private:
+  template <class Call>
+  auto AtNaming(Call&& call);
   std::vector<std::string> NamesBelow(const std::string& context);
   std::vector<Engine> Registrations();
   Engine AskRegistration(const std::string& name) noexcept;
@@ -100,8 +102,9 @@ class Connection {
 /// Errors   Error Refused when it is not one; as the remote call.
 template <class Interface>
 typename Interface::_var_type Narrowed(CORBA::Object_ptr object, const std::string& subject) {
-  typename Interface::_var_type narrowed = Remote(subject, [&] { return Interface::_narrow(object); });
-  if (CORBA::is_nil(narrowed)) throw Error(ErrorKind::Refused, subject + ": is of another kind");
+  typename Interface::_var_type narrowed =
+      Remote(subject, object, "is its process running?", [&] { return Interface::_narrow(object); });
+  if (CORBA::is_nil(narrowed)) throw Error(ErrorKind::Refused, subject + " is of another kind than expected");
   return narrowed;
 }
 

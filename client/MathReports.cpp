@@ -54,6 +54,11 @@ auto AskForReport(const std::string& engine, Ask ask) {
   });
 }
 
+template <class Attribute>
+bool Is(Corvanta::EngineReadingBase_ptr reading) {
+  return !CORBA::is_nil(typename Attribute::_var_type(Attribute::_narrow(reading)));
+}
+
 // By asking the reading; false when it does not answer.
 bool FillKind(Reading& reading) {
   try {
@@ -62,8 +67,8 @@ bool FillKind(Reading& reading) {
       reading.name.item = info->name.in();
       reading.type_name = info->type_name.in();
       reading.settable = reading.type_name == "enum" || reading.type_name == "void" ||
-                         reading.reference->_is_a(Corvanta::EngineAttribLong::_PD_repoId) ||
-                         reading.reference->_is_a(Corvanta::EngineAttribValueDouble::_PD_repoId);
+                         Is<Corvanta::EngineAttribLong>(reading.reference) ||
+                         Is<Corvanta::EngineAttribValueDouble>(reading.reference);
       return true;
     });
   } catch (const Error&) {

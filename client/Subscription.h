@@ -43,11 +43,14 @@ class Subscription {
   void End() noexcept;
   bool Ended() const;
 
+  /// The sources whose subscriptions the topic manager had lost and has been given again since this was asked last;
+  /// what was published meanwhile did not come.
+  std::vector<std::size_t> TakeRenewed();
+
   /// Samples lost because Next was not called often enough.
   unsigned long long Lost() const;
 
-  /// The topic manager's handles of the subscriptions now, in order of Add. One that is another than before says that the
-  /// manager had forgotten the subscription, and that samples may be missing.
+  /// The topic manager's handles of the subscriptions now, in order of Add.
   std::vector<std::int32_t> Handles() const;
 
  private:

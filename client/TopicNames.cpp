@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "client/TopicNames.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "client/Error.h"
@@ -21,13 +23,24 @@ TopicNames::TopicNames(Connection& connection, std::string factory)
     : connection_(connection), factory_(std::move(factory)) {}
 
 void TopicNames::Learn(const std::string& engine, const std::vector<MathReport>& reports) {
+  if (Knows(engine, reports)) return;
   if (!asked_.insert(engine).second) {
     for (auto result = results_.begin(); result != results_.end();)
       result = result->second.engine == engine ? results_.erase(result) : std::next(result);
   }
-  learned_.insert(engine);
+  learned_[engine] = reports.size();
   results_.reserve(results_.size() + reports.size());
   for (const MathReport& report : reports) results_[report.result_topic] = {engine, report.id};
+}
+
+// Objects come and go much more rarely than reports of them.
+bool TopicNames::Knows(const std::string& engine, const std::vector<MathReport>& reports) const {
+  const auto learned = learned_.find(engine);
+  if (learned == learned_.end() || learned->second != reports.size()) return false;
+  return std::all_of(reports.begin(), reports.end(), [&](const MathReport& report) {
+    const auto known = results_.find(report.result_topic);
+    return known != results_.end() && known->second.id == report.id && known->second.engine == engine;
+  });
 }
 
 void TopicNames::LearnFrom(const std::string& engine) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
+#include <map>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -34,11 +36,12 @@ class TopicNames {
 
  private:
   void LearnFrom(const std::string& engine);
+  bool Knows(const std::string& engine, const std::vector<MathReport>& reports) const;
 
   Connection& connection_;
   const std::string factory_;
-  std::set<std::string> asked_;    // math engines
-  std::set<std::string> learned_;  // those of them that answered
+  std::set<std::string> asked_;                 // math engines
+  std::map<std::string, std::size_t> learned_;  // of those that answered, how many objects they had
   std::unordered_map<std::string, MathName> results_;
 };
 

@@ -30,6 +30,10 @@ class EntryReader {
   /// After the end: empty, or where the file breaks off and that it does, in one line.
   virtual const std::string& CutOff() const noexcept = 0;
 
+  /// After the end: whether the samples are others than those that the last line was made for, as of CSV that somebody
+  /// edited; other forms are refused then.
+  virtual bool Changed() const { return false; }
+
   /// Bytes of the file that were read, and all.
   virtual std::size_t BytesRead() const noexcept = 0;
   virtual std::size_t Size() const noexcept = 0;

@@ -233,7 +233,7 @@ bool IsCsvRecording(std::string_view first_line) {
 
 CsvWriter::CsvWriter(const std::string& path, bool replace, const Header& header, std::size_t most_points)
     : file_(path, replace ? OutputFile::Existing::Replaced : OutputFile::Existing::Refused) {
-  file_.Write(std::string(kMark) + LineOf(header));
+  PutLine(LineOf(header));
   file_.Write(ColumnsLine(most_points));
 }
 
@@ -241,21 +241,31 @@ void CsvWriter::Write(const Entry& entry) {
   std::visit([this](const auto& held) { Put(held); }, entry);
 }
 
-void CsvWriter::Put(const ReadingInfo& reading) {
-  names_.push_back(Cell(reading.name));
-  file_.Write(std::string(kMark) + LineOf(reading));
+void CsvWriter::PutLine(const std::string& line) {
+  digest_.Add(line);
+  ++lines_;
+  file_.Write(std::string(kMark) + line);
 }
 
+void CsvWriter::Put(const ReadingInfo& reading) {
+  names_.push_back(Cell(reading.name));
+  PutLine(LineOf(reading));
+}
+
+// The digest is that of the recording, of which each row stands for a line.
 void CsvWriter::Put(const Sample& sample) {
   const std::string present = sample.present ? "1" : "";
+  digest_.Add(LineOf(sample));
+  ++lines_;
+  ++samples_;
   file_.Write(fmt::format("{},{},{}\n", TimeText(sample.time_ns), names_.at(sample.reading),
                           std::visit([&](const auto& held) { return CellsOf(held, present); }, sample.record)));
 }
 
-void CsvWriter::Put(const Event& event) { file_.Write(std::string(kMark) + LineOf(event)); }
+void CsvWriter::Put(const Event& event) { PutLine(LineOf(event)); }
 
-void CsvWriter::Finish(const End& end) {
-  file_.Write(std::string(kMark) + LineOf(end));
+void CsvWriter::Finish(std::int64_t now_ns, std::uint64_t lost, const std::string& next) {
+  file_.Write(std::string(kMark) + LineOf(End{now_ns, lines_, samples_, lost, next, digest_.Text()}));
   file_.Close();
 }
 

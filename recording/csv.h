@@ -31,14 +31,21 @@ class CsvWriter {
   CsvWriter(const std::string& path, bool replace, const Header& header, std::size_t most_points);
 
   void Write(const Entry& entry);
-  void Finish(const End& end);
+
+  /// Writes the last line, as RecordingWriter::Finish.
+  void Finish(std::int64_t now_ns, std::uint64_t lost, const std::string& next = {});
 
  private:
   void Put(const ReadingInfo& reading);
   void Put(const Sample& sample);
   void Put(const Event& event);
 
+  void PutLine(const std::string& line);
+
   OutputFile file_;
+  Digest digest_;
+  std::uint64_t lines_ = 0;  // of the recording, before the last
+  std::uint64_t samples_ = 0;
   std::vector<std::string> names_;  // of the readings, ready for a cell
 };
 
@@ -61,7 +68,7 @@ class CsvReader final : public EntryReader {
   const std::string& CutOff() const noexcept override { return cut_off_; }
 
   /// After the end: whether the samples are others than those that the last line was made for.
-  bool Changed() const { return end_ && end_->sha256 != digest_.Text(); }
+  bool Changed() const override { return end_ && end_->sha256 != digest_.Text(); }
 
   std::size_t BytesRead() const noexcept override { return file_.BytesRead(); }
   std::size_t Size() const noexcept override { return file_.Size(); }

@@ -75,7 +75,7 @@ std::int64_t TimeFromText(std::string_view text) {
   const std::int64_t hour = DigitsAt(text, 11, 2);
   const std::int64_t minute = DigitsAt(text, 14, 2);
   const std::int64_t second = DigitsAt(text, 17, 2);
-  const bool in_range = date.year() >= year(1700) && date.year() <= year(2261);  // what 64 bits of nanoseconds hold
+  const bool in_range = date.year() >= year(1970) && date.year() <= year(2261);  // differences, too, fit into 64 bits
   if (!date.ok() || !in_range || hour > 23 || minute > 59 || second > 59)
     throw std::invalid_argument("is not a time that there was");
   const std::int64_t seconds_of_day = hour * 3600 + minute * 60 + second;

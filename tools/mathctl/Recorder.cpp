@@ -42,7 +42,6 @@ Recorder::Recorder(const Session& session, const std::vector<PlannedReading>& pl
       options_(options),
       subscription_(session.connection),
       silent_(planned.size(), false),
-      writer_(options.file, options.writer, NowNs()),
       progress_(session.options.quiet),
       begin_(steady_clock::now()),
       looked_(begin_),
@@ -61,7 +60,7 @@ void Recorder::Run() {
   NoteLost();
   if (!subscription_.Ended()) lost_ += DroppedByManager();
   progress_.Clear();
-  writer_.Finish(NowNs(), lost_);
+  writer_->Finish(NowNs(), lost_);
 }
 
 void Recorder::Subscribe() {
@@ -73,22 +72,22 @@ void Recorder::Subscribe() {
     subscription_.Add(*planned_[i].size);
     sources_.push_back({i, true});
   }
-  handles_ = subscription_.Handles();
 }
 
-// SIZE is asked for when its changes come already, so that none is missed.
+// The file is begun when everything stands, so that nothing is left of a recording that cannot begin. SIZE is asked for when its changes come already, so that none is missed.
 void Recorder::AddReadings() {
+  writer_.emplace(options_.file, options_.writer, NowNs());
   for (const PlannedReading& planned : planned_) {
     Recording::ReadingInfo info = planned.info;
     if (planned.size) info.object->size = session_.ObjectsOf(*planned.math).Size(planned.math->id);
-    writer_.Add(std::move(info));
+    writer_->Add(std::move(info));
   }
 }
 
 void Recorder::WritePresentValues() {
   for (std::uint32_t i = 0; i < planned_.size(); ++i) {
     Signals::ThrowIfPending();
-    writer_.Write(Recording::Sample{i, NowNs(), Client::GetValue(planned_[i].reading), true});
+    writer_->Write(Recording::Sample{i, NowNs(), Client::GetValue(planned_[i].reading), true});
   }
 }
 
@@ -104,7 +103,7 @@ void Recorder::Reset(std::uint32_t reading) {
   const std::int64_t begin_ns = NowNs();
   const Client::MathName& math = *planned_[reading].math;
   session_.ObjectsOf(math).Reset(math.id);
-  writer_.Write(Event{EventKind::Reset, begin_ns, reading, NowNs() - begin_ns, ""});
+  writer_->Write(Event{EventKind::Reset, begin_ns, reading, NowNs() - begin_ns, ""});
 }
 
 bool Recorder::Finished() const {
@@ -126,13 +125,13 @@ void Recorder::Write(const Client::Delivery& delivery) {
   NoteLost();
   if (source.is_size) {
     const auto* size = std::get_if<CORBA::Long>(&delivery.record);
-    if (size != nullptr) writer_.Write(Event{EventKind::Size, ToNs(delivery.time), source.reading, *size, ""});
+    if (size != nullptr) writer_->Write(Event{EventKind::Size, ToNs(delivery.time), source.reading, *size, ""});
     return;
   }
   if (std::holds_alternative<std::monostate>(delivery.record)) {
     return NoteGap(source.reading, "a sample of a kind that is not known");
   }
-  writer_.Write(Recording::Sample{source.reading, ToNs(delivery.time), delivery.record});
+  writer_->Write(Recording::Sample{source.reading, ToNs(delivery.time), delivery.record});
   ++written_;
 }
 
@@ -142,7 +141,7 @@ void Recorder::LookAround() {
   const auto now = steady_clock::now();
   if (now - looked_ < kLookEach || subscription_.Ended()) return;
   looked_ = now;
-  writer_.Flush();
+  writer_->Flush();
   NoteRenewed();
   if (now - sample_came_ >= session_.connection.Timeout()) NoteSilent();
 }
@@ -150,17 +149,14 @@ void Recorder::LookAround() {
 void Recorder::NoteLost() {
   const unsigned long long lost = subscription_.Lost();
   if (lost == lost_here_) return;
-  writer_.Write(Event{EventKind::Lost, NowNs(), std::nullopt, static_cast<std::int64_t>(lost - lost_here_), ""});
+  writer_->Write(Event{EventKind::Lost, NowNs(), std::nullopt, static_cast<std::int64_t>(lost - lost_here_), ""});
   lost_ += lost - lost_here_;
   lost_here_ = lost;
 }
 
 void Recorder::NoteRenewed() {
-  const std::vector<std::int32_t> now = subscription_.Handles();
-  for (std::size_t i = 0; i < now.size(); ++i) {
-    if (now[i] != handles_[i]) NoteGap(sources_[i].reading, "the topic manager had forgotten the subscription");
-  }
-  handles_ = now;
+  for (const std::size_t source : subscription_.TakeRenewed())
+    NoteGap(sources_[source].reading, "the topic manager had forgotten the subscription");
 }
 
 // Asked when nothing comes: an engine that is started again goes on where it was, so the recording does too.
@@ -180,7 +176,7 @@ void Recorder::NoteSilent() {
 }
 
 void Recorder::NoteGap(std::optional<std::uint32_t> reading, const std::string& why) {
-  writer_.Write(Event{EventKind::Gap, NowNs(), reading, 0, Client::Printable(why)});
+  writer_->Write(Event{EventKind::Gap, NowNs(), reading, 0, Client::Printable(why)});
   progress_.Clear();
   WriteError(fmt::format("mathctl: {}: samples may be missing from here on: {}",
                          reading ? planned_[*reading].info.name : "all readings", why));
@@ -191,7 +187,8 @@ std::uint64_t Recorder::DroppedByManager() {
     const Corvanta::DDS_Manager_var manager = session_.connection.TopicManager();
     const Corvanta::SubscriptionStatusSeq_var all =
         Client::Remote("topic manager", [&] { return manager->Subscriptions(); });
-    const std::set<std::int32_t> own(handles_.begin(), handles_.end());
+    const std::vector<std::int32_t> handles = subscription_.Handles();
+    const std::set<std::int32_t> own(handles.begin(), handles.end());
     std::uint64_t dropped = 0;
     for (CORBA::ULong i = 0; i < all->length(); ++i) {
       if (own.contains(all.in()[i].handle)) dropped += all.in()[i].dropped;
@@ -210,7 +207,7 @@ void Recorder::ShowProgress() {
                             : options_.samples > 0 ? fmt::format(", {} samples to come", options_.samples - written_)
                                                    : std::string();
   progress_.Show(fmt::format("{:.0f} s{}: {} samples, {:.1f} MB{}", seconds, limit, written_,
-                             static_cast<double>(writer_.Bytes()) / 1e6,
+                             static_cast<double>(writer_->Bytes()) / 1e6,
                              lost_ > 0 ? fmt::format(", {} LOST", lost_) : std::string()));
 }
 

@@ -32,7 +32,7 @@ class Recorder {
 
   void Run();
 
-  const Recording::RecordingWriter& Writer() const { return writer_; }
+  const Recording::RecordingWriter& Writer() const { return *writer_; }
   std::uint64_t Lost() const { return lost_; }
   std::chrono::duration<double> Elapsed() const { return std::chrono::steady_clock::now() - begin_; }
 
@@ -65,9 +65,8 @@ class Recorder {
   const RecorderOptions& options_;
   Client::Subscription subscription_;
   std::vector<Source> sources_;
-  std::vector<std::int32_t> handles_;  // as they were when last looked at
-  std::vector<bool> silent_;           // readings whose engine did not answer when last asked
-  Recording::RecordingWriter writer_;
+  std::vector<bool> silent_;                          // readings whose engine did not answer when last asked
+  std::optional<Recording::RecordingWriter> writer_;  // from AddReadings on
   Progress progress_;
   std::chrono::steady_clock::time_point begin_;
   std::chrono::steady_clock::time_point looked_;

@@ -25,7 +25,7 @@ enum class Format { Table, Json, Csv };
 struct Options {
   double timeout_s = 5;
   Format format = Format::Table;
-  std::optional<int> precision;  ///< significant digits of numbers for people; without it as many as a number needs
+  std::optional<int> precision;  ///< significant digits of numbers for people, from 1 to 17; without it six
   bool quiet = false;            ///< nothing but results and errors
   bool verbose = false;          ///< on standard error, what is done and with whom
   std::string factory = Corvanta::kFirstMathFactory;
@@ -90,8 +90,18 @@ void DefineSet(CLI::App& app, Command& command);
 void DefineReset(CLI::App& app, Command& command);
 void DefineDelete(CLI::App& app, Command& command);
 void DefineSubscriptions(CLI::App& app, Command& command);
-void DefineVerify(CLI::App& app, Command& command);
 void DefineDoctor(CLI::App& app, Command& command);
+void DefineRecord(CLI::App& app, Command& command);
+void DefineReplay(CLI::App& app, Command& command);
+void DefineConvert(CLI::App& app, Command& command);
+void DefineReference(CLI::App& app, Command& command);
+void DefineSave(CLI::App& app, Command& command);
+void DefineApply(CLI::App& app, Command& command);
+void DefineVerify(CLI::App& app, Command& command);
+void DefineCompletion(CLI::App& app, Command& command);
+
+/// The application with all its options and verbs, as Parse makes it.
+void DefineApplication(CLI::App& app, Command& command);
 
 /// Parses a command line into `command`. Returns true when there is something to run; else `exit_code` is set and the
 /// help or the complaint has been written.
@@ -99,6 +109,15 @@ bool Parse(int argc, const char* const* argv, Command& command, int& exit_code);
 
 /// Runs a parsed command against the platform; writes what goes wrong to standard error. Returns the exit code.
 int Run(const Command& command);
+
+/// Ends the program as the shell's tools end when the reader of their output has closed its pipe, if it has: by SIGPIPE,
+/// or with `exit_code` kRefused where who started the program had SIGPIPE ignored. Else the exit code as it is.
+int EndWithReader(int exit_code, bool sigpipe_was_ignored);
+
+/// Of an option that is a number of things: empty when the text is a whole number from 1 on, else what is wrong.
+std::string CheckCount(const std::string& text);
+/// The same from 0 on.
+std::string CheckCountOrZero(const std::string& text);
 
 /// Of an option that is a time: empty when the text is one that can be waited, else what is wrong.
 std::string CheckSeconds(const std::string& text);

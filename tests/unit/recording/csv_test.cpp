@@ -17,7 +17,7 @@ void ToCsv(const std::string& from, const std::string& to) {
   RecordingReader reader(from);
   CsvWriter writer(to, true, reader.GetHeader(), 3);
   while (const auto entry = reader.Next()) writer.Write(*entry);
-  writer.Finish(*reader.GetEnd());
+  writer.Finish(reader.GetEnd()->time_ns, reader.GetEnd()->lost, reader.GetEnd()->next);
 }
 
 void FromCsv(CsvReader& reader, const std::string& to) {

@@ -17,7 +17,7 @@ using nlohmann::json;
 
 TEST(TimeText, IsReadBackToTheNanosecond) {
   EXPECT_EQ(TimeText(1'714'979'289'123'456'789), "2024-05-06T07:08:09.123456789Z");
-  for (const std::int64_t time_ns : {std::int64_t{0}, std::int64_t{-1}, std::int64_t{1'714'979'289'123'456'789},
+  for (const std::int64_t time_ns : {std::int64_t{0}, std::int64_t{1}, std::int64_t{1'714'979'289'123'456'789},
                                      std::int64_t{951'782'399'999'999'999}, std::int64_t{9'000'000'000'000'000'000}})
     EXPECT_EQ(TimeFromText(TimeText(time_ns)), time_ns);
 }
@@ -25,7 +25,7 @@ TEST(TimeText, IsReadBackToTheNanosecond) {
 TEST(TimeText, RefusesWhatIsNoTime) {
   for (const char* text :
        {"", "2024-05-06", "2024-05-06T07:08:09Z", "2024-02-30T07:08:09.123456789Z", "2024-05-06T24:08:09.123456789Z",
-        "2024-05-06T07:08:60.123456789Z", "9999-05-06T07:08:09.123456789Z", "2024-05-06T07:08:-9.123456789Z",
+        "2024-05-06T07:08:60.123456789Z", "1969-12-31T23:59:59.999999999Z", "9999-05-06T07:08:09.123456789Z", "2024-05-06T07:08:-9.123456789Z",
         "2024-05-06T07:08:09.123456789Zx", "2024-00-06T07:08:09.123456789Z"})
     EXPECT_THROW(TimeFromText(text), std::invalid_argument) << text;
 }
