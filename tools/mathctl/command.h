@@ -99,6 +99,7 @@ void DefineConvert(CLI::App& app, Command& command);
 void DefineReference(CLI::App& app, Command& command);
 void DefineSave(CLI::App& app, Command& command);
 void DefineApply(CLI::App& app, Command& command);
+void DefineVerify(CLI::App& app, Command& command);
 void DefineCompletion(CLI::App& app, Command& command);
 
 /// The application with all its options and verbs, as Parse makes it.

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-namespace Lumenar::Value::Reference {
+namespace Lumenar::Judge {
 
 /// How the answers came about. `closest` is the smallest distance of an irrational result from a rounding boundary that
 /// MPFR was asked about: the binary logarithm of the distance relative to the result.
@@ -28,4 +28,4 @@ float Decibel_to_linear(float x, double k, Tally& tally);
 void Linear_to_decibel(std::span<const float> in, std::span<float> out, double k, Tally& tally);
 void Decibel_to_linear(std::span<const float> in, std::span<float> out, double k, Tally& tally);
 
-}  // namespace Lumenar::Value::Reference
+}  // namespace Lumenar::Judge

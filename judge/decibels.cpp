@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/support/decibel_reference.h"
+#include "judge/decibels.h"
 
 #include <mpfr.h>
 
@@ -8,7 +8,7 @@
 #include <cmath>
 #include <limits>
 
-namespace Lumenar::Value::Reference {
+namespace Lumenar::Judge {
 
 namespace {
 
@@ -174,4 +174,4 @@ void Decibel_to_linear(std::span<const float> in, std::span<float> out, double k
   Run_finder<decltype(judge)>{in, out, judge}.Find_all();
 }
 
-}  // namespace Lumenar::Value::Reference
+}  // namespace Lumenar::Judge
