@@ -9,6 +9,8 @@
 #include <thread>
 
 #include "platform/wire/sample_calls.h"
+#include "tests/support/GiopStream.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/support/TopicRig.h"
 
 namespace Lumenar::Test {
@@ -42,6 +44,25 @@ TEST_F(TopicManager, ASubscriberThatRaisesHasGotItsSample) {
   for (int i = 0; i < 3; ++i) Publish("T", i);
   EXPECT_TRUE(WaitUntil([&] { return StatusOf(handle).delivered == 3; }));
   EXPECT_THAT(subscriber->Values(), testing::ElementsAre(0, 1, 2));
+}
+
+/// It may have taken the sample: the next one goes out, not the same again.
+TEST_F(TopicManager, ASubscriberWhoseConnectionBreaksBehindASampleDoesNotGetItAgain) {
+  using Corvanta::Test::GiopStream;
+  using Corvanta::Test::ScriptedServer;
+  ScriptedServer subscriber([](const Corvanta::MessageHeader&, std::uint32_t id, unsigned number) {
+    const std::string answer =
+        GiopStream().Reply(id, number == 0 ? std::string(1, '\0') : "");  // to a look: it is there
+    return ScriptedServer::Answer{number == 1 ? "" : answer, number == 1};
+  });
+  const CORBA::Object_var object = Orb().Orb()->string_to_object(subscriber.Reference().c_str());
+  const Corvanta::DDS_Sub_var reference = Corvanta::DDS_Sub::_unchecked_narrow(object);
+  const CORBA::Long handle = Corvanta::DDS_Manager_var(Manager())->Subscribe("T", reference);
+  Publish("T", 1);
+  EXPECT_TRUE(WaitUntil([&] { return StatusOf(handle).dropped == 1; }));
+  Publish("T", 2);
+  EXPECT_TRUE(WaitUntil([&] { return StatusOf(handle).delivered == 1; }));
+  EXPECT_EQ(subscriber.Messages(), 3u) << "a look and two samples";
 }
 
 struct Raised {
