@@ -108,6 +108,7 @@ TEST(Parse, RefusesWithTwoAndSaysWhy) {
       {"list", "--naming", ""},
       {"watch", "1", "--for", "1e300"},
       {"list", "--timeout", "0"},
+      {"list", "--timeout", "0.0009"},
       {"list", "--timeout", "soon"},
       {"list", "--timeout", "nan"},
       {"engines", "extra"},
