@@ -15,8 +15,6 @@
 namespace Lumenar::Client {
 namespace {
 
-constexpr const char* kEngineAdvice = "is its engine_host running?";
-
 using Corvanta::LocalPath;
 using Corvanta::NameWithoutInstance;
 
