@@ -108,7 +108,7 @@ std::vector<Reading> MathObjects::Inputs(std::int32_t id) {
   const MathObject object = Get(id);
   const MathReport report = Report(id);
   const auto references = AskForReport(
-      engine_, [&] { return Corvanta::MathFactory::ReadingAttribSeq_var(object.reference->AttrInputs()); });
+      engine_, factory_, [&] { return Corvanta::MathFactory::ReadingAttribSeq_var(object.reference->AttrInputs()); });
   std::vector<Reading> inputs;
   for (CORBA::ULong i = 0; i < references->length() && i < report.inputs.size(); ++i) {
     const std::string& topic = report.inputs[i].topic;
