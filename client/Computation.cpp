@@ -98,7 +98,7 @@ void Meet(const Operand& second, const Units& first_units, const Units& second_u
 std::string ObstacleOf(const std::vector<Operand>& inputs, const Units& first, const Units& second,
                        Combination combination, const Value::Value_exception& refusal) {
   std::string text = fmt::format("{} cannot be brought together with {}: {}", NamedWithUnits(inputs[1]),
-                                 NamedWithUnits(inputs[0]), RefusalInWords(refusal.what()));
+                                 NamedWithUnits(inputs[0]), ReasonInWords(refusal.what()));
   if (CanMeet(second, first, combination))
     text += fmt::format("; the other way round it would do: {} first, then {}", inputs[1].name, inputs[0].name);
   return text;
@@ -220,7 +220,7 @@ std::string ConversionInWords(const Units& from, const Units& to) {
   }
 }
 
-std::string RefusalInWords(const std::string& reason) {
+std::string ReasonInWords(const std::string& reason) {
   constexpr std::pair<const char*, const char*> kReasons[] = {
       {"UnitDimensionNotProper", "their units are of different dimensions"},
       {"UnitDimensionNotSame", "their units are of different dimensions"},

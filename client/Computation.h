@@ -36,6 +36,6 @@ Computation ComputationOf(const std::string& type, const std::vector<Operand>& i
 std::string ConversionInWords(const Value::Units& from, const Value::Units& to);
 
 /// Why samples were refused, in words for people, by the reason that an object tells.
-std::string RefusalInWords(const std::string& reason);
+std::string ReasonInWords(const std::string& reason);
 
 }  // namespace Lumenar::Client

@@ -58,7 +58,7 @@ void Compute(Explanation& explanation, const NameOfTopic& name) {
     for (const std::size_t input : node.inputs) inputs.push_back(OperandOf(explanation.nodes[input]));
     node.computation = ComputationOf(node.object->type, inputs, node.object->size);
     node.state = StateInWords(*node.object, name);
-    if (node.object->refused > 0) node.last_refusal = RefusalInWords(node.object->last_reason);
+    if (node.object->refused > 0) node.last_refusal = ReasonInWords(node.object->last_reason);
   }
 }
 

@@ -54,7 +54,7 @@ Finding ExamineObject(const ObjectGraph& graph, const GraphNode& node, const Nam
   finding.part = node.name;
   finding.text = fmt::format("{}: {}", Printable(report.type), StateInWords(report, name));
   if (report.refused > 0)
-    finding.text += fmt::format("; the last sample that it refused: {}", RefusalInWords(report.last_reason));
+    finding.text += fmt::format("; the last sample that it refused: {}", ReasonInWords(report.last_reason));
   const bool fails = state == MathState::InputAway || state == MathState::Refusing;
   if (state == MathState::Live && report.refused == 0) return finding;
   finding.verdict = fails ? Verdict::Fails : Verdict::Look;
