@@ -14,9 +14,6 @@
 namespace Lumenar::Judge {
 namespace {
 
-const Units kdBm = UnitOf(1, 1, -3, true);
-const Units kWatts = UnitOf(1);
-
 std::string BytesOf(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};
