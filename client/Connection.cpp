@@ -137,9 +137,7 @@ Corvanta::HwEnumerate_Able_var Connection::HwEnumeration() {
   return Narrowed<Corvanta::HwEnumerate_Able>(Lookup(Corvanta::kHardwareEnumeration), "hardware enumeration");
 }
 
-std::string Connection::AddressOf(CORBA::Object_ptr object) const {
-  return Client::AddressOf(object);
-}
+std::string Connection::AddressOf(CORBA::Object_ptr object) const { return Client::AddressOf(object); }
 
 std::vector<std::string> Connection::NamesBelow(const std::string& context) {
   const auto path = context.empty() ? Corvanta::Components(Corvanta::kLocalContext) : LocalPath(context);
@@ -153,8 +151,7 @@ Engine Connection::AskRegistration(const std::string& name) noexcept {
     const CORBA::Object_var object = Lookup(name);
     engine.address = AddressOf(object);
     const auto registration = Narrowed<Corvanta::GUI_Able>(object, name);
-    const CORBA::String_var told =
-        Remote(name, object, kEngineAdvice, [&] { return registration->EngineName(); });
+    const CORBA::String_var told = Remote(name, object, kEngineAdvice, [&] { return registration->EngineName(); });
     engine.name = told.in();
     engine.registration = registration;
   } catch (const Error& error) {
@@ -188,7 +185,11 @@ void Connection::AddSilentEngines(std::vector<Engine>& engines) {
       if (registered != nullptr) {
         registered->name = name;
       } else {
-        engines.push_back({name, address, Error(ErrorKind::NotFound, Printable(name) + " has no registration object: it ended, or is no engine"), {}});
+        engines.push_back(
+            {name,
+             address,
+             Error(ErrorKind::NotFound, Printable(name) + " has no registration object: it ended, or is no engine"),
+             {}});
       }
     }
   }

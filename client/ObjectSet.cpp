@@ -9,7 +9,6 @@
 
 #include "client/Error.h"
 #include "client/MathName.h"
-#include "client/Text.h"
 #include "client/TopicNames.h"
 #include "platform/base/Version.h"
 

@@ -57,8 +57,8 @@ class ObjectSet {
 /// What an engine has now.
 struct PresentSet {
   ObjectSet set;
-  /// Objects that cannot be made again, and those over them: an input is the result of an object that is gone. Each in a
-  /// sentence.
+  /// Objects that cannot be made again, and those over them: an input is the result of an object that is gone. Each in
+  /// a sentence.
   std::vector<std::string> left_out;
 };
 
@@ -80,8 +80,8 @@ struct AppliedObject {
   std::string why;
 };
 
-/// Makes an engine have the objects of a set: creates what is missing, in order of dependency, and sets SIZE where it is
-/// another. What there is besides stays. With `dry_run` nothing is changed, and the answer says what would be done.
+/// Makes an engine have the objects of a set: creates what is missing, in order of dependency, and sets SIZE where it
+/// is another. What there is besides stays. With `dry_run` nothing is changed, and the answer says what would be done.
 /// One object of the engine stands for one of the set at most.
 /// Errors   Error Unreachable when the engine or the naming service does not answer; what a single object meets is told
 ///          in the answer.

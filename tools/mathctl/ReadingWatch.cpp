@@ -33,7 +33,7 @@ bool ReaderIsGone() {
   return ::poll(&output, 1, 0) > 0 && (output.revents & POLLERR) != 0;
 }
 
-std::vector<std::string> Columns(bool with_samples) {
+std::vector<std::string> WatchColumns(bool with_samples) {
   std::vector<std::string> columns{"time", "reading", "object", "type", "count", "present"};
   for (std::string& column : ValueColumns(with_samples)) columns.push_back(std::move(column));
   return columns;
@@ -43,7 +43,7 @@ std::vector<std::string> Columns(bool with_samples) {
 
 ReadingWatch::ReadingWatch(const Session& session, const WatchArguments& arguments)
     : session_(session), arguments_(arguments), subscription_(session.connection), rows_(session.options, {}) {
-  rows_.UseColumns(Columns(arguments.elements.has_value()));
+  rows_.UseColumns(WatchColumns(arguments.elements.has_value()));
 }
 
 void ReadingWatch::Run() {
@@ -185,9 +185,10 @@ void ReadingWatch::RequireNotIdle() {
 
 void ReadingWatch::TellRenewed() {
   for (const std::size_t source : subscription_.TakeRenewed()) {
-    Tell(fmt::format("the topic manager had lost the subscription to {}; it has been made again, what was published "
-                     "meanwhile did not come",
-                     watched_.at(source).known.name));
+    Tell(
+        fmt::format("the topic manager had lost the subscription to {}; it has been made again, what was published "
+                    "meanwhile did not come",
+                    watched_.at(source).known.name));
   }
 }
 

@@ -48,8 +48,8 @@ class ReadingWatch {
   void Subscribe();
   void WritePresent();
   void WriteDelivery(const Client::Delivery& delivery);
-  void Write(const Watched& watched, const Corvanta::SampleRecord& record,
-             std::chrono::system_clock::time_point time, bool present);
+  void Write(const Watched& watched, const Corvanta::SampleRecord& record, std::chrono::system_clock::time_point time,
+             bool present);
   bool Finished() const;
   std::chrono::milliseconds Patience() const;
   void Look();

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "client/MathName.h"
-#include "client/MathObjects.h"
 #include "client/TopicNames.h"
 #include "recording/Recording.h"
 #include "tools/mathctl/command.h"

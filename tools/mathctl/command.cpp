@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <exception>
 #include <map>
+#include <string_view>
 
 #include "client/Error.h"
 #include "client/Text.h"
@@ -20,6 +21,7 @@
 #include "platform/orb/CorbaText.h"
 #include "platform/signals/Signals.h"
 #include "platform/transport/addresses.h"
+#include "tools/mathctl/completion_words.h"
 #include "tools/mathctl/sample_text.h"
 #include "tools/mathctl/wrong_word.h"
 
@@ -27,6 +29,8 @@ namespace Lumenar::Mathctl {
 namespace {
 
 constexpr std::chrono::seconds kEndLimit{2};  // nobody waits for it longer who pressed Ctrl-C
+
+constexpr std::string_view kCompleteWord = "__complete";
 
 constexpr const char* kDescription =
     "Creates, watches and removes the math objects of a measuring instrument, and shows its readings.";
@@ -147,6 +151,11 @@ void DefineApplication(CLI::App& app, Command& command) {
 bool Parse(int argc, const char* const* argv, Command& command, int& exit_code) {
   CLI::App app(kDescription, "mathctl");
   DefineApplication(app, command);
+  if (argc == 3 && std::string_view(argv[1]) == kCompleteWord) {  // asked by a shell, see `mathctl completion`
+    WriteCompletions(app, WordsOfLine(argv[2]));
+    exit_code = kDone;
+    return false;
+  }
   const std::string wrong = WrongWord(app, std::vector<std::string>(argv + std::min(argc, 1), argv + argc));
   if (!wrong.empty()) {
     WriteError("mathctl: " + wrong);

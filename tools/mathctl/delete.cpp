@@ -16,14 +16,15 @@ struct DeleteArguments {
 };
 
 constexpr const char* kDeleteFooter =
-    "Objects over a deleted one keep their last result. A pattern deletes with --yes only; without it, it says what it\n"
+    "Objects over a deleted one keep their last result. A pattern deletes with --yes only; without it, it says what "
+    "it\n"
     "would delete.\n"
     "\n"
     "Examples:\n"
     "  mathctl delete math:3 math:4\n"
     "  mathctl delete 'math:*' --yes";
 
-std::string Names(const Session& session, const std::vector<Client::MathName>& objects) {
+std::string SomeNames(const Session& session, const std::vector<Client::MathName>& objects) {
   constexpr std::size_t kShown = 10;
   std::string names;
   for (std::size_t i = 0; i < objects.size() && i < kShown; ++i) {
@@ -35,9 +36,8 @@ std::string Names(const Session& session, const std::vector<Client::MathName>& o
 void Delete(const Session& session, const DeleteArguments& arguments) {
   const auto objects = FindObjects(session, arguments.objects);
   if (HasWildcard(arguments.objects) && !arguments.yes) {
-    throw Client::Error(Client::ErrorKind::BadArgument,
-                        fmt::format("this would delete {} objects ({}); --yes does it", objects.size(),
-                                    Names(session, objects)));
+    throw Client::Error(Client::ErrorKind::BadArgument, fmt::format("this would delete {} objects ({}); --yes does it",
+                                                                    objects.size(), SomeNames(session, objects)));
   }
   ForEachObject(objects, [&](const Client::MathName& object) { session.ObjectsOf(object).Delete(object.id); });
 }

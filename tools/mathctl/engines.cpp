@@ -41,7 +41,8 @@ void ShowEngines(const Session& session) {
 }  // namespace
 
 void DefineEngines(CLI::App& app, Command& command) {
-  auto* verb = app.add_subcommand("engines", "The engines that are registered, whether they answer, and their versions");
+  auto* verb =
+      app.add_subcommand("engines", "The engines that are registered, whether they answer, and their versions");
   verb->footer(kEnginesFooter);
   verb->callback([&command] { command.run = ShowEngines; });
 }

@@ -5,8 +5,6 @@
 #include <chrono>
 #include <memory>
 
-#include "client/Error.h"
-#include "platform/base/Diagnostic.h"
 #include "tools/mathctl/PlayedEngines.h"
 #include "tools/mathctl/Progress.h"
 #include "tools/mathctl/RowWriter.h"

@@ -33,7 +33,7 @@ TraceSummary SummaryOf(const BT_DATA& trace) { return Summarise(trace.samples.ge
 std::atomic<int> digits_of_numbers{6};
 
 /// A number for people.
-std::string Number(double number, bool with_sign = false) {
+std::string NumberForPeople(double number, bool with_sign = false) {
   return with_sign ? fmt::format("{:+.{}g}", number, digits_of_numbers.load())
                    : fmt::format("{:.{}g}", number, digits_of_numbers.load());
 }
@@ -77,8 +77,8 @@ template <>
 struct KindText<Scalar> {
   static std::string Words(const Scalar& value) {
     const std::string units = UnitsForPeople(value.units);
-    return fmt::format("{} {}  {} {} {}", Number(value.val), units, Number(value.minus_err, true),
-                       Number(value.plus_err, true), units);
+    return fmt::format("{} {}  {} {} {}", NumberForPeople(value.val), units, NumberForPeople(value.minus_err, true),
+                       NumberForPeople(value.plus_err, true), units);
   }
 
   static ordered_json Json(const Scalar& value, bool) {
@@ -95,24 +95,20 @@ struct KindText<BT_DATA> {
   static std::string Words(const BT_DATA& trace) {
     const TraceSummary summary = SummaryOf(trace);
     const std::string units = UnitsForPeople(trace.units);
-    std::string text = fmt::format("{} points  min {} {}  max {} {}  mean {} {}", summary.points, Number(summary.min),
-                                   units, Number(summary.max), units, Number(summary.mean), units);
+    std::string text =
+        fmt::format("{} points  min {} {}  max {} {}  mean {} {}", summary.points, NumberForPeople(summary.min), units,
+                    NumberForPeople(summary.max), units, NumberForPeople(summary.mean), units);
     if (summary.not_numbers > 0) text += fmt::format("  {} not a number", summary.not_numbers);
     return text;
   }
 
   static ordered_json Json(const BT_DATA& trace, bool with_samples) {
     const TraceSummary summary = SummaryOf(trace);
-    ordered_json json{{"kind", RecordKind<BT_DATA>::kTypeName},
-                      {"units", UnitsText(trace.units)},
-                      {"sequence_number", trace.sequence_number},
-                      {"captured", CaptureTime(trace)},
-                      {"x_step", JsonNumber(trace.x_step)},
-                      {"points", summary.points},
-                      {"not_numbers", summary.not_numbers},
-                      {"min", JsonNumber(summary.min)},
-                      {"max", JsonNumber(summary.max)},
-                      {"mean", JsonNumber(summary.mean)}};
+    ordered_json json{{"kind", RecordKind<BT_DATA>::kTypeName},   {"units", UnitsText(trace.units)},
+                      {"sequence_number", trace.sequence_number}, {"captured", CaptureTime(trace)},
+                      {"x_step", JsonNumber(trace.x_step)},       {"points", summary.points},
+                      {"not_numbers", summary.not_numbers},       {"min", JsonNumber(summary.min)},
+                      {"max", JsonNumber(summary.max)},           {"mean", JsonNumber(summary.mean)}};
     if (with_samples) json["samples"] = FirstSamples(trace, 0);
     return json;
   }
@@ -156,7 +152,7 @@ std::string TextOf(const Corvanta::SampleRecord& record, const std::optional<uns
   const auto* trace = std::get_if<BT_DATA>(&record);
   if (trace == nullptr || !elements) return text;
   text += "  samples";
-  for (CORBA::ULong i = 0; i < CountOf(*trace, *elements); ++i) text += ' ' + Number(trace->samples[i]);
+  for (CORBA::ULong i = 0; i < CountOf(*trace, *elements); ++i) text += ' ' + NumberForPeople(trace->samples[i]);
   return text;
 }
 
@@ -170,8 +166,9 @@ ordered_json JsonOf(const Corvanta::SampleRecord& record, const std::optional<un
 }
 
 std::vector<std::string> ValueColumns(bool with_samples) {
-  std::vector<std::string> columns{"kind",   "units", "value",       "minus_err", "plus_err", "sequence_number",
-                                   "captured", "x_step", "points", "not_numbers", "min",       "max",      "mean"};
+  std::vector<std::string> columns{"kind",     "units",  "value",  "minus_err",   "plus_err", "sequence_number",
+                                   "captured", "x_step", "points", "not_numbers", "min",      "max",
+                                   "mean"};
   if (with_samples) columns.push_back("samples");
   return columns;
 }

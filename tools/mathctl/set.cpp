@@ -15,7 +15,8 @@ using Client::Error;
 using Client::ErrorKind;
 
 constexpr const char* kSetFooter =
-    "A long takes a whole number, an enumeration a number or a name, a scalar a number with or without units, as \"2.5\n"
+    "A long takes a whole number, an enumeration a number or a name, a scalar a number with or without units, as "
+    "\"2.5\n"
     "ms\"; an action takes no value and is triggered.\n"
     "\n"
     "Examples:\n"

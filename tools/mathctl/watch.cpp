@@ -8,9 +8,11 @@ namespace Lumenar::Mathctl {
 namespace {
 
 constexpr const char* kWatchFooter =
-    "The present value comes first, marked \"now\" (in JSON \"present\": true), and is not counted by -n. A line is: the\n"
+    "The present value comes first, marked \"now\" (in JSON \"present\": true), and is not counted by -n. A line is: "
+    "the\n"
     "time of arrival; the reading, or the math object with its type and inputs; # and the trace's sequence number (of\n"
-    "other kinds: how many values came so far); the value. In JSON, \"count\" is how many values of this reading came.\n"
+    "other kinds: how many values came so far); the value. In JSON, \"count\" is how many values of this reading "
+    "came.\n"
     "\n"
     "A reading that is gone, or whose engine does not answer, is watched no more; when it was the last, that ends the\n"
     "watch (exit code 1 or 3). When nothing comes for 10 s, standard error says why.\n"

@@ -66,8 +66,8 @@ class RecordingsFixture : public ObjectsFixture {
     return subscriptions->length();
   }
 
-  /// Starts a command that records, and waits until its present values stand in the file, from which on no sample of the
-  /// test's is missed.
+  /// Starts a command that records, and waits until its subscriptions stand, from which on no sample of the test's is
+  /// missed.
   std::unique_ptr<Process> StartRecord(Words words, std::size_t subscriptions) {
     const std::size_t before = Subscriptions();
     words.insert(words.begin(), "record");
