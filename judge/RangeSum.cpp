@@ -58,6 +58,7 @@ Outcome RangeSum::Compute() {
     linear_.emplace(*trace_);
   }
   if (was_dB) trace_->AddDecibels();
+  trace_->ForgetValues();
   if (!sum) return StayUnknown(start_ ? "STOP, which is that of the creation" : "START and STOP");
   if (was_dB) sum->AddDecibels();
   return Publish(sum->ToRecord());

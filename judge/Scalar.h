@@ -16,6 +16,9 @@ class Scalar {
       : number(record.val, FromRecord(record.units), record.minus_err, record.plus_err) {}
   explicit Scalar(const Number<double>& value) : number(value) {}
 
+  /// As a trace's: there is nothing to let go of.
+  void ForgetValues() const {}
+
   /// Into decibels, whatever the number is: -inf for 0, NaN for a negative one.
   void AddDecibels() { number = Converted(number, DecibelForm(number.units)); }
 

@@ -35,6 +35,12 @@ class Trace {
   /// Errors   Refused NotValid for malformed units of a trace that has samples.
   void UpdateValues() const;
 
+  /// Lets go of the numbers, which take much memory, until they are needed again. Errors do not come back.
+  void ForgetValues() {
+    list = {};
+    refresh_needed = true;
+  }
+
   /// Sample by sample the rule with the other's sample; the result brought into the unit of this one's first sample.
   /// Traces of different lengths: a line, and no change. Errors   those of the rule and of the conversion.
   void Combine(const Trace& other, PairRule rule);

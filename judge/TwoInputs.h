@@ -96,6 +96,7 @@ class TwoInputs final : public Operation {
     explicit OutOfDecibels(V& operand) : operand_(operand), was_in_(operand.RemoveDecibels()) {}
     ~OutOfDecibels() {
       if (was_in_) operand_.AddDecibels();
+      operand_.ForgetValues();  // the errors of operands reach no result
     }
     OutOfDecibels(const OutOfDecibels&) = delete;
     OutOfDecibels& operator=(const OutOfDecibels&) = delete;

@@ -7,6 +7,7 @@
 #include <limits>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "judge/Refused.h"
 #include "judge/unit_rows.h"
@@ -53,6 +54,31 @@ bool HasNoDimension(const Exponents& exponents) {
     if (sum != 0) return false;
   }
   return true;
+}
+
+/// As nearly every unit is: known units in their order, each once, and nothing behind them.
+bool IsArranged(const Slots& slots) {
+  std::int32_t before = 0;
+  bool ended = false;
+  for (const auto& [unit, exponent] : slots) {
+    ended = ended || unit == 0;
+    if (ended ? unit != 0 || exponent != 0 : unit <= before || exponent == 0 || RowOf(unit) == nullptr) return false;
+    before = unit;
+  }
+  return true;
+}
+
+/// 10^power, rounded once, as the C library reads it.
+double PowerOfTen(std::int64_t power) {
+  constexpr std::int64_t kUsual = 30;
+  static const std::vector<double> usual = [] {
+    std::vector<double> powers;
+    for (std::int64_t i = -kUsual; i <= kUsual; ++i)
+      powers.push_back(std::strtod(("1e" + std::to_string(i)).c_str(), nullptr));
+    return powers;
+  }();
+  if (std::abs(power) <= kUsual) return usual[static_cast<std::size_t>(power + kUsual)];
+  return std::strtod(("1e" + std::to_string(power)).c_str(), nullptr);
 }
 
 bool CountsInformation(const Units& units) {
@@ -105,6 +131,7 @@ std::size_t LeadingSlots(const Slots& slots) {
 bool HasNoUnit(const Units& arranged) { return IsEmpty(arranged.slots[0]); }
 
 Units Arranged(const Units& units) {
+  if (IsArranged(units.slots)) return units;
   RequireKnownUnits(units.slots);
   const std::size_t leading = LeadingSlots(units.slots);
   Exponents sums;
@@ -157,7 +184,7 @@ double PowerOfBase(const Units& units, int sign) {
   if (CountsInformation(units)) {
     return std::ldexp(1.0, static_cast<int>(std::clamp<std::int64_t>(power, -2000, 2000)));
   }
-  return std::strtod(("1e" + std::to_string(power)).c_str(), nullptr);  // the C library rounds it correctly
+  return PowerOfTen(power);
 }
 
 double ConversionFactor(const Slots& to, const Slots& from) {

@@ -180,9 +180,9 @@ void Expansion::NoteOrder(Path& path, std::size_t stream, const Arrival& arrival
 }
 
 void Expansion::Consider(const Path& path, std::size_t stream, const Arrival& arrival) {
-  const Difference difference = DifferenceOf(*path.operation->Result(), *result_.sample);
-  if (nearest_ && nearest_->weight <= difference.weight) return;
-  nearest_ = difference;
+  const Deviation deviation = DeviationOf(*path.operation->Result(), *result_.sample);
+  if (nearest_ && nearest_->weight <= deviation.weight) return;
+  nearest_ = deviation;
   nearest_from_ = arrival.what == Arrival::Reset
                       ? "nearest to what a RESET gives"
                       : fmt::format("nearest to what sample {} of {} gives", arrival.number, NameOf(facts_, stream));

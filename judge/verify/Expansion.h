@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "judge/verify/Arrivals.h"
-#include "judge/verify/Difference.h"
+#include "judge/verify/Deviation.h"
 #include "judge/verify/Path.h"
 
 namespace Lumenar::Judge {
@@ -68,7 +68,7 @@ class Expansion {
   std::vector<Path> found_;
   std::vector<Path> waiting_;
   std::set<std::uint64_t> seen_;
-  std::optional<Difference> nearest_;  ///< of the results that were tried
+  std::optional<Deviation> nearest_;  ///< of the results that were tried
   std::string nearest_from_;
 };
 

@@ -46,6 +46,12 @@ Kind ResultKind(const Recording::ReadingInfo& reading) {
   return reading.kind == "BasicTrace" ? Kind::Trace : Kind::Scalar;
 }
 
+/// So that limits can be added to it, whatever a file says.
+std::int64_t UsualTime(std::int64_t time_ns) {
+  constexpr std::int64_t kFarAway = std::int64_t{1} << 62;
+  return std::clamp(time_ns, -kFarAway, kFarAway);
+}
+
 bool IsSize(std::int64_t number) { return number >= kSmallestSize && number <= kLargestSize; }
 
 std::int64_t ThisMoment_ns() {
@@ -182,7 +188,7 @@ void RecordingCheck::AddObject(const Recording::ReadingInfo& reading) {
 }
 
 void RecordingCheck::Take(const Recording::Sample& sample) {
-  now_ns_ = std::max(now_ns_, sample.time_ns);
+  now_ns_ = std::max(now_ns_, UsualTime(sample.time_ns));
   ReadingUse& use = readings_[names_.at(sample.reading)];
   if (use.result_of == nullptr && use.input_of.empty()) return;
   auto datum = DatumIn(sample.record);
@@ -190,7 +196,7 @@ void RecordingCheck::Take(const Recording::Sample& sample) {
   if (sample.present) return TakePresent(use, *datum);
   Arrival arrival;
   arrival.sample = std::make_shared<const Datum>(std::move(*datum));
-  arrival.time_ns = sample.time_ns;
+  arrival.time_ns = UsualTime(sample.time_ns);
   arrival.place = ++place_;
   arrival.number = ++use.samples;
   for (const Use& input : use.input_of) input.object->TakeSample(input.input, arrival);
@@ -206,7 +212,7 @@ void RecordingCheck::TakePresent(const ReadingUse& use, const Datum& value) {
 
 void RecordingCheck::Take(const Recording::Event& event) {
   using Recording::EventKind;
-  now_ns_ = std::max(now_ns_, event.time_ns);
+  now_ns_ = std::max(now_ns_, UsualTime(event.time_ns));
   switch (event.kind) {
     case EventKind::Created: return Interrupt(event, "the object was created");
     case EventKind::Deleted: return Interrupt(event, "the object was deleted");
@@ -222,7 +228,7 @@ void RecordingCheck::Take(const Recording::Event& event) {
   Arrival change;
   change.what = event.kind == EventKind::Reset ? Arrival::Reset : Arrival::Size;
   change.size = static_cast<int>(event.value);
-  change.time_ns = event.time_ns;
+  change.time_ns = UsualTime(event.time_ns);
   change.place = ++place_;
   object->TakeChange(change);
 }
@@ -230,8 +236,8 @@ void RecordingCheck::Take(const Recording::Event& event) {
 void RecordingCheck::Interrupt(const Recording::Event& event, const std::string& reason) {
   if (!event.reading) return InterruptAll(reason);
   const ReadingUse& use = readings_[names_.at(*event.reading)];
-  if (use.result_of != nullptr) use.result_of->Interrupt(event.time_ns, reason);
-  for (const Use& input : use.input_of) input.object->Interrupt(event.time_ns, reason);
+  if (use.result_of != nullptr) use.result_of->Interrupt(now_ns_, reason);
+  for (const Use& input : use.input_of) input.object->Interrupt(now_ns_, reason);
 }
 
 void RecordingCheck::InterruptAll(const std::string& reason) {

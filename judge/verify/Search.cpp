@@ -14,6 +14,10 @@ namespace {
 constexpr std::size_t kMostPendingBytes = std::size_t{256} << 20;
 constexpr std::size_t kMostPending = 65536;
 
+/// The states of all ways together; one has three traces at most that are its own.
+constexpr std::size_t kMostStateBytes = std::size_t{512} << 20;
+constexpr std::size_t kTracesOfState = 3;
+
 }  // namespace
 
 Search::Search(const ObjectFacts& facts, const SearchLimits& limits,
@@ -26,6 +30,7 @@ Search::Search(const ObjectFacts& facts, const SearchLimits& limits,
 
 void Search::AddSample(std::size_t input, Arrival sample) {
   const std::uint64_t place = sample.place;
+  largest_ = std::max(largest_, BytesOf(sample));
   streams_.at(input).Add(std::move(sample));
   const auto is_silent = [](const Arrivals& stream) { return stream.Count() == 0; };
   if (!beginning_.inputs_began && std::none_of(streams_.begin(), streams_.end() - 1, is_silent)) {
@@ -110,6 +115,8 @@ void Search::Keep(std::vector<Path> ways, std::size_t most) {
   }
   std::stable_sort(ways.begin(), ways.end(), [](const Path& a, const Path& b) { return a.Rank() < b.Rank(); });
   paths_.clear();
+  most =
+      std::min(most, std::max<std::size_t>(2, kMostStateBytes / (kTracesOfState * std::max<std::size_t>(largest_, 1))));
   std::set<std::uint64_t> keys;
   for (Path& way : ways) {
     if (paths_.size() == most) break;

@@ -59,6 +59,7 @@ class Search {
   std::vector<Arrivals> streams_;  // of the inputs, and of the changes
   Arrivals results_;
   std::size_t next_result_ = 0;
+  std::size_t largest_ = 0;  // bytes of a sample
   std::vector<Path> paths_;
   std::string guessed_;
 };

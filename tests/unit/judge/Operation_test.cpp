@@ -10,9 +10,6 @@
 namespace Lumenar::Judge {
 namespace {
 
-const Units kWatts = UnitOf(1);
-const Units kdBm = UnitOf(1, 1, -3, true);
-
 double ValueOf(const Operation& operation) { return std::get<Scalar_record>(*operation.Result()).val; }
 
 std::unique_ptr<Operation> Made(Type type, const std::vector<Datum>& present) {

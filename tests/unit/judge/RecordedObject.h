@@ -30,6 +30,10 @@ inline Units UnitOf(std::int32_t unit, std::int32_t exponent = 1, std::int32_t b
   return units;
 }
 
+inline const Units kWatts = UnitOf(1);
+inline const Units kMilliwatts = UnitOf(1, 1, -3);
+inline const Units kdBm = UnitOf(1, 1, -3, true);
+
 inline Datum TraceOf(const std::vector<float>& samples, const Units& units, std::uint32_t number = 0) {
   Trace_record record{};
   record.sequence_number = number;

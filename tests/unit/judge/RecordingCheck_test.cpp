@@ -19,8 +19,6 @@ using nlohmann::json;
 using testing::HasSubstr;
 using testing::Not;
 
-const Units kWatts = UnitOf(1);
-
 RecordedObject PeakOf(int samples) {
   RecordedObject object("Peak", {ScalarOf(0, kWatts)});
   for (int i = 0; i < samples; ++i) object.Sample(0, ScalarOf(i % 7 + i / 100.0, kWatts));

@@ -15,9 +15,6 @@ namespace {
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-const Units kWatts = UnitOf(1);
-const Units kMilliwatts = UnitOf(1, 1, -3);
-const Units kdBm = UnitOf(1, 1, -3, true);
 const Units kSquareVolts_dB = UnitOf(2, 2, 0, true);
 
 /// Numbers as they are measured.

@@ -4,18 +4,18 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cmath>
 #include <fstream>
 #include <functional>
+#include <initializer_list>
 #include <iterator>
+#include <limits>
 #include <random>
 
 #include "tests/unit/judge/RecordedObject.h"
 
 namespace Lumenar::Judge {
 namespace {
-
-const Units kdBm = UnitOf(1, 1, -3, true);
-const Units kWatts = UnitOf(1);
 
 std::string BytesOf(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
@@ -186,6 +186,90 @@ TEST(JudgeFileDamage, AFileThatBreaksOffIsNotWhole) {
   const std::string bytes = BytesOf(folder.File("a.jsonl"));
   for (std::size_t length = 0; length < bytes.size(); length += 7) {
     ASSERT_FALSE(IsProven(folder.File("b.jsonl"), bytes.substr(0, length))) << length;
+  }
+}
+
+/// Recordings that no recorder writes.
+class Nonsense {
+ public:
+  explicit Nonsense(unsigned seed) : engine_(seed) {}
+
+  int Pick(int below) { return static_cast<int>(engine_() % static_cast<unsigned>(below)); }
+
+  template <class T>
+  T OneOf(std::initializer_list<T> choices) {
+    return choices.begin()[Pick(static_cast<int>(choices.size()))];
+  }
+
+  void Write(const std::string& path) {
+    Recording::RecordingWriter writer(path, {}, 1);
+    const std::string type =
+        OneOf<std::string>({"Subtract", "RelativeSubtract", "Average", "Peak", "CumulativeAdd", "?"});
+    std::vector<std::string> inputs(static_cast<std::size_t>(Pick(4)));
+    for (std::string& input : inputs) input = OneOf<std::string>({"A", "B", "C", "math:0", "nowhere"});
+    for (const char* name : {"A", "B", "C"}) writer.Add({0, name, "", "", "BasicTrace", "", std::nullopt});
+    const std::string kind = OneOf<std::string>({"BasicTrace", "ValueDouble", "long", ""});
+    writer.Add({0, "math:0", "", "", kind, "", Recording::ObjectInfo{0, type, inputs, OneOf({0, 1, 3, 99, 100, -1})}});
+    for (int i = 0; i < 60; ++i) Pick(6) == 0 ? WriteEvent(writer) : WriteSample(writer);
+    writer.Finish(Time(), static_cast<std::uint64_t>(Pick(2)));
+  }
+
+ private:
+  std::int64_t Time() {
+    using Limits = std::numeric_limits<std::int64_t>;
+    return Pick(8) == 0 ? OneOf<std::int64_t>({0, Limits::max(), -1})
+                        : now_ns_ += OneOf<std::int64_t>({0, 1, 1000000, 40000000000});
+  }
+
+  void WriteEvent(Recording::RecordingWriter& writer) {
+    Recording::Event event;
+    event.kind = static_cast<Recording::EventKind>(Pick(6));
+    event.time_ns = Time();
+    if (Pick(3) != 0) event.reading = static_cast<std::uint32_t>(Pick(4));
+    event.value = OneOf<std::int64_t>({1, 2, 99, 0, -5, 1LL << 40});
+    writer.Write(event);
+  }
+
+  Units AnyUnits() {
+    Units units = UnitOf(OneOf({0, 1, 1, 1, 2, 11, 18, 31, -1}), OneOf({0, 1, 1, 2, -1, 2147483647}),
+                         OneOf({0, 0, -3, 400, -2147483647}), Pick(2) == 0);
+    if (Pick(8) == 0) units.slots[static_cast<std::size_t>(1 + Pick(4))] = {OneOf({1, 2, 7}), OneOf({1, -2})};
+    return units;
+  }
+
+  double AnyNumber() {
+    return OneOf({0.0, -0.0, 1.0, 2.5, -3.0, 1e300, std::numeric_limits<double>::quiet_NaN(), HUGE_VAL});
+  }
+
+  void WriteSample(Recording::RecordingWriter& writer) {
+    Recording::Sample sample;
+    sample.reading = static_cast<std::uint32_t>(Pick(4));
+    sample.time_ns = Time();
+    sample.present = Pick(10) == 0;
+    std::vector<float> samples(static_cast<std::size_t>(Pick(4)));
+    for (float& number : samples) number = static_cast<float>(AnyNumber());
+    const int kind = Pick(8);
+    if (kind == 0) sample.record = OneOf<CORBA::Long>({0, -1, 2147483647});
+    if (kind == 1) sample.record = true;
+    if (kind == 2) sample.record = std::get<Scalar_record>(ScalarOf(AnyNumber(), AnyUnits(), AnyNumber(), AnyNumber()));
+    if (kind > 2) sample.record = std::get<Trace_record>(TraceOf(samples, AnyUnits()));
+    writer.Write(sample);
+  }
+
+  std::mt19937 engine_;
+  std::int64_t now_ns_ = 1'700'000'000'000'000'000;
+};
+
+TEST(JudgeFileDamage, NonsenseIsCheckedToItsEnd) {
+  const TemporaryFolder folder;
+  for (unsigned seed = 0; seed < 300; ++seed) {
+    SCOPED_TRACE(seed);
+    const std::string path = folder.File(std::to_string(seed) + ".jsonl");
+    Nonsense(seed).Write(path);
+    const Report report = RecordingCheck().Run({path});
+    ASSERT_EQ(report.objects.size(), 1u);
+    EXPECT_FALSE(MarkdownOf(report).empty());
+    EXPECT_FALSE(JsonOf(report).empty());
   }
 }
 

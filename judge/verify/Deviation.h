@@ -10,7 +10,7 @@
 namespace Lumenar::Judge {
 
 /// Where a recorded result differs from the one that the rules give, and by how much.
-struct Difference {
+struct Deviation {
   std::string field;        ///< the first field that differs: "samples", "value", "plus_err", "units", "length" ...
   std::size_t points = 0;   ///< samples of a trace that differ
   std::size_t first = 0;    ///< of them the first, from 0
@@ -21,9 +21,9 @@ struct Difference {
 };
 
 /// Of two values that differ.
-Difference DifferenceOf(const Datum& expected, const Datum& recorded);
+Deviation DeviationOf(const Datum& expected, const Datum& recorded);
 
 /// The same in words: "2 of 1001 points differ, first point 17: recorded 1.5, expected 1.25 (3 steps)".
-std::string TextOf(const Difference& difference);
+std::string TextOf(const Deviation& deviation);
 
 }  // namespace Lumenar::Judge

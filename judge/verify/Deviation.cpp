@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "judge/verify/Difference.h"
+#include "judge/verify/Deviation.h"
 
 #include <fmt/format.h>
 
@@ -39,29 +39,29 @@ std::uint64_t StepsBetween(T a, T b) {
   return static_cast<std::uint64_t>(high) - static_cast<std::uint64_t>(low);
 }
 
-Difference WholeField(const char* field) {
-  Difference difference;
-  difference.field = field;
-  difference.weight = kWholeValue;
-  return difference;
+Deviation WholeField(const char* field) {
+  Deviation deviation;
+  deviation.field = field;
+  deviation.weight = kWholeValue;
+  return deviation;
 }
 
 template <class T>
-Difference OfNumbers(const char* field, T expected, T recorded) {
-  Difference difference;
-  difference.field = field;
-  difference.expected = static_cast<double>(expected);
-  difference.recorded = static_cast<double>(recorded);
-  difference.steps = StepsBetween(expected, recorded);
-  difference.weight = 1;
-  return difference;
+Deviation OfNumbers(const char* field, T expected, T recorded) {
+  Deviation deviation;
+  deviation.field = field;
+  deviation.expected = static_cast<double>(expected);
+  deviation.recorded = static_cast<double>(recorded);
+  deviation.steps = StepsBetween(expected, recorded);
+  deviation.weight = 1;
+  return deviation;
 }
 
-Difference OfHeld(CORBA::Long expected, CORBA::Long recorded) {
+Deviation OfHeld(CORBA::Long expected, CORBA::Long recorded) {
   return OfNumbers("value", static_cast<double>(expected), static_cast<double>(recorded));
 }
 
-Difference OfHeld(const VALUE& expected, const VALUE& recorded) {
+Deviation OfHeld(const VALUE& expected, const VALUE& recorded) {
   if (FromRecord(expected.units) != FromRecord(recorded.units)) return WholeField("units");
   if (!SameBits(expected.val, recorded.val)) return OfNumbers("value", expected.val, recorded.val);
   if (!SameBits(expected.minus_err, recorded.minus_err)) {
@@ -70,61 +70,61 @@ Difference OfHeld(const VALUE& expected, const VALUE& recorded) {
   return OfNumbers("plus_err", expected.plus_err, recorded.plus_err);
 }
 
-Difference OfSamples(const BT_DATA& expected, const BT_DATA& recorded) {
-  Difference difference;
+Deviation OfSamples(const BT_DATA& expected, const BT_DATA& recorded) {
+  Deviation deviation;
   for (CORBA::ULong i = 0; i < expected.samples.length(); ++i) {
     const float rules = expected.samples[i];
     const float file = recorded.samples[i];
     if (SameBits(rules, file)) continue;
-    if (difference.points == 0) {
-      difference = OfNumbers("samples", rules, file);
-      difference.first = i;
+    if (deviation.points == 0) {
+      deviation = OfNumbers("samples", rules, file);
+      deviation.first = i;
     }
-    ++difference.points;
+    ++deviation.points;
   }
-  difference.weight = difference.points;
-  return difference;
+  deviation.weight = deviation.points;
+  return deviation;
 }
 
-Difference OfHeld(const BT_DATA& expected, const BT_DATA& recorded) {
+Deviation OfHeld(const BT_DATA& expected, const BT_DATA& recorded) {
   if (expected.samples.length() != recorded.samples.length()) {
-    Difference difference = WholeField("length");
-    difference.expected = expected.samples.length();
-    difference.recorded = recorded.samples.length();
-    return difference;
+    Deviation deviation = WholeField("length");
+    deviation.expected = expected.samples.length();
+    deviation.recorded = recorded.samples.length();
+    return deviation;
   }
   if (FromRecord(expected.units) != FromRecord(recorded.units)) return WholeField("units");
-  Difference difference = OfSamples(expected, recorded);
-  if (difference.points > 0) return difference;
+  Deviation deviation = OfSamples(expected, recorded);
+  if (deviation.points > 0) return deviation;
   if (!SameBits(expected.x_step, recorded.x_step)) return OfNumbers("x_step", expected.x_step, recorded.x_step);
   if (expected.sequence_number != recorded.sequence_number) {
     return OfNumbers("sequence_number", double(expected.sequence_number), double(recorded.sequence_number));
   }
   if (expected.flags != recorded.flags) return OfNumbers("flags", double(expected.flags), double(recorded.flags));
   const auto* word = std::mismatch(std::begin(expected.header), std::end(expected.header), recorded.header).first;
-  difference = OfNumbers("header", 0.0, 0.0);
-  difference.first = static_cast<std::size_t>(word - std::begin(expected.header));
-  return difference;
+  deviation = OfNumbers("header", 0.0, 0.0);
+  deviation.first = static_cast<std::size_t>(word - std::begin(expected.header));
+  return deviation;
 }
 
 }  // namespace
 
-Difference DifferenceOf(const Datum& expected, const Datum& recorded) {
+Deviation DeviationOf(const Datum& expected, const Datum& recorded) {
   if (expected.index() != recorded.index()) return WholeField("kind");
   return std::visit([&]<class T>(const T& value) { return OfHeld(value, std::get<T>(recorded)); }, expected);
 }
 
-std::string TextOf(const Difference& difference) {
-  const std::string numbers = fmt::format("recorded {}, expected {}", difference.recorded, difference.expected);
+std::string TextOf(const Deviation& deviation) {
+  const std::string numbers = fmt::format("recorded {}, expected {}", deviation.recorded, deviation.expected);
   const std::string steps =
-      difference.steps == 0 ? "" : fmt::format(" ({} step{})", difference.steps, difference.steps == 1 ? "" : "s");
-  if (difference.field == "samples") {
-    return fmt::format("{} point{}, the first at {}: {}{}", difference.points,
-                       difference.points == 1 ? " differs" : "s differ", difference.first, numbers, steps);
+      deviation.steps == 0 ? "" : fmt::format(" ({} step{})", deviation.steps, deviation.steps == 1 ? "" : "s");
+  if (deviation.field == "samples") {
+    return fmt::format("{} point{}, the first at {}: {}{}", deviation.points,
+                       deviation.points == 1 ? " differs" : "s differ", deviation.first, numbers, steps);
   }
-  if (difference.field == "header") return fmt::format("word {} of the header differs", difference.first);
-  if (difference.field == "units" || difference.field == "kind") return fmt::format("the {} differ", difference.field);
-  return fmt::format("{}: {}{}", difference.field, numbers, steps);
+  if (deviation.field == "header") return fmt::format("word {} of the header differs", deviation.first);
+  if (deviation.field == "units" || deviation.field == "kind") return fmt::format("the {} differ", deviation.field);
+  return fmt::format("{}: {}{}", deviation.field, numbers, steps);
 }
 
 }  // namespace Lumenar::Judge
