@@ -237,7 +237,7 @@ TEST_F(FactoryTest, AFailedCreationThatGotAsFarAsTheObjectUsesUpItsNumber) {
 }
 
 TEST_F(FactoryTest, UnitsThatCannotBeReadAreRefusedInWords) {
-  const auto unknown = static_cast<Value::Units_list>(31);
+  const auto unknown = static_cast<Value::Units_list>(Value::kLastUnit + 1);
   const Value::Units unreadable[] = {
       {false, 0, {{{}, {Value::U_Watt, 1}}}},                           // a gap
       Value::Make_unit(unknown),                                        // a number that names no unit
