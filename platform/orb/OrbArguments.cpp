@@ -2,6 +2,8 @@
 #include "platform/orb/OrbArguments.h"
 
 #include <algorithm>
+#include <charconv>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
@@ -170,6 +172,8 @@ OrbArguments OrbArguments::Read(int argc, const char* const* argv) {
   arguments.transport_file = TransportFile(compiled_in);
   if (!arguments.transport_file.empty()) arguments.settings = SettingsFile::Read(arguments.transport_file);
   arguments.transport = TransportConfig(arguments.settings);
+  if (const char* seconds = std::getenv("LUMENAR_NAMING_WAIT"); seconds != nullptr && *seconds != '\0')
+    arguments.TakeNamingWait("LUMENAR_NAMING_WAIT", seconds);
   PrepareEndpoints(arguments.transport_file, arguments.transport);
   arguments.options = arguments.transport.OrbOptions();
   arguments.options.emplace_back("InitRef", std::string(kNamingKey) + arguments.naming_uri);
@@ -181,6 +185,17 @@ void OrbArguments::TakeNaming(const std::string& source, const std::string& addr
   const std::string problem = HostPortProblem(address);
   if (!problem.empty()) throw std::invalid_argument(source + ": " + problem);
   naming_uri = "corbaloc:iiop:" + address + "/NameService";
+}
+
+void OrbArguments::TakeNamingWait(const std::string& source, const std::string& seconds) {
+  constexpr unsigned kMost = 86400;
+  unsigned number = 0;
+  const char* const last = seconds.data() + seconds.size();
+  const auto [end, error] = std::from_chars(seconds.data(), last, number);
+  if (error != std::errc() || end != last || number > kMost)
+    throw std::invalid_argument(source + ": '" + seconds + "' is not a whole number from 0 to " +
+                                std::to_string(kMost));
+  transport.naming_wait = std::chrono::seconds(number);
 }
 
 std::string OrbArguments::Problem() const {

@@ -35,6 +35,7 @@ struct OrbArguments {
 
  private:
   void TakeNaming(const std::string& source, const std::string& address);
+  void TakeNamingWait(const std::string& source, const std::string& seconds);
 };
 
 }  // namespace Corvanta
