@@ -21,8 +21,8 @@ class ORB_base {
   /// configuration as -ORBSvcConf FILE; a missing file at that compiled-in path means the defaults).
   ///
   /// Environment, for tests and racks: LUMENAR_NAMING=HOST:PORT replaces the naming service,
-  /// LUMENAR_TRANSPORT_CONF=FILE the configuration (this file must exist), LUMENAR_NAMING_WAIT=SECONDS its
-  /// orb.naming_wait_s.
+  /// LUMENAR_TRANSPORT_CONF=FILE the configuration (this file must exist), LUMENAR_ENDPOINT its
+  /// orb.endpoint, LUMENAR_NAMING_WAIT=SECONDS its orb.naming_wait_s.
   /// Errors   TransportConfigError; std::invalid_argument for an unknown -ORB argument; std::logic_error when an
   ///          ORB_base lives already or the process has an ORB that somebody else initialised; CORBA system exceptions.
   ORB_base(int argc, const char* const* argv);

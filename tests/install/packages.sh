@@ -77,6 +77,7 @@ unit() {
     mkdir -p "$root/var/lib/$state"
     chown 65534:65534 "$root/var/lib/$state"
   fi
+  for setting in "${variables[@]}"; do line=${line//"\${${setting%%=*}}"/${setting#*=}}; done
   read -r -a words <<<"$line"
   start "$logs/$name$instance" chroot --userspec=65534:65534 "$root" /usr/bin/env -i PATH=/usr/bin:/bin "${variables[@]}" "${words[@]}"
   running+=($!)

@@ -34,6 +34,7 @@ class OrbArguments_ : public testing::Test {
     unsetenv("LUMENAR_NAMING");
     unsetenv("LUMENAR_TRANSPORT_CONF");
     unsetenv("LUMENAR_NAMING_WAIT");
+    unsetenv("LUMENAR_ENDPOINT");
   }
 };
 
@@ -54,6 +55,24 @@ TEST_F(OrbArguments_, TheEnvironmentSaysHowLongTheNamingServiceIsWaitedFor) {
   for (const char* wrong : {"-1", "1s", " 1", "86401", "99999999999999999999"}) {
     const Variable wait("LUMENAR_NAMING_WAIT", wrong);
     EXPECT_THROW(Read({"program"}), std::invalid_argument) << wrong;
+  }
+}
+
+TEST_F(OrbArguments_, AProcessMayHaveAnEndpointOfItsOwn) {
+  {
+    const Variable endpoint("LUMENAR_ENDPOINT", "giop:tcp:127.0.0.1:2701");
+    EXPECT_THAT(Read({"program"}).options, Contains(Pair("endPoint", "giop:tcp:127.0.0.1:2701")));
+  }
+  {
+    const Variable endpoint("LUMENAR_ENDPOINT", "127.0.0.1:2701");
+    EXPECT_THROW(Read({"program"}), std::invalid_argument);
+  }
+  const Variable endpoint("LUMENAR_ENDPOINT", "giop:unix:relative");
+  try {
+    Read({"program"});
+    ADD_FAILURE() << "taken";
+  } catch (const std::exception& error) {
+    EXPECT_THAT(error.what(), testing::StartsWith("LUMENAR_ENDPOINT: "));
   }
 }
 
