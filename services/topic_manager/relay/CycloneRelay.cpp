@@ -96,7 +96,7 @@ struct CycloneRelay::Impl {
   void ReceiveAll();
   void Take();
   void Receive(const Lumenar_RelayedSample& sample);
-  void NoteRefused(const std::string& topic, const std::string& reason);
+  void NoteRefused(const std::string& name, const std::string& reason);
   void NoteMissing(std::uint64_t missing);
 
   const Options options;
@@ -240,8 +240,8 @@ void CycloneRelay::Impl::Receive(const Lumenar_RelayedSample& sample) {
   }
 }
 
-void CycloneRelay::Impl::NoteRefused(const std::string& topic, const std::string& reason) {
-  const std::string line = fmt::format("relay: sample of topic {} not taken: {}", topic, reason);
+void CycloneRelay::Impl::NoteRefused(const std::string& name, const std::string& reason) {
+  const std::string line = fmt::format("relay: sample of topic {} not taken: {}", name, reason);
   refusals.Say(line, line);
 }
 
