@@ -3,7 +3,6 @@
 # manager, manual pages and completion.
 find_program(GZIP gzip REQUIRED)
 find_program(HELP2MAN help2man REQUIRED)
-set(CMAKE_SKIP_INSTALL_RPATH ON)  # libraries stand where the loader looks
 set(package_release 1)
 set(package_dir_of ${PROJECT_BINARY_DIR}/package_files)
 
