@@ -131,6 +131,24 @@ TEST_F(Supervised, ANetworkThatIsNotAllowedInIsNotTakenForAHang) {
   testing::internal::GetCapturedStderr();
 }
 
+TEST_F(Supervised, AProcessThatListensAtASocketOfTheMachineIsAskedThere) {
+  const std::string file = manager_.Path() + ".conf";
+  std::ofstream(file) << "orb.endpoint = giop:unix:" << manager_.Path() << ".orb\n";
+  setenv("LUMENAR_TRANSPORT_CONF", file.c_str(), 1);
+  {
+    ORB_base orb(1, kArguments);
+    auto run = std::async(std::launch::async, [&] { orb.Run(); });
+    EXPECT_TRUE(manager_.WaitFor("WATCHDOG=1", 3));
+    Requests(orb)->hold_requests(false);
+    manager_.WaitFor("WATCHDOG=1", manager_.Count("WATCHDOG=1") + 1, kWatchdog);
+    manager_.Forget();
+    EXPECT_FALSE(manager_.WaitFor("WATCHDOG=1", 1, 2 * kWatchdog));
+    orb.Shutdown();
+    run.get();
+  }
+  unsetenv("LUMENAR_TRANSPORT_CONF");
+}
+
 TEST_F(Supervised, AProcessThatOnlyCallsOthersTellsNothing) {
   {
     ORB_base orb(1, kArguments);
