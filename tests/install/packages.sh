@@ -26,6 +26,11 @@ if [ "${LUMENAR_PACKAGES_INSIDE:-}" != yes ]; then
   mirror=${3:-$(apt-get indextargets --format '$(SITE)' 'Created-By: Packages' 'Codename: bookworm' | head -n 1)}
   step "$private_directory/root.log" mmdebstrap --variant=minbase --include="$needs" bookworm "$private_directory/root" \
     "deb $mirror bookworm main" || skip "no clean root could be made: $(tail -n 1 "$private_directory/root.log")"
+  # A client and an instrument, built against the packages alone.
+  for file in "$packages"/liblumenar-*.deb; do dpkg-deb -x "$file" "$private_directory/development"; done
+  step "$private_directory/configure.log" env -u CMAKE_PREFIX_PATH cmake -G Ninja -B "$private_directory/examples" \
+    -S "$private_directory/development/usr/share/doc/lumenar/examples" -DCMAKE_PREFIX_PATH="$private_directory/development/usr"
+  step "$private_directory/build.log" cmake --build "$private_directory/examples"
   LUMENAR_PACKAGES_INSIDE=yes step "$private_directory/test.log" unshare --net --mount --pid --fork --kill-child \
     "$0" "$@" "$private_directory/root" && status=0 || status=$?
   cat "$private_directory/test.log"
@@ -133,6 +138,12 @@ done
 
 start_services
 use
+cp "$root"/../examples/{follow_average,libload_meter.so.1} "$root/srv"
+start "$logs/load_meter" chroot --userspec=65534:65534 "$root" /usr/bin/engine_host /srv/libload_meter.so.1 --set LOAD_RATE=50
+load_meter=$!
+until_true 30 inside mathctl get LOADMETER/1/LOAD || fail "the instrument of the examples: $(cat "$logs/load_meter")"
+[ "$(inside /srv/follow_average LOADMETER/1/HISTORY 3 | grep -c '^60 points, mean ')" = 3 ] || fail "the client of the examples"
+end_process "$load_meter"
 if names | grep -q '^python3-'; then inside python3 -c 'import lumenar' || fail "the Python package"; fi
 echo "#changed by the administrator" >>"$root/etc/lumenar/tcp.conf"
 
