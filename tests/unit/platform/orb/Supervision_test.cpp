@@ -22,7 +22,7 @@ using Lumenar::Test::NotifySocket;
 using testing::Contains;
 using testing::Not;
 
-constexpr const char* kArguments[] = {"orb_test"};
+constexpr const char* kSupervisedArguments[] = {"orb_test"};
 constexpr std::chrono::milliseconds kWatchdog{400};
 
 /// The words of a manager that watches; the ORB runs on a thread of its own.
@@ -45,7 +45,7 @@ class Supervised : public testing::Test {
 };
 
 TEST_F(Supervised, ReadyWhenItRunsAndStoppingWhenItEnds) {
-  ORB_base orb(1, kArguments);
+  ORB_base orb(1, kSupervisedArguments);
   orb.Activate();
   EXPECT_THAT(manager_.Heard(), Not(Contains("READY=1"))) << "requests are let in, the service is not complete";
   auto run = std::async(std::launch::async, [&] { orb.Run(); });
@@ -59,7 +59,7 @@ TEST_F(Supervised, ReadyWhenItRunsAndStoppingWhenItEnds) {
 }
 
 TEST_F(Supervised, NothingIsToldWhileRequestsHang) {
-  ORB_base orb(1, kArguments);
+  ORB_base orb(1, kSupervisedArguments);
   auto run = std::async(std::launch::async, [&] { orb.Run(); });
   ASSERT_TRUE(manager_.WaitFor("WATCHDOG=1"));
   testing::internal::CaptureStderr();
@@ -79,7 +79,7 @@ TEST_F(Supervised, NothingIsToldWhileRequestsHang) {
 }
 
 TEST_F(Supervised, AnOrbWhoseLockIsHeldHangs) {
-  ORB_base orb(1, kArguments);
+  ORB_base orb(1, kSupervisedArguments);
   auto run = std::async(std::launch::async, [&] { orb.Run(); });
   ASSERT_TRUE(manager_.WaitFor("WATCHDOG=1"));
   testing::internal::CaptureStderr();
@@ -96,7 +96,7 @@ TEST_F(Supervised, AnOrbWhoseLockIsHeldHangs) {
 
 TEST_F(Supervised, AnEndDoesNotWaitForALook) {
   setenv("WATCHDOG_USEC", "600000000", 1);
-  ORB_base orb(1, kArguments);
+  ORB_base orb(1, kSupervisedArguments);
   Requests(orb)->hold_requests(false);
   auto run = std::async(std::launch::async, [&] { orb.Run(); });
   ASSERT_TRUE(manager_.WaitFor("READY=1"));
@@ -107,7 +107,7 @@ TEST_F(Supervised, AnEndDoesNotWaitForALook) {
 
 TEST_F(Supervised, WithoutAWatchdogNothingIsAskedOfIt) {
   unsetenv("WATCHDOG_USEC");
-  ORB_base orb(1, kArguments);
+  ORB_base orb(1, kSupervisedArguments);
   auto run = std::async(std::launch::async, [&] { orb.Run(); });
   EXPECT_TRUE(manager_.WaitFor("READY=1"));
   EXPECT_FALSE(manager_.WaitFor("WATCHDOG=1", 1, 2 * kWatchdog));
@@ -121,7 +121,7 @@ TEST_F(Supervised, ANetworkThatIsNotAllowedInIsNotTakenForAHang) {
   setenv("LUMENAR_TRANSPORT_CONF", file.c_str(), 1);
   testing::internal::CaptureStderr();
   {
-    ORB_base orb(1, kArguments);
+    ORB_base orb(1, kSupervisedArguments);
     auto run = std::async(std::launch::async, [&] { orb.Run(); });
     EXPECT_TRUE(manager_.WaitFor("WATCHDOG=1", 3));
     orb.Shutdown();
@@ -136,7 +136,7 @@ TEST_F(Supervised, AProcessThatListensAtASocketOfTheMachineIsAskedThere) {
   std::ofstream(file) << "orb.endpoint = giop:unix:" << manager_.Path() << ".orb\n";
   setenv("LUMENAR_TRANSPORT_CONF", file.c_str(), 1);
   {
-    ORB_base orb(1, kArguments);
+    ORB_base orb(1, kSupervisedArguments);
     auto run = std::async(std::launch::async, [&] { orb.Run(); });
     EXPECT_TRUE(manager_.WaitFor("WATCHDOG=1", 3));
     Requests(orb)->hold_requests(false);
@@ -151,7 +151,7 @@ TEST_F(Supervised, AProcessThatListensAtASocketOfTheMachineIsAskedThere) {
 
 TEST_F(Supervised, AProcessThatOnlyCallsOthersTellsNothing) {
   {
-    ORB_base orb(1, kArguments);
+    ORB_base orb(1, kSupervisedArguments);
     orb.Activate();
   }
   EXPECT_THAT(manager_.Heard(), testing::IsEmpty());
