@@ -22,7 +22,7 @@ function(lumenar_package_files component package)
   foreach(script IN LISTS scripts)
     get_filename_component(name ${script} NAME)
     configure_file(${script} ${package_dir_of}/${component}/${name} @ONLY)
-    if(NOT name STREQUAL conffiles)
+    if(NOT name MATCHES "conffiles|triggers")
       file(CHMOD ${package_dir_of}/${component}/${name} PERMISSIONS
         OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
     endif()

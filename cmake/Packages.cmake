@@ -55,7 +55,7 @@ endmacro()
 
 lumenar_package(libraries ${math_library} "math engine for measuring instruments"
   "An engine library that computes differences, averages, peaks and sums of live\nmeasurements, with units and decibels."
-  SECTION libs)
+  SECTION libs CONTROL ${package_dir_of}/libraries/triggers)
 lumenar_package(development liblumenar-dev "clients and instruments of the math engine, development"
   "Headers, static libraries, IDL, CMake and pkg-config files and examples for who\nwrites a client or an instrument."
   SECTION libdevel
@@ -72,7 +72,7 @@ lumenar_package(services lumenar-services "math engine of an instrument, as serv
 lumenar_package(instruments lumenar-instruments "instruments for the math engine"
   "Engine libraries that supply readings: of this machine (probe), of recordings\n(replay), of a simulation (sim)."
   DEPENDS "${math_library} ${same_version}" "lumenar-services ${same_version}"
-  CONTROL ${package_dir_of}/instruments/conffiles)
+  CONTROL ${package_dir_of}/instruments/conffiles ${package_dir_of}/instruments/triggers)
 lumenar_package(documentation lumenar-doc "pages on the math engine"
   "What results mean, the interfaces, how clients and instruments are written, and\nhow the system is run."
   SECTION doc)
