@@ -132,8 +132,11 @@ TEST(RemoteClient, WatchesAndIsCalledBackThroughTheChosenPortsAlone) {
   Process create(machine->Command({mathctl, "create", "Average", "SIM/1/LEVEL"}), environment);
   ASSERT_EQ(create.WaitForExit(), 0) << create.Error();
   Process watch(machine->Command({mathctl, "watch", "0", "--json"}), environment);
-  ASSERT_TRUE(WaitUntil([&] { return std::count(watch.Out().begin(), watch.Out().end(), '\n') > 20; }))
-      << watch.Out() << watch.Error();
+  const auto results = [&watch] {
+    const std::string out = watch.Out();
+    return std::count(out.begin(), out.end(), '\n');
+  };
+  ASSERT_TRUE(WaitUntil([&] { return results() > 20; })) << watch.Out() << watch.Error();
   EXPECT_THAT(Strangers(*machine, {ports.begin(), ports.end()}), testing::IsEmpty());
   watch.Signal(SIGINT);
   EXPECT_EQ(watch.WaitForExit(), 0) << watch.Error();
