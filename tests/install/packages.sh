@@ -103,6 +103,14 @@ start_services() {
 
 end_services() { for id in "${running[@]}"; do end_process "$id"; done; }
 all_run() { for id in "${running[@]}"; do kill -0 "$id" 2>/dev/null || fail "process $id has ended: $(tail -n 3 "$logs"/lumenar-*)"; done; }
+# The objects that are there now are there after every start.
+keep_objects() {
+  inside mathctl save >"$root/etc/lumenar/objects.json" || fail "mathctl save"
+  unit lumenar-objects
+}
+objects() { inside mathctl list --json | grep -c '"id"'; }
+has_objects() { [ "$(objects)" = "$1" ]; }
+
 use() {
   inside mathctl create Average PROBE/1/WAKEUP >"$logs/id"
   inside mathctl watch "$(cat "$logs/id")" -n 5 >"$logs/watch"
@@ -147,16 +155,21 @@ end_process "$load_meter"
 if names | grep -q '^python3-'; then inside python3 -c 'import lumenar' || fail "the Python package"; fi
 echo "#changed by the administrator" >>"$root/etc/lumenar/tcp.conf"
 
+kept=$(objects)
+keep_objects
+
 next_version
 install_packages "$root/../upgrade"
 [ "$(version lumenar-services)" = "$old+next" ] || fail "version after the upgrade: $(version lumenar-services)"
 grep -q "changed by the administrator" "$root/etc/lumenar/tcp.conf" || fail "the administrator's settings are gone"
 all_run
-use
 end_services
 start_services
+unit lumenar-objects
+until_true 60 has_objects "$kept" || fail "of $kept objects $(objects) are back: $(cat "$logs/lumenar-objects")"
 use
 end_services
+rm "$root/etc/lumenar/objects.json"  # the administrator's own
 
 mapfile -t ours < <(installable)
 dpkg_inside -r "${ours[@]}"
