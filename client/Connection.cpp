@@ -3,10 +3,12 @@
 
 #include <algorithm>
 #include <future>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 
 #include "client/Text.h"
+#include "platform/orb/GivingBack.h"
 #include "platform/orb/names.h"
 #include "platform/wire/reference_endpoint.h"
 
@@ -22,23 +24,13 @@ bool IsService(std::string_view name) {
          name == NameWithoutInstance(Corvanta::kHardwareEnumeration);
 }
 
-// The argument list of the program for its ORB, and the limit of every call.
-class Arguments {
- public:
-  explicit Arguments(std::chrono::milliseconds timeout)
-      : timeout_ms_(std::to_string(timeout.count())), list_(localargv, localargv + localargc) {
-    list_.insert(list_.end(), {"-ORBclientCallTimeOutPeriod", timeout_ms_.c_str()});
+std::unique_ptr<Corvanta::Naming> NamingAt(const Corvanta::ORB_base& orb, const std::string& address) {
+  try {
+    return Corvanta::Naming::At(orb.Orb(), address);
+  } catch (const std::invalid_argument& reason) {
+    throw Error(ErrorKind::BadArgument, std::string("address of the naming service: ") + reason.what());
   }
-  Arguments(const Arguments&) = delete;
-  Arguments& operator=(const Arguments&) = delete;
-
-  int Count() const { return static_cast<int>(list_.size()); }
-  const char* const* List() const { return list_.data(); }
-
- private:
-  const std::string timeout_ms_;
-  std::vector<const char*> list_;
-};
+}
 
 std::chrono::milliseconds Checked(std::chrono::milliseconds timeout) {
   if (timeout.count() <= 0) throw Error(ErrorKind::BadArgument, "the time limit must be positive");
@@ -73,13 +65,27 @@ Reading ReadingFrom(const std::string& engine, const Corvanta::Item& item) {
 }  // namespace
 
 Connection::Connection(std::chrono::milliseconds timeout)
-    : timeout_(Checked(timeout)), orb_([&] {
-        const Arguments arguments(timeout);
-        return Corvanta::ORB_wrapper_base(arguments.Count(), arguments.List());
-      }()) {}
+    : timeout_(Checked(timeout)),
+      orb_(timeout_),
+      naming_(std::make_unique<Corvanta::Naming>(orb_->Orb(), orb_->NamingAddress())),
+      topics_(Corvanta::DdsBaseAccess::Instance()) {}
+
+Connection::Connection(const std::string& naming_address, std::chrono::milliseconds timeout)
+    : timeout_(Checked(timeout)),
+      orb_(timeout_),
+      naming_(NamingAt(*orb_, naming_address)),
+      own_topics_(std::make_unique<Corvanta::DdsBaseAccess>(
+          [this] { return naming_->Resolve(LocalPath(Corvanta::kTopicManager)); })),
+      topics_(*own_topics_) {}
+
+Connection::~Connection() {
+  const Corvanta::GivingBack giving_back(*orb_);
+  own_topics_.reset();
+  naming_.reset();
+}
 
 CORBA::Object_var Connection::Lookup(const std::string& name) {
-  return Remote(Printable(name), [&] { return CORBA::Object_var(orb_.Resolve(LocalPath(name))); });
+  return Remote(Printable(name), [&] { return CORBA::Object_var(naming_->Resolve(LocalPath(name))); });
 }
 
 Corvanta::DDS_Manager_var Connection::TopicManager() {
@@ -91,13 +97,13 @@ Corvanta::HwEnumerate_Able_var Connection::HwEnumeration() {
 }
 
 std::string Connection::AddressOf(CORBA::Object_ptr object) const {
-  const CORBA::String_var reference = orb_.Orb()->object_to_string(object);
+  const CORBA::String_var reference = orb_->Orb()->object_to_string(object);
   return EndpointOf(reference.in());
 }
 
 std::vector<std::string> Connection::NamesBelow(const std::string& context) {
   const auto path = context.empty() ? Corvanta::Components(Corvanta::kLocalContext) : LocalPath(context);
-  return Remote("naming service at " + NamingAddress(), [&] { return orb_.List(path); });
+  return Remote("naming service at " + NamingAddress(), [&] { return naming_->List(path); });
 }
 
 Engine Connection::AskRegistration(const std::string& name) noexcept {

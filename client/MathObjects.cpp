@@ -25,6 +25,14 @@ MathObject Described(std::int32_t id, const Corvanta::MathFactory::Math_var& ref
   return {id, type.in(), reference};
 }
 
+Corvanta::MathFactory::ReadingAttribSeq References(const std::vector<Reading>& inputs) {
+  Corvanta::MathFactory::ReadingAttribSeq references;
+  references.length(static_cast<CORBA::ULong>(inputs.size()));
+  for (CORBA::ULong i = 0; i < references.length(); ++i)
+    references[i] = Corvanta::EngineReadingBase::_duplicate(inputs[i].reference);
+  return references;
+}
+
 MathStatus StatusFrom(const Corvanta::MathFactory::MathStatus& described, const std::string& engine) {
   MathStatus status;
   status.id = described.id;
@@ -66,16 +74,6 @@ MathType MathObjects::TypeFrom(const std::string& text) {
   throw Error(ErrorKind::BadArgument, fmt::format("no type \"{}\"; there are: {}", Printable(text), known));
 }
 
-Corvanta::MathFactory::ReadingAttribSeq MathObjects::References(const std::vector<std::string>& inputs) {
-  Corvanta::MathFactory::ReadingAttribSeq references;
-  references.length(static_cast<CORBA::ULong>(inputs.size()));
-  for (CORBA::ULong i = 0; i < references.length(); ++i) {
-    const Reading reading = Find(inputs[i]);
-    references[i] = Corvanta::EngineReadingBase::_duplicate(reading.reference);
-  }
-  return references;
-}
-
 // False when another client changed the type meanwhile, so that neither a success nor a refusal is an answer to our
 // request.
 bool MathObjects::TryCreate(const MathType& type, const Corvanta::MathFactory::ReadingAttribSeq& inputs,
@@ -95,8 +93,18 @@ bool MathObjects::TryCreate(const MathType& type, const Corvanta::MathFactory::R
   return false;
 }
 
-MathObject MathObjects::Create(const std::string& type_text, const std::vector<std::string>& inputs) {
-  const MathType type = TypeFrom(type_text);
+MathObject MathObjects::Create(const std::string& type, const std::vector<std::string>& inputs) {
+  const MathType known = TypeFrom(type);
+  std::vector<Reading> readings;
+  for (const std::string& input : inputs) readings.push_back(Find(input));
+  return CreateAs(known, readings);
+}
+
+MathObject MathObjects::CreateOver(const std::string& type, const std::vector<Reading>& inputs) {
+  return CreateAs(TypeFrom(type), inputs);
+}
+
+MathObject MathObjects::CreateAs(const MathType& type, const std::vector<Reading>& inputs) {
   const auto references = References(inputs);
   MathObject created;
   for (int attempt = 0; attempt < kCreationAttempts; ++attempt) {
@@ -120,9 +128,10 @@ MathObject MathObjects::Get(std::int32_t id) {
   return Described(id, object);
 }
 
-Reading MathObjects::Result(std::int32_t id) {
-  const MathObject object = Get(id);
-  return Remote(ObjectText(id), [&] {
+Reading MathObjects::Result(std::int32_t id) { return ResultOf(Get(id)); }
+
+Reading MathObjects::ResultOf(const MathObject& object) {
+  return Remote(ObjectText(object.id), [&] {
     Reading reading;
     reading.reference = object.reference->AttrResult();
     const CORBA::String_var topic = reading.reference->DDS_Value();

@@ -81,6 +81,9 @@ class MathObjects {
   /// Errors   also BadArgument for an unknown type.
   MathObject Create(const std::string& type, const std::vector<std::string>& inputs);
 
+  /// The same over inputs that were found before.
+  MathObject CreateOver(const std::string& type, const std::vector<Reading>& inputs);
+
   /// Ascending by id; one call for all of them.
   std::vector<MathStatus> List();
 
@@ -92,6 +95,7 @@ class MathObjects {
 
   /// The reading RESULT of an object.
   Reading Result(std::int32_t id);
+  Reading ResultOf(const MathObject& object);
 
   /// The reading that a text means: "math:3" and "3" are RESULT of object 3, everything else as
   /// Connection::FindReading.
@@ -110,7 +114,7 @@ class MathObjects {
 
  private:
   MathType TypeFrom(const std::string& text);
-  Corvanta::MathFactory::ReadingAttribSeq References(const std::vector<std::string>& inputs);
+  MathObject CreateAs(const MathType& type, const std::vector<Reading>& inputs);
   bool TryCreate(const MathType& type, const Corvanta::MathFactory::ReadingAttribSeq& inputs, MathObject& created);
   Corvanta::MathFactory::Average_var Average(std::int32_t id);
 

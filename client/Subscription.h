@@ -3,11 +3,13 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
 
 #include "client/Connection.h"
+#include "platform/dds/DDS_BaseObj.h"
 #include "platform/orb/GivingBack.h"
 #include "platform/records/SampleRecord.h"
 
@@ -45,6 +47,11 @@ class Subscription {
   /// Samples lost because Next was not called often enough.
   unsigned long long Lost() const;
 
+  /// Something to do, in place of what was set before, when a sample has come and when the subscription ends: for
+  /// readers that cannot wait in Next. It runs on the thread that delivers, so it must neither block nor call this
+  /// object; once this has returned, the one before does not run any more.
+  void OnArrival(std::function<void()> arrived);
+
  private:
   class Queue;
   class Subscriber;
@@ -53,6 +60,7 @@ class Subscription {
 
   std::shared_ptr<Queue> queue_;
   Corvanta::ORB_base& orb_;
+  Corvanta::DdsBaseAccess& topics_;
   std::vector<Entry> entries_;
   long shutdown_token_ = 0;
 };
