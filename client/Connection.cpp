@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "client/Connection.h"
 
+#include <fmt/format.h>
+#include <omniORB4/Naming.hh>
+
 #include <algorithm>
 #include <future>
 #include <stdexcept>
@@ -10,10 +13,11 @@
 #include "client/Text.h"
 #include "platform/orb/GivingBack.h"
 #include "platform/orb/names.h"
-#include "platform/wire/reference_endpoint.h"
 
 namespace Lumenar::Client {
 namespace {
+
+constexpr const char* kEngineAdvice = "is its engine_host running?";
 
 using Corvanta::LocalPath;
 using Corvanta::NameWithoutInstance;
@@ -62,6 +66,29 @@ Reading ReadingFrom(const std::string& engine, const Corvanta::Item& item) {
           Corvanta::EngineReadingBase::_duplicate(item.reference)};
 }
 
+std::vector<ReadingName> NamesOf(const std::vector<Reading>& readings) {
+  std::vector<ReadingName> names;
+  names.reserve(readings.size());
+  for (const Reading& reading : readings) names.push_back(reading.name);
+  return names;
+}
+
+// What `match` finds; what is not found may be a reading of an engine that does not answer, whose error it is then.
+template <class Match>
+auto AboutSilent(const std::string& text, const std::vector<Engine>& engines, Match&& match) {
+  try {
+    return match();
+  } catch (const Error& error) {
+    if (error.Kind() != ErrorKind::NotFound) throw;
+    for (const Engine& engine : engines) {
+      if (engine.problem && SameLetters(text.substr(0, engine.name.size() + 1), engine.name + '/')) {
+        throw *engine.problem;
+      }
+    }
+    throw;
+  }
+}
+
 }  // namespace
 
 Connection::Connection(std::chrono::milliseconds timeout)
@@ -84,8 +111,26 @@ Connection::~Connection() {
   naming_.reset();
 }
 
+// What `call` asks the naming service for.
+template <class Call>
+auto Connection::AtNaming(Call&& call) {
+  try {
+    return call();
+  } catch (const CORBA::Exception& exception) {
+    throw ErrorFrom(exception, NamingService(NamingAddress()));
+  }
+}
+
 CORBA::Object_var Connection::Lookup(const std::string& name) {
-  return Remote(Printable(name), [&] { return CORBA::Object_var(naming_->Resolve(LocalPath(name))); });
+  return AtNaming([&] {
+    try {
+      return CORBA::Object_var(naming_->Resolve(LocalPath(name)));
+    } catch (const CosNaming::NamingContext::NotFound&) {
+      throw Error(ErrorKind::NotFound,
+                  fmt::format("{} is not registered with the naming service at {}; is its program running?",
+                              Printable(name), NamingAddress()));
+    }
+  });
 }
 
 Corvanta::DDS_Manager_var Connection::TopicManager() {
@@ -96,14 +141,11 @@ Corvanta::HwEnumerate_Able_var Connection::HwEnumeration() {
   return Narrowed<Corvanta::HwEnumerate_Able>(Lookup(Corvanta::kHardwareEnumeration), "hardware enumeration");
 }
 
-std::string Connection::AddressOf(CORBA::Object_ptr object) const {
-  const CORBA::String_var reference = orb_->Orb()->object_to_string(object);
-  return EndpointOf(reference.in());
-}
+std::string Connection::AddressOf(CORBA::Object_ptr object) const { return Client::AddressOf(object); }
 
 std::vector<std::string> Connection::NamesBelow(const std::string& context) {
   const auto path = context.empty() ? Corvanta::Components(Corvanta::kLocalContext) : LocalPath(context);
-  return Remote("naming service at " + NamingAddress(), [&] { return naming_->List(path); });
+  return AtNaming([&] { return naming_->List(path); });
 }
 
 Engine Connection::AskRegistration(const std::string& name) noexcept {
@@ -113,7 +155,7 @@ Engine Connection::AskRegistration(const std::string& name) noexcept {
     const CORBA::Object_var object = Lookup(name);
     engine.address = AddressOf(object);
     const auto registration = Narrowed<Corvanta::GUI_Able>(object, name);
-    const CORBA::String_var told = Remote(name, [&] { return registration->EngineName(); });
+    const CORBA::String_var told = Remote(name, object, kEngineAdvice, [&] { return registration->EngineName(); });
     engine.name = told.in();
     engine.registration = registration;
   } catch (const Error& error) {
@@ -147,7 +189,11 @@ void Connection::AddSilentEngines(std::vector<Engine>& engines) {
       if (registered != nullptr) {
         registered->name = name;
       } else {
-        engines.push_back({name, address, Error(ErrorKind::NotFound, name + ": has no registration object"), {}});
+        engines.push_back(
+            {name,
+             address,
+             Error(ErrorKind::NotFound, Printable(name) + " has no registration object: it ended, or is no engine"),
+             {}});
       }
     }
   }
@@ -162,7 +208,7 @@ std::vector<Engine> Connection::Engines() {
 
 std::string Connection::VersionOf(const Engine& engine) {
   if (engine.problem) throw *engine.problem;
-  return Remote(Printable(engine.name), [&]() -> std::string {
+  return Remote(Printable(engine.name), engine.registration, kEngineAdvice, [&]() -> std::string {
     try {
       return CORBA::String_var(engine.registration->Version()).in();
     } catch (const CORBA::BAD_OPERATION&) {  // built before registration objects had a version
@@ -175,7 +221,8 @@ std::vector<Reading> Connection::ReadingsOf(const std::vector<Engine>& engines) 
   std::vector<Reading> readings;
   for (const Engine& engine : engines) {
     if (engine.problem) continue;
-    Corvanta::ItemSeq_var items = Remote(Printable(engine.name), [&] { return engine.registration->Items(); });
+    Corvanta::ItemSeq_var items = Remote(Printable(engine.name), engine.registration, kEngineAdvice,
+                                         [&] { return engine.registration->Items(); });
     for (CORBA::ULong i = 0; i < items->length(); ++i) readings.push_back(ReadingFrom(engine.name, items[i]));
   }
   return readings;
@@ -185,18 +232,13 @@ std::vector<Reading> Connection::Readings() { return ReadingsOf(Engines()); }
 
 Reading Connection::FindReading(const std::string& text) {
   const std::vector<Engine> engines = Engines();
-  std::vector<Reading> readings = ReadingsOf(engines);
-  std::vector<ReadingName> names;
-  for (const Reading& reading : readings) names.push_back(reading.name);
-  try {
-    return readings[MatchReading(text, names)];
-  } catch (const Error& error) {
-    if (error.Kind() != ErrorKind::NotFound) throw;
-    for (const Engine& engine : engines) {
-      if (engine.problem && text.rfind(engine.name + '/', 0) == 0) throw *engine.problem;
-    }
-    throw;
-  }
+  const std::vector<Reading> readings = ReadingsOf(engines);
+  return AboutSilent(text, engines, [&] { return readings[MatchReading(text, NamesOf(readings))]; });
+}
+
+std::vector<std::size_t> IndexesFor(const std::string& text, const std::vector<Reading>& readings,
+                                    const std::vector<Engine>& engines) {
+  return AboutSilent(text, engines, [&] { return MatchReadings(text, NamesOf(readings)); });
 }
 
 }  // namespace Lumenar::Client

@@ -9,6 +9,7 @@
 #include <optional>
 #include <utility>
 
+#include "client/MathName.h"
 #include "client/Text.h"
 
 namespace Lumenar::Client {
@@ -23,14 +24,6 @@ bool IsNumber(const std::string& text, std::int32_t number) { return text == std
 MathObject Described(std::int32_t id, const Corvanta::MathFactory::Math_var& reference) {
   const CORBA::String_var type = Remote(ObjectText(id), [&] { return reference->GetType(); });
   return {id, type.in(), reference};
-}
-
-Corvanta::MathFactory::ReadingAttribSeq References(const std::vector<Reading>& inputs) {
-  Corvanta::MathFactory::ReadingAttribSeq references;
-  references.length(static_cast<CORBA::ULong>(inputs.size()));
-  for (CORBA::ULong i = 0; i < references.length(); ++i)
-    references[i] = Corvanta::EngineReadingBase::_duplicate(inputs[i].reference);
-  return references;
 }
 
 MathStatus StatusFrom(const Corvanta::MathFactory::MathStatus& described, const std::string& engine) {
@@ -93,19 +86,19 @@ bool MathObjects::TryCreate(const MathType& type, const Corvanta::MathFactory::R
   return false;
 }
 
-MathObject MathObjects::Create(const std::string& type, const std::vector<std::string>& inputs) {
-  const MathType known = TypeFrom(type);
+MathObject MathObjects::Create(const std::string& type_text, const std::vector<std::string>& inputs) {
+  const MathType type = TypeFrom(type_text);
   std::vector<Reading> readings;
   for (const std::string& input : inputs) readings.push_back(Find(input));
-  return CreateAs(known, readings);
+  return Create(type, readings);
 }
 
-MathObject MathObjects::CreateOver(const std::string& type, const std::vector<Reading>& inputs) {
-  return CreateAs(TypeFrom(type), inputs);
-}
-
-MathObject MathObjects::CreateAs(const MathType& type, const std::vector<Reading>& inputs) {
-  const auto references = References(inputs);
+MathObject MathObjects::Create(const MathType& type, const std::vector<Reading>& inputs) {
+  Corvanta::MathFactory::ReadingAttribSeq references;
+  references.length(static_cast<CORBA::ULong>(inputs.size()));
+  for (CORBA::ULong i = 0; i < references.length(); ++i) {
+    references[i] = Corvanta::EngineReadingBase::_duplicate(inputs[i].reference);
+  }
   MathObject created;
   for (int attempt = 0; attempt < kCreationAttempts; ++attempt) {
     if (Remote("create " + type.name, [&] { return TryCreate(type, references, created); })) return created;
@@ -144,8 +137,9 @@ Reading MathObjects::ResultOf(const MathObject& object) {
 }
 
 Reading MathObjects::Find(const std::string& text) {
-  if (const auto id = MathIdFromText(text)) return Result(*id);
-  return connection_.FindReading(text);
+  const auto name = MathNameFromText(text, engine_);
+  if (!name) return connection_.FindReading(text);
+  return name->engine == engine_ ? Result(name->id) : MathObjects(connection_, name->engine).Result(name->id);
 }
 
 Corvanta::MathFactory::Average_var MathObjects::Average(std::int32_t id) {

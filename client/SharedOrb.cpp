@@ -4,6 +4,7 @@
 #include <memory>
 #include <set>
 
+#include "client/Error.h"
 #include "platform/base/Mutex.h"
 
 namespace Lumenar::Client {
@@ -29,7 +30,7 @@ class OrbOfTheProcess {
       limits_.erase(taken);
       throw;
     }
-    Corvanta::ORB_base::SetCallTimeout(*limits_.rbegin());
+    SetLimit();
     return *orb_;
   }
 
@@ -39,11 +40,16 @@ class OrbOfTheProcess {
     if (limits_.empty()) {
       orb_.reset();
     } else {
-      Corvanta::ORB_base::SetCallTimeout(*limits_.rbegin());
+      SetLimit();
     }
   }
 
  private:
+  void SetLimit() REQUIRES(mutex_) {
+    Corvanta::ORB_base::SetCallTimeout(*limits_.rbegin());
+    NoteCallLimit(*limits_.rbegin());
+  }
+
   Mutex mutex_;
   std::multiset<milliseconds> limits_ GUARDED_BY(mutex_);
   std::unique_ptr<Corvanta::ORB_wrapper_base> orb_ GUARDED_BY(mutex_);

@@ -13,6 +13,7 @@
 namespace Lumenar::Client {
 namespace {
 
+constexpr const char* kManagerAdvice = "is topic_manager running?";
 constexpr std::size_t kQueuedSamples = 4096;
 constexpr std::size_t kQueuedBytes = std::size_t{64} << 20;
 
@@ -138,7 +139,8 @@ void Subscription::Add(const Reading& reading) {
   const auto renewed = [servant = entry.servant](CORBA::Long handle) mutable { servant->SetHandle(handle); };
   CORBA::Long handle = 0;
   try {
-    handle = Remote("topic manager", [&] { return topics_.Subscribe(entry.topic.c_str(), entry.reference, renewed); });
+    handle = Remote("topic manager", nullptr, kManagerAdvice,
+                    [&] { return topics_.Subscribe(entry.topic.c_str(), entry.reference, renewed); });
   } catch (const Error&) {
     Corvanta::ORB_base::DeactivateObject(entry.servant.in());
     throw;

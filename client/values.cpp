@@ -16,6 +16,8 @@
 namespace Lumenar::Client {
 namespace {
 
+constexpr const char* kReadingAdvice = "is its engine running?";
+
 using Corvanta::RecordKind;
 using Corvanta::SampleRecord;
 using Corvanta::BASIC_TRACE::BT_DATA;
@@ -94,13 +96,15 @@ void SetByKind(const Reading& reading, const std::string& text) {
 
 }  // namespace
 
+bool HasValue(const Reading& reading) { return reading.type_name != "void"; }
+
 SampleRecord GetValue(const Reading& reading) {
-  return Remote(FullName(reading.name), [&] { return GetByKind(reading); });
+  return Remote(FullName(reading.name), reading.reference, kReadingAdvice, [&] { return GetByKind(reading); });
 }
 
 void SetValue(const Reading& reading, const std::string& text) {
   if (!reading.settable) ThrowKind(reading, "a reading, not an attribute: it cannot be set");
-  Remote(FullName(reading.name), [&] { SetByKind(reading, text); });
+  Remote(FullName(reading.name), reading.reference, kReadingAdvice, [&] { SetByKind(reading, text); });
 }
 
 std::int32_t LongFromText(const std::string& text) {

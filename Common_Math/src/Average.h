@@ -37,11 +37,12 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
         subscription_(new Corvanta::DDS_Subscriber<T>(
             this->AskTopic(input).c_str(),
             this->Gate().Guard([this](const char* topic, T&& sample) { DDS_Callback(topic, std::move(sample)); }),
-            this->CountNotRead())),
+            this->CountNotRead(0))),
         size_(namer, gui, "SIZE", 1, this->Gate().Guard([this](const int& value) { SizeCallback(value); }),
               f_SizeParams),
         reset_(namer, gui, "RESET", this->Gate().Guard([this] { ResetCallback(); })),
         full_(namer, gui, "FULL", false) {
+    this->KeepHandle(0, *subscription_);
     MathValue<T> present(input);
     Lock lock(mutex_);
     Update(&present);
@@ -67,11 +68,18 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
     return full_._this();
   }
 
+  using MathBaseTemplate<T, ValReadingMap<T>>::Describe;
+  void Describe(Corvanta::MathFactory::MathReport& report) override {
+    MathBaseTemplate<T, ValReadingMap<T>>::Describe(report);
+    report.size = static_cast<CORBA::ULong>(size_.Get());
+    report.filled = static_cast<CORBA::ULong>(mean_.CountForOthers());
+  }
+
   /// A sample of the input.
   /// Errors   the value library's: RESULT and FULL keep their values. A sample that cannot be added is forgotten; one
   ///          whose mean is not finite stays among the samples.
   void DDS_Callback(const char* /*topic*/, T&& sample) {
-    this->TakeSample([&] {
+    this->TakeSample(0, [&] {
       MathValue<T> value(std::move(sample));
       Lock lock(mutex_);
       Update(&value);

@@ -2,6 +2,7 @@
 #include "Common_Math/src/MathBase.h"
 
 #include <atomic>
+#include <utility>
 
 namespace Lumenar {
 namespace {
@@ -25,6 +26,26 @@ Corvanta::MathFactory::RefusalStatus* MathBase::Refusals() {
   return new Corvanta::MathFactory::RefusalStatus(refused_.Status());
 }
 
+Corvanta::MathFactory::ReadingAttribSeq* MathBase::AttrInputs() {
+  RequireOpen();
+  Lock lock(inputs_mutex_);
+  return new Corvanta::MathFactory::ReadingAttribSeq(inputs_);
+}
+
+Corvanta::MathFactory::MathReport* MathBase::Report() {
+  RequireOpen();
+  Corvanta::MathFactory::MathReport_var report = new Corvanta::MathFactory::MathReport;
+  Describe(report.inout());
+  if (mark_away_) mark_away_(report.inout());
+  return report._retn();
+}
+
+void MathBase::Keep(const Corvanta::MathFactory::ReadingAttribSeq& inputs, MarkAway mark_away) {
+  mark_away_ = std::move(mark_away);
+  Lock lock(inputs_mutex_);
+  inputs_ = inputs;
+}
+
 void MathBase::Describe(Corvanta::MathFactory::MathStatus& status) {
   status.id = id_;
   status.type = CORBA::String_var(GetType());
@@ -32,6 +53,27 @@ void MathBase::Describe(Corvanta::MathFactory::MathStatus& status) {
   status.inputs.length(static_cast<CORBA::ULong>(topics.size()));
   for (CORBA::ULong i = 0; i < status.inputs.length(); ++i) status.inputs[i] = topics[i].c_str();
   status.refusals = refused_.Status();
+}
+
+void MathBase::Describe(Corvanta::MathFactory::MathReport& report) {
+  const SampleFigures::Time now = SampleFigures::Time::clock::now();
+  report.id = id_;
+  report.type = CORBA::String_var(GetType());
+  const std::vector<std::string> topics = InputTopics();
+  report.inputs.length(static_cast<CORBA::ULong>(topics.size()));
+  for (CORBA::ULong i = 0; i < report.inputs.length(); ++i) {
+    const SampleFigures::Counted samples = figures_.Samples(i, now);
+    report.inputs[i] = {topics[i].c_str(), samples.number, samples.age_us, false,
+                        handles_.at(i) ? handles_[i]->load() : 0};
+  }
+  report.size = 0;
+  report.filled = 0;
+  const SampleFigures::Counted results = figures_.Results(now);
+  report.results = results.number;
+  report.age_us = results.age_us;
+  report.interval_us = figures_.IntervalMicroseconds();
+  report.refusing = refused_.Refusing();
+  report.refusals = refused_.Status();
 }
 
 std::string MathBase::AskTopic(Corvanta::EngineReadingBase_ptr input) {
@@ -60,6 +102,8 @@ void MathBase::Close() noexcept {
   gate_->Close();
   CloseParts();
   reference_ = Corvanta::MathFactory::Math::_nil();  // the servant may outlive the ORB's use for it
+  Lock lock(inputs_mutex_);
+  inputs_.length(0);
 }
 
 }  // namespace Lumenar

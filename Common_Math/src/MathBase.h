@@ -1,14 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
+#include <atomic>
+#include <boost/function.hpp>
 #include <boost/noncopyable.hpp>
 #include <boost/shared_ptr.hpp>
+#include <cstddef>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "Common_Math/src/RefusedSamples.h"
+#include "Common_Math/src/SampleFigures.h"
 #include "MathFactory.hh"
 #include "platform/base/InstanceCounter.h"
+#include "platform/base/Mutex.h"
 #include "platform/servants/CountedServant.h"
 #include "platform/servants/UpcallGate.h"
 
@@ -31,6 +38,8 @@ class MathBase : virtual public POA_Corvanta::MathFactory::Math,
   CORBA::Long GetId() override;
   char* GetType() override = 0;
   Corvanta::MathFactory::RefusalStatus* Refusals() override;
+  Corvanta::MathFactory::ReadingAttribSeq* AttrInputs() override;
+  Corvanta::MathFactory::MathReport* Report() override;
 
   /// The id, also of a closed object.
   CORBA::Long Id() const noexcept { return id_; }
@@ -41,6 +50,18 @@ class MathBase : virtual public POA_Corvanta::MathFactory::Math,
   /// The object as a list shows it. Makes no remote call.
   /// Errors   as the operations.
   virtual void Describe(Corvanta::MathFactory::MathStatus& status);
+
+  /// What a report says of the object, but for inputs that are away, which it cannot know: none. Makes no remote call,
+  /// and waits for no computation.
+  /// Errors   as the operations.
+  virtual void Describe(Corvanta::MathFactory::MathReport& report);
+
+  /// Sets in a report which inputs are away.
+  using MarkAway = boost::function<void(Corvanta::MathFactory::MathReport&)>;
+
+  /// What clients ask for that the object needs nowhere else: its inputs, and who knows which of them are away. Called
+  /// once, before Activate.
+  void Keep(const Corvanta::MathFactory::ReadingAttribSeq& inputs, MarkAway mark_away);
 
   /// The pointer that owns a newly built object and opens it. Its end closes the object: subscriptions end at once,
   /// readings and attributes are withdrawn, no call gets in any more, and nothing waits for those inside.
@@ -62,13 +83,51 @@ class MathBase : virtual public POA_Corvanta::MathFactory::Math,
   /// Errors   CORBA system exceptions.
   std::string AskTopic(Corvanta::EngineReadingBase_ptr input);
 
-  RefusedSamples& Refused() noexcept { return refused_; }
+  /// The subscription of an input, given by its number, for reports; before the object is complete.
+  template <class Subscriber>
+  void KeepHandle(std::size_t input, const Subscriber& subscription) {
+    handles_.at(input) = subscription.SharedHandle();
+  }
 
-  /// What an operation does with one sample; counts the sample when it is refused. Errors   those of `work`.
+  RefusedSamples& Refused() noexcept { return refused_; }
+  const SampleFigures& Figures() const noexcept { return figures_; }
+
+  /// What an operation does with one sample of an input, given by its number; counts the sample, also when it is
+  /// refused. Errors   those of `work`.
   /// Threads  the caller holds what `work` requires, which the analysis cannot follow through a parameter.
   template <class Work>
-  void TakeSample(Work work) NO_THREAD_SAFETY_ANALYSIS {
+  void TakeSample(std::size_t input, Work work) NO_THREAD_SAFETY_ANALYSIS {
     RefusedSamples::OnItsWay sample(refused_);
+    figures_.SampleCame(input, sample.Came());
+    Do(work);
+  }
+
+  /// The same with the inputs' present values, which are not counted as samples that came.
+  template <class Work>
+  void TakePresentValues(Work work) NO_THREAD_SAFETY_ANALYSIS {
+    RefusedSamples::OnItsWay sample(refused_);
+    Do(work);
+  }
+
+  /// Counts a sample of an input that could not be read off the wire for want of memory; for the subscriptions.
+  auto CountNotRead(std::size_t input) {
+    return gate_->Guard([this, input] {
+      figures_.SampleCame(input, SampleFigures::Time::clock::now());
+      refused_.CountException();
+    });
+  }
+
+  /// A result is about to be published.
+  void CountResult() noexcept { figures_.ResultCame(refused_.TimeOfSample()); }
+
+  /// Ends the operation's subscriptions and closes its readings and attributes.
+  virtual void CloseParts() noexcept = 0;
+
+ private:
+  void Close() noexcept;
+
+  template <class Work>
+  void Do(Work& work) NO_THREAD_SAFETY_ANALYSIS {
     try {
       work();
     } catch (...) {
@@ -77,19 +136,13 @@ class MathBase : virtual public POA_Corvanta::MathFactory::Math,
     }
   }
 
-  /// Counts a sample that could not be read off the wire for want of memory; for the subscriptions.
-  auto CountNotRead() {
-    return gate_->Guard([this] { refused_.CountException(); });
-  }
-
-  /// Ends the operation's subscriptions and closes its readings and attributes.
-  virtual void CloseParts() noexcept = 0;
-
- private:
-  void Close() noexcept;
-
   const CORBA::Long id_;
   RefusedSamples refused_;
+  SampleFigures figures_;
+  std::array<boost::shared_ptr<const std::atomic<CORBA::Long>>, SampleFigures::kMostInputs> handles_;
+  MarkAway mark_away_;
+  Mutex inputs_mutex_;  // a leaf
+  Corvanta::MathFactory::ReadingAttribSeq inputs_ GUARDED_BY(inputs_mutex_);
   const boost::shared_ptr<Corvanta::UpcallGate> gate_;
   Corvanta::MathFactory::Math_var reference_;
 };

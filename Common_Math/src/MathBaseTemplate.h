@@ -11,6 +11,10 @@
 
 namespace Lumenar {
 
+/// The points of a result: the samples of a trace, 1 of a scalar.
+inline CORBA::ULong PointsOf(const Corvanta::BASIC_TRACE::BT_DATA& trace) { return trace.samples.length(); }
+inline CORBA::ULong PointsOf(const Corvanta::VALUE_DOUBLE::VALUE&) { return 1; }
+
 /// The reading class of a record type; one specialisation for each type of result.
 template <class T>
 class ValReadingMap;
@@ -34,12 +38,28 @@ class MathBaseTemplate : virtual public MathBase {
     status.result_topic = result_.GetDDS_Topic().c_str();
   }
 
+  void Describe(Corvanta::MathFactory::MathReport& report) override {
+    MathBase::Describe(report);
+    report.result_topic = result_.GetDDS_Topic().c_str();
+    report.result_kind = result_.Kind().type_name;
+    result_.LookAt([&report](const T& present) {
+      report.units = present.units;
+      report.points = report.results == 0 ? 0 : PointsOf(present);
+    });
+  }
+
  protected:
   ~MathBaseTemplate() override = default;
 
   /// Stores and publishes a result; one that is given up is not copied.
-  void SetResult(const MathValue<T>& value) { result_ = value.ToRecord(); }
-  void SetResult(MathValue<T>&& value) { result_ = std::move(value).ToRecord(); }
+  void SetResult(const MathValue<T>& value) {
+    CountResult();
+    result_ = value.ToRecord();
+  }
+  void SetResult(MathValue<T>&& value) {
+    CountResult();
+    result_ = std::move(value).ToRecord();
+  }
 
   /// The present RESULT, read back.
   MathValue<T> GetResult() const { return result_.GetValue(); }

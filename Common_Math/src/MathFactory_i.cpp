@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <exception>
 #include <new>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,7 @@ using Corvanta::MathFactory::ReadingAttribSeq;
 
 constexpr const char* kFactoryPath = "Common_Math/src/MathFactory_i";
 constexpr std::size_t kStatusBytes = 512;  // of an answer, about
+constexpr std::size_t kReportBytes = 512;
 
 std::vector<EngineAttribEnumParamElem> TypeElements() {
   std::vector<EngineAttribEnumParamElem> elements;
@@ -51,6 +53,13 @@ std::vector<EngineAttribEnumParamElem> TypeElements() {
   } catch (...) {
     WriteError("CreateMath: unknown exception");
     throw CORBA::UNKNOWN();
+  }
+}
+
+void MarkInputsOf(const std::set<std::string>& away, Corvanta::MathFactory::MathReport& report) {
+  for (CORBA::ULong i = 0; i < report.inputs.length(); ++i) {
+    const std::string topic = report.inputs[i].topic.in();
+    report.inputs[i].away = away.count(Corvanta::ItemNamer::EngineOf(topic)) != 0;
   }
 }
 
@@ -86,7 +95,7 @@ Math_ptr MathFactory_i::CreateMath(const ReadingAttribSeq& attribs) {
   try {
     const Place place(*this);
     const boost::shared_ptr<MathBase> object = Build(attribs);
-    Enter(object);
+    Enter(object, attribs);
     WatchInputs(*object, attribs);
     return object->Reference();
   } catch (...) {
@@ -123,7 +132,10 @@ boost::shared_ptr<MathBase> MathFactory_i::Build(const ReadingAttribSeq& attribs
 }
 
 /// An object that does not get into the registry does not stay with the ORB either.
-void MathFactory_i::Enter(const boost::shared_ptr<MathBase>& object) {
+void MathFactory_i::Enter(const boost::shared_ptr<MathBase>& object, const ReadingAttribSeq& attribs) {
+  object->Keep(attribs, gate_->Guard([this](Corvanta::MathFactory::MathReport& report) {
+    MarkInputsOf(input_engines_.Away(), report);
+  }));
   try {
     object->Activate();
     Register(object);
@@ -211,9 +223,22 @@ Corvanta::MathFactory::IdSeq* MathFactory_i::ListMath() {
 
 Corvanta::MathFactory::MathStatusSeq* MathFactory_i::ListMathStatus() {
   RequireOpen();
+  return DescribeAll<Corvanta::MathFactory::MathStatusSeq>(kStatusBytes);
+}
+
+Corvanta::MathFactory::MathReportSeq* MathFactory_i::ReportMath() {
+  RequireOpen();
+  Corvanta::MathFactory::MathReportSeq_var reports = DescribeAll<Corvanta::MathFactory::MathReportSeq>(kReportBytes);
+  const std::set<std::string> away = input_engines_.Away();
+  for (CORBA::ULong i = 0; !away.empty() && i < reports->length(); ++i) MarkInputsOf(away, reports[i]);
+  return reports._retn();
+}
+
+template <class Sequence>
+Sequence* MathFactory_i::DescribeAll(std::size_t bytes) {
   const auto objects = All();
-  Corvanta::LargeAnswer::Announce(objects.size() * kStatusBytes);
-  Corvanta::MathFactory::MathStatusSeq_var list = new Corvanta::MathFactory::MathStatusSeq;
+  Corvanta::LargeAnswer::Announce(objects.size() * bytes);
+  typename Sequence::_var_type list = new Sequence;
   list->length(static_cast<CORBA::ULong>(objects.size()));
   CORBA::ULong count = 0;
   for (const auto& object : objects) {

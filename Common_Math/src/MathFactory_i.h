@@ -40,6 +40,7 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces, public Corva
   Corvanta::EngineAttribEnum_ptr AttrType() override;
   Corvanta::MathFactory::IdSeq* ListMath() override;
   Corvanta::MathFactory::MathStatusSeq* ListMathStatus() override;
+  Corvanta::MathFactory::MathReportSeq* ReportMath() override;
 
   /// A client has set TYPE: any number is stored; one that names no operation is refused by the next CreateMath.
   void TypeCallback(const int& value);
@@ -68,13 +69,17 @@ class MathFactory_i : public POA_Corvanta::MathFactory::Interfaces, public Corva
   };
 
   boost::shared_ptr<MathBase> Build(const Corvanta::MathFactory::ReadingAttribSeq& attribs);
-  void Enter(const boost::shared_ptr<MathBase>& object);
+  void Enter(const boost::shared_ptr<MathBase>& object, const Corvanta::MathFactory::ReadingAttribSeq& attribs);
   void Register(const boost::shared_ptr<MathBase>& object);
 
   /// Has the engines watched whose readings are inputs of an object. Makes no remote call.
   void WatchInputs(const MathBase& object, const Corvanta::MathFactory::ReadingAttribSeq& attribs) noexcept;
   boost::shared_ptr<MathBase> Find(CORBA::Long id);
   std::vector<PortableServer::Servant_var<MathBase>> All();
+
+  /// What all objects say of themselves; an answer of about so many bytes for each.
+  template <class Sequence>
+  Sequence* DescribeAll(std::size_t bytes);
   bool HalfIsGone() REQUIRES(mutex_);
 
   static Corvanta::ItemNamer& InstanceNamer();

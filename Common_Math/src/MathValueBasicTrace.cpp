@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Common_Math/src/MathValueBasicTrace.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstdlib>
@@ -118,7 +121,9 @@ bool MathTrace::IsEmpty(const char* function) const {
 bool MathTrace::SizesDiffer(const char* function, std::size_t other_size) const {
   if (other_size == Length()) return false;
   Diagnose(kTracePath, function, " Error: traces are different sizes! ", other_size, ", ", Length());
-  RefusedSamples::NoteFixedLine("traces of different lengths");
+  std::array<char, 64> lengths;
+  const char* end = fmt::format_to_n(lengths.data(), lengths.size(), " ({} and {})", Length(), other_size).out;
+  RefusedSamples::NoteFixedLine("traces of different lengths", {lengths.data(), end});
   return true;
 }
 

@@ -35,7 +35,8 @@ class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
     subscription_.reset(new Corvanta::DDS_Subscriber<T>(
         topic.c_str(),
         this->Gate().Guard([this](const char* name, T&& sample) { DDS_Callback(name, std::move(sample)); }),
-        this->CountNotRead()));
+        this->CountNotRead(0)));
+    this->KeepHandle(0, *subscription_);
     MathValue<T> present(input);
     Lock lock(mutex_);
     Update(&present);
@@ -54,7 +55,7 @@ class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
   /// A sample of the input.
   /// Errors   the value library's, and MathFactoryException for a trace of another size: RESULT keeps its value.
   void DDS_Callback(const char* /*topic*/, T&& sample) {
-    this->TakeSample([&] {
+    this->TakeSample(0, [&] {
       MathValue<T> value(std::move(sample));
       Lock lock(mutex_);
       Update(&value);

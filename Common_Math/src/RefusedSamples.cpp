@@ -36,13 +36,16 @@ std::vector<std::string> RefusedSamples::Inputs() const {
   return inputs_;
 }
 
-void RefusedSamples::Count(const char* reason, bool has_fixed_line, Time now) noexcept {
+void RefusedSamples::Count(const char* reason, bool has_fixed_line, Time now, std::string_view detail) noexcept {
+  refusing_.store(true, std::memory_order_relaxed);
+  if (on_its_way != nullptr && &on_its_way->refused_ == this) on_its_way->counted_ = true;
   try {
     std::string line;
     {
       Lock lock(mutex_);
       ++count_;
       last_ = reason;
+      last_ += detail;
       line = LineFor(reason, has_fixed_line, now);
     }
     if (!line.empty()) write_(line);
@@ -105,15 +108,26 @@ Corvanta::MathFactory::RefusalStatus RefusedSamples::Status() const {
 }
 
 RefusedSamples::OnItsWay::OnItsWay(RefusedSamples& refused) noexcept
-    : refused_(refused), before_(std::exchange(on_its_way, this)) {}
+    : refused_(refused), came_(std::chrono::steady_clock::now()), before_(std::exchange(on_its_way, this)) {}
 
 RefusedSamples::OnItsWay::~OnItsWay() {
   on_its_way = before_;
-  if (reason_ != nullptr) refused_.Count(reason_, true);
+  if (reason_ != nullptr) {
+    refused_.Count(reason_, true, came_, detail_);
+  } else if (!counted_) {
+    refused_.refusing_.store(false, std::memory_order_relaxed);
+  }
 }
 
-void RefusedSamples::NoteFixedLine(const char* reason) noexcept {
-  if (on_its_way != nullptr && on_its_way->reason_ == nullptr) on_its_way->reason_ = reason;
+void RefusedSamples::NoteFixedLine(const char* reason, std::string_view detail) noexcept {
+  if (on_its_way == nullptr || on_its_way->reason_ != nullptr) return;
+  on_its_way->reason_ = reason;
+  detail.copy(on_its_way->detail_, OnItsWay::kMostDetail);
+}
+
+RefusedSamples::Time RefusedSamples::TimeOfSample() const noexcept {
+  const bool ours = on_its_way != nullptr && &on_its_way->refused_ == this;
+  return ours ? on_its_way->came_ : std::chrono::steady_clock::now();
 }
 
 }  // namespace Lumenar

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "MathFactory.hh"
@@ -29,14 +31,19 @@ class RefusedSamples {
   void AddInput(const std::string& topic);
   std::vector<std::string> Inputs() const;
 
-  /// One sample more. What there is no memory for, of words and lines, is left out; the number is always right.
-  void Count(const char* reason, bool has_fixed_line, Time now = std::chrono::steady_clock::now()) noexcept;
+  /// One sample more. `detail` follows the reason where clients read it; lines tell the reason alone. What there is no
+  /// memory for, of words and lines, is left out; the number is always right.
+  void Count(const char* reason, bool has_fixed_line, Time now = std::chrono::steady_clock::now(),
+             std::string_view detail = {}) noexcept;
 
   /// Counts the sample that raised the exception which is being handled, by its words; where a fixed line was said for
   /// the sample that is on its way, that reason stands.
   void CountException() noexcept;
 
   Corvanta::MathFactory::RefusalStatus Status() const;
+
+  /// Whether the last sample was refused.
+  bool Refusing() const noexcept { return refusing_.load(std::memory_order_relaxed); }
 
   /// One sample on its way through the object's operation, on this thread. A fixed line that is said meanwhile counts
   /// the sample, once, when the way ends.
@@ -47,16 +54,26 @@ class RefusedSamples {
     OnItsWay(const OnItsWay&) = delete;
     OnItsWay& operator=(const OnItsWay&) = delete;
 
+    Time Came() const noexcept { return came_; }
+
    private:
     friend class RefusedSamples;
+    static constexpr std::size_t kMostDetail = 63;
+
     RefusedSamples& refused_;
+    const Time came_;
     const char* reason_ = nullptr;
+    char detail_[kMostDetail + 1] = {};
+    bool counted_ = false;
     OnItsWay* const before_;
   };
 
   /// A fixed line was written for the sample that is on its way on this thread, if one is. `reason` lasts as long as
-  /// the program.
-  static void NoteFixedLine(const char* reason) noexcept;
+  /// the program; a long `detail` is cut off.
+  static void NoteFixedLine(const char* reason, std::string_view detail = {}) noexcept;
+
+  /// When the sample came that is on its way through this object on this thread; now where none is.
+  Time TimeOfSample() const noexcept;
 
  private:
   struct Reason {
@@ -75,6 +92,7 @@ class RefusedSamples {
   mutable Mutex mutex_;  // a leaf
   std::vector<std::string> inputs_ GUARDED_BY(mutex_);
   std::vector<Reason> reasons_ GUARDED_BY(mutex_);
+  std::atomic<bool> refusing_{false};
   unsigned long long count_ GUARDED_BY(mutex_) = 0;
   std::string last_ GUARDED_BY(mutex_);
 };

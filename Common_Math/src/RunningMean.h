@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <iterator>
 #include <list>
@@ -16,21 +17,30 @@ namespace Lumenar {
 ///
 /// There is no running sum: it is rebuilt from the last mean with every sample, and the history is there so that
 /// samples can be taken out of the sum again. What it holds counts as history memory.
-/// Threads   none of its own: one thread at a time.
+/// Threads   none of its own: one thread at a time, but for CountForOthers.
 template <class T>
 class RunningMean {
  public:
   bool IsEmpty() const { return history_.empty(); }
   int Count() const { return static_cast<int>(history_.size()); }
 
+  /// The same for any thread.
+  int CountForOthers() const noexcept { return count_.load(std::memory_order_relaxed); }
+
   /// The newest sample, of a history that is not empty.
   const MathValue<T>& Newest() const { return history_.front().value; }
 
-  void Clear() { history_.clear(); }
+  void Clear() {
+    history_.clear();
+    TellCount();
+  }
 
   /// The first sample of an empty history, which is its own mean.
   /// Errors   CORBA::IMP_LIMIT when there is no history memory for it; the history stays empty.
-  void Begin(const MathValue<T>& sample) { history_.emplace_front(sample, 0); }
+  void Begin(const MathValue<T>& sample) {
+    history_.emplace_front(sample, 0);
+    TellCount();
+  }
 
   /// Whether the mean with one more sample is that sample, and nothing of the mean so far is needed to find out: it
   /// takes the place of the only one, which it could be added to as it stands.
@@ -132,10 +142,14 @@ class RunningMean {
     history_.splice(history_.begin(), entering);
     History leaving;
     while (Count() > size) leaving.splice(leaving.end(), history_, std::prev(history_.end()));
+    TellCount();
     return leaving;
   }
 
+  void TellCount() noexcept { count_.store(Count(), std::memory_order_relaxed); }
+
   History history_;  // linear samples, the newest in front
+  std::atomic<int> count_{0};
 };
 
 }  // namespace Lumenar

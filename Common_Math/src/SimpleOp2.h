@@ -53,15 +53,17 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     first_subscription_.reset(new Corvanta::DDS_Subscriber<T>(
         first_topic.c_str(),
         this->Gate().Guard([this](const char* topic, T&& sample) { Val1Callback(topic, std::move(sample)); }),
-        this->CountNotRead()));
+        this->CountNotRead(0)));
     second_subscription_.reset(new Corvanta::DDS_Subscriber<T>(
         second_topic.c_str(),
         this->Gate().Guard([this](const char* topic, T&& sample) { Val2Callback(topic, std::move(sample)); }),
-        this->CountNotRead()));
+        this->CountNotRead(1)));
+    this->KeepHandle(0, *first_subscription_);
+    this->KeepHandle(1, *second_subscription_);
     // Once more, so that no sample is lost between the first look and the subscription.
     first_ = DecibelOperand<T>(MathValue<T>(first));
     second_ = DecibelOperand<T>(MathValue<T>(second));
-    this->TakeSample([this]() REQUIRES(mutex_) { Update(); });
+    this->TakePresentValues([this]() REQUIRES(mutex_) { Update(); });
   }
 
   char* GetType() override {
@@ -73,7 +75,7 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
   /// Errors   as Update.
   void Val1Callback(const char* /*topic*/, T&& sample) {
     Lock lock(mutex_);
-    this->TakeSample([&]() REQUIRES(mutex_) {
+    this->TakeSample(0, [&]() REQUIRES(mutex_) {
       first_ = std::move(sample);
       Update();
     });
@@ -81,7 +83,7 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
 
   void Val2Callback(const char* /*topic*/, T&& sample) {
     Lock lock(mutex_);
-    this->TakeSample([&]() REQUIRES(mutex_) {
+    this->TakeSample(1, [&]() REQUIRES(mutex_) {
       second_ = std::move(sample);
       Update();
     });

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <boost/scoped_ptr.hpp>
+#include <cstddef>
 #include <string>
 #include <utility>
 
@@ -36,7 +37,7 @@ class SimpleOp3 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     trace_ = MathValue<Trace>(trace);
     start_ = MathValue<Start>(start);
     stop_ = MathValue<Stop>(stop);
-    this->TakeSample([this]() REQUIRES(mutex_) { Update(); });
+    this->TakePresentValues([this]() REQUIRES(mutex_) { Update(); });
   }
 
   char* GetType() override {
@@ -48,7 +49,7 @@ class SimpleOp3 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
   /// Errors   as Update.
   void Val1Callback(const char* /*topic*/, Trace&& sample) {
     Lock lock(mutex_);
-    this->TakeSample([&]() REQUIRES(mutex_) {
+    this->TakeSample(0, [&]() REQUIRES(mutex_) {
       trace_ = std::move(sample);
       Update();
     });
@@ -56,15 +57,18 @@ class SimpleOp3 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
 
   /// A sample of either index. It is the start index that follows both; the stop keeps its value from creation.
   /// Errors   as Update.
-  void Val2Callback(const char* /*topic*/, Start sample) {
+  void Val2Callback(const char* /*topic*/, Start sample, std::size_t input = kStartInput) {
     Lock lock(mutex_);
-    this->TakeSample([&]() REQUIRES(mutex_) {
+    this->TakeSample(input, [&]() REQUIRES(mutex_) {
       start_.value = sample;
       Update();
     });
   }
 
  private:
+  static constexpr std::size_t kStartInput = 1;  // among the inputs
+  static constexpr std::size_t kStopInput = 2;
+
   ~SimpleOp3() override { EndSubscriptions(); }
 
   void Subscribe(Corvanta::EngineReadingBase_ptr trace, Corvanta::EngineReadingBase_ptr start,
@@ -72,15 +76,18 @@ class SimpleOp3 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     const std::string trace_topic = this->AskTopic(trace);
     const std::string start_topic = this->AskTopic(start);
     const std::string stop_topic = this->AskTopic(stop);
-    const auto index_callback = [this](const char* topic, Start sample) { Val2Callback(topic, sample); };
+    const auto index_callback = [this](std::size_t index) {
+      return this->Gate().Guard([this, index](const char* topic, Start sample) { Val2Callback(topic, sample, index); });
+    };
     trace_subscription_.reset(new Corvanta::DDS_Subscriber<Trace>(
         trace_topic.c_str(),
         this->Gate().Guard([this](const char* topic, Trace&& sample) { Val1Callback(topic, std::move(sample)); }),
-        this->CountNotRead()));
-    start_subscription_.reset(
-        new Corvanta::DDS_Subscriber<Start>(start_topic.c_str(), this->Gate().Guard(index_callback)));
-    stop_subscription_.reset(
-        new Corvanta::DDS_Subscriber<Stop>(stop_topic.c_str(), this->Gate().Guard(index_callback)));
+        this->CountNotRead(0)));
+    start_subscription_.reset(new Corvanta::DDS_Subscriber<Start>(start_topic.c_str(), index_callback(kStartInput)));
+    stop_subscription_.reset(new Corvanta::DDS_Subscriber<Stop>(stop_topic.c_str(), index_callback(kStopInput)));
+    this->KeepHandle(0, *trace_subscription_);
+    this->KeepHandle(kStartInput, *start_subscription_);
+    this->KeepHandle(kStopInput, *stop_subscription_);
   }
 
   /// Computes and publishes. The publication, a call to the topic manager, runs under the lock so that results leave

@@ -8,6 +8,7 @@
 
 #include "platform/base/InstanceCounter.h"
 #include "platform/base/Mutex.h"
+#include "platform/base/ProcessUse.h"
 #include "platform/base/Version.h"
 #include "platform/dds/DDS_BaseObj.h"
 #include "platform/orb/ORB_wrapper.h"
@@ -97,6 +98,12 @@ class Servant : public POA_Corvanta::GUI_Able, public Corvanta::CountedServant {
   char* Version() override {
     RequireOpen();
     return CORBA::string_dup(Lumenar::Version());
+  }
+
+  Corvanta::ProcessUse Use() override {
+    RequireOpen();
+    const ProcessUse use = UseOfThisProcess();
+    return {use.processor_s, use.resident_bytes};
   }
 
  protected:

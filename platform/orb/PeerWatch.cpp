@@ -85,6 +85,14 @@ void PeerWatch::EndThread() noexcept {
   rounds_.Stop();
 }
 
+std::set<std::string> PeerWatch::Away() const {
+  std::set<std::string> away;
+  Lock lock(mutex_);
+  for (const auto& [engine, peer] : peers_)
+    if (peer.away) away.insert(engine);
+  return away;
+}
+
 std::size_t PeerWatch::Size() const {
   Lock lock(mutex_);
   return peers_.size();

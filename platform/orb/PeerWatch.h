@@ -50,6 +50,9 @@ class PeerWatch {
   /// Ends the watch for good; nothing is written after it.
   void End() noexcept;
 
+  /// The engines that are away, as of when they were last looked at.
+  std::set<std::string> Away() const;
+
   /// How many engines are watched.
   std::size_t Size() const;
 

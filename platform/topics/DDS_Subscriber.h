@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <boost/function.hpp>
 #include <boost/noncopyable.hpp>
+#include <boost/shared_ptr.hpp>
 
 #include "platform/dds/DDS_BaseObj.h"
 #include "platform/servants/OwnedServant.h"
@@ -54,6 +56,9 @@ class DDS_Subscriber : public DDS_BaseObj, private boost::noncopyable, private C
 
   /// The handle that the manager's Subscribe returned, or that a manager started again has given since.
   CORBA::Long GetId() const noexcept { return servant_->Handle(); }
+
+  /// The same for who may outlive the subscription.
+  boost::shared_ptr<const std::atomic<CORBA::Long>> SharedHandle() const noexcept { return servant_->SharedHandle(); }
 
  private:
   using Taker = typename SubscriberServant<T>::Taker;

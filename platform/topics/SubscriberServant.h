@@ -3,6 +3,8 @@
 
 #include <atomic>
 #include <boost/function.hpp>
+#include <boost/make_shared.hpp>
+#include <boost/shared_ptr.hpp>
 #include <string>
 #include <utility>
 #include <variant>
@@ -34,9 +36,10 @@ class SubscriberServant : public GroupSubscriber, public CountedServant, private
       : topic_(topic), callback_(std::move(callback)), not_read_(std::move(not_read)) {}
 
   const std::string& Topic() const noexcept { return topic_; }
-  CORBA::Long Handle() const noexcept { return handle_; }
+  CORBA::Long Handle() const noexcept { return *handle_; }
+  boost::shared_ptr<const std::atomic<CORBA::Long>> SharedHandle() const noexcept { return handle_; }
   void SetHandle(CORBA::Long handle) noexcept {
-    handle_ = handle;
+    *handle_ = handle;
     JoinGroup(handle);
   }
   void Close() noexcept {
@@ -46,7 +49,7 @@ class SubscriberServant : public GroupSubscriber, public CountedServant, private
 
   CORBA::Long GetId() override {
     RequireOpen();
-    return handle_;
+    return *handle_;
   }
 
   /// A sample in an any that is in memory already.
@@ -93,7 +96,8 @@ class SubscriberServant : public GroupSubscriber, public CountedServant, private
   const std::string topic_;
   const Taker callback_;
   const boost::function<void()> not_read_;
-  std::atomic<CORBA::Long> handle_{0};  // a first delivery may come before Subscribe has returned
+  // 0 at first: a first delivery may come before Subscribe has returned
+  const boost::shared_ptr<std::atomic<CORBA::Long>> handle_ = boost::make_shared<std::atomic<CORBA::Long>>(0);
 };
 
 }  // namespace Corvanta

@@ -4,7 +4,11 @@
 #include <algorithm>
 #include <utility>
 
+#include "client/MathName.h"
+#include "client/MathState.h"
 #include "client/Text.h"
+#include "client/TopicNames.h"
+#include "platform/orb/names.h"
 #include "python/src/CallThreads.h"
 
 namespace Lumenar::Python {
@@ -146,7 +150,8 @@ std::vector<std::shared_ptr<ReadingPart>> Session::Readings() {
 
 std::shared_ptr<ReadingPart> Session::Find(const std::string& text) {
   const auto connection = Use();
-  if (!Client::MathIdFromText(text)) return PartOf(connection, connection->FindReading(text));
+  if (!Client::MathNameFromText(text, Corvanta::kFirstMathFactory))
+    return PartOf(connection, connection->FindReading(text));
   return PartOf(connection, MathObjects(*connection).Find(text));
 }
 
@@ -162,31 +167,44 @@ std::vector<std::string> Session::Types() const {
 ObjectInfo Session::Create(const std::string& type, const std::vector<std::shared_ptr<ReadingPart>>& inputs) {
   const auto connection = Use();
   std::vector<Client::Reading> readings;
-  std::vector<std::string> topics;
+  std::vector<std::string> names;
   for (const auto& input : inputs) {
     readings.push_back(input->Use()->reading);
-    topics.push_back(input->Topic());
+    names.push_back(input->Name());
   }
   MathObjects objects(*connection);
-  const Client::MathObject created = objects.CreateOver(type, readings);
-  return {created.id, created.type, std::move(topics), PartOf(connection, objects.ResultOf(created))};
+  const Client::MathObject created = objects.Create(objects.TypeFrom(type), readings);
+  return {created.id, created.type, std::move(names), PartOf(connection, objects.ResultOf(created))};
 }
 
 ObjectInfo Session::Object(std::int32_t id) {
   const auto connection = Use();
   MathObjects objects(*connection);
   const Client::MathObject object = objects.Get(id);
-  return {object.id, object.type, {}, PartOf(connection, objects.ResultOf(object))};
+  std::vector<std::string> inputs;
+  Client::TopicNames names(*connection, Corvanta::kFirstMathFactory);
+  for (const Client::InputReport& input : objects.Report(id).inputs) inputs.push_back(names.Of(input.topic));
+  return {object.id, object.type, std::move(inputs), PartOf(connection, objects.ResultOf(object))};
 }
 
 std::vector<ObjectInfo> Session::Objects() {
   const auto connection = Use();
   std::vector<ObjectInfo> objects;
+  Client::TopicNames names(*connection, Corvanta::kFirstMathFactory);
   for (Client::MathStatus& status : MathObjects(*connection).List()) {
+    for (std::string& input : status.inputs) input = names.Of(input);
     objects.push_back(
         {status.id, std::move(status.type), std::move(status.inputs), PartOf(connection, std::move(status.result))});
   }
   return objects;
+}
+
+StateInfo Session::State(std::int32_t id) const {
+  const auto connection = Use();
+  const Client::MathReport report = MathObjects(*connection).Report(id);
+  Client::TopicNames names(*connection, Corvanta::kFirstMathFactory);
+  const auto name = [&](const std::string& topic) { return names.Of(topic); };
+  return {Client::WordOf(Client::StateOf(report)), Client::StateInWords(report, name), report.refused, report.results};
 }
 
 std::int32_t Session::Size(std::int32_t id) const { return MathObjects(*Use()).Size(id); }

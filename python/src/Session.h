@@ -29,8 +29,14 @@ struct EngineInfo {
 struct ObjectInfo {
   std::int32_t id = 0;
   std::string type;
-  std::vector<std::string> inputs;  ///< topics; empty where nobody told
+  std::vector<std::string> inputs;  ///< names for people
   std::shared_ptr<ReadingPart> result;
+};
+
+/// What a math object is doing.
+struct StateInfo {
+  std::string word, text;  ///< for programs and for people, see Client::MathState
+  std::uint64_t refused = 0, results = 0;
 };
 
 /// What Python holds of a client: its Connection, until Close, and all that rests on it.
@@ -64,8 +70,7 @@ class Session : public std::enable_shared_from_this<Session> {
   ObjectInfo Create(const std::string& type, const std::vector<std::shared_ptr<ReadingPart>>& inputs);
   ObjectInfo Object(std::int32_t id);
   std::vector<ObjectInfo> Objects();
-  /// What StateInWords says of it.
-  std::string State(std::int32_t id) const;
+  StateInfo State(std::int32_t id) const;
   std::int32_t Size(std::int32_t id) const;
   void SetSize(std::int32_t id, std::int32_t size) const;
   void Reset(std::int32_t id) const;

@@ -131,6 +131,11 @@ void DefineInfos(py::module_& module) {
       .def_readonly("address", &EngineInfo::address)
       .def_readonly("version", &EngineInfo::version)
       .def_readonly("problem", &EngineInfo::problem);
+  py::class_<StateInfo>(module, "StateInfo")
+      .def_readonly("word", &StateInfo::word)
+      .def_readonly("text", &StateInfo::text)
+      .def_readonly("refused", &StateInfo::refused)
+      .def_readonly("results", &StateInfo::results);
   py::class_<ObjectInfo>(module, "ObjectInfo")
       .def_readonly("id", &ObjectInfo::id)
       .def_readonly("type", &ObjectInfo::type)
@@ -165,6 +170,7 @@ void DefineSession(py::module_& module) {
       .def("create", &CreateObject)
       .def("object", Call(&Session::Object))
       .def("objects", Call(&Session::Objects))
+      .def("state", Call(&Session::State))
       .def("size", Call(&Session::Size))
       .def("set_size", Call(&Session::SetSize))
       .def("reset", Call(&Session::Reset))

@@ -11,7 +11,10 @@ void DefineReset(CLI::App& app, Command& command) {
   verb->add_option("ID", *ids, "Math objects, as math:3 or 3")->required();
   verb->callback([&command, ids] {
     command.run = [ids](const Session& session) {
-      for (const std::string& id : *ids) session.Objects().Reset(RequireMathId(id));
+      for (const std::string& id : *ids) {
+        const Client::MathName object = session.RequireMath(id);
+        session.ObjectsOf(object).Reset(object.id);
+      }
     };
   });
 }

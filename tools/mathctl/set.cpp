@@ -14,13 +14,13 @@ using Client::Error;
 using Client::ErrorKind;
 
 // set ID SIZE VALUE
-void SetOfObject(const Session& session, std::int32_t id, const std::vector<std::string>& rest) {
+void SetOfObject(const Session& session, const Client::MathName& object, const std::vector<std::string>& rest) {
   if (rest.size() != 2) throw Error(ErrorKind::BadArgument, "a math object takes: set ID SIZE VALUE");
   if (rest[0] != "SIZE") {
     throw Error(ErrorKind::BadArgument,
                 fmt::format("a math object has no attribute \"{}\" to set", Client::Printable(rest[0])));
   }
-  session.Objects().SetSize(id, Client::LongFromText(rest[1]));
+  session.ObjectsOf(object).SetSize(object.id, Client::LongFromText(rest[1]));
 }
 
 std::string Joined(const std::vector<std::string>& words) {
@@ -31,7 +31,7 @@ std::string Joined(const std::vector<std::string>& words) {
 
 void Set(const Session& session, const std::vector<std::string>& words) {
   const std::vector<std::string> rest(words.begin() + 1, words.end());
-  if (const auto id = Client::MathIdFromText(words[0])) return SetOfObject(session, *id, rest);
+  if (const auto object = session.MathFrom(words[0])) return SetOfObject(session, *object, rest);
   Client::SetValue(session.connection.FindReading(words[0]), Joined(rest));
 }
 

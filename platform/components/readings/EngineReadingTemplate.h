@@ -18,6 +18,12 @@ class EngineReadingTemplate : public Lumenar::EngineReadingBase_i {
   /// A new reference, which the caller releases; calls through it raise OBJECT_NOT_EXIST once this is closed.
   typename Interface::_ptr_type _this() const { return Interface::_duplicate(reference_); }
 
+  /// What `look` says of the present value, without a copy of it. Assignments wait for it: it only looks.
+  template <class Look>
+  auto LookAt(Look look) const {
+    return value_->LookAt(std::move(look));
+  }
+
   /// Ends what others see of this, without waiting; assignments are still stored. The destructor does it too.
   void Close() noexcept {
     value_->Close();

@@ -44,6 +44,13 @@ class PublishedValue : public boost::enable_shared_from_this<PublishedValue<T>> 
     return copy;
   }
 
+  /// What `look` says of the value, without a copy of it. Assignments wait for it: it only looks.
+  template <class Look>
+  auto LookAt(Look look) const {
+    Lumenar::Lock lock(value_mutex_);
+    return look(value_);
+  }
+
   /// How much memory the samples of the value take.
   std::size_t Bytes() const {
     Lumenar::Lock lock(value_mutex_);

@@ -134,7 +134,7 @@ TEST_F(RefusalTest, WhatPassesOutOfAnOperationIsCounted) {
   const Math_var peak = Create(Peak, {trace_});
   DeliverAnyhow(trace_, TraceOf({1, 2}));
   DeliverAnyhow(trace_, TraceOf({1, 2}));
-  EXPECT_EQ(RefusalsOf(peak), Refusals(2, "traces of different lengths"));
+  EXPECT_EQ(RefusalsOf(peak), Refusals(2, "traces of different lengths (1 and 2)"));
   EXPECT_THAT(written_.Take(), EndsWith("traces are different sizes! 2, 1\n"));
 }
 
@@ -142,7 +142,7 @@ TEST_F(RefusalTest, AFixedLineCountsTheSampleOfWhichItIsSaid) {
   const Math_var math = Create(Subtract, {trace_, other_trace_});
   written_.Take();
   for (int i = 0; i < 4; ++i) Deliver(trace_, TraceOf({1, 2}));
-  EXPECT_EQ(RefusalsOf(math), Refusals(4, "traces of different lengths"));
+  EXPECT_EQ(RefusalsOf(math), Refusals(4, "traces of different lengths (2 and 1)"));
   const std::string line =
       "Common_Math/src/MathValueBasicTrace:DoValueEqualOp Error: traces are different sizes! 1, 2\n";
   EXPECT_EQ(written_.Take(), line + line + line + line) << "the fixed line stays, one a sample";

@@ -69,6 +69,15 @@ TEST_F(GUI_AbleTest, ListsItemsInOrderOfRegistrationWhileTheyLive) {
   EXPECT_EQ(listed->Get(), 1);
 }
 
+TEST_F(GUI_AbleTest, TellsWhatItsProcessUses) {
+  GUI_Able_i gui;
+  Corvanta::GUI_Able_var reference = Resolve();
+  const Corvanta::ProcessUse before = reference->Use();
+  EXPECT_GT(before.processor_s, 0);
+  EXPECT_GT(before.resident_bytes, 1000000u);
+  EXPECT_GE(reference->Use().processor_s, before.processor_s);
+}
+
 TEST_F(GUI_AbleTest, CountsLiveInstances) {
   GUI_Able_i gui;
   Corvanta::ItemNamer namer(Orb().EngineName());
