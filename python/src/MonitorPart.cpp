@@ -92,12 +92,14 @@ bool MonitorPart::HasEnded() const {
 
 unsigned long long MonitorPart::Lost() const {
   const auto state = state_.Get();
-  return state ? state->subscription.Lost() : 0;
+  return state ? state->subscription.Lost() : lost_.load();
 }
 
 void MonitorPart::Close() noexcept {
   const auto state = state_.Take();
-  if (state) state->subscription.End();
+  if (!state) return;
+  state->subscription.End();
+  lost_ = state->subscription.Lost();
 }
 
 }  // namespace Lumenar::Python

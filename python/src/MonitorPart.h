@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
@@ -52,6 +53,7 @@ class MonitorPart : public Part {
     int arrivals = -1;  ///< an event descriptor, once asked for
   };
 
+  std::atomic<unsigned long long> lost_{0};  ///< once closed
   SharedState<State> state_;
 };
 
