@@ -51,6 +51,16 @@ class Subscription::Queue {
     return PopFront();
   }
 
+  void NoteRenewed(std::size_t source) {
+    Lock lock(mutex_);
+    renewed_.push_back(source);
+  }
+
+  std::vector<std::size_t> TakeRenewed() {
+    Lock lock(mutex_);
+    return std::exchange(renewed_, {});
+  }
+
   void End() {
     Lock lock(mutex_);
     ended_ = true;
@@ -80,6 +90,7 @@ class Subscription::Queue {
   Condition arrived_;
   std::function<void()> on_arrival_ GUARDED_BY(mutex_);
   std::deque<Delivery> deliveries_ GUARDED_BY(mutex_);
+  std::vector<std::size_t> renewed_ GUARDED_BY(mutex_);
   std::size_t bytes_ GUARDED_BY(mutex_) = 0;
   unsigned long long lost_ GUARDED_BY(mutex_) = 0;
   bool ended_ GUARDED_BY(mutex_) = false;
@@ -136,7 +147,10 @@ void Subscription::Add(const Reading& reading) {
   entries_.reserve(entries_.size() + 1);  // nothing fails once the subscription stands
   Entry entry{reading.topic, new Subscriber(topics_, queue_, entries_.size()), {}};
   entry.reference = entry.servant->_this();
-  const auto renewed = [servant = entry.servant](CORBA::Long handle) mutable { servant->SetHandle(handle); };
+  const auto renewed = [servant = entry.servant, queue = queue_, source = entries_.size()](CORBA::Long handle) mutable {
+    servant->SetHandle(handle);
+    queue->NoteRenewed(source);
+  };
   CORBA::Long handle = 0;
   try {
     handle = Remote("topic manager", nullptr, kManagerAdvice,
@@ -164,6 +178,7 @@ std::optional<Delivery> Subscription::Next(std::chrono::milliseconds limit) {
 }
 void Subscription::End() noexcept { queue_->End(); }
 bool Subscription::Ended() const { return queue_->Ended(); }
+std::vector<std::size_t> Subscription::TakeRenewed() { return queue_->TakeRenewed(); }
 unsigned long long Subscription::Lost() const { return queue_->Lost(); }
 void Subscription::OnArrival(std::function<void()> arrived) { queue_->OnArrival(std::move(arrived)); }
 

@@ -44,6 +44,10 @@ class Subscription {
   void End() noexcept;
   bool Ended() const;
 
+  /// The sources whose subscriptions the topic manager had lost and has been given again since this was asked last;
+  /// what was published meanwhile did not come.
+  std::vector<std::size_t> TakeRenewed();
+
   /// Samples lost because Next was not called often enough.
   unsigned long long Lost() const;
 

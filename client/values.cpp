@@ -65,8 +65,11 @@ SampleRecord GetByKind(const Reading& reading) {
 
 std::int32_t EnumNumber(Corvanta::EngineAttribEnum_ptr attribute, const std::string& text) {
   Corvanta::EnumElementSeq_var elements = attribute->Elements();
-  for (CORBA::ULong i = 0; i < elements->length(); ++i) {
-    if (text == elements[i].name.in()) return elements[i].number;
+  for (const bool exact : {true, false}) {
+    for (CORBA::ULong i = 0; i < elements->length(); ++i) {
+      const char* name = elements[i].name.in();
+      if (exact ? text == name : SameLetters(text, name)) return elements[i].number;
+    }
   }
   return LongFromText(text);
 }

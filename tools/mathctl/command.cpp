@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <exception>
 #include <map>
+#include <string_view>
 
 #include "client/Error.h"
 #include "client/Text.h"
@@ -20,6 +21,8 @@
 #include "platform/orb/CorbaText.h"
 #include "platform/signals/Signals.h"
 #include "platform/transport/addresses.h"
+#include "tools/mathctl/completion_words.h"
+#include "tools/mathctl/sample_text.h"
 #include "tools/mathctl/wrong_word.h"
 
 namespace Lumenar::Mathctl {
@@ -27,12 +30,15 @@ namespace {
 
 constexpr std::chrono::seconds kEndLimit{2};  // nobody waits for it longer who pressed Ctrl-C
 
+constexpr std::string_view kCompleteWord = "__complete";
+
 constexpr const char* kDescription =
     "Creates, watches and removes the math objects of a measuring instrument, and shows its readings.";
 
 constexpr const char* kFooter =
     "A READING is ENGINE/INSTANCE/ITEM, as PROBE/1/WAKEUP; ENGINE/ITEM or ITEM alone will do where just one reading\n"
-    "fits. math:3, or 3, is the RESULT of math object 3. Where several are taken, * and ? stand for any letters and for\n"
+    "fits. math:3, or 3, is the RESULT of math object 3. Where several are taken, * and ? stand for any letters and "
+    "for\n"
     "one: 'PROBE/1/*', 'math:*'. Letters of names may be typed in either case; where two names differ by that alone,\n"
     "the one that is typed is meant. Options (-v, -V), units (mW, MW) and files are as they are written.\n"
     "\n"
@@ -51,7 +57,8 @@ constexpr const char* kFooter =
     "  mathctl watch math:0 -n 10 --format json";
 
 constexpr const char* kEveryVerb =
-    "Every verb takes -w SEC, --format table|json|csv, --precision N, -q, -v, --factory NAME and --naming HOST:PORT too:\n"
+    "Every verb takes -w SEC, --format table|json|csv, --precision N, -q, -v, --factory NAME and --naming HOST:PORT "
+    "too:\n"
     "see mathctl --help.";
 
 std::string CheckPrecision(const std::string& text) {
@@ -88,10 +95,9 @@ void DefineVerbs(CLI::App& app, Command& command) {
   app.require_subcommand(1);
   app.fallthrough();
   app.ignore_case();
-  for (const auto define :
-       {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineShow, DefineTop, DefineGet,
-        DefineWatch, DefinePlot, DefineSet, DefineReset, DefineDelete, DefineSubscriptions, DefineDoctor,
-        DefineCompletion}) {
+  for (const auto define : {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineShow, DefineTop,
+                            DefineGet, DefineWatch, DefinePlot, DefineSet, DefineReset, DefineDelete,
+                            DefineSubscriptions, DefineDoctor, DefineCompletion}) {
     define(app, command);
   }
   for (CLI::App* verb : app.get_subcommands({})) {
@@ -120,8 +126,14 @@ void RunConnected(const Command& command) {
     Signals::EndWithin(kEndLimit);
   }
   if (!command.options.naming.empty()) setenv("LUMENAR_NAMING", command.options.naming.c_str(), 1);
+  if (command.options.precision) UsePrecision(*command.options.precision);
   const std::chrono::duration<double> timeout(command.options.timeout_s);
   Client::Connection connection(std::chrono::ceil<std::chrono::milliseconds>(timeout));
+  if (command.options.verbose) {
+    WriteError(fmt::format("mathctl: naming service {}, time limit {:g} s a call, math engine {}",
+                           connection.NamingAddress(), command.options.timeout_s,
+                           Client::Printable(command.options.factory)));
+  }
   command.run({command.options, connection});
 }
 
@@ -136,6 +148,11 @@ void DefineApplication(CLI::App& app, Command& command) {
 bool Parse(int argc, const char* const* argv, Command& command, int& exit_code) {
   CLI::App app(kDescription, "mathctl");
   DefineApplication(app, command);
+  if (argc == 3 && std::string_view(argv[1]) == kCompleteWord) {  // asked by a shell, see `mathctl completion`
+    WriteCompletions(app, WordsOfLine(argv[2]));
+    exit_code = kDone;
+    return false;
+  }
   const std::string wrong = WrongWord(app, std::vector<std::string>(argv + std::min(argc, 1), argv + argc));
   if (!wrong.empty()) {
     WriteError("mathctl: " + wrong);
@@ -184,8 +201,9 @@ std::string CheckWhole(const std::string& text, unsigned long least) {
   unsigned long count = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
   const bool is_number = error == std::errc() && end == text.data() + text.size() && !text.empty();
-  return is_number && count >= least && count <= kMost ? ""
-                                                       : fmt::format("a whole number from {} to {} is needed", least, kMost);
+  return is_number && count >= least && count <= kMost
+             ? ""
+             : fmt::format("a whole number from {} to {} is needed", least, kMost);
 }
 
 }  // namespace

@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cctype>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <utility>
-#include <variant>
 
 #include "client/Text.h"
 #include "client/values.h"
@@ -18,8 +15,6 @@
 
 namespace Lumenar::Mathctl {
 namespace {
-
-using Corvanta::BASIC_TRACE::BT_DATA;
 
 struct GetArguments {
   std::vector<std::string> words;
@@ -78,45 +73,33 @@ class WantedWords {
   std::vector<Wanted> wanted_;
 };
 
-// The first samples of a trace; nothing of another kind, and where none are asked for.
-std::optional<nlohmann::ordered_json> ElementsOf(const Corvanta::SampleRecord& record,
-                                                 const std::optional<unsigned>& elements) {
-  const auto* trace = std::get_if<BT_DATA>(&record);
-  if (trace == nullptr || !elements) return std::nullopt;
-  const CORBA::ULong length = trace->samples.length();
-  const CORBA::ULong count = *elements == 0 ? length : std::min<CORBA::ULong>(*elements, length);
-  auto samples = nlohmann::ordered_json::array();
-  for (CORBA::ULong i = 0; i < count; ++i) samples.push_back(JsonNumber(trace->samples[i]));
-  return samples;
-}
-
-std::string TextWithElements(const Corvanta::SampleRecord& record, const std::optional<unsigned>& elements) {
-  const auto* trace = std::get_if<BT_DATA>(&record);
-  if (trace == nullptr || !elements) return TextOf(record);
-  const CORBA::ULong length = trace->samples.length();
-  const CORBA::ULong count = *elements == 0 ? length : std::min<CORBA::ULong>(*elements, length);
-  std::string text = TextOf(record) + "  samples";
-  for (CORBA::ULong i = 0; i < count; ++i) fmt::format_to(std::back_inserter(text), " {}", trace->samples[i]);
-  return text;
-}
-
 nlohmann::ordered_json JsonFor(const Wanted& wanted, const Corvanta::SampleRecord& value,
                                const std::optional<unsigned>& elements) {
   nlohmann::ordered_json json{{"reading", Client::FullName(wanted.reading.name)}};
   if (!wanted.object.empty()) json["object"] = wanted.object;
-  json.update(JsonOf(value, false));
-  if (auto samples = ElementsOf(value, elements)) json["samples"] = std::move(*samples);
+  json.update(JsonOf(value, elements));
   return json;
+}
+
+// Values of several kinds have other fields each.
+std::vector<std::string> ColumnsOf(const std::vector<Wanted>& all, const GetArguments& arguments) {
+  std::vector<std::string> columns{"reading"};
+  if (std::any_of(all.begin(), all.end(), [](const Wanted& wanted) { return !wanted.object.empty(); })) {
+    columns.push_back("object");
+  }
+  for (std::string& column : ValueColumns(arguments.elements.has_value())) columns.push_back(std::move(column));
+  return columns;
 }
 
 void Get(const Session& session, const GetArguments& arguments) {
   const std::vector<Wanted> all = WantedWords(session, arguments.words).All();
   const bool for_people = session.options.format == Format::Table;
   RowWriter rows(session.options, {});
+  rows.UseColumns(ColumnsOf(all, arguments));
   for (const Wanted& wanted : all) {
     const Corvanta::SampleRecord value = Client::GetValue(wanted.reading);
-    if (for_people && all.size() == 1) return WriteOut(TextWithElements(value, arguments.elements));
-    for_people ? rows.Add({}, {wanted.name, TextWithElements(value, arguments.elements)})
+    if (for_people && all.size() == 1) return WriteOut(TextOf(value, arguments.elements));
+    for_people ? rows.Add({}, {wanted.name, TextOf(value, arguments.elements)})
                : rows.Add(JsonFor(wanted, value, arguments.elements), {});
   }
   rows.Finish();

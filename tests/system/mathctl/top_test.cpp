@@ -64,7 +64,7 @@ TEST_F(TopTest, IsJsonForPrograms) {
 TEST_F(TopTest, OnATerminalIsDrawnAgainAndEndsWithQ) {
   PseudoTerminal terminal = OnTerminal({"top", "-d", "0.1"});
   terminal.ReadUntil(kAlternateScreen);
-  terminal.ReadUntil("waiting for a first sample of TESTBENCH/1/LEVEL");
+  terminal.ReadUntil("waiting for a first sample");
   level_ = ScalarOf(2, Value::C_Watts);
   terminal.ReadUntil("1 math object: 1 live");
   terminal.Write("q");

@@ -52,15 +52,24 @@ TEST(CorbaText, SaysWhyInPlainWords) {
 // Every kind of failure that the standard knows and a call can meet has words.
 TEST(CorbaText, NoWordOfTheOrbIsLeft) {
   const std::pair<const char*, std::string> kTexts[] = {
-      {"BAD_OPERATION", CorbaText(CORBA::BAD_OPERATION())}, {"BAD_PARAM", CorbaText(CORBA::BAD_PARAM())},
-      {"COMM_FAILURE", CorbaText(CORBA::COMM_FAILURE())},   {"INTERNAL", CorbaText(CORBA::INTERNAL())},
-      {"INV_OBJREF", CorbaText(CORBA::INV_OBJREF())},       {"NO_IMPLEMENT", CorbaText(CORBA::NO_IMPLEMENT())},
-      {"NO_MEMORY", CorbaText(CORBA::NO_MEMORY())},         {"NO_PERMISSION", CorbaText(CORBA::NO_PERMISSION())},
-      {"NO_RESOURCES", CorbaText(CORBA::NO_RESOURCES())},   {"OBJ_ADAPTER", CorbaText(CORBA::OBJ_ADAPTER())},
-      {"TIMEOUT", CorbaText(CORBA::TIMEOUT())},             {"TRANSIENT", CorbaText(CORBA::TRANSIENT())},
-      {"UNKNOWN", CorbaText(CORBA::UNKNOWN())},             {"PERSIST_STORE", CorbaText(CORBA::PERSIST_STORE())},
-      {"BAD_TYPECODE", CorbaText(CORBA::BAD_TYPECODE())},   {"NO_RESPONSE", CorbaText(CORBA::NO_RESPONSE())},
-      {"INITIALIZE", CorbaText(CORBA::INITIALIZE())},       {"BAD_INV_ORDER", CorbaText(CORBA::BAD_INV_ORDER())},
+      {"BAD_OPERATION", CorbaText(CORBA::BAD_OPERATION())},
+      {"BAD_PARAM", CorbaText(CORBA::BAD_PARAM())},
+      {"COMM_FAILURE", CorbaText(CORBA::COMM_FAILURE())},
+      {"INTERNAL", CorbaText(CORBA::INTERNAL())},
+      {"INV_OBJREF", CorbaText(CORBA::INV_OBJREF())},
+      {"NO_IMPLEMENT", CorbaText(CORBA::NO_IMPLEMENT())},
+      {"NO_MEMORY", CorbaText(CORBA::NO_MEMORY())},
+      {"NO_PERMISSION", CorbaText(CORBA::NO_PERMISSION())},
+      {"NO_RESOURCES", CorbaText(CORBA::NO_RESOURCES())},
+      {"OBJ_ADAPTER", CorbaText(CORBA::OBJ_ADAPTER())},
+      {"TIMEOUT", CorbaText(CORBA::TIMEOUT())},
+      {"TRANSIENT", CorbaText(CORBA::TRANSIENT())},
+      {"UNKNOWN", CorbaText(CORBA::UNKNOWN())},
+      {"PERSIST_STORE", CorbaText(CORBA::PERSIST_STORE())},
+      {"BAD_TYPECODE", CorbaText(CORBA::BAD_TYPECODE())},
+      {"NO_RESPONSE", CorbaText(CORBA::NO_RESPONSE())},
+      {"INITIALIZE", CorbaText(CORBA::INITIALIZE())},
+      {"BAD_INV_ORDER", CorbaText(CORBA::BAD_INV_ORDER())},
       {"OBJECT_NOT_EXIST", CorbaText(CORBA::OBJECT_NOT_EXIST())},
   };
   for (const auto& [name, text] : kTexts) {
@@ -83,8 +92,7 @@ TEST(CallProblem, SaysWhoWhereWhyAndWhatToDo) {
   const ClosedPort port;
   const Callee naming = NamingService(port.Address());
   EXPECT_EQ(CallProblem(naming, kConnectFailed),
-            "naming service at " + port.Address() +
-                " does not answer (connection refused); is omniNames running?");
+            "naming service at " + port.Address() + " does not answer (connection refused); is omniNames running?");
   EXPECT_EQ(CallProblem({"PROBE/1", "", ""}, CORBA::TIMEOUT(), std::chrono::milliseconds(300)),
             "PROBE/1 does not answer within 0.3 s; it hangs, is stopped, or needs more time");
   EXPECT_EQ(CallProblem({"PROBE/1", "h:1", "is it running?"}, CORBA::COMM_FAILURE()),

@@ -49,6 +49,15 @@ TEST(Parse, AcceptsEveryVerb) {
       {"delete", "1", "2"},
       {"subscriptions"},
       {"doctor"},
+      {"LIST"},
+      {"watch", "1", "-#", "0"},
+      {"watch", "1", "-#3", "--idle", "2", "--new"},
+      {"readings", "PROBE/1/*", "SIM/*"},
+      {"delete", "math:*", "-y"},
+      {"completion", "Bash"},
+      {"list", "-q", "-v", "-w", "2", "--format", "CSV", "--precision", "9"},
+      {"set", "PROBE/1/START", "-.5"},
+      {"--", "list"},
   };
   for (const auto& line : kLines) {
     const Outcome outcome = ParseWords(line);
@@ -63,7 +72,16 @@ TEST(Parse, RefusesWithTwoAndSaysWhy) {
       {"create"},
       {"create", "Average"},
       {"get"},
-      {"get", "a", "b"},
+      {"lst"},
+      {"list", "--fromat", "json"},
+      {"list", "--format", "xml"},
+      {"list", "--precision", "0"},
+      {"list", "--precision", "18"},
+      {"watch", "1", "-#", "-1"},
+      {"watch", "1", "--idle", "0"},
+      {"completion", "tcsh"},
+      {"completion"},
+      {"list", "-x"},
       {"watch"},
       {"plot", "1"},
       {"watch", "1", "-n", "many"},
@@ -92,6 +110,28 @@ TEST(Parse, RefusesWithTwoAndSaysWhy) {
   }
 }
 
+TEST(Parse, NamesWhatIsNearAWrongWord) {
+  struct Row {
+    std::vector<const char*> words;
+    const char* error;
+  };
+  const Row kRows[] = {
+      {{"lst"}, "mathctl: no verb \"lst\"; near: list, set, get\n"},
+      {{"frobnicate"}, "mathctl: no verb \"frobnicate\"; mathctl --help shows the verbs\n"},
+      {{"list", "--fromat", "json"}, "mathctl: no option --fromat; near: --format\n"},
+      {{"--tmeout=3", "list"}, "mathctl: no option --tmeout; near: --timeout\n"},
+      {{"list", "-x"}, "mathctl: no option -x; near: "},
+      {{"get"}, "mathctl: READING is required; mathctl get --help shows an example\n"},
+      {{}, "mathctl: A subcommand is required; mathctl --help shows the verbs\n"},
+  };
+  for (const Row& row : kRows) EXPECT_THAT(ParseWords(row.words).error, testing::StartsWith(row.error));
+}
+
+TEST(Parse, ValuesOfOptionsAreNoVerbs) {
+  const Outcome outcome = ParseWords({"--naming", "localhost:2809", "-w", "2", "--factory", "MATHFACTORY/2", "types"});
+  EXPECT_TRUE(outcome.runs) << outcome.error;
+}
+
 TEST(Parse, HelpTellsTheExitCodes) {
   const Outcome outcome = ParseWords({"--help"});
   EXPECT_FALSE(outcome.runs);
@@ -106,7 +146,7 @@ TEST(Parse, OptionsMayStandBeforeAndBehindTheVerb) {
     const Outcome outcome = ParseWords(line);
     ASSERT_TRUE(outcome.runs) << outcome.error;
     EXPECT_EQ(outcome.command.options.timeout_s, 0.25);
-    EXPECT_TRUE(outcome.command.options.json);
+    EXPECT_TRUE(outcome.command.options.Json());
   }
 }
 
