@@ -10,6 +10,7 @@
 #include <system_error>
 #include <utility>
 
+#include "python/src/ProcessMark.h"
 #include "python/src/blocking.h"
 #include "python/src/interpreter.h"
 
@@ -49,6 +50,7 @@ MonitorPart::MonitorPart(const std::shared_ptr<Client::Connection>& connection,
 }
 
 std::shared_ptr<Result> MonitorPart::Next(std::optional<double> limit_s) const {
+  ProcessMark::RequireOwn();
   const Clock::time_point deadline = DeadlineAfter(limit_s);
   for (;;) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
@@ -67,6 +69,7 @@ std::shared_ptr<Result> MonitorPart::Next(std::optional<double> limit_s) const {
 }
 
 std::shared_ptr<Result> MonitorPart::Poll() const {
+  ProcessMark::RequireOwn();
   const auto state = state_.Get();
   if (!state) return nullptr;
   eventfd_t count = 0;
@@ -75,6 +78,7 @@ std::shared_ptr<Result> MonitorPart::Poll() const {
 }
 
 int MonitorPart::FileDescriptor() {
+  ProcessMark::RequireOwn();
   const auto state = state_.Get();
   if (!state) throw Client::Error(Client::ErrorKind::BadArgument, "the monitor has ended");
   if (state->arrivals >= 0) return state->arrivals;

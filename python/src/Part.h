@@ -32,11 +32,9 @@ class SharedState {
   /// What the garbage collector finds is ended by another thread, for that may take a call; in a forked child it stays
   /// as it is.
   ~SharedState() {
-    std::shared_ptr<State> state = Take();
-    if (!state) return;
     if (ProcessMark::IsOrphan()) {
-      new std::shared_ptr<State>(std::move(state));
-    } else {
+      new std::shared_ptr<State>(std::move(state_));
+    } else if (std::shared_ptr<State> state = Take()) {
       EndElsewhere(std::move(state));
     }
   }
@@ -49,7 +47,9 @@ class SharedState {
     return state_;
   }
 
+  /// Null also in a forked child, which leaves it where it is.
   std::shared_ptr<State> Take() noexcept {
+    if (ProcessMark::IsOrphan()) return nullptr;
     const std::lock_guard lock(mutex_);
     return std::move(state_);
   }

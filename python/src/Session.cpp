@@ -10,6 +10,7 @@
 #include "client/TopicNames.h"
 #include "platform/orb/names.h"
 #include "python/src/CallThreads.h"
+#include "python/src/ProcessMark.h"
 
 namespace Lumenar::Python {
 namespace {
@@ -45,6 +46,17 @@ class OpenSessions {
   std::vector<std::weak_ptr<Session>> sessions_;
 };
 
+/// A Connection, which no child of a fork could use as long as it lives.
+std::shared_ptr<Connection> ConnectionTo(const std::optional<std::string>& address, std::chrono::milliseconds timeout) {
+  auto mark = std::make_unique<ProcessMark::InUse>();
+  auto connection = address ? std::make_unique<Connection>(*address, timeout) : std::make_unique<Connection>(timeout);
+  return {connection.release(),
+          [mark = std::shared_ptr<ProcessMark::InUse>(std::move(mark))](Connection* ended) mutable {
+            delete ended;
+            mark.reset();
+          }};
+}
+
 EngineInfo InfoOf(Connection& connection, const Client::Engine& engine) {
   EngineInfo info{Client::Printable(engine.name), engine.address, {}, {}};
   if (engine.problem) {
@@ -64,8 +76,7 @@ EngineInfo InfoOf(Connection& connection, const Client::Engine& engine) {
 std::shared_ptr<Session> Session::Open(const std::optional<std::string>& address, std::chrono::milliseconds timeout) {
   ProcessMark::RequireOwn();
   const std::shared_ptr<Session> session(new Session);
-  session->connection_ =
-      address ? std::make_shared<Connection>(*address, timeout) : std::make_shared<Connection>(timeout);
+  session->connection_ = ConnectionTo(address, timeout);
   OpenSessions::Instance().Add(session);
   return session;
 }
@@ -79,6 +90,7 @@ Session::~Session() {
 }
 
 void Session::Close() noexcept {
+  if (ProcessMark::IsOrphan()) return;
   std::shared_ptr<Connection> connection;
   std::vector<std::weak_ptr<Part>> parts;
   {

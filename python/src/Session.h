@@ -14,7 +14,6 @@
 #include "client/MathObjects.h"
 #include "client/OwnEngine.h"
 #include "python/src/Part.h"
-#include "python/src/ProcessMark.h"
 #include "python/src/ReadingPart.h"
 
 namespace Lumenar::Python {
@@ -87,7 +86,6 @@ class Session : public std::enable_shared_from_this<Session> {
   Session() = default;
   std::shared_ptr<ReadingPart> PartOf(const std::shared_ptr<Client::Connection>& connection, Client::Reading reading);
 
-  const ProcessMark::InUse in_use_;
   mutable std::mutex mutex_;
   std::shared_ptr<Client::Connection> connection_;  // null once closed
   std::vector<std::weak_ptr<Part>> parts_;

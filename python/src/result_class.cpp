@@ -94,9 +94,9 @@ py::str TextOf(const Pointer& result) {
 }
 
 /// What numpy calls: a view of a trace, else an array of one number.
-py::object AsArray(const Pointer& result, const py::object& type) {
+py::object AsArray(const Pointer& result, const py::object& type, const py::object& copy) {
   const py::object array = py::module_::import("numpy").attr("asarray")(ValueOf(result), py::arg("dtype") = type);
-  return array;
+  return copy.is(py::bool_(true)) ? array.attr("copy")() : array;
 }
 
 }  // namespace
@@ -128,7 +128,8 @@ void DefineResult(py::module_& module) {
       .def(
           "__float__", [](const Pointer& result) { return py::float_(ValueOf(result)); },
           "The value of a result that is one number.")
-      .def("__array__", &AsArray, py::arg("dtype") = py::none(), "The value as a numpy array; a trace without a copy.")
+      .def("__array__", &AsArray, py::arg("dtype") = py::none(), py::arg("copy") = py::none(),
+           "The value as a numpy array; a trace without a copy.")
       .def("__repr__", &TextOf, "The result in short.");
 }
 
