@@ -79,6 +79,8 @@ class Form:
 
     def record(self, value: Value, minus: float, plus: float) -> _core.Record:
         """The value as a record; its kind follows from its type."""
+        if isinstance(value, np.ndarray) and value.ndim == 0:
+            value = value.item()
         if isinstance(value, (bool, np.bool_)):
             self._refuse_unit("a boolean")
             return _core.boolean_record(bool(value))
@@ -105,7 +107,10 @@ class Form:
 
 def _samples(value: Value) -> npt.NDArray[np.float32]:
     """The value as float32."""
-    array = np.asarray(value)
+    try:
+        array = np.asarray(value)
+    except ValueError as reason:
+        raise BadArgument(f"cannot publish {type(value).__name__}: {reason}") from None
     if array.dtype.kind not in "fiub":
         raise BadArgument(f"cannot publish {type(value).__name__} of {array.dtype}: a trace is an array of real numbers")
     if array.ndim != 1:

@@ -51,7 +51,7 @@ def test_its_samples_are_numbered_and_have_their_axis(client):
         assert client.reading("MYLAB/1/T").result.x_step == pytest.approx(0.25e-6)
 
 
-@pytest.mark.parametrize("value, kind", [(2.5, "ValueDouble"), (7, "long"), (True, "boolean"),
+@pytest.mark.parametrize("value, kind", [(2.5, "ValueDouble"), (7, "long"), (True, "boolean"), (np.array(1.5), "ValueDouble"),
                                          (np.float32(1.5), "ValueDouble"), (np.int64(3), "long"), (np.bool_(False), "boolean")])
 def test_its_kind_follows_from_its_value(client, value, kind):
     with client.publish("MYLAB/1/N", value):
@@ -124,6 +124,7 @@ def test_an_array_of_another_type_is_converted(client):
 
 @pytest.mark.parametrize("arguments, sentence", [
     (("MYLAB/1/A", [[1, 2], [3, 4]]), "one dimension, not 2"),
+    (("MYLAB/1/A", [[1], [2, 3]]), "cannot publish list"),
     (("MYLAB/1/A", ["a"]), "real numbers"),
     (("MYLAB/1/A", [1j]), "real numbers"),
     (("MYLAB/1/A", None), "real numbers"),
