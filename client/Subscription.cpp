@@ -131,7 +131,7 @@ struct Subscription::Entry {
 };
 
 Subscription::Subscription(Connection& connection)
-    : queue_(std::make_shared<Queue>()), orb_(connection.Orb()), topics_(connection.Topics()) {
+    : queue_(std::make_shared<Queue>()), connection_(connection), orb_(connection.Orb()), topics_(connection.Topics()) {
   orb_.Activate();
   shutdown_token_ = orb_.AddShutdownListener([queue = queue_] { queue->End(); });
 }
@@ -143,7 +143,14 @@ Subscription::~Subscription() {
   for (Entry& entry : entries_) Drop(entry, giving_back);
 }
 
+// The way to the manager that all subscriptions of the process share does not tell its address when nobody answers.
+void Subscription::RequireManager() {
+  const auto manager = connection_.TopicManager();
+  Remote("topic manager", manager, kManagerAdvice, [&] { manager->SubscriptionEpoch(); });
+}
+
 void Subscription::Add(const Reading& reading) {
+  if (entries_.empty()) RequireManager();
   entries_.reserve(entries_.size() + 1);  // nothing fails once the subscription stands
   Entry entry{reading.topic, new Subscriber(topics_, queue_, entries_.size()), {}};
   entry.reference = entry.servant->_this();

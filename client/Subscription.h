@@ -62,7 +62,10 @@ class Subscription {
   struct Entry;
   void Drop(Entry& entry, const Corvanta::GivingBack& giving_back) noexcept;
 
+  void RequireManager();
+
   std::shared_ptr<Queue> queue_;
+  Connection& connection_;
   Corvanta::ORB_base& orb_;
   Corvanta::DdsBaseAccess& topics_;
   std::vector<Entry> entries_;

@@ -140,7 +140,7 @@ TEST_F(MathctlTest, WatchWritesOneLineAResultAndEndsAfterThoseAskedFor) {
   ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts));
   Out({"create", "Average", "LEVEL"});
   Out({"set", "math:0", "SIZE", "3"});
-  const auto watch = StartWatch({"math:0", "LEVEL", "-n", "6", "--json"}, 2);
+  const auto watch = StartWatch({"math:0", "LEVEL", "-n", "6", "--json", "--new"}, 2);
   for (const double value : {2, 3, 4}) level = ScalarOf(value, Value::C_Watts);
   ASSERT_EQ(watch->WaitForExit(kPatience), kDone) << watch->Error();
 
@@ -177,12 +177,12 @@ TEST_F(MathctlTest, ASignalEndsAWatchInGoodOrder) {
 
 TEST_F(MathctlTest, AWatchEndsAfterItsTimeAndWhenItsObjectGoes) {
   ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts));
-  EXPECT_EQ(Out({"watch", "LEVEL", "--for", "0.2"}), "");
+  EXPECT_EQ(Out({"watch", "LEVEL", "--for", "0.2", "--new"}), "");
   Out({"create", "Peak", "LEVEL"});
   const auto watch = StartWatch({"math:0", "--timeout", "0.3"});
   Out({"delete", "math:0"});
   EXPECT_EQ(watch->WaitForExit(kPatience), kRefused);
-  EXPECT_THAT(watch->Error(), HasSubstr("OBJECT_NOT_EXIST"));
+  EXPECT_THAT(watch->Error(), HasSubstr("math object 0"));
 }
 
 TEST_F(MathctlTest, SetsAttributesAndSaysTheirLimits) {
@@ -227,7 +227,9 @@ TEST_F(MathctlTest, ExitCodesTellWhatToDo) {
       {{"delete", "LEVEL"}, kUsage, "not the id of a math object"},
       {{"plot", "LEVEL", "-o", "x.png"}, kUsage, "only traces can be drawn"},
       {{"get"}, kUsage, "READING is required"},
-      {{"list", "--naming", "127.0.0.1:1"}, kUnreachable, "TRANSIENT"},
+      {{"list", "--naming", "127.0.0.1:1"},
+       kUnreachable,
+       "naming service at 127.0.0.1:1 does not answer (connection refused); is omniNames running?"},
   };
   for (const Row& row : kRows) {
     const Outcome outcome = Run(row.words);
