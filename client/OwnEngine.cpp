@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <charconv>
+#include <chrono>
 #include <string_view>
 
 #include "client/Text.h"
@@ -14,6 +15,7 @@ namespace Lumenar::Client {
 namespace {
 
 constexpr int kMostInstances = 9999;
+constexpr std::chrono::milliseconds kWaitForItem{1000};
 
 [[noreturn]] void ThrowName(const std::string& name, const char* problem) {
   throw Error(ErrorKind::BadArgument, fmt::format("\"{}\" is no name of an engine: {}", Printable(name), problem));
@@ -57,6 +59,23 @@ OwnEngine::~OwnEngine() {
   if (shutdown_token_ != 0) orb_.RemoveShutdownListener(shutdown_token_);
   naming_->UnbindAll();
   registration_.reset();
+}
+
+void OwnEngine::TakeItem(const std::string& item) {
+  const auto deadline = std::chrono::steady_clock::now() + kWaitForItem;
+  Lock lock(mutex_);
+  while (items_.count(item) > 0) {
+    const auto left = deadline - std::chrono::steady_clock::now();
+    if (left.count() <= 0 || !freed_.WaitFor(mutex_, left))
+      throw Error(ErrorKind::Refused, fmt::format("{}/{}: is published already", name_, item));
+  }
+  items_.insert(item);
+}
+
+void OwnEngine::FreeItem(const std::string& item) noexcept {
+  Lock lock(mutex_);
+  items_.erase(item);
+  freed_.NotifyAll();
 }
 
 /// The engine's own object is its registration object. It knows its name before others know it by that name.

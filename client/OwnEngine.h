@@ -2,9 +2,11 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
 
 #include "client/Connection.h"
+#include "platform/base/Mutex.h"
 #include "platform/components/GUI_Able_i.h"
 #include "platform/orb/Naming.h"
 
@@ -30,6 +32,12 @@ class OwnEngine {
   /// The registered name, as "MYLAB/1".
   const std::string& Name() const noexcept { return name_; }
 
+  /// Takes the name of an item for one reading; where another that goes just now has it, this waits for its end for a
+  /// short time.
+  /// Errors   Error Refused when another reading has it.
+  void TakeItem(const std::string& item);
+  void FreeItem(const std::string& item) noexcept;
+
   /// Where the readings are listed.
   GUI_AbleRegistration& Registration() noexcept { return *registration_; }
 
@@ -48,6 +56,10 @@ class OwnEngine {
   std::string name_;
   std::unique_ptr<GUI_Able_i> registration_;
   long shutdown_token_ = 0;
+
+  Mutex mutex_;
+  Condition freed_;
+  std::set<std::string> items_ GUARDED_BY(mutex_);
 };
 
 }  // namespace Lumenar::Client

@@ -33,7 +33,7 @@ void SetCaptureTime(Corvanta::BASIC_TRACE::BT_DATA& trace) {
 }  // namespace
 
 OwnReading::OwnReading(std::shared_ptr<OwnEngine> engine, const std::string& item, Corvanta::SampleRecord&& first)
-    : engine_(std::move(engine)), item_(CheckedItem(item)), namer_(engine_->Name()) {
+    : engine_(std::move(engine)), item_(CheckedItem(item)), place_(*engine_, item_), namer_(engine_->Name()) {
   reading_ = Offered(first);
   Publish(std::move(first));
 }

@@ -23,7 +23,8 @@ namespace Lumenar::Client {
 class OwnReading {
  public:
   /// Its kind is that of the first sample, which it publishes.
-  /// Errors   Error BadArgument for an item name that is none, and as Publish; CORBA system exceptions.
+  /// Errors   Error BadArgument for an item name that is none, and as Publish; those of OwnEngine::TakeItem; CORBA
+  ///          system exceptions.
   OwnReading(std::shared_ptr<OwnEngine> engine, const std::string& item, Corvanta::SampleRecord&& first);
   ~OwnReading();
   OwnReading(const OwnReading&) = delete;
@@ -38,6 +39,19 @@ class OwnReading {
   void Publish(Corvanta::SampleRecord&& sample);
 
  private:
+  /// The item's name, as long as this lives.
+  class Place {
+   public:
+    Place(OwnEngine& engine, const std::string& item) : engine_(engine), item_(item) { engine_.TakeItem(item_); }
+    ~Place() { engine_.FreeItem(item_); }
+    Place(const Place&) = delete;
+    Place& operator=(const Place&) = delete;
+
+   private:
+    OwnEngine& engine_;
+    const std::string& item_;
+  };
+
   using Trace = Corvanta::BASIC_TRACE::BT_DATA;
   using Scalar = Corvanta::VALUE_DOUBLE::VALUE;
   using Item =
@@ -51,6 +65,7 @@ class OwnReading {
 
   const std::shared_ptr<OwnEngine> engine_;
   const std::string item_;
+  const Place place_;
   Corvanta::ItemNamer namer_;
   Mutex mutex_;  ///< held over the publication, which the time limit bounds, so that numbers come in order
   std::uint32_t next_number_ GUARDED_BY(mutex_) = 0;

@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import atexit
+import weakref
 from types import TracebackType
 from typing import List, NamedTuple, Optional, Sequence, Type, Union
 
@@ -52,6 +53,7 @@ class Client:
         the package was built. Nobody needs to answer yet. `timeout` limits each remote call, in seconds; of clients
         that are open together the longest counts for all."""
         self._session = _core.Session(address, timeout)
+        self._published: weakref.WeakValueDictionary[str, Publication] = weakref.WeakValueDictionary()
 
     @property
     def naming_address(self) -> str:
@@ -179,17 +181,30 @@ class Client:
         `value` is an array of one dimension (a trace), a float (a scalar, with its errors minus <= 0 <= plus), an int
         without a unit (a whole number) or a bool. `unit` is as "dBm". `x` is the axis of a trace, or the distance of
         its points, in `x_unit`, as "kHz": the distance travels with the samples, the beginning does not. The trace is
-        copied; change the array afterwards as you like."""
+        copied; change the array afterwards as you like. Under a name that this client has published already it is the
+        next sample, and the same publication."""
         form = Form(unit, x, x_unit)
-        return Publication(self._session.publish(name, form.record(value, minus, plus)), form)
+        known = self._published.get(name)
+        if known is not None and not known.closed:
+            known._renew(form, value, minus, plus)
+            return known
+        publication = Publication(self._session.publish(name, form.record(value, minus, plus)), form)
+        self._published[name] = self._published[publication.name] = publication
+        return publication
 
     def _core_of(self, input: Input) -> _core.Reading:
-        if isinstance(input, Reading):
-            return input._core
         if isinstance(input, MathObject):
-            return input.reading._core
+            input = input.reading
+        if isinstance(input, Reading):
+            return self._own(input)
         if isinstance(input, Publication):
             return self._session.find(input.name)
         if isinstance(input, str):
             return self._session.find(input)
         raise BadArgument(f"an input is a name, a reading, a math object or a publication, not {input!r}")
+
+    def _own(self, reading: Reading) -> _core.Reading:
+        here, there = self.naming_address, reading._session.naming_address
+        if here != there:
+            raise BadArgument(f"{reading.name} is a reading of the platform at {there}, not of that at {here}")
+        return reading._core

@@ -23,7 +23,7 @@ class Publication:
         with c.publish("MYLAB/1/BASELINE", array, unit="dBm") as baseline:
             baseline.publish(next_array)
 
-    It is withdrawn by close(), by `with`, with its client and with the program.
+    It is withdrawn by close(), by `with`, with its client and with the program, and when nobody holds it any more.
     """
 
     def __init__(self, core: _core.Publication, form: Form) -> None:
@@ -45,6 +45,10 @@ class Publication:
         """Publishes the next sample, in the same unit and with the same axis; of a scalar with its errors. Returns when
         the topic manager has it. The kind stays that of the first sample."""
         self._core.publish(self._form.record(value, minus, plus))
+
+    def _renew(self, form: Form, value: Value, minus: float, plus: float) -> None:
+        self._core.publish(form.record(value, minus, plus))
+        self._form = form
 
     def close(self) -> None:
         """Withdraws it. A second call does nothing."""

@@ -227,10 +227,18 @@ void Session::Delete(std::int32_t id) const { MathObjects(*Use()).Delete(id); }
 std::shared_ptr<Client::OwnEngine> Session::EngineNamed(const std::string& name) {
   const auto connection = Use();
   const std::lock_guard lock(naming_mutex_);
-  if (auto engine = engines_[name].lock()) return engine;
-  auto engine = std::make_shared<Client::OwnEngine>(*connection, name);
-  engines_[name] = engine;
-  engines_[engine->Name()] = engine;
+  const OwnEngineEntry known = engines_[name];
+  if (auto engine = known.engine.lock()) return engine;
+  if (known.gone.valid()) known.gone.wait();  // bounded by the time limits of its calls
+  const auto gone = std::make_shared<std::promise<void>>();
+  const std::shared_ptr<Client::OwnEngine> engine(new Client::OwnEngine(*connection, name),
+                                                  [gone](Client::OwnEngine* ended) {
+                                                    delete ended;
+                                                    gone->set_value();
+                                                  });
+  const OwnEngineEntry entry{engine, gone->get_future().share()};
+  engines_[name] = entry;
+  engines_[engine->Name()] = entry;
   return engine;
 }
 

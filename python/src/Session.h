@@ -2,7 +2,7 @@
 #pragma once
 
 #include <chrono>
-#include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -36,6 +36,12 @@ struct ObjectInfo {
 struct StateInfo {
   std::string word, text;  ///< for programs and for people, see Client::MathState
   std::uint64_t refused = 0, results = 0;
+};
+
+/// An engine that a session is, or was: one that goes just now is waited for before another takes its name.
+struct OwnEngineEntry {
+  std::weak_ptr<Client::OwnEngine> engine;
+  std::shared_future<void> gone;
 };
 
 /// What Python holds of a client: its Connection, until Close, and all that rests on it.
@@ -89,9 +95,9 @@ class Session : public std::enable_shared_from_this<Session> {
   mutable std::mutex mutex_;
   std::shared_ptr<Client::Connection> connection_;  // null once closed
   std::vector<std::weak_ptr<Part>> parts_;
-  std::size_t sweep_at_ = 64;  // parts at which those that have gone are taken out
-  std::mutex naming_mutex_;    // held while an engine takes its name, so that two threads make one
-  std::map<std::string, std::weak_ptr<Client::OwnEngine>> engines_;  // by what was asked for and by registered name
+  std::size_t sweep_at_ = 64;                      // parts at which those that have gone are taken out
+  std::mutex naming_mutex_;                        // held while an engine takes its name, so that two threads make one
+  std::map<std::string, OwnEngineEntry> engines_;  // by what was asked for and by registered name
 };
 
 }  // namespace Lumenar::Python

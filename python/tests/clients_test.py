@@ -32,12 +32,16 @@ def test_results_of_two_platforms_keep_apart(client, second):
         assert all(next(there).value > 1000 for _ in range(10))
 
 
-def test_inputs_of_another_platform_are_found_by_their_reference(client, second):
-    """A reading is a reference: whose platform it is of does not matter to the engine that asks it."""
+def test_inputs_of_another_platform_are_refused(client, second):
+    """Their samples go to another topic manager."""
     with lumenar.Client(second.address) as other:
-        reading = client.reading("OTHER")
-        with other.average(reading) as average:
-            assert average.result.unit == "W"
+        with pytest.raises(lumenar.BadArgument, match="SIM/1/OTHER is a reading of the platform at 127.0.0.1"):
+            other.average(client.reading("OTHER"))
+
+
+def test_readings_of_another_client_of_the_same_platform_are_inputs(client, platform):
+    with lumenar.Client(platform.address) as other, other.average(client.reading("OTHER")) as average:
+        assert average.result.unit == "W"
 
 
 def test_two_to_one_platform_are_two(client, platform):

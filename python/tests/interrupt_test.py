@@ -34,7 +34,7 @@ def time_to_interrupt(environment, opening, waiting, from_inside=False):
     text = WAITING.format(opening=opening, waiting=waiting, from_inside=from_inside)
     ran = subprocess.run([sys.executable, "-c", text], timeout=60, text=True, stdout=subprocess.PIPE,
                          stderr=subprocess.PIPE, env={**environment, "PYTHONPATH": os.environ["PYTHONPATH"]})
-    assert ran.returncode == 0 and ran.stderr == "", ran.stderr
+    assert ran.returncode == 0 and "Traceback" not in ran.stderr, ran.stderr  # lines that somebody is away may be there
     assert ran.stdout.startswith("within "), ran.stdout
     return float(ran.stdout.split()[1])
 

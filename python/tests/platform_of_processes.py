@@ -23,8 +23,8 @@ SIM_READINGS = ";".join([
     "trace:SECONDS:points=4:rate=0:units=s:wave=constant:amplitude=0:offset=1",
     "value:LEVEL:rate=0:units=V:wave=count:amplitude=1:offset=5:error=0.25",
     "long:COUNT:rate=0:wave=count:amplitude=1:offset=100",
-    "setting:START:value=0",
-    "setting:STOP:value=3",
+    "setting:START:value=0:lower=0:upper=1000",
+    "setting:STOP:value=3:lower=0:upper=1000",
 ])
 
 
