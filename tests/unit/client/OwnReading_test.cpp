@@ -99,6 +99,18 @@ TEST_F(OwnReadingTest, OneOfTheSameNameTakesItsPlace) {
   EXPECT_EQ(std::get<CORBA::Long>(GetValue(connection_->FindReading("MYLAB/1/N"))), 2);
 }
 
+TEST_F(OwnReadingTest, TwoOfOneNameAtATimeAreRefused) {
+  const auto engine = Engine("MYLAB/1");
+  OwnReading first(engine, "N", LongOf(1));
+  try {
+    OwnReading second(engine, "N", LongOf(2));
+    FAIL() << "two readings of one name";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.Kind(), ErrorKind::Refused);
+    EXPECT_STREQ(error.what(), "MYLAB/1/N: is published already");
+  }
+}
+
 TEST_F(OwnReadingTest, RefusesASampleOfAnotherKind) {
   OwnReading reading(Engine("MYLAB"), "N", LongOf(1));
   EXPECT_THROW(reading.Publish(TraceOf({1})), Error);
