@@ -2,6 +2,7 @@
 #include "platform/orb/Naming.h"
 
 #include <chrono>
+#include <stdexcept>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -10,6 +11,7 @@
 #include "platform/base/ServiceManager.h"
 #include "platform/orb/CorbaText.h"
 #include "platform/signals/Signals.h"
+#include "platform/transport/addresses.h"
 
 namespace Corvanta {
 namespace {
@@ -56,6 +58,14 @@ bool Answers(CORBA::Object_ptr object) {
 
 Naming::~Naming() { EndKeeper(); }
 
+std::unique_ptr<Naming> Naming::At(CORBA::ORB_ptr orb, const std::string& address) {
+  const std::string problem = HostPortProblem(address);
+  if (!problem.empty()) throw std::invalid_argument("\"" + address + "\" " + problem);
+  auto naming = std::make_unique<Naming>(orb, address);
+  naming->root_ = orb->string_to_object(("corbaloc:iiop:" + address + "/NameService").c_str());
+  return naming;
+}
+
 void Naming::EndKeeper() noexcept {
   {
     Lumenar::Lock lock(mutex_);
@@ -65,7 +75,8 @@ void Naming::EndKeeper() noexcept {
 }
 
 CosNaming::NamingContext_ptr Naming::Root() const {
-  CORBA::Object_var object = orb_->resolve_initial_references("NameService");
+  CORBA::Object_var object =
+      CORBA::is_nil(root_) ? orb_->resolve_initial_references("NameService") : CORBA::Object::_duplicate(root_);
   CosNaming::NamingContext_var root = CosNaming::NamingContext::_unchecked_narrow(object);  // saves asking for its type
   if (CORBA::is_nil(root)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
   return root._retn();
@@ -151,14 +162,18 @@ void Naming::Bind(const Path& path, CORBA::Object_ptr object) {
   Remember(path, object);
 }
 
+bool Naming::BindIfFree(const Path& path, CORBA::Object_ptr object) {
+  if (!BindNew(path, object)) return false;
+  Remember(path, object);
+  return true;
+}
+
 int Naming::BindInstance(const Path& context, CORBA::Object_ptr object) {
   Path path = context;
   path.emplace_back();
   for (int number = 1; number <= kMostInstances; ++number) {
     path.back() = std::to_string(number);
-    if (!BindNew(path, object)) continue;
-    Remember(path, object);
-    return number;
+    if (BindIfFree(path, object)) return number;
   }
   throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
 }

@@ -216,4 +216,8 @@ void ORB_base::SetCallTimeout(CORBA::Object_ptr object, std::chrono::millisecond
   omniORB::setClientCallTimeout(object, static_cast<CORBA::ULong>(limit.count()));
 }
 
+void ORB_base::SetCallTimeout(std::chrono::milliseconds limit) {
+  omniORB::setClientCallTimeout(static_cast<CORBA::ULong>(limit.count()));
+}
+
 }  // namespace Corvanta

@@ -77,6 +77,9 @@ class ORB_base {
   /// Sets the time limit of calls through one reference; 0 is the limit of all calls.
   static void SetCallTimeout(CORBA::Object_ptr object, std::chrono::milliseconds limit);
 
+  /// Sets the limit of all calls of the process from now on. The ORB begins with that of its arguments.
+  static void SetCallTimeout(std::chrono::milliseconds limit);
+
   struct Impl;
 
  protected:
