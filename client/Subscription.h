@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -49,13 +50,19 @@ class Subscription {
   /// Samples lost because Next was not called often enough.
   unsigned long long Lost() const;
 
+  /// The topic manager's handles of the subscriptions now, in order of Add.
+  std::vector<std::int32_t> Handles() const;
+
  private:
   class Queue;
   class Subscriber;
   struct Entry;
   void Drop(Entry& entry, const Corvanta::GivingBack& giving_back) noexcept;
 
+  void RequireManager();
+
   std::shared_ptr<Queue> queue_;
+  Connection& connection_;
   Corvanta::ORB_base& orb_;
   std::vector<Entry> entries_;
   long shutdown_token_ = 0;

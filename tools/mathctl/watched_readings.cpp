@@ -31,7 +31,7 @@ class ObjectsByTopic {
     known.math = Client::MathName{reading.name.engine, report.id};
     known.type = report.type;
     known.name = fmt::format("{} {}({})", session_.TextOf(*known.math), report.type, fmt::join(inputs, ", "));
-    known.has_value = report.results > 0;
+    known.has_value = report.points > 0;
     return known;
   }
 

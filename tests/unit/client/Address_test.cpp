@@ -77,7 +77,7 @@ TEST_F(MatchReadingTest, FindsByEveryFormThatFitsOnce) {
       {"bell\a", 7, "byte for byte"},
       {"bell\\x07", 7, "as it is printed"},
       {"PROBE/1/START", 4, "the fullest form wins over an item that happens to have this name"},
-      {"level", 6, "in the other case of letters"},
+      {"Bell\a", 7, "in the other case of letters"},
       {"probe/1/Wakeup", 3, "in full, in the other case of letters"},
       {"Level", 9, "the one that is typed, where another one differs in the case of letters alone"},
   };
@@ -89,6 +89,8 @@ TEST_F(MatchReadingTest, SaysWhatATextMayMean) {
   EXPECT_EQ(KindFor("WAKEUP", &message), ErrorKind::BadArgument);
   EXPECT_THAT(message, HasSubstr("PROBE/1/WAKEUP, PROBE/2/WAKEUP"));
   EXPECT_EQ(KindFor("PROBE/WAKEUP"), ErrorKind::BadArgument);
+  EXPECT_EQ(KindFor("level", &message), ErrorKind::BadArgument);
+  EXPECT_THAT(message, HasSubstr("SIM/1/LEVEL, SIM/2/Level"));
 }
 
 TEST_F(MatchReadingTest, RefusesWhatIsNotThere) {
@@ -110,13 +112,8 @@ TEST_F(MatchReadingTest, PatternsMeanAllThatFit) {
     std::vector<std::size_t> indexes;
   };
   const Row kRows[] = {
-      {"PROBE/1/*", {3, 4, 8}},
-      {"PROBE/?/WAKEUP", {3, 5}},
-      {"probe/wake*", {3, 5}},
-      {"*LEVEL", {6, 9}},
-      {"RESULT", {1}},
-      {"*/RESULT*", {1, 2}},
-      {"bell\\x0?", {7}},
+      {"PROBE/1/*", {3, 4, 8}}, {"PROBE/?/WAKEUP", {3, 5}}, {"probe/wake*", {3, 5}}, {"*LEVEL", {6, 9}},
+      {"RESULT", {1}},          {"*/RESULT*", {1, 2}},      {"bell\\x0?", {7}},
   };
   for (const Row& row : kRows) EXPECT_EQ(MatchReadings(row.pattern, names_), row.indexes) << row.pattern;
   EXPECT_THROW(MatchReadings("NOPE*", names_), Error);

@@ -37,7 +37,7 @@ TEST(EditDistance, WordsThatNobodyTypesCostNothing) {
 TEST(Nearest, TheNearestFirstAndThreeAtMost) {
   const std::vector<std::string> verbs{"list", "get", "set", "reset", "delete", "list"};
   EXPECT_THAT(Nearest("lst", verbs), ElementsAre("list"));
-  EXPECT_THAT(Nearest("rset", verbs), ElementsAre("reset", "set"));
+  EXPECT_THAT(Nearest("rset", verbs), ElementsAre("set", "reset"));
   EXPECT_THAT(Nearest("bet", verbs), ElementsAre("get", "set"));
   EXPECT_THAT(Nearest("frobnicate", verbs), IsEmpty());
   EXPECT_THAT(Nearest("", verbs), IsEmpty());

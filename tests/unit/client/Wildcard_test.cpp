@@ -35,7 +35,8 @@ TEST(WildcardFits, Table) {
       {"plain", "plain", true},
       {"plain", "plainer", false},
   };
-  for (const Row& row : kRows) EXPECT_EQ(WildcardFits(row.pattern, row.name), row.fits) << row.pattern << ' ' << row.name;
+  for (const Row& row : kRows)
+    EXPECT_EQ(WildcardFits(row.pattern, row.name), row.fits) << row.pattern << ' ' << row.name;
 }
 
 // Where each * tried each length, this would not end.

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <csignal>
 #include <fstream>
+#include <future>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -138,7 +139,7 @@ TEST_F(MathctlTest, WatchWritesOneLineAResultAndEndsAfterThoseAskedFor) {
   ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts));
   Out({"create", "Average", "LEVEL"});
   Out({"set", "math:0", "SIZE", "3"});
-  const auto watch = StartWatch({"math:0", "LEVEL", "-n", "6", "--json"}, 2);
+  const auto watch = StartWatch({"math:0", "LEVEL", "-n", "6", "--json", "--new"}, 2);
   for (const double value : {2, 3, 4}) level = ScalarOf(value, Value::C_Watts);
   ASSERT_EQ(watch->WaitForExit(kPatience), kDone) << watch->Error();
 
@@ -173,14 +174,48 @@ TEST_F(MathctlTest, ASignalEndsAWatchInGoodOrder) {
   }
 }
 
+/// A reading that takes its time when it is asked for its name.
+class SlowReading : public POA_Corvanta::EngineReadingValueDouble {
+ public:
+  char* DDS_Value() override { return CORBA::string_dup(kTopic); }
+  char* Name() override {
+    asked.set_value();
+    go_on.get_future().wait();
+    return CORBA::string_dup("SLOW");
+  }
+  Corvanta::TypeInfo* CORBA_Type() override { return new Corvanta::TypeInfo; }
+  Scalar Get() override { return ScalarOf(1, Value::C_Watts); }
+
+  static constexpr const char* kTopic = "TESTBENCH/1/SLOW";
+  std::promise<void> asked, go_on;
+};
+
+TEST_F(MathctlTest, AWatchThatIsEndedWhileItAsksForItsSourceEndsInOrder) {
+  const PortableServer::Servant_var<SlowReading> slow(new SlowReading);
+  GUI_AbleRegistration::Entry entry;
+  entry.name = "SLOW";
+  entry.type_name = "ValueDouble";
+  entry.topic = SlowReading::kTopic;
+  entry.reference = slow->_this();
+  const long token = bench_.Registration().Add(entry);
+  const auto watch = StartWatch({"SLOW", "--timeout", "1"});
+  ASSERT_EQ(slow->asked.get_future().wait_for(kPatience), std::future_status::ready);
+  watch->Signal(SIGINT);
+  EXPECT_EQ(watch->WaitForExit(kPatience), kDone);
+  EXPECT_EQ(watch->Error(), "");
+  slow->go_on.set_value();
+  bench_.Registration().Remove(token);
+  Corvanta::ORB_base::DeactivateObject(slow.in());
+}
+
 TEST_F(MathctlTest, AWatchEndsAfterItsTimeAndWhenItsObjectGoes) {
   ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts));
-  EXPECT_EQ(Out({"watch", "LEVEL", "--for", "0.2"}), "");
+  EXPECT_EQ(Out({"watch", "LEVEL", "--for", "0.2", "--new"}), "");
   Out({"create", "Peak", "LEVEL"});
   const auto watch = StartWatch({"math:0", "--timeout", "0.3"});
   Out({"delete", "math:0"});
   EXPECT_EQ(watch->WaitForExit(kPatience), kRefused);
-  EXPECT_THAT(watch->Error(), HasSubstr("OBJECT_NOT_EXIST"));
+  EXPECT_THAT(watch->Error(), HasSubstr("math object 0"));
 }
 
 TEST_F(MathctlTest, SetsAttributesAndSaysTheirLimits) {
@@ -225,7 +260,9 @@ TEST_F(MathctlTest, ExitCodesTellWhatToDo) {
       {{"delete", "LEVEL"}, kUsage, "not the id of a math object"},
       {{"plot", "LEVEL", "-o", "x.png"}, kUsage, "only traces can be drawn"},
       {{"get"}, kUsage, "READING is required"},
-      {{"list", "--naming", "127.0.0.1:1"}, kUnreachable, "TRANSIENT"},
+      {{"list", "--naming", "127.0.0.1:1"},
+       kUnreachable,
+       "naming service at 127.0.0.1:1 does not answer (connection refused); is omniNames running?"},
   };
   for (const Row& row : kRows) {
     const Outcome outcome = Run(row.words);
