@@ -15,8 +15,6 @@
 namespace Lumenar::Client {
 namespace {
 
-constexpr const char* kEngineAdvice = "is its engine_host running?";
-
 using Corvanta::LocalPath;
 using Corvanta::NameWithoutInstance;
 
@@ -60,6 +58,15 @@ Engine* EngineAt(std::vector<Engine>& engines, const std::string& address) {
   const auto found = std::find_if(engines.begin(), engines.end(),
                                   [&](const Engine& engine) { return !address.empty() && engine.address == address; });
   return found == engines.end() ? nullptr : &*found;
+}
+
+// An engine that did not tell its name: its error is of the name that it was asked by.
+void Rename(Engine& engine, const std::string& name) {
+  const std::string text = engine.problem->what();
+  if (text.rfind(engine.name, 0) == 0) {
+    engine.problem = Error(engine.problem->Kind(), Printable(name) + text.substr(engine.name.size()));
+  }
+  engine.name = name;
 }
 
 bool IsNamed(const std::vector<Engine>& engines, const std::string& name) {
@@ -183,7 +190,7 @@ void Connection::AddSilentEngines(std::vector<Engine>& engines) {
       Engine* registered = EngineAt(engines, address);
       if (registered != nullptr && !registered->problem) continue;  // a child object of an engine that answers
       if (registered != nullptr) {
-        registered->name = name;
+        Rename(*registered, name);
       } else {
         engines.push_back(
             {name,

@@ -29,6 +29,9 @@ class Error : public std::runtime_error {
   ErrorKind kind_;
 };
 
+/// What to look at when an engine does not answer.
+inline constexpr char kEngineAdvice[] = "is its engine_host running?";
+
 /// The time limit of calls, which errors name; that of the one Connection of the process, which tells it.
 void NoteCallLimit(std::chrono::milliseconds limit);
 

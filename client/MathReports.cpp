@@ -44,8 +44,8 @@ MathReport ReportFrom(const Corvanta::MathFactory::MathReport& told) {
 
 // Engines of the first version cannot be asked for reports.
 template <class Ask>
-auto AskForReport(const std::string& engine, Ask ask) {
-  return Remote(engine, [&] {
+auto AskForReport(const std::string& engine, CORBA::Object_ptr factory, Ask ask) {
+  return Remote("math engine " + Printable(engine), factory, kEngineAdvice, [&] {
     try {
       return ask();
     } catch (const CORBA::BAD_OPERATION&) {
@@ -62,7 +62,7 @@ bool Is(Corvanta::EngineReadingBase_ptr reading) {
 // By asking the reading; false when it does not answer.
 bool FillKind(Reading& reading) {
   try {
-    return Remote(FullName(reading.name), [&] {
+    return Remote(FullName(reading.name), reading.reference, kEngineAdvice, [&] {
       const Corvanta::TypeInfo_var info = reading.reference->CORBA_Type();
       reading.name.item = info->name.in();
       reading.type_name = info->type_name.in();
@@ -90,7 +90,7 @@ Corvanta::EngineReadingBase_var ItemOf(const MathObject& object, const std::stri
 
 std::vector<MathReport> MathObjects::Reports() {
   const auto told =
-      AskForReport(engine_, [&] { return Corvanta::MathFactory::MathReportSeq_var(factory_->ReportMath()); });
+      AskForReport(engine_, factory_, [&] { return Corvanta::MathFactory::MathReportSeq_var(factory_->ReportMath()); });
   std::vector<MathReport> reports;
   reports.reserve(told->length());
   for (CORBA::ULong i = 0; i < told->length(); ++i) reports.push_back(ReportFrom(told.in()[i]));
@@ -99,8 +99,8 @@ std::vector<MathReport> MathObjects::Reports() {
 
 MathReport MathObjects::Report(std::int32_t id) {
   const MathObject object = Get(id);
-  const auto told =
-      AskForReport(engine_, [&] { return Corvanta::MathFactory::MathReport_var(object.reference->Report()); });
+  const auto told = AskForReport(engine_, factory_,
+                                 [&] { return Corvanta::MathFactory::MathReport_var(object.reference->Report()); });
   return ReportFrom(told.in());
 }
 
@@ -108,7 +108,7 @@ std::vector<Reading> MathObjects::Inputs(std::int32_t id) {
   const MathObject object = Get(id);
   const MathReport report = Report(id);
   const auto references = AskForReport(
-      engine_, [&] { return Corvanta::MathFactory::ReadingAttribSeq_var(object.reference->AttrInputs()); });
+      engine_, factory_, [&] { return Corvanta::MathFactory::ReadingAttribSeq_var(object.reference->AttrInputs()); });
   std::vector<Reading> inputs;
   for (CORBA::ULong i = 0; i < references->length() && i < report.inputs.size(); ++i) {
     const std::string& topic = report.inputs[i].topic;
@@ -122,14 +122,16 @@ std::vector<Reading> MathObjects::Inputs(std::int32_t id) {
 Reading MathObjects::Item(std::int32_t id, const std::string& name) {
   const MathObject object = Get(id);
   Reading reading;
-  reading.reference = Remote(engine_, [&] { return ItemOf(object, name); });
+  reading.reference =
+      Remote("math engine " + Printable(engine_), factory_, kEngineAdvice, [&] { return ItemOf(object, name); });
   if (CORBA::is_nil(reading.reference)) {
     const bool average = object.type == "Average";
     throw Error(ErrorKind::BadArgument,
                 fmt::format("math object {} is {} {}: it has {}, but no {}", id, average ? "an" : "a",
                             Printable(object.type), average ? "RESULT, SIZE and FULL" : "a RESULT", Printable(name)));
   }
-  reading.topic = Remote(engine_, [&] { return std::string(CORBA::String_var(reading.reference->DDS_Value()).in()); });
+  reading.topic = Remote("math engine " + Printable(engine_), factory_, kEngineAdvice,
+                         [&] { return std::string(CORBA::String_var(reading.reference->DDS_Value()).in()); });
   reading.name = ReadingOfTopic(reading.topic);
   if (!FillKind(reading)) throw Error(ErrorKind::Unreachable, FullName(reading.name) + ": did not answer");
   return reading;

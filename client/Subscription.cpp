@@ -122,7 +122,8 @@ struct Subscription::Entry {
   Corvanta::DDS_Sub_var reference;
 };
 
-Subscription::Subscription(Connection& connection) : queue_(std::make_shared<Queue>()), orb_(connection.Orb()) {
+Subscription::Subscription(Connection& connection)
+    : queue_(std::make_shared<Queue>()), connection_(connection), orb_(connection.Orb()) {
   orb_.Activate();
   shutdown_token_ = orb_.AddShutdownListener([queue = queue_] { queue->End(); });
 }
@@ -134,7 +135,14 @@ Subscription::~Subscription() {
   for (Entry& entry : entries_) Drop(entry, giving_back);
 }
 
+// The way to the manager that all subscriptions of the process share does not tell its address when nobody answers.
+void Subscription::RequireManager() {
+  const auto manager = connection_.TopicManager();
+  Remote("topic manager", manager, kManagerAdvice, [&] { manager->SubscriptionEpoch(); });
+}
+
 void Subscription::Add(const Reading& reading) {
+  if (entries_.empty()) RequireManager();
   entries_.reserve(entries_.size() + 1);  // nothing fails once the subscription stands
   Entry entry{reading.topic, new Subscriber(queue_, entries_.size()), {}};
   entry.reference = entry.servant->_this();

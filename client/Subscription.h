@@ -59,7 +59,10 @@ class Subscription {
   struct Entry;
   void Drop(Entry& entry, const Corvanta::GivingBack& giving_back) noexcept;
 
+  void RequireManager();
+
   std::shared_ptr<Queue> queue_;
+  Connection& connection_;
   Corvanta::ORB_base& orb_;
   std::vector<Entry> entries_;
   long shutdown_token_ = 0;

@@ -45,6 +45,9 @@ if(conf_dir MATCHES "^\\.\\.")
 endif()
 install(FILES packaging/tcp.conf DESTINATION ${conf_dir}/lumenar)
 
+# Pages of the manual.
+install(DIRECTORY packaging/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 FILES_MATCHING PATTERN "*.1")
+
 # Licence and pages, side by side as in the source tree, so that their links hold.
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${page_dir})
 install(FILES tools/mathctl/README.md DESTINATION ${page_dir}/tools/mathctl)

@@ -8,7 +8,7 @@
 #include <string>
 #include <variant>
 
-#include "client/MathObjects.h"
+#include "client/OwnedMathObject.h"
 #include "client/Subscription.h"
 #include "platform/program/local_arguments.h"
 #include "platform/records/Records.h"
@@ -20,25 +20,6 @@ namespace {
 namespace Client = Lumenar::Client;
 using Trace = Corvanta::BASIC_TRACE::BT_DATA;
 
-/// A math object that goes with its scope.
-class Average {
- public:
-  Average(Client::MathObjects& objects, const std::string& input)
-      : objects_(objects), id_(objects.Create("Average", {input}).id) {}
-  ~Average() {
-    try {
-      objects_.Delete(id_);
-    } catch (const Client::Error& error) {
-      std::cerr << "math object " << id_ << " stays: " << error.what() << '\n';
-    }
-  }
-  std::int32_t Id() const { return id_; }
-
- private:
-  Client::MathObjects& objects_;
-  const std::int32_t id_;
-};
-
 void Print(const Trace& trace) {
   const float* first = trace.samples.get_buffer();
   const double sum = std::accumulate(first, first + trace.samples.length(), 0.0);
@@ -49,7 +30,7 @@ void Print(const Trace& trace) {
 void Follow(const std::string& reading, int results) {
   Client::Connection connection(std::chrono::seconds(5));  // the limit of every call
   Client::MathObjects objects(connection);
-  Average average(objects, reading);
+  const Client::OwnedMathObject average(objects, "Average", {reading});  // deletes the object when it goes
   objects.SetSize(average.Id(), 5);
   Client::Subscription subscription(connection);
   subscription.Add(objects.Result(average.Id()));

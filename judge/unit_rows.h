@@ -6,9 +6,9 @@
 
 namespace Lumenar::Judge {
 
-/// What a unit is in the bases of the SI, and in three of ours: angle, information, samples.
+/// What a unit is in the bases of the SI, and in ours: angle, information, samples, logarithmic ratio.
 struct UnitRow {
-  std::array<int, 9> dimension;  ///< m, kg, s, A, K, cd, rad, bit, sample
+  std::array<int, 11> dimension;  ///< m, kg, s, A, K, cd, rad, bit, sample, mol, Np
   double numerator;              ///< one of it is numerator / denominator of its SI unit
   double denominator;
   bool counts_information;
@@ -18,6 +18,6 @@ struct UnitRow {
 const UnitRow* RowOf(std::int32_t unit);
 
 /// The highest number.
-inline constexpr std::int32_t kLastUnit = 30;
+inline constexpr std::int32_t kLastUnit = 44;
 
 }  // namespace Lumenar::Judge

@@ -23,6 +23,9 @@ class Breaker {
   /// Begins a try that cannot be put off.
   void BeginUrgentTry(Time now);
 
+  /// Whether a try has begun and not ended.
+  bool IsTrying() const noexcept { return trying_; }
+
   void Failed(Time now);
   void CameBack();
 

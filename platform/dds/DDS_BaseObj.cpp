@@ -127,6 +127,7 @@ struct DdsBaseAccess::Impl {
   unsigned making_ GUARDED_BY(mutex_) = 0;  ///< subscriptions under way
   Lumenar::Condition made_;
   Breaker breaker_ GUARDED_BY(mutex_);
+  Lumenar::Condition tried_;                          ///< a try has ended
   bool noted_ GUARDED_BY(mutex_) = false;             ///< the absence stands on standard error
   std::set<std::string> refused_ GUARDED_BY(mutex_);  ///< topics of which a refused sample was noted
   StandingSubscriptions standing_{[this] { return Reach(Urgency::CanWait); },
@@ -169,6 +170,9 @@ DDS_Manager_ptr DdsBaseAccess::Impl::Reach(Urgency urgency) {
   if (orb == nullptr) return DDS_Manager::_nil();
   {
     Lock lock(mutex_);
+    // Of several that publish for the first time one looks for the manager; the others' samples are not lost meanwhile.
+    // Once it was found away nobody waits for the look of another.
+    while (urgency == Urgency::CanWait && !noted_ && breaker_.IsTrying()) tried_.Wait(mutex_);
     if (!CORBA::is_nil(manager_)) return DDS_Manager::_duplicate(manager_);
     if (urgency == Urgency::Urgent) {
       breaker_.BeginUrgentTry(Now());
@@ -191,6 +195,7 @@ DDS_Manager_ptr DdsBaseAccess::Impl::Try(ORB_wrapper_base& orb, Urgency urgency)
   } catch (...) {  // no memory, say: the try has ended all the same
     Lock lock(mutex_);
     breaker_.Failed(Now());
+    tried_.NotifyAll();
     throw;
   }
 }
@@ -208,6 +213,7 @@ void DdsBaseAccess::Impl::Found(DDS_Manager_ptr manager) {
     known_ = DDS_Manager::_duplicate(manager);
     answered_ = Now();
     breaker_.CameBack();
+    tried_.NotifyAll();
     std::swap(was_noted, noted_);
   }
   if (was_noted) Lumenar::WriteError("topic manager is back");
@@ -228,6 +234,7 @@ void DdsBaseAccess::Impl::NotFound(const CORBA::Exception& error, Urgency urgenc
   {
     Lock lock(mutex_);
     breaker_.Failed(Now());
+    tried_.NotifyAll();
   }
   if (urgency != Urgency::Silent) NoteAway(error);
 }

@@ -107,7 +107,8 @@ struct Quotient {
       const std::int64_t exponent = sign * slot.exponent;
       exponents[static_cast<std::size_t>(slot.unit)] += exponent;
       const Dimension& d = row->dimension;
-      const std::array<std::int8_t, kDimensions> of_unit = {d.m, d.kg, d.s, d.A, d.K, d.cd, d.rad, d.bit, d.sample};
+      const std::array<std::int8_t, kDimensions> of_unit = {d.m,   d.kg,  d.s,  d.A,   d.K,     d.cd,
+                                                            d.rad, d.mol, d.Np, d.bit, d.sample};
       for (std::size_t i = 0; i < kDimensions; ++i) {
         dimension[i] += exponent * of_unit[i];
       }

@@ -42,7 +42,24 @@ enum Units_list : std::int32_t {
   U_Lumen = 28,
   U_Candela = 29,
   U_Tesla = 30,
+  U_Siemens = 31,
+  U_Minute = 32,
+  U_Hour = 33,
+  U_Bar = 34,
+  U_Mole = 35,
+  U_Lux = 36,
+  U_Weber = 37,
+  U_Gray = 38,
+  U_Sievert = 39,
+  U_ElectronVolt = 40,
+  U_Neper = 41,
+  U_RevolutionPerMinute = 42,
+  U_VoltAmpere = 43,
+  U_Var = 44,
 };
+
+/// The last of them.
+inline constexpr Units_list kLastUnit = U_Var;
 
 /// One factor of a unit; unit U_None is an empty slot.
 struct Unit_slot {

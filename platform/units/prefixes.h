@@ -17,8 +17,9 @@ struct Prefix {
 /// Powers of ten. "c" comes in texts that people write.
 inline constexpr std::array kDecimalPrefixes = {
     Prefix{"f", "femto", -15}, Prefix{"p", "pico", -12}, Prefix{"n", "nano", -9}, Prefix{"u", "micro", -6},
-    Prefix{"m", "milli", -3},  Prefix{"c", "centi", -2}, Prefix{"k", "kilo", 3},  Prefix{"M", "mega", 6},
-    Prefix{"G", "giga", 9},    Prefix{"T", "tera", 12},  Prefix{"P", "peta", 15}, Prefix{"E", "exa", 18},
+    Prefix{"m", "milli", -3},  Prefix{"c", "centi", -2}, Prefix{"h", "hecto", 2}, Prefix{"k", "kilo", 3},
+    Prefix{"M", "mega", 6},    Prefix{"G", "giga", 9},   Prefix{"T", "tera", 12}, Prefix{"P", "peta", 15},
+    Prefix{"E", "exa", 18},
 };
 
 /// Powers of two, for information.

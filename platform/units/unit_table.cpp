@@ -45,6 +45,20 @@ constexpr std::array kUnits = {
     Unit_row{U_Lumen,           "lm",   0,  kDec,  "lumen",                       {.cd = 1, .rad = 2},                     1, 1},
     Unit_row{U_Candela,         "cd",   0,  kDec,  "candela",                     {.cd = 1},                               1, 1},
     Unit_row{U_Tesla,           "T",    0,  kDec,  "tesla",                       {.kg = 1, .s = -2, .A = -1},             1, 1},
+    Unit_row{U_Siemens,          "S",    0,  kDec,  "siemens",                     {.m = -2, .kg = -1, .s = 3, .A = 2},     1, 1},
+    Unit_row{U_Minute,           "min",  0,  kNone, "minute",                      {.s = 1},                                60, 1},
+    Unit_row{U_Hour,             "h",    0,  kNone, "hour",                        {.s = 1},                                3600, 1},
+    Unit_row{U_Bar,              "bar",  0,  kDec,  "bar",                         {.m = -1, .kg = 1, .s = -2},             1e5, 1},
+    Unit_row{U_Mole,             "mol",  0,  kDec,  "mole",                        {.mol = 1},                              1, 1},
+    Unit_row{U_Lux,              "lx",   0,  kDec,  "lux",                         {.m = -2, .cd = 1, .rad = 2},            1, 1},
+    Unit_row{U_Weber,            "Wb",   0,  kDec,  "weber",                       {.m = 2, .kg = 1, .s = -2, .A = -1},     1, 1},
+    Unit_row{U_Gray,             "Gy",   0,  kDec,  "gray",                        {.m = 2, .s = -2},                       1, 1},
+    Unit_row{U_Sievert,          "Sv",   0,  kDec,  "sievert",                     {.m = 2, .s = -2},                       1, 1},
+    Unit_row{U_ElectronVolt,     "eV",   0,  kDec,  "electronvolt",                {.m = 2, .kg = 1, .s = -2},              1.602176634e-19, 1},
+    Unit_row{U_Neper,            "Np",   0,  kDec,  "neper",                       {.Np = 1},                               1, 1},
+    Unit_row{U_RevolutionPerMinute,"rpm", 0,  kDec,  "rpm",                         {.s = -1},                               1, 60},
+    Unit_row{U_VoltAmpere,       "VA",   0,  kDec,  "voltampere",                  {.m = 2, .kg = 1, .s = -3},              1, 1},
+    Unit_row{U_Var,              "var",  0,  kDec,  "var",                         {.m = 2, .kg = 1, .s = -3},              1, 1},
 };
 // clang-format on
 

@@ -20,12 +20,12 @@ inline const std::map<Units_list, double> angle_conv_table = {
     {U_PartsPerBillion, 1e-9},
 };
 
-/// Exponents over the SI bases, and over three that count things SI has no base for: angle, information, samples.
+/// Exponents over the SI bases, and over four that count what SI has no base for: angle, logarithmic ratio, information, samples.
 struct Dimension {
-  std::int8_t m = 0, kg = 0, s = 0, A = 0, K = 0, cd = 0, rad = 0, bit = 0, sample = 0;
+  std::int8_t m = 0, kg = 0, s = 0, A = 0, K = 0, cd = 0, rad = 0, mol = 0, Np = 0, bit = 0, sample = 0;
 };
 
-inline constexpr std::size_t kDimensions = 9;
+inline constexpr std::size_t kDimensions = 11;
 
 /// Whether a symbol takes prefixes in text: not at all, the decimal ones, or (alone) the binary ones.
 enum class Prefixes : std::uint8_t { None, Decimal, Binary };
@@ -48,7 +48,7 @@ struct Unit_row {
 };
 
 /// Unit numbers run from 1 to this one.
-inline constexpr std::size_t kUnitRows = 30;
+inline constexpr std::size_t kUnitRows = kLastUnit;
 
 /// The rows in the order of the unit numbers, from 1.
 std::span<const Unit_row> Unit_table() noexcept;

@@ -30,7 +30,7 @@ struct Spelling {
 constexpr std::array kSpellings = {
     Spelling{"\u00B5", "u"},   Spelling{"\u03BC", "u"}, Spelling{"\u03A9", "ohm"}, Spelling{"\u2126", "ohm"},
     Spelling{"\u00B0", "deg"}, Spelling{"\u00B7", "*"}, Spelling{"\u22C5", "*"},   Spelling{"\u00B2", "^2"},
-    Spelling{"\u00B3", "^3"},  Spelling{".", "*"},
+    Spelling{"\u00B3", "^3"},  Spelling{".", "*"},      Spelling{"%RH", "%"},
 };
 
 std::string Plain_spelling(std::string_view text) {
@@ -134,7 +134,8 @@ std::optional<Named_unit> Find_word(std::string_view word) {
 /// Reads the factors of a linear unit: "10^-4", "mV^2", "/ohm", "*s".
 class Reader {
  public:
-  explicit Reader(std::string_view text) : text_(text) {}
+  /// `typed` is what was asked for, for the refusal; `text` the part of it that is read, in plain spelling.
+  Reader(std::string_view typed, std::string_view text) : typed_(typed), text_(text) {}
 
   Units Read() {
     while (at_ < text_.size()) {
@@ -152,7 +153,7 @@ class Reader {
     const std::string_view sign = Trim(signs);
     const bool starts = factors_ == 0;
     if (sign.size() > 1 || (starts && !sign.empty() && sign != Divide_sign) || at_ == text_.size()) {
-      Refuse(text_, sign.empty() ? text_ : sign, "is not understood");
+      Refuse(typed_, sign.empty() ? typed_ : sign, "is not understood");
     }
     inverse_ = sign == Divide_sign;
     ++factors_;
@@ -168,7 +169,7 @@ class Reader {
     if (caret != std::string_view::npos) {
       const auto number = Whole_number(factor.substr(caret + Pow_sign.size()));
       if (!number) {
-        Refuse(text_, factor, "has no whole exponent of 32 bits");
+        Refuse(typed_, factor, "has no whole exponent of 32 bits");
       }
       exponent = *number;
     }
@@ -185,7 +186,8 @@ class Reader {
     }
     const auto unit = Find_word(word);
     if (!unit) {
-      Refuse(text_, factor, "is not understood");
+      const bool is_root = word.substr(0, 4) == "sqrt";
+      Refuse(typed_, factor, is_root ? "is a root: exponents are whole numbers" : "is not understood");
     }
     (unit->binary_prefix ? power_of_2_ : power_of_10_) += unit->power * exponent;
     slots_.push_back({unit->unit, Narrow(factor, exponent)});
@@ -194,7 +196,7 @@ class Reader {
   std::int32_t Narrow(std::string_view part, std::int64_t number) const {
     using Limits = std::numeric_limits<std::int32_t>;
     if (number < Limits::min() || number > Limits::max()) {
-      Refuse(text_, part, "is outside 32 bits");
+      Refuse(typed_, part, "is outside 32 bits");
     }
     return static_cast<std::int32_t>(number);
   }
@@ -202,13 +204,13 @@ class Reader {
   Units Result() const {
     Units units;
     if (slots_.size() > kUnitSlots) {
-      Refuse(text_, text_, "has more than five factors");
+      Refuse(typed_, typed_, "has more than five factors");
     }
     std::copy(slots_.begin(), slots_.end(), units.slots.begin());
     units = Arrange(units);
     const bool binary = Units_library::Get_unit_base(units) == 2.0;
     if ((binary ? power_of_10_ : power_of_2_) != 0) {
-      Refuse(text_, text_, binary ? "needs a binary prefix (Ki, Mi, ...)" : "takes decimal prefixes only");
+      Refuse(typed_, typed_, binary ? "needs a binary prefix (Ki, Mi, ...)" : "takes decimal prefixes only");
     }
     units.base_power = Narrow(text_, binary ? power_of_2_ : power_of_10_);
     return units;
@@ -218,10 +220,11 @@ class Reader {
     try {
       return Units_library::Arrange_tuple(units);
     } catch (const OperationNotValid&) {
-      Refuse(text_, text_, "has an exponent outside 32 bits");
+      Refuse(typed_, typed_, "has an exponent outside 32 bits");
     }
   }
 
+  std::string_view typed_;
   std::string_view text_;
   std::size_t at_ = 0;
   std::size_t factors_ = 0;
@@ -231,14 +234,21 @@ class Reader {
   std::vector<Unit_slot> slots_;
 };
 
-/// What stands under the logarithm of a level: "m" and "m/Hz" of "dBm" and "dBm/Hz" mean the milliwatt.
+/// What stands under the logarithm of a level: "m" and "m/Hz" of "dBm" and "dBm/Hz" mean the milliwatt; "c" and "i" of
+/// "dBc" and "dBi", levels against a carrier and against an antenna that radiates alike everywhere, a plain ratio.
 std::string Level_unit(std::string_view behind_dB) {
   const std::string_view unit = Trim(behind_dB);
   if (unit.size() >= 2 && unit.front() == '(' && unit.back() == ')') {
     return std::string(Trim(unit.substr(1, unit.size() - 2)));
   }
-  const bool milliwatt = behind_dB == unit && !unit.empty() && unit[0] == 'm' && (unit.size() == 1 || unit[1] == '/');
-  return milliwatt ? fmt::format("mW{}", unit.substr(1)) : std::string(unit);
+  const bool is_letter = behind_dB == unit && !unit.empty() && (unit.size() == 1 || unit[1] == '/');
+  if (is_letter && unit[0] == 'm') {
+    return fmt::format("mW{}", unit.substr(1));
+  }
+  if (is_letter && (unit[0] == 'c' || unit[0] == 'i')) {
+    return std::string(unit.substr(1));
+  }
+  return std::string(unit);
 }
 
 }  // namespace
@@ -247,10 +257,10 @@ Units Units_from_text(std::string_view text) {
   const std::string plain = Plain_spelling(Trim(text));
   const std::string_view all = plain;
   if (all.substr(0, 2) != "dB") {
-    return Reader(all).Read();
+    return Reader(text, all).Read();
   }
   const std::string level_unit = Level_unit(all.substr(2));
-  Units units = Reader(level_unit).Read();
+  Units units = Reader(text, level_unit).Read();
   units.is_dB = true;
   return units;
 }

@@ -55,6 +55,14 @@ class WantedReader {
     return option != nullptr ? option : app_.get_option_no_throw(name);
   }
 
+  // Of the application, or one below the verb where it has any.
+  const CLI::App* FindVerb(const std::string& word) const {
+    for (const CLI::App* verb : (verb_ != nullptr ? *verb_ : app_).get_subcommands(IsShown)) {
+      if (verb->check_name(word)) return verb;
+    }
+    return nullptr;
+  }
+
   static bool IsOption(const std::string& word) { return word.size() > 1 && word[0] == '-'; }
 
   void Pass(const std::string& word) {
@@ -65,11 +73,12 @@ class WantedReader {
       if (option != nullptr && option->get_type_size() > 0 && !has_value) pending_ = option;
       return;
     }
-    if (verb_ == nullptr) {
-      for (const CLI::App* verb : app_.get_subcommands(IsShown)) verb_ = verb->check_name(word) ? verb : verb_;
-      return;
+    const CLI::App* verb = FindVerb(word);
+    if (verb != nullptr) {
+      verb_ = verb;
+    } else if (verb_ != nullptr) {
+      positionals_.push_back(word);
     }
-    positionals_.push_back(word);
   }
 
   void TakeValue(const std::string& word) {
@@ -86,7 +95,8 @@ class WantedReader {
       AddOptions(app_, wanted_.fixed);
       return wanted_;
     }
-    if (verb_ == nullptr) return Fixed(ShownVerbs(app_));
+    const CLI::App& app = verb_ != nullptr ? *verb_ : app_;
+    if (verb_ == nullptr || (positionals_.empty() && !ShownVerbs(app).empty())) return Fixed(ShownVerbs(app));
     return OfPositional();
   }
 

@@ -43,6 +43,8 @@ Value::Units LinearOf(const ProposedInput& input) {
   return units;
 }
 
+bool HasUnit(const ProposedInput& input) { return UnitsOf(input)->slots[0].unit != Corvanta::VALUE_UNITS::U_None; }
+
 /// Why the operation has no result for these units; empty when it has one. What it says depends on units alone.
 std::string UnitsProblem(std::string_view type, const ProposedInput& first, const ProposedInput& second) {
   try {
@@ -54,10 +56,8 @@ std::string UnitsProblem(std::string_view type, const ProposedInput& first, cons
       Number a(1, LinearOf(first), 0, 0);
       a -= Number(1, LinearOf(second), 0, 0);
     }
-  } catch (const Value::UnitDimensionNotProper&) {
-    return "one has a unit and the other has none";
   } catch (const Value::UnitDimensionNotSame&) {
-    return "their dimensions differ";
+    return HasUnit(first) == HasUnit(second) ? "their dimensions differ" : "one has a unit and the other has none";
   } catch (const Value::MissingUnitInFirstParameter&) {
     return "the first one has no unit";
   } catch (const Value::OperationNotValid&) {

@@ -126,7 +126,8 @@ void DefineShow(CLI::App& app, Command& command) {
       "With --json the fields of `mathctl list --json`, the inputs in full (\"input_reports\"), FULL of an\n"
       "Average and the present result (\"present\").\n"
       "\n"
-      "Example: mathctl show math:3");
+      "Example:\n"
+      "  mathctl show math:3");
   verb->callback(
       [&command, texts] { command.run = [texts](const Session& session) { ShowObjects(session, *texts); }; });
 }

@@ -26,7 +26,7 @@ void ShowTypes(const Session& session) {
 
 void DefineTypes(CLI::App& app, Command& command) {
   auto* verb = app.add_subcommand("types", "The types of math objects that can be created");
-  verb->footer("Example: mathctl types");
+  verb->footer("Example:\n  mathctl types");
   verb->callback([&command] { command.run = ShowTypes; });
 }
 

@@ -28,15 +28,15 @@ void AddOptionNames(const CLI::App& app, std::vector<std::string>& names) {
 /// Reads a command line word by word, as far as needed to tell verbs and options from values.
 class WordReader {
  public:
-  explicit WordReader(const CLI::App& app) : app_(app) {}
+  explicit WordReader(const CLI::App& app) : verbs_{&app} {}
 
   std::string FirstWrong(const std::vector<std::string>& words) {
     for (std::size_t i = 0; i < words.size() && words[i] != "--"; ++i) {
       const std::string& word = words[i];
       if (!IsOption(word)) {
-        if (verb_ != nullptr) continue;
-        verb_ = FindVerb(word);
-        if (verb_ == nullptr) return WrongVerb(word);
+        const CLI::App* verb = FindVerb(word);
+        if (verb != nullptr) verbs_.push_back(verb);
+        if (verbs_.size() == 1) return WrongVerb(word);
         continue;
       }
       const std::string name = word.substr(0, word[1] == '-' ? word.find('=') : 2);
@@ -55,35 +55,36 @@ class WordReader {
   }
 
   const CLI::App* FindVerb(const std::string& word) const {
-    for (const CLI::App* verb : app_.get_subcommands([](const CLI::App*) { return true; })) {
+    for (const CLI::App* verb : verbs_.back()->get_subcommands([](const CLI::App*) { return true; })) {
       if (verb->check_name(word)) return verb;
     }
     return nullptr;
   }
 
   const CLI::Option* Find(const std::string& name) const {
-    const CLI::Option* of_verb = verb_ != nullptr ? verb_->get_option_no_throw(name) : nullptr;
-    return of_verb != nullptr ? of_verb : app_.get_option_no_throw(name);
+    for (const CLI::App* verb : verbs_) {
+      if (const CLI::Option* option = verb->get_option_no_throw(name)) return option;
+    }
+    return nullptr;
   }
 
   std::string WrongVerb(const std::string& word) const {
-    const std::string near = Client::NearText(Client::Nearest(word, VerbNames(app_)));
+    const std::string near = Client::NearText(Client::Nearest(word, VerbNames(*verbs_.front())));
     return fmt::format("no verb \"{}\"{}", Client::Printable(word),
                        near.empty() ? "; mathctl --help shows the verbs" : near);
   }
 
   std::string WrongOption(const std::string& name) const {
     std::vector<std::string> known;
-    if (verb_ != nullptr) AddOptionNames(*verb_, known);
-    AddOptionNames(app_, known);
+    for (auto verb = verbs_.rbegin(); verb != verbs_.rend(); ++verb) AddOptionNames(**verb, known);
     const std::string near = Client::NearText(Client::Nearest(name, known));
-    const std::string verb = verb_ != nullptr ? verb_->get_name() + " " : "";
+    std::string verb;
+    for (std::size_t i = 1; i < verbs_.size(); ++i) verb += verbs_[i]->get_name() + " ";
     return fmt::format("no option {}{}", Client::Printable(name),
                        near.empty() ? fmt::format("; mathctl {}--help shows those there are", verb) : near);
   }
 
-  const CLI::App& app_;
-  const CLI::App* verb_ = nullptr;
+  std::vector<const CLI::App*> verbs_;  // the application, the verb, and one below it where there are any
 };
 
 }  // namespace

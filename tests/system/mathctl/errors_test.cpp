@@ -62,7 +62,7 @@ TEST_F(ErrorsTest, AnEngineThatDied) {
   EXPECT_EQ(list.exit_code, Mathctl::kUnreachable);
   ExpectPlain(list.error);
   EXPECT_THAT(list.error, MatchesRegex("mathctl: math engine MATHFACTORY/1 at 127\\.0\\.0\\.1:[0-9]+ does not answer "
-                                       "\\(connection refused\\); is its process running\\?\n"));
+                                       "\\(connection refused\\); is its engine_host running\\?\n"));
   const Result engines = Call({"engines"});
   EXPECT_EQ(engines.exit_code, Mathctl::kDone) << engines.error;
   EXPECT_THAT(engines.out, HasSubstr("does not answer (connection refused); is its engine_host running?"));

@@ -56,7 +56,7 @@ TEST_F(EveryVerb, IsRunByAWholeSystemTest) {
 }
 
 TEST_F(EveryVerb, StandsInTheManual) {
-  const std::string manual = TextOfFile(fs::path(LUMENAR_TESTS) / "../docs/man/mathctl.1");
+  const std::string manual = TextOfFile(fs::path(LUMENAR_TESTS) / "../packaging/man/mathctl.1");
   for (const CLI::App* verb : Verbs()) EXPECT_THAT(manual, HasSubstr("\n.B " + verb->get_name())) << verb->get_name();
   for (const CLI::Option* option : app_.get_options()) {
     for (const std::string& name : option->get_lnames()) {

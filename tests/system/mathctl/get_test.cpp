@@ -52,7 +52,7 @@ TEST_F(GetTest, RefusesWhatIsNotThere) {
            Refused{{"get", "math:0", "SIZE"}, kUsage, "math object 0 is a Peak: it has a RESULT, but no SIZE"},
            Refused{{"get", "math:9", "SIZE"}, kRefused, "no math object 9"},
            Refused{{"get", "LEVEL", "NOPE"}, kRefused, "no reading \"NOPE\""},
-           Refused{{"get", "TRACE", "-#", "-1"}, kUsage, "-#"},
+           Refused{{"get", "TRACE", "-#", "-1"}, kUsage, "--elements: a whole number from 0"},
            Refused{{"get"}, kUsage, "READING is required"},
        }) {
     ExpectRefused(row);

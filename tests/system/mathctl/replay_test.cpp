@@ -17,7 +17,7 @@ using Recording::Sample;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-const std::string kRecorded = LUMENAR_RECORDED_DATA;
+const std::string kSweeps = LUMENAR_RECORDED_DATA "/sweeps.csv";
 constexpr std::int64_t kBegin_ns = 1'714'979'289'000'000'000;
 
 template <class T>
@@ -96,7 +96,7 @@ TEST_F(ReplayTest, AnEngineThatRunsKeepsItsName) {
 }
 
 TEST_F(ReplayTest, PlaysFilesOfOtherInstruments) {
-  const auto replay = platform_.Start("mathctl", {"replay", kRecorded + "/sweeps.csv", "--speed", "0", "--stay"});
+  const auto replay = platform_.Start("mathctl", {"replay", kSweeps, "--speed", "0", "--stay"});
   ASSERT_TRUE(WaitUntil([&] {
     return Objects({"readings"}).size() > 0 && Run({"get", "REPLAY/1/SWEEPS"}).exit_code == 0;
   }));

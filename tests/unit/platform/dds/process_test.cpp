@@ -6,6 +6,8 @@
 #include <csignal>
 #include <filesystem>
 #include <map>
+#include <thread>
+#include <vector>
 
 #include "platform/dds/DDS_BaseObj.h"
 #include "platform/wire/SharedSampleView.h"
@@ -217,6 +219,21 @@ TEST_F(DdsAccess, PublishesAndSubscribes) {
   EXPECT_EQ(Dds().LostSamples(), lost);
   Unsubscribe(subscriber.in());
   EXPECT_EQ(StatusOf(handle).handle, 0);
+}
+
+TEST_F(DdsAccess, OfTheFirstSamplesThatComeTogetherNoneIsLost) {
+  const auto lost = Dds().LostSamples();
+  std::atomic<int> ready{0};
+  std::vector<std::thread> senders;
+  for (int i = 0; i < 16; ++i) {
+    senders.emplace_back([&ready, i] {
+      ++ready;
+      while (ready < 16) std::this_thread::yield();
+      Send(i);
+    });
+  }
+  for (std::thread& sender : senders) sender.join();
+  EXPECT_EQ(Dds().LostSamples(), lost);
 }
 
 TEST_F(DdsAccess, AManagerThatIsAwayIsNotedOnceAndCostsLittle) {

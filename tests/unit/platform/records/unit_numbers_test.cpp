@@ -58,6 +58,20 @@ const NumberedUnit kUnits[] = {
     {28, Value::U_Lumen,           Constants::U_Lumen,           "U_Lumen",            "lm"},
     {29, Value::U_Candela,         Constants::U_Candela,         "U_Candela",          "cd"},
     {30, Value::U_Tesla,           Constants::U_Tesla,           "U_Tesla",            "T"},
+    {31, Value::U_Siemens, Constants::U_Siemens, "U_Siemens", "S"},
+    {32, Value::U_Minute, Constants::U_Minute, "U_Minute", "min"},
+    {33, Value::U_Hour, Constants::U_Hour, "U_Hour", "h"},
+    {34, Value::U_Bar, Constants::U_Bar, "U_Bar", "bar"},
+    {35, Value::U_Mole, Constants::U_Mole, "U_Mole", "mol"},
+    {36, Value::U_Lux, Constants::U_Lux, "U_Lux", "lx"},
+    {37, Value::U_Weber, Constants::U_Weber, "U_Weber", "Wb"},
+    {38, Value::U_Gray, Constants::U_Gray, "U_Gray", "Gy"},
+    {39, Value::U_Sievert, Constants::U_Sievert, "U_Sievert", "Sv"},
+    {40, Value::U_ElectronVolt, Constants::U_ElectronVolt, "U_ElectronVolt", "eV"},
+    {41, Value::U_Neper, Constants::U_Neper, "U_Neper", "Np"},
+    {42, Value::U_RevolutionPerMinute, Constants::U_RevolutionPerMinute, "U_RevolutionPerMinute", "rpm"},
+    {43, Value::U_VoltAmpere, Constants::U_VoltAmpere, "U_VoltAmpere", "VA"},
+    {44, Value::U_Var, Constants::U_Var, "U_Var", "var"},
 };
 // clang-format on
 

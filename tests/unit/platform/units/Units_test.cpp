@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
-constexpr auto kUnknown = static_cast<Units_list>(31);
+constexpr auto kUnknown = static_cast<Units_list>(kLastUnit + 1);
 constexpr auto kHostile = static_cast<Units_list>(kMin);
 
 Units Slots(std::initializer_list<Unit_slot> slots, std::int32_t base_power = 0, bool is_dB = false) {

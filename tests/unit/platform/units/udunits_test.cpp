@@ -24,6 +24,11 @@ const char* Judge_name(Units_list unit) {
     case U_Bit: return "bit";
     case U_Byte: return "byte";
     case U_Sample: return nullptr;
+    case U_RevolutionPerMinute: return nullptr;  // there a revolution is an angle, here it is counted
+    case U_Neper: return nullptr;                // there the unit of a logarithm
+    case U_ElectronVolt: return "1.602176634e-19 J";  // exact since 2019; the judge has the measured one of before
+    case U_VoltAmpere: return "V A";
+    case U_Var: return "W";
     default: return Find_unit(unit)->stem.data();
   }
 }
@@ -74,7 +79,7 @@ TEST_F(UdunitsTest, DimensionsAgree) {
     const Dimension& d = row.dimension;
     const std::string base = "m" + std::to_string(d.m) + " kg" + std::to_string(d.kg) + " s" + std::to_string(d.s) +
                              " A" + std::to_string(d.A) + " K" + std::to_string(d.K) + " cd" + std::to_string(d.cd) +
-                             " rad" + std::to_string(d.rad);
+                             " rad" + std::to_string(d.rad) + " mol" + std::to_string(d.mol);
     const Unit judge = Parse(Judge_name(row.unit));
     if (judge && d.bit == 0) {
       EXPECT_TRUE(ut_are_convertible(judge.get(), Parse(base.c_str()).get())) << row.stem << " against " << base;

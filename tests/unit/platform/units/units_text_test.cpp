@@ -51,6 +51,15 @@ const Text_case kBothWays[] = {
     {"kg^2", Make_unit(U_Kilogram, 2)},
     {"mdegC", Make_unit(U_DegreeC, 1, -3)},
     {"KiB", Make_unit(U_Byte, 1, 10)},
+    {"hPa", Make_unit(U_Pascal, 1, 2)},
+    {"uS", Make_unit(U_Siemens, 1, -6)},
+    {"min", Make_unit(U_Minute)},
+    {"h", Make_unit(U_Hour)},
+    {"mbar", Make_unit(U_Bar, 1, -3)},
+    {"mmol", Make_unit(U_Mole, 1, -3)},
+    {"keV", Make_unit(U_ElectronVolt, 1, 3)},
+    {"kVA", Make_unit(U_VoltAmpere, 1, 3)},
+    {"1/min", Make_unit(U_Minute, -1)},
     {"2^3 bit", Make_unit(U_Bit, 1, 3)},
     {"1/V^2147483648", Make_unit(U_Volt, std::numeric_limits<std::int32_t>::min())},
 };
@@ -89,6 +98,16 @@ TEST(UnitsText, ReadsWhatPeopleWrite) {
       {"dBm/Hz", Of({{U_Watt, 1}, {U_Hertz, -1}}, -3, true)},
       {"kB/s", Of({{U_Second, -1}, {U_Byte, 1}}, 3)},
       {"V/V", C_Empty},
+      {"siemens", Make_unit(U_Siemens)},
+      {"minutes", Make_unit(U_Minute)},
+      {"hectopascal", Make_unit(U_Pascal, 1, 2)},
+      {"microsievert/hour", Of({{U_Hour, -1}, {U_Sievert, 1}}, -6)},
+      {"%RH", Make_unit(U_Percent)},
+      {"dBc", Of({}, 0, true)},
+      {"dBi", Of({}, 0, true)},
+      {"dBc/Hz", Make_unit(U_Hertz, -1, 0, true)},
+      {"dBinch", Make_unit(U_Inch, 1, 0, true)},
+      {"dBcd", Make_unit(U_Candela, 1, 0, true)},
   };
   for (const Text_case& c : cases) {
     EXPECT_EQ(Units_from_text(c.text), c.units) << c.text << " read as " << Units_text(Units_from_text(c.text));
@@ -118,6 +137,9 @@ TEST(UnitsText, RefusesAndNamesThePart) {
       {"dBfoo", "foo"},
       {"EV^2147483647", "32 bits"},
       {"10^4294967297", "10^4294967297"},
+      {"V/sqrt(Hz)", "unit \"V/sqrt(Hz)\": \"sqrt(Hz)\" is a root"},
+      {"dB\u00B5V/sqrt(Hz)", "unit \"dB\u00B5V/sqrt(Hz)\": \"sqrt(Hz)\" is a root"},
+      {"\u00B5furlong", "unit \"\u00B5furlong\""},
   };
   for (const auto& [text, part] : cases) {
     try {

@@ -315,6 +315,8 @@ const Row kTo_linear_rows[] = {
     {"tie of 10 * k, up to even", 10.0f, 3355447, std::bit_cast<std::uint32_t>(33554472.0f)},
     {"tie of k / 10, down to even", -10.0f, 167772170, std::bit_cast<std::uint32_t>(16777216.0f)},
     {"tie of k / 10, up to even", -10.0f, 167772190, std::bit_cast<std::uint32_t>(16777220.0f)},
+    {"tie of k / 10^22, the largest exact power, down to even", -220.0f, 0x1.0f0cf064dd592p-77, 0x00000000},
+    {"tie of k / 10^22, up to even", -220.0f, 0x1.969368974c05bp-76, 0x00000002},
 };
 
 INSTANTIATE_TEST_SUITE_P(Kernels, ToLinearRow, testing::ValuesIn(kTo_linear_rows));
