@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "client/Connection.h"
 
+#include <fmt/format.h>
+#include <omniORB4/Naming.hh>
+
 #include <algorithm>
 #include <future>
 #include <string_view>
@@ -8,7 +11,6 @@
 
 #include "client/Text.h"
 #include "platform/orb/names.h"
-#include "platform/wire/reference_endpoint.h"
 
 namespace Lumenar::Client {
 namespace {
@@ -58,6 +60,15 @@ Engine* EngineAt(std::vector<Engine>& engines, const std::string& address) {
   return found == engines.end() ? nullptr : &*found;
 }
 
+// An engine that did not tell its name: its error is of the name that it was asked by.
+void Rename(Engine& engine, const std::string& name) {
+  const std::string text = engine.problem->what();
+  if (text.rfind(engine.name, 0) == 0) {
+    engine.problem = Error(engine.problem->Kind(), Printable(name) + text.substr(engine.name.size()));
+  }
+  engine.name = name;
+}
+
 bool IsNamed(const std::vector<Engine>& engines, const std::string& name) {
   return std::any_of(engines.begin(), engines.end(), [&](const Engine& engine) { return engine.name == name; });
 }
@@ -70,16 +81,59 @@ Reading ReadingFrom(const std::string& engine, const Corvanta::Item& item) {
           Corvanta::EngineReadingBase::_duplicate(item.reference)};
 }
 
+std::vector<ReadingName> NamesOf(const std::vector<Reading>& readings) {
+  std::vector<ReadingName> names;
+  names.reserve(readings.size());
+  for (const Reading& reading : readings) names.push_back(reading.name);
+  return names;
+}
+
+// What `match` finds; what is not found may be a reading of an engine that does not answer, whose error it is then.
+template <class Match>
+auto AboutSilent(const std::string& text, const std::vector<Engine>& engines, Match&& match) {
+  try {
+    return match();
+  } catch (const Error& error) {
+    if (error.Kind() != ErrorKind::NotFound) throw;
+    for (const Engine& engine : engines) {
+      if (engine.problem && SameLetters(text.substr(0, engine.name.size() + 1), engine.name + '/')) {
+        throw *engine.problem;
+      }
+    }
+    throw;
+  }
+}
+
 }  // namespace
 
 Connection::Connection(std::chrono::milliseconds timeout)
     : timeout_(Checked(timeout)), orb_([&] {
         const Arguments arguments(timeout);
         return Corvanta::ORB_wrapper_base(arguments.Count(), arguments.List());
-      }()) {}
+      }()) {
+  NoteCallLimit(timeout_);
+}
+
+// What `call` asks the naming service for.
+template <class Call>
+auto Connection::AtNaming(Call&& call) {
+  try {
+    return call();
+  } catch (const CORBA::Exception& exception) {
+    throw ErrorFrom(exception, NamingService(NamingAddress()));
+  }
+}
 
 CORBA::Object_var Connection::Lookup(const std::string& name) {
-  return Remote(Printable(name), [&] { return CORBA::Object_var(orb_.Resolve(LocalPath(name))); });
+  return AtNaming([&] {
+    try {
+      return CORBA::Object_var(orb_.Resolve(LocalPath(name)));
+    } catch (const CosNaming::NamingContext::NotFound&) {
+      throw Error(ErrorKind::NotFound,
+                  fmt::format("{} is not registered with the naming service at {}; is its program running?",
+                              Printable(name), NamingAddress()));
+    }
+  });
 }
 
 Corvanta::DDS_Manager_var Connection::TopicManager() {
@@ -90,14 +144,11 @@ Corvanta::HwEnumerate_Able_var Connection::HwEnumeration() {
   return Narrowed<Corvanta::HwEnumerate_Able>(Lookup(Corvanta::kHardwareEnumeration), "hardware enumeration");
 }
 
-std::string Connection::AddressOf(CORBA::Object_ptr object) const {
-  const CORBA::String_var reference = orb_.Orb()->object_to_string(object);
-  return EndpointOf(reference.in());
-}
+std::string Connection::AddressOf(CORBA::Object_ptr object) const { return Client::AddressOf(object); }
 
 std::vector<std::string> Connection::NamesBelow(const std::string& context) {
   const auto path = context.empty() ? Corvanta::Components(Corvanta::kLocalContext) : LocalPath(context);
-  return Remote("naming service at " + NamingAddress(), [&] { return orb_.List(path); });
+  return AtNaming([&] { return orb_.List(path); });
 }
 
 Engine Connection::AskRegistration(const std::string& name) noexcept {
@@ -107,7 +158,7 @@ Engine Connection::AskRegistration(const std::string& name) noexcept {
     const CORBA::Object_var object = Lookup(name);
     engine.address = AddressOf(object);
     const auto registration = Narrowed<Corvanta::GUI_Able>(object, name);
-    const CORBA::String_var told = Remote(name, [&] { return registration->EngineName(); });
+    const CORBA::String_var told = Remote(name, object, kEngineAdvice, [&] { return registration->EngineName(); });
     engine.name = told.in();
     engine.registration = registration;
   } catch (const Error& error) {
@@ -139,9 +190,13 @@ void Connection::AddSilentEngines(std::vector<Engine>& engines) {
       Engine* registered = EngineAt(engines, address);
       if (registered != nullptr && !registered->problem) continue;  // a child object of an engine that answers
       if (registered != nullptr) {
-        registered->name = name;
+        Rename(*registered, name);
       } else {
-        engines.push_back({name, address, Error(ErrorKind::NotFound, name + ": has no registration object"), {}});
+        engines.push_back(
+            {name,
+             address,
+             Error(ErrorKind::NotFound, Printable(name) + " has no registration object: it ended, or is no engine"),
+             {}});
       }
     }
   }
@@ -156,7 +211,7 @@ std::vector<Engine> Connection::Engines() {
 
 std::string Connection::VersionOf(const Engine& engine) {
   if (engine.problem) throw *engine.problem;
-  return Remote(Printable(engine.name), [&]() -> std::string {
+  return Remote(Printable(engine.name), engine.registration, kEngineAdvice, [&]() -> std::string {
     try {
       return CORBA::String_var(engine.registration->Version()).in();
     } catch (const CORBA::BAD_OPERATION&) {  // built before registration objects had a version
@@ -169,7 +224,8 @@ std::vector<Reading> Connection::ReadingsOf(const std::vector<Engine>& engines) 
   std::vector<Reading> readings;
   for (const Engine& engine : engines) {
     if (engine.problem) continue;
-    Corvanta::ItemSeq_var items = Remote(Printable(engine.name), [&] { return engine.registration->Items(); });
+    Corvanta::ItemSeq_var items = Remote(Printable(engine.name), engine.registration, kEngineAdvice,
+                                         [&] { return engine.registration->Items(); });
     for (CORBA::ULong i = 0; i < items->length(); ++i) readings.push_back(ReadingFrom(engine.name, items[i]));
   }
   return readings;
@@ -179,18 +235,13 @@ std::vector<Reading> Connection::Readings() { return ReadingsOf(Engines()); }
 
 Reading Connection::FindReading(const std::string& text) {
   const std::vector<Engine> engines = Engines();
-  std::vector<Reading> readings = ReadingsOf(engines);
-  std::vector<ReadingName> names;
-  for (const Reading& reading : readings) names.push_back(reading.name);
-  try {
-    return readings[MatchReading(text, names)];
-  } catch (const Error& error) {
-    if (error.Kind() != ErrorKind::NotFound) throw;
-    for (const Engine& engine : engines) {
-      if (engine.problem && text.rfind(engine.name + '/', 0) == 0) throw *engine.problem;
-    }
-    throw;
-  }
+  const std::vector<Reading> readings = ReadingsOf(engines);
+  return AboutSilent(text, engines, [&] { return readings[MatchReading(text, NamesOf(readings))]; });
+}
+
+std::vector<std::size_t> IndexesFor(const std::string& text, const std::vector<Reading>& readings,
+                                    const std::vector<Engine>& engines) {
+  return AboutSilent(text, engines, [&] { return MatchReadings(text, NamesOf(readings)); });
 }
 
 }  // namespace Lumenar::Client

@@ -34,6 +34,11 @@ struct Reading {
   Corvanta::EngineReadingBase_var reference;
 };
 
+/// The indexes of the readings that a text means, see MatchReadings; `engines` are those whose readings they are.
+/// Errors   those of MatchReadings; Error Unreachable when it may mean one of an engine that does not answer.
+std::vector<std::size_t> IndexesFor(const std::string& text, const std::vector<Reading>& readings,
+                                    const std::vector<Engine>& engines);
+
 /// A client's way to the platform: its ORB, and what is registered there. At most one lives at a time in a process.
 ///
 /// Every remote call is limited to the timeout; a call that fails is an Error.
@@ -64,6 +69,9 @@ class Connection {
   /// All items of all engines that answer, in the order of their registration.
   std::vector<Reading> Readings();
 
+  /// The items of those of the engines that answer, in the order of their registration.
+  std::vector<Reading> ReadingsOf(const std::vector<Engine>& engines);
+
   /// The reading that `text` means, see MatchReading.
   /// Errors   those of MatchReading; Error Unreachable when the reading may be one of an engine that does not answer.
   Reading FindReading(const std::string& text);
@@ -79,11 +87,12 @@ class Connection {
   std::string AddressOf(CORBA::Object_ptr object) const;
 
  private:
+  template <class Call>
+  auto AtNaming(Call&& call);
   std::vector<std::string> NamesBelow(const std::string& context);
   std::vector<Engine> Registrations();
   Engine AskRegistration(const std::string& name) noexcept;
   void AddSilentEngines(std::vector<Engine>& engines);
-  std::vector<Reading> ReadingsOf(const std::vector<Engine>& engines);
 
   const std::chrono::milliseconds timeout_;
   Corvanta::ORB_wrapper_base orb_;
@@ -93,8 +102,9 @@ class Connection {
 /// Errors   Error Refused when it is not one; as the remote call.
 template <class Interface>
 typename Interface::_var_type Narrowed(CORBA::Object_ptr object, const std::string& subject) {
-  typename Interface::_var_type narrowed = Remote(subject, [&] { return Interface::_narrow(object); });
-  if (CORBA::is_nil(narrowed)) throw Error(ErrorKind::Refused, subject + ": is of another kind");
+  typename Interface::_var_type narrowed =
+      Remote(subject, object, "is its process running?", [&] { return Interface::_narrow(object); });
+  if (CORBA::is_nil(narrowed)) throw Error(ErrorKind::Refused, subject + " is of another kind than expected");
   return narrowed;
 }
 

@@ -3,8 +3,11 @@
 
 #include <omniORB4/CORBA.h>
 
+#include <chrono>
 #include <stdexcept>
 #include <string>
+
+#include "platform/orb/CorbaText.h"
 
 namespace Lumenar::Client {
 
@@ -26,8 +29,23 @@ class Error : public std::runtime_error {
   ErrorKind kind_;
 };
 
+/// What to look at when an engine does not answer.
+inline constexpr char kEngineAdvice[] = "is its engine_host running?";
+
+/// The time limit of calls, which errors name; that of the one Connection of the process, which tells it.
+void NoteCallLimit(std::chrono::milliseconds limit);
+
 /// A CORBA exception as an Error; `subject` says who was called and opens the text.
 Error ErrorFrom(const CORBA::Exception& exception, const std::string& subject);
+
+/// The same, with where the one who was called is and what to do when there is no answer.
+Error ErrorFrom(const CORBA::Exception& exception, const Callee& callee);
+
+/// "HOST:PORT" of the process behind a reference, or "unix:PATH"; empty when unknown.
+std::string AddressOf(CORBA::Object_ptr object);
+
+/// Somebody of a name at the address in a reference; `advice` as in Callee.
+Callee CalleeAt(const std::string& name, CORBA::Object_ptr object, const std::string& advice);
 
 /// Calls `function`; a CORBA exception that leaves it becomes an Error about `subject`.
 template <class Function>
@@ -36,6 +54,17 @@ auto Remote(const std::string& subject, Function&& function) {
     return function();
   } catch (const CORBA::Exception& exception) {
     throw ErrorFrom(exception, subject);
+  }
+}
+
+/// The same for a call to the object that is known as `subject`: what goes wrong tells its address, and `advice` as in
+/// Callee.
+template <class Function>
+auto Remote(const std::string& subject, CORBA::Object_ptr object, const std::string& advice, Function&& function) {
+  try {
+    return function();
+  } catch (const CORBA::Exception& exception) {
+    throw ErrorFrom(exception, CalleeAt(subject, object, advice));
   }
 }
 

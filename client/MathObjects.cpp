@@ -9,6 +9,7 @@
 #include <optional>
 #include <utility>
 
+#include "client/MathName.h"
 #include "client/Text.h"
 
 namespace Lumenar::Client {
@@ -21,7 +22,7 @@ std::string ObjectText(std::int32_t id) { return fmt::format("math object {}", i
 bool IsNumber(const std::string& text, std::int32_t number) { return text == std::to_string(number); }
 
 MathObject Described(std::int32_t id, const Corvanta::MathFactory::Math_var& reference) {
-  const CORBA::String_var type = Remote(ObjectText(id), [&] { return reference->GetType(); });
+  const CORBA::String_var type = Remote(ObjectText(id), reference, kEngineAdvice, [&] { return reference->GetType(); });
   return {id, type.in(), reference};
 }
 
@@ -48,7 +49,7 @@ MathObjects::MathObjects(Connection& connection, std::string factory)
                                                            "math engine " + Printable(engine_))) {}
 
 std::vector<MathType> MathObjects::Types() {
-  Corvanta::EnumElementSeq_var elements = Remote(engine_, [&] {
+  Corvanta::EnumElementSeq_var elements = Remote("math engine " + Printable(engine_), factory_, kEngineAdvice, [&] {
     const Corvanta::EngineAttribEnum_var type = factory_->AttrType();
     return type->Elements();
   });
@@ -64,16 +65,6 @@ MathType MathObjects::TypeFrom(const std::string& text) {
     known += (known.empty() ? "" : ", ") + Printable(type.name);
   }
   throw Error(ErrorKind::BadArgument, fmt::format("no type \"{}\"; there are: {}", Printable(text), known));
-}
-
-Corvanta::MathFactory::ReadingAttribSeq MathObjects::References(const std::vector<std::string>& inputs) {
-  Corvanta::MathFactory::ReadingAttribSeq references;
-  references.length(static_cast<CORBA::ULong>(inputs.size()));
-  for (CORBA::ULong i = 0; i < references.length(); ++i) {
-    const Reading reading = Find(inputs[i]);
-    references[i] = Corvanta::EngineReadingBase::_duplicate(reading.reference);
-  }
-  return references;
 }
 
 // False when another client changed the type meanwhile, so that neither a success nor a refusal is an answer to our
@@ -97,17 +88,29 @@ bool MathObjects::TryCreate(const MathType& type, const Corvanta::MathFactory::R
 
 MathObject MathObjects::Create(const std::string& type_text, const std::vector<std::string>& inputs) {
   const MathType type = TypeFrom(type_text);
-  const auto references = References(inputs);
+  std::vector<Reading> readings;
+  for (const std::string& input : inputs) readings.push_back(Find(input));
+  return Create(type, readings);
+}
+
+MathObject MathObjects::Create(const MathType& type, const std::vector<Reading>& inputs) {
+  Corvanta::MathFactory::ReadingAttribSeq references;
+  references.length(static_cast<CORBA::ULong>(inputs.size()));
+  for (CORBA::ULong i = 0; i < references.length(); ++i) {
+    references[i] = Corvanta::EngineReadingBase::_duplicate(inputs[i].reference);
+  }
   MathObject created;
   for (int attempt = 0; attempt < kCreationAttempts; ++attempt) {
-    if (Remote("create " + type.name, [&] { return TryCreate(type, references, created); })) return created;
+    if (Remote("create " + type.name, factory_, kEngineAdvice, [&] { return TryCreate(type, references, created); }))
+      return created;
   }
   throw Error(ErrorKind::Refused, fmt::format("create {}: other clients changed the type each time ({} attempts)",
                                               type.name, kCreationAttempts));
 }
 
 std::vector<MathStatus> MathObjects::List() {
-  const Corvanta::MathFactory::MathStatusSeq_var list = Remote(engine_, [&] { return factory_->ListMathStatus(); });
+  const Corvanta::MathFactory::MathStatusSeq_var list =
+      Remote("math engine " + Printable(engine_), factory_, kEngineAdvice, [&] { return factory_->ListMathStatus(); });
   std::vector<MathStatus> objects;
   objects.reserve(list->length());
   for (CORBA::ULong i = 0; i < list->length(); ++i) objects.push_back(StatusFrom(list.in()[i], engine_));
@@ -115,14 +118,15 @@ std::vector<MathStatus> MathObjects::List() {
 }
 
 MathObject MathObjects::Get(std::int32_t id) {
-  Corvanta::MathFactory::Math_var object = Remote(engine_, [&] { return factory_->GetMath(id); });
+  Corvanta::MathFactory::Math_var object =
+      Remote("math engine " + Printable(engine_), factory_, kEngineAdvice, [&] { return factory_->GetMath(id); });
   if (CORBA::is_nil(object)) throw Error(ErrorKind::NotFound, "no " + ObjectText(id));
   return Described(id, object);
 }
 
 Reading MathObjects::Result(std::int32_t id) {
   const MathObject object = Get(id);
-  return Remote(ObjectText(id), [&] {
+  return Remote(ObjectText(id), factory_, kEngineAdvice, [&] {
     Reading reading;
     reading.reference = object.reference->AttrResult();
     const CORBA::String_var topic = reading.reference->DDS_Value();
@@ -135,13 +139,14 @@ Reading MathObjects::Result(std::int32_t id) {
 }
 
 Reading MathObjects::Find(const std::string& text) {
-  if (const auto id = MathIdFromText(text)) return Result(*id);
-  return connection_.FindReading(text);
+  const auto name = MathNameFromText(text, engine_);
+  if (!name) return connection_.FindReading(text);
+  return name->engine == engine_ ? Result(name->id) : MathObjects(connection_, name->engine).Result(name->id);
 }
 
 Corvanta::MathFactory::Average_var MathObjects::Average(std::int32_t id) {
   const MathObject object = Get(id);
-  const auto average = Remote(ObjectText(id), [&] {
+  const auto average = Remote(ObjectText(id), factory_, kEngineAdvice, [&] {
     return Corvanta::MathFactory::Average_var(Corvanta::MathFactory::Average::_narrow(object.reference));
   });
   if (CORBA::is_nil(average)) {
@@ -153,7 +158,7 @@ Corvanta::MathFactory::Average_var MathObjects::Average(std::int32_t id) {
 
 void MathObjects::SetSize(std::int32_t id, std::int32_t size) {
   const auto average = Average(id);
-  Remote(ObjectText(id) + " SIZE", [&] {
+  Remote(ObjectText(id) + " SIZE", factory_, kEngineAdvice, [&] {
     const Corvanta::EngineAttribLong_var attribute = average->AttrSize();
     attribute->Set(size);
   });
@@ -161,7 +166,7 @@ void MathObjects::SetSize(std::int32_t id, std::int32_t size) {
 
 std::int32_t MathObjects::Size(std::int32_t id) {
   const auto average = Average(id);
-  return Remote(ObjectText(id) + " SIZE", [&] {
+  return Remote(ObjectText(id) + " SIZE", factory_, kEngineAdvice, [&] {
     const Corvanta::EngineAttribLong_var attribute = average->AttrSize();
     return attribute->Get();
   });
@@ -169,7 +174,7 @@ std::int32_t MathObjects::Size(std::int32_t id) {
 
 void MathObjects::Reset(std::int32_t id) {
   const MathObject object = Get(id);
-  Remote(ObjectText(id) + " RESET", [&] {
+  Remote(ObjectText(id) + " RESET", factory_, kEngineAdvice, [&] {
     Corvanta::EngineAttribVoid_var reset;
     const auto average = Corvanta::MathFactory::Average_var(Corvanta::MathFactory::Average::_narrow(object.reference));
     const auto peak = Corvanta::MathFactory::Peak_var(Corvanta::MathFactory::Peak::_narrow(object.reference));
@@ -185,7 +190,7 @@ void MathObjects::Reset(std::int32_t id) {
 
 void MathObjects::Delete(std::int32_t id) {
   Get(id);  // the factory ignores an unknown id; people want to know
-  Remote(ObjectText(id), [&] { factory_->DeleteMath(id); });
+  Remote(ObjectText(id), factory_, kEngineAdvice, [&] { factory_->DeleteMath(id); });
 }
 
 }  // namespace Lumenar::Client

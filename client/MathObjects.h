@@ -42,6 +42,7 @@ struct InputReport {
   std::uint64_t samples = 0;                     ///< that came since the object was created
   std::optional<std::chrono::microseconds> age;  ///< since the last of them; nothing before the first
   bool away = false;                             ///< the engine that publishes it does not answer
+  std::int32_t handle = 0;                       ///< of the object's subscription at the topic manager
 };
 
 /// All that a math object knows of itself.
@@ -70,7 +71,14 @@ class MathObjects {
   /// `factory` is the engine's registered name.
   explicit MathObjects(Connection& connection, std::string factory = Corvanta::kFirstMathFactory);
 
+  /// The engine's registered name.
+  const std::string& Engine() const { return engine_; }
+
   std::vector<MathType> Types();
+
+  /// The type that a text means: its name, in any case of letters, or its number.
+  /// Errors   BadArgument, naming what there is.
+  MathType TypeFrom(const std::string& text);
 
   /// A new object of the type, given by its name (in any case of letters) or its number, over the inputs, each as in
   /// Find.
@@ -80,6 +88,7 @@ class MathObjects {
   /// and the creation is tried again, at most five times in all.
   /// Errors   also BadArgument for an unknown type.
   MathObject Create(const std::string& type, const std::vector<std::string>& inputs);
+  MathObject Create(const MathType& type, const std::vector<Reading>& inputs);
 
   /// Ascending by id; one call for all of them.
   std::vector<MathStatus> List();
@@ -90,10 +99,18 @@ class MathObjects {
 
   MathObject Get(std::int32_t id);
 
+  /// The inputs that an object was created over, in their order. Of an input whose engine does not answer `type_name`
+  /// is empty.
+  std::vector<Reading> Inputs(std::int32_t id);
+
   /// The reading RESULT of an object.
   Reading Result(std::int32_t id);
 
-  /// The reading that a text means: "math:3" and "3" are RESULT of object 3, everything else as
+  /// What an object has by this name, in any case of letters: RESULT, and of an Average SIZE and FULL.
+  /// Errors   also BadArgument, naming what the object has.
+  Reading Item(std::int32_t id, const std::string& name);
+
+  /// The reading that a text means: a math object, see MathNameFromText, is its RESULT, everything else as
   /// Connection::FindReading.
   Reading Find(const std::string& text);
 
@@ -109,8 +126,6 @@ class MathObjects {
   void Delete(std::int32_t id);
 
  private:
-  MathType TypeFrom(const std::string& text);
-  Corvanta::MathFactory::ReadingAttribSeq References(const std::vector<std::string>& inputs);
   bool TryCreate(const MathType& type, const Corvanta::MathFactory::ReadingAttribSeq& inputs, MathObject& created);
   Corvanta::MathFactory::Average_var Average(std::int32_t id);
 

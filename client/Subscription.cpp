@@ -14,6 +14,7 @@
 namespace Lumenar::Client {
 namespace {
 
+constexpr const char* kManagerAdvice = "is topic_manager running?";
 constexpr std::size_t kQueuedSamples = 4096;
 constexpr std::size_t kQueuedBytes = std::size_t{64} << 20;
 
@@ -45,6 +46,16 @@ class Subscription::Queue {
     return PopFront();
   }
 
+  void NoteRenewed(std::size_t source) {
+    Lock lock(mutex_);
+    renewed_.push_back(source);
+  }
+
+  std::vector<std::size_t> TakeRenewed() {
+    Lock lock(mutex_);
+    return std::exchange(renewed_, {});
+  }
+
   void End() {
     Lock lock(mutex_);
     ended_ = true;
@@ -72,6 +83,7 @@ class Subscription::Queue {
   mutable Mutex mutex_;
   Condition arrived_;
   std::deque<Delivery> deliveries_ GUARDED_BY(mutex_);
+  std::vector<std::size_t> renewed_ GUARDED_BY(mutex_);
   std::size_t bytes_ GUARDED_BY(mutex_) = 0;
   unsigned long long lost_ GUARDED_BY(mutex_) = 0;
   bool ended_ GUARDED_BY(mutex_) = false;
@@ -110,7 +122,8 @@ struct Subscription::Entry {
   Corvanta::DDS_Sub_var reference;
 };
 
-Subscription::Subscription(Connection& connection) : queue_(std::make_shared<Queue>()), orb_(connection.Orb()) {
+Subscription::Subscription(Connection& connection)
+    : queue_(std::make_shared<Queue>()), connection_(connection), orb_(connection.Orb()) {
   orb_.Activate();
   shutdown_token_ = orb_.AddShutdownListener([queue = queue_] { queue->End(); });
 }
@@ -122,14 +135,24 @@ Subscription::~Subscription() {
   for (Entry& entry : entries_) Drop(entry, giving_back);
 }
 
+// The way to the manager that all subscriptions of the process share does not tell its address when nobody answers.
+void Subscription::RequireManager() {
+  const auto manager = connection_.TopicManager();
+  Remote("topic manager", manager, kManagerAdvice, [&] { manager->SubscriptionEpoch(); });
+}
+
 void Subscription::Add(const Reading& reading) {
+  if (entries_.empty()) RequireManager();
   entries_.reserve(entries_.size() + 1);  // nothing fails once the subscription stands
   Entry entry{reading.topic, new Subscriber(queue_, entries_.size()), {}};
   entry.reference = entry.servant->_this();
-  const auto renewed = [servant = entry.servant](CORBA::Long handle) mutable { servant->SetHandle(handle); };
+  const auto renewed = [servant = entry.servant, queue = queue_, source = entries_.size()](CORBA::Long handle) mutable {
+    servant->SetHandle(handle);
+    queue->NoteRenewed(source);
+  };
   CORBA::Long handle = 0;
   try {
-    handle = Remote("topic manager", [&] {
+    handle = Remote("topic manager", nullptr, kManagerAdvice, [&] {
       return Corvanta::DdsBaseAccess::Instance().Subscribe(entry.topic.c_str(), entry.reference, renewed);
     });
   } catch (const Error&) {
@@ -155,6 +178,13 @@ std::optional<Delivery> Subscription::Next(std::chrono::milliseconds limit) {
 }
 void Subscription::End() noexcept { queue_->End(); }
 bool Subscription::Ended() const { return queue_->Ended(); }
+std::vector<std::size_t> Subscription::TakeRenewed() { return queue_->TakeRenewed(); }
 unsigned long long Subscription::Lost() const { return queue_->Lost(); }
+
+std::vector<std::int32_t> Subscription::Handles() const {
+  std::vector<std::int32_t> handles;
+  for (const Entry& entry : entries_) handles.push_back(entry.servant->GetId());
+  return handles;
+}
 
 }  // namespace Lumenar::Client

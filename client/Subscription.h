@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -42,8 +43,15 @@ class Subscription {
   void End() noexcept;
   bool Ended() const;
 
+  /// The sources whose subscriptions the topic manager had lost and has been given again since this was asked last;
+  /// what was published meanwhile did not come.
+  std::vector<std::size_t> TakeRenewed();
+
   /// Samples lost because Next was not called often enough.
   unsigned long long Lost() const;
+
+  /// The topic manager's handles of the subscriptions now, in order of Add.
+  std::vector<std::int32_t> Handles() const;
 
  private:
   class Queue;
@@ -51,7 +59,10 @@ class Subscription {
   struct Entry;
   void Drop(Entry& entry, const Corvanta::GivingBack& giving_back) noexcept;
 
+  void RequireManager();
+
   std::shared_ptr<Queue> queue_;
+  Connection& connection_;
   Corvanta::ORB_base& orb_;
   std::vector<Entry> entries_;
   long shutdown_token_ = 0;

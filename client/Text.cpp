@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstddef>
 
 namespace Lumenar::Client {
@@ -51,6 +52,11 @@ std::string Printable(std::string_view bytes) {
     }
   }
   return text;
+}
+
+bool SameLetters(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char one, char other) { return LowerCase(one) == LowerCase(other); });
 }
 
 }  // namespace Lumenar::Client

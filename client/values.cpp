@@ -16,6 +16,8 @@
 namespace Lumenar::Client {
 namespace {
 
+constexpr const char* kReadingAdvice = "is its engine running?";
+
 using Corvanta::RecordKind;
 using Corvanta::SampleRecord;
 using Corvanta::BASIC_TRACE::BT_DATA;
@@ -63,8 +65,11 @@ SampleRecord GetByKind(const Reading& reading) {
 
 std::int32_t EnumNumber(Corvanta::EngineAttribEnum_ptr attribute, const std::string& text) {
   Corvanta::EnumElementSeq_var elements = attribute->Elements();
-  for (CORBA::ULong i = 0; i < elements->length(); ++i) {
-    if (text == elements[i].name.in()) return elements[i].number;
+  for (const bool exact : {true, false}) {
+    for (CORBA::ULong i = 0; i < elements->length(); ++i) {
+      const char* name = elements[i].name.in();
+      if (exact ? text == name : SameLetters(text, name)) return elements[i].number;
+    }
   }
   return LongFromText(text);
 }
@@ -94,13 +99,15 @@ void SetByKind(const Reading& reading, const std::string& text) {
 
 }  // namespace
 
+bool HasValue(const Reading& reading) { return reading.type_name != "void"; }
+
 SampleRecord GetValue(const Reading& reading) {
-  return Remote(FullName(reading.name), [&] { return GetByKind(reading); });
+  return Remote(FullName(reading.name), reading.reference, kReadingAdvice, [&] { return GetByKind(reading); });
 }
 
 void SetValue(const Reading& reading, const std::string& text) {
   if (!reading.settable) ThrowKind(reading, "a reading, not an attribute: it cannot be set");
-  Remote(FullName(reading.name), [&] { SetByKind(reading, text); });
+  Remote(FullName(reading.name), reading.reference, kReadingAdvice, [&] { SetByKind(reading, text); });
 }
 
 std::int32_t LongFromText(const std::string& text) {

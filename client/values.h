@@ -8,6 +8,9 @@
 
 namespace Lumenar::Client {
 
+/// Whether there is a value to get: not of an action.
+bool HasValue(const Reading& reading);
+
 /// The present value of a reading or attribute, by its kind; an enum is its number.
 /// Errors   Error BadArgument for a kind without a value (an action) or one that is not known; those of remote calls.
 Corvanta::SampleRecord GetValue(const Reading& reading);

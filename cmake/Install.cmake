@@ -53,6 +53,9 @@ install(FILES packaging/tcp.conf DESTINATION ${conf_dir}/lumenar COMPONENT tools
 # A platform by hand.
 install(PROGRAMS scripts/platform DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME lumenar COMPONENT services)
 
+# Pages of the manual.
+install(DIRECTORY packaging/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 FILES_MATCHING PATTERN "*.1")
+
 # Licence and pages, side by side as in the source tree, so that their links hold.
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${page_dir} COMPONENT documentation)
 install(FILES tools/mathctl/README.md DESTINATION ${page_dir}/tools/mathctl COMPONENT documentation)

@@ -13,6 +13,7 @@
 #include "platform/base/ParseArguments.h"
 #include "platform/base/TraceMemory.h"
 #include "platform/signals/Signals.h"
+#include "platform/signals/start_problem.h"
 
 namespace {
 
@@ -61,7 +62,11 @@ bool SignalCame() {
 
 int RunEngine(const Lumenar::EngineLibrary& library) {
   void* engine = library.Create();
-  if (engine == nullptr) return kNotStarted;  // the engine has said why
+  if (engine == nullptr) {  // the engine has said why, in a line that says little about the naming service
+    const std::string problem = Lumenar::StartProblem();
+    if (!problem.empty()) Lumenar::WriteError("engine_host: the engine did not start: " + problem);
+    return kNotStarted;
+  }
   const bool ended_early = SignalCame();
   if (!ended_early) library.Join();
   library.Destroy(engine);

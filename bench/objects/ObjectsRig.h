@@ -38,6 +38,8 @@ class ObjectsRig {
   /// Publishes samples one after another and waits until every object has had each of them.
   void Publish(int samples);
 
+  Test::IsolatedPlatform& Platform() { return platform_; }
+
   /// CPU time of engine and topic manager together, in seconds.
   double CpuSeconds();
   double EngineBytes() { return ResidentBytesOf(engine_.Pid()); }

@@ -19,6 +19,7 @@
 #include "bench/objects/ObjectsRig.h"
 #include "platform/wire/SharedSampleView.h"
 #include "platform/wire/sample_wire.h"
+#include "tests/support/CommandLineFigures.h"
 
 namespace {
 
@@ -139,6 +140,14 @@ void ManyAtOnce(std::vector<Figure>& figures, int objects) {
                            rig.EngineBytes() / 1e6, "MB", memory / 1e6, 1.05));
 }
 
+/// What people wait for who look at very many objects.
+void CommandLine(std::vector<Figure>& figures, ObjectsRig& rig) {
+  figures.push_back(Plain(fmt::format("mathctl list of {} objects, from start to end", rig.Objects()),
+                          Lumenar::Test::SecondsToList(rig.Platform()), "s", 0.5));
+  figures.push_back(Plain(fmt::format("processor time of mathctl top for a redraw, {} objects", rig.Objects()),
+                          Lumenar::Test::ProcessorSecondsToRedraw(rig.Platform()) * 1e3, "ms", 50));
+}
+
 /// Objects of two inputs that nothing is published on, more and more of them: the last as fast to create and to delete
 /// as the first thousand, and all of them listed in one call.
 void Growing(std::vector<Figure>& figures, int most) {
@@ -159,6 +168,7 @@ void Growing(std::vector<Figure>& figures, int most) {
         fmt::format("CPU time to create an object of two inputs, of {} that live, to the first {}", objects, kFirst),
         created, "us", first_created, 1.2));
     figures.push_back(Plain(fmt::format("one call that lists {} objects", objects), rig.List(), "s"));
+    if (objects == 10 * kFirst) CommandLine(figures, rig);
   }
   const auto objects = static_cast<double>(rig.Objects());
   figures.push_back(

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <functional>
 #include <sstream>
 #include <string>
 
@@ -15,11 +16,12 @@ namespace Lumenar {
 constexpr int kWrongArguments = 2;
 
 /// Reads a command line into `app`, whose name is the program's. False when the program has to end with `exit_code`:
-/// help or the version (--version, which every program has) was asked for and written, or an argument is wrong and one
-/// line on standard error says which.
+/// help or the version (-V, --version, which every program has) was asked for and written, or an argument is wrong and
+/// one line on standard error says which; `hint` gives what goes behind it.
 /// Errors   those of callbacks that `app` has, beside those of the command line.
-inline bool ParseArguments(CLI::App& app, int argc, const char* const* argv, int& exit_code) {
-  app.set_version_flag("--version", Version(), "Print the version and exit");
+inline bool ParseArguments(CLI::App& app, int argc, const char* const* argv, int& exit_code,
+                           const std::function<std::string()>& hint = {}) {
+  app.set_version_flag("-V,--version", Version(), "Print the version and exit");
   try {
     app.parse(argc, argv);
     return true;
@@ -35,7 +37,7 @@ inline bool ParseArguments(CLI::App& app, int argc, const char* const* argv, int
     std::string reason = error.what();
     for (char& character : reason)
       if (static_cast<unsigned char>(character) < ' ') character = ' ';  // one line
-    WriteError(app.get_name() + ": " + reason);
+    WriteError(app.get_name() + ": " + reason + (hint ? hint() : std::string()));
     exit_code = kWrongArguments;
   }
   return false;

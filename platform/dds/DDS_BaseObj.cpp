@@ -15,6 +15,7 @@
 #include "platform/orb/CorbaText.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/names.h"
+#include "platform/wire/reference_endpoint.h"
 #include "platform/wire/sample_calls.h"
 
 namespace Corvanta {
@@ -112,6 +113,7 @@ struct DdsBaseAccess::Impl {
   void NotFound(const CORBA::Exception& error, Urgency urgency);
   void WentAway(DDS_Manager_ptr manager, const CORBA::SystemException& error, Urgency urgency);
   void NoteAway(const CORBA::Exception& error);
+  std::string AddressOfKnown();
   void NoteRefused(const char* topic, const CORBA::Exception& error);
   void EndAll();
 
@@ -254,8 +256,17 @@ void DdsBaseAccess::Impl::NoteAway(const CORBA::Exception& error) {
     if (noted_) return;
     noted_ = true;
   }
-  Lumenar::WriteError("topic manager at " + LocalPathText(kTopicManager) + " is away: " + Lumenar::CorbaText(error),
-                      Lumenar::Priority::Warning);
+  Lumenar::WriteError(
+      "topic manager at " + LocalPathText(kTopicManager) + " is away: " + Lumenar::CorbaText(error, AddressOfKnown()),
+      Lumenar::Priority::Warning);
+}
+
+/// Of the process of the last manager that answered; empty before there was one.
+std::string DdsBaseAccess::Impl::AddressOfKnown() {
+  const DDS_Manager_var known = Known();
+  if (CORBA::is_nil(known)) return {};
+  const CORBA::String_var reference = ORB_base::Current().Orb()->object_to_string(known);
+  return Lumenar::EndpointOf(reference.in());
 }
 
 void DdsBaseAccess::Impl::NoteRefused(const char* topic, const CORBA::Exception& error) {

@@ -311,7 +311,7 @@ void Naming::Restore(const Path& path, CORBA::Object_ptr object) {
 
 void Naming::NoteTrouble(const char* trouble, const CORBA::SystemException& error) {
   if (std::exchange(trouble_, trouble) == trouble) return;
-  Lumenar::WriteError("naming service at " + address_ + " " + trouble + ": " + Lumenar::CorbaText(error),
+  Lumenar::WriteError("naming service at " + address_ + " " + trouble + ": " + Lumenar::CorbaText(error, address_),
                       Lumenar::Priority::Warning);
 }
 

@@ -6,9 +6,11 @@
 
 #include <map>
 
+#include "platform/orb/CorbaText.h"
 #include "platform/orb/ORB_base_impl.h"
 #include "platform/orb/names.h"
 #include "platform/signals/Signals.h"
+#include "platform/signals/start_problem.h"
 
 namespace Corvanta {
 namespace {
@@ -42,6 +44,16 @@ void RequireAnswer(CORBA::Object_ptr object) {
   ORB_base::SetCallTimeout(object, kShort);
   if (object->_non_existent()) throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
   ORB_base::SetCallTimeout(object, kLimitOfAllCalls);
+}
+
+/// The first that an engine asks of anybody: whoever starts it wants to know why there is no answer.
+int FirstName(ORB_wrapper_base& orb, const Naming::Path& names, CORBA::Object_ptr reference) {
+  try {
+    return orb.BindInstance(names, reference);
+  } catch (const CORBA::SystemException& error) {
+    Lumenar::TellStartProblem(Lumenar::CallProblem(Lumenar::NamingService(orb.NamingAddress()), error));
+    throw;
+  }
 }
 
 }  // namespace
@@ -98,7 +110,7 @@ ORB_wrapper::ORB_wrapper(const char* name, const char* context)
   PortableServer::ObjectId_var id = Poa()->activate_object(wrapper_->placeholder.in());
   CORBA::Object_var reference = Poa()->id_to_reference(id);
   const Naming::Path names = Below(wrapper_->context, name);
-  const std::string instance = std::to_string(BindInstance(names, reference));
+  const std::string instance = std::to_string(FirstName(*this, names, reference));
   wrapper_->path = Below(names, instance);
   wrapper_->engine_name = std::string(name) + "/" + instance;
 }

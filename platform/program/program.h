@@ -52,7 +52,7 @@ auto AtNamingService(const Corvanta::ORB_base& orb, Step step) {
     return step();
   } catch (const CORBA::SystemException& error) {
     Signals::ThrowIfPending();
-    throw std::runtime_error("naming service at " + orb.NamingAddress() + ": " + CorbaText(error));
+    throw std::runtime_error(CallProblem(NamingService(orb.NamingAddress()), error));
   }
 }
 

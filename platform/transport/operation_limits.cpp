@@ -13,6 +13,7 @@ constexpr MessageLimit kList = MessageLimit::List;
 
 constexpr OperationLimit kTable[] = {
     {"AttrFull", "answer: a reference"},
+    {"AttrInputs", "answer: a few references"},
     {"AttrReset", "answer: a reference"},
     {"AttrResult", "answer: a reference"},
     {"AttrSize", "answer: a reference"},
@@ -42,6 +43,8 @@ constexpr OperationLimit kTable[] = {
     {"Publish", "a sample and a topic", kSample},
     {"Refusals", "answer: a number and a string"},
     {"Renew", "a sequence of topics and references, as many as fit; answer: a sequence of handles"},
+    {"Report", "answer: a few strings and numbers"},
+    {"ReportMath", "answer: a list of math objects", kPlain, kList},
     {"Set", "none"},
     {"SetProgress", "a string"},
     {"Subscribe", "a topic and a reference"},
@@ -49,6 +52,7 @@ constexpr OperationLimit kTable[] = {
     {"Subscriptions", "answer: a list of subscriptions", kPlain, kList},
     {"Topics", "answer: a list of topics", kPlain, kList},
     {"Unsubscribe", "a topic"},
+    {"Use", "answer: two numbers"},
     {"Version", "answer: a string"},
     {"list", "naming service; answer: a list of names", kPlain, kList},
     {"next_n", "naming service; answer: a list of names", kPlain, kList},

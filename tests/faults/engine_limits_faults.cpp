@@ -49,8 +49,8 @@ TEST_F(EngineLimits, ObjectsAndHistory) {
   std::string reason;
   ASSERT_TRUE(WaitUntil([&] { return RefusedBy(average, reason) == 5; }))
       << "four samples of 4 kB fit into 20,000 bytes";
-  EXPECT_THAT(reason, testing::StartsWith("IMP_LIMIT"));
-  EXPECT_EQ(EngineLines("refused 1 sample: IMP_LIMIT"), 1u);
+  EXPECT_THAT(reason, testing::StartsWith("a limit is reached"));
+  EXPECT_EQ(EngineLines("refused 1 sample: a limit is reached"), 1u);
   EXPECT_EQ(SamplesOf(TraceResult(average)), std::vector<float>(1000, 1));
 
   size->Set(4);  // as many as it holds: from here on one leaves for each that comes

@@ -51,7 +51,7 @@ TEST_F(SizeLimits, SizeLimits) {
   ASSERT_EQ(received.size(), 2u);
   EXPECT_EQ(received[0].samples.length(), Longest(topic));
   EXPECT_EQ(received[1].samples.length(), 11u) << "the connection goes on";
-  EXPECT_THAT(lines, HasSubstr("sample of topic " + topic + " not taken: IMP_LIMIT"));
+  EXPECT_THAT(lines, HasSubstr("sample of topic " + topic + " not taken: a limit is reached"));
   EXPECT_EQ(Corvanta::DdsBaseAccess::Instance().LostSamples(), lost_before + 1);
 
   // The other direction: a value that is asked for and is too large to answer with.

@@ -2,6 +2,8 @@
 // Standard output on a full disk, or closed by its reader.
 #include <gmock/gmock.h>
 
+#include <csignal>
+
 #include "tests/faults/FaultCase.h"
 #include "tests/faults/ProgramRun.h"
 #include "tests/support/EngineFixture.h"
@@ -23,10 +25,10 @@ class StandardOutput : public EngineFixture {
   /// Every verb that writes, and help.
   std::vector<Words> WritingVerbs() {
     std::vector<Words> verbs{
-        {"engines"},        {"readings"},     {"readings", "--values"}, {"types"},  {"create", "Average", "LEVEL"},
-        {"list"},           {"get", "LEVEL"}, {"subscriptions"},        {"doctor"}, {"--help"},
+        {"engines"},        {"readings"},     {"readings", "--values"}, {"types"}, {"create", "Average", "LEVEL"},
+        {"list"},           {"get", "LEVEL"}, {"subscriptions"},        {"graph"}, {"--help"},
         {"watch", "--help"}};
-    for (const char* verb : {"engines", "readings", "types", "list", "doctor"}) verbs.push_back({verb, "--json"});
+    for (const char* verb : {"engines", "readings", "types", "list", "graph"}) verbs.push_back({verb, "--json"});
     return verbs;
   }
 };
@@ -36,9 +38,14 @@ TEST_F(StandardOutput, OnAFullDisk) {
                 "/dev/full as standard output of every verb that writes, and of every program's --help",
                 "one line, exit 1");
   ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts));
-  Create(Average, Inputs(level));
   const std::string line = "exec \"$@\" >/dev/full";
   std::string error;
+  for (const Words& words :
+       {Words{"doctor"}, Words{"doctor", "--json"}}) {  // before there is an object without samples
+    EXPECT_EQ(StatusOf(line, "mathctl", words, error), 1) << testing::PrintToString(words);
+    EXPECT_EQ(error, "mathctl: standard output: No space left on device\n") << testing::PrintToString(words);
+  }
+  Create(Average, Inputs(level));
   for (const Words& words : WritingVerbs()) {
     EXPECT_EQ(StatusOf(line, "mathctl", words, error), 1) << testing::PrintToString(words);
     EXPECT_EQ(error, "mathctl: standard output: No space left on device\n") << testing::PrintToString(words);
@@ -63,11 +70,12 @@ TEST_F(StandardOutput, OfAWatchOnAFullDiskEndsIt) {
 }
 
 TEST_F(StandardOutput, ClosedByItsReader) {
-  DescribeFault("closed pipe", "a reader that closes the pipe behind the tool before it writes", "quiet, exit 0");
+  DescribeFault("closed pipe", "a reader that closes the pipe behind the tool before it writes",
+                "quiet, ended by SIGPIPE as the shell's tools are");
   std::string error;
   const std::string line = "exec \"$@\" > >(exec true)";
   for (const Words& words : {Words{"readings"}, Words{"doctor"}, Words{"--help"}}) {
-    EXPECT_EQ(StatusOf(line, "mathctl", words, error), 0) << testing::PrintToString(words);
+    EXPECT_EQ(StatusOf(line, "mathctl", words, error), 128 + SIGPIPE) << testing::PrintToString(words);
     EXPECT_EQ(error, "") << testing::PrintToString(words);
   }
 }

@@ -42,6 +42,7 @@ every_program_explains_itself() {
   for program in engine_host topic_manager hw_enumeration mathctl; do
     [ "$(run "$program" --version)" = "$program $version" ] || fail "$program --version"
     run "$program" --help | grep -q -e --version || fail "$program --help"
+    [ -s "$tree/share/man/man1/$program.1" ] || fail "no manual page of $program"
   done
   [ -e "$tree/lib/liblumenar_signals.so.${version%%.*}" ] || fail "name of liblumenar_signals"
   [ "$(PKG_CONFIG_PATH=$tree/lib/pkgconfig pkg-config --modversion lumenar-client)" = "$version" ] || fail "lumenar-client.pc"

@@ -18,8 +18,7 @@
 
 #include "tests/support/IsolatedPlatform.h"
 #include "tests/support/ProcessLines.h"
-
-extern char** environ;
+#include "tests/support/launch.h"
 
 namespace Lumenar::Test {
 namespace {
@@ -36,36 +35,9 @@ bool HasLineThat(const std::string& text, const std::function<bool(const std::st
   return false;
 }
 
-/// This process's environment with some variables set.
-std::vector<std::string> MergedEnvironment(const std::map<std::string, std::string>& changes) {
-  std::vector<std::string> merged;
-  for (char** entry = environ; *entry != nullptr; ++entry) {
-    const std::string text = *entry;
-    if (changes.count(text.substr(0, text.find('='))) == 0) merged.push_back(text);
-  }
-  for (const auto& [name, value] : changes) merged.push_back(name + "=" + value);
-  return merged;
-}
-
-/// The command with which a program of the build starts: behind the emulator when it is built for another processor.
-std::vector<std::string> Runnable(std::vector<std::string> command) {
-  const bool built = std::filesystem::path(command.at(0)).parent_path() == LUMENAR_BUILT_PROGRAMS;
-  std::istringstream emulator(LUMENAR_EMULATOR);
-  if (built) command.insert(command.begin(), std::istream_iterator<std::string>(emulator), {});
-  return command;
-}
-
-std::vector<char*> Pointers(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
-}
-
-/// All that the child needs, prepared before fork: afterwards only async-signal-safe calls are allowed.
+/// All that the child needs.
 struct LaunchPlan {
-  std::vector<char*> command;
-  std::vector<char*> environment;
+  const LaunchWords& words;
   int out;
   int error;
   int report;  // gets errno when the program cannot be started
@@ -78,9 +50,10 @@ struct LaunchPlan {
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
+  signal(SIGPIPE, SIG_DFL);  // as a shell would start it; the ORB of the test ignores it
   dup2(launch.out, STDOUT_FILENO);
   dup2(launch.error, STDERR_FILENO);
-  execvpe(launch.command[0], launch.command.data(), launch.environment.data());
+  execvpe(launch.words.Command()[0], launch.words.Command(), launch.words.Environment());
   const int error = errno;
   [[maybe_unused]] const auto written = write(launch.report, &error, sizeof error);
   _exit(127);
@@ -127,11 +100,10 @@ struct Process::Impl {
 
 void Process::Impl::Launch(std::vector<std::string> command, const std::map<std::string, std::string>& environment) {
   program = command.at(0);
-  command = Runnable(std::move(command));
-  std::vector<std::string> variables = MergedEnvironment(environment);
+  const LaunchWords words(std::move(command), environment);
   int report[2];
   if (pipe2(report, O_CLOEXEC) != 0) throw std::runtime_error(std::string("pipe: ") + std::strerror(errno));
-  const LaunchPlan launch{Pointers(command), Pointers(variables), OpenLog(out), OpenLog(error), report[1], getpid()};
+  const LaunchPlan launch{words, OpenLog(out), OpenLog(error), report[1], getpid()};
   pid = fork();
   if (pid == 0) BecomeProgram(launch);
   const int fork_error = errno;

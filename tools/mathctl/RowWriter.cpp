@@ -74,12 +74,15 @@ void RowWriter::WriteCsv(const Json& object) {
   AddFields("", object, fields);
   if (csv_columns_.empty()) {
     for (const auto& [key, value] : fields) csv_columns_.push_back(key);
-    WriteOut(CsvLine(csv_columns_));
   }
+  if (!csv_begun_) WriteOut(CsvLine(csv_columns_));
+  csv_begun_ = true;
   std::vector<std::string> cells;
   for (const std::string& column : csv_columns_) cells.push_back(ValueOf(fields, column));
   WriteOut(CsvLine(cells));
 }
+
+void RowWriter::UseColumns(std::vector<std::string> columns) { csv_columns_ = std::move(columns); }
 
 void RowWriter::Finish() {
   if (format_ == Format::Table) WriteTable(header_, std::move(rows_));

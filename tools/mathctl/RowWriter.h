@@ -22,6 +22,9 @@ class RowWriter {
   RowWriter(const RowWriter&) = delete;
   RowWriter& operator=(const RowWriter&) = delete;
 
+  /// The columns of CSV instead of those of the first object; to be called before the first row.
+  void UseColumns(std::vector<std::string> columns);
+
   /// One result: as an object, and as the cells of a table.
   void Add(const nlohmann::ordered_json& object, Row cells);
 
@@ -35,6 +38,7 @@ class RowWriter {
   const Row header_;
   std::vector<Row> rows_;
   std::vector<std::string> csv_columns_;
+  bool csv_begun_ = false;
 };
 
 }  // namespace Lumenar::Mathctl

@@ -2,17 +2,15 @@
 #include <nlohmann/json.hpp>
 
 #include "client/Text.h"
-#include "platform/base/Diagnostic.h"
+#include "tools/mathctl/RowWriter.h"
 #include "tools/mathctl/command.h"
-#include "tools/mathctl/sample_text.h"
-#include "tools/mathctl/table.h"
 
 namespace Lumenar::Mathctl {
 namespace {
 
-std::string StateOf(const Client::Engine& engine) {
-  return engine.problem ? Client::Printable(engine.problem->what()) : "answers";
-}
+constexpr const char* kEnginesFooter =
+    "Example:\n"
+    "  mathctl engines -w 1";
 
 /// Empty for an engine that does not tell.
 std::string VersionOf(const Session& session, const Client::Engine& engine) {
@@ -24,28 +22,29 @@ std::string VersionOf(const Session& session, const Client::Engine& engine) {
 }
 
 void ShowEngines(const Session& session) {
-  std::vector<Row> rows;
+  RowWriter rows(session.options, {"ENGINE", "ADDRESS", "STATE", "VERSION"});
   for (const Client::Engine& engine : session.connection.Engines()) {
     const std::string name = Client::Printable(engine.name);
     const std::string address = Client::Printable(engine.address);
     const std::string version = VersionOf(session, engine);
-    if (session.options.Json()) {
-      WriteOut(OneLine({{"engine", name},
-                        {"address", address},
-                        {"answers", !engine.problem},
-                        {"problem", engine.problem ? StateOf(engine) : ""},
-                        {"version", version}}));
-    }
-    rows.push_back({name, address, StateOf(engine), version});
+    const std::string problem = engine.problem ? Client::Printable(engine.problem->what()) : "";
+    rows.Add({{"engine", name},
+              {"address", address},
+              {"answers", !engine.problem},
+              {"problem", problem},
+              {"version", version}},
+             {name, address, engine.problem ? problem : "answers", version});
   }
-  if (!session.options.Json()) WriteTable({"ENGINE", "ADDRESS", "STATE", "VERSION"}, std::move(rows));
+  rows.Finish();
 }
 
 }  // namespace
 
 void DefineEngines(CLI::App& app, Command& command) {
-  app.add_subcommand("engines", "The engines that are registered, whether they answer, and their versions")
-      ->callback([&command] { command.run = ShowEngines; });
+  auto* verb =
+      app.add_subcommand("engines", "The engines that are registered, whether they answer, and their versions");
+  verb->footer(kEnginesFooter);
+  verb->callback([&command] { command.run = ShowEngines; });
 }
 
 }  // namespace Lumenar::Mathctl

@@ -7,11 +7,11 @@
 LUMENAR_LOCAL_ARGUMENTS("mathctl")
 
 int main(int argc, char** argv) {
-  std::signal(SIGPIPE,
-              SIG_IGN);  // a reader that went away, or a file that may not grow, shows as a line that was not written
+  // A reader that went away, or a file that may not grow, shows as a line that was not written.
+  const bool sigpipe_was_ignored = std::signal(SIGPIPE, SIG_IGN) == SIG_IGN;
   std::signal(SIGXFSZ, SIG_IGN);
   Lumenar::Mathctl::Command command;
   int exit_code = 0;
-  if (!Lumenar::Mathctl::Parse(argc, argv, command, exit_code)) return exit_code;
-  return Lumenar::Mathctl::Run(command);
+  if (Lumenar::Mathctl::Parse(argc, argv, command, exit_code)) exit_code = Lumenar::Mathctl::Run(command);
+  return Lumenar::Mathctl::EndWithReader(exit_code, sigpipe_was_ignored);
 }

@@ -5,7 +5,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <cstdint>
+#include <ctime>
 #include <limits>
 #include <variant>
 
@@ -27,9 +30,22 @@ std::string UnitsText(const Corvanta::VALUE_UNITS::Units& units) {
 
 TraceSummary SummaryOf(const BT_DATA& trace) { return Summarise(trace.samples.get_buffer(), trace.samples.length()); }
 
-ordered_json AllSamples(const BT_DATA& trace) {
+std::atomic<int> digits_of_numbers{6};
+
+/// A number for people.
+std::string NumberForPeople(double number, bool with_sign = false) {
+  return with_sign ? fmt::format("{:+.{}g}", number, digits_of_numbers.load())
+                   : fmt::format("{:.{}g}", number, digits_of_numbers.load());
+}
+
+/// Of the first samples of a trace; 0 means all.
+CORBA::ULong CountOf(const BT_DATA& trace, unsigned elements) {
+  return elements == 0 ? trace.samples.length() : std::min<CORBA::ULong>(elements, trace.samples.length());
+}
+
+ordered_json FirstSamples(const BT_DATA& trace, unsigned elements) {
   ordered_json samples = ordered_json::array();
-  for (CORBA::ULong i = 0; i < trace.samples.length(); ++i) samples.push_back(JsonNumber(trace.samples[i]));
+  for (CORBA::ULong i = 0; i < CountOf(trace, elements); ++i) samples.push_back(JsonNumber(trace.samples[i]));
   return samples;
 }
 
@@ -61,7 +77,8 @@ template <>
 struct KindText<Scalar> {
   static std::string Words(const Scalar& value) {
     const std::string units = UnitsForPeople(value.units);
-    return fmt::format("{:.6g} {}  {:+.6g} {:+.6g} {}", value.val, units, value.minus_err, value.plus_err, units);
+    return fmt::format("{} {}  {} {} {}", NumberForPeople(value.val), units, NumberForPeople(value.minus_err, true),
+                       NumberForPeople(value.plus_err, true), units);
   }
 
   static ordered_json Json(const Scalar& value, bool) {
@@ -78,25 +95,21 @@ struct KindText<BT_DATA> {
   static std::string Words(const BT_DATA& trace) {
     const TraceSummary summary = SummaryOf(trace);
     const std::string units = UnitsForPeople(trace.units);
-    std::string text = fmt::format("{} points  min {:.6g} {}  max {:.6g} {}  mean {:.6g} {}", summary.points,
-                                   summary.min, units, summary.max, units, summary.mean, units);
+    std::string text =
+        fmt::format("{} points  min {} {}  max {} {}  mean {} {}", summary.points, NumberForPeople(summary.min), units,
+                    NumberForPeople(summary.max), units, NumberForPeople(summary.mean), units);
     if (summary.not_numbers > 0) text += fmt::format("  {} not a number", summary.not_numbers);
     return text;
   }
 
   static ordered_json Json(const BT_DATA& trace, bool with_samples) {
     const TraceSummary summary = SummaryOf(trace);
-    ordered_json json{{"kind", RecordKind<BT_DATA>::kTypeName},
-                      {"units", UnitsText(trace.units)},
-                      {"sequence_number", trace.sequence_number},
-                      {"captured_ns", std::uint64_t{trace.header[0]} << 32 | trace.header[1]},
-                      {"x_step", JsonNumber(trace.x_step)},
-                      {"points", summary.points},
-                      {"not_numbers", summary.not_numbers},
-                      {"min", JsonNumber(summary.min)},
-                      {"max", JsonNumber(summary.max)},
-                      {"mean", JsonNumber(summary.mean)}};
-    if (with_samples) json["samples"] = AllSamples(trace);
+    ordered_json json{{"kind", RecordKind<BT_DATA>::kTypeName},   {"units", UnitsText(trace.units)},
+                      {"sequence_number", trace.sequence_number}, {"captured", CaptureTime(trace)},
+                      {"x_step", JsonNumber(trace.x_step)},       {"points", summary.points},
+                      {"not_numbers", summary.not_numbers},       {"min", JsonNumber(summary.min)},
+                      {"max", JsonNumber(summary.max)},           {"mean", JsonNumber(summary.mean)}};
+    if (with_samples) json["samples"] = FirstSamples(trace, 0);
     return json;
   }
 };
@@ -132,6 +145,40 @@ std::string UnitsForPeople(const Corvanta::VALUE_UNITS::Units& units) {
 
 std::string TextOf(const Corvanta::SampleRecord& record) {
   return std::visit([]<class T>(const T& held) { return KindText<T>::Words(held); }, record);
+}
+
+std::string TextOf(const Corvanta::SampleRecord& record, const std::optional<unsigned>& elements) {
+  std::string text = TextOf(record);
+  const auto* trace = std::get_if<BT_DATA>(&record);
+  if (trace == nullptr || !elements) return text;
+  text += "  samples";
+  for (CORBA::ULong i = 0; i < CountOf(*trace, *elements); ++i) text += ' ' + NumberForPeople(trace->samples[i]);
+  return text;
+}
+
+void UsePrecision(int digits) noexcept { digits_of_numbers = digits; }
+
+ordered_json JsonOf(const Corvanta::SampleRecord& record, const std::optional<unsigned>& elements) {
+  ordered_json json = JsonOf(record, false);
+  const auto* trace = std::get_if<BT_DATA>(&record);
+  if (trace != nullptr && elements) json["samples"] = FirstSamples(*trace, *elements);
+  return json;
+}
+
+std::vector<std::string> ValueColumns(bool with_samples) {
+  std::vector<std::string> columns{"kind",     "units",  "value",  "minus_err",   "plus_err", "sequence_number",
+                                   "captured", "x_step", "points", "not_numbers", "min",      "max",
+                                   "mean"};
+  if (with_samples) columns.push_back("samples");
+  return columns;
+}
+
+ordered_json CaptureTime(const BT_DATA& trace) {
+  constexpr std::uint64_t kSecond = 1000000000;
+  const std::uint64_t time = std::uint64_t{trace.header[0]} << 32 | trace.header[1];
+  if (time == 0) return nullptr;
+  return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:09}Z", fmt::gmtime(static_cast<std::time_t>(time / kSecond)),
+                     time % kSecond);
 }
 
 ordered_json JsonOf(const Corvanta::SampleRecord& record, bool with_samples) {

@@ -2,30 +2,32 @@
 #include <nlohmann/json.hpp>
 
 #include "client/Text.h"
-#include "platform/base/Diagnostic.h"
+#include "tools/mathctl/RowWriter.h"
 #include "tools/mathctl/command.h"
-#include "tools/mathctl/sample_text.h"
-#include "tools/mathctl/table.h"
+#include "tools/mathctl/operation_notes.h"
 
 namespace Lumenar::Mathctl {
 namespace {
 
 void ShowTypes(const Session& session) {
-  std::vector<Row> rows;
+  RowWriter rows(session.options, {"NUMBER", "TYPE", "INPUTS", "RESULT"});
   for (const Client::MathType& type : session.Objects().Types()) {
     const std::string name = Client::Printable(type.name);
-    if (session.options.Json()) WriteOut(OneLine({{"number", type.number}, {"name", name}}));
-    rows.push_back({std::to_string(type.number), name});
+    const OperationNote* note = NoteOf(type.name);
+    const std::string inputs = note != nullptr ? note->inputs : "";
+    const std::string result = note != nullptr ? note->result : "";
+    rows.Add({{"number", type.number}, {"name", name}, {"inputs", inputs}, {"result", result}},
+             {std::to_string(type.number), name, inputs, result});
   }
-  if (!session.options.Json()) WriteTable({"NUMBER", "TYPE"}, std::move(rows));
+  rows.Finish();
 }
 
 }  // namespace
 
 void DefineTypes(CLI::App& app, Command& command) {
-  app.add_subcommand("types", "The types of math objects that can be created")->callback([&command] {
-    command.run = ShowTypes;
-  });
+  auto* verb = app.add_subcommand("types", "The types of math objects that can be created");
+  verb->footer("Example:\n  mathctl types");
+  verb->callback([&command] { command.run = ShowTypes; });
 }
 
 }  // namespace Lumenar::Mathctl

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <omniORB4/Naming.hh>
 
+#include <chrono>
 #include <memory>
 
 #include "EngineAttrib.hh"
@@ -15,7 +16,7 @@ namespace {
 struct ErrorRow {
   std::shared_ptr<CORBA::Exception> exception;
   ErrorKind kind;
-  const char* text;  // nullptr: the ORB's own words
+  const char* text;  // nullptr: see CallProblem
 };
 
 TEST(ErrorFrom, SortsByWhatTheCallerCanDo) {
@@ -41,6 +42,19 @@ TEST(ErrorFrom, SortsByWhatTheCallerCanDo) {
       EXPECT_STREQ(error.what(), row.text);
     }
   }
+}
+
+TEST(ErrorFrom, SaysWhoWhereWhyAndWhatToDo) {
+  NoteCallLimit(std::chrono::milliseconds(2500));
+  EXPECT_STREQ(ErrorFrom(CORBA::TIMEOUT(), "x").what(),
+               "x does not answer within 2.5 s; it hangs, is stopped, or needs more time");
+  NoteCallLimit(std::chrono::milliseconds(0));
+  EXPECT_STREQ(ErrorFrom(CORBA::TIMEOUT(), "x").what(),
+               "x does not answer within the time limit; it hangs, is stopped, or needs more time");
+  EXPECT_STREQ(ErrorFrom(CORBA::TRANSIENT(), Callee{"x", "", "is it running?"}).what(),
+               "x does not answer (it cannot be reached now); is it running?");
+  EXPECT_STREQ(ErrorFrom(CORBA::OBJECT_NOT_EXIST(), "x").what(), "x is gone: deleted, or its engine ended");
+  EXPECT_STREQ(ErrorFrom(CORBA::NO_MEMORY(), "x").what(), "x: no memory");
 }
 
 TEST(Remote, PassesResultsAndOwnErrorsThrough) {

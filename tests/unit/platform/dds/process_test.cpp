@@ -207,7 +207,7 @@ TEST_F(DdsAccess, AnotherObjectUnderTheNameIsNotTakenForTheManager) {
     return Dds().LostSamples() == before;
   }));
   EXPECT_NO_THROW(SubscribeHere(subscriber.in()));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("is away: BAD_OPERATION"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("is away: it does not know this call"));
 }
 
 TEST_F(DdsAccess, PublishesAndSubscribes) {
@@ -251,7 +251,7 @@ TEST_F(DdsAccess, AManagerThatIsAwayIsNotedOnceAndCostsLittle) {
   SubscribeHere(subscriber.in());
   EXPECT_TRUE(SendUntilReceived(1, subscriber.in(), 0));
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              testing::MatchesRegex("topic manager at Lumenar/local/DDS_MANAGER/1 is away: [A-Z_]+ [^\n]*\n"
+              testing::MatchesRegex("topic manager at Lumenar/local/DDS_MANAGER/1 is away: [a-z][^\n]*\n"
                                     "topic manager is back\n"));
 }
 

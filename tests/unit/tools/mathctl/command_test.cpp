@@ -42,6 +42,12 @@ TEST(Parse, AcceptsEveryVerb) {
       {"watch", "1", "2", "-n", "5"},
       {"watch", "1", "--for", "0.5", "--json"},
       {"plot", "1", "-o", "x.png"},
+      {"plot", "1", "2", "-n", "5", "--for", "10"},
+      {"plot", "1", "--live", "--ascii"},
+      {"explain", "math:3", "--count", "0.5"},
+      {"graph"},
+      {"graph", "--format", "dot"},
+      {"graph", "-o", "x.svg"},
       {"set", "3", "SIZE", "10"},
       {"set", "PROBE/1/START", "-10"},
       {"set", "PROBE/1/GO"},
@@ -49,6 +55,14 @@ TEST(Parse, AcceptsEveryVerb) {
       {"delete", "1", "2"},
       {"subscriptions"},
       {"doctor"},
+      {"doctor", "math:3"},
+      {"LIST"},
+      {"watch", "1", "-#", "0"},
+      {"watch", "1", "-#3", "--idle", "2", "--new"},
+      {"readings", "PROBE/1/*", "SIM/*"},
+      {"delete", "math:*", "-y"},
+      {"completion", "Bash"},
+      {"list", "-q", "-v", "-w", "2", "--format", "CSV", "--precision", "9"},
   };
   for (const auto& line : kLines) {
     const Outcome outcome = ParseWords(line);
@@ -63,9 +77,25 @@ TEST(Parse, RefusesWithTwoAndSaysWhy) {
       {"create"},
       {"create", "Average"},
       {"get"},
-      {"get", "a", "b"},
+      {"lst"},
+      {"list", "--fromat", "json"},
+      {"list", "--format", "xml"},
+      {"list", "--precision", "0"},
+      {"list", "--precision", "18"},
+      {"watch", "1", "-#", "-1"},
+      {"watch", "1", "--idle", "0"},
+      {"completion", "tcsh"},
+      {"completion"},
+      {"list", "-x"},
       {"watch"},
-      {"plot", "1"},
+      {"plot"},
+      {"plot", "1", "-o", "x.jpg"},
+      {"plot", "1", "-o", "x.png", "--live"},
+      {"plot", "1", "-n", "0"},
+      {"explain"},
+      {"graph", "-o", "x.pdf"},
+      {"graph", "--format", "xml"},
+      {"doctor", "a", "b"},
       {"watch", "1", "-n", "many"},
       {"watch", "1", "-n", "-1"},
       {"watch", "1", "-n", "0"},
@@ -78,6 +108,7 @@ TEST(Parse, RefusesWithTwoAndSaysWhy) {
       {"list", "--naming", ""},
       {"watch", "1", "--for", "1e300"},
       {"list", "--timeout", "0"},
+      {"list", "--timeout", "0.0009"},
       {"list", "--timeout", "soon"},
       {"list", "--timeout", "nan"},
       {"engines", "extra"},
@@ -90,6 +121,28 @@ TEST(Parse, RefusesWithTwoAndSaysWhy) {
     EXPECT_THAT(outcome.error, testing::MatchesRegex("mathctl: [^\n]+\n")) << testing::PrintToString(line);
     EXPECT_EQ(outcome.out, "") << testing::PrintToString(line);
   }
+}
+
+TEST(Parse, NamesWhatIsNearAWrongWord) {
+  struct Row {
+    std::vector<const char*> words;
+    const char* error;
+  };
+  const Row kRows[] = {
+      {{"lst"}, "mathctl: no verb \"lst\"; near: list\n"},
+      {{"frobnicate"}, "mathctl: no verb \"frobnicate\"; mathctl --help shows the verbs\n"},
+      {{"list", "--fromat", "json"}, "mathctl: no option --fromat; near: --format\n"},
+      {{"--tmeout=3", "list"}, "mathctl: no option --tmeout; near: --timeout\n"},
+      {{"list", "-x"}, "mathctl: no option -x; mathctl list --help shows those there are\n"},
+      {{"get"}, "mathctl: READING is required; mathctl get --help shows an example\n"},
+      {{}, "mathctl: A subcommand is required; mathctl --help shows the verbs\n"},
+  };
+  for (const Row& row : kRows) EXPECT_THAT(ParseWords(row.words).error, testing::StartsWith(row.error));
+}
+
+TEST(Parse, ValuesOfOptionsAreNoVerbs) {
+  const Outcome outcome = ParseWords({"--naming", "localhost:2809", "-w", "2", "--factory", "MATHFACTORY/2", "types"});
+  EXPECT_TRUE(outcome.runs) << outcome.error;
 }
 
 TEST(Parse, HelpTellsTheExitCodes) {
@@ -106,7 +159,7 @@ TEST(Parse, OptionsMayStandBeforeAndBehindTheVerb) {
     const Outcome outcome = ParseWords(line);
     ASSERT_TRUE(outcome.runs) << outcome.error;
     EXPECT_EQ(outcome.command.options.timeout_s, 0.25);
-    EXPECT_TRUE(outcome.command.options.json);
+    EXPECT_TRUE(outcome.command.options.Json());
   }
 }
 

@@ -82,10 +82,10 @@ TEST(JsonOf, Table) {
   };
   const Row kRows[] = {
       {Trace({1, 4}, kDecibelMilliwatts), false,
-       R"({"kind":"BasicTrace","units":"dBm","sequence_number":12,"captured_ns":4294967298,"x_step":0.5,"points":2,)"
+       R"({"kind":"BasicTrace","units":"dBm","sequence_number":12,"captured":"1970-01-01T00:00:04.294967298Z","x_step":0.5,"points":2,)"
        R"("not_numbers":0,"min":1.0,"max":4.0,"mean":2.5})"},
       {Trace({kNaN, kInfinity}, Value::C_Empty), true,
-       R"({"kind":"BasicTrace","units":"","sequence_number":12,"captured_ns":4294967298,"x_step":0.5,"points":2,)"
+       R"({"kind":"BasicTrace","units":"","sequence_number":12,"captured":"1970-01-01T00:00:04.294967298Z","x_step":0.5,"points":2,)"
        R"("not_numbers":1,"min":"Infinity","max":"Infinity","mean":"Infinity","samples":["NaN","Infinity"]})"},
       {Scalar(2.5, -kInfinity, 0.25, Value::C_Watts), true,
        R"({"kind":"ValueDouble","units":"W","value":2.5,"minus_err":"-Infinity","plus_err":0.25})"},
