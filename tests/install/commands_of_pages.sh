@@ -29,8 +29,10 @@ commands_of() {
 }
 
 # Commands that no block holds would not be seen.
-outside=$(awk '/^```/ { block = !block } !block && /^    (mathctl|lumenar|engine_host|topic_manager|hw_enumeration|scripts\/|cmake|systemctl|apt)/ {
-  print FILENAME ":" FNR ": " $0 }' "$source"/README.md "$source"/docs/*.md "$source"/tools/mathctl/README.md)
+programs='mathctl [a-z]|lumenar [a-z]|engine_host |topic_manager --|hw_enumeration --|scripts/[a-z]|cmake |systemctl |apt '
+outside=$(awk -v programs="^ *($programs)" '/^```/ { block = block == "" ? $0 : ""; next }
+  block != "```sh" && $0 ~ programs && (block != "" || /^    /) { print FILENAME ":" FNR ": " $0 }' \
+  "$source"/README.md "$source"/docs/*.md "$source"/tools/mathctl/README.md)
 [ -z "$outside" ] || fail "commands outside of a block that begins with \`\`\`sh: $outside"
 
 step "$work/install.log" cmake --install "$build" --prefix "$tree"
