@@ -53,8 +53,10 @@ install(FILES packaging/tcp.conf DESTINATION ${conf_dir}/lumenar COMPONENT tools
 # A platform by hand.
 install(PROGRAMS scripts/platform DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME lumenar COMPONENT services)
 
-# Pages of the manual.
-install(DIRECTORY packaging/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 FILES_MATCHING PATTERN "*.1")
+# Pages of the manual. Packages have pages with the help of each verb, which are made when the programs can be run.
+if(NOT LUMENAR_PACKAGES)
+  install(DIRECTORY packaging/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 FILES_MATCHING PATTERN "*.1")
+endif()
 
 # Licence and pages, side by side as in the source tree, so that their links hold.
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${page_dir} COMPONENT documentation)

@@ -17,6 +17,7 @@
 #include "client/Text.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/base/ParseArguments.h"
+#include "platform/base/Version.h"
 #include "platform/base/output_error.h"
 #include "platform/orb/CorbaText.h"
 #include "platform/signals/Signals.h"
@@ -142,6 +143,7 @@ void RunConnected(const Command& command) {
 }  // namespace
 
 void DefineApplication(CLI::App& app, Command& command) {
+  app.set_version_flag("-V,--version", Version(), "Print the version and exit");
   app.footer(kFooter);
   DefineOptions(app, command.options);
   DefineVerbs(app, command);
