@@ -68,10 +68,12 @@ std::string FirstNames(std::vector<std::string> names) {
   return fmt::format("{}{}", fmt::join(names, ", "), more > 0 ? fmt::format(" and {} more", more) : "");
 }
 
-std::string PublishedInWords(const SourceFacts& facts, std::uint64_t samples, std::uint64_t all) {
+std::string PublishedInWords(const SourceFacts& facts, std::uint64_t samples, std::uint64_t all,
+                             std::optional<Seconds_d> heard) {
   std::string text =
       fmt::format("{} between two looks, {} in all", CountInWords(samples, "sample"), WithThousands(all));
   if (facts.captured_ago) text += fmt::format(", captured {} ago", DurationText(*facts.captured_ago));
+  if (!facts.captured_ago && heard) text += fmt::format(", the last {} ago", DurationText(*heard));
   return text;
 }
 
@@ -169,7 +171,7 @@ Finding ExamineSource(const std::string& topic, const std::vector<Engine>& engin
       found.text = "the topic manager has had no sample of it since it was started";
     } else {
       const std::uint64_t earlier = first == before.end() ? 0 : std::min(first->second, last->second);
-      found.text = PublishedInWords(facts, last->second - earlier, last->second);
+      found.text = PublishedInWords(facts, last->second - earlier, last->second, heard);
       if (last->second > earlier) return;
     }
     if (!IsSilent(facts, heard)) return;
