@@ -16,12 +16,12 @@ constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 constexpr bool kHas_extended = std::numeric_limits<long double>::digits >= 64;
 
 /// A number of MPFR with room for every exact result: 200 bits of a power times the 53 of a factor.
-class Number {
+class BigNumber {
  public:
-  Number() { mpfr_init2(number_, 300); }
-  ~Number() { mpfr_clear(number_); }
-  Number(const Number&) = delete;
-  Number& operator=(const Number&) = delete;
+  BigNumber() { mpfr_init2(number_, 300); }
+  ~BigNumber() { mpfr_clear(number_); }
+  BigNumber(const BigNumber&) = delete;
+  BigNumber& operator=(const BigNumber&) = delete;
 
   mpfr_ptr Get() noexcept { return number_; }
 
@@ -31,8 +31,8 @@ class Number {
 
 /// The distance from the nearest middle between two normal floats.
 double Distance_from_boundary(mpfr_srcptr value) {
-  Number middle;
-  Number half_step;
+  BigNumber middle;
+  BigNumber half_step;
   mpfr_set_prec(half_step.Get(), 24);
   mpfr_set(half_step.Get(), value, MPFR_RNDZ);
   mpfr_set(middle.Get(), half_step.Get(), MPFR_RNDN);
@@ -57,18 +57,18 @@ float Rounded(mpfr_srcptr value, Tally& tally) {
 }
 
 float Log10_by_mpfr(float x, Tally& tally) {
-  Number value;
+  BigNumber value;
   mpfr_set_flt(value.Get(), x, MPFR_RNDN);
   mpfr_log10(value.Get(), value.Get(), MPFR_RNDN);
   return Rounded(value.Get(), tally);
 }
 
 float Power_by_mpfr(float q, double k, Tally& tally) {
-  Number value;
+  BigNumber value;
   mpfr_set_prec(value.Get(), 200);
   mpfr_set_flt(value.Get(), q, MPFR_RNDN);
   mpfr_exp10(value.Get(), value.Get(), MPFR_RNDN);
-  Number product;
+  BigNumber product;
   mpfr_mul_d(product.Get(), value.Get(), k, MPFR_RNDN);
   return Rounded(product.Get(), tally);
 }

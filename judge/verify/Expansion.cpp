@@ -16,6 +16,11 @@ namespace {
 constexpr std::uint64_t kFirstOnes = 4;
 constexpr std::int64_t kBeginning_ns = 500'000'000;
 
+/// An arrival without a result may be ahead of so many of another input that came earlier, a new setting of so many.
+/// There would be no end of orders that make no difference otherwise.
+constexpr std::size_t kMostPassed = 3;
+constexpr std::size_t kMostPassedBySetting = 64;
+
 /// So many samples in which nothing can be computed yet may have had no result.
 constexpr std::uint64_t kMostWithoutResult = 8;
 
@@ -113,9 +118,10 @@ void Expansion::Try(const Path& path, std::size_t stream) {
   const Outcome outcome = Apply(behind, stream, *arrival);
   switch (outcome.kind) {
     case Outcome::Published: return Compare(std::move(behind), stream, *arrival);
-    case Outcome::Unknown: return TakeUnknown(std::move(behind), outcome.reason);
+    case Outcome::Unknown: return TakeUnknown(std::move(behind), outcome.reason, IsNear(path, stream, *arrival));
     case Outcome::Nothing: break;
   }
+  if (!IsNear(path, stream, *arrival)) return;
   if (arrival->what == Arrival::Sample) behind.findings.CountRefused(outcome.reason);
   Wait(std::move(behind));
 }
@@ -129,11 +135,11 @@ void Expansion::Compare(Path path, std::size_t stream, const Arrival& arrival) {
     return;
   }
   Consider(path, stream, arrival);
-  if (MayPassAtStart(path, arrival)) Wait(std::move(path));
+  if (MayPassAtStart(path, arrival) && IsNear(path, stream, arrival)) Wait(std::move(path));
 }
 
 /// What nobody told may be found out from the result; else the result may be this sample's, or the sample had none.
-void Expansion::TakeUnknown(Path path, const std::string& reason) {
+void Expansion::TakeUnknown(Path path, const std::string& reason, bool may_pass) {
   for (auto& guess : path.operation->Guesses(*result_.sample, limits_.guesses)) {
     Path guessed = path;
     guessed.operation = OperationValue(std::move(guess));
@@ -146,7 +152,7 @@ void Expansion::TakeUnknown(Path path, const std::string& reason) {
   taken.started = true;
   taken.findings.CountUnchecked("not in the recording: " + reason);
   found_.push_back(std::move(taken));
-  if (path.settled || path.detours == kMostWithoutResult) return;
+  if (!may_pass || path.settled || path.detours == kMostWithoutResult) return;
   ++path.detours;
   Wait(std::move(path));
 }
@@ -186,6 +192,15 @@ void Expansion::Consider(const Path& path, std::size_t stream, const Arrival& ar
   nearest_from_ = arrival.what == Arrival::Reset
                       ? "nearest to what a RESET gives"
                       : fmt::format("nearest to what sample {} of {} gives", arrival.number, NameOf(facts_, stream));
+}
+
+bool Expansion::IsNear(const Path& path, std::size_t stream, const Arrival& arrival) const {
+  const std::size_t most = stream < facts_.inputs.size() ? kMostPassed : kMostPassedBySetting;
+  for (std::size_t other = 0; other < facts_.inputs.size(); ++other) {
+    const Arrival* far = other == stream ? nullptr : streams_[other].At(path.next[other] + most);
+    if (far != nullptr && far->place < arrival.place) return false;
+  }
+  return true;
 }
 
 bool Expansion::MayPassAtStart(const Path& path, const Arrival& arrival) const {

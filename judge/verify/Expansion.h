@@ -51,11 +51,12 @@ class Expansion {
   static Outcome Apply(Path& path, std::size_t stream, const Arrival& arrival);
   void Try(const Path& path, std::size_t stream);
   void Compare(Path path, std::size_t stream, const Arrival& arrival);
-  void TakeUnknown(Path path, const std::string& reason);
+  void TakeUnknown(Path path, const std::string& reason, bool may_pass);
   void TakeFromBefore(const Path& path);
   void Wait(Path path);
   void NoteOrder(Path& path, std::size_t stream, const Arrival& arrival) const;
   void Consider(const Path& path, std::size_t stream, const Arrival& arrival);
+  bool IsNear(const Path& path, std::size_t stream, const Arrival& arrival) const;
   bool MayPassAtStart(const Path& path, const Arrival& arrival) const;
   static std::string NameOf(const ObjectFacts& facts, std::size_t stream);
   static Remark MissingAt(const ObjectFacts& facts, std::size_t stream, const Arrival& arrival);

@@ -8,6 +8,7 @@
 #include <system_error>
 #include <vector>
 
+#include "client/Error.h"
 #include "client/Text.h"
 #include "judge/verify/RecordingCheck.h"
 #include "platform/signals/Signals.h"

@@ -109,7 +109,6 @@ class RecordedObject {
 
   void SetSize(int size, bool recorded = true) {
     operation_->SetSize(size);
-    size_ = size;
     if (recorded) RecordEvent(Recording::EventKind::Size, size);
   }
 
@@ -178,7 +177,6 @@ class RecordedObject {
   std::unique_ptr<Operation> operation_;
   std::vector<Recording::Entry> entries_;
   std::int64_t now_ns_ = kBegin_ns;
-  int size_ = 1;
   int size_at_begin_ = 0;
 };
 

@@ -74,6 +74,7 @@ TEST(JudgeRecording, PartsAreFollowed) {
   EXPECT_GT(report.files.size(), 2u);
   EXPECT_TRUE(report.IsProven());
   EXPECT_EQ(report.objects.at(0).findings.Checked(), 59u);
+  EXPECT_TRUE(RecordingCheck().Run({folder.File("a.jsonl.zst")}).IsProven());
   EXPECT_EQ(report.objects.at(0).interrupted, 0u);
 }
 
