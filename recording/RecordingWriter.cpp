@@ -4,8 +4,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include "platform/base/Version.h"
@@ -30,7 +32,17 @@ RecordingWriter::RecordingWriter(std::string path, WriterOptions options, std::i
 
 RecordingWriter::RecordingWriter(std::string path, WriterOptions options, Header header)
     : first_path_(std::move(path)), options_(std::move(options)), path_(first_path_), header_(std::move(header)) {
+  RequireNoOtherPart();
   Open(options_.replace ? OutputFile::Existing::Replaced : OutputFile::Existing::Refused);
+}
+
+// What a recording of before left would end this one when its turn comes.
+void RecordingWriter::RequireNoOtherPart() const {
+  const bool rotates = options_.rotate_bytes > 0 || options_.rotate_ns > 0;
+  const std::string second = PartPath(first_path_, 2);
+  std::error_code none;
+  if (rotates && !options_.replace && std::filesystem::exists(second, none))
+    throw std::system_error(EEXIST, std::generic_category(), second);
 }
 
 RecordingWriter::~RecordingWriter() = default;

@@ -57,6 +57,7 @@ class RecordingWriter {
   const std::string& Path() const noexcept { return path_; }  ///< of the present file
 
  private:
+  void RequireNoOtherPart() const;
   void Open(OutputFile::Existing existing);
   void WriteLine(const std::string& line);
   void RequireReading(std::uint32_t reading) const;

@@ -5,7 +5,6 @@
 #include <memory>
 
 #include "platform/base/Diagnostic.h"
-#include "platform/base/ParseArguments.h"
 #include "tools/mathctl/Recorder.h"
 #include "tools/mathctl/RecordingPlan.h"
 #include "tools/mathctl/RowWriter.h"

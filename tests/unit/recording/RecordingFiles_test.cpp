@@ -156,6 +156,14 @@ TEST(RecordingFile, BeginsAnotherPartWhenOneIsLargeOrOld) {
   }
 }
 
+TEST(RecordingFile, DoesNotBeginWhereAnotherRecordingsPartIsInTheWay) {
+  const Folder folder;
+  WriteText(folder.File("a-2.jsonl"), "dear");
+  EXPECT_THROW(RecordingWriter(folder.File("a.jsonl"), {false, "", 2000, 0}, kNow_ns), std::system_error);
+  EXPECT_FALSE(std::filesystem::exists(folder.File("a.jsonl")));
+  RecordingWriter(folder.File("a.jsonl"), {}, kNow_ns);  // one that stays a single file does not mind
+}
+
 TEST(RecordingFile, NamesItsPartsBeforeTheEndings) {
   EXPECT_EQ(PartPath("/a.b/c.jsonl.zst", 1), "/a.b/c.jsonl.zst");
   EXPECT_EQ(PartPath("/a.b/c.jsonl.zst", 2), "/a.b/c-2.jsonl.zst");
