@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <future>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 
 #include "client/Text.h"
+#include "platform/orb/GivingBack.h"
 #include "platform/orb/names.h"
 
 namespace Lumenar::Client {
@@ -24,23 +26,13 @@ bool IsService(std::string_view name) {
          name == NameWithoutInstance(Corvanta::kHardwareEnumeration);
 }
 
-// The argument list of the program for its ORB, and the limit of every call.
-class Arguments {
- public:
-  explicit Arguments(std::chrono::milliseconds timeout)
-      : timeout_ms_(std::to_string(timeout.count())), list_(localargv, localargv + localargc) {
-    list_.insert(list_.end(), {"-ORBclientCallTimeOutPeriod", timeout_ms_.c_str()});
+std::unique_ptr<Corvanta::Naming> NamingAt(const Corvanta::ORB_base& orb, const std::string& address) {
+  try {
+    return Corvanta::Naming::At(orb.Orb(), address);
+  } catch (const std::invalid_argument& reason) {
+    throw Error(ErrorKind::BadArgument, std::string("address of the naming service: ") + reason.what());
   }
-  Arguments(const Arguments&) = delete;
-  Arguments& operator=(const Arguments&) = delete;
-
-  int Count() const { return static_cast<int>(list_.size()); }
-  const char* const* List() const { return list_.data(); }
-
- private:
-  const std::string timeout_ms_;
-  std::vector<const char*> list_;
-};
+}
 
 std::chrono::milliseconds Checked(std::chrono::milliseconds timeout) {
   if (timeout.count() <= 0) throw Error(ErrorKind::BadArgument, "the time limit must be positive");
@@ -107,11 +99,23 @@ auto AboutSilent(const std::string& text, const std::vector<Engine>& engines, Ma
 }  // namespace
 
 Connection::Connection(std::chrono::milliseconds timeout)
-    : timeout_(Checked(timeout)), orb_([&] {
-        const Arguments arguments(timeout);
-        return Corvanta::ORB_wrapper_base(arguments.Count(), arguments.List());
-      }()) {
-  NoteCallLimit(timeout_);
+    : timeout_(Checked(timeout)),
+      orb_(timeout_),
+      naming_(std::make_unique<Corvanta::Naming>(orb_->Orb(), orb_->NamingAddress())),
+      topics_(Corvanta::DdsBaseAccess::Instance()) {}
+
+Connection::Connection(const std::string& naming_address, std::chrono::milliseconds timeout)
+    : timeout_(Checked(timeout)),
+      orb_(timeout_),
+      naming_(NamingAt(*orb_, naming_address)),
+      own_topics_(std::make_unique<Corvanta::DdsBaseAccess>(
+          [this] { return naming_->Resolve(LocalPath(Corvanta::kTopicManager)); })),
+      topics_(*own_topics_) {}
+
+Connection::~Connection() {
+  const Corvanta::GivingBack giving_back(*orb_);
+  own_topics_.reset();
+  naming_.reset();
 }
 
 // What `call` asks the naming service for.
@@ -127,7 +131,7 @@ auto Connection::AtNaming(Call&& call) {
 CORBA::Object_var Connection::Lookup(const std::string& name) {
   return AtNaming([&] {
     try {
-      return CORBA::Object_var(orb_.Resolve(LocalPath(name)));
+      return CORBA::Object_var(naming_->Resolve(LocalPath(name)));
     } catch (const CosNaming::NamingContext::NotFound&) {
       throw Error(ErrorKind::NotFound,
                   fmt::format("{} is not registered with the naming service at {}; is its program running?",
@@ -148,7 +152,7 @@ std::string Connection::AddressOf(CORBA::Object_ptr object) const { return Clien
 
 std::vector<std::string> Connection::NamesBelow(const std::string& context) {
   const auto path = context.empty() ? Corvanta::Components(Corvanta::kLocalContext) : LocalPath(context);
-  return AtNaming([&] { return orb_.List(path); });
+  return AtNaming([&] { return naming_->List(path); });
 }
 
 Engine Connection::AskRegistration(const std::string& name) noexcept {

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,7 +14,10 @@
 #include "HwEnumerate.hh"
 #include "client/Address.h"
 #include "client/Error.h"
-#include "platform/orb/ORB_wrapper.h"
+#include "client/SharedOrb.h"
+#include "platform/dds/DDS_BaseObj.h"
+#include "platform/orb/Naming.h"
+#include "platform/orb/ORB_base.h"
 
 namespace Lumenar::Client {
 
@@ -39,10 +43,12 @@ struct Reading {
 std::vector<std::size_t> IndexesFor(const std::string& text, const std::vector<Reading>& readings,
                                     const std::vector<Engine>& engines);
 
-/// A client's way to the platform: its ORB, and what is registered there. At most one lives at a time in a process.
+/// A client's way to a platform: its naming service, what is registered there, its topic manager. A process may have
+/// several, to one platform or to several; they share the ORB of the process, which lives as long as one of them.
 ///
-/// Every remote call is limited to the timeout; a call that fails is an Error.
-/// Threads   one, besides those of the ORB.
+/// Every remote call is limited to the timeout, the longest of those of the Connections that live; a call that fails is
+/// an Error.
+/// Threads   any; its destruction comes when no call goes through it any more.
 class Connection {
  public:
   /// Needs no answer from anywhere yet. The naming service and the transport configuration are those of the program's
@@ -50,12 +56,22 @@ class Connection {
   /// Errors   Error BadArgument for a timeout that is not positive; those of ORB_base.
   explicit Connection(std::chrono::milliseconds timeout = std::chrono::seconds(5));
 
+  /// To the platform whose naming service is at an address, "HOST:PORT", whatever arguments and environment say of it.
+  /// Errors   as above; Error BadArgument for an address of a form that is none.
+  explicit Connection(const std::string& naming_address, std::chrono::milliseconds timeout = std::chrono::seconds(5));
+
+  /// Whatever was made with it has gone before.
+  ~Connection();
+
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  std::string NamingAddress() const { return orb_.NamingAddress(); }
+  std::string NamingAddress() const { return naming_->Address(); }
   std::chrono::milliseconds Timeout() const { return timeout_; }
-  Corvanta::ORB_base& Orb() { return orb_; }
+  Corvanta::ORB_base& Orb() { return *orb_; }
+
+  /// The way to the platform's topic manager.
+  Corvanta::DdsBaseAccess& Topics() { return topics_; }
 
   /// Every engine, also those that do not answer, ordered by name. The engines are asked at the same time, so that
   /// several that hang cost one time limit.
@@ -95,7 +111,10 @@ class Connection {
   void AddSilentEngines(std::vector<Engine>& engines);
 
   const std::chrono::milliseconds timeout_;
-  Corvanta::ORB_wrapper_base orb_;
+  SharedOrb orb_;
+  std::unique_ptr<Corvanta::Naming> naming_;
+  std::unique_ptr<Corvanta::DdsBaseAccess> own_topics_;  ///< null where the way is that of the process
+  Corvanta::DdsBaseAccess& topics_;
 };
 
 /// `object` as the interface Interface.

@@ -32,7 +32,7 @@ class Error : public std::runtime_error {
 /// What to look at when an engine does not answer.
 inline constexpr char kEngineAdvice[] = "is its engine_host running?";
 
-/// The time limit of calls, which errors name; that of the one Connection of the process, which tells it.
+/// The time limit of calls, which errors name: the longest of those of the Connections, as SharedOrb tells it.
 void NoteCallLimit(std::chrono::milliseconds limit);
 
 /// A CORBA exception as an Error; `subject` says who was called and opens the text.

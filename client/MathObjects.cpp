@@ -124,9 +124,10 @@ MathObject MathObjects::Get(std::int32_t id) {
   return Described(id, object);
 }
 
-Reading MathObjects::Result(std::int32_t id) {
-  const MathObject object = Get(id);
-  return Remote(ObjectText(id), factory_, kEngineAdvice, [&] {
+Reading MathObjects::Result(std::int32_t id) { return ResultOf(Get(id)); }
+
+Reading MathObjects::ResultOf(const MathObject& object) {
+  return Remote(ObjectText(object.id), factory_, kEngineAdvice, [&] {
     Reading reading;
     reading.reference = object.reference->AttrResult();
     const CORBA::String_var topic = reading.reference->DDS_Value();

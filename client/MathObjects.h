@@ -105,6 +105,7 @@ class MathObjects {
 
   /// The reading RESULT of an object.
   Reading Result(std::int32_t id);
+  Reading ResultOf(const MathObject& object);
 
   /// What an object has by this name, in any case of letters: RESULT, and of an Average SIZE and FULL.
   /// Errors   also BadArgument, naming what the object has.

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "platform/base/Mutex.h"
-#include "platform/dds/DDS_BaseObj.h"
 #include "platform/dds/GroupSubscriber.h"
 #include "platform/wire/sample_any.h"
 
@@ -33,6 +32,12 @@ class Subscription::Queue {
       ++lost_;
     }
     arrived_.NotifyOne();
+    if (on_arrival_) on_arrival_();
+  }
+
+  void OnArrival(std::function<void()> arrived) {
+    Lock lock(mutex_);
+    on_arrival_ = std::move(arrived);
   }
 
   std::optional<Delivery> Next(std::chrono::milliseconds limit) {
@@ -60,6 +65,7 @@ class Subscription::Queue {
     Lock lock(mutex_);
     ended_ = true;
     arrived_.NotifyAll();
+    if (on_arrival_) on_arrival_();
   }
 
   bool Ended() const {
@@ -82,6 +88,7 @@ class Subscription::Queue {
 
   mutable Mutex mutex_;
   Condition arrived_;
+  std::function<void()> on_arrival_ GUARDED_BY(mutex_);
   std::deque<Delivery> deliveries_ GUARDED_BY(mutex_);
   std::vector<std::size_t> renewed_ GUARDED_BY(mutex_);
   std::size_t bytes_ GUARDED_BY(mutex_) = 0;
@@ -93,7 +100,8 @@ class Subscription::Queue {
 // nothing.
 class Subscription::Subscriber : public Corvanta::GroupSubscriber {
  public:
-  Subscriber(std::shared_ptr<Queue> queue, std::size_t source) : queue_(std::move(queue)), source_(source) {}
+  Subscriber(const Corvanta::DdsBaseAccess& topics, std::shared_ptr<Queue> queue, std::size_t source)
+      : GroupSubscriber(topics), queue_(std::move(queue)), source_(source) {}
 
   void DDS_Callback(const CORBA::Any& sample) override { Take(Corvanta::RecordFromAny(sample)); }
   CORBA::Long GetId() override { return handle_; }
@@ -123,7 +131,7 @@ struct Subscription::Entry {
 };
 
 Subscription::Subscription(Connection& connection)
-    : queue_(std::make_shared<Queue>()), connection_(connection), orb_(connection.Orb()) {
+    : queue_(std::make_shared<Queue>()), connection_(connection), orb_(connection.Orb()), topics_(connection.Topics()) {
   orb_.Activate();
   shutdown_token_ = orb_.AddShutdownListener([queue = queue_] { queue->End(); });
 }
@@ -144,7 +152,7 @@ void Subscription::RequireManager() {
 void Subscription::Add(const Reading& reading) {
   if (entries_.empty()) RequireManager();
   entries_.reserve(entries_.size() + 1);  // nothing fails once the subscription stands
-  Entry entry{reading.topic, new Subscriber(queue_, entries_.size()), {}};
+  Entry entry{reading.topic, new Subscriber(topics_, queue_, entries_.size()), {}};
   entry.reference = entry.servant->_this();
   const auto renewed = [servant = entry.servant, queue = queue_, source = entries_.size()](CORBA::Long handle) mutable {
     servant->SetHandle(handle);
@@ -152,9 +160,8 @@ void Subscription::Add(const Reading& reading) {
   };
   CORBA::Long handle = 0;
   try {
-    handle = Remote("topic manager", nullptr, kManagerAdvice, [&] {
-      return Corvanta::DdsBaseAccess::Instance().Subscribe(entry.topic.c_str(), entry.reference, renewed);
-    });
+    handle = Remote("topic manager", nullptr, kManagerAdvice,
+                    [&] { return topics_.Subscribe(entry.topic.c_str(), entry.reference, renewed); });
   } catch (const Error&) {
     Corvanta::ORB_base::DeactivateObject(entry.servant.in());
     throw;
@@ -165,7 +172,7 @@ void Subscription::Add(const Reading& reading) {
 
 void Subscription::Drop(Entry& entry, const Corvanta::GivingBack&) noexcept {
   entry.servant->Close();
-  Corvanta::DdsBaseAccess::Instance().Unsubscribe(entry.topic.c_str(), entry.reference);
+  topics_.Unsubscribe(entry.topic.c_str(), entry.reference);
   Corvanta::ORB_base::DeactivateObject(entry.servant.in());
 }
 
@@ -180,6 +187,7 @@ void Subscription::End() noexcept { queue_->End(); }
 bool Subscription::Ended() const { return queue_->Ended(); }
 std::vector<std::size_t> Subscription::TakeRenewed() { return queue_->TakeRenewed(); }
 unsigned long long Subscription::Lost() const { return queue_->Lost(); }
+void Subscription::OnArrival(std::function<void()> arrived) { queue_->OnArrival(std::move(arrived)); }
 
 std::vector<std::int32_t> Subscription::Handles() const {
   std::vector<std::int32_t> handles;

@@ -4,11 +4,13 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
 
 #include "client/Connection.h"
+#include "platform/dds/DDS_BaseObj.h"
 #include "platform/orb/GivingBack.h"
 #include "platform/records/SampleRecord.h"
 
@@ -53,6 +55,11 @@ class Subscription {
   /// The topic manager's handles of the subscriptions now, in order of Add.
   std::vector<std::int32_t> Handles() const;
 
+  /// Something to do, in place of what was set before, when a sample has come and when the subscription ends: for
+  /// readers that cannot wait in Next. It runs on the thread that delivers, so it must neither block nor call this
+  /// object; once this has returned, the one before does not run any more.
+  void OnArrival(std::function<void()> arrived);
+
  private:
   class Queue;
   class Subscriber;
@@ -64,6 +71,7 @@ class Subscription {
   std::shared_ptr<Queue> queue_;
   Connection& connection_;
   Corvanta::ORB_base& orb_;
+  Corvanta::DdsBaseAccess& topics_;
   std::vector<Entry> entries_;
   long shutdown_token_ = 0;
 };

@@ -62,30 +62,6 @@ Finding ExamineObject(const ObjectGraph& graph, const GraphNode& node, const Nam
   return finding;
 }
 
-// What the topic manager has of the subscriptions of some math objects.
-struct ObjectSubscriptions {
-  std::vector<std::string> without;  // names of objects that lack one
-  std::uint64_t dropped = 0;         // samples of theirs
-};
-
-ObjectSubscriptions LookFor(Connection& connection, const ObjectGraph& graph, const std::vector<std::size_t>& nodes) {
-  std::map<std::pair<std::int32_t, std::string>, std::uint64_t> known;
-  for (SubscriptionView& one : SubscriptionsOf(connection)) known[{one.handle, std::move(one.topic)}] = one.dropped;
-  ObjectSubscriptions found;
-  for (const std::size_t number : nodes) {
-    const GraphNode& node = graph.Nodes()[number];
-    if (!node.object) continue;
-    bool stands = true;
-    for (const InputReport& input : node.object->inputs) {
-      const auto subscription = known.find({input.handle, input.topic});
-      stands = stands && subscription != known.end();
-      if (subscription != known.end()) found.dropped += subscription->second;
-    }
-    if (!stands) found.without.push_back(node.name);
-  }
-  return found;
-}
-
 std::string FirstNames(std::vector<std::string> names) {
   const std::size_t more = names.size() - std::min(names.size(), kMostShown);
   names.resize(names.size() - more);
@@ -133,15 +109,34 @@ std::vector<Finding> ExamineObjects(const ObjectGraph& graph, const std::vector<
   return findings;
 }
 
+ObjectSubscriptions MatchSubscriptions(const ObjectGraph& graph, const std::vector<std::size_t>& nodes,
+                                       const std::vector<SubscriptionView>& subscriptions) {
+  std::map<std::pair<std::int32_t, std::string>, std::uint64_t> known;
+  for (const SubscriptionView& one : subscriptions) known[{one.handle, one.topic}] = one.dropped;
+  ObjectSubscriptions found;
+  for (const std::size_t number : nodes) {
+    const GraphNode& node = graph.Nodes()[number];
+    if (!node.object) continue;
+    bool stands = true;
+    for (const InputReport& input : node.object->inputs) {
+      const auto subscription = known.find({input.handle, input.topic});
+      stands = stands && subscription != known.end();
+      if (subscription != known.end()) found.dropped += subscription->second;
+    }
+    if (!stands) found.without.push_back(node.name);
+  }
+  return found;
+}
+
 Finding ExamineSubscriptions(Connection& connection, const ObjectGraph& graph, const std::vector<std::size_t>& nodes) {
   const std::string remedy =
       "they come back by themselves once the engine reaches this topic manager; if they do not, start the engine again";
   return Examined("subscriptions of the math objects", remedy, [&](Finding& finding) {
-    ObjectSubscriptions found = LookFor(connection, graph, nodes);
+    ObjectSubscriptions found = MatchSubscriptions(graph, nodes, SubscriptionsOf(connection));
     const bool missed = !found.without.empty();
     if (missed) {  // a manager that was started without its file gets them again within seconds
       std::this_thread::sleep_for(kRenewal);
-      found = LookFor(connection, graph, nodes);
+      found = MatchSubscriptions(graph, nodes, SubscriptionsOf(connection));
     }
     if (!found.without.empty()) {
       throw Error(ErrorKind::NotFound,

@@ -62,6 +62,15 @@ Finding ExamineEngine(Connection& connection, const Engine& engine);
 std::vector<Finding> ExamineObjects(const ObjectGraph& graph, const std::vector<std::size_t>& nodes,
                                     const NameOfTopic& name, bool each);
 
+/// What the topic manager has of the subscriptions of some math objects.
+struct ObjectSubscriptions {
+  std::vector<std::string> without;  ///< names of objects that lack one
+  std::uint64_t dropped = 0;         ///< samples of theirs
+};
+
+ObjectSubscriptions MatchSubscriptions(const ObjectGraph& graph, const std::vector<std::size_t>& nodes,
+                                       const std::vector<SubscriptionView>& subscriptions);
+
 /// Whether every input of these objects has its subscription at the topic manager.
 Finding ExamineSubscriptions(Connection& connection, const ObjectGraph& graph, const std::vector<std::size_t>& nodes);
 

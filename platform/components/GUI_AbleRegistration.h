@@ -4,6 +4,7 @@
 #include <string>
 
 #include "EngineReading.hh"
+#include "platform/dds/DDS_BaseObj.h"
 
 namespace Lumenar {
 
@@ -23,6 +24,9 @@ class GUI_AbleRegistration {
   /// Returns a token for Remove. Threads: any.
   virtual long Add(const Entry& entry) = 0;
   virtual void Remove(long token) noexcept = 0;
+
+  /// The way by which the items publish; it outlives them.
+  virtual Corvanta::DdsBaseAccess& Topics() { return Corvanta::DdsBaseAccess::Instance(); }
 };
 
 }  // namespace Lumenar

@@ -6,7 +6,6 @@
 #include <string>
 #include <utility>
 
-#include "GuiAble.hh"
 #include "platform/base/InstanceCounter.h"
 #include "platform/base/Mutex.h"
 #include "platform/base/ProcessUse.h"
@@ -43,7 +42,9 @@ void Fill(Corvanta::Item& item, const GUI_AbleRegistration::Entry& entry) {
 /// The list of items, and what the ORB calls.
 class Servant : public POA_Corvanta::GUI_Able, public Corvanta::CountedServant {
  public:
-  explicit Servant(std::string engine) : engine_(std::move(engine)) {}
+  Servant(std::string engine, Corvanta::DdsBaseAccess& topics) : engine_(std::move(engine)), topics_(topics) {}
+
+  Corvanta::DdsBaseAccess& Topics() const noexcept { return topics_; }
 
   long Add(const GUI_AbleRegistration::Entry& entry) {
     Lock lock(mutex_);
@@ -91,7 +92,7 @@ class Servant : public POA_Corvanta::GUI_Able, public Corvanta::CountedServant {
 
   CORBA::ULongLong LostSamples() override {
     RequireOpen();
-    return Corvanta::DdsBaseAccess::Instance().LostSamples();
+    return topics_.LostSamples();
   }
 
   char* Version() override {
@@ -110,6 +111,7 @@ class Servant : public POA_Corvanta::GUI_Able, public Corvanta::CountedServant {
 
  private:
   const std::string engine_;
+  Corvanta::DdsBaseAccess& topics_;
   Mutex mutex_;                                                           // a leaf
   std::map<long, GUI_AbleRegistration::Entry> items_ GUARDED_BY(mutex_);  // tokens rise: in order of registration
   long last_token_ GUARDED_BY(mutex_) = 0;
@@ -118,7 +120,9 @@ class Servant : public POA_Corvanta::GUI_Able, public Corvanta::CountedServant {
 }  // namespace
 
 struct GUI_Able_i::Impl {
-  explicit Impl(ORB_wrapper& wrapper) : servant(new Servant(wrapper.EngineName())) {
+  Impl(std::string engine, Corvanta::DdsBaseAccess& topics) : servant(new Servant(std::move(engine), topics)) {}
+
+  explicit Impl(ORB_wrapper& wrapper) : Impl(wrapper.EngineName(), Corvanta::DdsBaseAccess::Instance()) {
     wrapper.Register(Corvanta::kRegistrationName, servant.Reference());
   }
 
@@ -127,10 +131,17 @@ struct GUI_Able_i::Impl {
 
 GUI_Able_i::GUI_Able_i() : impl_(std::make_unique<Impl>(CurrentWrapper())) {}
 
+GUI_Able_i::GUI_Able_i(std::string engine, Corvanta::DdsBaseAccess& topics)
+    : impl_(std::make_unique<Impl>(std::move(engine), topics)) {}
+
 GUI_Able_i::~GUI_Able_i() = default;
 
 long GUI_Able_i::Add(const Entry& entry) { return impl_->servant->Add(entry); }
 
 void GUI_Able_i::Remove(long token) noexcept { impl_->servant->Remove(token); }
+
+Corvanta::DdsBaseAccess& GUI_Able_i::Topics() { return impl_->servant->Topics(); }
+
+Corvanta::GUI_Able_ptr GUI_Able_i::Reference() const noexcept { return impl_->servant.Reference(); }
 
 }  // namespace Lumenar

@@ -7,6 +7,7 @@
 #include <new>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "platform/base/Diagnostic.h"
 #include "platform/base/Mutex.h"
@@ -22,6 +23,8 @@ namespace Corvanta {
 namespace {
 
 using Lumenar::Lock;
+
+using FindManager = DdsBaseAccess::FindManager;
 
 constexpr std::chrono::milliseconds kProbeLimit{250};
 constexpr std::chrono::milliseconds kJustNow{100};
@@ -48,8 +51,9 @@ void RequireAnswer(ORB_wrapper_base& orb, DDS_Manager_ptr manager) {
 }
 
 /// The manager that the naming service has now; raises at once when that is `known`, which does not answer.
-DDS_Manager_ptr FindAnother(ORB_wrapper_base& orb, DDS_Manager_ptr known, const CORBA::SystemException& error) {
-  CORBA::Object_var object = orb.Resolve(LocalPath(kTopicManager));
+DDS_Manager_ptr FindAnother(ORB_wrapper_base& orb, const FindManager& find, DDS_Manager_ptr known,
+                            const CORBA::SystemException& error) {
+  CORBA::Object_var object = find();
   if (!CORBA::is_nil(known) && known->_is_equivalent(object)) error._raise();
   DDS_Manager_var manager = DDS_Manager::_unchecked_narrow(object);
   if (CORBA::is_nil(manager)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
@@ -59,20 +63,31 @@ DDS_Manager_ptr FindAnother(ORB_wrapper_base& orb, DDS_Manager_ptr known, const 
 
 /// A manager that can be used. `known` may be nil; else it is asked first, so that a manager whose connections broke,
 /// or that hung for a while, is found again while the naming service is away.
-DDS_Manager_ptr Find(ORB_wrapper_base& orb, DDS_Manager_ptr known) {
+DDS_Manager_ptr Find(ORB_wrapper_base& orb, const FindManager& find, DDS_Manager_ptr known) {
   try {
     if (CORBA::is_nil(known)) throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
     RequireAnswer(orb, known);
     return DDS_Manager::_duplicate(known);
   } catch (const CORBA::SystemException& error) {
-    return FindAnother(orb, known, error);
+    return FindAnother(orb, find, known, error);
   }
+}
+
+CORBA::Object_ptr FindInNamingServiceOfTheOrb() {
+  auto* orb = dynamic_cast<ORB_wrapper_base*>(&ORB_base::Current());
+  if (orb == nullptr) throw CORBA::BAD_INV_ORDER(0, CORBA::COMPLETED_NO);
+  return orb->Resolve(LocalPath(kTopicManager));
 }
 
 }  // namespace
 
 /// The reference of the manager, and what is known of it. No lock is held over a remote call.
 struct DdsBaseAccess::Impl {
+  explicit Impl(FindManager find_manager) : find_(std::move(find_manager)) {}
+  ~Impl();
+  Impl(const Impl&) = delete;
+  Impl& operator=(const Impl&) = delete;
+
   void Publish(const char* topic, const SampleView& sample);
   CORBA::Long Subscribe(const char* topic, DDS_Sub_ptr subscriber, Renewed renewed);
   void Unsubscribe(const char* topic, DDS_Sub_ptr subscriber);
@@ -117,7 +132,9 @@ struct DdsBaseAccess::Impl {
   void NoteRefused(const char* topic, const CORBA::Exception& error);
   void EndAll();
 
+  const FindManager find_;
   Lumenar::Mutex mutex_;
+  long listener_ GUARDED_BY(mutex_) = 0;        ///< of the ORB's shutdown; 0 before there was an ORB
   CORBA::ORB_var orb_ GUARDED_BY(mutex_);       ///< whose references these are; held: a later ORB has another address
   bool open_ GUARDED_BY(mutex_) = false;        ///< orb_ runs
   DDS_Manager_var manager_ GUARDED_BY(mutex_);  ///< nil while the manager is away
@@ -151,8 +168,19 @@ ORB_wrapper_base* DdsBaseAccess::Impl::Attach() {
     breaker_ = Breaker();
     noted_ = false;
   }
-  orb->AddShutdownListener([this] { EndAll(); });
+  const long listener = orb->AddShutdownListener([this] { EndAll(); });
+  Lock lock(mutex_);
+  listener_ = listener;
   return orb;
+}
+
+DdsBaseAccess::Impl::~Impl() {
+  long listener = 0;
+  {
+    Lock lock(mutex_);
+    if (ORB_base::HasCurrent() && orb_.in() == ORB_base::Current().Orb()) listener = listener_;
+  }
+  if (listener != 0) ORB_base::Current().RemoveShutdownListener(listener);  // waits for one that runs
 }
 
 /// The manager that answered last, duplicated; nil when it has to be found. The road of each sample: one lock.
@@ -186,7 +214,7 @@ DDS_Manager_ptr DdsBaseAccess::Impl::Reach(Urgency urgency) {
 DDS_Manager_ptr DdsBaseAccess::Impl::Try(ORB_wrapper_base& orb, Urgency urgency) {
   try {
     DDS_Manager_var known = Known();
-    DDS_Manager_var manager = Find(orb, known);
+    DDS_Manager_var manager = Find(orb, find_, known);
     Found(manager);
     return manager._retn();
   } catch (const CORBA::Exception& error) {
@@ -216,7 +244,7 @@ void DdsBaseAccess::Impl::Found(DDS_Manager_ptr manager) {
     tried_.NotifyAll();
     std::swap(was_noted, noted_);
   }
-  if (was_noted) Lumenar::WriteError("topic manager is back");
+  if (was_noted) Lumenar::WriteError("topic manager is back", Lumenar::Priority::Notice);
   standing_.LookSoon();
 }
 
@@ -256,8 +284,9 @@ void DdsBaseAccess::Impl::NoteAway(const CORBA::Exception& error) {
     if (noted_) return;
     noted_ = true;
   }
-  Lumenar::WriteError("topic manager at " + LocalPathText(kTopicManager) +
-                      " is away: " + Lumenar::CorbaText(error, AddressOfKnown()));
+  Lumenar::WriteError(
+      "topic manager at " + LocalPathText(kTopicManager) + " is away: " + Lumenar::CorbaText(error, AddressOfKnown()),
+      Lumenar::Priority::Warning);
 }
 
 /// Of the process of the last manager that answered; empty before there was one.
@@ -273,7 +302,8 @@ void DdsBaseAccess::Impl::NoteRefused(const char* topic, const CORBA::Exception&
     Lock lock(mutex_);
     if (refused_.size() >= kMaxRefusedTopics || !refused_.insert(topic).second) return;
   }
-  Lumenar::WriteError(fmt::format("sample of topic {} not taken: {}", topic, Lumenar::CorbaText(error)));
+  Lumenar::WriteError(fmt::format("sample of topic {} not taken: {}", topic, Lumenar::CorbaText(error)),
+                      Lumenar::Priority::Warning);
 }
 
 void DdsBaseAccess::Impl::Publish(const char* topic, const SampleView& sample) {
@@ -385,11 +415,11 @@ void DdsBaseAccess::Impl::EndAll() {
   }
 }
 
-DdsBaseAccess::DdsBaseAccess() : impl_(std::make_unique<Impl>()) {}
+DdsBaseAccess::DdsBaseAccess(FindManager find) : impl_(std::make_unique<Impl>(std::move(find))) {}
 DdsBaseAccess::~DdsBaseAccess() = default;
 
 DdsBaseAccess& DdsBaseAccess::Instance() {
-  static DdsBaseAccess* access = new DdsBaseAccess;  // outlives every publisher
+  static DdsBaseAccess* access = new DdsBaseAccess(FindInNamingServiceOfTheOrb);  // outlives every publisher
   return *access;
 }
 

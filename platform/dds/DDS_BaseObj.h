@@ -9,8 +9,9 @@
 
 namespace Corvanta {
 
-/// The way to the topic manager, one for the process; found through the naming service at Lumenar/local/DDS_MANAGER/1
-/// when first needed, and again by itself after the manager was away.
+/// The way to the topic manager, found through the naming service at Lumenar/local/DDS_MANAGER/1 when first needed, and
+/// again by itself after the manager was away. A process has one, Instance(), for the naming service of its ORB; a
+/// client of further platforms has one for each.
 ///
 /// A manager that is away is noted once on standard error, its return once; while it is away, at most one call each 250
 /// ms tries it, so that nothing is slowed down. A subscription stands until it is ended here: a manager that has lost
@@ -19,6 +20,16 @@ namespace Corvanta {
 class DdsBaseAccess {
  public:
   static DdsBaseAccess& Instance();
+
+  /// That of another platform: `find` gives what its naming service has under the manager's name, and raises CORBA
+  /// exceptions where that fails. The ORB of the process lives as long as this.
+  using FindManager = std::function<CORBA::Object_ptr()>;
+  explicit DdsBaseAccess(FindManager find);
+
+  /// Subscriptions through this were ended before.
+  ~DdsBaseAccess();
+  DdsBaseAccess(const DdsBaseAccess&) = delete;
+  DdsBaseAccess& operator=(const DdsBaseAccess&) = delete;
 
   /// Sends a sample to the manager. Never throws: a manager that is away loses the sample, counted.
   void Publish(const char* topic, const SampleView& sample) noexcept;
@@ -40,8 +51,6 @@ class DdsBaseAccess {
   unsigned long long LostSamples() const noexcept;
 
  private:
-  DdsBaseAccess();
-  ~DdsBaseAccess();
   struct Impl;
   std::unique_ptr<Impl> impl_;
 };

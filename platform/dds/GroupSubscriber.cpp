@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/dds/GroupSubscriber.h"
 
+#include <map>
 #include <new>
 #include <optional>
-#include <unordered_map>
 #include <utility>
 
 #include "platform/base/Mutex.h"
@@ -12,7 +12,7 @@
 
 namespace Corvanta {
 
-/// The subscribers of this process by their handles.
+/// The subscribers of this process by their managers and handles.
 class GroupSubscriber::Members {
  public:
   static Members& Instance() {
@@ -26,7 +26,7 @@ class GroupSubscriber::Members {
     Membership& membership = member->membership_;
     if (membership.left) return;
     Erase(membership.handle, member);
-    members_[handle] = member;
+    members_[{member->manager_, handle}] = member;
     membership.handle = handle;
   }
 
@@ -37,9 +37,9 @@ class GroupSubscriber::Members {
   }
 
   /// Held by a reference of the caller's; null for an unknown handle.
-  GroupSubscriber* Find(CORBA::Long handle) {
+  GroupSubscriber* Find(const DdsBaseAccess* manager, CORBA::Long handle) {
     Lumenar::Lock lock(mutex_);
-    const auto found = members_.find(handle);
+    const auto found = members_.find({manager, handle});
     if (found == members_.end()) return nullptr;
     found->second->_add_ref();  // under the lock: who leaves does so before it is released
     return found->second;
@@ -47,15 +47,19 @@ class GroupSubscriber::Members {
 
  private:
   void Erase(CORBA::Long handle, const GroupSubscriber* member) noexcept REQUIRES(mutex_) {
-    const auto found = members_.find(handle);
+    const auto found = members_.find({member->manager_, handle});
     if (found != members_.end() && found->second == member) members_.erase(found);
   }
 
   Lumenar::Mutex mutex_;
-  std::unordered_map<CORBA::Long, GroupSubscriber*> members_ GUARDED_BY(mutex_);
+  std::map<std::pair<const DdsBaseAccess*, CORBA::Long>, GroupSubscriber*> members_ GUARDED_BY(mutex_);
 };
 
-bool GroupSubscriber::TakeCall(IncomingCall& call) { return TakeCallback(call) || DispatchGroup(call, &TakeFor); }
+bool GroupSubscriber::TakeCall(IncomingCall& call) {
+  return TakeCallback(call) || DispatchGroup(call, [this](CORBA::Long handle, SampleRecord& sample, bool last) {
+           return TakeFor(handle, sample, last);
+         });
+}
 
 bool GroupSubscriber::TakeCallback(IncomingCall& call) {
   bool read = false;
@@ -73,10 +77,13 @@ bool GroupSubscriber::TakeCallback(IncomingCall& call) {
   }
 }
 
-HandleSeq* GroupSubscriber::DDS_Group(const SharedSampleSeq& samples) { return TakeGroup(samples, &TakeFor); }
+HandleSeq* GroupSubscriber::DDS_Group(const SharedSampleSeq& samples) {
+  return TakeGroup(
+      samples, [this](CORBA::Long handle, SampleRecord& sample, bool last) { return TakeFor(handle, sample, last); });
+}
 
-bool GroupSubscriber::TakeFor(CORBA::Long handle, SampleRecord& sample, bool last) {
-  const PortableServer::Servant_var<GroupSubscriber> member(Members::Instance().Find(handle));
+bool GroupSubscriber::TakeFor(CORBA::Long handle, SampleRecord& sample, bool last) const {
+  const PortableServer::Servant_var<GroupSubscriber> member(Members::Instance().Find(manager_, handle));
   if (member.in() == nullptr) return false;
   if (last) return member->TakeAtOnce(std::move(sample));
   std::optional<SampleRecord> copy;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "DDS.hh"
+#include "platform/dds/DDS_BaseObj.h"
 #include "platform/records/SampleRecord.h"
 #include "platform/wire/GuardedServant.h"
 
@@ -12,13 +13,16 @@ namespace Corvanta {
 /// Such a call hands each sample out in turn on one thread. A subscriber that would have to wait for something takes
 /// nothing then (see UpcallGate::WithoutWaiting), so that it holds up no other: it gets its sample in a call of its
 /// own.
+///
+/// Two managers may give the same handle: a process that subscribes with several tells their subscribers apart by the
+/// way to each.
 /// Threads   any.
 class GroupSubscriber : public GuardedServant<POA_Corvanta::DDS_GroupSub> {
  public:
   HandleSeq* DDS_Group(const SharedSampleSeq& samples) override;
 
  protected:
-  GroupSubscriber() = default;
+  explicit GroupSubscriber(const DdsBaseAccess& manager = DdsBaseAccess::Instance()) : manager_(&manager) {}
   ~GroupSubscriber() override = default;
 
   /// Samples off the wire go through the any guard.
@@ -49,8 +53,9 @@ class GroupSubscriber : public GuardedServant<POA_Corvanta::DDS_GroupSub> {
 
   bool TakeCallback(IncomingCall& call);
   bool TakeAtOnce(SampleRecord&& sample);
-  static bool TakeFor(CORBA::Long handle, SampleRecord& sample, bool last);
+  bool TakeFor(CORBA::Long handle, SampleRecord& sample, bool last) const;
 
+  const DdsBaseAccess* const manager_;  ///< a mark: it may be gone
   Membership membership_;
 };
 

@@ -2,11 +2,16 @@
 #include "platform/orb/Naming.h"
 
 #include <chrono>
+#include <stdexcept>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 #include "platform/base/Diagnostic.h"
+#include "platform/base/ServiceManager.h"
 #include "platform/orb/CorbaText.h"
+#include "platform/signals/Signals.h"
+#include "platform/transport/addresses.h"
 
 namespace Corvanta {
 namespace {
@@ -53,6 +58,14 @@ bool Answers(CORBA::Object_ptr object) {
 
 Naming::~Naming() { EndKeeper(); }
 
+std::unique_ptr<Naming> Naming::At(CORBA::ORB_ptr orb, const std::string& address) {
+  const std::string problem = HostPortProblem(address);
+  if (!problem.empty()) throw std::invalid_argument("\"" + address + "\" " + problem);
+  auto naming = std::make_unique<Naming>(orb, address);
+  naming->root_ = orb->string_to_object(("corbaloc:iiop:" + address + "/NameService").c_str());
+  return naming;
+}
+
 void Naming::EndKeeper() noexcept {
   {
     Lumenar::Lock lock(mutex_);
@@ -62,7 +75,8 @@ void Naming::EndKeeper() noexcept {
 }
 
 CosNaming::NamingContext_ptr Naming::Root() const {
-  CORBA::Object_var object = orb_->resolve_initial_references("NameService");
+  CORBA::Object_var object =
+      CORBA::is_nil(root_) ? orb_->resolve_initial_references("NameService") : CORBA::Object::_duplicate(root_);
   CosNaming::NamingContext_var root = CosNaming::NamingContext::_unchecked_narrow(object);  // saves asking for its type
   if (CORBA::is_nil(root)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
   return root._retn();
@@ -75,13 +89,47 @@ CORBA::Object_ptr Naming::Resolve(const Path& path) const {
   return object._retn();
 }
 
-CORBA::Object_ptr Naming::ResolveWithin(const Path& path, std::chrono::milliseconds limit) const {
+/// The service with a limit of its own, which does not touch other calls through the root.
+CosNaming::NamingContext_ptr Naming::LimitedRoot(std::chrono::milliseconds limit) const {
   const CosNaming::NamingContext_var root = Root();
   const CORBA::String_var text = orb_->object_to_string(root);
-  const CORBA::Object_var own = orb_->string_to_object(text);  // the limit is not to touch other calls through the root
-  const CosNaming::NamingContext_var limited = CosNaming::NamingContext::_unchecked_narrow(own);
+  const CORBA::Object_var own = orb_->string_to_object(text);
+  CosNaming::NamingContext_var limited = CosNaming::NamingContext::_unchecked_narrow(own);
   omniORB::setClientCallTimeout(limited,
                                 static_cast<CORBA::ULong>(limit.count()));  // a narrowed reference does not inherit it
+  return limited._retn();
+}
+
+bool Naming::IsThere(std::chrono::milliseconds limit) const {
+  try {
+    const CosNaming::NamingContext_var root = LimitedRoot(limit);
+    return !root->_non_existent();
+  } catch (const CORBA::SystemException&) {
+    return false;
+  }
+}
+
+void Naming::WaitUntilItAnswers(std::chrono::seconds limit) const {
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::milliseconds kPause{100};
+  const auto end = Clock::now() + limit;
+  bool was_told = false;
+  while (Clock::now() < end && !IsThere(std::chrono::milliseconds(kProbeLimit_ms))) {
+    Lumenar::Signals::ThrowIfPending();
+    if (!std::exchange(was_told, true)) NoteWait(limit);
+    std::this_thread::sleep_for(kPause);  // what answers nobody here costs next to nothing
+  }
+}
+
+void Naming::NoteWait(std::chrono::seconds limit) const {
+  const std::string line =
+      "naming service at " + address_ + " is waited for, " + std::to_string(limit.count()) + " s at most";
+  Lumenar::WriteError(line, Lumenar::Priority::Notice);
+  Lumenar::TellServiceManager("STATUS=" + line);
+}
+
+CORBA::Object_ptr Naming::ResolveWithin(const Path& path, std::chrono::milliseconds limit) const {
+  const CosNaming::NamingContext_var limited = LimitedRoot(limit);
   CORBA::Object_var object = limited->resolve(NameOf(path));
   if (CORBA::is_nil(object)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_YES);
   return object._retn();
@@ -114,14 +162,18 @@ void Naming::Bind(const Path& path, CORBA::Object_ptr object) {
   Remember(path, object);
 }
 
+bool Naming::BindIfFree(const Path& path, CORBA::Object_ptr object) {
+  if (!BindNew(path, object)) return false;
+  Remember(path, object);
+  return true;
+}
+
 int Naming::BindInstance(const Path& context, CORBA::Object_ptr object) {
   Path path = context;
   path.emplace_back();
   for (int number = 1; number <= kMostInstances; ++number) {
     path.back() = std::to_string(number);
-    if (!BindNew(path, object)) continue;
-    Remember(path, object);
-    return number;
+    if (BindIfFree(path, object)) return number;
   }
   throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
 }
@@ -274,11 +326,13 @@ void Naming::Restore(const Path& path, CORBA::Object_ptr object) {
 
 void Naming::NoteTrouble(const char* trouble, const CORBA::SystemException& error) {
   if (std::exchange(trouble_, trouble) == trouble) return;
-  Lumenar::WriteError("naming service at " + address_ + " " + trouble + ": " + Lumenar::CorbaText(error, address_));
+  Lumenar::WriteError("naming service at " + address_ + " " + trouble + ": " + Lumenar::CorbaText(error, address_),
+                      Lumenar::Priority::Warning);
 }
 
 void Naming::NoteBack() {
-  if (std::exchange(trouble_, nullptr) != nullptr) Lumenar::WriteError("naming service at " + address_ + " is back");
+  if (std::exchange(trouble_, nullptr) == nullptr) return;
+  Lumenar::WriteError("naming service at " + address_ + " is back", Lumenar::Priority::Notice);
 }
 
 }  // namespace Corvanta

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,24 +28,41 @@ class Naming {
  public:
   using Path = NamePath;
 
-  /// `address` ("HOST:PORT") is for messages.
+  /// The naming service that the ORB was initialised with; `address` ("HOST:PORT") is for messages.
   Naming(CORBA::ORB_ptr orb, std::string address) : orb_(CORBA::ORB::_duplicate(orb)), address_(std::move(address)) {}
+
+  /// The naming service at an address, "HOST:PORT", whatever the ORB was initialised with.
+  /// Errors   std::invalid_argument for an address of a form that is none.
+  static std::unique_ptr<Naming> At(CORBA::ORB_ptr orb, const std::string& address);
+
   ~Naming();
   Naming(const Naming&) = delete;
   Naming& operator=(const Naming&) = delete;
+
+  /// Returns when the service answers, or after `limit`: the next operation then tells what is wrong. Where it does not
+  /// answer at once, one line on standard error says that this process waits.
+  /// Errors   Signal_Exception when a signal came meanwhile.
+  void WaitUntilItAnswers(std::chrono::seconds limit) const;
 
   CORBA::Object_ptr Resolve(const Path& path) const;
   /// With a limit of its own, whatever that of other calls is.
   CORBA::Object_ptr ResolveWithin(const Path& path, std::chrono::milliseconds limit) const;
   void Bind(const Path& path, CORBA::Object_ptr object);
+  /// False, having done nothing, when a live object has the name.
+  bool BindIfFree(const Path& path, CORBA::Object_ptr object);
   int BindInstance(const Path& context, CORBA::Object_ptr object);
   std::vector<std::string> List(const Path& context) const;
 
   /// Unbinds every name that is still ours; none is put back after that.
   void UnbindAll() noexcept;
 
+  const std::string& Address() const noexcept { return address_; }
+
  private:
   CosNaming::NamingContext_ptr Root() const;
+  CosNaming::NamingContext_ptr LimitedRoot(std::chrono::milliseconds limit) const;
+  bool IsThere(std::chrono::milliseconds limit) const;
+  void NoteWait(std::chrono::seconds limit) const;
   template <class Operation>
   void WithContexts(const Path& path, Operation operation) const;
   void CreateContexts(const Path& path) const;
@@ -63,6 +81,7 @@ class Naming {
 
   CORBA::ORB_var orb_;
   const std::string address_;
+  CORBA::Object_var root_;  ///< of the service at an address of its own; nil for the ORB's
   Lumenar::Mutex mutex_;
   std::map<Path, CORBA::Object_var> names_ GUARDED_BY(mutex_);
   bool ended_ GUARDED_BY(mutex_) = false;

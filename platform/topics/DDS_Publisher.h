@@ -14,14 +14,16 @@ namespace Corvanta {
 template <class T>
 class DDS_Publisher : public DDS_BaseObj, virtual public boost::noncopyable {
  public:
-  explicit DDS_Publisher(const char* topic) : topic_(topic) {}
+  /// `manager` outlives this.
+  explicit DDS_Publisher(const char* topic, DdsBaseAccess& manager = DdsBase()) : topic_(topic), manager_(manager) {}
 
   /// Sends a record on the topic. Never throws; see DdsBaseAccess::Publish. The caller keeps the order: one call at a
   /// time.
-  void Publish(const T& record) noexcept { DdsBase().Publish(topic_.c_str(), ViewOf(record)); }
+  void Publish(const T& record) noexcept { manager_.Publish(topic_.c_str(), ViewOf(record)); }
 
  private:
   std::string topic_;
+  DdsBaseAccess& manager_;
 };
 
 }  // namespace Corvanta

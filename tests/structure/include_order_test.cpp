@@ -98,8 +98,8 @@ TEST(IncludeOrder, AJudgeThatKnowsTheEngineIsSeen) {
 
 TEST(IncludeOrder, EverySourceStandsInAKnownFolder) {
   std::vector<std::string> strangers;
-  for (const char* top :
-       {"platform", "judge", "Common_Math", "host", "services", "instruments", "recording", "client", "tools"}) {
+  for (const char* top : {"platform", "judge", "Common_Math", "host", "services", "instruments", "recording", "client",
+                          "tools", "python"}) {
     for (const Source& source : SourcesBelow(SOURCE_ROOT, top))
       if (!LayerOf(source.path)) strangers.push_back(source.path);
   }

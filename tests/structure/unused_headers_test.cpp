@@ -113,8 +113,8 @@ bool IsUsedUnnamed(const Source& header) {
 
 std::vector<std::string> UnusedIncludes(const std::filesystem::path& root) {
   std::vector<Source> sources;
-  for (const char* top :
-       {"platform", "judge", "recording", "Common_Math", "host", "services", "instruments", "client", "tools"}) {
+  for (const char* top : {"platform", "judge", "recording", "Common_Math", "host", "services", "instruments", "client",
+                          "tools", "python"}) {
     auto below = SourcesBelow(root, top);
     std::move(below.begin(), below.end(), std::back_inserter(sources));
   }

@@ -100,7 +100,8 @@ void DefineGraph(CLI::App& app, Command& command) {
             command.options.format = format == "json" ? Format::Json : format == "csv" ? Format::Csv : Format::Table;
           },
           "As text, or as dot, json (one object a line) or csv")
-      ->check(CLI::IsMember({"table", "text", "dot", "json", "csv"}));
+      ->transform(CLI::IsMember({"table", "text", "dot", "json", "csv"}, CLI::ignore_case).description(""))
+      ->type_name("FORMAT");
   verb->add_option("-o,--output", arguments->output, "Write this .dot, .svg or .png file")
       ->type_name("FILE")
       ->check(CheckGraphFile);

@@ -10,6 +10,7 @@
 
 #include "platform/base/Mutex.h"
 #include "platform/components/HoldReadings.h"
+#include "platform/dds/DDS_BaseObj.h"
 #include "platform/records/trace_record.h"
 #include "platform/topics/DDS_Publisher.h"
 
@@ -21,8 +22,9 @@ namespace Corvanta {
 template <class T>
 class PublishedValue : public boost::enable_shared_from_this<PublishedValue<T>> {
  public:
-  PublishedValue(const std::string& topic, const T& initial)
-      : publisher_(topic.c_str()), value_(initial), hold_(Lumenar::HoldReadings::CreateInstance()) {}
+  /// `manager` outlives this.
+  PublishedValue(const std::string& topic, const T& initial, DdsBaseAccess& manager = DdsBaseAccess::Instance())
+      : publisher_(topic.c_str(), manager), value_(initial), hold_(Lumenar::HoldReadings::CreateInstance()) {}
 
   /// Stores and publishes. A record as long as the last one is copied into the buffer that is there; one that the
   /// caller gives up is not copied, and comes back with the buffer of the last one (ExchangeRecord).

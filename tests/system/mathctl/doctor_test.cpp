@@ -58,16 +58,15 @@ class DoctorTest : public PicturesFixture {
 };
 
 TEST_F(DoctorTest, FindsAPlatformWell) {
-  ScalarInput level(bench_, "LEVEL", ScalarOf(1, kMilliwatt));
-  Out({"create", "Peak", "LEVEL"});
-  level = ScalarOf(2, kMilliwatt);
-  ASSERT_EQ(WaitForVerdict("math objects", "well")["text"], "1 math object");
-  const std::string text = Out({"doctor", "--count", "0.05"});
+  platform_.StartEngine("sim", {{"SIM_READINGS", "trace:T:points=11:rate=50:units=mW"}});
+  Out({"create", "Peak", "SIM/1/T"});
+  EXPECT_EQ(WaitForVerdict("math objects", "well")["text"], "1 math object");
+  const std::string text = Out({"doctor", "--count", "0.5"});
   EXPECT_THAT(text, AllOf(HasSubstr("well  settings"), ContainsRegex("\nwell  topic manager +127\\.0\\.0\\.1:[0-9]+"),
-                          HasSubstr("a sample of our own came back within"), HasSubstr("1 engine reported"),
-                          HasSubstr("all stand at the topic manager"), HasSubstr("well  reading TESTBENCH/1/LEVEL")));
+                          HasSubstr("a sample of our own came back within"), HasSubstr("2 engines reported"),
+                          HasSubstr("all stand at the topic manager"), HasSubstr("well  reading SIM/1/T")));
   EXPECT_THAT(text, Not(HasSubstr("->")));
-  EXPECT_THAT(Out({"doctor", "math:0", "--count", "0.05"}), HasSubstr("Peak: live"));
+  EXPECT_THAT(Out({"doctor", "math:0", "--count", "0.5"}), HasSubstr("Peak: live"));
 }
 
 TEST_F(DoctorTest, FindsEachServiceThatIsAway) {

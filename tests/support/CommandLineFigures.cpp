@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "bench/objects/CommandLine.h"
+#include "tests/support/CommandLineFigures.h"
 
 #include <sys/resource.h>
 
@@ -11,7 +11,7 @@
 
 #include "tests/support/PseudoTerminal.h"
 
-namespace Lumenar::Bench {
+namespace Lumenar::Test {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -28,19 +28,18 @@ double ProcessorSecondsOfEnded() {
   return seconds(use.ru_utime) + seconds(use.ru_stime);
 }
 
-double ProcessorSecondsOfTop(Test::IsolatedPlatform& platform, int rounds) {
+double ProcessorSecondsOfTop(IsolatedPlatform& platform, int rounds) {
   auto environment = platform.Environment();
   environment["TERM"] = "xterm";
   const double before = ProcessorSecondsOfEnded();
-  Test::PseudoTerminal terminal(Test::BuiltProgram("mathctl"), {"top", "-n", std::to_string(rounds), "-d", "0.001"},
-                                environment);
+  PseudoTerminal terminal(BuiltProgram("mathctl"), {"top", "-n", std::to_string(rounds), "-d", "0.001"}, environment);
   if (terminal.Wait(kProgramLimit) != 0) throw std::runtime_error("mathctl top: " + terminal.All());
   return ProcessorSecondsOfEnded() - before;
 }
 
 }  // namespace
 
-double SecondsToList(Test::IsolatedPlatform& platform) {
+double SecondsToList(IsolatedPlatform& platform) {
   double best = std::numeric_limits<double>::infinity();
   for (int i = 0; i < 5; ++i) {
     const auto begin = Clock::now();
@@ -51,10 +50,10 @@ double SecondsToList(Test::IsolatedPlatform& platform) {
   return best;
 }
 
-double ProcessorSecondsToRedraw(Test::IsolatedPlatform& platform) {
+double ProcessorSecondsToRedraw(IsolatedPlatform& platform) {
   constexpr int kRounds = 20;
   const double start = ProcessorSecondsOfTop(platform, 1);
   return (ProcessorSecondsOfTop(platform, 1 + kRounds) - start) / kRounds;
 }
 
-}  // namespace Lumenar::Bench
+}  // namespace Lumenar::Test

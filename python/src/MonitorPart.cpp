@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "python/src/MonitorPart.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <system_error>
+#include <utility>
+
+#include "python/src/ProcessMark.h"
+#include "python/src/blocking.h"
+#include "python/src/interpreter.h"
+
+namespace Lumenar::Python {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr double kLongest_s = 1e9;  // beyond it the clock's numbers would overflow
+
+Clock::time_point DeadlineAfter(std::optional<double> limit_s) {
+  const double seconds = std::min(limit_s.value_or(kLongest_s), kLongest_s);
+  return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+}  // namespace
+
+MonitorPart::State::~State() {
+  if (arrivals < 0) return;
+  subscription.OnArrival({});
+  close(arrivals);
+}
+
+std::shared_ptr<Result> MonitorPart::State::ResultOf(std::optional<Client::Delivery> delivery) const {
+  if (!delivery) return nullptr;
+  return std::make_shared<Result>(names.at(delivery->source), delivery->time, std::move(delivery->record));
+}
+
+MonitorPart::MonitorPart(const std::shared_ptr<Client::Connection>& connection,
+                         const std::vector<std::shared_ptr<ReadingPart>>& readings)
+    : state_(std::make_shared<State>(connection)) {
+  const auto state = state_.Get();
+  for (const auto& reading : readings) {
+    state->names.push_back(reading->Name());
+    state->subscription.Add(reading->Use()->reading);
+  }
+}
+
+std::shared_ptr<Result> MonitorPart::Next(std::optional<double> limit_s) const {
+  ProcessMark::RequireOwn();
+  const Clock::time_point deadline = DeadlineAfter(limit_s);
+  for (;;) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+    std::shared_ptr<Result> result;
+    bool ended = false;
+    {
+      const WithoutGil without_gil;
+      const auto state = state_.Get();
+      if (state) result = state->ResultOf(state->subscription.Next(std::clamp(left, {}, kLook)));
+      ended = !state || state->subscription.Ended();
+    }
+    if (result) return result;
+    CheckSignals();
+    if (ended || left.count() <= 0) return nullptr;
+  }
+}
+
+std::shared_ptr<Result> MonitorPart::Poll() const {
+  ProcessMark::RequireOwn();
+  const auto state = state_.Get();
+  if (!state) return nullptr;
+  eventfd_t count = 0;
+  if (state->arrivals >= 0) eventfd_read(state->arrivals, &count);  // first: what comes from here on is told again
+  return state->ResultOf(state->subscription.Next({}));
+}
+
+int MonitorPart::FileDescriptor() {
+  ProcessMark::RequireOwn();
+  const auto state = state_.Get();
+  if (!state) throw Client::Error(Client::ErrorKind::BadArgument, "the monitor has ended");
+  if (state->arrivals >= 0) return state->arrivals;
+  const int arrivals = eventfd(1, EFD_CLOEXEC | EFD_NONBLOCK);  // what is there already counts as come
+  if (arrivals < 0) throw std::system_error(errno, std::generic_category(), "a descriptor for arrivals");
+  state->arrivals = arrivals;
+  state->subscription.OnArrival([arrivals] { eventfd_write(arrivals, 1); });
+  return arrivals;
+}
+
+bool MonitorPart::HasEnded() const {
+  const auto state = state_.Get();
+  return !state || state->subscription.Ended();
+}
+
+unsigned long long MonitorPart::Lost() const {
+  const auto state = state_.Get();
+  return state ? state->subscription.Lost() : lost_.load();
+}
+
+void MonitorPart::Close() noexcept {
+  const auto state = state_.Take();
+  if (!state) return;
+  state->subscription.End();
+  lost_ = state->subscription.Lost();
+}
+
+}  // namespace Lumenar::Python

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "python/src/ProcessMark.h"
+
+#include <pthread.h>
+
+#include <atomic>
+
+#include "client/Error.h"
+#include "python/src/CallThreads.h"
+
+namespace Lumenar::Python {
+namespace {
+
+std::atomic<int> in_use{0};
+std::atomic<bool> orphan{false};
+
+/// The child's: it has this thread alone.
+void AfterFork() {
+  if (in_use > 0) orphan = true;
+  CallThreads::ForgetAll();
+}
+
+}  // namespace
+
+void ProcessMark::Begin() { pthread_atfork(nullptr, nullptr, &AfterFork); }
+
+ProcessMark::InUse::InUse() noexcept { ++in_use; }
+ProcessMark::InUse::~InUse() { --in_use; }
+
+bool ProcessMark::IsOrphan() noexcept { return orphan; }
+
+void ProcessMark::RequireOwn() {
+  if (!orphan) return;
+  throw Client::Error(Client::ErrorKind::BadArgument,
+                      "this process was forked while a client was open: open clients in the child of "
+                      "multiprocessing's \"spawn\", or fork before the first is opened");
+}
+
+}  // namespace Lumenar::Python

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "python/src/interpreter.h"
+
+#include <unistd.h>
+
+#include <atomic>
+
+namespace Lumenar::Python {
+namespace {
+
+std::atomic<unsigned long> main_thread{0};
+std::atomic<bool> exiting{false};
+
+}  // namespace
+
+void Interpreter::Begin() {
+  const auto threading = pybind11::module_::import("threading");
+  main_thread = threading.attr("main_thread")().attr("ident").cast<unsigned long>();
+}
+
+bool Interpreter::IsMainThread() noexcept { return PyThread_get_thread_ident() == main_thread; }
+
+void Interpreter::BeginExit() noexcept { exiting = true; }
+
+bool Interpreter::IsExiting() noexcept { return exiting; }
+
+WithoutGil::~WithoutGil() {
+  while (exiting && !Interpreter::IsMainThread()) pause();
+  PyEval_RestoreThread(state_);
+}
+
+void CheckSignals() {
+  if (PyErr_CheckSignals() != 0) throw pybind11::error_already_set();
+}
+
+}  // namespace Lumenar::Python
