@@ -16,7 +16,7 @@ namespace {
 constexpr std::uint64_t kFirstOnes = 4;
 constexpr std::int64_t kBeginning_ns = 500'000'000;
 
-/// An arrival without a result may be ahead of so many of another input that came earlier, a new setting of so many.
+/// An arrival without a result, or one of which nothing can be computed, may be ahead of so many of another input that came earlier, a new setting of so many.
 /// There would be no end of orders that make no difference otherwise.
 constexpr std::size_t kMostPassed = 3;
 constexpr std::size_t kMostPassedBySetting = 64;
@@ -27,8 +27,13 @@ constexpr std::uint64_t kMostWithoutResult = 8;
 }  // namespace
 
 Expansion::Expansion(const ObjectFacts& facts, const SearchLimits& limits, const std::vector<Arrivals>& streams,
-                     const Beginning& beginning, const Arrival& result)
-    : facts_(facts), limits_(limits), streams_(streams), beginning_(beginning), result_(result) {}
+                     const Beginning& beginning, const Arrival& result, bool is_telling)
+    : facts_(facts),
+      limits_(limits),
+      streams_(streams),
+      beginning_(beginning),
+      result_(result),
+      is_telling_(is_telling) {}
 
 void Expansion::From(const Path& path) {
   waiting_.push_back(path);
@@ -48,8 +53,7 @@ void Expansion::FromWithReset(const Path& path) {
       {Remark::Reset, result_.number, result_.time_ns, "explained by a RESET that is not in the recording"});
   if (outcome.kind == Outcome::Nothing) return From(with_reset);
   if (outcome.kind != Outcome::Published || !SameBits(*with_reset.operation->Result(), *result_.sample)) return;
-  with_reset.findings.CountChecked();
-  found_.push_back(std::move(with_reset));
+  FindAt(std::move(with_reset));
 }
 
 std::vector<Path> Expansion::Skipping(const Path& path) const {
@@ -116,12 +120,9 @@ void Expansion::Try(const Path& path, std::size_t stream) {
   if (arrival == nullptr) return;
   Path behind = path;
   const Outcome outcome = Apply(behind, stream, *arrival);
-  switch (outcome.kind) {
-    case Outcome::Published: return Compare(std::move(behind), stream, *arrival);
-    case Outcome::Unknown: return TakeUnknown(std::move(behind), outcome.reason, IsNear(path, stream, *arrival));
-    case Outcome::Nothing: break;
-  }
+  if (outcome.kind == Outcome::Published) return Compare(std::move(behind), stream, *arrival);
   if (!IsNear(path, stream, *arrival)) return;
+  if (outcome.kind == Outcome::Unknown) return TakeUnknown(std::move(behind), outcome.reason);
   if (arrival->what == Arrival::Sample) behind.findings.CountRefused(outcome.reason);
   Wait(std::move(behind));
 }
@@ -129,17 +130,23 @@ void Expansion::Try(const Path& path, std::size_t stream) {
 void Expansion::Compare(Path path, std::size_t stream, const Arrival& arrival) {
   if (SameBits(*path.operation->Result(), *result_.sample)) {
     NoteOrder(path, stream, arrival);
-    path.started = path.settled = true;
-    path.findings.CountChecked();
-    found_.push_back(std::move(path));
-    return;
+    return FindAt(std::move(path));
   }
   Consider(path, stream, arrival);
   if (MayPassAtStart(path, arrival) && IsNear(path, stream, arrival)) Wait(std::move(path));
 }
 
-/// What nobody told may be found out from the result; else the result may be this sample's, or the sample had none.
-void Expansion::TakeUnknown(Path path, const std::string& reason, bool may_pass) {
+/// The path has given the result, bit for bit.
+void Expansion::FindAt(Path path) {
+  path.started = path.settled = true;
+  if (is_telling_) ++path.evidence;
+  path.findings.CountChecked();
+  found_.push_back(std::move(path));
+}
+
+/// What nobody told may be found out from the result; else the result may be this sample's. Or the sample had none.
+void Expansion::TakeUnknown(Path path, const std::string& reason) {
+  const std::size_t found_before = found_.size();
   for (auto& guess : path.operation->Guesses(*result_.sample, limits_.guesses)) {
     Path guessed = path;
     guessed.operation = OperationValue(std::move(guess));
@@ -147,12 +154,14 @@ void Expansion::TakeUnknown(Path path, const std::string& reason, bool may_pass)
     guessed.findings.CountUnchecked("taken to find out " + reason);
     found_.push_back(std::move(guessed));
   }
-  Path taken = path;
-  taken.operation->SetResult(*result_.sample);
-  taken.started = true;
-  taken.findings.CountUnchecked("not in the recording: " + reason);
-  found_.push_back(std::move(taken));
-  if (!may_pass || path.settled || path.detours == kMostWithoutResult) return;
+  if (found_.size() == found_before) {
+    Path taken = path;
+    taken.operation->SetResult(*result_.sample);
+    taken.started = true;
+    taken.findings.CountUnchecked("not in the recording: " + reason);
+    found_.push_back(std::move(taken));
+  }
+  if (path.settled || path.detours == kMostWithoutResult) return;
   ++path.detours;
   Wait(std::move(path));
 }
@@ -164,6 +173,7 @@ void Expansion::TakeFromBefore(const Path& path) {
   if (!input_is_late && !is_first) return;
   Path from_before = path;
   from_before.operation->SetResult(*result_.sample);
+  from_before.from_before = true;
   from_before.findings.CountUnchecked("of a sample from before the recording");
   ++from_before.detours;
   found_.push_back(std::move(from_before));
@@ -204,7 +214,8 @@ bool Expansion::IsNear(const Path& path, std::size_t stream, const Arrival& arri
 }
 
 bool Expansion::MayPassAtStart(const Path& path, const Arrival& arrival) const {
-  return !path.started && (arrival.place < beginning_.first_result || arrival.number <= kFirstOnes);
+  if (path.started) return false;
+  return arrival.place < beginning_.first_result || (!path.from_before && arrival.number <= kFirstOnes);
 }
 
 std::string Expansion::NameOf(const ObjectFacts& facts, std::size_t stream) {

@@ -25,7 +25,9 @@ struct Beginning {
 class Expansion {
  public:
   Expansion(const ObjectFacts& facts, const SearchLimits& limits, const std::vector<Arrivals>& streams,
-            const Beginning& beginning, const Arrival& result);
+            const Beginning& beginning, const Arrival& result, bool is_telling);
+
+  // `is_telling`: the result is another one than the one before it.
 
   /// Adds to Found the ways on from this path, by one arrival after the other, those that give no result included.
   void From(const Path& path);
@@ -51,9 +53,10 @@ class Expansion {
   static Outcome Apply(Path& path, std::size_t stream, const Arrival& arrival);
   void Try(const Path& path, std::size_t stream);
   void Compare(Path path, std::size_t stream, const Arrival& arrival);
-  void TakeUnknown(Path path, const std::string& reason, bool may_pass);
+  void TakeUnknown(Path path, const std::string& reason);
   void TakeFromBefore(const Path& path);
   void Wait(Path path);
+  void FindAt(Path path);
   void NoteOrder(Path& path, std::size_t stream, const Arrival& arrival) const;
   void Consider(const Path& path, std::size_t stream, const Arrival& arrival);
   bool IsNear(const Path& path, std::size_t stream, const Arrival& arrival) const;
@@ -66,6 +69,7 @@ class Expansion {
   const std::vector<Arrivals>& streams_;
   const Beginning& beginning_;
   const Arrival& result_;
+  const bool is_telling_;
   std::vector<Path> found_;
   std::vector<Path> waiting_;
   std::set<std::uint64_t> seen_;

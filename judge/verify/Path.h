@@ -32,6 +32,8 @@ struct Path {
   std::vector<std::size_t> next;  ///< of each stream, the number of the first arrival that it has not had
   bool started = false;           ///< a result was one of its samples'
   bool settled = false;           ///< a result came out of it bit for bit
+  bool from_before = false;       ///< a result was of a sample from before the recording
+  std::uint64_t evidence = 0;     ///< results that came out of it and were others than those before them
   std::uint64_t detours = 0;      ///< results that came from samples in another order than that of arrival
   Findings findings;
 
@@ -45,7 +47,7 @@ struct Path {
   std::uint64_t Key() const {
     std::uint64_t key = operation->StateDigest();
     for (const std::size_t index : next) key = Mixed(key, index);
-    return Mixed(key, (started ? 1u : 0u) + (settled ? 2u : 0u));
+    return Mixed(key, (started ? 1u : 0u) + (settled ? 2u : 0u) + (from_before ? 4u : 0u));
   }
 };
 

@@ -2,10 +2,11 @@
 #include "judge/verify/Search.h"
 
 #include <algorithm>
-#include <functional>
 #include <limits>
 #include <set>
 #include <utility>
+
+#include "judge/same_bits.h"
 
 namespace Lumenar::Judge {
 namespace {
@@ -17,6 +18,9 @@ constexpr std::size_t kMostPending = 65536;
 /// The states of all ways together; one has three traces at most that are its own.
 constexpr std::size_t kMostStateBytes = std::size_t{512} << 20;
 constexpr std::size_t kTracesOfState = 3;
+
+/// So many results that came out and were not all the same show that it was no accident.
+constexpr std::uint64_t kSure = 2;
 
 }  // namespace
 
@@ -60,6 +64,7 @@ void Search::Advance(std::int64_t now_ns) {
 Findings Search::End(std::int64_t end_ns) {
   Advance(std::numeric_limits<std::int64_t>::max());
   PassBefore(end_ns - limits_.tail_ns);
+  guessed_ = paths_.front().operation->Guessed();
   return paths_.front().findings;
 }
 
@@ -69,9 +74,11 @@ bool Search::IsDue(const Arrival& result, std::int64_t now_ns) const {
 }
 
 void Search::Explain(const Arrival& result) {
-  std::vector<Path> ways = WaysTo(result);
+  const bool is_telling = last_result_ == nullptr || !SameBits(*last_result_, *result.sample);
+  last_result_ = result.sample;
+  std::vector<Path> ways = WaysTo(result, is_telling);
   if (!ways.empty()) return Keep(std::move(ways), limits_.paths);
-  Expansion expansion(facts_, limits_, streams_, beginning_, result);
+  Expansion expansion(facts_, limits_, streams_, beginning_, result, is_telling);
   for (const Path& path : paths_) expansion.From(path);  // for the result that is nearest
   for (const Path& path : paths_) {
     for (Path& way : expansion.Unexplained(path)) ways.push_back(std::move(way));
@@ -80,8 +87,8 @@ void Search::Explain(const Arrival& result) {
 }
 
 /// As it is; else with what the recording may lack.
-std::vector<Path> Search::WaysTo(const Arrival& result) {
-  Expansion expansion(facts_, limits_, streams_, beginning_, result);
+std::vector<Path> Search::WaysTo(const Arrival& result, bool is_telling) {
+  Expansion expansion(facts_, limits_, streams_, beginning_, result, is_telling);
   for (const Path& path : paths_) expansion.From(path);
   if (!expansion.Found().empty()) return std::move(expansion.Found());
 
@@ -107,11 +114,13 @@ std::vector<Path> Search::WaysTo(const Arrival& result) {
   return {};
 }
 
-/// When one way is sure of itself, those that are not yet were wrong. Of ways that go on alike the best one is kept.
+/// When one way is sure of itself, those that could not show anything yet were wrong. Of ways that go on alike the best
+/// one is kept.
 void Search::Keep(std::vector<Path> ways, std::size_t most) {
-  const auto is_settled = [](const Path& path) { return path.settled; };
-  if (std::any_of(ways.begin(), ways.end(), is_settled)) {
-    ways.erase(std::remove_if(ways.begin(), ways.end(), std::not_fn(is_settled)), ways.end());
+  const auto is_sure = [](const Path& path) { return path.evidence >= kSure; };
+  if (std::any_of(ways.begin(), ways.end(), is_sure)) {
+    const auto shows_nothing = [](const Path& path) { return !path.settled; };
+    ways.erase(std::remove_if(ways.begin(), ways.end(), shows_nothing), ways.end());
   }
   std::stable_sort(ways.begin(), ways.end(), [](const Path& a, const Path& b) { return a.Rank() < b.Rank(); });
   paths_.clear();
@@ -122,7 +131,6 @@ void Search::Keep(std::vector<Path> ways, std::size_t most) {
     if (paths_.size() == most) break;
     if (ways.size() == 1 || keys.insert(way.Key()).second) paths_.push_back(std::move(way));
   }
-  if (guessed_.empty()) guessed_ = paths_.front().operation->Guessed();
 }
 
 /// Samples that came before this time and have had no result by now have none.

@@ -46,7 +46,7 @@ class Search {
  private:
   bool IsDue(const Arrival& result, std::int64_t now_ns) const;
   void Explain(const Arrival& result);
-  std::vector<Path> WaysTo(const Arrival& result);
+  std::vector<Path> WaysTo(const Arrival& result, bool is_telling);
   void Keep(std::vector<Path> ways, std::size_t most);
   void PassBefore(std::int64_t time_ns);
   void Pass(Path& path, std::int64_t time_ns) const;
@@ -61,6 +61,7 @@ class Search {
   std::size_t next_result_ = 0;
   std::size_t largest_ = 0;  // bytes of a sample
   std::vector<Path> paths_;
+  std::shared_ptr<const Datum> last_result_;
   std::string guessed_;
 };
 

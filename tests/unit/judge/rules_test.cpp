@@ -11,6 +11,7 @@
 #include "judge/Number.h"
 #include "judge/Refused.h"
 #include "judge/same_bits.h"
+#include "judge/unit_rows.h"
 
 namespace Lumenar::Judge {
 namespace {
@@ -54,7 +55,7 @@ TEST(JudgeUnits, AreArrangedBySortingAndMerging) {
   Units gap;
   gap.slots[1] = {kWatt, 1};
   EXPECT_EQ(ReasonOf([&] { WellFormed(gap); }), Why::NotValid);
-  EXPECT_EQ(ReasonOf([] { Arranged(Unit(31)); }), Why::NotValid);
+  EXPECT_EQ(ReasonOf([] { Arranged(Unit(kLastUnit + 1)); }), Why::NotValid);
   EXPECT_EQ(ReasonOf([] { Arranged(Pair({kVolt, 2147483647}, {kVolt, 1})); }), Why::NotValid);
 }
 
@@ -70,7 +71,7 @@ TEST(JudgeUnits, FactorsAreThoseOfTheTables) {
 
 TEST(JudgeConversion, TemperaturesHaveTheirZeroPoints) {
   EXPECT_EQ(Converted(Plain(100.0, Unit(kCelsius)), Unit(kFahrenheit)).value, 212.0);
-  EXPECT_FLOAT_EQ(Converted(Plain(0.0f, Unit(kFahrenheit)), Unit(kKelvin)).value, 255.372f);
+  EXPECT_NEAR(Converted(Plain(0.0f, Unit(kFahrenheit)), Unit(kKelvin)).value, 255.3722, 5e-5);
   const Number<double> errors = Converted(Number<double>(20, Unit(kCelsius), -1, 2), Unit(kFahrenheit));
   EXPECT_EQ(errors.minus_err, -1);
   EXPECT_EQ(errors.plus_err, 2);
