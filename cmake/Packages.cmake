@@ -62,7 +62,7 @@ lumenar_package(development liblumenar-dev "clients and instruments of the math 
   DEPENDS "${math_library} ${same_version}" libomniorb4-dev libboost-dev libboost-thread-dev libfmt-dev)
 lumenar_package(tools lumenar-tools "command line of the math engine"
   "Shows readings of instruments, and creates, watches and removes math objects\nover them."
-  DEPENDS "${math_library} ${same_version}" RECOMMENDS gnuplot-nox CONTROL ${package_dir_of}/tools/conffiles)
+  DEPENDS "${math_library} ${same_version}" RECOMMENDS gnuplot-nox graphviz CONTROL ${package_dir_of}/tools/conffiles)
 lumenar_package(services lumenar-services "math engine of an instrument, as services"
   "The engine host, the topic manager and the hardware enumeration, with units of\nthe service manager; and the command lumenar, a platform by hand."
   DEPENDS "${math_library} ${same_version}" "lumenar-tools ${same_version}" omniorb-nameserver
