@@ -15,7 +15,7 @@ import sys
 import time
 from pathlib import Path
 
-sys.path[0] = str(Path(__file__).parent / "tests")  # in place of this folder, where the package lacks its extension
+sys.path[0] = str(Path(__file__).parent / "tests")  # the package is that of the build, not the source beside this
 
 import lumenar  # noqa: E402
 from platform_of_processes import Platform  # noqa: E402
