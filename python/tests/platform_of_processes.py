@@ -59,7 +59,7 @@ class Platform:
         try:
             self.start_naming()
             self.start_topic_manager()
-            self.start("hw_enumeration", "hw_enumeration ready", [PROGRAMS / "hw_enumeration", "--no-state"])
+            self.start("hw_enumeration", "hw_enumeration ready", [PROGRAMS / "hw_enumeration", "--state", self.path / "engines"])
             if math:
                 self.start_engine("math_factory_hh")
             if readings:
