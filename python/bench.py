@@ -15,7 +15,7 @@ import sys
 import time
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).parent / "tests"))
+sys.path[0] = str(Path(__file__).parent / "tests")  # the package is that of the build, not the source beside this
 
 import lumenar  # noqa: E402
 from platform_of_processes import Platform  # noqa: E402

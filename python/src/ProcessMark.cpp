@@ -4,9 +4,11 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <thread>
 
 #include "client/Error.h"
 #include "python/src/CallThreads.h"
+#include "python/src/interpreter.h"
 
 namespace Lumenar::Python {
 namespace {
@@ -16,8 +18,10 @@ std::atomic<bool> orphan{false};
 
 /// The child's: it has this thread alone.
 void AfterFork() {
-  if (in_use > 0) orphan = true;
   CallThreads::ForgetAll();
+  if (in_use == 0) return;
+  orphan = true;
+  Interpreter::LeaveEverythingAtExit();
 }
 
 }  // namespace
@@ -26,6 +30,15 @@ void ProcessMark::Begin() { pthread_atfork(nullptr, nullptr, &AfterFork); }
 
 ProcessMark::InUse::InUse() noexcept { ++in_use; }
 ProcessMark::InUse::~InUse() { --in_use; }
+
+bool ProcessMark::WaitUntilFree(std::chrono::milliseconds limit) {
+  constexpr std::chrono::milliseconds kPause{1};
+  for (auto left = limit; in_use > 0; left -= kPause) {
+    if (left.count() <= 0) return false;
+    std::this_thread::sleep_for(kPause);
+  }
+  return true;
+}
 
 bool ProcessMark::IsOrphan() noexcept { return orphan; }
 

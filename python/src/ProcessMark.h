@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
+
 namespace Lumenar::Python {
 
 /// Whether this process may use what it has of the platform. A child that was forked while its parent had clients open
@@ -18,6 +20,9 @@ class ProcessMark {
     InUse(const InUse&) = delete;
     InUse& operator=(const InUse&) = delete;
   };
+
+  /// Returns when nothing is in use; false after `limit`.
+  static bool WaitUntilFree(std::chrono::milliseconds limit);
 
   /// True in a child that was forked while something was in use.
   static bool IsOrphan() noexcept;

@@ -112,7 +112,7 @@ bool Session::CloseAll(std::chrono::milliseconds limit) noexcept {
   if (ProcessMark::IsOrphan()) return true;
   try {
     for (const auto& session : OpenSessions::Instance().All()) CallThreads::Run([session] { session->Close(); });
-    return CallThreads::WaitUntilIdle(limit);
+    return CallThreads::WaitUntilIdle(limit) && ProcessMark::WaitUntilFree(limit);
   } catch (const std::exception&) {  // no thread for it
     return false;
   }

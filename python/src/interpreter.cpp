@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
 
 namespace Lumenar::Python {
 namespace {
@@ -23,6 +25,18 @@ bool Interpreter::IsMainThread() noexcept { return PyThread_get_thread_ident() =
 void Interpreter::BeginExit() noexcept { exiting = true; }
 
 bool Interpreter::IsExiting() noexcept { return exiting; }
+
+void Interpreter::LeaveEverythingAtExit() noexcept {
+  static std::atomic<bool> registered{false};
+  if (registered.exchange(true)) return;
+  // What is registered last runs first: before the destructors of the libraries that were loaded by now.
+  on_exit(
+      [](int status, void*) {
+        std::fflush(nullptr);
+        _exit(status);
+      },
+      nullptr);
+}
 
 WithoutGil::~WithoutGil() {
   while (exiting && !Interpreter::IsMainThread()) pause();

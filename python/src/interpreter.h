@@ -18,6 +18,10 @@ class Interpreter {
   /// back from a blocking call, since the interpreter would end them in the midst of it.
   static void BeginExit() noexcept;
   static bool IsExiting() noexcept;
+
+  /// When the process exits, after Python has, nothing of ours or of the ORB's library is destroyed: threads may still
+  /// use it. A second call does nothing.
+  static void LeaveEverythingAtExit() noexcept;
 };
 
 /// The GIL is free as long as this lives.

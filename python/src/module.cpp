@@ -183,7 +183,7 @@ void DefineSession(py::module_& module) {
 void EndAll() {
   Interpreter::BeginExit();
   const WithoutGil without_gil;
-  Session::CloseAll(kExitLimit);
+  if (!Session::CloseAll(kExitLimit)) Interpreter::LeaveEverythingAtExit();
 }
 
 }  // namespace

@@ -15,9 +15,9 @@ from typing import Callable, Dict, List, Optional
 PROGRAMS = Path(os.environ.get("LUMENAR_PROGRAMS", "build/dev/bin"))
 LIBRARIES = Path(os.environ.get("LUMENAR_LIBRARIES", "build/dev/lib"))
 
-# A trace that counts by itself and one that a test steps, a scalar, a number, and limits for CumulativeAdd.
+# A trace of noise that comes by itself and one that a test steps, a scalar, a number, and limits for CumulativeAdd.
 SIM_READINGS = ";".join([
-    "trace:FAST:points=1001:rate=200:units=dBm:wave=count:amplitude=1:offset=-40:xstep=1000",
+    "trace:FAST:points=1001:rate=200:units=dBm:wave=noise:amplitude=3:offset=-40:xstep=1000",
     "trace:STEPPED:points=4:rate=0:units=W:wave=count:amplitude=1:offset=10:xstep=0.5",
     "trace:OTHER:points=4:rate=0:units=W:wave=constant:amplitude=0:offset=1",
     "trace:SECONDS:points=4:rate=0:units=s:wave=constant:amplitude=0:offset=1",
@@ -59,7 +59,7 @@ class Platform:
         try:
             self.start_naming()
             self.start_topic_manager()
-            self.start("hw_enumeration", "hw_enumeration ready", [PROGRAMS / "hw_enumeration", "--no-state"])
+            self.start("hw_enumeration", "hw_enumeration ready", [PROGRAMS / "hw_enumeration", "--state", self.path / "engines"])
             if math:
                 self.start_engine("math_factory_hh")
             if readings:
