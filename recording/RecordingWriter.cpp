@@ -54,6 +54,7 @@ void RecordingWriter::Open(OutputFile::Existing existing) {
   samples_in_file_ = 0;
   WriteLine(LineOf(header_));
   for (const ReadingInfo& reading : readings_) WriteLine(LineOf(reading));
+  Flush();  // who looks at the file finds a recording, however short
 }
 
 void RecordingWriter::WriteLine(const std::string& line) {

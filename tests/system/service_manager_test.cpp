@@ -136,8 +136,7 @@ TEST_F(UnderAServiceManager, AWaitThatIsOverEndsAsWithoutOne) {
   platform.KillNamingService();
   const auto manager = Start(platform, Servers()[0], {{"LUMENAR_NAMING_WAIT", "1"}});
   EXPECT_EQ(manager->WaitForExit(), 1);
-  EXPECT_THAT(manager->Error(),
-              HasSubstr("topic_manager: naming service at " + platform.NamingAddress() + " does not answer"));
+  EXPECT_THAT(manager->Error(), HasSubstr("\ntopic_manager: naming service at " + platform.NamingAddress()));
 }
 
 /// Starts a program whose standard error is what JOURNAL_STREAM says.

@@ -52,6 +52,7 @@ void Recorder::Run() {
   AddReadings();
   WritePresentValues();
   if (options_.reset) ResetObjects();
+  writer_->Flush();
   begin_ = steady_clock::now();
   while (!Finished()) {
     if (const auto delivery = subscription_.Next(Patience())) Write(*delivery);

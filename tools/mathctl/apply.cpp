@@ -191,6 +191,7 @@ void DefineApply(CLI::App& app, Command& command) {
   verb->add_flag("--watch", arguments->watch, "Look again and again, until Ctrl-C")->excludes(dry_run);
   verb->add_option("--every", arguments->every_s, "Seconds between two looks of --watch")
       ->check(CheckSeconds)
+      ->type_name("SEC")
       ->capture_default_str();
   verb->callback([&command, arguments] {
     command.ends_on_signal = arguments->watch;

@@ -74,18 +74,21 @@ void DefineRecordOptions(CLI::App& verb, RecordArguments& arguments) {
   RecorderOptions& options = arguments.options;
   verb.add_option("FILE", options.file, "Where to: NAME.jsonl, or NAME.jsonl.zst for a compressed one")->required();
   verb.add_option("READING", arguments.readings, "Readings, or math objects as math:3; patterns with * and ?");
-  verb.add_option("--with-inputs", arguments.with_inputs, "Math objects, and all readings that they are computed from");
+  verb.add_option("--with-inputs", arguments.with_inputs, "Math objects, and all readings that they are computed from")
+      ->type_name("OBJECT");
   verb.add_flag("--reset", options.reset, "RESET each Average and Peak before the first sample");
-  verb.add_option("-n", options.samples, "End after so many samples in all")->check(CLI::Range(1u, 4294967295u));
-  verb.add_option("--for", options.seconds, "End after so many seconds")->check(CheckSeconds);
+  verb.add_option("-n", options.samples, "End after so many samples in all")->check(CheckCount)->type_name("N");
+  verb.add_option("--for", options.seconds, "End after so many seconds")->check(CheckSeconds)->type_name("SEC");
   verb.add_option("--rotate-size", options.writer.rotate_bytes,
                   "Begin another file, NAME-2.jsonl, when one is as large (bytes; k, M, G)")
       ->check(CheckPartSize)
-      ->transform(CLI::AsSizeValue(true));
+      ->transform(CLI::AsSizeValue(true).description(""))
+      ->type_name("SIZE");
   verb.add_option("--rotate-time", arguments.rotate_seconds, "Begin another file when one covers so many seconds")
-      ->check(CheckSeconds);
+      ->check(CheckSeconds)
+      ->type_name("SEC");
   verb.add_flag("--force", options.writer.replace, "Replace files that are there");
-  verb.add_option("--comment", options.writer.comment, "A text for the first line");
+  verb.add_option("--comment", options.writer.comment, "A text for the first line")->type_name("TEXT");
 }
 
 }  // namespace

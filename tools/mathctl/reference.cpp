@@ -122,8 +122,10 @@ void DefineReferenceLoad(CLI::App& verb, Command& command) {
   load->add_option("FILE", arguments->file, "What was saved; the first sample of any recording, .s1p, .s2p or .csv too")
       ->required();
   load->add_option("--name", arguments->name, "Name of the reading, REFERENCE/1/NAME; else that it had")
-      ->check(CheckItemName);
-  load->add_option("--reading", arguments->reading, "Which reading of the file, where it has several");
+      ->check(CheckItemName)
+      ->type_name("NAME");
+  load->add_option("--reading", arguments->reading, "Which reading of the file, where it has several")
+      ->type_name("NAME");
   load->callback([&command, arguments] {
     command.ends_on_signal = true;
     command.run = [arguments](const Session& session) { LoadReference(session, *arguments); };

@@ -53,6 +53,12 @@ void PlayRecording(const Session& session, const ReplayArguments& arguments) {
   engines.WaitForSignal();
 }
 
+std::string CheckSpeed(const std::string& text) {
+  double speed = 0;
+  const bool is_number = CLI::detail::lexical_cast(text, speed);
+  return is_number && speed >= 0 && speed <= 1e6 ? "" : "a number from 0 to 1000000 is needed";
+}
+
 constexpr const char* kReplayFooter =
     "FILE is what `mathctl record` wrote, or a file of another instrument: Touchstone (.s1p, .s2p), spectrum sweeps, "
     "two\n"
@@ -78,11 +84,13 @@ void DefineReplay(CLI::App& app, Command& command) {
   PlayingOptions& options = arguments->options;
   verb->add_option("FILE", options.file, "The recording")->required();
   verb->add_option("--speed", options.speed, "So many times as fast; 0: without pauses")
-      ->check(CLI::Range(0.0, 1e6))
+      ->check(CheckSpeed)
+      ->type_name("N")
       ->capture_default_str();
   verb->add_flag("--loop", options.loop, "Begin again behind the last sample, until Ctrl-C");
   verb->add_flag("--stay", arguments->stay, "Leave the readings there behind the last sample, until Ctrl-C");
-  verb->add_option("--rename", options.renames, "OLD=NEW: an engine or a reading under another name; may be repeated")
+  verb->add_option("--rename", options.renames, "An engine or a reading under another name; may be repeated")
+      ->type_name("OLD=NEW")
       ->allow_extra_args(false);
   verb->callback([&command, arguments] {
     command.ends_on_signal = true;

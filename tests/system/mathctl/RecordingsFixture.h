@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -45,8 +47,11 @@ class RecordingsFixture : public ObjectsFixture {
     std::ofstream(path, std::ios::binary) << text;
   }
 
+  /// What stands in a file so far; nothing yet in one that is not begun.
   static WholeRecording Read(const std::string& path) {
     WholeRecording whole;
+    std::error_code none;
+    if (const auto size = std::filesystem::file_size(path, none); none || size == 0) return whole;
     const auto reader = Recording::OpenRecording(path);
     while (const auto entry = reader->Next()) {
       if (const auto* reading = std::get_if<Recording::ReadingInfo>(&*entry)) whole.readings.push_back(*reading);

@@ -127,7 +127,7 @@ TEST_F(RecordTest, SaysWhatIsWrongInOneLine) {
   ExpectRefused({{"record", File("a.jsonl"), "LEVEL", "--for", "0"}, kUsage, "--for"});
   ExpectRefused({{"record", File("a.jsonl"), "NOWHERE"}, kRefused, "NOWHERE"});
   ExpectRefused({{"record", File("a.jsonl"), "--with-inputs", "LEVEL"}, kUsage, "math object"});
-  ExpectRefused({{"record", File("a.jsonl"), "--with-inputs", "math:9"}, kRefused, "math:9"});
+  ExpectRefused({{"record", File("a.jsonl"), "--with-inputs", "math:9"}, kRefused, "no math object"});
   ExpectRefused({{"record", there, "LEVEL", "-n", "1"}, kRefused, "(--force replaces it)"});
   ExpectRefused({{"record", File("no/such/a.jsonl"), "LEVEL", "-n", "1"}, kRefused, "No such file or directory"});
   EXPECT_EQ(TextOf(there), "dear");

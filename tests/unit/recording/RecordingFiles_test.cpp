@@ -121,13 +121,17 @@ TEST(RecordingFile, IsNotReplacedUnlessAsked) {
 }
 
 TEST(RecordingFile, OnAFullDiskSaysSo) {
-  RecordingWriter writer("/dev/full", {}, kNow_ns);
-  EXPECT_THROW(
-      {
-        writer.Flush();
-        writer.Finish(kNow_ns, 0);
-      },
-      std::system_error);
+  EXPECT_THROW(RecordingWriter("/dev/full", {}, kNow_ns), std::system_error);
+  EXPECT_THROW(RecordingWriter("/no/such/folder/a.zst", {}, kNow_ns), std::system_error);
+}
+
+TEST(RecordingFile, IsOneFromItsFirstMomentOn) {
+  const Folder folder;
+  const std::string path = folder.File("a.jsonl");
+  const RecordingWriter writer(path, {}, kNow_ns);
+  RecordingReader reader(path);
+  EXPECT_EQ(EntriesOf(reader).size(), 0u);
+  EXPECT_FALSE(reader.CutOff().empty());
 }
 
 TEST(RecordingFile, BeginsAnotherPartWhenOneIsLargeOrOld) {
