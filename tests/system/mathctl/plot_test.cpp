@@ -232,7 +232,8 @@ TEST_F(PlotTest, LiveEndsWhenItsObjectGoes) {
   ASSERT_TRUE(WaitForSubscriptions(2)) << plot->Error();
   Out({"delete", "math:0"});
   EXPECT_EQ(plot->WaitForExit(kPatience), kRefused);
-  EXPECT_EQ(std::count(plot->Error().begin(), plot->Error().end(), '\n'), 1);
+  const std::string error = plot->Error();
+  EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 1) << error;
 }
 
 }  // namespace
