@@ -146,6 +146,7 @@ void Expansion::FindAt(Path path) {
 
 /// What nobody told may be found out from the result; else the result may be this sample's. Or the sample had none.
 void Expansion::TakeUnknown(Path path, const std::string& reason) {
+  if (demands_proof_) return;
   const std::size_t found_before = found_.size();
   for (auto& guess : path.operation->Guesses(*result_.sample, limits_.guesses)) {
     Path guessed = path;
@@ -167,7 +168,7 @@ void Expansion::TakeUnknown(Path path, const std::string& reason) {
 }
 
 void Expansion::TakeFromBefore(const Path& path) {
-  if (path.started) return;
+  if (path.started || demands_proof_) return;
   const bool input_is_late = !beginning_.inputs_began || result_.place < *beginning_.inputs_began;
   const bool is_first = result_.number <= kFirstOnes && result_.time_ns - beginning_.time_ns <= kBeginning_ns;
   if (!input_is_late && !is_first) return;

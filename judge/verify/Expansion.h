@@ -32,6 +32,9 @@ class Expansion {
   /// Adds to Found the ways on from this path, by one arrival after the other, those that give no result included.
   void From(const Path& path);
 
+  /// From now on nothing is found but ways by which the result comes out bit for bit.
+  void DemandProof() { demands_proof_ = true; }
+
   /// As From, where the RESET that explains it was not recorded.
   void FromWithReset(const Path& path);
 
@@ -70,6 +73,7 @@ class Expansion {
   const Beginning& beginning_;
   const Arrival& result_;
   const bool is_telling_;
+  bool demands_proof_ = false;
   std::vector<Path> found_;
   std::vector<Path> waiting_;
   std::set<std::uint64_t> seen_;

@@ -92,6 +92,7 @@ std::vector<Path> Search::WaysTo(const Arrival& result, bool is_telling) {
   for (const Path& path : paths_) expansion.From(path);
   if (!expansion.Found().empty()) return std::move(expansion.Found());
 
+  expansion.DemandProof();
   const bool has_reset = facts_.type == Type::Average || facts_.type == Type::Peak;
   for (const Path& path : paths_) {
     if (limits_.assume_resets && has_reset) expansion.FromWithReset(path);
