@@ -109,7 +109,8 @@ class Client:
         cores = [self._core_of(each) for each in inputs]
         if not cores:
             raise BadArgument("there is nothing to follow")
-        return Monitor(self._session.subscribe(cores), ", ".join(core.name for core in cores), timeout, count)
+        what = ", ".join(core.name for core in cores)
+        return Monitor(self._session, self._session.subscribe(cores), what, timeout, count)
 
     # ---- math -------------------------------------------------------------------------------------------------------
 
@@ -188,7 +189,7 @@ class Client:
         if known is not None and not known.closed:
             known._renew(form, value, minus, plus)
             return known
-        publication = Publication(self._session.publish(name, form.record(value, minus, plus)), form)
+        publication = Publication(self._session, self._session.publish(name, form.record(value, minus, plus)), form)
         self._published[name] = self._published[publication.name] = publication
         return publication
 

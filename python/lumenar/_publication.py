@@ -26,8 +26,9 @@ class Publication:
     It is withdrawn by close(), by `with`, with its client and with the program, and when nobody holds it any more.
     """
 
-    def __init__(self, core: _core.Publication, form: Form) -> None:
+    def __init__(self, session: _core.Session, core: _core.Publication, form: Form) -> None:
         """Made by Client.publish()."""
+        self._session = session  # which would close with the last who holds it
         self._core = core
         self._form = form
 
