@@ -44,8 +44,8 @@ class Client:
     "WAKEUP" where just one reading fits, as "math:3" for the result of a math object, or given as an object of this
     package.
 
-    close(), `with`, or the end of the program close it, or that nobody holds it nor what was made with it: its monitors end and its publications are withdrawn, while
-    its math objects stay in the engine.
+    close(), `with`, or the end of the program close it, or that nobody holds it nor what was made with it: its
+    monitors end and its publications are withdrawn, while its math objects stay in the engine.
     """
 
     def __init__(self, address: Optional[str] = None, timeout: float = 5.0) -> None:
