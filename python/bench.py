@@ -65,7 +65,8 @@ def main() -> int:
             after = {name: cpu_s(pid) for name, pid in others.items()}
         print(f"{came} samples of {arguments.points} points in {took:.2f} s: {came / took:.0f} a second, "
               f"{gaps} lost on the way, {monitor.lost} of them by this program")
-        print(f"processor time of this program: {own / took * 100:.0f} % of one processor, {own / came * 1e6:.0f} us a sample")
+        print(f"processor time of this program: {own / took * 100:.0f} % of one processor, "
+              f"{own / came * 1e6:.0f} us a sample")
         for name in ("sim", "topic_manager"):
             print(f"processor time of {name}: {(after[name] - before[name]) / took * 100:.0f} %")
         return 1 if gaps or came < 0.9 * arguments.rate * took else 0

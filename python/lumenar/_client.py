@@ -44,8 +44,8 @@ class Client:
     "WAKEUP" where just one reading fits, as "math:3" for the result of a math object, or given as an object of this
     package.
 
-    close(), `with`, or the end of the program close it: its monitors end and its publications are withdrawn, while
-    its math objects stay in the engine.
+    close(), `with`, or the end of the program close it, or that nobody holds it nor what was made with it: its
+    monitors end and its publications are withdrawn, while its math objects stay in the engine.
     """
 
     def __init__(self, address: Optional[str] = None, timeout: float = 5.0) -> None:
@@ -109,7 +109,8 @@ class Client:
         cores = [self._core_of(each) for each in inputs]
         if not cores:
             raise BadArgument("there is nothing to follow")
-        return Monitor(self._session.subscribe(cores), ", ".join(core.name for core in cores), timeout, count)
+        what = ", ".join(core.name for core in cores)
+        return Monitor(self._session, self._session.subscribe(cores), what, timeout, count)
 
     # ---- math -------------------------------------------------------------------------------------------------------
 
@@ -188,7 +189,7 @@ class Client:
         if known is not None and not known.closed:
             known._renew(form, value, minus, plus)
             return known
-        publication = Publication(self._session.publish(name, form.record(value, minus, plus)), form)
+        publication = Publication(self._session, self._session.publish(name, form.record(value, minus, plus)), form)
         self._published[name] = self._published[publication.name] = publication
         return publication
 

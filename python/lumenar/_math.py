@@ -76,7 +76,7 @@ class MathObject:
     def monitor(self, timeout: Optional[float] = None, count: Optional[int] = None) -> Monitor:
         """Its results from now on; see Monitor."""
         what = f"{self.name} ({self._type})"
-        return Monitor(self._session.subscribe([self._reading._core]), what, timeout, count)
+        return Monitor(self._session, self._session.subscribe([self._reading._core]), what, timeout, count)
 
     @property
     def size(self) -> int:

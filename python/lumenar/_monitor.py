@@ -28,12 +28,15 @@ class Monitor(Iterator["Result"], AsyncIterator["Result"]):
     A monitor that is not used any more ends by itself; `with` and close() end it at a known time.
     """
 
-    def __init__(self, core: _core.Monitor, what: str, timeout: Optional[float], count: Optional[int]) -> None:
+    def __init__(
+        self, session: _core.Session, core: _core.Monitor, what: str, timeout: Optional[float], count: Optional[int]
+    ) -> None:
         """Made by the monitor() of a reading, a math object or a client."""
         if timeout is not None and not timeout > 0:
             raise BadArgument(f"timeout must be above 0 seconds, or None, not {timeout!r}")
         if count is not None and count < 0:
             raise BadArgument(f"count must be 0 or more, or None, not {count!r}")
+        self._session = session  # which would close with the last who holds it
         self._core = core
         self._what = what
         self._timeout = timeout

@@ -26,8 +26,9 @@ class Publication:
     It is withdrawn by close(), by `with`, with its client and with the program, and when nobody holds it any more.
     """
 
-    def __init__(self, core: _core.Publication, form: Form) -> None:
+    def __init__(self, session: _core.Session, core: _core.Publication, form: Form) -> None:
         """Made by Client.publish()."""
+        self._session = session  # which would close with the last who holds it
         self._core = core
         self._form = form
 
@@ -116,7 +117,8 @@ def _samples(value: Value) -> npt.NDArray[np.float32]:
     except ValueError as reason:
         raise BadArgument(f"cannot publish {type(value).__name__}: {reason}") from None
     if array.dtype.kind not in "fiub":
-        raise BadArgument(f"cannot publish {type(value).__name__} of {array.dtype}: a trace is an array of real numbers")
+        what = f"{type(value).__name__} of {array.dtype}"
+        raise BadArgument(f"cannot publish {what}: a trace is an array of real numbers")
     if array.ndim != 1:
         raise BadArgument(f"a trace has one dimension, not {array.ndim}")
     with np.errstate(over="ignore"):

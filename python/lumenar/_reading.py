@@ -66,7 +66,7 @@ class Reading:
 
     def monitor(self, timeout: Optional[float] = None, count: Optional[int] = None) -> Monitor:
         """Its results from now on; see Monitor."""
-        return Monitor(self._session.subscribe([self._core]), self.name, timeout, count)
+        return Monitor(self._session, self._session.subscribe([self._core]), self.name, timeout, count)
 
     def __repr__(self) -> str:
         """Its name and kind."""

@@ -5,7 +5,6 @@
 #include <mutex>
 #include <utility>
 
-#include "client/Connection.h"
 #include "python/src/CallThreads.h"
 #include "python/src/ProcessMark.h"
 

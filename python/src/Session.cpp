@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "client/MathName.h"
+#include "client/MathObjects.h"
 #include "client/MathState.h"
 #include "client/Text.h"
 #include "client/TopicNames.h"

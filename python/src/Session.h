@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "client/Connection.h"
-#include "client/MathObjects.h"
 #include "client/OwnEngine.h"
 #include "python/src/Part.h"
 #include "python/src/ReadingPart.h"

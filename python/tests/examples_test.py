@@ -21,9 +21,9 @@ def probe():
         yield running
 
 
-def run(probe, directory, *command):
+def run(probe, directory, *command, backend="Agg"):
     pytest.importorskip("matplotlib", reason="matplotlib is not installed (scripts/install-deps notebook)")
-    environment = {**probe.environment, "PYTHONPATH": os.environ["PYTHONPATH"], "MPLBACKEND": "Agg",
+    environment = {**probe.environment, "PYTHONPATH": os.environ["PYTHONPATH"], "MPLBACKEND": backend,
                    "MPLCONFIGDIR": str(directory), "HOME": str(directory)}
     return subprocess.run([sys.executable, *map(str, command)], cwd=directory, env=environment, text=True, timeout=240,
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
@@ -48,7 +48,7 @@ def test_the_notebook_runs_as_one(probe, tmp_path):
     pytest.importorskip("nbconvert", reason="nbconvert is not installed (scripts/install-deps notebook)")
     pytest.importorskip("ipykernel", reason="ipykernel is not installed (scripts/install-deps notebook)")
     ran = run(probe, tmp_path, "-m", "nbconvert", "--to", "notebook", "--execute", "--output-dir", tmp_path,
-              EXAMPLES / "lumenar.ipynb")
+              EXAMPLES / "lumenar.ipynb", backend="module://matplotlib_inline.backend_inline")
     assert ran.returncode == 0, ran.stdout
     cells = json.loads((tmp_path / "lumenar.ipynb").read_text())["cells"]
     outputs = [output for cell in cells for output in cell.get("outputs", [])]

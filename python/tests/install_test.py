@@ -41,8 +41,9 @@ def test_it_finds_its_library_wherever_it_was_moved(tree, platform):
     paths = re.findall(r"R(?:UN)?PATH.*\[(.*)\]", dynamic)
     assert paths and all(part.startswith("$ORIGIN") for path in paths for part in path.split(":"))
     program = "import lumenar; print(lumenar.__file__); print(lumenar.Client().reading('LEVEL').result.unit)"
-    ran = subprocess.run([sys.executable, "-B", "-c", program], text=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                         env={**platform.environment, "PYTHONPATH": str(tree / "lib/python3/dist-packages")})
+    environment = {**platform.environment, "PYTHONPATH": str(tree / "lib/python3/dist-packages")}
+    ran = subprocess.run([sys.executable, "-B", "-c", program], text=True, stdout=subprocess.PIPE,
+                         stderr=subprocess.PIPE, env=environment)
     assert ran.returncode == 0, ran.stderr
     file, unit = ran.stdout.split()
     assert file.startswith(str(tree)) and unit == "V"

@@ -13,14 +13,14 @@ import lumenar
 
 # Says when it begins to wait, and how long Ctrl-C took to be a KeyboardInterrupt.
 WAITING = """
-import signal, sys, threading, time
+import os, signal, sys, threading, time
 import lumenar
 {opening}
 sent = []
 def interrupt():
     time.sleep(0.3)
     sent.append(time.monotonic())
-    signal.raise_signal(signal.SIGINT) if {from_inside} else __import__("os").kill(__import__("os").getpid(), signal.SIGINT)
+    signal.raise_signal(signal.SIGINT) if {from_inside} else os.kill(os.getpid(), signal.SIGINT)
 threading.Thread(target=interrupt).start()
 try:
     {waiting}

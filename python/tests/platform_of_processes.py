@@ -59,7 +59,8 @@ class Platform:
         try:
             self.start_naming()
             self.start_topic_manager()
-            self.start("hw_enumeration", "hw_enumeration ready", [PROGRAMS / "hw_enumeration", "--state", self.path / "engines"])
+            command = [PROGRAMS / "hw_enumeration", "--state", self.path / "engines"]
+            self.start("hw_enumeration", "hw_enumeration ready", command)
             if math:
                 self.start_engine("math_factory_hh")
             if readings:

@@ -64,8 +64,10 @@ def test_its_samples_are_numbered_and_have_their_axis(client):
         assert client.reading("MYLAB/1/T").result.x_step == pytest.approx(0.25e-6)
 
 
-@pytest.mark.parametrize("value, kind", [(2.5, "ValueDouble"), (7, "long"), (True, "boolean"), (np.array(1.5), "ValueDouble"),
-                                         (np.float32(1.5), "ValueDouble"), (np.int64(3), "long"), (np.bool_(False), "boolean")])
+@pytest.mark.parametrize("value, kind", [
+    (2.5, "ValueDouble"), (np.array(1.5), "ValueDouble"), (np.float32(1.5), "ValueDouble"),
+    (7, "long"), (np.int64(3), "long"), (True, "boolean"), (np.bool_(False), "boolean"),
+])
 def test_its_kind_follows_from_its_value(client, value, kind):
     with client.publish("MYLAB/1/N", value):
         reading = client.reading("MYLAB/1/N")

@@ -120,6 +120,14 @@ def test_a_closed_client_says_so(platform):
             use()
 
 
+def test_a_client_lives_as_long_as_what_was_made_with_it(platform):
+    reading = lumenar.Client(platform.address).reading("FAST")
+    assert reading.result.unit == "dBm"
+    assert len(list(lumenar.Client(platform.address).reading("FAST").monitor(timeout=10, count=3))) == 3
+    with lumenar.Client(platform.address).publish("MYLAB/1/A", 1):
+        assert lumenar.Client(platform.address).reading("MYLAB/1/A").result.value == 1
+
+
 def test_an_address_that_is_none_says_so():
     for address in ("", "host", "host:0", "host:70000"):
         with pytest.raises(lumenar.BadArgument, match="address of the naming service"):
