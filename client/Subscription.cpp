@@ -51,6 +51,11 @@ class Subscription::Queue {
     return PopFront();
   }
 
+  std::optional<Delivery> Unread() {
+    Lock lock(mutex_);
+    return deliveries_.empty() ? std::nullopt : std::optional(PopFront());
+  }
+
   void NoteRenewed(std::size_t source) {
     Lock lock(mutex_);
     renewed_.push_back(source);
@@ -184,6 +189,7 @@ std::optional<Delivery> Subscription::Next(std::chrono::milliseconds limit) {
   return next;
 }
 void Subscription::End() noexcept { queue_->End(); }
+std::optional<Delivery> Subscription::Unread() { return queue_->Unread(); }
 bool Subscription::Ended() const { return queue_->Ended(); }
 std::vector<std::size_t> Subscription::TakeRenewed() { return queue_->TakeRenewed(); }
 unsigned long long Subscription::Lost() const { return queue_->Lost(); }

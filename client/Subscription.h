@@ -41,6 +41,9 @@ class Subscription {
   /// The next sample; nothing when `limit` ran out or the subscription ended.
   std::optional<Delivery> Next(std::chrono::milliseconds limit);
 
+  /// After the end, what had come and was not read yet, one by one; nothing when that was all.
+  std::optional<Delivery> Unread();
+
   /// Wakes the reader for good. The ORB's shutdown does it too.
   void End() noexcept;
   bool Ended() const;

@@ -44,7 +44,7 @@ class Collection {
         plotted_.RequireAll();
       }
     }
-    if (subscription_.Ended()) return;
+    if (subscription_.Ended()) return TakeUnread();
     plotted_.ReadTraces();
     const std::string empty = plotted_.FirstEmpty();
     if (empty.empty()) return;
@@ -59,6 +59,11 @@ class Collection {
   bool Finished() const {
     const bool enough = arguments_.results > 0 && plotted_.Fewest() >= arguments_.results;
     return enough || subscription_.Ended() || (end_ && steady_clock::now() >= *end_);
+  }
+
+  // Ended from outside: what has come is drawn.
+  void TakeUnread() {
+    while (auto delivery = subscription_.Unread()) plotted_.Take(std::move(*delivery));
   }
 
   milliseconds Patience() const {
