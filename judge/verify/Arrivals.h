@@ -19,6 +19,7 @@ struct Arrival {
   std::shared_ptr<const Datum> sample;  ///< of a sample
   int size = 0;                         ///< of a change of SIZE
   std::int64_t time_ns = 0;             ///< since the epoch
+  std::int64_t lasted_ns = 0;           ///< of a change: it happened somewhere within
   std::uint64_t place = 0;              ///< in the recording: what came later has a greater one
   std::uint64_t number = 0;             ///< among its like, from 1
 };

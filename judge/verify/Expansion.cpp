@@ -16,10 +16,9 @@ namespace {
 constexpr std::uint64_t kFirstOnes = 4;
 constexpr std::int64_t kBeginning_ns = 500'000'000;
 
-/// An arrival without a result, or one of which nothing can be computed, may be ahead of so many of another input that came earlier, a new setting of so many.
-/// There would be no end of orders that make no difference otherwise.
+/// So many samples that came earlier may be passed by one of another input that has no result, or of which nothing can
+/// be computed, and by a new setting. There would be no end of orders that make no difference otherwise.
 constexpr std::size_t kMostPassed = 3;
-constexpr std::size_t kMostPassedBySetting = 64;
 
 /// So many samples in which nothing can be computed yet may have had no result.
 constexpr std::uint64_t kMostWithoutResult = 8;
@@ -104,7 +103,15 @@ void Expansion::PassOver(Path& path, const ObjectFacts& facts, std::size_t strea
 const Arrival* Expansion::InWindow(const Path& path, std::size_t stream) const {
   const Arrival* arrival = streams_[stream].At(path.next[stream]);
   if (arrival == nullptr || arrival->time_ns > result_.time_ns + limits_.lead_ns) return nullptr;
-  return arrival;
+  return IsTooLateForSetting(path, stream, *arrival) ? nullptr : arrival;
+}
+
+/// A setting that the path has not had came so long before this sample that the object had it first.
+bool Expansion::IsTooLateForSetting(const Path& path, std::size_t stream, const Arrival& arrival) const {
+  if (stream == facts_.inputs.size() || path.ahead < kMostPassed) return false;
+  const Arrival* setting = streams_.back().At(path.next.back());
+  return setting != nullptr && setting->place < arrival.place &&
+         setting->time_ns + setting->lasted_ns + limits_.setting_ns < arrival.time_ns;
 }
 
 Outcome Expansion::Apply(Path& path, std::size_t stream, const Arrival& arrival) {
@@ -119,12 +126,19 @@ void Expansion::Try(const Path& path, std::size_t stream) {
   const Arrival* arrival = InWindow(path, stream);
   if (arrival == nullptr) return;
   Path behind = path;
+  CountAhead(behind, stream, *arrival);
   const Outcome outcome = Apply(behind, stream, *arrival);
   if (outcome.kind == Outcome::Published) return Compare(std::move(behind), stream, *arrival);
   if (!IsNear(path, stream, *arrival)) return;
   if (outcome.kind == Outcome::Unknown) return TakeUnknown(std::move(behind), outcome.reason);
   if (arrival->what == Arrival::Sample) behind.findings.CountRefused(outcome.reason);
   Wait(std::move(behind));
+}
+
+void Expansion::CountAhead(Path& path, std::size_t stream, const Arrival& arrival) const {
+  const Arrival* setting = streams_.back().At(path.next.back());
+  const bool passes = stream < facts_.inputs.size() && setting != nullptr && setting->place < arrival.place;
+  path.ahead = passes ? path.ahead + 1 : 0;
 }
 
 void Expansion::Compare(Path path, std::size_t stream, const Arrival& arrival) {
@@ -206,10 +220,10 @@ void Expansion::Consider(const Path& path, std::size_t stream, const Arrival& ar
 }
 
 bool Expansion::IsNear(const Path& path, std::size_t stream, const Arrival& arrival) const {
-  const std::size_t most = stream < facts_.inputs.size() ? kMostPassed : kMostPassedBySetting;
+  const std::int64_t tolerance_ns = stream == facts_.inputs.size() ? limits_.setting_ns : 0;
   for (std::size_t other = 0; other < facts_.inputs.size(); ++other) {
-    const Arrival* far = other == stream ? nullptr : streams_[other].At(path.next[other] + most);
-    if (far != nullptr && far->place < arrival.place) return false;
+    const Arrival* far = other == stream ? nullptr : streams_[other].At(path.next[other] + kMostPassed);
+    if (far != nullptr && far->place < arrival.place && far->time_ns <= arrival.time_ns - tolerance_ns) return false;
   }
   return true;
 }

@@ -55,6 +55,7 @@ class Expansion {
   const Arrival* InWindow(const Path& path, std::size_t stream) const;
   static Outcome Apply(Path& path, std::size_t stream, const Arrival& arrival);
   void Try(const Path& path, std::size_t stream);
+  void CountAhead(Path& path, std::size_t stream, const Arrival& arrival) const;
   void Compare(Path path, std::size_t stream, const Arrival& arrival);
   void TakeUnknown(Path path, const std::string& reason);
   void TakeFromBefore(const Path& path);
@@ -62,6 +63,7 @@ class Expansion {
   void FindAt(Path path);
   void NoteOrder(Path& path, std::size_t stream, const Arrival& arrival) const;
   void Consider(const Path& path, std::size_t stream, const Arrival& arrival);
+  bool IsTooLateForSetting(const Path& path, std::size_t stream, const Arrival& arrival) const;
   bool IsNear(const Path& path, std::size_t stream, const Arrival& arrival) const;
   bool MayPassAtStart(const Path& path, const Arrival& arrival) const;
   static std::string NameOf(const ObjectFacts& facts, std::size_t stream);

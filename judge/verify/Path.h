@@ -30,6 +30,7 @@ struct Path {
 
   OperationValue operation;
   std::vector<std::size_t> next;  ///< of each stream, the number of the first arrival that it has not had
+  std::uint64_t ahead = 0;        ///< samples that came to the recorder behind a setting which it has not had
   bool started = false;           ///< a result was one of its samples'
   bool settled = false;           ///< a result came out of it bit for bit
   bool from_before = false;       ///< a result was of a sample from before the recording
@@ -47,7 +48,7 @@ struct Path {
   std::uint64_t Key() const {
     std::uint64_t key = operation->StateDigest();
     for (const std::size_t index : next) key = Mixed(key, index);
-    return Mixed(key, (started ? 1u : 0u) + (settled ? 2u : 0u) + (from_before ? 4u : 0u));
+    return Mixed(Mixed(key, ahead), (started ? 1u : 0u) + (settled ? 2u : 0u) + (from_before ? 4u : 0u));
   }
 };
 
@@ -56,6 +57,7 @@ struct SearchLimits {
   std::int64_t lead_ns = 5'000'000'000;       ///< a sample may come to the recorder so much later than its result
   std::int64_t patience_ns = 30'000'000'000;  ///< a sample that gave no result for so long has none
   std::int64_t tail_ns = 5'000'000'000;       ///< samples so near to the end may have theirs behind it
+  std::int64_t setting_ns = 50'000'000;       ///< a new setting may be so much out of its place, or by three samples
   std::size_t paths = 64;                     ///< ways that are followed at once
   std::size_t paths_lost = 12;                ///< the same after a result that none of them explains
   std::size_t missing = 4;                    ///< results in a row that may be missing before the next one

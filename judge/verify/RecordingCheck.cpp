@@ -24,6 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uint64_t kEntriesBetweenLooks = 256;
+constexpr std::int64_t kLongestCall_ns = 60'000'000'000;
 
 std::string DigestOfFile(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
@@ -229,6 +230,7 @@ void RecordingCheck::Take(const Recording::Event& event) {
   change.what = event.kind == EventKind::Reset ? Arrival::Reset : Arrival::Size;
   change.size = static_cast<int>(event.value);
   change.time_ns = UsualTime(event.time_ns);
+  if (event.kind == EventKind::Reset) change.lasted_ns = std::clamp<std::int64_t>(event.value, 0, kLongestCall_ns);
   change.place = ++place_;
   object->TakeChange(change);
 }
