@@ -12,9 +12,9 @@
 #include <thread>
 #include <vector>
 
+#include "judge/decibels.h"
 #include "platform/value/decibel_kernels.h"
 #include "platform/value/decibel_paths.h"
-#include "tests/support/decibel_reference.h"
 
 // Every float there is, through every path of the decibel kernels and through the scalar functions, against independent
 // judges. Ends with 1 when one bit differs.
@@ -32,12 +32,12 @@ struct Direction {
   const char* name;
   void (*convert)(Kernel_path, const float*, float*, std::size_t, double) noexcept;
   float (*scalar)(float, double) noexcept;
-  void (*judge)(std::span<const float>, std::span<float>, double, Reference::Tally&);
+  void (*judge)(std::span<const float>, std::span<float>, double, Lumenar::Judge::Tally&);
 };
 
 constexpr Direction kDirections[] = {
-    {"linear to dB", Detail::Linear_to_decibel, Linear_to_decibel, Reference::Linear_to_decibel},
-    {"dB to linear", Detail::Decibel_to_linear, Decibel_to_linear, Reference::Decibel_to_linear},
+    {"linear to dB", Detail::Linear_to_decibel, Linear_to_decibel, Lumenar::Judge::Linear_to_decibel},
+    {"dB to linear", Detail::Decibel_to_linear, Decibel_to_linear, Lumenar::Judge::Decibel_to_linear},
 };
 
 struct Path_name {
@@ -50,7 +50,7 @@ constexpr Path_name kPaths[] = {
 struct Outcome {
   std::uint64_t inputs = 0;
   std::uint64_t wrong[4] = {};  // one for each of kPaths, then the scalar function
-  Reference::Tally tally;
+  Lumenar::Judge::Tally tally;
 
   void Merge(const Outcome& other) {
     inputs += other.inputs;

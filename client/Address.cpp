@@ -73,7 +73,7 @@ std::vector<std::string> NearNames(std::string_view text, const std::vector<Read
   std::stable_sort(distances.begin(), distances.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
   std::vector<std::string> near;
   for (auto& [distance, name] : distances) {
-    if (near.size() < kMostNearNames) near.push_back(std::move(name));
+    if (near.size() < kMostNearNames && distance <= distances.front().first + 1) near.push_back(std::move(name));
   }
   return near;
 }

@@ -58,8 +58,12 @@ Error ErrorFrom(const CORBA::Exception& exception, const std::string& subject) {
 
 std::string AddressOf(CORBA::Object_ptr object) {
   if (CORBA::is_nil(object) || !Corvanta::ORB_base::HasCurrent()) return {};
-  const CORBA::String_var reference = Corvanta::ORB_base::Current().Orb()->object_to_string(object);
-  return EndpointOf(reference.in());
+  try {
+    const CORBA::String_var reference = Corvanta::ORB_base::Current().Orb()->object_to_string(object);
+    return EndpointOf(reference.in());
+  } catch (const CORBA::SystemException&) {  // the ORB ends meanwhile
+    return {};
+  }
 }
 
 Callee CalleeAt(const std::string& name, CORBA::Object_ptr object, const std::string& advice) {

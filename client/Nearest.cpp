@@ -48,6 +48,7 @@ std::vector<std::string> Nearest(std::string_view word, const std::vector<std::s
   std::stable_sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
   std::vector<std::string> near;
   for (auto& [distance, candidate] : found) {
+    if (distance > found.front().first + 1) break;
     const bool is_new = std::find(near.begin(), near.end(), candidate) == near.end();
     if (is_new && near.size() < kMostNear) near.push_back(std::move(candidate));
   }

@@ -189,4 +189,10 @@ std::vector<std::size_t> Subscription::TakeRenewed() { return queue_->TakeRenewe
 unsigned long long Subscription::Lost() const { return queue_->Lost(); }
 void Subscription::OnArrival(std::function<void()> arrived) { queue_->OnArrival(std::move(arrived)); }
 
+std::vector<std::int32_t> Subscription::Handles() const {
+  std::vector<std::int32_t> handles;
+  for (const Entry& entry : entries_) handles.push_back(entry.servant->GetId());
+  return handles;
+}
+
 }  // namespace Lumenar::Client

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -50,6 +51,9 @@ class Subscription {
 
   /// Samples lost because Next was not called often enough.
   unsigned long long Lost() const;
+
+  /// The topic manager's handles of the subscriptions now, in order of Add.
+  std::vector<std::int32_t> Handles() const;
 
   /// Something to do, in place of what was set before, when a sample has come and when the subscription ends: for
   /// readers that cannot wait in Next. It runs on the thread that delivers, so it must neither block nor call this

@@ -8,12 +8,15 @@ macro(lumenar_engine_library_settings version entry_points)
   set_property(GLOBAL PROPERTY LUMENAR_ENTRY_POINTS ${entry_points})
 endmacro()
 
-# An engine library, loaded by engine_host: lumenar_engine_library(NAME SOURCES ... LINK ...).
+# An engine library, loaded by engine_host: lumenar_engine_library(NAME SOURCES ... LINK ... [COMPONENT of installing]).
 #
 # It exports the six symbols of an engine and nothing else, and stays mapped once loaded, because the ORB keeps
 # pointers to the stubs that are linked into it.
 function(lumenar_engine_library name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "" "COMPONENT" "SOURCES;LINK" ${ARGN})
+  if(NOT ARG_COMPONENT)
+    set(ARG_COMPONENT instruments)
+  endif()
   get_property(version GLOBAL PROPERTY LUMENAR_VERSION)
   string(REGEX MATCH "^[0-9]+" so_version ${version})
   set(exports ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/engine_exports.map)
@@ -23,7 +26,7 @@ function(lumenar_engine_library name)
   set_target_properties(${name} PROPERTIES
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
     SOVERSION ${so_version} VERSION ${version} INSTALL_RPATH "$ORIGIN" LINK_DEPENDS ${exports})
-  install(TARGETS ${name} LIBRARY NAMELINK_SKIP)
+  install(TARGETS ${name} LIBRARY COMPONENT ${ARG_COMPONENT} NAMELINK_SKIP)
 endfunction()
 
 # The engine library of an instrument: lumenar_instrument(NAME SOURCES ... LINK ...). One of its sources defines

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # What `cmake --install` lays down besides programs and engine libraries: all that is needed to write a client or an
-# instrument, the transport configuration, and the pages. The tree runs from wherever it is moved.
+# instrument, the transport configuration, and the pages. The tree runs from wherever it is moved. Each piece names the
+# component, which is a package of cmake/Packages.cmake, that it belongs to.
 include(CMakePackageConfigHelpers)
 include(PublicParts)
 
@@ -11,7 +12,8 @@ set(products_dir ${PROJECT_BINARY_DIR}/package)
 
 # Libraries and headers, with the paths by which the code includes them.
 lumenar_public_libraries(libraries client instruments_common local_arguments)
-install(TARGETS ${libraries} EXPORT LumenarTargets)
+install(TARGETS ${libraries} EXPORT LumenarTargets
+  LIBRARY COMPONENT libraries NAMELINK_COMPONENT development ARCHIVE COMPONENT development)
 file(GLOB public_headers RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
   ${PROJECT_SOURCE_DIR}/client/*.h ${PROJECT_SOURCE_DIR}/instruments/common/*.h
   ${PROJECT_SOURCE_DIR}/platform/components/*.h ${PROJECT_SOURCE_DIR}/platform/components/*/*.h)
@@ -19,19 +21,22 @@ lumenar_with_included_headers(headers ${public_headers}
   platform/program/engine_entry.h platform/program/local_arguments.h platform/records/Records.h)
 foreach(header IN LISTS headers)
   get_filename_component(folder ${header} DIRECTORY)
-  install(FILES ${header} DESTINATION ${header_dir}/${folder})
+  install(FILES ${header} DESTINATION ${header_dir}/${folder} COMPONENT development)
 endforeach()
-install(FILES ${PROJECT_BINARY_DIR}/generated/platform/program/built_for.h DESTINATION ${header_dir}/platform/program)
-install(DIRECTORY ${PROJECT_BINARY_DIR}/idl/generated/ DESTINATION ${header_dir} FILES_MATCHING PATTERN "*.hh")
-install(DIRECTORY idl/ DESTINATION ${CMAKE_INSTALL_DATADIR}/idl/lumenar FILES_MATCHING PATTERN "*.idl")
+install(FILES ${PROJECT_BINARY_DIR}/generated/platform/program/built_for.h DESTINATION ${header_dir}/platform/program
+  COMPONENT development)
+install(DIRECTORY ${PROJECT_BINARY_DIR}/idl/generated/ DESTINATION ${header_dir} COMPONENT development
+  FILES_MATCHING PATTERN "*.hh")
+install(DIRECTORY idl/ DESTINATION ${CMAKE_INSTALL_DATADIR}/idl/lumenar COMPONENT development
+  FILES_MATCHING PATTERN "*.idl")
 
 # For users of CMake.
-install(EXPORT LumenarTargets NAMESPACE lumenar:: DESTINATION ${package_dir})
+install(EXPORT LumenarTargets NAMESPACE lumenar:: DESTINATION ${package_dir} COMPONENT development)
 configure_package_config_file(cmake/LumenarConfig.cmake.in ${products_dir}/LumenarConfig.cmake
   INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(${products_dir}/LumenarConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${products_dir}/LumenarConfig.cmake ${products_dir}/LumenarConfigVersion.cmake
-  cmake/EngineLibrary.cmake cmake/engine_exports.map instruments/common/entry_points.cpp DESTINATION ${package_dir})
+  cmake/EngineLibrary.cmake cmake/engine_exports.map instruments/common/entry_points.cpp DESTINATION ${package_dir} COMPONENT development)
 
 # For users of pkg-config: to write a client, and to write an instrument.
 file(RELATIVE_PATH pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
@@ -43,13 +48,21 @@ file(RELATIVE_PATH conf_dir ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_SYSCONF
 if(conf_dir MATCHES "^\\.\\.")
   set(conf_dir ${CMAKE_INSTALL_FULL_SYSCONFDIR})
 endif()
-install(FILES packaging/tcp.conf DESTINATION ${conf_dir}/lumenar)
+install(FILES packaging/tcp.conf DESTINATION ${conf_dir}/lumenar COMPONENT tools)
 
-# Pages of the manual.
-install(DIRECTORY packaging/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 FILES_MATCHING PATTERN "*.1")
+# A platform by hand.
+install(PROGRAMS scripts/platform DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME lumenar COMPONENT services)
+
+# Pages of the manual. Packages have pages with the help of each verb, which are made when the programs can be run.
+if(NOT LUMENAR_PACKAGES)
+  install(DIRECTORY packaging/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 FILES_MATCHING PATTERN "*.1")
+endif()
 
 # Licence and pages, side by side as in the source tree, so that their links hold.
-install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${page_dir})
-install(FILES tools/mathctl/README.md DESTINATION ${page_dir}/tools/mathctl)
-install(DIRECTORY docs/ DESTINATION ${page_dir}/docs)
-install(DIRECTORY examples DESTINATION ${page_dir})
+install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${page_dir} COMPONENT documentation)
+install(FILES tools/mathctl/README.md DESTINATION ${page_dir}/tools/mathctl COMPONENT documentation)
+install(DIRECTORY docs/ DESTINATION ${page_dir}/docs COMPONENT documentation)
+install(DIRECTORY examples DESTINATION ${page_dir} COMPONENT development)
+
+include(SystemdUnits)
+include(Packages)

@@ -24,7 +24,8 @@ std::string SamplesText(unsigned long count, const char* more) {
 }  // namespace
 
 RefusedSamples::RefusedSamples(CORBA::Long id, std::function<void(const std::string&)> write)
-    : id_(id), write_(write ? std::move(write) : [](const std::string& line) { WriteError(line); }) {}
+    : id_(id),
+      write_(write ? std::move(write) : [](const std::string& line) { WriteError(line, Priority::Warning); }) {}
 
 void RefusedSamples::AddInput(const std::string& topic) {
   Lock lock(mutex_);

@@ -8,7 +8,7 @@
 
 using Lumenar::MathInit;
 using Lumenar::RunForHost;
-using Lumenar::WriteError;
+using Lumenar::WriteFixedError;
 using Lumenar::WriteOut;
 
 LUMENAR_LOCAL_ARGUMENTS("./common_math.engine")
@@ -32,7 +32,7 @@ extern "C" LUMENAR_EXPORT void* createEngine() {
 /// Serves requests until the ORB is shut down, on the calling thread.
 extern "C" LUMENAR_EXPORT void joinEngine() {
   if (math == nullptr) {
-    WriteError("Lumenar::MathInit Join: ebdy NULL");
+    WriteFixedError("Lumenar::MathInit Join: ebdy NULL");
     return;
   }
   RunForHost("Lumenar::MathInit Join: ", [] { math->Join(); });

@@ -16,10 +16,10 @@
 #include <numeric>
 
 #include "bench/Figures.h"
-#include "bench/objects/CommandLine.h"
 #include "bench/objects/ObjectsRig.h"
 #include "platform/wire/SharedSampleView.h"
 #include "platform/wire/sample_wire.h"
+#include "tests/support/CommandLineFigures.h"
 
 namespace {
 
@@ -143,9 +143,9 @@ void ManyAtOnce(std::vector<Figure>& figures, int objects) {
 /// What people wait for who look at very many objects.
 void CommandLine(std::vector<Figure>& figures, ObjectsRig& rig) {
   figures.push_back(Plain(fmt::format("mathctl list of {} objects, from start to end", rig.Objects()),
-                          SecondsToList(rig.Platform()), "s", 0.5));
+                          Lumenar::Test::SecondsToList(rig.Platform()), "s", 0.5));
   figures.push_back(Plain(fmt::format("processor time of mathctl top for a redraw, {} objects", rig.Objects()),
-                          ProcessorSecondsToRedraw(rig.Platform()) * 1e3, "ms", 50));
+                          Lumenar::Test::ProcessorSecondsToRedraw(rig.Platform()) * 1e3, "ms", 50));
 }
 
 /// Objects of two inputs that nothing is published on, more and more of them: the last as fast to create and to delete

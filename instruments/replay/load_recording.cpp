@@ -37,14 +37,21 @@ RecordedFile ReadCsv(std::string_view text) {
   return ReadScope(text);
 }
 
-}  // namespace
-
-RecordedFile ReadRecording(std::string_view name, std::string_view text) {
-  const std::string ending = Ending(name);
+RecordedFile ReadByEnding(const std::string& ending, std::string_view text) {
   if (ending == ".s1p") return ReadTouchstone(text, 1);
   if (ending == ".s2p") return ReadTouchstone(text, 2);
   if (ending == ".csv") return ReadCsv(text);
   throw std::invalid_argument("is no recording that can be read (.s1p, .s2p, .csv)");
+}
+
+}  // namespace
+
+Value::Units LevelUnits(const Value::Units& units) noexcept { return units == kPlainDecibels ? kRatioDecibels : units; }
+
+RecordedFile ReadRecording(std::string_view name, std::string_view text) {
+  RecordedFile file = ReadByEnding(Ending(name), text);
+  for (Recording& recording : file.recordings) recording.units = LevelUnits(recording.units);
+  return file;
 }
 
 RecordedFile LoadRecording(const std::string& path) {

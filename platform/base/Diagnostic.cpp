@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/base/Diagnostic.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
 #include <iostream>
+#include <string>
 #include <system_error>
 
 #include "platform/base/Mutex.h"
@@ -39,9 +44,21 @@ void WriteOut(std::string_view line) {
   if (error != 0) output_error.compare_exchange_strong(none, error);
 }
 
-void WriteError(std::string_view line) {
+void WriteError(std::string_view line, Priority priority) {
+  static const bool is_journal = IsStream(STDERR_FILENO, std::getenv("JOURNAL_STREAM"));
+  if (!is_journal) return WriteFixedError(line);
+  WriteFixedError('<' + std::to_string(static_cast<int>(priority)) + '>' + std::string(line));
+}
+
+void WriteFixedError(std::string_view line) {
   Lock lock(OutputMutex());
   WriteLine(std::cerr, line);
+}
+
+bool IsStream(int descriptor, const char* stream) {
+  struct stat status {};
+  if (stream == nullptr || fstat(descriptor, &status) != 0) return false;
+  return stream == std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino);
 }
 
 int OutputError() noexcept { return output_error; }

@@ -244,7 +244,7 @@ void DdsBaseAccess::Impl::Found(DDS_Manager_ptr manager) {
     tried_.NotifyAll();
     std::swap(was_noted, noted_);
   }
-  if (was_noted) Lumenar::WriteError("topic manager is back");
+  if (was_noted) Lumenar::WriteError("topic manager is back", Lumenar::Priority::Notice);
   standing_.LookSoon();
 }
 
@@ -284,8 +284,9 @@ void DdsBaseAccess::Impl::NoteAway(const CORBA::Exception& error) {
     if (noted_) return;
     noted_ = true;
   }
-  Lumenar::WriteError("topic manager at " + LocalPathText(kTopicManager) +
-                      " is away: " + Lumenar::CorbaText(error, AddressOfKnown()));
+  Lumenar::WriteError(
+      "topic manager at " + LocalPathText(kTopicManager) + " is away: " + Lumenar::CorbaText(error, AddressOfKnown()),
+      Lumenar::Priority::Warning);
 }
 
 /// Of the process of the last manager that answered; empty before there was one.
@@ -301,7 +302,8 @@ void DdsBaseAccess::Impl::NoteRefused(const char* topic, const CORBA::Exception&
     Lock lock(mutex_);
     if (refused_.size() >= kMaxRefusedTopics || !refused_.insert(topic).second) return;
   }
-  Lumenar::WriteError(fmt::format("sample of topic {} not taken: {}", topic, Lumenar::CorbaText(error)));
+  Lumenar::WriteError(fmt::format("sample of topic {} not taken: {}", topic, Lumenar::CorbaText(error)),
+                      Lumenar::Priority::Warning);
 }
 
 void DdsBaseAccess::Impl::Publish(const char* topic, const SampleView& sample) {

@@ -4,10 +4,13 @@
 #include <chrono>
 #include <stdexcept>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 #include "platform/base/Diagnostic.h"
+#include "platform/base/ServiceManager.h"
 #include "platform/orb/CorbaText.h"
+#include "platform/signals/Signals.h"
 #include "platform/transport/addresses.h"
 
 namespace Corvanta {
@@ -86,13 +89,47 @@ CORBA::Object_ptr Naming::Resolve(const Path& path) const {
   return object._retn();
 }
 
-CORBA::Object_ptr Naming::ResolveWithin(const Path& path, std::chrono::milliseconds limit) const {
+/// The service with a limit of its own, which does not touch other calls through the root.
+CosNaming::NamingContext_ptr Naming::LimitedRoot(std::chrono::milliseconds limit) const {
   const CosNaming::NamingContext_var root = Root();
   const CORBA::String_var text = orb_->object_to_string(root);
-  const CORBA::Object_var own = orb_->string_to_object(text);  // the limit is not to touch other calls through the root
-  const CosNaming::NamingContext_var limited = CosNaming::NamingContext::_unchecked_narrow(own);
+  const CORBA::Object_var own = orb_->string_to_object(text);
+  CosNaming::NamingContext_var limited = CosNaming::NamingContext::_unchecked_narrow(own);
   omniORB::setClientCallTimeout(limited,
                                 static_cast<CORBA::ULong>(limit.count()));  // a narrowed reference does not inherit it
+  return limited._retn();
+}
+
+bool Naming::IsThere(std::chrono::milliseconds limit) const {
+  try {
+    const CosNaming::NamingContext_var root = LimitedRoot(limit);
+    return !root->_non_existent();
+  } catch (const CORBA::SystemException&) {
+    return false;
+  }
+}
+
+void Naming::WaitUntilItAnswers(std::chrono::seconds limit) const {
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::milliseconds kPause{100};
+  const auto end = Clock::now() + limit;
+  bool was_told = false;
+  while (Clock::now() < end && !IsThere(std::chrono::milliseconds(kProbeLimit_ms))) {
+    Lumenar::Signals::ThrowIfPending();
+    if (!std::exchange(was_told, true)) NoteWait(limit);
+    std::this_thread::sleep_for(kPause);  // what answers nobody here costs next to nothing
+  }
+}
+
+void Naming::NoteWait(std::chrono::seconds limit) const {
+  const std::string line =
+      "naming service at " + address_ + " is waited for, " + std::to_string(limit.count()) + " s at most";
+  Lumenar::WriteError(line, Lumenar::Priority::Notice);
+  Lumenar::TellServiceManager("STATUS=" + line);
+}
+
+CORBA::Object_ptr Naming::ResolveWithin(const Path& path, std::chrono::milliseconds limit) const {
+  const CosNaming::NamingContext_var limited = LimitedRoot(limit);
   CORBA::Object_var object = limited->resolve(NameOf(path));
   if (CORBA::is_nil(object)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_YES);
   return object._retn();
@@ -289,11 +326,13 @@ void Naming::Restore(const Path& path, CORBA::Object_ptr object) {
 
 void Naming::NoteTrouble(const char* trouble, const CORBA::SystemException& error) {
   if (std::exchange(trouble_, trouble) == trouble) return;
-  Lumenar::WriteError("naming service at " + address_ + " " + trouble + ": " + Lumenar::CorbaText(error, address_));
+  Lumenar::WriteError("naming service at " + address_ + " " + trouble + ": " + Lumenar::CorbaText(error, address_),
+                      Lumenar::Priority::Warning);
 }
 
 void Naming::NoteBack() {
-  if (std::exchange(trouble_, nullptr) != nullptr) Lumenar::WriteError("naming service at " + address_ + " is back");
+  if (std::exchange(trouble_, nullptr) == nullptr) return;
+  Lumenar::WriteError("naming service at " + address_ + " is back", Lumenar::Priority::Notice);
 }
 
 }  // namespace Corvanta

@@ -39,6 +39,11 @@ class Naming {
   Naming(const Naming&) = delete;
   Naming& operator=(const Naming&) = delete;
 
+  /// Returns when the service answers, or after `limit`: the next operation then tells what is wrong. Where it does not
+  /// answer at once, one line on standard error says that this process waits.
+  /// Errors   Signal_Exception when a signal came meanwhile.
+  void WaitUntilItAnswers(std::chrono::seconds limit) const;
+
   CORBA::Object_ptr Resolve(const Path& path) const;
   /// With a limit of its own, whatever that of other calls is.
   CORBA::Object_ptr ResolveWithin(const Path& path, std::chrono::milliseconds limit) const;
@@ -55,6 +60,9 @@ class Naming {
 
  private:
   CosNaming::NamingContext_ptr Root() const;
+  CosNaming::NamingContext_ptr LimitedRoot(std::chrono::milliseconds limit) const;
+  bool IsThere(std::chrono::milliseconds limit) const;
+  void NoteWait(std::chrono::seconds limit) const;
   template <class Operation>
   void WithContexts(const Path& path, Operation operation) const;
   void CreateContexts(const Path& path) const;

@@ -13,6 +13,7 @@
 #include "platform/orb/CorbaText.h"
 #include "platform/orb/ORB_base_impl.h"
 #include "platform/signals/Signals.h"
+#include "platform/transport/RefusalLog.h"
 
 namespace Corvanta {
 namespace {
@@ -23,11 +24,15 @@ std::atomic<ORB_base*> current{nullptr};
 /// its work.
 CORBA::Boolean RepeatNothing(void*, CORBA::ULong, const CORBA::TRANSIENT&) { return false; }
 
-/// Takes the ORB's own messages; it writes only errors unless its environment asks for more (ORBtraceLevel).
+bool IsTraced() { return std::getenv("ORBtraceLevel") != nullptr; }
+
+/// Takes the ORB's own messages. It writes only errors, the same one once a minute, unless its environment asks for more.
 void WriteOrbMessage(const char* message) {
   std::string_view line = message;
   while (!line.empty() && line.back() == '\n') line.remove_suffix(1);
-  Lumenar::WriteError(line);
+  if (IsTraced()) return Lumenar::WriteError(line);
+  static auto* const log = new RefusalLog;  // the ORB may write until the process ends
+  log->Say(std::string(line), std::string(line));
 }
 
 /// The ORB of a process is one: a second ORB_init would return the first one's and ignore its options.
@@ -51,7 +56,7 @@ void ORB_base::Impl::InitialiseOrb() {
   RequireNoOrb();
   omniORB::setLogFunction(WriteOrbMessage);
   omniORB::installTransientExceptionHandler(nullptr, &RepeatNothing);
-  if (std::getenv("ORBtraceLevel") == nullptr) arguments.options.emplace(arguments.options.begin(), "traceLevel", "0");
+  if (!IsTraced()) arguments.options.emplace(arguments.options.begin(), "traceLevel", "0");
   for (auto& [name, value] : arguments.options)
     if (name == "endPoint") value = GuardedTransport::Endpoint(value);
   const auto count = arguments.options.size();
@@ -162,6 +167,7 @@ void ORB_base::Run() {
   Lumenar::Signals::ThrowIfPending();
   try {
     Activate();
+    impl_->supervision.Begin(impl_->poa);
     impl_->orb->run();
   } catch (const CORBA::BAD_INV_ORDER&) {
     if (!impl_->listeners.Began()) throw;  // else somebody shut the ORB down before it ran
@@ -171,6 +177,7 @@ void ORB_base::Run() {
 }
 
 void ORB_base::Shutdown() noexcept {
+  impl_->supervision.End();
   if (!impl_->listeners.Run()) return;
   impl_->StopOrb();
   Lumenar::Lock lock(impl_->mutex);

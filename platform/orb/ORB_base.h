@@ -21,7 +21,8 @@ class ORB_base {
   /// configuration as -ORBSvcConf FILE; a missing file at that compiled-in path means the defaults).
   ///
   /// Environment, for tests and racks: LUMENAR_NAMING=HOST:PORT replaces the naming service,
-  /// LUMENAR_TRANSPORT_CONF=FILE the configuration (this file must exist).
+  /// LUMENAR_TRANSPORT_CONF=FILE the configuration (this file must exist), LUMENAR_ENDPOINT its
+  /// orb.endpoint, LUMENAR_NAMING_WAIT=SECONDS its orb.naming_wait_s.
   /// Errors   TransportConfigError; std::invalid_argument for an unknown -ORB argument; std::logic_error when an
   ///          ORB_base lives already or the process has an ORB that somebody else initialised; CORBA system exceptions.
   ORB_base(int argc, const char* const* argv);
@@ -51,7 +52,8 @@ class ORB_base {
   void Activate();
 
   /// Dispatches requests and blocks until Shutdown; then throws Term_Exception or Quit_Exception when a signal was the
-  /// reason.
+  /// reason. A service manager that started this process hears that it is ready, that it works, and when it ends
+  /// (Supervision).
   void Run();
 
   /// Ends Run from any thread: first runs the shutdown listeners (names are unbound and subscriptions ended while calls

@@ -7,6 +7,7 @@
 #include "platform/orb/ORB_base.h"
 #include "platform/orb/OrbArguments.h"
 #include "platform/orb/ShutdownListeners.h"
+#include "platform/orb/Supervision.h"
 #include "platform/transport/GuardedTransport.h"
 
 namespace Corvanta {
@@ -30,6 +31,7 @@ struct ORB_base::Impl {
   std::unique_ptr<Naming> naming;
   ShutdownListeners listeners;
   std::atomic<bool> handles_signals{false};
+  Supervision supervision;
 
   Lumenar::Mutex mutex;
   Lumenar::Condition changed;

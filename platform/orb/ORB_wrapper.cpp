@@ -60,6 +60,8 @@ int FirstName(ORB_wrapper_base& orb, const Naming::Path& names, CORBA::Object_pt
 
 ORB_wrapper_base::~ORB_wrapper_base() = default;
 
+void ORB_wrapper_base::WaitForNaming() { impl_->naming->WaitUntilItAnswers(Transport().naming_wait); }
+
 void ORB_wrapper_base::LookupClient(std::vector<ClientInfo>& clients) {
   for (ClientInfo& client : clients) {
     const CORBA::Object_var found = Resolve(client.path);
@@ -102,6 +104,7 @@ struct ORB_wrapper::WrapperImpl {
 ORB_wrapper::ORB_wrapper(const char* name, const char* context)
     : ORB_wrapper_base(localargc, localargv), wrapper_(std::make_unique<WrapperImpl>()) {
   Lumenar::Signals::ThrowIfPending();
+  WaitForNaming();
   wrapper_->context = Components(context);
   wrapper_->placeholder = new Placeholder;
   PortableServer::ObjectId_var id = Poa()->activate_object(wrapper_->placeholder.in());

@@ -34,6 +34,10 @@ class ORB_wrapper_base : public ORB_base {
   using ORB_base::ORB_base;
   ~ORB_wrapper_base() override;
 
+  /// The first step of an engine or a service: waits for the naming service as long as orb.naming_wait_s says.
+  /// Errors   Signal_Exception when a signal came meanwhile.
+  void WaitForNaming();
+
   /// Resolves every path in the naming service, and asks each object whether it is there: a name whose object does not
   /// answer within 0.25 s counts as not found. That limit is not the one of later calls.
   /// Errors   CosNaming::NamingContext::NotFound; CORBA system exceptions (the naming service away, nobody behind the

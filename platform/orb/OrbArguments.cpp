@@ -2,6 +2,8 @@
 #include "platform/orb/OrbArguments.h"
 
 #include <algorithm>
+#include <charconv>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
@@ -125,17 +127,8 @@ std::string PlaceOf(const std::string& path, const std::string& key, std::size_t
 }
 
 constexpr const char* kEndpoint = "orb.endpoint";
+constexpr const char* kEndpointVariable = "LUMENAR_ENDPOINT";
 constexpr const char* kAllowedPeer = "orb.allowed_peer";
-
-void PrepareEndpoints(const std::string& path, TransportConfig& transport) {
-  for (std::size_t i = 0; i < transport.endpoints.size(); ++i) {
-    try {
-      transport.endpoints[i] = PrepareEndpoint(transport.endpoints[i]);
-    } catch (const TransportConfigError& error) {
-      throw TransportConfigError(PlaceOf(path, kEndpoint, i) + error.what());
-    }
-  }
-}
 
 void CheckGiven(const std::string_view name, const std::string& value) {
   const std::string problem = name == "endPoint" ? EndpointProblem(value) : std::string();
@@ -170,7 +163,11 @@ OrbArguments OrbArguments::Read(int argc, const char* const* argv) {
   arguments.transport_file = TransportFile(compiled_in);
   if (!arguments.transport_file.empty()) arguments.settings = SettingsFile::Read(arguments.transport_file);
   arguments.transport = TransportConfig(arguments.settings);
-  PrepareEndpoints(arguments.transport_file, arguments.transport);
+  if (const char* seconds = std::getenv("LUMENAR_NAMING_WAIT"); seconds != nullptr && *seconds != '\0')
+    arguments.TakeNamingWait("LUMENAR_NAMING_WAIT", seconds);
+  if (const char* endpoint = std::getenv(kEndpointVariable); endpoint != nullptr && *endpoint != '\0')
+    arguments.TakeEndpoint(endpoint);
+  arguments.PrepareEndpoints();
   arguments.options = arguments.transport.OrbOptions();
   arguments.options.emplace_back("InitRef", std::string(kNamingKey) + arguments.naming_uri);
   arguments.options.insert(arguments.options.end(), given.begin(), given.end());
@@ -183,10 +180,42 @@ void OrbArguments::TakeNaming(const std::string& source, const std::string& addr
   naming_uri = "corbaloc:iiop:" + address + "/NameService";
 }
 
+void OrbArguments::TakeNamingWait(const std::string& source, const std::string& seconds) {
+  constexpr unsigned kMost = 86400;
+  unsigned number = 0;
+  const char* const last = seconds.data() + seconds.size();
+  const auto [end, error] = std::from_chars(seconds.data(), last, number);
+  if (error != std::errc() || end != last || number > kMost)
+    throw std::invalid_argument(source + ": '" + seconds + "' is not a whole number from 0 to " +
+                                std::to_string(kMost));
+  transport.naming_wait = std::chrono::seconds(number);
+}
+
+void OrbArguments::TakeEndpoint(const std::string& endpoint) {
+  const std::string problem = EndpointProblem(endpoint);
+  if (!problem.empty()) throw std::invalid_argument(std::string(kEndpointVariable) + ": '" + endpoint + "' " + problem);
+  transport.endpoints = {endpoint};
+  own_endpoint = true;
+}
+
+std::string OrbArguments::PlaceOfEndpoint(std::size_t index) const {
+  return own_endpoint ? std::string(kEndpointVariable) + ": " : PlaceOf(transport_file, kEndpoint, index);
+}
+
+void OrbArguments::PrepareEndpoints() {
+  for (std::size_t i = 0; i < transport.endpoints.size(); ++i) {
+    try {
+      transport.endpoints[i] = PrepareEndpoint(transport.endpoints[i]);
+    } catch (const TransportConfigError& error) {
+      throw TransportConfigError(PlaceOfEndpoint(i) + error.what());
+    }
+  }
+}
+
 std::string OrbArguments::Problem() const {
   for (std::size_t i = 0; i < transport.endpoints.size(); ++i) {
     const std::string problem = ListenProblem(transport.endpoints[i]);
-    if (!problem.empty()) return PlaceOf(transport_file, kEndpoint, i) + transport.endpoints[i] + ": " + problem;
+    if (!problem.empty()) return PlaceOfEndpoint(i) + transport.endpoints[i] + ": " + problem;
   }
   for (std::size_t i = 0; i < transport.allowed_peers.size(); ++i) {
     const std::string problem = LookupProblem(transport.allowed_peers[i]);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +20,7 @@ struct OrbArguments {
   std::vector<std::pair<std::string, std::string>> options;
 
   std::string transport_file;  ///< that was read; empty for the defaults
+  bool own_endpoint = false;   ///< where to listen comes from the environment instead
 
   /// Reads an argument list as described at ORB_base's constructor. Arguments that do not begin with -ORB are left to
   /// others.
@@ -35,6 +37,10 @@ struct OrbArguments {
 
  private:
   void TakeNaming(const std::string& source, const std::string& address);
+  void TakeEndpoint(const std::string& endpoint);
+  std::string PlaceOfEndpoint(std::size_t index) const;
+  void PrepareEndpoints();
+  void TakeNamingWait(const std::string& source, const std::string& seconds);
 };
 
 }  // namespace Corvanta

@@ -186,7 +186,8 @@ void PeerWatch::Answered(const std::string& engine, CORBA::Object_ptr object) {
     peer.missed = 0;
     peer.object = CORBA::Object::_duplicate(object);
   }
-  if (was_away) Lumenar::WriteError(fmt::format("engine {}, which supplies inputs, is back", engine));
+  if (was_away)
+    Lumenar::WriteError(fmt::format("engine {}, which supplies inputs, is back", engine), Lumenar::Priority::Notice);
 }
 
 void PeerWatch::Missed(const std::string& engine, const CORBA::Exception& error) {
@@ -199,7 +200,8 @@ void PeerWatch::Missed(const std::string& engine, const CORBA::Exception& error)
     if (++peer.missed < (hangs ? kMissesOfOneThatHangs : 1) || peer.away) return;
     peer.away = true;
   }
-  Lumenar::WriteError(fmt::format("engine {}, which supplies inputs, is away: {}", engine, Lumenar::CorbaText(error)));
+  Lumenar::WriteError(fmt::format("engine {}, which supplies inputs, is away: {}", engine, Lumenar::CorbaText(error)),
+                      Lumenar::Priority::Warning);
 }
 
 }  // namespace Corvanta

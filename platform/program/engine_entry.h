@@ -21,15 +21,15 @@ void RunForHost(const std::string& prefix, Step step) {
   try {
     step();
   } catch (const Term_Exception&) {
-    WriteError(prefix + "Got terminate signal");
+    WriteFixedError(prefix + "Got terminate signal");
   } catch (const Quit_Exception&) {
-    WriteError(prefix + "Got quit signal");
+    WriteFixedError(prefix + "Got quit signal");
   } catch (const std::exception& failure) {
-    WriteError(prefix + "Caught exception " + failure.what());
+    WriteFixedError(prefix + "Caught exception " + failure.what());
   } catch (const CORBA::Exception& failure) {
-    WriteError(prefix + "CORBA error:" + failure._name() + " on repo " + failure._rep_id());
+    WriteFixedError(prefix + "CORBA error:" + failure._name() + " on repo " + failure._rep_id());
   } catch (...) {
-    WriteError(prefix + "An unknown exception was caught");
+    WriteFixedError(prefix + "An unknown exception was caught");
   }
 }
 

@@ -38,16 +38,19 @@ int AnswerSender::Send(int socket, const void* bytes, std::size_t size, std::chr
 
 /// The ORB begins each message, and each fragment, with a call of its own.
 void AnswerSender::Count(const unsigned char* bytes, std::size_t size, std::size_t sent) noexcept {
-  if (left_ == 0 && size >= kHeaderBytes) {
+  constexpr auto kOrder = std::memory_order_relaxed;
+  std::uint64_t left = left_.load(kOrder);
+  if (left == 0 && size >= kHeaderBytes) {
     std::uint32_t body = 0;
     std::memcpy(&body, bytes + 8, sizeof body);
     if (((bytes[6] & kLittleEndian) != 0) != (std::endian::native == std::endian::little))
       body = __builtin_bswap32(body);
-    fragments_follow_ = (bytes[6] & kFragmentsFollow) != 0;
-    left_ = kHeaderBytes + std::uint64_t{body};
+    fragments_follow_.store((bytes[6] & kFragmentsFollow) != 0, kOrder);
+    left = kHeaderBytes + std::uint64_t{body};
   }
-  left_ -= std::min<std::uint64_t>(left_, sent);
-  is_between_answers_ = left_ == 0 && !fragments_follow_;
+  left -= std::min<std::uint64_t>(left, sent);
+  left_.store(left, kOrder);
+  is_between_answers_ = left == 0 && !fragments_follow_.load(kOrder);
   if (is_between_answers_) LargeAnswer::End();
 }
 

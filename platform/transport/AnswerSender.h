@@ -15,7 +15,8 @@ namespace Corvanta {
 
 /// Sends answers over one connection for as long as its peer takes them. A peer that takes nothing for a time, or whose
 /// answer holds memory that others need (SendBudget), is given up, with one line a minute.
-/// Threads   Send: one at a time; all else: any.
+/// Threads   Send: one at a time, but for the farewell that the ORB sends when it ends, which may come beside an answer;
+///           what is counted of that answer does not matter any more. All else: any.
 class AnswerSender final : public WaitingSender {
  public:
   struct Limits {
@@ -50,8 +51,8 @@ class AnswerSender final : public WaitingSender {
   const Limits limits_;
   const std::function<void()> end_;
   const std::function<std::string()> peer_;
-  std::uint64_t left_ = 0;  // bytes of the message that is being sent
-  bool fragments_follow_ = false;
+  std::atomic<std::uint64_t> left_{0};  // bytes of the message that is being sent
+  std::atomic<bool> fragments_follow_{false};
   std::atomic<bool> is_between_answers_{true};
   std::atomic<bool> is_stuck_{false};
 };

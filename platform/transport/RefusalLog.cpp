@@ -13,7 +13,8 @@ constexpr const char* kTheRest = "others";
 }  // namespace
 
 RefusalLog::RefusalLog(std::function<void(const std::string&)> write)
-    : write_(write ? std::move(write) : [](const std::string& line) { Lumenar::WriteError(line); }) {}
+    : write_(write ? std::move(write)
+                   : [](const std::string& line) { Lumenar::WriteError(line, Lumenar::Priority::Warning); }) {}
 
 void RefusalLog::Say(const std::string& cause, const std::string& line, Time now) {
   std::string text = line;

@@ -64,6 +64,7 @@ constexpr Setting kSettings[] = {
     {"orb.max_unsent_bytes", NumberProblem, 8192, std::numeric_limits<std::int64_t>::max()},
     {"orb.max_connections_to_peer", NumberProblem, 1, 10000},
     {"orb.max_server_threads", NumberProblem, 2, 10000},
+    {"orb.naming_wait_s", NumberProblem, 0, kDay_s},
     {"orb.out_scan_period_s", NumberProblem, 1, kDay_s},
     {"orb.in_scan_period_s", NumberProblem, 1, kDay_s},
     {"math.max_objects", NumberProblem, 1, 10'000'000},

@@ -26,6 +26,7 @@ TransportConfig::TransportConfig(const SettingsFile& settings) {
   read("orb.max_server_threads", max_server_threads);
   read_ms("orb.send_timeout_ms", send_timeout);
   read("orb.max_unsent_bytes", max_unsent_bytes);
+  naming_wait = std::chrono::seconds(settings.Number("orb.naming_wait_s", 0));
   read("orb.out_scan_period_s", out_scan_period_s);
   read("orb.in_scan_period_s", in_scan_period_s);
   if (out_scan_period_s >= in_scan_period_s)

@@ -28,8 +28,10 @@ struct TransportConfig {
   /// orb.send_timeout_ms: of an answer of which its caller takes nothing
   std::chrono::milliseconds send_timeout{10000};
   std::uint64_t max_unsent_bytes = 512u << 20;  ///< orb.max_unsent_bytes: of all answers that are built or sent
-  unsigned out_scan_period_s = 120;             ///< orb.out_scan_period_s, below in_scan_period_s
-  unsigned in_scan_period_s = 180;              ///< orb.in_scan_period_s
+  /// orb.naming_wait_s: how long an engine or a service that starts waits for the naming service
+  std::chrono::seconds naming_wait{0};
+  unsigned out_scan_period_s = 120;  ///< orb.out_scan_period_s, below in_scan_period_s
+  unsigned in_scan_period_s = 180;   ///< orb.in_scan_period_s
 
   /// What all connections together may hold of messages that have come in part: twice max_message_bytes unless it is
   /// set.

@@ -31,6 +31,7 @@ void Serve(const std::string& state) {
   std::optional<Lumenar::EngineFile> file;
   if (!state.empty()) file.emplace(state);
   Corvanta::ORB_wrapper_base orb(localargc, localargv);
+  orb.WaitForNaming();
   PortableServer::Servant_var<Corvanta::HwEnumerate_Able_i> servant(new Corvanta::HwEnumerate_Able_i(file));
   Corvanta::HwEnumerate_Able_var service = servant->_this();
   orb.Activate();

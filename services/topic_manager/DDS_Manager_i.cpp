@@ -125,13 +125,13 @@ std::string DDS_Manager_i::CheckedReference(const char* topic, DDS_Sub_ptr subsc
   return reference.in();
 }
 
-/// A subscription begins; the state file has yet to be written.
-CORBA::Long DDS_Manager_i::Begin(const std::string& topic, const std::string& reference) {
+/// A subscription begins, under another handle than `but`; the state file has yet to be written.
+CORBA::Long DDS_Manager_i::Begin(const std::string& topic, const std::string& reference, long but) {
   auto target = MakeSubscriber(reference);
   EnterTopic(topic);
   long handle = 0;
   try {
-    handle = store_.Add(topic, reference);
+    handle = store_.Add(topic, reference, but);
   } catch (const std::length_error&) {
     LeaveTopic(topic);
     throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
@@ -173,7 +173,7 @@ HandleSeq* DDS_Manager_i::Renew(const ClaimSeq& claims) {
 CORBA::Long DDS_Manager_i::RenewOne(const Lumenar::StateFile::Entry& claim, long known) {
   if (known != 0 || claim.reference.empty()) return static_cast<CORBA::Long>(known);
   try {
-    return Begin(claim.topic, claim.reference);
+    return Begin(claim.topic, claim.reference, claim.handle);  // so its owner sees that it had been forgotten
   } catch (const CORBA::SystemException&) {
     return 0;
   }

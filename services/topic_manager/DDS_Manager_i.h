@@ -58,7 +58,7 @@ class DDS_Manager_i : public GuardedServant<POA_Corvanta::DDS_Manager> {
   void Restore();
   boost::shared_ptr<Lumenar::Subscriber> MakeSubscriber(const std::string& reference) const;
   std::string CheckedReference(const char* topic, DDS_Sub_ptr subscriber) const;
-  CORBA::Long Begin(const std::string& topic, const std::string& reference);
+  CORBA::Long Begin(const std::string& topic, const std::string& reference, long but = 0);
   std::vector<Lumenar::StateFile::Entry> Readable(const ClaimSeq& claims) const;
   CORBA::Long RenewOne(const Lumenar::StateFile::Entry& claim, long known);
   void EnterTopic(const std::string& topic);

@@ -37,11 +37,11 @@ std::vector<StateFile::Entry> SubscriptionStore::Entries() const {
   return State().entries;
 }
 
-long SubscriptionStore::Add(const std::string& topic, const std::string& reference) {
+long SubscriptionStore::Add(const std::string& topic, const std::string& reference, long but) {
   const std::size_t bytes = topic.size() + reference.size();
   Lock lock(mutex_);
   if (bytes_ + bytes > most_bytes_) throw std::length_error("no room for subscriptions");
-  const long handle = NewHandle();
+  const long handle = NewHandle(but);
   const auto added = entries_.emplace(handle, StateFile::Entry{handle, topic, reference}).first;
   by_subscriber_.emplace(HashOf(topic, reference), handle);
   bytes_ += bytes;
@@ -87,11 +87,12 @@ long SubscriptionStore::FindAnother(const StateFile::Entry& claim, const std::se
   return 0;
 }
 
-/// The next handle that nobody has; after the last one they start anew.
-long SubscriptionStore::NewHandle() {
-  if (entries_.size() >= static_cast<std::size_t>(StateFile::kLastHandle)) throw std::length_error("no handles left");
+/// The next handle that nobody has, and that is not `but`; after the last one they start anew.
+long SubscriptionStore::NewHandle(long but) {
+  if (entries_.size() + 1 >= static_cast<std::size_t>(StateFile::kLastHandle))
+    throw std::length_error("no handles left");
   const auto after = [](long handle) { return handle == StateFile::kLastHandle ? 1 : handle + 1; };
-  while (entries_.count(next_handle_) != 0) next_handle_ = after(next_handle_);
+  while (entries_.count(next_handle_) != 0 || next_handle_ == but) next_handle_ = after(next_handle_);
   const long handle = next_handle_;
   next_handle_ = after(handle);
   return handle;

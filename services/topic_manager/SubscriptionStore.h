@@ -29,10 +29,10 @@ class SubscriptionStore {
   /// The subscriptions known, as read and changed since.
   std::vector<StateFile::Entry> Entries() const;
 
-  /// A new handle. The file holds it when Save has returned; a file that cannot be written is noted once and costs the
+  /// A new handle, which is not `but`. The file holds it when Save has returned; a file that cannot be written is noted once and costs the
   /// subscription its life beyond this process only.
   /// Errors   std::length_error when somebody has each of the handles, or there is no room for more.
-  long Add(const std::string& topic, const std::string& reference);
+  long Add(const std::string& topic, const std::string& reference, long but = 0);
 
   /// Writes to the file what it does not hold yet.
   void Save();
@@ -47,7 +47,7 @@ class SubscriptionStore {
  private:
   bool Stands(const StateFile::Entry& entry) const REQUIRES(mutex_);
   long FindAnother(const StateFile::Entry& claim, const std::set<long>& but) const REQUIRES(mutex_);
-  long NewHandle() REQUIRES(mutex_);
+  long NewHandle(long but) REQUIRES(mutex_);
   std::uint64_t Change(const std::string& line) REQUIRES(mutex_);
   void Persist(std::uint64_t change);
   void Write() REQUIRES(writing_);

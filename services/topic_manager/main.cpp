@@ -59,6 +59,7 @@ bool Serve(ORB_wrapper_base& orb, const Lumenar::CommandLine& command_line) {
 
 int Run(const Lumenar::CommandLine& command_line) {
   ORB_wrapper_base orb(localargc, localargv);
+  orb.WaitForNaming();
   if (AnotherIsThere(orb)) {
     Lumenar::WriteError("topic_manager: another topic manager is registered at " +
                         Corvanta::LocalPathText(Corvanta::kTopicManager));

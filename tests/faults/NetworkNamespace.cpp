@@ -34,6 +34,7 @@ NetworkNamespace::NetworkNamespace() : name_("lumenar" + std::to_string(getpid()
     Ip("link set " + link + "a up");
     Ip("-n " + name_ + " address add " + there_ + "/30 dev " + link + "b");
     Ip("-n " + name_ + " link set " + link + "b up");
+    Ip("-n " + name_ + " link set lo up");
   } catch (...) {
     Ip("netns delete " + name_);
     throw;
@@ -44,6 +45,11 @@ NetworkNamespace::~NetworkNamespace() {
   try {
     Ip("netns delete " + name_);  // and with it both ends of the link
   } catch (const std::runtime_error&) {}
+}
+
+std::vector<std::string> NetworkNamespace::Command(std::vector<std::string> program) const {
+  program.insert(program.begin(), {"ip", "netns", "exec", name_});
+  return program;
 }
 
 void NetworkNamespace::Do(const std::function<void()>& work) const {

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace Lumenar::Test {
 
@@ -17,6 +18,9 @@ class NetworkNamespace {
 
   const std::string& AddressHere() const { return here_; }
   const std::string& AddressThere() const { return there_; }
+
+  /// The command that runs a program there.
+  std::vector<std::string> Command(std::vector<std::string> program) const;
 
   /// Runs something whose sockets are there.
   void Do(const std::function<void()>& work) const;

@@ -148,7 +148,7 @@ TEST_F(KilledServices, NamingOnAFullDisk) {
   platform_.KillNamingService();
   std::filesystem::remove_all(platform_.Directory() / "naming");
   platform_.StartNamingServiceOnSmallDisk(kRoomForNothing);
-  EXPECT_TRUE(WaitUntil([&] { return EngineLines("does not take names: PERSIST_STORE") == 1; })) << engine_.Error();
+  EXPECT_TRUE(WaitUntil([&] { return EngineLines("does not take names: it cannot store") == 1; })) << engine_.Error();
   EXPECT_FALSE(AllNamesAreThere());
   EXPECT_TRUE(follower_.WaitForMore());
   platform_.KillNamingService();

@@ -25,10 +25,10 @@ class StandardOutput : public EngineFixture {
   /// Every verb that writes, and help.
   std::vector<Words> WritingVerbs() {
     std::vector<Words> verbs{
-        {"engines"},        {"readings"},     {"readings", "--values"}, {"types"},  {"create", "Average", "LEVEL"},
-        {"list"},           {"get", "LEVEL"}, {"subscriptions"},        {"doctor"}, {"--help"},
+        {"engines"},        {"readings"},     {"readings", "--values"}, {"types"}, {"create", "Average", "LEVEL"},
+        {"list"},           {"get", "LEVEL"}, {"subscriptions"},        {"graph"}, {"--help"},
         {"watch", "--help"}};
-    for (const char* verb : {"engines", "readings", "types", "list", "doctor"}) verbs.push_back({verb, "--json"});
+    for (const char* verb : {"engines", "readings", "types", "list", "graph"}) verbs.push_back({verb, "--json"});
     return verbs;
   }
 };
@@ -38,9 +38,14 @@ TEST_F(StandardOutput, OnAFullDisk) {
                 "/dev/full as standard output of every verb that writes, and of every program's --help",
                 "one line, exit 1");
   ScalarInput level(bench_, "LEVEL", ScalarOf(1, Value::C_Watts));
-  Create(Average, Inputs(level));
   const std::string line = "exec \"$@\" >/dev/full";
   std::string error;
+  for (const Words& words :
+       {Words{"doctor"}, Words{"doctor", "--json"}}) {  // before there is an object without samples
+    EXPECT_EQ(StatusOf(line, "mathctl", words, error), 1) << testing::PrintToString(words);
+    EXPECT_EQ(error, "mathctl: standard output: No space left on device\n") << testing::PrintToString(words);
+  }
+  Create(Average, Inputs(level));
   for (const Words& words : WritingVerbs()) {
     EXPECT_EQ(StatusOf(line, "mathctl", words, error), 1) << testing::PrintToString(words);
     EXPECT_EQ(error, "mathctl: standard output: No space left on device\n") << testing::PrintToString(words);

@@ -3,10 +3,10 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
-#include "client/Error.h"
 #include "client/Text.h"
 #include "tests/fuzz/Violation.h"
 #include "tests/fuzz/units_input.h"
+#include "tools/mathctl/character_chart.h"
 #include "tools/mathctl/plot_script.h"
 #include "tools/mathctl/sample_text.h"
 #include "tools/mathctl/table.h"
@@ -139,16 +139,22 @@ std::string Skeleton(const std::string& script) {
   return rest;
 }
 
-void CheckPlot(std::vector<Mathctl::Curve> curves, const std::string& output) {
-  std::string script;
-  try {
-    script = Mathctl::PlotScript(curves, output);
-  } catch (const Client::Error&) {
-    Require(!IsOneLine(output), "a path that is one line is taken");
-    return;
-  }
+void CheckPlot(std::vector<Mathctl::Curve> curves) {
+  const std::string script = Mathctl::PlotScript(Mathctl::ChartOf(curves), Mathctl::PictureKind::Png);
   for (Mathctl::Curve& curve : curves) curve.name = "name";
-  Require(Skeleton(script) == Skeleton(Mathctl::PlotScript(curves, "path")), "no name or path becomes a command");
+  const std::string plain = Mathctl::PlotScript(Mathctl::ChartOf(curves), Mathctl::PictureKind::Png);
+  Require(Skeleton(script) == Skeleton(plain), "no name becomes a command");
+}
+
+void CheckCharacters(const std::vector<Mathctl::Curve>& curves, Input& input) {
+  Mathctl::CharacterForm form;
+  form.columns = input.Take<std::uint8_t>();
+  form.rows = input.Take<std::uint8_t>() % 64;
+  form.utf8 = input.TakeBool();
+  for (const std::string& line : Mathctl::CharacterChart(Mathctl::ChartOf(curves), form)) {
+    Require(IsOneLine(line), "a line of a picture is one line");
+    Require(ordered_json::accept(ordered_json(line).dump()), "a line of a picture is UTF-8");
+  }
 }
 
 }  // namespace
@@ -160,13 +166,16 @@ void ToolOutput(Bytes input) {
   CheckRecord(TakeRecord(rest), name);
   CheckName(name);
   CheckTable({{Client::Printable(name), Client::Printable(other), "x"}, {"y", Client::Printable(name)}, {}});
-  CheckPlot({{name, TakeTrace(rest)}, {other, TakeTrace(rest)}}, other);
+  const std::vector<Mathctl::Curve> curves{Mathctl::CurveOfTrace(Client::Printable(name), TakeTrace(rest)),
+                                           Mathctl::CurveOfTrace(Client::Printable(other), TakeTrace(rest))};
+  CheckPlot(curves);
   constexpr std::int64_t kLongest_s = 9'000'000'000;  // in nanoseconds the clock ends not far beyond
   const std::chrono::seconds since(rest.Take<std::int64_t>() % kLongest_s);
   const std::chrono::system_clock::time_point time =
       std::chrono::system_clock::time_point() + since + std::chrono::microseconds(rest.Take<std::uint16_t>());
   Require(Mathctl::UtcText(time).size() == 27, "a time has its fixed form");
   Require(Mathctl::ClockText(time).size() == 12, "a time of day has its fixed form");
+  CheckCharacters(curves, rest);
 }
 
 }  // namespace Lumenar::Fuzz

@@ -36,6 +36,7 @@ constexpr Subject kSubjects[] = {
     {"spectrum", Spectrum},
     {"two_columns", TwoColumns},
     {"otdr", Otdr},
+    {"recording_lines", RecordingLines},
     {"sim_items", SimItems},
     {"tool_output", ToolOutput},
     {"tool_input", ToolInput},

@@ -23,6 +23,7 @@ void Touchstone(Bytes input);         ///< recordings: scattering parameters
 void Spectrum(Bytes input);           ///< recordings: sweeps of a spectrum
 void TwoColumns(Bytes input);         ///< recordings: waveforms in two columns
 void Otdr(Bytes input);               ///< recordings: backscatter traces
+void RecordingLines(Bytes input);     ///< recordings of this system, whole and line by line
 void SimItems(Bytes input);           ///< the items of the simulator
 void ToolOutput(Bytes input);         ///< samples and names as mathctl writes them: lines, JSON, tables, plots
 void ToolInput(Bytes input);          ///< names, numbers and references as people and peers give them to mathctl

@@ -6,6 +6,7 @@
 
 #include <stdexcept>
 
+#include "judge/same_bits.h"
 #include "tests/model/datum_text.h"
 
 namespace Lumenar::Model {
@@ -15,16 +16,12 @@ using Corvanta::EngineReadingBase;
 using Lumenar::Test::BT_DATA;
 using Lumenar::Test::Scalar;
 
-BT_DATA RecordOf(const Sweep& sweep) { return Bench::Trace(sweep.samples, sweep.units, sweep.mark); }
-Scalar RecordOf(const Quantity& quantity) {
-  return Bench::ScalarOf(quantity.value, quantity.units, quantity.minus, quantity.plus);
+Datum Sweep(const std::vector<float>& samples, const Value::Units& units, unsigned mark) {
+  return Datum(std::in_place_type<BT_DATA>, Bench::Trace(samples, units, mark));
 }
 
-Datum DatumOf(const BT_DATA& record) {
-  return Sweep{Bench::SamplesOf(record), Bench::UnitsOf(record), record.sequence_number};
-}
-Datum DatumOf(const Scalar& record) {
-  return Quantity{record.val, record.minus_err, record.plus_err, Bench::UnitsOf(record)};
+Datum Quantity(double value, double minus_err, double plus_err, const Value::Units& units) {
+  return Datum(std::in_place_type<Scalar>, Bench::ScalarOf(value, units, minus_err, plus_err));
 }
 
 template <class Interface>
@@ -42,28 +39,28 @@ Corvanta::EngineReadingBase_ptr BaseOf(Reading& reading) {
 
 std::vector<Datum> EngineUnderTest::StartValues() {
   using Value::Make_unit;
-  const Units watt = Make_unit(Value::U_Watt);
-  const Units decibel = Make_unit(Value::U_None, 0, 0, true);
-  return {Sweep{{1, 2, 3}, watt, 1},
-          Sweep{{4, 0.5f, -2}, Bench::kMilliwatt, 2},
-          Sweep{{-10, 0, 10}, Bench::kdBm, 3},
-          Sweep{{3, 6, 9}, decibel, 4},
-          Quantity{5, -1, 2, watt},
-          Quantity{-3, 0, 0, Bench::kdBm},
-          Quantity{2, 0, 0.5, Value::C_Empty},
-          0,
-          2};
+  const Value::Units watt = Make_unit(Value::U_Watt);
+  const Value::Units decibel = Make_unit(Value::U_None, 0, 0, true);
+  return {Sweep({1, 2, 3}, watt, 1),
+          Sweep({4, 0.5f, -2}, Bench::kMilliwatt, 2),
+          Sweep({-10, 0, 10}, Bench::kdBm, 3),
+          Sweep({3, 6, 9}, decibel, 4),
+          Quantity(5, -1, 2, watt),
+          Quantity(-3, 0, 0, Bench::kdBm),
+          Quantity(2, 0, 0.5, Value::C_Empty),
+          Datum(CORBA::Long{0}),
+          Datum(CORBA::Long{2})};
 }
 
-EngineUnderTest::EngineUnderTest() : marker_input_(bench_, "MARKER", RecordOf(Quantity{})), traffic_(bench_.Orb()) {
+EngineUnderTest::EngineUnderTest() : marker_input_(bench_, "MARKER", Scalar{}), traffic_(bench_.Orb()) {
   for (const Datum& datum : StartValues()) {
     const std::string name = fmt::format("INPUT{}", traces_.size() + scalars_.size() + longs_.size());
-    if (const auto* sweep = std::get_if<Sweep>(&datum)) {
-      traces_.push_back(std::make_unique<Bench::TraceInput>(bench_, name.c_str(), RecordOf(*sweep)));
-    } else if (const auto* quantity = std::get_if<Quantity>(&datum)) {
-      scalars_.push_back(std::make_unique<Bench::ScalarInput>(bench_, name.c_str(), RecordOf(*quantity)));
+    if (const auto* trace = std::get_if<BT_DATA>(&datum)) {
+      traces_.push_back(std::make_unique<Bench::TraceInput>(bench_, name.c_str(), *trace));
+    } else if (const auto* scalar = std::get_if<Scalar>(&datum)) {
+      scalars_.push_back(std::make_unique<Bench::ScalarInput>(bench_, name.c_str(), *scalar));
     } else {
-      longs_.push_back(std::make_unique<Bench::LongInput>(bench_, name.c_str(), std::get<int>(datum)));
+      longs_.push_back(std::make_unique<Bench::LongInput>(bench_, name.c_str(), std::get<CORBA::Long>(datum)));
     }
   }
   traffic_.Restart();
@@ -147,12 +144,12 @@ void EngineUnderTest::Delete(int id) {
 
 void EngineUnderTest::Feed(int input, const Datum& datum) {
   auto number = static_cast<std::size_t>(input);
-  if (const auto* sweep = std::get_if<Sweep>(&datum)) {
-    *traces_.at(number) = RecordOf(*sweep);
-  } else if (const auto* quantity = std::get_if<Quantity>(&datum)) {
-    *scalars_.at(number - traces_.size()) = RecordOf(*quantity);
+  if (const auto* trace = std::get_if<BT_DATA>(&datum)) {
+    *traces_.at(number) = *trace;
+  } else if (const auto* scalar = std::get_if<Scalar>(&datum)) {
+    *scalars_.at(number - traces_.size()) = *scalar;
   } else {
-    *longs_.at(number - traces_.size() - scalars_.size()) = std::get<int>(datum);
+    *longs_.at(number - traces_.size() - scalars_.size()) = std::get<CORBA::Long>(datum);
   }
 }
 
@@ -182,7 +179,7 @@ void EngineUnderTest::StartTopicManager() {
   if (marker_results_ == nullptr) return;
   const double before = marks_;
   const bool found = Bench::WaitUntil([&] {
-    marker_input_ = RecordOf(Quantity{++marks_, 0, 0, Value::C_Empty});
+    marker_input_ = Bench::ScalarOf(++marks_, Value::C_Empty);
     const auto results = marker_results_->All();
     return !results.empty() && results.back().val > before;
   });
@@ -211,15 +208,15 @@ std::string EngineUnderTest::DifferenceOf(int id, const Object& object) {
   CORBA::String_var type = subject.math->GetType();
   if (std::string(type) != operation_names_.at(object.operation))
     return fmt::format("object {} is a {}", id, type.in());
-  if (const Datum result = ResultOf(subject); !Same(result, object.result)) {
-    return fmt::format("RESULT of {} is {} instead of {}", id, TextOf(result), TextOf(object.result));
+  if (const Datum result = ResultOf(subject); !Judge::SameBits(result, object.Result())) {
+    return fmt::format("RESULT of {} is {} instead of {}", id, TextOf(result), TextOf(object.Result()));
   }
   const auto published = NewlyPublished(subject);
   if (published.size() != object.published.size()) {
     return fmt::format("object {} published {} samples instead of {}", id, published.size(), object.published.size());
   }
   for (std::size_t i = 0; i < published.size(); ++i) {
-    if (Same(published[i], object.published[i])) continue;
+    if (Judge::SameBits(published[i], object.published[i])) continue;
     return fmt::format("object {} published {} instead of {}", id, TextOf(published[i]), TextOf(object.published[i]));
   }
   return object.operation == kAverage ? DifferenceOfAverage(id, object) : std::string();
@@ -229,15 +226,17 @@ std::string EngineUnderTest::DifferenceOfAverage(int id, const Object& object) {
   const auto average = As<Corvanta::MathFactory::Average>(subjects_.at(id).math);
   Corvanta::EngineAttribLong_var size = average->AttrSize();
   Corvanta::EngineReadingBoolean_var full = average->AttrFull();
-  if (size->Get() != object.size) return fmt::format("SIZE of {} is {} instead of {}", id, size->Get(), object.size);
-  if (full->Get() != object.full) return fmt::format("FULL of {} is not {}", id, object.full);
+  const int expected_size = object.rules->Size().value();
+  if (size->Get() != expected_size)
+    return fmt::format("SIZE of {} is {} instead of {}", id, size->Get(), expected_size);
+  if (full->Get() != object.rules->IsFull()) return fmt::format("FULL of {} is not {}", id, object.rules->IsFull());
   return {};
 }
 
 std::vector<Datum> EngineUnderTest::NewlyPublished(Subject& subject) {
   std::vector<Datum> published;
   const auto take = [&](const auto& records) {
-    for (; subject.seen < records.size(); ++subject.seen) published.push_back(DatumOf(records[subject.seen]));
+    for (; subject.seen < records.size(); ++subject.seen) published.push_back(records[subject.seen]);
   };
   if (subject.traces != nullptr) {
     take(subject.traces->All());
@@ -248,8 +247,8 @@ std::vector<Datum> EngineUnderTest::NewlyPublished(Subject& subject) {
 }
 
 Datum EngineUnderTest::ResultOf(const Subject& subject) {
-  if (subject.traces != nullptr) return DatumOf(TraceResult(subject.math));
-  return DatumOf(ScalarResult(subject.math));
+  if (subject.traces != nullptr) return TraceResult(subject.math);
+  return ScalarResult(subject.math);
 }
 
 }  // namespace Lumenar::Model

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/model/MathModel.h"
 
-#include "tests/model/operations.h"
+#include <utility>
+
+#include "judge/Refused.h"
 
 namespace Lumenar::Model {
 namespace {
@@ -18,23 +20,18 @@ constexpr Rule kRules[] = {
     {3, "Cumulative Add requires exactly three attributes."},
 };
 
-bool Fits(int type, const std::vector<Kind>& kinds) {
-  if (type == kCumulativeAdd) return kinds == std::vector<Kind>{Kind::Trace, Kind::Long, Kind::Long};
-  return kinds.front() != Kind::Long && kinds.front() == kinds.back();
-}
-
 }  // namespace
 
 std::optional<Kind> MathModel::KindOfSource(const Source& source) const {
-  if (source.type == Source::Input) return KindOf(inputs_[static_cast<std::size_t>(source.number)]);
+  if (source.type == Source::Input) return Judge::KindOf(inputs_[static_cast<std::size_t>(source.number)]);
   const auto found = objects_.find(source.number);
   if (source.type == Source::Nil || found == objects_.end()) return std::nullopt;
-  return KindOf(found->second.result);
+  return Judge::KindOf(found->second.Result());
 }
 
 const Datum& MathModel::ValueOf(const Source& source) const {
   if (source.type == Source::Input) return inputs_[static_cast<std::size_t>(source.number)];
-  return objects_.at(source.number).result;
+  return objects_.at(source.number).Result();
 }
 
 void MathModel::Origins(const Source& source, std::set<Source>& origins) const {
@@ -67,7 +64,7 @@ std::optional<Creation> MathModel::Refusal(const std::vector<Source>& inputs) co
     if (!kind) return Creation{Creation::Failed, {}};
     kinds.push_back(*kind);
   }
-  if (!Fits(type_, kinds)) return Creation{Creation::Refused, "Invalid attrib types"};
+  if (!Judge::Takes(static_cast<Judge::Type>(type_), kinds)) return Creation{Creation::Refused, "Invalid attrib types"};
   return std::nullopt;
 }
 
@@ -77,14 +74,15 @@ Creation MathModel::Create(const std::vector<Source>& inputs) {
   if (const auto refusal = Refusal(inputs)) return *refusal;
   const int id = next_id_++;
   if (!topics_) return {Creation::Failed, {}};
-  Object object;
-  object.operation = static_cast<Operation>(type_);
-  object.inputs = inputs;
   std::vector<Datum> values;
   for (const Source& input : inputs) values.push_back(ValueOf(input));
-  Begin(object, values);
-  objects_[id] = object;
-  return {Creation::Made, {}};
+  try {
+    Judge::OperationValue rules(Judge::Operation::Created(static_cast<Judge::Type>(type_), values));
+    objects_.emplace(id, Object{static_cast<Operation>(type_), inputs, {}, std::move(rules)});
+    return {Creation::Made, {}};
+  } catch (const Judge::Refused&) {
+    return {Creation::Failed, {}};
+  }
 }
 
 void MathModel::Delete(int id) {
@@ -104,13 +102,13 @@ void MathModel::Feed(int input, const Datum& datum) {
 bool MathModel::SetSize(int id, int size) {
   Forget();
   if (size < 1 || size > 99) return false;
-  objects_.at(id).size = size;
+  objects_.at(id).rules->SetSize(size);
   return true;
 }
 
 void MathModel::Reset(int id) {
   Forget();
-  if (const auto result = ResetOf(objects_.at(id))) Publish(id, *result);
+  Publish(id, objects_.at(id).rules->Reset());
 }
 
 void MathModel::SetType(int type) {
@@ -132,15 +130,15 @@ void MathModel::Deliver(const Source& source, const Datum& datum) {
   for (auto& [id, object] : objects_) {
     for (std::size_t i = 0; i < object.inputs.size(); ++i) {
       if (object.inputs[i] < source || source < object.inputs[i]) continue;
-      if (const auto result = Update(object, i, datum)) Publish(id, *result);
+      Publish(id, object.rules->Take(i, datum));
     }
   }
 }
 
-void MathModel::Publish(int id, const Datum& result) {
+void MathModel::Publish(int id, const Judge::Outcome& outcome) {
+  if (outcome.kind != Judge::Outcome::Published || !topics_) return;
   Object& object = objects_.at(id);
-  object.result = result;
-  if (!topics_) return;
+  const Datum result = object.Result();
   object.published.push_back(result);
   Deliver({Source::Result, id}, result);
 }

@@ -1,20 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <deque>
 #include <map>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "tests/model/quantities.h"
+#include "judge/Operation.h"
 
 namespace Lumenar::Model {
 
-enum class Kind { Long, Scalar, Trace };
-
-inline Kind KindOf(const Datum& datum) { return static_cast<Kind>(datum.index()); }
+using Judge::Datum;
+using Judge::Kind;
 
 /// Where a value comes from: one of the testbench's readings, the RESULT of an object that lives or is gone, or
 /// nowhere.
@@ -29,18 +27,14 @@ struct Source {
 /// The numbers of TYPE.
 enum Operation { kSubtract, kRelativeSubtract, kAverage, kPeak, kCumulativeAdd, kOperations };
 
-/// What a client sees of one math object, and what the object has to remember for it.
+/// A math object; what it computes is the judge's.
 struct Object {
   Operation operation = kSubtract;
   std::vector<Source> inputs;
-  Datum result;
   std::vector<Datum> published;  ///< during the last command
+  Judge::OperationValue rules;
 
-  std::vector<Datum> operands;  ///< of the operations with several inputs: Datum for each
-  std::deque<Datum> history;    ///< Average: linear, the newest in front
-  int size = 1;                 ///< Average
-  bool full = false;            ///< Average
-  bool first = true;            ///< Peak
+  const Datum& Result() const { return rules->Result().value(); }
 };
 
 /// What comes out of CreateMath.
@@ -87,7 +81,7 @@ class MathModel {
   std::optional<Creation> Refusal(const std::vector<Source>& inputs) const;
   void Forget();
   void Deliver(const Source& source, const Datum& datum);
-  void Publish(int id, const Datum& result);
+  void Publish(int id, const Judge::Outcome& outcome);
 
   std::vector<Datum> inputs_;
   std::map<int, Object> objects_;

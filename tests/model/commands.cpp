@@ -26,17 +26,17 @@ T DrawOneOf(const std::vector<T>& choices) {
 
 // ---------------------------------------------------------------- random samples
 
-Units DrawUnits() {
+Value::Units DrawUnits() {
   using Value::Make_unit;
-  static const std::vector<Units> kCommon = {Make_unit(Value::U_Watt), Bench::kMilliwatt, Bench::kdBm,
-                                             Make_unit(Value::U_Watt, 1, 0, true)};
-  static const std::vector<Units> kRare = {Value::C_Empty,
-                                           Make_unit(Value::U_None, 0, 0, true),
-                                           Make_unit(Value::U_Volt),
-                                           Make_unit(Value::U_Volt, 1, -3),
-                                           Make_unit(Value::U_Volt, 2),
-                                           Make_unit(Value::U_Volt, 2, 0, true),
-                                           Make_unit(Value::U_Volt, 1, -3, true)};
+  static const std::vector<Value::Units> kCommon = {Make_unit(Value::U_Watt), Bench::kMilliwatt, Bench::kdBm,
+                                                    Make_unit(Value::U_Watt, 1, 0, true)};
+  static const std::vector<Value::Units> kRare = {Value::C_Empty,
+                                                  Make_unit(Value::U_None, 0, 0, true),
+                                                  Make_unit(Value::U_Volt),
+                                                  Make_unit(Value::U_Volt, 1, -3),
+                                                  Make_unit(Value::U_Volt, 2),
+                                                  Make_unit(Value::U_Volt, 2, 0, true),
+                                                  Make_unit(Value::U_Volt, 1, -3, true)};
   return OneIn(6) ? DrawOneOf(kRare) : DrawOneOf(kCommon);
 }
 
@@ -49,20 +49,23 @@ double DrawNumber() {
 
 Datum DrawSweep() {
   static const std::vector<std::size_t> kLengths = {3, 3, 3, 3, 3, 3, 3, 3, 0, 1, 4};
-  Sweep sweep;
-  sweep.samples.resize(DrawOneOf(kLengths));
-  for (float& sample : sweep.samples) sample = static_cast<float>(DrawNumber());
-  sweep.units = DrawUnits();
-  sweep.mark = static_cast<unsigned>(Draw(0, 1000));
-  return sweep;
+  std::vector<float> samples(DrawOneOf(kLengths));
+  for (float& sample : samples) sample = static_cast<float>(DrawNumber());
+  const Value::Units units = DrawUnits();
+  return Bench::Trace(samples, units, static_cast<unsigned>(Draw(0, 1000)));
 }
 
-Datum DrawQuantity() { return Quantity{DrawNumber(), -Draw(0, 9) / 4.0, Draw(0, 9) / 4.0, DrawUnits()}; }
+Datum DrawQuantity() {
+  const double number = DrawNumber();
+  const double minus_err = -Draw(0, 9) / 4.0;
+  const double plus_err = Draw(0, 9) / 4.0;
+  return Bench::ScalarOf(number, DrawUnits(), minus_err, plus_err);
+}
 
 Datum DrawDatum(Kind kind) {
   if (kind == Kind::Trace) return DrawSweep();
   if (kind == Kind::Scalar) return DrawQuantity();
-  return Draw(-2, 6);
+  return CORBA::Long{Draw(-2, 6)};
 }
 
 // ---------------------------------------------------------------- random sources

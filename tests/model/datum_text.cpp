@@ -2,51 +2,32 @@
 #include "tests/model/datum_text.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
-#include <algorithm>
-#include <cmath>
+#include "platform/records/Records.h"
+#include "platform/units/Units.h"
 
 namespace Lumenar::Model {
 namespace {
 
-template <class T>
-bool SameNumber(T a, T b) {
-  return (std::isnan(a) && std::isnan(b)) || (a == b && std::signbit(a) == std::signbit(b));
+std::string UnitsText(const Corvanta::VALUE_UNITS::Units& units) {
+  return Value::Units_text(VALUE::UnitsFromCorba(units));
 }
-
-bool Same(const Quantity& actual, const Quantity& expected) {
-  const bool errors = std::isnan(expected.minus) || (actual.minus == expected.minus && actual.plus == expected.plus);
-  return SameNumber(actual.value, expected.value) && errors && actual.units == expected.units;
-}
-
-bool Same(const Sweep& actual, const Sweep& expected) {
-  return actual.mark == expected.mark && actual.units == expected.units &&
-         std::equal(actual.samples.begin(), actual.samples.end(), expected.samples.begin(), expected.samples.end(),
-                    SameNumber<float>);
-}
-
-bool Same(int actual, int expected) { return actual == expected; }
 
 struct Writer {
-  std::string operator()(int number) const { return std::to_string(number); }
-  std::string operator()(const Quantity& quantity) const {
-    return fmt::format("{} ({}, {}) {}", quantity.value, quantity.minus, quantity.plus,
-                       Value::Units_text(quantity.units));
+  std::string operator()(CORBA::Long number) const { return std::to_string(number); }
+  std::string operator()(const Corvanta::VALUE_DOUBLE::VALUE& value) const {
+    return fmt::format("{} ({}, {}) {}", value.val, value.minus_err, value.plus_err, UnitsText(value.units));
   }
-  std::string operator()(const Sweep& sweep) const {
-    return fmt::format("#{} [{}] {}", sweep.mark, fmt::join(sweep.samples, " "), Value::Units_text(sweep.units));
+  std::string operator()(const Corvanta::BASIC_TRACE::BT_DATA& trace) const {
+    std::string samples;
+    for (CORBA::ULong i = 0; i < trace.samples.length(); ++i)
+      samples += fmt::format("{}{}", i == 0 ? "" : " ", trace.samples[i]);
+    return fmt::format("#{} [{}] {}", trace.sequence_number, samples, UnitsText(trace.units));
   }
 };
 
 }  // namespace
 
-bool Same(const Datum& actual, const Datum& expected) {
-  return actual.index() == expected.index() &&
-         std::visit([&](const auto& typed) { return Same(typed, std::get<std::decay_t<decltype(typed)>>(expected)); },
-                    actual);
-}
-
-std::string TextOf(const Datum& datum) { return std::visit(Writer{}, datum); }
+std::string TextOf(const Judge::Datum& datum) { return std::visit(Writer{}, datum); }
 
 }  // namespace Lumenar::Model

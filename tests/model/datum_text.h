@@ -3,13 +3,11 @@
 
 #include <string>
 
-#include "tests/model/quantities.h"
+#include "judge/Operation.h"
 
 namespace Lumenar::Model {
 
-/// Bit for bit, save that one NaN is as good as another, and that errors which the model does not know may be any.
-bool Same(const Datum& actual, const Datum& expected);
-
-std::string TextOf(const Datum& datum);
+/// A value in words.
+std::string TextOf(const Judge::Datum& datum);
 
 }  // namespace Lumenar::Model

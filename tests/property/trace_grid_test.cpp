@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every operation on a trace, on each pair of unit forms, at each size from 0 to 67, on long traces, and in buffers
-// that begin anywhere: the engine against the per-sample judge, bit for bit.
+// that begin anywhere: the engine against the judge, bit for bit.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -50,11 +50,8 @@ int Difference(const BT_DATA& got, const BT_DATA& expected) {
   return -1;
 }
 
-bool SameValues(const std::vector<Sample>& got, const std::vector<Sample>& expected) {
-  return std::equal(got.begin(), got.end(), expected.begin(), expected.end(), [](const Sample& a, const Sample& b) {
-    return Bits(a.Get_value()) == Bits(b.Get_value()) && Bits(a.Get_minus_err()) == Bits(b.Get_minus_err()) &&
-           Bits(a.Get_plus_err()) == Bits(b.Get_plus_err()) && a.Get_unit() == b.Get_unit();
-  });
+bool SameValues(const std::vector<Sample>& got, const std::vector<Judge::Trace::Sample>& expected) {
+  return std::equal(got.begin(), got.end(), expected.begin(), expected.end(), Same<float>);
 }
 
 class TraceGrid : public testing::TestWithParam<int> {

@@ -18,7 +18,7 @@ template <>
 struct Arbitrary<Lumenar::Value::Units> {
   static Gen<Lumenar::Value::Units> arbitrary() {
     using namespace Lumenar::Value;
-    const auto unit = gen::map(gen::oneOf(gen::inRange<std::int32_t>(0, 33), gen::arbitrary<std::int32_t>()),
+    const auto unit = gen::map(gen::oneOf(gen::inRange<std::int32_t>(0, kLastUnit + 3), gen::arbitrary<std::int32_t>()),
                                [](std::int32_t number) { return static_cast<Units_list>(number); });
     const auto slot = gen::construct<Unit_slot>(unit, gen::arbitrary<std::int32_t>());
     return gen::construct<Units>(gen::arbitrary<bool>(), gen::arbitrary<std::int32_t>(),

@@ -54,6 +54,8 @@ std::size_t SkipFrom(const std::string& text, std::size_t at) {
 const std::vector<Layer>& Layers() {
   static const std::vector<Layer> layers = {
       {"platform/base", 1},
+      {"judge/verify", 13},
+      {"judge", 1},
       {"platform/units", 2},
       {"platform/value", 3},
       {"platform/records", 4},
@@ -66,6 +68,7 @@ const std::vector<Layer>& Layers() {
       {"platform/dds", 10},
       {"platform/topics", 11},
       {"platform/components", 12},
+      {"recording", 12},
       {"Common_Math/src", 13},
       {"host", 13},
       {"services/topic_manager/relay", 13},
@@ -121,6 +124,8 @@ std::vector<Source> SourcesBelow(const fs::path& root, const std::string& folder
   std::sort(sources.begin(), sources.end(), [](const Source& a, const Source& b) { return a.path < b.path; });
   return sources;
 }
+
+Source SourceAt(const fs::path& root, const std::string& path) { return {path, TextOf(root / path)}; }
 
 PlantedTree::PlantedTree() {
   std::string name = (fs::temp_directory_path() / "lumenar-tree-XXXXXX").string();

@@ -36,6 +36,9 @@ struct Source {
 /// The C++ files below a folder, in order; none when there is no such folder.
 std::vector<Source> SourcesBelow(const std::filesystem::path& root, const std::string& folder);
 
+/// One file; without text when there is none, as one that is generated.
+Source SourceAt(const std::filesystem::path& root, const std::string& path);
+
 /// A small tree that a test makes to see a check fail; gone with this.
 class PlantedTree {
  public:

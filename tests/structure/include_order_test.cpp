@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,31 @@ std::vector<std::string> UpwardIncludes(const std::filesystem::path& root) {
   return upward;
 }
 
+/// What a file includes, and what those include, and so on: paths of ours.
+std::set<std::string> AllIncludes(const std::filesystem::path& root, const std::string& path) {
+  std::set<std::string> found;
+  std::vector<std::string> waiting{path};
+  while (!waiting.empty()) {
+    const std::string now = waiting.back();
+    waiting.pop_back();
+    for (const std::string& include : SourceAt(root, now).QuotedIncludes())
+      if (found.insert(include).second) waiting.push_back(include);
+  }
+  return found;
+}
+
+/// Files of the judge that know arithmetic of the engine's, on whatever way.
+std::vector<std::string> WhereTheJudgeKnowsTheEngine(const std::filesystem::path& root) {
+  std::vector<std::string> wrong;
+  for (const Source& source : SourcesBelow(root, "judge")) {
+    for (const std::string& include : AllIncludes(root, source.path)) {
+      for (const std::string arithmetic : {"platform/units/", "platform/value/", "Common_Math/"})
+        if (include.compare(0, arithmetic.size(), arithmetic) == 0) wrong.push_back(source.path + " knows " + include);
+    }
+  }
+  return wrong;
+}
+
 /// Includes of a test's from a folder of other tests.
 std::vector<std::string> IncludesOfOthersTests(const std::filesystem::path& root) {
   return WrongIncludes(root, "tests", [](const std::string& path, const std::string& include) {
@@ -59,9 +85,21 @@ TEST(IncludeOrder, AnUpwardIncludeIsSeen) {
   EXPECT_THAT(UpwardIncludes(tree.Root()), ElementsAre("platform/base/Bad.h includes client/Connection.h"));
 }
 
+TEST(IncludeOrder, TheJudgeSharesNoArithmeticWithTheEngine) {
+  EXPECT_THAT(WhereTheJudgeKnowsTheEngine(SOURCE_ROOT), IsEmpty());
+}
+
+TEST(IncludeOrder, AJudgeThatKnowsTheEngineIsSeen) {
+  const PlantedTree tree;
+  tree.Plant("judge/verify/A.cpp", "#include \"recording/B.h\"\n");
+  tree.Plant("recording/B.h", "#include \"platform/value/C.h\"\n#include \"recording/B.h\"\n");
+  EXPECT_THAT(WhereTheJudgeKnowsTheEngine(tree.Root()), ElementsAre("judge/verify/A.cpp knows platform/value/C.h"));
+}
+
 TEST(IncludeOrder, EverySourceStandsInAKnownFolder) {
   std::vector<std::string> strangers;
-  for (const char* top : {"platform", "Common_Math", "host", "services", "instruments", "client", "tools", "python"}) {
+  for (const char* top : {"platform", "judge", "Common_Math", "host", "services", "instruments", "recording", "client",
+                          "tools", "python"}) {
     for (const Source& source : SourcesBelow(SOURCE_ROOT, top))
       if (!LayerOf(source.path)) strangers.push_back(source.path);
   }

@@ -113,7 +113,8 @@ bool IsUsedUnnamed(const Source& header) {
 
 std::vector<std::string> UnusedIncludes(const std::filesystem::path& root) {
   std::vector<Source> sources;
-  for (const char* top : {"platform", "Common_Math", "host", "services", "instruments", "client", "tools", "python"}) {
+  for (const char* top : {"platform", "judge", "recording", "Common_Math", "host", "services", "instruments", "client",
+                          "tools", "python"}) {
     auto below = SourcesBelow(root, top);
     std::move(below.begin(), below.end(), std::back_inserter(sources));
   }

@@ -7,15 +7,14 @@
 #include <random>
 #include <sstream>
 #include <string>
-#include <typeinfo>
 #include <vector>
 
 #include "Common_Math/src/MathValueBasicTrace.h"
-#include "tests/support/per_sample_judge.h"
+#include "MathFactory.hh"
+#include "tests/support/JudgedTrace.h"
 #include "tests/support/trace_samples.h"
 
-// Everything that can be done to a trace, as steps of one template: for the engine's traces and for the per-sample
-// judge.
+// Everything that can be done to a trace, as steps of one template: for the engine's traces and for the judge's.
 namespace Lumenar::Test {
 
 inline Value::Units InDecibels(Value::Units units) {
@@ -118,19 +117,19 @@ class RandomTraces {
 struct Pair {
   Pair(const BT_DATA& record, std::ostream& lines) : trace(record), judged(record, lines) {}
   MathTrace trace;
-  PerSampleTrace judged;
+  JudgedTrace judged;
 };
 
-/// What came out of a step: a value, or an exception by its class and text.
+/// What came out of a step: a value, or the words of an exception.
 inline std::string Outcome(const std::function<std::string()>& step) {
   try {
     return step();
   } catch (const Corvanta::MathFactory::MathFactoryException& refusal) {
-    return std::string("refused: ") + refusal.text.in();
+    return refusal.text.in();
   } catch (const CORBA::SystemException& failure) {
     return failure._name();
   } catch (const std::exception& failure) {
-    return std::string(typeid(failure).name()) + ": " + failure.what();
+    return failure.what();
   }
 }
 
@@ -153,6 +152,8 @@ inline std::string FirstDifference(const std::string& got, const std::string& ex
   }
   return got == expected ? "" : "lengths differ";
 }
+
+inline std::string Picture(const Judge::Number<double>& number) { return Test::Picture(ValueOf(number)); }
 
 template <class Trace>
 std::string Step(int operation, Trace& a, Trace& b, const BT_DATA& fresh, const std::vector<int>& numbers) {

@@ -160,12 +160,13 @@ void ReadingWatch::LookAt(Watched& watched) {
     watched.silence_told = true;
     Tell(fmt::format("nothing has come of {} for {} s: {}", watched.known.name, silence.count(), reason));
   } catch (const Client::Error& error) {
-    if (!subscription_.Ended()) Gone(watched, error);
+    Gone(watched, error);
   }
 }
 
 // It would never say anything again; the others may.
 void ReadingWatch::Gone(Watched& watched, const Client::Error& error) {
+  if (subscription_.Ended()) return;  // what ends the watch has ended the call, too
   watched.gone = true;
   if (std::all_of(watched_.begin(), watched_.end(), [](const Watched& each) { return each.gone; })) throw error;
   WriteError(fmt::format("mathctl: {}; it is watched no more", error.what()));

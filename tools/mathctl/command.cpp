@@ -17,6 +17,7 @@
 #include "client/Text.h"
 #include "platform/base/Diagnostic.h"
 #include "platform/base/ParseArguments.h"
+#include "platform/base/Version.h"
 #include "platform/base/output_error.h"
 #include "platform/orb/CorbaText.h"
 #include "platform/signals/Signals.h"
@@ -95,9 +96,11 @@ void DefineVerbs(CLI::App& app, Command& command) {
   app.require_subcommand(1);
   app.fallthrough();
   app.ignore_case();
-  for (const auto define : {DefineEngines, DefineReadings, DefineTypes, DefineCreate, DefineList, DefineShow, DefineTop,
-                            DefineGet, DefineWatch, DefinePlot, DefineSet, DefineReset, DefineDelete,
-                            DefineSubscriptions, DefineDoctor, DefineCompletion}) {
+  for (const auto define : {DefineEngines, DefineReadings, DefineTypes,   DefineCreate,    DefineList,
+                            DefineShow,    DefineTop,      DefineGet,     DefineWatch,     DefinePlot,
+                            DefineRecord,  DefineReplay,   DefineConvert, DefineReference, DefineSave,
+                            DefineApply,   DefineSet,      DefineReset,   DefineDelete,    DefineSubscriptions,
+                            DefineDoctor,  DefineExplain,  DefineGraph,   DefineVerify,    DefineCompletion}) {
     define(app, command);
   }
   for (CLI::App* verb : app.get_subcommands({})) {
@@ -140,6 +143,7 @@ void RunConnected(const Command& command) {
 }  // namespace
 
 void DefineApplication(CLI::App& app, Command& command) {
+  app.set_version_flag("-V,--version", Version(), "Print the version and exit");
   app.footer(kFooter);
   DefineOptions(app, command.options);
   DefineVerbs(app, command);

@@ -91,6 +91,15 @@ void DefineReset(CLI::App& app, Command& command);
 void DefineDelete(CLI::App& app, Command& command);
 void DefineSubscriptions(CLI::App& app, Command& command);
 void DefineDoctor(CLI::App& app, Command& command);
+void DefineExplain(CLI::App& app, Command& command);
+void DefineGraph(CLI::App& app, Command& command);
+void DefineRecord(CLI::App& app, Command& command);
+void DefineReplay(CLI::App& app, Command& command);
+void DefineConvert(CLI::App& app, Command& command);
+void DefineReference(CLI::App& app, Command& command);
+void DefineSave(CLI::App& app, Command& command);
+void DefineApply(CLI::App& app, Command& command);
+void DefineVerify(CLI::App& app, Command& command);
 void DefineCompletion(CLI::App& app, Command& command);
 
 /// The application with all its options and verbs, as Parse makes it.

@@ -2,151 +2,98 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <memory>
 #include <nlohmann/json.hpp>
 
-#include "client/Text.h"
+#include "client/Diagnosis.h"
 #include "platform/base/Diagnostic.h"
+#include "tools/mathctl/RowWriter.h"
 #include "tools/mathctl/command.h"
-#include "tools/mathctl/sample_text.h"
 #include "tools/mathctl/table.h"
 
 namespace Lumenar::Mathctl {
 namespace {
 
-using Client::Error;
-using Client::ErrorKind;
+using Client::Finding;
+using Client::Verdict;
 
-struct Finding {
-  std::string part;
-  std::string address;
-  bool well;
-  std::string text;
-  bool notable = false;  ///< well, but somebody should look at it
+struct DoctorArguments {
+  std::string reading;
+  double count_s = 1;
 };
 
-// Examines one part of the platform; a failure is its finding.
-template <class Examine>
-Finding Examined(const std::string& part, Examine&& examine) {
-  Finding finding{part, "", true, "", false};
-  try {
-    examine(finding);
-  } catch (const Error& error) {
-    finding.well = false;
-    finding.text = Client::Printable(error.what());
+const char* WordOf(Verdict verdict) {
+  switch (verdict) {
+    case Verdict::Well: return "well";
+    case Verdict::Look: return "look";
+    case Verdict::Fails: return "FAILS";
   }
-  return finding;
+  return "";
 }
 
-Finding NamingService(Client::Connection& connection) {
-  return Examined("naming service", [&](Finding& finding) {
-    finding.address = connection.NamingAddress();
-    finding.text = fmt::format("{} engines registered", connection.Engines().size());
-  });
-}
-
-Finding TopicManager(Client::Connection& connection) {
-  return Examined("topic manager", [&](Finding& finding) {
-    const auto manager = connection.TopicManager();
-    finding.address = Client::Printable(connection.AddressOf(manager));
-    Client::Remote("topic manager", [&] {
-      const Corvanta::TopicStatusSeq_var topics = manager->Topics();
-      Corvanta::SubscriptionStatusSeq_var subscriptions = manager->Subscriptions();
-      unsigned long long dropped = 0, stalled = 0;
-      for (CORBA::ULong i = 0; i < subscriptions->length(); ++i) {
-        dropped += subscriptions[i].dropped;
-        stalled += subscriptions[i].stalled ? 1 : 0;
-      }
-      finding.text = fmt::format("{} topics, {} subscriptions, {} samples dropped, {} subscribers stalled",
-                                 topics->length(), subscriptions->length(), dropped, stalled);
-    });
-  });
-}
-
-Finding HwEnumeration(Client::Connection& connection) {
-  return Examined("hardware enumeration", [&](Finding& finding) {
-    const auto service = connection.HwEnumeration();
-    finding.address = Client::Printable(connection.AddressOf(service));
-    Client::Remote("hardware enumeration", [&] {
-      Corvanta::EngineProgressSeq_var engines = service->Engines();
-      finding.text = fmt::format("{} engines reported", engines->length());
-      for (CORBA::ULong i = 0; i < engines->length(); ++i) {
-        finding.text += fmt::format(", {} at {} %", Client::Printable(engines[i].engine.in()),
-                                    Client::Printable(engines[i].progress.in()));
-      }
-    });
-  });
-}
-
-Finding EngineFinding(const Client::Engine& engine) {
-  Finding finding = Examined("engine " + Client::Printable(engine.name), [&](Finding& found) {
-    if (engine.problem) throw *engine.problem;
-    const Corvanta::ItemSeq_var items = Client::Remote(engine.name, [&] { return engine.registration->Items(); });
-    const auto lost = Client::Remote(engine.name, [&] { return engine.registration->LostSamples(); });
-    found.text = fmt::format("{} readings and attributes, {} samples not sent", items->length(), lost);
-  });
-  finding.address = Client::Printable(engine.address);
-  return finding;
-}
-
-Finding MathEngine(const Session& session) {
-  return Examined("math engine", [&](Finding& finding) {
-    const std::vector<Client::MathStatus> objects = session.Objects().List();
-    finding.text = fmt::format("{} math objects", objects.size());
-    const auto refuses = [](const Client::MathStatus& object) { return object.refused > 0; };
-    const auto refusing = std::count_if(objects.begin(), objects.end(), refuses);
-    if (refusing == 0) return;
-    const auto most = std::max_element(objects.begin(), objects.end(),
-                                       [](const auto& a, const auto& b) { return a.refused < b.refused; });
-    finding.notable = true;
-    finding.text += fmt::format(", {} of them refused samples, most of all math:{}: {}, the last for {}", refusing,
-                                most->id, most->refused, Client::Printable(most->last_reason));
-  });
-}
-
-std::vector<Finding> Examine(const Session& session) {
-  Client::Connection& connection = session.connection;
-  std::vector<Finding> findings{NamingService(connection)};
-  if (!findings.front().well) return findings;  // nothing else can be found without it
-  findings.push_back(TopicManager(connection));
-  findings.push_back(HwEnumeration(connection));
-  for (const Client::Engine& engine : connection.Engines()) findings.push_back(EngineFinding(engine));
-  findings.push_back(MathEngine(session));
-  return findings;
-}
-
-const char* StateOf(const Finding& finding) {
-  if (!finding.well) return "FAILS";
-  return finding.notable ? "look" : "well";
-}
-
-void Write(const std::vector<Finding>& findings, bool json) {
-  std::vector<Row> rows;
+void WriteObjects(const Session& session, const std::vector<Finding>& findings) {
+  RowWriter writer(session.options, {});
   for (const Finding& finding : findings) {
-    if (json) {
-      WriteOut(OneLine({{"part", finding.part},
-                        {"address", finding.address},
-                        {"well", finding.well},
-                        {"notable", finding.notable},
-                        {"text", finding.text}}));
-    }
-    rows.push_back({StateOf(finding), finding.part, finding.address, finding.text});
+    writer.Add({{"part", finding.part},
+                {"address", finding.address},
+                {"verdict", finding.verdict == Verdict::Fails ? "fails" : WordOf(finding.verdict)},
+                {"well", finding.verdict == Verdict::Well},
+                {"text", finding.text},
+                {"remedy", finding.remedy}},
+               {});
   }
-  if (!json) WriteTable({}, std::move(rows));
 }
 
-void Doctor(const Session& session) {
-  const auto findings = Examine(session);
-  Write(findings, session.options.Json());
-  const auto failing =
-      std::count_if(findings.begin(), findings.end(), [](const Finding& finding) { return !finding.well; });
-  if (failing > 0) throw Error(ErrorKind::Unreachable, fmt::format("{} of {} parts fail", failing, findings.size()));
+// A table, with what mends a part below its line.
+void WriteFindings(const Session& session, const std::vector<Finding>& findings) {
+  if (session.options.format != Format::Table) return WriteObjects(session, findings);
+  std::vector<Row> rows;
+  for (const Finding& finding : findings)
+    rows.push_back({WordOf(finding.verdict), finding.part, finding.address, finding.text});
+  const std::vector<std::string> lines = AlignedLines(rows);
+  for (std::size_t i = 0; i < findings.size(); ++i) {
+    WriteOut(lines[i]);
+    if (!findings[i].remedy.empty()) WriteOut("       -> " + findings[i].remedy);
+  }
+}
+
+void Doctor(const Session& session, const DoctorArguments& arguments) {
+  Client::DiagnosisRequest request;
+  request.factory = session.options.factory;
+  request.reading = arguments.reading;
+  const std::chrono::duration<double> count_for(arguments.count_s);
+  request.count_for = std::chrono::ceil<std::chrono::milliseconds>(count_for);
+  const std::vector<Finding> findings = Client::Diagnose(session.connection, request);
+  WriteFindings(session, findings);
+  const auto unwell = std::count_if(findings.begin(), findings.end(),
+                                    [](const Finding& finding) { return finding.verdict != Verdict::Well; });
+  if (unwell == 0) return;
+  throw Client::Error(Client::ErrorKind::Unreachable,
+                      fmt::format("{} of {} parts {} not well", unwell, findings.size(), unwell == 1 ? "is" : "are"));
 }
 
 }  // namespace
 
 void DefineDoctor(CLI::App& app, Command& command) {
-  auto* verb = app.add_subcommand("doctor", "Examines the platform part by part; exit code 3 when one does not answer");
-  verb->callback([&command] { command.run = Doctor; });
+  auto* verb = app.add_subcommand("doctor", "Says why no data come; exit code 3 when anything is not well");
+  verb->footer(
+      "Each line is a part of the platform: `well`, `look` (it works, but somebody should look at it, or it gives no\n"
+      "data) or `FAILS`; where it is; what was found; and below, what mends it. With a READING only what this one "
+      "needs\n"
+      "is examined: its inputs, down to the instruments, and the way from there to here.\n"
+      "\n"
+      "Examples:\n"
+      "  mathctl doctor\n"
+      "  mathctl doctor math:3");
+  const auto arguments = std::make_shared<DoctorArguments>();
+  verb->add_option("READING", arguments->reading,
+                   "Why does this one give nothing? A math object as math:3, or a reading");
+  verb->add_option("--count", arguments->count_s, "Count the samples of instruments for so many seconds")
+      ->type_name("SEC")
+      ->check(CheckSeconds)
+      ->capture_default_str();
+  verb->callback(
+      [&command, arguments] { command.run = [arguments](const Session& session) { Doctor(session, *arguments); }; });
 }
 
 }  // namespace Lumenar::Mathctl

@@ -40,8 +40,7 @@ class Top {
   ~Top() { session_.connection.Orb().RemoveShutdownListener(token_); }
 
   void Run() {
-    Look();  // what is wrong with the command line is said before the terminal is taken
-    reports_.RequireAll();
+    if (!LookFirst()) return;
     if (session_.options.format == Format::Table && Terminal::IsThere()) {
       terminal_ = std::make_unique<Terminal>();
       taken_ = terminal_.get();
@@ -73,6 +72,18 @@ class Top {
     if (reports_.Silent()) look_.problem = reports_.Silent()->what();
     LookAtQueues();
     SortObjects();
+  }
+
+  // What is wrong with the command line is said before the terminal is taken. False when it was told to end meanwhile.
+  bool LookFirst() {
+    try {
+      Look();
+      reports_.RequireAll();
+      return true;
+    } catch (const Client::Error&) {
+      if (!Ended()) throw;
+      return false;
+    }
   }
 
   // On a terminal who is away may come back; in a pipe nobody would see that it is missing.

@@ -9,6 +9,7 @@
 #include <deque>
 #include <random>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -16,6 +17,7 @@
 #include "platform/base/Diagnostic.h"
 #include "platform/base/Mutex.h"
 #include "platform/orb/CorbaText.h"
+#include "platform/transport/RefusalLog.h"
 #include "platform/wire/RecordBytes.h"
 #include "services/topic_manager/relay/SequenceWatch.h"
 
@@ -94,6 +96,7 @@ struct CycloneRelay::Impl {
   void ReceiveAll();
   void Take();
   void Receive(const Lumenar_RelayedSample& sample);
+  void NoteRefused(const std::string& name, const std::string& reason);
   void NoteMissing(std::uint64_t missing);
 
   const Options options;
@@ -109,6 +112,7 @@ struct CycloneRelay::Impl {
   const Entity waits;
 
   std::atomic<std::uint64_t> sent{0}, not_sent{0}, received{0}, missed{0};
+  Corvanta::RefusalLog refusals;
   std::uint64_t sequence = 0;  ///< of the sending thread
   SequenceWatch watch;         ///< of the receiving thread
 
@@ -230,11 +234,15 @@ void CycloneRelay::Impl::Receive(const Lumenar_RelayedSample& sample) {
   try {
     on_sample(sample.topic, RecordOfBytes({sample.sample._buffer, sample.sample._length}));
   } catch (const CORBA::Exception& error) {  // one bad sample does not end the relay
-    Lumenar::WriteError(
-        fmt::format("relay: sample of topic {} not taken: {}", sample.topic, Lumenar::CorbaText(error)));
+    NoteRefused(sample.topic, Lumenar::CorbaText(error));
   } catch (const std::exception& error) {
-    Lumenar::WriteError(fmt::format("relay: sample of topic {} not taken: {}", sample.topic, error.what()));
+    NoteRefused(sample.topic, error.what());
   }
+}
+
+void CycloneRelay::Impl::NoteRefused(const std::string& name, const std::string& reason) {
+  const std::string line = fmt::format("relay: sample of topic {} not taken: {}", name, reason);
+  refusals.Say(line, line);
 }
 
 void CycloneRelay::Impl::NoteMissing(std::uint64_t missing) {

@@ -58,7 +58,7 @@ TEST_F(CompletionTest, AtAPromptTabCompletes) {
   environment["INPUTRC"] = "/dev/null";
   PseudoTerminal bash("/bin/bash", {"--norc", "--noprofile", "-i"}, environment);
   bash.ReadUntil("$ ");
-  bash.Write("eval \"$(mathctl completion bash)\"; echo re''ady\n");
+  bash.Write("stty echo; eval \"$(mathctl completion bash)\"; echo re''ady\n");
   bash.ReadUntil("ready");
   bash.ReadUntil("$ ");
   bash.Write("mathctl get TESTBENCH/1/LEV\t");

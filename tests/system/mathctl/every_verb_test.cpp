@@ -44,7 +44,7 @@ TEST_F(EveryVerb, HasHelpWithAnExample) {
   for (const CLI::App* verb : Verbs()) {
     EXPECT_FALSE(verb->get_description().empty()) << verb->get_name();
     EXPECT_THAT(verb->get_footer(), HasSubstr("Example")) << verb->get_name();
-    EXPECT_THAT(verb->get_footer(), HasSubstr("  mathctl " + verb->get_name())) << verb->get_name();
+    EXPECT_THAT(verb->get_footer(), HasSubstr("mathctl " + verb->get_name())) << verb->get_name();
   }
 }
 

@@ -2,8 +2,19 @@
 // The factory: selector, registry, refusals, kinds of inputs, ids.
 #include <gmock/gmock.h>
 
+#include <atomic>
+
 #include "Common_Math/src/Builders.h"
 #include "tests/support/MathFixture.h"
+
+namespace {
+
+std::atomic<int> trims{0};
+
+}  // namespace
+
+/// Takes the place of the library's, which looks through all memory of the process, and counts instead.
+extern "C" int malloc_trim(std::size_t) noexcept { return ++trims; }
 
 namespace Lumenar::Test {
 namespace {
@@ -336,6 +347,14 @@ TEST_F(FactoryTest, AResultIsTheInputOfAnotherObject) {
   const Corvanta::MathFactory::Math_var difference = Create(Subtract, {result, second_});
   EXPECT_EQ(ScalarResult(difference).val, 3);
   EXPECT_THAT(StandingTopics(), ElementsAre(first_.GetDDS_Topic(), ResultTopic(average), second_.GetDDS_Topic()));
+}
+
+TEST_F(FactoryTest, MemoryIsGivenBackAsOftenAsHalfOfTheObjectsAreGone) {
+  std::vector<CORBA::Long> ids;
+  for (int i = 0; i < 64; ++i) ids.push_back(Create(Peak, {first_})->GetId());
+  const int before = trims;
+  for (const CORBA::Long id : ids) Factory().DeleteMath(id);
+  EXPECT_EQ(trims - before, 3) << "at 32, 16 and 8";
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // The typed values: built from references and records, lists of samples, diagnostic lines, arithmetic.
 #include <gmock/gmock.h>
 
+#include <cmath>
 #include <functional>
 #include <limits>
 
@@ -147,6 +148,7 @@ TEST_F(TraceValue, SumsClampTheirRange) {
   const MathTrace trace = Updated(samples);
   EXPECT_EQ(trace.CumulativeAdd(-5, 1000).Get_value(), 4950);
   EXPECT_EQ(trace.CumulativeAdd(98, 99).Get_value(), 197);
+  EXPECT_EQ(trace.CumulativeAdd(99, 100).Get_value(), 99);
   EXPECT_EQ(TakeLine(), "");
   const Value::Value_object<double> none = trace.CumulativeAdd(7, 3);
   EXPECT_EQ(none.Get_value(), 0);
@@ -292,6 +294,18 @@ TEST_F(TraceValue, EqualSamplesOfAPeakKeepThisTracesEntries) {
   EXPECT_EQ(trace.SampleValues()[1].Get_unit(), kmW);
   trace = MathTrace(trace);
   EXPECT_EQ(trace.SampleValues()[1].Get_unit(), kW);
+}
+
+TEST_F(TraceValue, SamplesThatAPeakTakesOverBringTheirErrors) {
+  MathTrace trace = Updated({1, 2}), other = Updated({-5, -1});
+  other *= -1;  // zeros of the other sign
+  trace.DoPeak(other);
+  EXPECT_THAT(SamplesOf(trace.record), ElementsAre(5, 2));
+  const std::vector<Sample> entries = trace.SampleValues();
+  for (const std::size_t i : {0u, 1u}) {
+    EXPECT_EQ(std::signbit(entries[i].Get_minus_err()), i == 0);
+    EXPECT_EQ(std::signbit(entries[i].Get_plus_err()), i == 0);
+  }
 }
 
 TEST_F(TraceValue, FreeFunctionsLeaveTheirOperands) {

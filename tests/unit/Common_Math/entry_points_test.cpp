@@ -38,6 +38,7 @@ GUI_Able_i::GUI_Able_i() = default;
 GUI_Able_i::~GUI_Able_i() = default;
 long GUI_Able_i::Add(const Entry&) { return 0; }
 void GUI_Able_i::Remove(long) noexcept {}
+Corvanta::DdsBaseAccess& GUI_Able_i::Topics() { throw std::logic_error("an engine of this test publishes nothing"); }
 
 void MathInit::FactoryOwner::operator()(MathFactory_i*) const noexcept {}
 MathInit::MathInit() { construct(); }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Random traces, random operations in sequence: the engine's traces against the per-sample judge, bit for bit.
+// Random traces, random operations in sequence: the engine's traces against the judge, bit for bit.
 #include <gtest/gtest.h>
 
 #include "tests/support/trace_steps.h"
@@ -41,7 +41,7 @@ TEST_P(TraceAgainstJudge, RandomOperationsGiveTheSameBitsLinesAndExceptions) {
         const std::vector<Sample> none;
         const bool stale = pair->judged.refresh_needed;
         ASSERT_EQ("", FirstDifference(Picture(pair->trace.record, stale ? none : pair->trace.SampleValues()),
-                                      Picture(pair->judged.record, stale ? none : pair->judged.list)));
+                                      Picture(pair->judged.record, stale ? none : ValuesOf(pair->judged.list))));
       }
     }
   }

@@ -41,6 +41,7 @@ TEST(Nearest, TheNearestFirstAndThreeAtMost) {
   EXPECT_THAT(Nearest("bet", verbs), ElementsAre("get", "set"));
   EXPECT_THAT(Nearest("frobnicate", verbs), IsEmpty());
   EXPECT_THAT(Nearest("", verbs), IsEmpty());
+  EXPECT_THAT(Nearest("TESTBENCH/LEVL", {"TESTBENCH/TRACE", "TESTBENCH/LEVEL"}), ElementsAre("TESTBENCH/LEVEL"));
   EXPECT_THAT(Nearest("aaaa", {"aaab", "aaac", "aaad", "aaae"}), ElementsAre("aaab", "aaac", "aaad"));
 }
 

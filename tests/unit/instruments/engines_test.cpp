@@ -136,7 +136,7 @@ TEST_F(InstrumentEngines, ReplayPublishesEverySweepInTurn) {
   EXPECT_THAT(SamplesOf(again), ElementsAre(-10, -20, -30, -40)) << "the recording starts again";
   EXPECT_EQ(again.sequence_number, 2u);
   EXPECT_EQ(again.x_step, 1e6);
-  EXPECT_EQ(UnitsOf(again), "dB");
+  EXPECT_EQ(UnitsOf(again), "dB(10^2 %)") << "of a unit, for RelativeSubtract";
 }
 
 TEST_F(InstrumentEngines, ReplayOnceStaysAtTheLastSweep) {

@@ -2,6 +2,8 @@
 #include "platform/base/Diagnostic.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <sstream>
 #include <string>
@@ -23,6 +25,17 @@ TEST(Diagnostic, EachLineGoesToItsStream) {
   WriteError("error");
   EXPECT_EQ(GetCapturedStdout(), "out\n");
   EXPECT_EQ(GetCapturedStderr(), "error\n");
+}
+
+TEST(Diagnostic, AStreamIsKnownByItsDeviceAndInode) {
+  struct stat status {};
+  ASSERT_EQ(fstat(STDERR_FILENO, &status), 0);
+  const std::string own = std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino);
+  EXPECT_TRUE(IsStream(STDERR_FILENO, own.c_str()));
+  EXPECT_FALSE(IsStream(STDERR_FILENO, (own + '1').c_str()));
+  EXPECT_FALSE(IsStream(STDERR_FILENO, ""));
+  EXPECT_FALSE(IsStream(STDERR_FILENO, nullptr));
+  EXPECT_FALSE(IsStream(-1, own.c_str()));
 }
 
 TEST(Diagnostic, PartsAreGluedTogetherWithoutBlanks) {

@@ -103,5 +103,20 @@ TEST(PublishedValue, AHeldAssignmentIsSentOnceAtTheEnd) {
   EXPECT_EQ(value->Get(), 5);
 }
 
+/// The others of a hold that has ended may still wait for their turn: what is assigned then waits for nothing.
+TEST(PublishedValue, EachAssignmentAfterTheEndIsSentThoughTheHeldOneStillWaits) {
+  const auto lost = DdsBaseAccess::Instance().LostSamples();
+  auto value = boost::make_shared<PublishedValue<int>>("T/1/A", 0);
+  {
+    Lumenar::HoldReadings::Block hold;
+    Lumenar::HoldReadings::CreateInstance()->Defer([&] {
+      for (const int number : {2, 3}) value->Assign(number);
+      EXPECT_EQ(DdsBaseAccess::Instance().LostSamples(), lost + 2);
+    });
+    value->Assign(1);
+  }
+  EXPECT_EQ(DdsBaseAccess::Instance().LostSamples(), lost + 2) << "the held one went out with the first of them";
+}
+
 }  // namespace
 }  // namespace Corvanta

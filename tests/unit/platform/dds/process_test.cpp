@@ -91,6 +91,16 @@ TEST_F(RenewedSubscriptions, ItsOwnerIsToldTheNewHandle) {
   EXPECT_TRUE(WaitUntil([&] { return told == Handles().front(); }, 5s));
 }
 
+TEST_F(RenewedSubscriptions, TheOnlyOneHasAnotherHandleTooSoThatItsOwnerIsTold) {
+  TestSubscriberVar subscriber(new TestSubscriber);
+  std::atomic<CORBA::Long> told{0};
+  const CORBA::Long handle = SubscribeHere(subscriber.in(), [&told](CORBA::Long renewed) { told = renewed; });
+  ReplaceManager();
+  ASSERT_TRUE(WaitUntil([&] { return told != 0; }, 5s));
+  EXPECT_NE(told, handle);
+  EXPECT_EQ(Handles(), std::vector<CORBA::Long>{told});
+}
+
 TEST_F(RenewedSubscriptions, ASubscriberThatSubscribedTwiceGetsEachSampleTwiceAgain) {
   TestSubscriberVar subscriber(new TestSubscriber);
   SubscribeHere(subscriber.in());

@@ -33,6 +33,8 @@ class OrbArguments_ : public testing::Test {
   void SetUp() override {
     unsetenv("LUMENAR_NAMING");
     unsetenv("LUMENAR_TRANSPORT_CONF");
+    unsetenv("LUMENAR_NAMING_WAIT");
+    unsetenv("LUMENAR_ENDPOINT");
   }
 };
 
@@ -42,6 +44,36 @@ TEST_F(OrbArguments_, AnEnginesListGivesNamingServiceAndTransport) {
   EXPECT_EQ(arguments.NamingAddress(), "box:2700");
   EXPECT_THAT(arguments.options, Contains(Pair("InitRef", "NameService=corbaloc:iiop:box:2700/NameService")));
   EXPECT_EQ(arguments.transport.call_timeout, std::chrono::seconds(5)) << "a missing file means the defaults";
+}
+
+TEST_F(OrbArguments_, TheEnvironmentSaysHowLongTheNamingServiceIsWaitedFor) {
+  EXPECT_EQ(Read({"program"}).transport.naming_wait, std::chrono::seconds(0));
+  {
+    const Variable wait("LUMENAR_NAMING_WAIT", "90");
+    EXPECT_EQ(Read({"program"}).transport.naming_wait, std::chrono::seconds(90));
+  }
+  for (const char* wrong : {"-1", "1s", " 1", "86401", "99999999999999999999"}) {
+    const Variable wait("LUMENAR_NAMING_WAIT", wrong);
+    EXPECT_THROW(Read({"program"}), std::invalid_argument) << wrong;
+  }
+}
+
+TEST_F(OrbArguments_, AProcessMayHaveAnEndpointOfItsOwn) {
+  {
+    const Variable endpoint("LUMENAR_ENDPOINT", "giop:tcp:127.0.0.1:2701");
+    EXPECT_THAT(Read({"program"}).options, Contains(Pair("endPoint", "giop:tcp:127.0.0.1:2701")));
+  }
+  {
+    const Variable endpoint("LUMENAR_ENDPOINT", "127.0.0.1:2701");
+    EXPECT_THROW(Read({"program"}), std::invalid_argument);
+  }
+  const Variable endpoint("LUMENAR_ENDPOINT", "giop:unix:relative");
+  try {
+    Read({"program"});
+    ADD_FAILURE() << "taken";
+  } catch (const std::exception& error) {
+    EXPECT_THAT(error.what(), testing::StartsWith("LUMENAR_ENDPOINT: "));
+  }
 }
 
 TEST_F(OrbArguments_, AnEmptyListMeansTheLocalNamingService) {

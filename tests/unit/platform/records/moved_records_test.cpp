@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "platform/records/SampleRecord.h"
@@ -15,7 +17,8 @@ using Corvanta::BASIC_TRACE::BT_DATA;
 BT_DATA TraceOf(CORBA::ULong points, float sample) {
   BT_DATA trace{};
   trace.sequence_number = points;
-  trace.header[11] = 12;
+  trace.flags = 3;
+  for (CORBA::ULong i = 0; i < 12; ++i) trace.header[i] = i + 1;
   trace.units.is_dB = true;
   trace.x_step = 0.5;
   trace.samples.length(points);
@@ -27,7 +30,8 @@ const CORBA::Float* BufferOf(const BT_DATA& trace) { return trace.samples.get_bu
 
 void ExpectFixedFieldsOf(const BT_DATA& trace, const BT_DATA& source) {
   EXPECT_EQ(trace.sequence_number, source.sequence_number);
-  EXPECT_EQ(trace.header[11], source.header[11]);
+  EXPECT_EQ(trace.flags, source.flags);
+  EXPECT_TRUE(std::equal(std::begin(trace.header), std::end(trace.header), std::begin(source.header)));
   EXPECT_EQ(trace.units.is_dB, source.units.is_dB);
   EXPECT_EQ(trace.x_step, source.x_step);
 }

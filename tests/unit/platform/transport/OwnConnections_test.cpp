@@ -2,6 +2,7 @@
 // Calls of this process to servers that answer with sense or nonsense.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -152,7 +153,7 @@ TEST_P(circles, AServerThatForwardsToItselfCostsAFewMessages) {
   for (const std::uint32_t status : {kForward, kForwardForGood, kOtherWayToName}) {
     SCOPED_TRACE(status);
     ScriptedServer* self = nullptr;
-    bool is_honest = false;
+    std::atomic<bool> is_honest{false};
     ScriptedServer server([&](const MessageHeader&, std::uint32_t id, unsigned) {
       const std::string where = status == kOtherWayToName ? std::string(2, '\0') : self->ReferenceOnTheWire();
       return Answer{is_honest ? Yes(id) : GiopStream().Reply(id, where, false, status)};

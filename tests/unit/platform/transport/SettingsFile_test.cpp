@@ -156,6 +156,7 @@ INSTANTIATE_TEST_SUITE_P(
         Range{"orb.max_unsent_bytes", {"8192", "9223372036854775807"}, And({"8191", "9223372036854775808"})},
         Range{"orb.max_connections_to_peer", {"1", "10000"}, And({"0", "10001"})},
         Range{"orb.max_server_threads", {"2", "10000"}, And({"0", "1", "10001"})},
+        Range{"orb.naming_wait_s", {"0", "86400"}, And({"-1", "86401"})},
         Range{"orb.out_scan_period_s", {"1", "86400"}, And({"0", "86401"})},
         Range{"orb.in_scan_period_s", {"1", "86400"}, And({"0", "86401"})},
         Range{"math.max_objects", {"1", "10000000"}, And({"0", "10000001"})},

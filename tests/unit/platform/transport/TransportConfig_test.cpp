@@ -40,6 +40,7 @@ TEST(TransportConfig, EveryKeyIsRead) {
       "orb.max_unsent_bytes = 10000\n"
       "orb.max_connections_to_peer = 3\n"
       "orb.max_server_threads = 20\n"
+      "orb.naming_wait_s = 9\n"
       "orb.out_scan_period_s = 7\n"
       "orb.in_scan_period_s = 8\n");
   EXPECT_THAT(config.endpoints, ElementsAre("giop:tcp:10.0.0.1:3000", "giop:unix:/run/x"));
@@ -52,6 +53,7 @@ TEST(TransportConfig, EveryKeyIsRead) {
   EXPECT_EQ(config.max_unsent_bytes, 10000u);
   EXPECT_EQ(config.max_connections_to_peer, 3u);
   EXPECT_EQ(config.max_server_threads, 20u);
+  EXPECT_EQ(config.naming_wait.count(), 9);
   EXPECT_EQ(config.out_scan_period_s, 7u);
   EXPECT_EQ(config.in_scan_period_s, 8u);
 }

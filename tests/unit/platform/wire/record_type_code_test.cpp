@@ -141,7 +141,8 @@ INSTANTIATE_TEST_SUITE_P(
             Lying{"ours_with_one_member_more", OneMemberMore()}, Lying{"ours_with_a_longer_array", LongerArray()},
             Lying{"ours_with_units_of_another_name", OtherUnits()}, Lying{"names_for_ever", ManyNames(9)},
             Lying{"refers_to_itself", Referring(-40)}, Lying{"refers_forward", Referring(4)},
-            Lying{"refers_before_the_beginning", Referring(-100000)}, Lying{"refers_to_its_own_kind", Referring(-4)}),
+            Lying{"refers_before_the_beginning", Referring(-100000)}, Lying{"refers_to_its_own_kind", Referring(-4)},
+            Lying{"refers_to_its_own_offset", Referring(0)}),
         testing::Bool()),
     [](const auto& test) {
       return std::get<0>(test.param).name + std::string(std::get<1>(test.param) ? "_little" : "_big");

@@ -9,6 +9,8 @@
 #include <thread>
 
 #include "platform/wire/sample_calls.h"
+#include "tests/support/GiopStream.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/support/TopicRig.h"
 
 namespace Lumenar::Test {
@@ -42,6 +44,31 @@ TEST_F(TopicManager, ASubscriberThatRaisesHasGotItsSample) {
   for (int i = 0; i < 3; ++i) Publish("T", i);
   EXPECT_TRUE(WaitUntil([&] { return StatusOf(handle).delivered == 3; }));
   EXPECT_THAT(subscriber->Values(), testing::ElementsAre(0, 1, 2));
+}
+
+/// It may have taken the sample: the next one goes out, not the same again.
+TEST_F(TopicManager, ASubscriberWhoseConnectionBreaksBehindASampleDoesNotGetItAgain) {
+  using Corvanta::Test::GiopStream;
+  using Corvanta::Test::ScriptedServer;
+  std::atomic<int> requests{0};
+  ScriptedServer subscriber([&](const Corvanta::MessageHeader& header, std::uint32_t id, unsigned) {
+    const GiopStream giop;
+    if (header.kind == Corvanta::MessageKind::LocateRequest) {
+      const std::string here = Corvanta::Test::Wire(true).Ulong(id).Ulong(1).Bytes();
+      return ScriptedServer::Answer{giop.Message(Corvanta::MessageKind::LocateReply, here)};
+    }
+    const int number = requests++;
+    if (number == 1) return ScriptedServer::Answer{"", true};
+    return ScriptedServer::Answer{giop.Reply(id, number == 0 ? std::string(1, '\0') : "")};  // a look: it is there
+  });
+  const CORBA::Object_var object = Orb().Orb()->string_to_object(subscriber.Reference().c_str());
+  const Corvanta::DDS_Sub_var reference = Corvanta::DDS_Sub::_unchecked_narrow(object);
+  const CORBA::Long handle = Corvanta::DDS_Manager_var(Manager())->Subscribe("T", reference);
+  Publish("T", 1);
+  EXPECT_TRUE(WaitUntil([&] { return StatusOf(handle).dropped == 1; }));
+  Publish("T", 2);
+  EXPECT_TRUE(WaitUntil([&] { return StatusOf(handle).delivered == 1; }));
+  EXPECT_EQ(requests, 3) << "a look and two samples";
 }
 
 struct Raised {

@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "judge/verify/Search.h"
+
+#include <algorithm>
+#include <limits>
+#include <set>
+#include <utility>
+
+#include "judge/same_bits.h"
+
+namespace Lumenar::Judge {
+namespace {
+
+/// Beyond this a result is worked on although more could still come: memory has an end.
+constexpr std::size_t kMostPendingBytes = std::size_t{256} << 20;
+constexpr std::size_t kMostPending = 65536;
+
+/// The states of all ways together; one has three traces at most that are its own.
+constexpr std::size_t kMostStateBytes = std::size_t{512} << 20;
+constexpr std::size_t kTracesOfState = 3;
+
+/// So many results that came out and were not all the same show that it was no accident.
+constexpr std::uint64_t kSure = 2;
+
+}  // namespace
+
+Search::Search(const ObjectFacts& facts, const SearchLimits& limits,
+               std::vector<std::unique_ptr<Operation>> possibilities, std::int64_t begin_ns)
+    : facts_(facts), limits_(limits), streams_(facts.inputs.size() + 1) {
+  beginning_.time_ns = begin_ns;
+  beginning_.first_result = std::numeric_limits<std::uint64_t>::max();
+  for (auto& possibility : possibilities) paths_.emplace_back(std::move(possibility), streams_.size());
+}
+
+void Search::AddSample(std::size_t input, Arrival sample) {
+  const std::uint64_t place = sample.place;
+  largest_ = std::max(largest_, BytesOf(sample));
+  streams_.at(input).Add(std::move(sample));
+  const auto is_silent = [](const Arrivals& stream) { return stream.Count() == 0; };
+  if (!beginning_.inputs_began && std::none_of(streams_.begin(), streams_.end() - 1, is_silent)) {
+    beginning_.inputs_began = place;
+  }
+}
+
+void Search::AddChange(Arrival change) { streams_.back().Add(std::move(change)); }
+
+void Search::AddResult(Arrival result) {
+  if (results_.Count() == 0) beginning_.first_result = result.place;
+  results_.Add(std::move(result));
+}
+
+void Search::Advance(std::int64_t now_ns) {
+  for (const Arrival* due = results_.At(next_result_); due != nullptr && IsDue(*due, now_ns);
+       due = results_.At(next_result_)) {
+    Explain(*due);
+    ++next_result_;
+    DropWhatAllHad();
+  }
+  if (next_result_ < results_.Count()) return;
+  PassBefore(PendingBytes() > kMostPendingBytes ? std::numeric_limits<std::int64_t>::max()
+                                                : now_ns - limits_.patience_ns);
+}
+
+Findings Search::End(std::int64_t end_ns) {
+  Advance(std::numeric_limits<std::int64_t>::max());
+  PassBefore(end_ns - limits_.tail_ns);
+  guessed_ = paths_.front().operation->Guessed();
+  return paths_.front().findings;
+}
+
+bool Search::IsDue(const Arrival& result, std::int64_t now_ns) const {
+  return result.time_ns <= now_ns - limits_.lead_ns || PendingBytes() > kMostPendingBytes ||
+         results_.Count() - next_result_ > kMostPending;
+}
+
+void Search::Explain(const Arrival& result) {
+  const bool is_telling = last_result_ == nullptr || !SameBits(*last_result_, *result.sample);
+  last_result_ = result.sample;
+  std::vector<Path> ways = WaysTo(result, is_telling);
+  if (!ways.empty()) return Keep(std::move(ways), limits_.paths);
+  Expansion expansion(facts_, limits_, streams_, beginning_, result, is_telling);
+  for (const Path& path : paths_) expansion.From(path);  // for the result that is nearest
+  for (const Path& path : paths_) {
+    for (Path& way : expansion.Unexplained(path)) ways.push_back(std::move(way));
+  }
+  Keep(std::move(ways), limits_.paths_lost);
+}
+
+/// As it is; else with what the recording may lack.
+std::vector<Path> Search::WaysTo(const Arrival& result, bool is_telling) {
+  Expansion expansion(facts_, limits_, streams_, beginning_, result, is_telling);
+  for (const Path& path : paths_) expansion.From(path);
+  if (!expansion.Found().empty()) return std::move(expansion.Found());
+
+  expansion.DemandProof();
+  const bool has_reset = facts_.type == Type::Average || facts_.type == Type::Peak;
+  for (const Path& path : paths_) {
+    if (limits_.assume_resets && has_reset) expansion.FromWithReset(path);
+  }
+  if (!expansion.Found().empty()) return std::move(expansion.Found());
+
+  std::vector<Path> skipping = paths_;
+  for (std::size_t skipped = 0; skipped < limits_.missing && !skipping.empty(); ++skipped) {
+    std::vector<Path> behind;
+    for (const Path& path : skipping) {
+      if (!path.settled) continue;
+      for (Path& further : expansion.Skipping(path)) behind.push_back(std::move(further));
+    }
+    if (behind.size() > limits_.paths)
+      behind.erase(behind.begin() + static_cast<std::ptrdiff_t>(limits_.paths), behind.end());
+    skipping = std::move(behind);
+    for (const Path& path : skipping) expansion.From(path);
+    if (!expansion.Found().empty()) return std::move(expansion.Found());
+  }
+  return {};
+}
+
+/// When one way is sure of itself, those that could not show anything yet were wrong. Of ways that go on alike the best
+/// one is kept.
+void Search::Keep(std::vector<Path> ways, std::size_t most) {
+  const auto is_sure = [](const Path& path) { return path.evidence >= kSure; };
+  if (std::any_of(ways.begin(), ways.end(), is_sure)) {
+    const auto shows_nothing = [](const Path& path) { return !path.settled; };
+    ways.erase(std::remove_if(ways.begin(), ways.end(), shows_nothing), ways.end());
+  }
+  std::stable_sort(ways.begin(), ways.end(), [](const Path& a, const Path& b) { return a.Rank() < b.Rank(); });
+  paths_.clear();
+  most =
+      std::min(most, std::max<std::size_t>(2, kMostStateBytes / (kTracesOfState * std::max<std::size_t>(largest_, 1))));
+  std::set<std::uint64_t> keys;
+  for (Path& way : ways) {
+    if (paths_.size() == most) break;
+    if (ways.size() == 1 || keys.insert(way.Key()).second) paths_.push_back(std::move(way));
+  }
+}
+
+/// Samples that came before this time and have had no result by now have none.
+void Search::PassBefore(std::int64_t time_ns) {
+  for (Path& path : paths_) Pass(path, time_ns);
+  std::stable_sort(paths_.begin(), paths_.end(), [](const Path& a, const Path& b) { return a.Rank() < b.Rank(); });
+  DropWhatAllHad();
+}
+
+void Search::Pass(Path& path, std::int64_t time_ns) const {
+  while (true) {
+    const Arrival* first = nullptr;
+    std::size_t from = 0;
+    for (std::size_t stream = 0; stream < streams_.size(); ++stream) {
+      const Arrival* arrival = streams_[stream].At(path.next[stream]);
+      if (arrival == nullptr || arrival->time_ns >= time_ns) continue;
+      if (first != nullptr && first->place < arrival->place) continue;
+      first = arrival;
+      from = stream;
+    }
+    if (first == nullptr) return;
+    Expansion::PassOver(path, facts_, from, *first);
+  }
+}
+
+void Search::DropWhatAllHad() {
+  results_.DropBefore(next_result_);
+  for (std::size_t stream = 0; stream < streams_.size(); ++stream) {
+    std::size_t had = std::numeric_limits<std::size_t>::max();
+    for (const Path& path : paths_) had = std::min(had, path.next[stream]);
+    streams_[stream].DropBefore(had);
+  }
+}
+
+std::size_t Search::PendingBytes() const {
+  std::size_t bytes = results_.Bytes();
+  for (const Arrivals& stream : streams_) bytes += stream.Bytes();
+  return bytes;
+}
+
+}  // namespace Lumenar::Judge

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "judge/verify/Arrivals.h"
+#include "judge/verify/Expansion.h"
+#include "judge/verify/Findings.h"
+#include "judge/verify/Path.h"
+
+namespace Lumenar::Judge {
+
+/// Looks for an order of the samples of one object that explains each of its results, bit for bit, in a stretch of a
+/// recording in which nothing is missing.
+///
+/// The samples of one input are taken in their order; between inputs any order is possible, since a recorder cannot
+/// know in which one the engine had them. Each result must be that of one of the samples which came since the one
+/// before it was explained. All ways that do are followed, at most SearchLimits::paths of them, those nearest to the
+/// order of arrival first.
+///
+/// Memory    the arrivals of some seconds, and the state of each way. Threads   one at a time.
+class Search {
+ public:
+  /// What the object may be at the beginning.
+  Search(const ObjectFacts& facts, const SearchLimits& limits, std::vector<std::unique_ptr<Operation>> possibilities,
+         std::int64_t begin_ns);
+
+  /// In the order of the recording. `input` is the place of the operand.
+  void AddSample(std::size_t input, Arrival sample);
+  void AddChange(Arrival change);
+  void AddResult(Arrival result);
+
+  /// Works on the results for which all has come that can have come; `now_ns` is the time of the last arrival.
+  void Advance(std::int64_t now_ns);
+
+  /// The stretch ends. What was found by the best of the ways.
+  Findings End(std::int64_t end_ns);
+
+  /// What was found out about numbers that nobody recorded, in words.
+  const std::string& Guessed() const { return guessed_; }
+
+ private:
+  bool IsDue(const Arrival& result, std::int64_t now_ns) const;
+  void Explain(const Arrival& result);
+  std::vector<Path> WaysTo(const Arrival& result, bool is_telling);
+  void Keep(std::vector<Path> ways, std::size_t most);
+  void PassBefore(std::int64_t time_ns);
+  void Pass(Path& path, std::int64_t time_ns) const;
+  void DropWhatAllHad();
+  std::size_t PendingBytes() const;
+
+  const ObjectFacts facts_;
+  const SearchLimits limits_;
+  Beginning beginning_;
+  std::vector<Arrivals> streams_;  // of the inputs, and of the changes
+  Arrivals results_;
+  std::size_t next_result_ = 0;
+  std::size_t largest_ = 0;  // bytes of a sample
+  std::vector<Path> paths_;
+  std::shared_ptr<const Datum> last_result_;
+  std::string guessed_;
+};
+
+}  // namespace Lumenar::Judge

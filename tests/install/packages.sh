@@ -1,0 +1,181 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# The packages of this machine's processor, as scripts/package made them, in a clean root of Debian 12 with a network of its
+# own: installed, the services started by the lines of their units, used, upgraded while they run, started again, removed and
+# purged. Usage: packages.sh SOURCE_DIRECTORY BUILD_DIRECTORY [MIRROR]
+set -euo pipefail
+source=$1
+packages=$source/build/packages/$(dpkg --print-architecture)
+
+skip() { echo "skipped: $1"; exit 77; }
+fail() { echo "packages: $1" >&2; exit 1; }
+
+ls "$packages"/*.deb >/dev/null 2>&1 || skip "there are no packages (scripts/package makes them)"
+[ "$(id -u)" = 0 ] || skip "only root can install packages into a root"
+
+# In a network, mount and process space of its own: port 2700 is free there, and nothing outlives the script.
+if [ "${LUMENAR_PACKAGES_INSIDE:-}" != yes ]; then
+  command -v mmdebstrap >/dev/null || skip "mmdebstrap is not there (scripts/install-deps package)"
+  # shellcheck source=scripts/lib.sh
+  . "$source/scripts/lib.sh"
+  clean_up_at_end
+  make_private_directory lumenar-packages
+  needs=$(for file in "$packages"/*.deb; do dpkg-deb -f "$file" Depends | tr ',' '\n'; done |
+    sed 's/([^)]*)//; s/|.*//; s/ //g' | grep -v -e lumenar -e '-dev$' | sort -u | paste -s -d ,)
+  # shellcheck disable=SC2016
+  mirror=${3:-$(apt-get indextargets --format '$(SITE)' 'Created-By: Packages' 'Codename: bookworm' | head -n 1)}
+  step "$private_directory/root.log" mmdebstrap --variant=minbase --include="$needs" bookworm "$private_directory/root" \
+    "deb $mirror bookworm main" || skip "no clean root could be made: $(tail -n 1 "$private_directory/root.log")"
+  # A client and an instrument, built against the packages alone.
+  for file in "$packages"/liblumenar-*.deb; do dpkg-deb -x "$file" "$private_directory/development"; done
+  step "$private_directory/configure.log" env -u CMAKE_PREFIX_PATH cmake -G Ninja -B "$private_directory/examples" \
+    -S "$private_directory/development/usr/share/doc/lumenar/examples" -DCMAKE_PREFIX_PATH="$private_directory/development/usr"
+  step "$private_directory/build.log" cmake --build "$private_directory/examples"
+  LUMENAR_PACKAGES_INSIDE=yes step "$private_directory/test.log" unshare --net --mount --pid --fork --kill-child \
+    "$0" "$@" "$private_directory/root" && status=0 || status=$?
+  cat "$private_directory/test.log"
+  exit "$status"
+fi
+
+# ---- in the clean root ------------------------------------------------------------------------------------------------
+
+# shellcheck source=scripts/lib.sh
+. "$source/scripts/lib.sh"
+root=${*: -1}
+logs=$root/../logs
+mkdir -p "$logs"
+ip link set lo up
+mount -t proc proc "$root/proc"
+mount --bind /dev "$root/dev"
+
+inside() { chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 "$@"; }
+dpkg_inside() { inside DEBIAN_FRONTEND=noninteractive dpkg --force-confold "$@" >>"$logs/dpkg" 2>&1 || { tail "$logs/dpkg" >&2; fail "dpkg $*"; }; }
+names() { for file in "$packages"/*.deb; do dpkg-deb -f "$file" Package; done; }
+installable() { names | grep -v -e '-dev$'; }  # compilers are not part of a clean root
+# shellcheck disable=SC2016
+version() { inside dpkg-query -W -f '${Version}' "$1"; }
+
+install_packages() {
+  mkdir -p "$root/packages"
+  local name
+  for name in $(installable); do cp "$1/${name}"_*.deb "$root/packages/"; done
+  inside sh -c 'dpkg --force-confold -i /packages/*.deb' >>"$logs/dpkg" 2>&1 || { tail "$logs/dpkg" >&2; fail "installing"; }
+  rm -rf "$root/packages"
+}
+
+# unit NAME [INSTANCE]: starts what the unit starts, as a user without rights, with the settings that it names.
+unit() {
+  local name=$1 instance=${2:-} file line variables=() settings state
+  file=$root/usr/lib/systemd/system/$name.service
+  line=$(sed -n 's/^ExecStart=//p' "$file" | sed "s|%S|/var/lib|g; s|%i|$instance|g")
+  [ -n "$line" ] || fail "$file starts nothing"
+  mapfile -t variables < <(sed -n 's/^Environment=//p' "$file")
+  settings=$(sed -n 's/^EnvironmentFile=-//p' "$file" | sed "s|%i|$instance|")
+  if [ -n "$settings" ] && [ -e "$root$settings" ]; then
+    while IFS='=' read -r key value; do
+      value=${value#\'}
+      variables+=("$key=${value%\'}")
+    done < <(grep -v -e '^#' -e '^$' "$root$settings")
+  fi
+  state=$(sed -n 's/^StateDirectory=//p' "$file")
+  if [ -n "$state" ]; then
+    mkdir -p "$root/var/lib/$state"
+    chown 65534:65534 "$root/var/lib/$state"
+  fi
+  for setting in "${variables[@]}"; do line=${line//"\${${setting%%=*}}"/${setting#*=}}; done
+  read -r -a words <<<"$line"
+  start "$logs/$name$instance" chroot --userspec=65534:65534 "$root" /usr/bin/env -i PATH=/usr/bin:/bin "${variables[@]}" "${words[@]}"
+  running+=($!)
+}
+
+start_services() {
+  running=()
+  # The engines come first: they wait for the naming service, as on a machine where it is late.
+  unit lumenar-engine@ math_factory_hh
+  unit lumenar-engine@ probe
+  unit lumenar-engine@ sim
+  unit lumenar-topic-manager
+  unit lumenar-hw-enumeration
+  unit lumenar-naming
+  until_true 30 inside mathctl doctor || { tail -n 5 "$logs"/lumenar-* >&2; fail "the services are not well"; }
+  until_true 30 inside mathctl get VOLTAGE || fail "sim has no readings"
+}
+
+end_services() { for id in "${running[@]}"; do end_process "$id"; done; }
+all_run() { for id in "${running[@]}"; do kill -0 "$id" 2>/dev/null || fail "process $id has ended: $(tail -n 3 "$logs"/lumenar-*)"; done; }
+# The objects that are there now are there after every start.
+keep_objects() {
+  inside mathctl save >"$root/etc/lumenar/objects.json" || fail "mathctl save"
+  unit lumenar-objects
+}
+objects() { inside mathctl list --json | grep -c '"id"'; }
+has_objects() { [ "$(objects)" = "$1" ]; }
+
+use() {
+  inside mathctl create Average PROBE/1/WAKEUP >"$logs/id"
+  inside mathctl watch "$(cat "$logs/id")" -n 5 >"$logs/watch"
+  [ "$(grep -c 'us' "$logs/watch")" -ge 5 ] || fail "no results: $(cat "$logs/watch")"
+}
+
+# The same packages under the next version.
+next_version() {
+  local file tree=$root/../next
+  mkdir -p "$root/../upgrade"
+  for file in "$packages"/*.deb; do
+    rm -rf "$tree"
+    dpkg-deb -R "$file" "$tree"
+    sed -i "s/\b$old\b/$old+next/g" "$tree/DEBIAN/control"
+    [ ! -e "$tree/DEBIAN/shlibs" ] || sed -i "s/\b$old\b/$old+next/g" "$tree/DEBIAN/shlibs"
+    dpkg-deb -b "$tree" "$root/../upgrade/$(dpkg-deb -f "$file" Package)_next_$(dpkg-deb -f "$file" Architecture).deb" >>"$logs/repack"
+  done
+}
+
+left() { find "$root" -xdev \( -path "$root/proc" -o -path "$root/dev" -o -path "$root/var/log" -o -path "$root/var/lib/dpkg" -o -path "$root/var/cache" \) -prune -o -name '*lumenar*' -print; }
+
+install_packages "$packages"
+old=$(version lumenar-services)
+for program in mathctl engine_host topic_manager hw_enumeration lumenar; do
+  inside "$program" --version >"$logs/version" || fail "$program does not run"
+  inside "$program" --help >"$logs/help" || fail "$program --help"
+  [ -e "$root/usr/share/man/man1/$program.1.gz" ] || fail "no manual page of $program"
+done
+[ -e "$root/usr/share/bash-completion/completions/mathctl" ] || fail "no completion of mathctl"
+for library in "$root"/usr/lib/*/lib{math_factory_hh,lumenar_signals,probe,replay,sim}.so.1; do
+  ! inside ldd "${library#"$root"}" | grep 'not found' || fail "$library lacks a library"
+done
+
+start_services
+use
+cp "$root"/../examples/{follow_average,libload_meter.so.1} "$root/srv"
+start "$logs/load_meter" chroot --userspec=65534:65534 "$root" /usr/bin/engine_host /srv/libload_meter.so.1 --set LOAD_RATE=50
+load_meter=$!
+until_true 30 inside mathctl get LOADMETER/1/LOAD || fail "the instrument of the examples: $(cat "$logs/load_meter")"
+[ "$(inside /srv/follow_average LOADMETER/1/HISTORY 3 | grep -c '^60 points, mean ')" = 3 ] || fail "the client of the examples"
+end_process "$load_meter"
+if names | grep -q '^python3-'; then inside python3 -c 'import lumenar' || fail "the Python package"; fi
+echo "#changed by the administrator" >>"$root/etc/lumenar/tcp.conf"
+
+kept=$(objects)
+keep_objects
+
+next_version
+install_packages "$root/../upgrade"
+[ "$(version lumenar-services)" = "$old+next" ] || fail "version after the upgrade: $(version lumenar-services)"
+grep -q "changed by the administrator" "$root/etc/lumenar/tcp.conf" || fail "the administrator's settings are gone"
+all_run
+end_services
+start_services
+unit lumenar-objects
+until_true 60 has_objects "$kept" || fail "of $kept objects $(objects) are back: $(cat "$logs/lumenar-objects")"
+use
+end_services
+rm "$root/etc/lumenar/objects.json"  # the administrator's own
+
+mapfile -t ours < <(installable)
+dpkg_inside -r "${ours[@]}"
+for program in mathctl engine_host lumenar; do [ ! -e "$root/usr/bin/$program" ] || fail "$program stays after removal"; done
+grep -q "changed by the administrator" "$root/etc/lumenar/tcp.conf" || fail "removal takes the settings away"
+[ -d "$root/var/lib/lumenar" ] || fail "removal takes the state away"
+dpkg_inside -P "${ours[@]}"
+[ -z "$(left)" ] || fail "after purge there is still: $(left)"
+echo "installed, used, upgraded, started again, removed, purged: $(printf '%s ' "${ours[@]}")"

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+
+#include "tools/mathctl/PlayedEngines.h"
+#include "tools/mathctl/Progress.h"
+#include "tools/mathctl/RowWriter.h"
+#include "tools/mathctl/command.h"
+#include "tools/mathctl/recording_survey.h"
+
+namespace Lumenar::Mathctl {
+namespace {
+
+constexpr std::chrono::milliseconds kShowPlaying{250};
+
+struct ReplayArguments {
+  PlayingOptions options;
+  bool stay = false;
+};
+
+void WriteOffers(const Session& session, const PlayedEngines& engines, const RecordingSurvey& survey) {
+  RowWriter rows(session.options, {"READING", "KIND", "SAMPLES", "RECORDED AS"});
+  for (const OfferedReading& offered : engines.Offered()) {
+    const std::string& kind = survey.readings[offered.index].kind;
+    const std::uint64_t samples = survey.samples[offered.index];
+    rows.Add({{"reading", offered.name}, {"kind", kind}, {"samples", samples}, {"recorded_as", offered.recorded}},
+             {offered.name, kind, std::to_string(samples), offered.recorded});
+  }
+  rows.Finish();
+}
+
+void PlayRecording(const Session& session, const ReplayArguments& arguments) {
+  const RecordingSurvey survey = SurveyRecording(arguments.options.file, session.options.quiet);
+  WarnOfRest(survey, session.options.quiet);
+  const auto limit = std::max<std::chrono::milliseconds>(session.connection.Timeout() * 2, std::chrono::seconds(10));
+  PlayedEngines engines(arguments.options, survey, {}, limit);
+  WriteOffers(session, engines, survey);
+  engines.Go();
+  Progress progress(session.options.quiet);
+  const auto begin = std::chrono::steady_clock::now();
+  const double speed = arguments.options.speed;
+  while (!engines.WaitForEnd(kShowPlaying)) {
+    const std::chrono::duration<double> played = std::chrono::steady_clock::now() - begin;
+    progress.Show(fmt::format(
+        "{:.0f} s{}", played.count(),
+        arguments.options.loop || speed <= 0 ? std::string() : fmt::format(" of {:.0f}", survey.Seconds() / speed)));
+  }
+  if (!arguments.stay) return;
+  progress.Show("played; the readings stay until Ctrl-C");
+  engines.WaitForSignal();
+}
+
+std::string CheckSpeed(const std::string& text) {
+  double speed = 0;
+  const bool is_number = CLI::detail::lexical_cast(text, speed);
+  return is_number && speed >= 0 && speed <= 1e6 ? "" : "a number from 0 to 1000000 is needed";
+}
+
+constexpr const char* kReplayFooter =
+    "FILE is what `mathctl record` wrote, or a file of another instrument: Touchstone (.s1p, .s2p), spectrum sweeps, "
+    "two\n"
+    "columns or OTDR levels (.csv). A recorded reading has its name again, in an engine of its own process: while "
+    "another\n"
+    "PROBE/1 runs, the recorded one is PROBE/2. The result of math:3 becomes REPLAY/1/MATH_3. Each sample is the "
+    "recorded one\n"
+    "bit by bit, with the time of its capture. Levels in plain dB of other instruments' files are offered as dB(10^2 "
+    "%),\n"
+    "the same numbers with a unit, which RelativeSubtract needs.\n"
+    "\n"
+    "Examples:\n"
+    "  mathctl replay night.jsonl.zst --speed 10\n"
+    "  mathctl replay night.jsonl --rename PROBE/1=NIGHT --loop\n"
+    "  mathctl replay filter.s2p --stay";
+
+}  // namespace
+
+void DefineReplay(CLI::App& app, Command& command) {
+  auto* verb = app.add_subcommand("replay", "Plays a recording as readings of the same names, units and times");
+  verb->footer(kReplayFooter);
+  const auto arguments = std::make_shared<ReplayArguments>();
+  PlayingOptions& options = arguments->options;
+  verb->add_option("FILE", options.file, "The recording")->required();
+  verb->add_option("--speed", options.speed, "So many times as fast; 0: without pauses")
+      ->check(CheckSpeed)
+      ->type_name("N")
+      ->capture_default_str();
+  verb->add_flag("--loop", options.loop, "Begin again behind the last sample, until Ctrl-C");
+  verb->add_flag("--stay", arguments->stay, "Leave the readings there behind the last sample, until Ctrl-C");
+  verb->add_option("--rename", options.renames, "An engine or a reading under another name; may be repeated")
+      ->type_name("OLD=NEW")
+      ->allow_extra_args(false);
+  verb->callback([&command, arguments] {
+    command.ends_on_signal = true;
+    command.run = [arguments](const Session& session) { PlayRecording(session, *arguments); };
+  });
+}
+
+}  // namespace Lumenar::Mathctl
