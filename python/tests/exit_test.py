@@ -2,6 +2,10 @@
 """The end of the interpreter, whatever is open, and in whatever order things go."""
 
 import itertools
+import os
+import subprocess
+import sys
+import time
 
 import pytest
 
@@ -79,18 +83,12 @@ def test_an_exception_ends_the_program_with_its_sentence(run_python):
 
 
 def test_services_that_hang_do_not_hold_the_end_up(own_platform):
-    import os
-    import signal
-    import subprocess
-    import sys
-    import time
-
     program = OPENING + "print('open', flush=True); input()"
     child = subprocess.Popen([sys.executable, "-c", program], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
                              env={**own_platform.environment, "PYTHONPATH": os.environ["PYTHONPATH"]})
     assert child.stdout.readline() == "open\n"
     for name in ("topic_manager", "naming", "math_factory_hh"):
-        own_platform.signal(name, signal.SIGSTOP)
+        own_platform.stop(name)
     begin = time.monotonic()
     child.communicate("\n", timeout=20)
     assert child.returncode == 0

@@ -15,6 +15,10 @@ import lumenar
 WAITING = """
 import os, signal, sys, threading, time
 import lumenar
+def stop(process):
+    os.kill(process, signal.SIGSTOP)
+    while open(f"/proc/{{process}}/stat").read().rpartition(")")[2].split()[0] != "T":
+        pass
 {opening}
 sent = []
 def interrupt():
@@ -64,22 +68,22 @@ async def follow():
     ("topic_manager", "c.close()"),
 ])
 def test_a_call_to_one_who_hangs_is_interrupted(own_platform, hangs, waiting):
-    opening = f"""import os
+    opening = f"""
 c = lumenar.Client(timeout=20)
 r = c.reading("COUNT")
 m = r.monitor() if "close" in {waiting!r} else None
 p = c.publish("LEAVING/1/A", 1) if "publish" in {waiting!r} else None
-os.kill({own_platform.processes[hangs].pid}, {int(signal.SIGSTOP)})
+stop({own_platform.processes[hangs].pid})
 """
     assert time_to_interrupt(own_platform.environment, opening, waiting) < 0.2
 
 
 def test_a_creation_that_was_interrupted_leaves_no_object(own_platform):
     engine = own_platform.processes["math_factory_hh"].pid
-    opening = f"""import os
+    opening = f"""
 c = lumenar.Client(timeout=20)
 r = c.reading("OTHER")
-os.kill({engine}, {int(signal.SIGSTOP)})
+stop({engine})
 """
     waiting = f"""c.average(r)
 except KeyboardInterrupt:

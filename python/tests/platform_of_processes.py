@@ -97,8 +97,12 @@ class Platform:
         if process.poll() is not None:
             raise RuntimeError(f"{name} has ended: {log.read_text(errors='replace')}")
 
-    def signal(self, name: str, number: int) -> None:
-        self.processes[name].send_signal(number)
+    def stop(self, name: str) -> None:
+        """Returns once it has stopped."""
+        process = self.processes[name]
+        process.send_signal(signal.SIGSTOP)
+        stat = Path(f"/proc/{process.pid}/stat")
+        until(lambda: stat.read_text().rpartition(")")[2].split()[0] == "T")
 
     def kill(self, name: str) -> None:
         self.processes[name].kill()
