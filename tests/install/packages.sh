@@ -67,7 +67,7 @@ install_packages() {
 unit() {
   local name=$1 instance=${2:-} file line variables=() settings state
   file=$root/usr/lib/systemd/system/$name.service
-  line=$(sed -n 's/^ExecStart=//p' "$file" | sed "s|%S|/var/lib|g; s|%i|$instance|g")
+  line=$(sed -n 's/^ExecStart=//p' "$file" | sed "s|%S|/var/lib|g; s|%t|/run|g; s|%i|$instance|g")
   [ -n "$line" ] || fail "$file starts nothing"
   mapfile -t variables < <(sed -n 's/^Environment=//p' "$file")
   settings=$(sed -n 's/^EnvironmentFile=-//p' "$file" | sed "s|%i|$instance|")
@@ -77,11 +77,10 @@ unit() {
       variables+=("$key=${value%\'}")
     done < <(grep -v -e '^#' -e '^$' "$root$settings")
   fi
-  state=$(sed -n 's/^StateDirectory=//p' "$file")
-  if [ -n "$state" ]; then
-    mkdir -p "$root/var/lib/$state"
-    chown 65534:65534 "$root/var/lib/$state"
-  fi
+  while read -r state; do
+    mkdir -p "$root$state"
+    chown 65534:65534 "$root$state"
+  done < <(sed -n 's|^StateDirectory=|/var/lib/|p; s|^RuntimeDirectory=|/run/|p' "$file")
   for setting in "${variables[@]}"; do line=${line//"\${${setting%%=*}}"/${setting#*=}}; done
   read -r -a words <<<"$line"
   start "$logs/$name$instance" chroot --userspec=65534:65534 "$root" /usr/bin/env -i PATH=/usr/bin:/bin "${variables[@]}" "${words[@]}"
@@ -169,6 +168,7 @@ unit lumenar-objects
 until_true 60 has_objects "$kept" || fail "of $kept objects $(objects) are back: $(cat "$logs/lumenar-objects")"
 use
 end_services
+rm -r "$root"/run/lumenar-*            # the service manager's own
 rm "$root/etc/lumenar/objects.json"  # the administrator's own
 
 mapfile -t ours < <(installable)
