@@ -9,7 +9,7 @@ namespace Lumenar::Judge {
 /// What a unit is in the bases of the SI, and in ours: angle, information, samples, logarithmic ratio.
 struct UnitRow {
   std::array<int, 11> dimension;  ///< m, kg, s, A, K, cd, rad, bit, sample, mol, Np
-  double numerator;              ///< one of it is numerator / denominator of its SI unit
+  double numerator;               ///< one of it is numerator / denominator of its SI unit
   double denominator;
   bool counts_information;
 };

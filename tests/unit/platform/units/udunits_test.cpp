@@ -24,8 +24,8 @@ const char* Judge_name(Units_list unit) {
     case U_Bit: return "bit";
     case U_Byte: return "byte";
     case U_Sample: return nullptr;
-    case U_RevolutionPerMinute: return nullptr;  // there a revolution is an angle, here it is counted
-    case U_Neper: return nullptr;                // there the unit of a logarithm
+    case U_RevolutionPerMinute: return nullptr;       // there a revolution is an angle, here it is counted
+    case U_Neper: return nullptr;                     // there the unit of a logarithm
     case U_ElectronVolt: return "1.602176634e-19 J";  // exact since 2019; the judge has the measured one of before
     case U_VoltAmpere: return "V A";
     case U_Var: return "W";
