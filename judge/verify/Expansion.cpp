@@ -16,8 +16,8 @@ namespace {
 constexpr std::uint64_t kFirstOnes = 4;
 constexpr std::int64_t kBeginning_ns = 500'000'000;
 
-/// So many samples that came earlier may be passed by one of another input that has no result, or of which nothing can
-/// be computed, and by a new setting. There would be no end of orders that make no difference otherwise.
+/// So many samples that came earlier, and all that came just before, may be passed by one of another input that has no
+/// result, or of which nothing can be computed, and by a new setting. There would be no end of orders that make no difference otherwise.
 constexpr std::size_t kMostPassed = 3;
 
 /// So many samples in which nothing can be computed yet may have had no result.
@@ -111,7 +111,7 @@ bool Expansion::IsTooLateForSetting(const Path& path, std::size_t stream, const 
   if (stream == facts_.inputs.size() || path.ahead < kMostPassed) return false;
   const Arrival* setting = streams_.back().At(path.next.back());
   return setting != nullptr && setting->place < arrival.place &&
-         setting->time_ns + setting->lasted_ns + limits_.setting_ns < arrival.time_ns;
+         setting->time_ns + setting->lasted_ns + limits_.disorder_ns < arrival.time_ns;
 }
 
 Outcome Expansion::Apply(Path& path, std::size_t stream, const Arrival& arrival) {
@@ -220,10 +220,10 @@ void Expansion::Consider(const Path& path, std::size_t stream, const Arrival& ar
 }
 
 bool Expansion::IsNear(const Path& path, std::size_t stream, const Arrival& arrival) const {
-  const std::int64_t tolerance_ns = stream == facts_.inputs.size() ? limits_.setting_ns : 0;
   for (std::size_t other = 0; other < facts_.inputs.size(); ++other) {
     const Arrival* far = other == stream ? nullptr : streams_[other].At(path.next[other] + kMostPassed);
-    if (far != nullptr && far->place < arrival.place && far->time_ns <= arrival.time_ns - tolerance_ns) return false;
+    const bool passes = far != nullptr && far->place < arrival.place;
+    if (passes && far->time_ns <= arrival.time_ns - limits_.disorder_ns) return false;
   }
   return true;
 }

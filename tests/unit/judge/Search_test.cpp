@@ -101,6 +101,26 @@ TEST_F(JudgeSearch, AnotherOrderThanThatOfArrivalIsFoundAndNamed) {
               HasSubstr("11: from sample 6 of IN1, before sample 6 of IN0, which came to the recorder earlier"));
 }
 
+/// As two inputs do that come fast, before the second one was known.
+TEST_F(JudgeSearch, ManySamplesOfOneInputBeforeTheFirstOfTheOther) {
+  RecordedObject object("Subtract", {numbers_.Trace(kdBm), numbers_.Trace(kdBm)});
+  std::vector<Datum> first(12);
+  std::vector<Datum> second(12);
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    object.Record(0, first[i] = numbers_.Trace(kdBm));
+    object.Record(1, second[i] = numbers_.Trace(kdBm));
+  }
+  for (const std::size_t input : {0u, 1u}) {
+    for (const Datum& sample : input == 0 ? first : second) {
+      object.Compute(input, sample);
+      object.RecordResult();
+    }
+  }
+  const ObjectReport report = object.CheckObject();
+  EXPECT_TRUE(report.IsExplained()) << TextsOf(report, Remark::Unexplained);
+  EXPECT_EQ(report.findings.Checked(), 12u);
+}
+
 TEST_F(JudgeSearch, AResultThatOvertakesItsSampleIsExplained) {
   RecordedObject object("Average", {numbers_.Trace(kdBm)});
   object.RecordPresent({numbers_.Trace(kdBm)});
@@ -284,6 +304,7 @@ TEST_F(JudgeSearch, AWrongResultIsADifferenceAndTheNextOneIsNot) {
 TEST_F(JudgeSearch, ResultsOfAnotherOperationAreAllDifferent) {
   RecordedObject object("Subtract", {numbers_.Trace(kdBm), numbers_.Trace(kdBm)});
   RecordedObject other("RelativeSubtract", {numbers_.Trace(kdBm), numbers_.Trace(kdBm)});
+  object.step_ns = 100 * kMillisecond;
   for (int i = 0; i < 20; ++i) {
     const Datum sample = numbers_.Trace(kdBm);
     object.Record(static_cast<std::size_t>(i % 2), sample);
