@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // Recordings of a running engine, computed again.
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
 #include <thread>
 
+#include "judge/verify/Path.h"
 #include "recording/RecordingWriter.h"
 #include "tests/system/mathctl/RecordingsFixture.h"
 
@@ -158,9 +160,13 @@ TEST_F(VerifyTest, AResetThatIsNotInTheRecordingIsAssumedUnlessStrict) {
   ScalarInput level(bench_, "LEVEL", ScalarOf(1, kMilliwatt));
   Out({"create", "Peak", "LEVEL"});
   resets_ = 1;
-  const std::string file = RecordObjects({"math:0"}, 2, 2 * 12, [&] {
+  const std::string file = RecordObjects({"math:0"}, 2, 2 * 13, [&] {
     for (int i = 0; i < 6; ++i) level = ScalarOf(9 + i, kMilliwatt);
     ASSERT_TRUE(WaitUntil([&] { return Objects({"get", "math:0"}).at(0)["value"] == 14; }));
+    // A sample that the recorded RESET came before for certain: further away than arrivals may be out of order.
+    std::this_thread::sleep_for(2 * std::chrono::nanoseconds(Judge::SearchLimits{}.disorder_ns));
+    level = ScalarOf(15, kMilliwatt);
+    ASSERT_TRUE(WaitUntil([&] { return Objects({"get", "math:0"}).at(0)["value"] == 15; }));
     Out({"reset", "math:0"});
     for (int i = 0; i < 6; ++i) level = ScalarOf(i, kMilliwatt);
   });
