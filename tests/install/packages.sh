@@ -89,14 +89,16 @@ unit() {
 
 start_services() {
   running=()
-  # The engines come first: they wait for the naming service, as on a machine where it is late.
-  unit lumenar-engine@ math_factory_hh
-  unit lumenar-engine@ probe
-  unit lumenar-engine@ sim
+  # The naming service comes late; the others come in the order of their units.
   unit lumenar-topic-manager
   unit lumenar-hw-enumeration
   unit lumenar-naming
-  until_true 30 inside mathctl doctor || { tail -n 5 "$logs"/lumenar-* >&2; fail "the services are not well"; }
+  until_true 30 grep -q "topic_manager ready" "$logs/lumenar-topic-manager"
+  until_true 30 grep -q "hw_enumeration ready" "$logs/lumenar-hw-enumeration"
+  unit lumenar-engine@ math_factory_hh
+  unit lumenar-engine@ probe
+  unit lumenar-engine@ sim
+  until_true 30 inside mathctl doctor || { inside mathctl doctor >&2; fail "the services are not well"; }
   until_true 30 inside mathctl get VOLTAGE || fail "sim has no readings"
 }
 
