@@ -72,7 +72,7 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
   void Describe(Corvanta::MathFactory::MathReport& report) override {
     MathBaseTemplate<T, ValReadingMap<T>>::Describe(report);
     report.size = static_cast<CORBA::ULong>(size_.Get());
-    report.filled = static_cast<CORBA::ULong>(mean_.CountForOthers());
+    report.filled = static_cast<CORBA::ULong>(Filling());
   }
 
   /// A sample of the input.
@@ -151,6 +151,9 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
   }
 
   Mutex mutex_;
+  /// Without the lock, which a computation holds: this number alone may be read by any thread.
+  int Filling() const NO_THREAD_SAFETY_ANALYSIS { return mean_.CountForOthers(); }
+
   RunningMean<T> mean_ GUARDED_BY(mutex_);
   boost::scoped_ptr<Corvanta::DDS_Subscriber<T>> subscription_;
   Corvanta::EngineAttribLong_i size_;

@@ -84,7 +84,8 @@ PlayedEngines::~PlayedEngines() {
 }
 
 void PlayedEngines::Plan(const RecordingSurvey& survey, const std::vector<std::uint32_t>& chosen) {
-  for (const auto& [from, to] : renames_) {
+  for (const auto& rename : renames_) {
+    const std::string& from = rename.first;
     const bool fits = std::any_of(survey.readings.begin(), survey.readings.end(), [&](const auto& reading) {
       return from == reading.name || from == reading.engine || from == UsualName(reading).engine;
     });

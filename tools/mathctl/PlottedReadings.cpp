@@ -31,7 +31,7 @@ std::vector<std::string> NamesForPeople(const Session& session, const std::vecto
   return texts;
 }
 
-PlottedReadings::PlottedReadings(const Session& session, const std::vector<std::string>& texts) : session_(session) {
+PlottedReadings::PlottedReadings(const Session& session, const std::vector<std::string>& texts) {
   const std::vector<Client::Reading> readings = session.FindAll(texts);
   std::vector<std::string> names = NamesForPeople(session, readings);
   for (std::size_t i = 0; i < readings.size(); ++i) {

@@ -66,7 +66,6 @@ class PlottedReadings {
   Curve HistoryOf(const Plotted& plotted, std::chrono::system_clock::time_point origin) const;
   std::chrono::system_clock::time_point Origin() const;
 
-  const Session& session_;
   std::vector<Plotted> plotted_;
   unsigned long all_ = 0;
 };
