@@ -102,7 +102,10 @@ start_services() {
   until_true 30 inside mathctl get VOLTAGE || fail "sim has no readings"
 }
 
-end_services() { for id in "${running[@]}"; do end_process "$id"; done; }
+end_services() {
+  for id in "${running[@]}"; do end_process "$id"; done
+  rm -rf "$root"/run/lumenar-*  # as the service manager does
+}
 all_run() { for id in "${running[@]}"; do kill -0 "$id" 2>/dev/null || fail "process $id has ended: $(tail -n 3 "$logs"/lumenar-*)"; done; }
 # The objects that are there now are there after every start.
 keep_objects() {
@@ -170,7 +173,6 @@ unit lumenar-objects
 until_true 60 has_objects "$kept" || fail "of $kept objects $(objects) are back: $(cat "$logs/lumenar-objects")"
 use
 end_services
-rm -r "$root"/run/lumenar-*            # the service manager's own
 rm "$root/etc/lumenar/objects.json"  # the administrator's own
 
 mapfile -t ours < <(installable)
