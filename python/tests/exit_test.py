@@ -59,7 +59,7 @@ def test_things_go_in_any_order(run_python, order):
     OPENING + "import threading\ndef ask():\n    while True: r.result\n"
               "for _ in range(4): threading.Thread(target=ask, daemon=True).start()\nnext(m)",
     # a reader that is waited for, and whose client is closed meanwhile
-    OPENING + "import threading\nt = threading.Thread(target=lambda: list(a.monitor()))\n"
+    OPENING + "import threading\nn = a.monitor()\nt = threading.Thread(target=lambda: list(n))\n"
               "t.start(); c.close(); t.join()",
 ])
 def test_what_is_open_is_closed(run_python, text):
