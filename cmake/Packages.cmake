@@ -80,6 +80,7 @@ set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
 if(python IN_LIST CPACK_COMPONENTS_ALL)
   lumenar_package(python python3-lumenar "Python package for clients of the math engine"
     "Readings as numpy arrays, math objects that go with their block, and publishing\nreadings of one's own."
-    SECTION python DEPENDS "${math_library} ${same_version}" "python3 (>= 3.11), python3 (<< 3.12)" python3-numpy)
+    SECTION python DEPENDS "${math_library} ${same_version}" "python3 (>= 3.11), python3 (<< 3.12)" python3-numpy
+    CONTROL ${package_dir_of}/python/postinst ${package_dir_of}/python/prerm)
 endif()
 include(CPack)
