@@ -11,7 +11,7 @@ set(page_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/lumenar)
 set(products_dir ${PROJECT_BINARY_DIR}/package)
 
 # Libraries and headers, with the paths by which the code includes them.
-lumenar_public_libraries(libraries client instruments_common local_arguments)
+lumenar_public_libraries(libraries lumenar::client lumenar::instruments_common lumenar::local_arguments)
 install(TARGETS ${libraries} EXPORT LumenarTargets
   LIBRARY COMPONENT libraries NAMELINK_COMPONENT development ARCHIVE COMPONENT development)
 file(GLOB public_headers RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
@@ -40,8 +40,8 @@ install(FILES ${products_dir}/LumenarConfig.cmake ${products_dir}/LumenarConfigV
 
 # For users of pkg-config: to write a client, and to write an instrument.
 file(RELATIVE_PATH pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-lumenar_pc_file(lumenar-client "Client of the math engine and its instruments" client)
-lumenar_pc_file(lumenar-instrument "Instrument beside the math engine" instruments_common)
+lumenar_pc_file(lumenar-client "Client of the math engine and its instruments" lumenar::client)
+lumenar_pc_file(lumenar-instrument "Instrument beside the math engine" lumenar::instruments_common)
 
 # The transport configuration stands where the programs look for it: below the prefix where that is.
 file(RELATIVE_PATH conf_dir ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_SYSCONFDIR})
