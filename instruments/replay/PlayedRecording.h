@@ -35,8 +35,6 @@ class PlayedRecording : public Instruments::Instrument {
   ~PlayedRecording() override;
 
   void Offer(const Instruments::Place& place) override;
-  void Start() override;
-  void Stop() noexcept override;
 
  private:
   using Clock = PeriodicTask::Clock;
@@ -65,7 +63,7 @@ class PlayedRecording : public Instruments::Instrument {
   std::optional<Lumenar::Recording::Sample> next_;
   std::optional<Clock::time_point> origin_;  // when the first sample is due
   std::uint64_t published_ = 0;
-  std::unique_ptr<PeriodicTask> task_;
+  PeriodicTask task_{[this] { return Step(); }};
 };
 
 /// Reads the settings REPLAY_RECORDING (a path), REPLAY_READINGS ("0=WAKEUP;2=LEVEL"), REPLAY_SPEED, REPLAY_LOOP,

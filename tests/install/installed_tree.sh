@@ -87,11 +87,22 @@ start_ready() {
   until_line 20 "$work/$log" $! "$line"
 }
 
+# What runs with the moved tree reads the configuration that moved with it, also a program that was built outside.
+# Usage: the_moved_configuration_counts PROGRAM...
+the_moved_configuration_counts() {
+  local conf=$tree/etc/lumenar/tcp.conf said
+  cp "$conf" "$work/sample.conf"
+  echo "orb.nonsense = 1" >"$conf"
+  said=$("$@" 2>&1) && fail "$1 ran with a configuration that is none"
+  cp "$work/sample.conf" "$conf"
+  [[ $said = *"$conf:1: "* ]] || fail "$1 did not read $conf: $said"
+}
+
 # As installed every line of the sample configuration is a comment; without the marks each is what it says by default.
 start_platform() {
-  export LUMENAR_TRANSPORT_CONF=$tree/etc/lumenar/tcp.conf
-  ! grep -q -v -e '^#' -e '^$' "$LUMENAR_TRANSPORT_CONF" || fail "the sample configuration sets something"
-  sed -n '/run.lumenar/d; s/^#\([a-z]*\.\)/\1/p' "$LUMENAR_TRANSPORT_CONF" >"$work/all.conf"
+  local conf=$tree/etc/lumenar/tcp.conf
+  ! grep -q -v -e '^#' -e '^$' "$conf" || fail "the sample configuration sets something"
+  sed -n '/run.lumenar/d; s/^#\([a-z]*\.\)/\1/p' "$conf" >"$work/all.conf"
   start_naming_service
   start_ready topic_manager.log "topic_manager ready" "$tree/bin/topic_manager" --no-state
   start_ready hw_enumeration.log "hw_enumeration ready" \
@@ -117,10 +128,13 @@ start "$work/pkg_config.log" build_with_pkg_config
 by_pkg_config=$!
 look_for_old_places
 every_program_explains_itself
+unset LUMENAR_TRANSPORT_CONF
+the_moved_configuration_counts "$tree/bin/mathctl" readings
 start_platform
 run mathctl doctor || fail "mathctl doctor"
 run mathctl engines --json | grep -q '"engine":"MATHFACTORY/1".*"version":"[1-9]' || fail "mathctl engines"
 wait "$by_cmake" || { cat "$work/cmake.log"; fail "build with CMake"; }
+the_moved_configuration_counts "$work/outside/build/follow_average" LOADMETER/1/HISTORY 1
 follow "$work/outside/build/follow_average" "$work/outside/build/libload_meter.so.1"
 wait "$by_pkg_config" || { cat "$work/pkg_config.log"; fail "build with pkg-config"; }
 follow "$work/plain/follow_average" "$work/plain/libload_meter.so.1"
