@@ -37,14 +37,17 @@ look_for_old_places() {
 }
 
 every_program_explains_itself() {
-  local version program
+  local version program library
   version=$(sed -n 's/^project(.* VERSION \([0-9.]*\) .*/\1/p' "$source/CMakeLists.txt")
   for program in engine_host topic_manager hw_enumeration mathctl; do
     [ "$(run "$program" --version)" = "$program $version" ] || fail "$program --version"
     run "$program" --help | grep -q -e --version || fail "$program --help"
     [ -s "$tree/share/man/man1/$program.1" ] || fail "no manual page of $program"
   done
-  [ -e "$tree/lib/liblumenar_signals.so.${version%%.*}" ] || fail "name of liblumenar_signals"
+  for library in liblumenar_signals liblumenar_client; do
+    [ -e "$tree/lib/$library.so.${version%%.*}" ] || fail "name of $library"
+  done
+  [ ! -e "$tree/lib/liblumenar_client.a" ] || fail "the client library is there twice"
   [ "$(PKG_CONFIG_PATH=$tree/lib/pkgconfig pkg-config --modversion lumenar-client)" = "$version" ] || fail "lumenar-client.pc"
 }
 
@@ -121,6 +124,17 @@ follow() {
   end_process "$host"
 }
 
+# What look_around finds, and a reading that a client offers.
+the_other_clients() {
+  local built=$work/outside/build
+  [ "$("$built/own_reading" MYLAB/1 3 | tail -n 1)" = "peak of MYLAB/1/VOLTAGE: 0.3 V" ] || fail "own_reading"
+  "$built/look_around" >"$work/looked" || fail "look_around: $(cat "$work/looked")"
+  grep -q '^MATHFACTORY/1 at 127\.0\.0\.1:' "$work/looked" || fail "look_around: $(cat "$work/looked")"
+  # Nobody at the address that is given: one line, and an end.
+  ! "$built/look_around" 127.0.0.1:1 2>"$work/nobody" || fail "look_around without a platform"
+  grep -q '^look_around: naming service at 127.0.0.1:1 does not answer' "$work/nobody" || fail "$(cat "$work/nobody")"
+}
+
 install_and_move
 start "$work/cmake.log" build_outside
 by_cmake=$!
@@ -136,6 +150,7 @@ run mathctl engines --json | grep -q '"engine":"MATHFACTORY/1".*"version":"[1-9]
 wait "$by_cmake" || { cat "$work/cmake.log"; fail "build with CMake"; }
 the_moved_configuration_counts "$work/outside/build/follow_average" LOADMETER/1/HISTORY 1
 follow "$work/outside/build/follow_average" "$work/outside/build/libload_meter.so.1"
+the_other_clients
 wait "$by_pkg_config" || { cat "$work/pkg_config.log"; fail "build with pkg-config"; }
 follow "$work/plain/follow_average" "$work/plain/libload_meter.so.1"
 echo "client and instrument ran with the moved tree"
