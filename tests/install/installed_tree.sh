@@ -149,8 +149,8 @@ run mathctl doctor || fail "mathctl doctor"
 run mathctl engines --json | grep -q '"engine":"MATHFACTORY/1".*"version":"[1-9]' || fail "mathctl engines"
 wait "$by_cmake" || { cat "$work/cmake.log"; fail "build with CMake"; }
 the_moved_configuration_counts "$work/outside/build/follow_average" LOADMETER/1/HISTORY 1
+the_other_clients  # while every engine that has started is there
 follow "$work/outside/build/follow_average" "$work/outside/build/libload_meter.so.1"
-the_other_clients
 wait "$by_pkg_config" || { cat "$work/pkg_config.log"; fail "build with pkg-config"; }
 follow "$work/plain/follow_average" "$work/plain/libload_meter.so.1"
 echo "client and instrument ran with the moved tree"
