@@ -178,7 +178,8 @@ void RecordingCheck::AddObject(const Recording::ReadingInfo& reading) {
   const auto type = TypeNamed(object.type);
   if (type) facts.type = *type;
   const auto size = IsSize(object.size) ? std::optional<int>(object.size) : std::nullopt;
-  objects_.push_back(std::make_unique<ObjectCheck>(facts, size, limits_));
+  objects_.push_back(std::make_unique<ObjectCheck>(facts, size, limits_, sharing_));
+  *sharing_ = objects_.size();
   ObjectCheck& check = *objects_.back();
   if (!type) return check.GiveUp("an operation that is not known here: " + object.type);
   if (object.inputs.size() != InputsOf(*type)) {
