@@ -53,15 +53,15 @@ void ObjectCheck::Advance(std::int64_t now_ns) {
   if (search_ != nullptr) search_->Advance(now_ns);
 }
 
-void ObjectCheck::Interrupt(std::int64_t now_ns, const std::string& reason) {
-  EndStretch(now_ns);
+void ObjectCheck::Interrupt(std::int64_t since_ns, const std::string& reason) {
+  if (search_ != nullptr) TakeFindings(search_->EndAtGap(since_ns));
   present_ = {};
   present_.inputs.resize(facts_.inputs.size());
   if (report_.interrupted++ < kMostInterruptions) report_.interruptions.push_back(reason);
 }
 
 ObjectReport ObjectCheck::End(std::int64_t now_ns) {
-  EndStretch(now_ns);
+  if (search_ != nullptr) TakeFindings(search_->End(now_ns));
   return report_;
 }
 
@@ -76,9 +76,8 @@ Search& ObjectCheck::Stretch(std::int64_t time_ns) {
   return *search_;
 }
 
-void ObjectCheck::EndStretch(std::int64_t now_ns) {
-  if (search_ == nullptr) return;
-  report_.findings.Append(search_->End(now_ns));
+void ObjectCheck::TakeFindings(const Findings& findings) {
+  report_.findings.Append(findings);
   report_.bounded += search_->Bounded();
   if (!search_->Guessed().empty()) report_.guessed = search_->Guessed();
   search_.reset();

@@ -27,8 +27,8 @@ struct ObjectReport {
   std::string guessed;                     ///< numbers that were found out from a result
   std::vector<std::string> interruptions;  ///< where the check had to begin anew, the first ones
   std::uint64_t interrupted = 0;           ///< how often it had to
-  std::uint64_t bounded = 0;               ///< results at which more orders were possible than the search follows
   Findings findings;
+  std::uint64_t bounded = 0;  ///< results at which more orders were possible than the search follows
 
   /// Every result that could be checked came out bit for bit, at least one could be, and no sample lacks its result.
   bool IsExplained() const {
@@ -68,14 +68,14 @@ class ObjectCheck {
   /// Time has come to this point.
   void Advance(std::int64_t now_ns);
 
-  /// Something is missing here, or the object is another one from here on.
-  void Interrupt(std::int64_t now_ns, const std::string& reason);
+  /// Something is missing here, or the object is another one from here on; up to `since_ns` nothing is.
+  void Interrupt(std::int64_t since_ns, const std::string& reason);
 
   ObjectReport End(std::int64_t now_ns);
 
  private:
   Search& Stretch(std::int64_t time_ns);
-  void EndStretch(std::int64_t now_ns);
+  void TakeFindings(const Findings& findings);
   bool IsOfKind(const Datum& value, Kind kind, std::int64_t now_ns);
   Kind InputKind(std::size_t input) const;
 

@@ -57,6 +57,7 @@ struct SearchLimits {
   std::int64_t lead_ns = 5'000'000'000;       ///< a sample may come to the recorder so much later than its result
   std::int64_t patience_ns = 30'000'000'000;  ///< a sample that gave no result for so long has none
   std::int64_t tail_ns = 5'000'000'000;       ///< samples so near to the end may have theirs behind it
+  std::int64_t gap_ns = 1'000'000'000;        ///< results so near to a gap may be those of samples that are missing
   std::int64_t disorder_ns = 50'000'000;      ///< so near to each other, arrivals may come in any order
   std::size_t paths = 64;                     ///< ways that are followed at once
   std::size_t steps = 1024;                   ///< ways that are looked at for one result

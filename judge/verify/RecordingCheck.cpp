@@ -154,7 +154,7 @@ void RecordingCheck::CheckSuccession(const Recording::Header& header) {
     return;
   }
   if (header.continues != last_digest_ || last_digest_.empty()) {
-    InterruptAll("a file that does not go on where the one before ended");
+    InterruptAll(now_ns_, "a file that does not go on where the one before ended");
   }
 }
 
@@ -237,14 +237,15 @@ void RecordingCheck::Take(const Recording::Event& event) {
 }
 
 void RecordingCheck::Interrupt(const Recording::Event& event, const std::string& reason) {
-  if (!event.reading) return InterruptAll(reason);
+  const std::int64_t since_ns = std::min(now_ns_, UsualTime(event.since_ns.value_or(event.time_ns)));
+  if (!event.reading) return InterruptAll(since_ns, reason);
   const ReadingUse& use = readings_[names_.at(*event.reading)];
-  if (use.result_of != nullptr) use.result_of->Interrupt(now_ns_, reason);
-  for (const Use& input : use.input_of) input.object->Interrupt(now_ns_, reason);
+  if (use.result_of != nullptr) use.result_of->Interrupt(since_ns, reason);
+  for (const Use& input : use.input_of) input.object->Interrupt(since_ns, reason);
 }
 
-void RecordingCheck::InterruptAll(const std::string& reason) {
-  for (const auto& object : objects_) object->Interrupt(now_ns_, reason);
+void RecordingCheck::InterruptAll(std::int64_t since_ns, const std::string& reason) {
+  for (const auto& object : objects_) object->Interrupt(since_ns, reason);
 }
 
 void RecordingCheck::GiveUpWhereInputsAreMissing() {

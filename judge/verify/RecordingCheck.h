@@ -60,7 +60,7 @@ class RecordingCheck {
   void TakePresent(const ReadingUse& use, const Datum& value);
   void AddObject(const Recording::ReadingInfo& reading);
   void Interrupt(const Recording::Event& event, const std::string& reason);
-  void InterruptAll(const std::string& reason);
+  void InterruptAll(std::int64_t since_ns, const std::string& reason);
   void GiveUpWhereInputsAreMissing();
 
   const SearchLimits limits_;

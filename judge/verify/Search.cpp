@@ -14,6 +14,7 @@ namespace {
 constexpr std::size_t kMostPending = 65536;  // results
 constexpr std::size_t kTracesOfState = 3;    // that are a way's own, at most
 constexpr std::size_t kFewestWays = 2;
+constexpr std::int64_t kNoMoreComes = std::numeric_limits<std::int64_t>::max();
 
 /// So many results that came out and were not all the same show that it was no accident.
 constexpr std::uint64_t kSure = 2;
@@ -23,13 +24,14 @@ constexpr std::uint64_t kSure = 2;
 Search::Search(const ObjectFacts& facts, const SearchLimits& limits,
                std::vector<std::unique_ptr<Operation>> possibilities, std::int64_t begin_ns)
     : facts_(facts), limits_(limits), streams_(facts.inputs.size() + 1) {
-  beginning_.time_ns = begin_ns;
+  beginning_.time_ns = last_ns_ = begin_ns;
   beginning_.first_result = std::numeric_limits<std::uint64_t>::max();
   for (auto& possibility : possibilities) paths_.emplace_back(std::move(possibility), streams_.size());
 }
 
 void Search::AddSample(std::size_t input, Arrival sample) {
   const std::uint64_t place = sample.place;
+  last_ns_ = std::max(last_ns_, sample.time_ns);
   LimitWaysTo(BytesOf(sample));
   streams_.at(input).Add(std::move(sample));
   const auto is_silent = [](const Arrivals& stream) { return stream.Count() == 0; };
@@ -50,23 +52,45 @@ void Search::AddChange(Arrival change) { streams_.back().Add(std::move(change));
 
 void Search::AddResult(Arrival result) {
   if (results_.Count() == 0) beginning_.first_result = result.place;
+  last_ns_ = std::max(last_ns_, result.time_ns);
   results_.Add(std::move(result));
 }
 
 void Search::Advance(std::int64_t now_ns) {
+  ExplainDue(now_ns);
+  if (next_result_ < results_.Count()) return;
+  PassBefore(PendingBytes() > limits_.pending_bytes ? kNoMoreComes : now_ns - limits_.patience_ns);
+}
+
+void Search::ExplainDue(std::int64_t now_ns) {
   for (const Arrival* due = results_.At(next_result_); due != nullptr && IsDue(*due, now_ns);
        due = results_.At(next_result_)) {
     Explain(*due);
     ++next_result_;
     DropWhatAllHad();
   }
-  if (next_result_ < results_.Count()) return;
-  PassBefore(PendingBytes() > limits_.pending_bytes ? std::numeric_limits<std::int64_t>::max()
-                                                    : now_ns - limits_.patience_ns);
 }
 
 Findings Search::End(std::int64_t end_ns) {
-  Advance(std::numeric_limits<std::int64_t>::max());
+  ExplainDue(kNoMoreComes);
+  return Found(end_ns);
+}
+
+/// What came shortly before the gap may belong to what is missing: up to the first result that is not explained as it
+/// is, it counts.
+Findings Search::EndAtGap(std::int64_t since_ns) {
+  ExplainDue(since_ns - limits_.gap_ns + limits_.lead_ns);
+  while (const Arrival* result = results_.At(next_result_)) {
+    if (!ExplainAsItIs(*result)) break;
+    ++next_result_;
+  }
+  Findings found = Found(std::min(since_ns, last_ns_));
+  for (; next_result_ < results_.Count(); ++next_result_)
+    found.CountUnchecked("shortly before samples that may be missing");
+  return found;
+}
+
+Findings Search::Found(std::int64_t end_ns) {
   PassBefore(end_ns - limits_.tail_ns);
   guessed_ = paths_.front().operation->Guessed();
   return paths_.front().findings;
@@ -93,6 +117,16 @@ void Search::Explain(const Arrival& result) {
   }
   bounded_ += was_cut_ ? 1 : 0;
   Keep(std::move(ways), limits_.paths_lost);
+}
+
+bool Search::ExplainAsItIs(const Arrival& result) {
+  const bool is_telling = last_result_ == nullptr || !SameBits(*last_result_, *result.sample);
+  Expansion expansion(facts_, limits_, streams_, beginning_, result, is_telling);
+  for (const Path& path : paths_) expansion.From(path);
+  if (expansion.Found().empty()) return false;
+  last_result_ = result.sample;
+  Keep(std::move(expansion.Found()), limits_.paths);
+  return true;
 }
 
 /// The ways from here, with a note where not all were looked at.

@@ -40,6 +40,10 @@ class Search {
   /// The stretch ends. What was found by the best of the ways.
   Findings End(std::int64_t end_ns);
 
+  /// The same, where something is missing behind: nothing is up to `since_ns`. Results that came shortly before and are
+  /// not explained by what there is may be those of samples that are missing: they count as not checked.
+  Findings EndAtGap(std::int64_t since_ns);
+
   /// Results at which more ways were possible than are followed, or looked at.
   std::uint64_t Bounded() const { return bounded_; }
 
@@ -47,6 +51,9 @@ class Search {
   const std::string& Guessed() const { return guessed_; }
 
  private:
+  void ExplainDue(std::int64_t now_ns);
+  bool ExplainAsItIs(const Arrival& result);
+  Findings Found(std::int64_t end_ns);
   bool IsDue(const Arrival& result, std::int64_t now_ns) const;
   void Explain(const Arrival& result);
   std::vector<Path> WaysTo(const Arrival& result, bool is_telling);
@@ -64,6 +71,7 @@ class Search {
   std::vector<Arrivals> streams_;  // of the inputs, and of the changes
   Arrivals results_;
   std::size_t next_result_ = 0;
+  std::int64_t last_ns_ = 0;  // of the last sample or result
   std::uint64_t bounded_ = 0;
   bool was_cut_ = false;  // of the ways to the present result
   std::vector<Path> paths_;
