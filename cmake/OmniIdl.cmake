@@ -26,7 +26,8 @@ function(lumenar_idl_library name)
   endforeach()
   set(target lumenar_${name})
   add_library(${target} STATIC ${sources})
-  set_target_properties(${target} PROPERTIES UNITY_BUILD OFF EXPORT_NAME ${name})  # generated files share names
+  set_target_properties(${target} PROPERTIES
+    UNITY_BUILD OFF EXPORT_NAME ${name} CXX_VISIBILITY_PRESET default)  # generated files share names
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_include_directories(${target} SYSTEM PUBLIC
     $<BUILD_INTERFACE:${out}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/lumenar>)

@@ -39,14 +39,17 @@ look_for_old_places() {
 }
 
 every_program_explains_itself() {
-  local version program
+  local version program library
   version=$(sed -n 's/^project(.* VERSION \([0-9.]*\) .*/\1/p' "$source/CMakeLists.txt")
   for program in engine_host topic_manager hw_enumeration mathctl; do
     [ "$(run "$program" --version)" = "$program $version" ] || fail "$program --version"
     run "$program" --help | grep -q -e --version || fail "$program --help"
     [ -s "$tree/share/man/man1/$program.1" ] || fail "no manual page of $program"
   done
-  [ -e "$tree/lib/liblumenar_signals.so.${version%%.*}" ] || fail "name of liblumenar_signals"
+  for library in liblumenar_signals liblumenar_client; do
+    [ -e "$tree/lib/$library.so.${version%%.*}" ] || fail "name of $library"
+  done
+  [ ! -e "$tree/lib/liblumenar_client.a" ] || fail "the client library is there twice"
   [ "$(PKG_CONFIG_PATH=$tree/lib/pkgconfig pkg-config --modversion lumenar-client)" = "$version" ] || fail "lumenar-client.pc"
 }
 
@@ -111,6 +114,17 @@ follow() {
   end_process "$host"
 }
 
+# What look_around finds, and a reading that a client offers.
+the_other_clients() {
+  local built=$work/client/build
+  [ "$("$built/own_reading" MYLAB/1 3 | tail -n 1)" = "peak of MYLAB/1/VOLTAGE: 0.3 V" ] || fail "own_reading"
+  "$built/look_around" >"$work/looked" || fail "look_around: $(cat "$work/looked")"
+  grep -q '^MATHFACTORY/1 at 127\.0\.0\.1:' "$work/looked" || fail "look_around: $(cat "$work/looked")"
+  # Nobody at the address that is given: one line, and an end.
+  ! "$built/look_around" 127.0.0.1:1 2>"$work/nobody" || fail "look_around without a platform"
+  grep -q '^look_around: naming service at 127.0.0.1:1 does not answer' "$work/nobody" || fail "$(cat "$work/nobody")"
+}
+
 install_and_move
 start "$work/client.log" run_page docs/writing-a-client.md "$work/client"
 client=$!
@@ -125,6 +139,7 @@ run_page docs/interfaces.md "$work/interfaces" >"$work/interfaces.log" 2>&1 || {
 [ -s "$work/interfaces/MathFactory.hh" ] || fail "stubs of the interfaces"
 wait "$client" || { cat "$work/client.log"; fail "docs/writing-a-client.md"; }
 the_moved_configuration_counts "$work/client/build/follow_average" LOADMETER/1/HISTORY 1
+the_other_clients  # while every engine that has started is there
 follow "$work/client/build/follow_average" "$work/client/build/libload_meter.so.1"
 run_page docs/writing-an-instrument.md "$work/instrument" >"$work/instrument.log" 2>&1 || { cat "$work/instrument.log"; fail "docs/writing-an-instrument.md"; }
 follow "$work/client/follow_average" "$work/instrument/libload_meter.so.1"
