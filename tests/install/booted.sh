@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 # The packages of this machine's processor on a machine that boots: installed while it runs, the services started by its own
-# service manager with all that their units say; used from Python, C++ and the command line; killed, stopped and late; upgraded
-# while they run; the machine switched off and on; removed and purged. Usage: booted.sh SOURCE_DIRECTORY BUILD_DIRECTORY [MIRROR]
+# service manager with all that their units say; used from Python, C++ and the command line, from here and from another machine;
+# killed, stopped and late; upgraded while they run; the machine switched off and on; removed and purged.
+# Usage: booted.sh SOURCE_DIRECTORY BUILD_DIRECTORY [MIRROR]
 set -euo pipefail
 source=$1
 packages=$source/build/packages/$(dpkg --print-architecture)
@@ -12,6 +13,8 @@ packages=$source/build/packages/$(dpkg --print-architecture)
 . "$source/tests/install/clean_root.sh"
 # shellcheck source=tests/install/machine.sh
 . "$source/tests/install/machine.sh"
+# shellcheck source=tests/install/remote_client.sh
+. "$source/tests/install/remote_client.sh"
 
 require_packages
 clean_up_at_end
@@ -213,6 +216,7 @@ keep_objects
 survives
 hangs
 late_naming_service
+serves_a_client_on_another_machine
 journal_has_priorities
 upgraded
 booted_again
