@@ -15,7 +15,8 @@ export class Arrivals {
     const passed = 1 + Math.max(0, skipped - (Number.isNaN(this.#firstSkipped) ? skipped : this.#skipped));
     if (Number.isNaN(this.#firstSkipped)) this.#firstSkipped = skipped;
     const interval_s = (now_s - this.#lastArrival_s) / passed;
-    if (interval_s > 0) this.#interval_s = this.#interval_s > 0 ? 0.9 * this.#interval_s + 0.1 * interval_s : interval_s;
+    if (interval_s > 0)
+      this.#interval_s = this.#interval_s > 0 ? 0.9 * this.#interval_s + 0.1 * interval_s : interval_s;
     this.#lastArrival_s = now_s;
     this.#capture_s = capture_s > 0 ? capture_s : Date.now() / 1000;
     this.#skipped = skipped;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// The colours of a waterfall: from dark violet to light yellow, so that equal steps of a value look equally large and the
-// order can be seen without telling hues apart. Lightness of OKLab rises by the same amount with each step; hue turns
-// evenly; chroma is the most that the screen can show, up to a limit.
+// The colours of a waterfall: from dark violet to light yellow, so that equal steps of a value look equally large and
+// the order can be seen without telling hues apart. Lightness of OKLab rises by the same amount with each step; hue
+// turns evenly; chroma is the most that the screen can show, up to a limit.
 
 export const kColours = 256;
 const kDarkest = 0.16;
@@ -43,12 +43,16 @@ function colourAt(share) {
 }
 
 /** The map: kColours times red, green, blue. */
-export const kColourMap = Uint8Array.from(Array.from({length: kColours}, (_, i) => colourAt(i / (kColours - 1))).flat());
+export const kColourMap = Uint8Array.from(
+  Array.from({length: kColours}, (_, i) => colourAt(i / (kColours - 1))).flat(),
+);
 
 const isLittleEndian = new Uint8Array(new Uint32Array([1]).buffer)[0] === 1;
 const kPixels = Uint32Array.from({length: kColours}, (_, i) => {
   const [red, green, blue] = kColourMap.subarray(3 * i, 3 * i + 3);
-  return isLittleEndian ? (255 << 24) | (blue << 16) | (green << 8) | red : (red << 24) | (green << 16) | (blue << 8) | 255;
+  return isLittleEndian
+    ? (255 << 24) | (blue << 16) | (green << 8) | red
+    : (red << 24) | (green << 16) | (blue << 8) | 255;
 });
 
 /** Colours of `values` as pixels: `low` and less is the darkest, `high` and more the lightest, what is not a number is

@@ -3,8 +3,8 @@
 // smallest to its greatest sample, joined to its neighbours: no peak is lost, and the cost is that of the picture's
 // width, whatever the trace.
 
-/** Where a picture puts values. `left`, `width`, `top`, `height` in pixels of the canvas; `from`, `to` of x, `min`, `max`
- *  of y.
+/** Where a picture puts values. `left`, `width`, `top`, `height` in pixels of the canvas; `from`, `to` of x, `min`,
+ *  `max` of y.
  *  @typedef {{left: number, width: number, top: number, height: number, from: number, to: number, min: number,
  *             max: number}} Box */
 
@@ -33,8 +33,8 @@ export function toColumns(frame, from, to, columns) {
   return {...frame, isColumns: true, count: columns, x: from + step / 2, xStep: step, values: pairs};
 }
 
-/** Rectangles of the columns of a frame: left, top, width, height, four numbers each, in `into` from `at` on; gives where
- *  the next would stand. `thick`: the least height. Neighbours are joined, so that a steep slope has no hole. */
+/** Rectangles of the columns of a frame: left, top, width, height, four numbers each, in `into` from `at` on; gives
+ *  where the next would stand. `thick`: the least height. Neighbours are joined, so that a steep slope has no hole. */
 export function columnRectangles(frame, box, thick, into) {
   let at = 0;
   let [lastTop, lastBottom] = [NaN, NaN];
@@ -102,7 +102,8 @@ export function drawFrame(context, frame, box, colour, thick) {
   context.fillStyle = context.strokeStyle = colour;
   const visible = frame.isColumns ? frame.count : ((box.to - box.from) / Math.abs(frame.xStep || 1)) | 0;
   if (frame.isColumns) drawColumns(context, frame, box, thick);
-  else if (visible > box.width) drawColumns(context, toColumns(frame, box.from, box.to, Math.round(box.width)), box, thick);
+  else if (visible > box.width)
+    drawColumns(context, toColumns(frame, box.from, box.to, Math.round(box.width)), box, thick);
   else {
     drawLine(context, frame, box, thick);
     if (visible < box.width / 12) drawDots(context, frame, box, 1.5 * thick);
@@ -125,18 +126,23 @@ function pairsOf(frame) {
   return pairs;
 }
 
-const isOverTheSame = (held, frame) => held !== null && held.count === frame.count && held.x === frame.x &&
-  held.xStep === frame.xStep && held.yUnit === frame.yUnit;
+const isOverTheSame = (held, frame) =>
+  held !== null &&
+  held.count === frame.count &&
+  held.x === frame.x &&
+  held.xStep === frame.xStep &&
+  held.yUnit === frame.yUnit;
 
-/** What hold keeps: columns of the smallest and the greatest that each place of `held` and `frame` had. Where they stand
- *  over different places, or held is null, those of `frame` alone. */
+/** What hold keeps: columns of the smallest and the greatest that each place of `held` and `frame` had. Where they
+ *  stand over different places, or held is null, those of `frame` alone. */
 export function envelope(held, frame) {
   const values = pairsOf(frame);
   const kept = {...frame, isColumns: true, values};
   if (!isOverTheSame(held, frame)) return kept;
   for (let i = 0; i < values.length; i += 2) {
     if (!(values[i] <= held.values[i]) && held.values[i] === held.values[i]) values[i] = held.values[i];
-    if (!(values[i + 1] >= held.values[i + 1]) && held.values[i + 1] === held.values[i + 1]) values[i + 1] = held.values[i + 1];
+    if (!(values[i + 1] >= held.values[i + 1]) && held.values[i + 1] === held.values[i + 1])
+      values[i + 1] = held.values[i + 1];
   }
   return kept;
 }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 import {el, setShown, setText} from "./dom.js";
 
-/** The form that makes a math object: a type, then its inputs one by one, each among those that fit with what was chosen
- *  before, as the server says; SIZE where the type takes one. `onCreated(name)`. */
+/** The form that makes a math object: a type, then its inputs one by one, each among those that fit with what was
+ *  chosen before, as the server says; SIZE where the type takes one. `onCreated(name)`. */
 export class CreateDialog {
   #connection;
   #store;
@@ -41,10 +41,16 @@ export class CreateDialog {
     parts.error = el("p", {class: "form-error", role: "alert"});
     parts.create = el("button", {class: "main"}, "Create");
     const close = el("button", {type: "button", on: {click: () => this.#dialog.close()}}, "Cancel");
-    const form = el("form", {on: {submit: (event) => this.#submit(event)}},
+    const form = el(
+      "form",
+      {on: {submit: (event) => this.#submit(event)}},
       el("h2", {id: "create-title"}, "New math object"),
       el("div", {class: "form-row"}, el("label", {for: "create-type"}, "Operation"), parts.type),
-      parts.inputs, parts.sizeRow, parts.error, el("div", {class: "form-buttons"}, close, parts.create));
+      parts.inputs,
+      parts.sizeRow,
+      parts.error,
+      el("div", {class: "form-buttons"}, close, parts.create),
+    );
     this.#dialog.setAttribute("aria-labelledby", "create-title");
     this.#dialog.replaceChildren(form);
   }
@@ -67,7 +73,7 @@ export class CreateDialog {
   async #offer(i) {
     for (const {select} of this.#inputs.slice(i)) {
       select.disabled = true;
-      select.replaceChildren();
+      select.replaceChildren(el("option", {value: ""}, "after the one above"));
     }
     this.#parts.create.disabled = i < this.#inputs.length;
     if (i >= this.#inputs.length) return;
@@ -91,7 +97,11 @@ export class CreateDialog {
   #fill(select, names) {
     const units = (name) => this.#store.find(name)?.unit ?? "";
     const texts = names.map((name) => (units(name) === "" ? name : `${name}, in ${units(name)}`));
-    const first = el("option", {value: "", disabled: true, selected: true}, names.length > 0 ? "Choose…" : "Nothing fits");
+    const first = el(
+      "option",
+      {value: "", disabled: true, selected: true},
+      names.length > 0 ? "Choose…" : "Nothing fits",
+    );
     select.replaceChildren(first, ...names.map((name, n) => el("option", {value: name}, texts[n])));
     select.disabled = names.length === 0;
     setText(this.#parts.error, "");

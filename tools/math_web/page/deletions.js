@@ -24,7 +24,12 @@ export class Deletions {
   begin(name) {
     if (this.#going.has(name)) return;
     this.#going.add(name);
-    this.#notices.undoable(`${name} will be deleted`, kUndo_ms, () => this.#forget(name), () => this.#ask(name));
+    this.#notices.undoable(
+      `${name} will be deleted`,
+      kUndo_ms,
+      () => this.#forget(name),
+      () => this.#ask(name),
+    );
     this.#onChange();
   }
 

@@ -50,30 +50,44 @@ export class Lists {
   #tellRows(part, items, more, none) {
     const fitting = items.filter((item) => this.#fits(item));
     const shown = fitting.slice(0, kMostRows);
-    keepChildren(this.#parts[part], shown.map((item) => item.name), (name) => {
-      const row = this.#makers[part](name);
-      this.#rows.set(row.element, row);
-      return row.element;
-    });
+    keepChildren(
+      this.#parts[part],
+      shown.map((item) => item.name),
+      (name) => {
+        const row = this.#makers[part](name);
+        this.#rows.set(row.element, row);
+        return row.element;
+      },
+    );
     [...this.#parts[part].children].forEach((element, i) => this.#rows.get(element)?.tell(shown[i]));
     for (const element of this.#rows.keys()) if (!element.isConnected) this.#rows.delete(element);
     const hidden = more + fitting.length - shown.length;
     const note = this.#parts[`${part}Note`];
     setShown(note, fitting.length === 0 || hidden > 0);
-    setText(note, hidden > 0 ? `and ${hidden} more: type a part of a name above` : this.#filter === "" ? none : "Nothing fits");
+    setText(
+      note,
+      hidden > 0 ? `and ${hidden} more: type a part of a name above` : this.#filter === "" ? none : "Nothing fits",
+    );
   }
 
   #tellEngines(state) {
     const rows = this.#parts.engines;
-    keepChildren(rows, state.engines.map((engine) => engine.name), (name) => {
-      const cells = [el("th", {scope: "row"}, name), ...Array.from({length: 5}, () => el("td"))];
-      return el("tr", {}, ...cells);
-    });
+    keepChildren(
+      rows,
+      state.engines.map((engine) => engine.name),
+      (name) => {
+        const cells = [el("th", {scope: "row"}, name), ...Array.from({length: 5}, () => el("td"))];
+        return el("tr", {}, ...cells);
+      },
+    );
     [...rows.children].forEach((row, i) => this.#tellEngine(row, state.engines[i]));
     const {manager, problems} = state;
-    setText(this.#parts.manager, manager.alive
-      ? `Topic manager: ${manager.topics} topics, ${manager.queued} samples wait, ${manager.lost} lost`
-      : "The topic manager is away: no samples come");
+    setText(
+      this.#parts.manager,
+      manager.alive
+        ? `Topic manager: ${manager.topics} topics, ${manager.queued} samples wait, ${manager.lost} lost`
+        : "The topic manager is away: no samples come",
+    );
     this.#parts.manager.classList.toggle("bad", !manager.alive);
     keepChildren(this.#parts.problems, problems, (text) => el("li", {}, text));
     setShown(this.#parts.problems, problems.length > 0);
@@ -82,8 +96,13 @@ export class Lists {
   #tellEngine(row, engine) {
     const isAway = engine.state === "away";
     row.classList.toggle("away", isAway);
-    const texts = [isAway ? "✕ away" : "● live", String(engine.readings), bytesText(engine.memory),
-      engine.cpu === null ? "–" : durationText(engine.cpu), engine.lost === null ? "–" : String(engine.lost ?? 0)];
+    const texts = [
+      isAway ? "✕ away" : "● live",
+      String(engine.readings),
+      bytesText(engine.memory),
+      engine.cpu === null ? "–" : durationText(engine.cpu),
+      engine.lost === null ? "–" : String(engine.lost ?? 0),
+    ];
     texts.forEach((text, i) => setText(row.children[i + 1], text));
   }
 }

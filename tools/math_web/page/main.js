@@ -21,7 +21,11 @@ const part = (id) => document.getElementById(id);
 function takeToken(address) {
   if (address.token === "") return sessionStorage.getItem(kTokenKey) ?? "";
   sessionStorage.setItem(kTokenKey, address.token);
-  const rest = location.hash.replace(/^#/, "").split("&").filter((one) => !/^\/?token=/.test(one)).join("&");
+  const rest = location.hash
+    .replace(/^#/, "")
+    .split("&")
+    .filter((one) => !/^\/?token=/.test(one))
+    .join("&");
   history.replaceState(null, "", location.pathname + (rest === "" ? "" : `#${rest}`));
   return address.token;
 }
@@ -56,18 +60,29 @@ const panels = new Panels(part("panels"), streams, store, figures, {
   onCsv: (name) => attempt(() => saveCsv(connection, name)),
 });
 
-const lists = new Lists(store, {
-  engines: part("engines"), objects: part("objects"), readings: part("readings"), filter: part("filter"),
-  objectsNote: part("objects-note"), readingsNote: part("readings-note"), manager: part("manager"), problems: part("problems"),
-}, {
-  onToggle: (name) => attempt(() => store.toggle(name)).then(() => lists.tell()),
-  onSet: (name, attribute, value) => ask({type: "set", name: attribute === "" ? name : `${name}/${attribute}`, value}),
-  onReset: (name) => ask({type: "reset", name}),
-  onDelete: (name) => deletions.begin(name),
-  isGoing: (name) => deletions.has(name),
-});
+const lists = new Lists(
+  store,
+  {
+    engines: part("engines"),
+    objects: part("objects"),
+    readings: part("readings"),
+    filter: part("filter"),
+    objectsNote: part("objects-note"),
+    readingsNote: part("readings-note"),
+    manager: part("manager"),
+    problems: part("problems"),
+  },
+  {
+    onToggle: (name) => attempt(() => store.toggle(name)).then(() => lists.tell()),
+    onSet: (name, attribute, value) =>
+      ask({type: "set", name: attribute === "" ? name : `${name}/${attribute}`, value}),
+    onReset: (name) => ask({type: "reset", name}),
+    onDelete: (name) => deletions.begin(name),
+    isGoing: (name) => deletions.has(name),
+  },
+);
 
-let hoped = "";  // a name that was made, and that the state does not know yet
+let hoped = ""; // a name that was made, and that the state does not know yet
 const dialog = new CreateDialog(part("create-dialog"), connection, store, (name) => {
   hoped = name;
   showHoped();
@@ -86,7 +101,12 @@ function showChosen() {
   setShown(part("missing"), missing.length > 0);
   setText(part("missing"), `Not there: ${missing.join(", ")}`);
   setShown(part("hint"), store.state === null || store.shown.length === 0);
-  setText(part("hint"), store.state === null ? "Waiting for what the instrument offers." : "Choose a math object or a reading to see it here.");
+  setText(
+    part("hint"),
+    store.state === null
+      ? "Waiting for what the instrument offers."
+      : "Choose a math object or a reading to see it here.",
+  );
 }
 
 function createObject() {
@@ -123,11 +143,18 @@ const commands = [
   {key: "h", words: "hold: nothing, present curves, smallest and greatest", call: nextHold},
   {key: "m", words: "mark peaks", call: () => setPeak(!panels.settings.peak)},
   {key: "l", words: "decibels or linear", call: () => panels.focused?.toggleScale?.()},
-  {key: "w", words: "waterfall of the first trace of the plot", call: () => focusedTrace() && panels.toggleWaterfall(focusedTrace())},
+  {
+    key: "w",
+    words: "waterfall of the first trace of the plot",
+    call: () => focusedTrace() && panels.toggleWaterfall(focusedTrace()),
+  },
   {key: "0", words: "show everything", call: () => panels.focused?.zoomOut()},
   {key: "s", words: "save the pictures as PNG", call: savePictures},
-  {key: "c", words: "save the data of the plot's first trace as CSV",
-    call: () => focusedTrace() && attempt(() => saveCsv(connection, focusedTrace().name))},
+  {
+    key: "c",
+    words: "save the data of the plot's first trace as CSV",
+    call: () => focusedTrace() && attempt(() => saveCsv(connection, focusedTrace().name)),
+  },
   {key: "n", words: "new math object", call: createObject},
   {key: "/", words: "find in the lists", call: () => part("filter").focus()},
   {key: "t", words: "theme: auto, light, dark", call: changeTheme},
@@ -143,7 +170,10 @@ function tellConnection(isOpen, reason) {
   part("connection").classList.toggle("bad", !isOpen);
   setShown(part("away"), !isOpen);
   const why = reason ? ` (${reason})` : "";
-  setText(part("away"), isOpen ? "" : `The connection to the server is away${why}. What you see is old; it is tried again by itself.`);
+  setText(
+    part("away"),
+    isOpen ? "" : `The connection to the server is away${why}. What you see is old; it is tried again by itself.`,
+  );
   document.body.classList.toggle("is-away", !isOpen);
 }
 
@@ -184,7 +214,8 @@ for (const [id, call] of Object.entries({
   keys: () => shortcuts.show(),
   create: createObject,
   "save-set": saveObjects,
-})) part(id).addEventListener("click", call);
+}))
+  part(id).addEventListener("click", call);
 part("hold").addEventListener("change", (event) => setHold(event.target.value));
 setText(part("theme"), `Theme: ${theme()}`);
 setInterval(() => setText(part("figures"), figures.text()), 1000);

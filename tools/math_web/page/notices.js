@@ -30,14 +30,17 @@ export class Notices {
     const notice = this.#add(text, "notice", left, button);
     const end = performance.now() + time_ms;
     const timer = setTimeout(() => finish(done), time_ms);
-    const ticks = setInterval(() => { left.textContent = `${Math.max(1, Math.ceil((end - performance.now()) / 1000))} s`; }, 250);
+    const ticks = setInterval(() => {
+      left.textContent = `${Math.max(1, Math.ceil((end - performance.now()) / 1000))} s`;
+    }, 250);
     return notice;
   }
 
   #add(text, kind, ...more) {
     const notice = el("div", {class: kind, role: "status"}, el("span", {}, text), ...more);
     this.#host.append(notice);
-    while (this.#host.children.length > 5) this.#host.querySelector(".error")?.remove() ?? this.#host.firstChild.remove();
+    while (this.#host.children.length > 5)
+      this.#host.querySelector(".error")?.remove() ?? this.#host.firstChild.remove();
     return notice;
   }
 }

@@ -43,15 +43,34 @@ export class ObjectRow {
     parts.what = el("span", {class: "row-what"});
     parts.state = el("span", {class: "row-state"});
     parts.facts = el("span", {class: "row-facts"});
-    parts.size = el("input", {type: "number", min: "1", step: "1", required: true, "aria-label": `SIZE of ${name}`,
-      on: {input: () => { parts.size.dataset.typed = "yes"; }}});
-    parts.sizeForm = el("form", {class: "size-form", on: {submit: (event) => this.#setSize(event)}},
-      el("span", {"aria-hidden": "true"}, "SIZE"), parts.size, el("button", {"aria-label": `Set SIZE of ${name}`}, "Set"));
-    const button = (text, call) => el("button", {type: "button", "aria-label": `${text} ${name}`, on: {click: call}}, text);
-    parts.buttons = el("div", {class: "row-buttons controls"}, parts.sizeForm,
-      button("Reset", () => this.#actions.onReset(name)), button("Delete", () => this.#actions.onDelete(name)));
+    parts.sizeForm = this.#buildSizeForm();
+    const button = (text, call) =>
+      el("button", {type: "button", "aria-label": `${text} ${name}`, on: {click: call}}, text);
+    parts.buttons = el(
+      "div",
+      {class: "row-buttons controls"},
+      parts.sizeForm,
+      button("Reset", () => this.#actions.onReset(name)),
+      button("Delete", () => this.#actions.onDelete(name)),
+    );
     const pick = el("label", {class: "row-pick"}, parts.pick, el("span", {class: "row-name"}, name));
     return el("li", {class: "row"}, pick, parts.state, parts.what, parts.facts, parts.buttons);
+  }
+
+  #buildSizeForm() {
+    const label = `SIZE of ${this.#name}`;
+    const size = el("input", {type: "number", min: "1", step: "1", required: true, "aria-label": label});
+    size.addEventListener("input", () => {
+      size.dataset.typed = "yes"; // what is typed is not written over by what comes
+    });
+    this.#parts.size = size;
+    return el(
+      "form",
+      {class: "size-form", on: {submit: (event) => this.#setSize(event)}},
+      el("span", {"aria-hidden": "true"}, "SIZE"),
+      size,
+      el("button", {"aria-label": `Set ${label}`}, "Set"),
+    );
   }
 
   #setSize(event) {

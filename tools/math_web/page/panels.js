@@ -55,8 +55,11 @@ export class Panels {
   /** The panel that the keyboard means: the one with the focus, else the first with traces. */
   get focused() {
     const panels = this.panels;
-    return panels.find((panel) => panel.element.contains(document.activeElement)) ??
-      panels.find((panel) => panel instanceof TracePanel) ?? panels[0];
+    return (
+      panels.find((panel) => panel.element.contains(document.activeElement)) ??
+      panels.find((panel) => panel instanceof TracePanel) ??
+      panels[0]
+    );
   }
 
   setPaused(isPaused) {
@@ -87,15 +90,17 @@ export class Panels {
 
   #open(name, kind) {
     const actions = {
+      describe: (of) => descriptionOf(this.#store.find(of)),
       onFrame: (view) => this.#place(view),
       onRemove: (view) => this.#actions.onRemove(view.name),
       onCsv: (view) => this.#actions.onCsv(view.name),
       onWaterfall: (view) => this.toggleWaterfall(view),
     };
     const slot = this.#slots.of(name);
-    const view = kind === "trace"
-      ? new TraceView(name, slot, this.#streams, this.#columns(), actions)
-      : new ValueView(name, slot, this.#streams, actions);
+    const view =
+      kind === "trace"
+        ? new TraceView(name, slot, this.#streams, this.#columns(), actions)
+        : new ValueView(name, slot, this.#streams, actions);
     this.#views.set(name, view);
     this.#waiting.append(view.element);
     view.paintKey();
@@ -178,4 +183,9 @@ export class Panels {
     for (const panel of this.panels) panel.tell();
     for (const view of this.#views.values()) if (!view.panel) view.tell(null, false);
   }
+}
+
+/** "Average of PROBE/1/WAKEUP" of a math object, nothing of a reading. */
+function descriptionOf(item) {
+  return item?.math ? `${item.math} of ${item.inputs.join(", ")}` : "";
 }

@@ -15,9 +15,9 @@ export const kGutter = kLeft + kLabel;
 /** Room to its right. */
 export const kRight = 14;
 
-/** Axes, grid, cursor and the choice of a range by dragging, with a layer above for curves. The axes are drawn when they
- *  change; curves, on the layer, with each sample.
- *  `hooks`: onSelect({from, to} or null, {min, max} or null), onCursor(x or null), onSize(). */
+/** Axes, grid, cursor and the choice of a range by dragging, with a layer above for curves. The axes are drawn when
+ *  they change; curves, on the layer, with each sample. `hooks`: onSelect({from, to} or null, {min, max} or null),
+ *  onCursor(x or null), onSize(). */
 export class Plot {
   #u;
   #host;
@@ -32,7 +32,14 @@ export class Plot {
     this.#host = host;
     this.#hooks = hooks;
     this.#otherwise = otherwise;
-    this.#u = new uPlot(this.#options(time), [[0, 1], [null, null]], host);
+    this.#u = new uPlot(
+      this.#options(time),
+      [
+        [0, 1],
+        [null, null],
+      ],
+      host,
+    );
     this.#u.over.prepend(this.#layer);
     this.#quietTheme = onTheme(() => this.#u.redraw(false, true));
     this.#observer = new ResizeObserver(() => this.#resize());
@@ -118,7 +125,10 @@ export class Plot {
       padding: [10, kRight, 0, 0],
       legend: {show: false},
       cursor: {y: false, points: {show: false}, drag: {x: true, y: true, uni: 30, dist: kLeastDrag, setScale: false}},
-      scales: {x: {time, auto: false, range: (_, min, max) => [min, max]}, y: {auto: false, range: (_, min, max) => [min, max]}},
+      scales: {
+        x: {time, auto: false, range: (_, min, max) => [min, max]},
+        y: {auto: false, range: (_, min, max) => [min, max]},
+      },
       series: [{}, {scale: "y", paths: () => null, points: {show: false}}],
       axes: [this.#axis("x", time), this.#axis("y", false)],
       hooks: {setSelect: [() => this.#selected()], setCursor: [() => this.#moved()]},
@@ -180,8 +190,12 @@ export class Plot {
     if (width === 0 && height === 0) return;
     const u = this.#u;
     const isWhole = (part, all) => part === 0 || part >= all - 1;
-    const x = isWhole(width, u.over.clientWidth) ? null : {from: u.posToVal(left, "x"), to: u.posToVal(left + width, "x")};
-    const y = isWhole(height, u.over.clientHeight) ? null : {min: u.posToVal(top + height, "y"), max: u.posToVal(top, "y")};
+    const x = isWhole(width, u.over.clientWidth)
+      ? null
+      : {from: u.posToVal(left, "x"), to: u.posToVal(left + width, "x")};
+    const y = isWhole(height, u.over.clientHeight)
+      ? null
+      : {min: u.posToVal(top + height, "y"), max: u.posToVal(top, "y")};
     u.setSelect({left: 0, top: 0, width: 0, height: 0}, false);
     if (x || y) this.#hooks.onSelect(x, y);
   }

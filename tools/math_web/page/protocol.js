@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // Binary frames: a trace, whole or thinned to columns, behind a header of 96 bytes, all little-endian.
 
-export const kMagic = 0x314d554c;  // "LUM1"
+export const kMagic = 0x314d554c; // "LUM1"
 export const kHeaderBytes = 96;
 const kPoints = 1;
 const kColumns = 2;
 const kMostColumns = 8192;
 
 /** A trace as it came: `values` holds `count` samples, or where `isColumns` `count` pairs of smallest and greatest.
- *  `x`, `xStep`: of the first of them (of a column the middle) and between them, rising; `firstX`, `traceStep`, `total`: of the whole trace; `time` in
- *  seconds since the epoch, NaN where the trace tells none; `skipped`: frames that were passed over so far.
- *  Errors   Error with a sentence for anything that is no such frame. */
+ *  `x`, `xStep`: of the first of them (of a column the middle) and between them, rising; `firstX`, `traceStep`,
+ *  `total`: of the whole trace; `time` in seconds since the epoch, NaN where the trace tells none; `skipped`: frames
+ *  that were passed over so far. Errors Error with a sentence for anything that is no such frame. */
 export function decodeFrame(buffer) {
   if (buffer.byteLength < kHeaderBytes) throw new Error(`a frame of ${buffer.byteLength} bytes is too short`);
   const view = new DataView(buffer);

@@ -58,8 +58,8 @@ export class FollowingRange {
   }
 }
 
-/** `range` made `factor` times as wide about `at`, within `full`; null where that is all of it. `full` bounds how far in
- *  it goes: to three steps of the trace. */
+/** `range` made `factor` times as wide about `at`, within `full`; null where that is all of it. `full` bounds how far
+ *  in it goes: to three steps of the trace. */
 export function zoomed(range, full, factor, at, step) {
   const least = Math.min(3 * Math.abs(step || 0), full.to - full.from);
   const width = Math.max(least, (range.to - range.from) * factor);

@@ -32,9 +32,18 @@ export class ReadingRow {
     const name = this.#name;
     parts.pick = el("input", {type: "checkbox", on: {change: () => this.#actions.onToggle(name)}});
     parts.facts = el("span", {class: "row-facts"});
-    parts.value = el("input", {type: "text", inputMode: "decimal", required: true, "aria-label": `New value of ${name}`});
-    parts.form = el("form", {class: "size-form row-buttons controls", on: {submit: (event) => this.#set(event)}},
-      parts.value, el("button", {"aria-label": `Set ${name}`}, "Set"));
+    parts.value = el("input", {
+      type: "text",
+      inputMode: "decimal",
+      required: true,
+      "aria-label": `New value of ${name}`,
+    });
+    parts.form = el(
+      "form",
+      {class: "size-form row-buttons controls", on: {submit: (event) => this.#set(event)}},
+      parts.value,
+      el("button", {"aria-label": `Set ${name}`}, "Set"),
+    );
     const pick = el("label", {class: "row-pick"}, parts.pick, el("span", {class: "row-name"}, name));
     return el("li", {class: "row"}, pick, parts.facts, parts.form);
   }
@@ -52,6 +61,7 @@ function factsOf(reading, since_s) {
   if (reading.kind === "trace" && reading.points > 0) facts.push(`${reading.points} points ${reading.unit}`.trim());
   else if (reading.unit) facts.push(reading.unit);
   if (reading.rate) facts.push(rateText(reading.rate));
-  if (reading.age !== null && reading.age !== undefined) facts.push(`${durationText(reading.age + (reading.rate ? 0 : since_s))} old`);
+  if (reading.age !== null && reading.age !== undefined)
+    facts.push(`${durationText(reading.age + (reading.rate ? 0 : since_s))} old`);
   return facts.join(", ");
 }

@@ -92,7 +92,8 @@ export async function saveCsv(connection, name) {
   download(new Blob([answer.csv], {type: "text/csv"}), answer.file ?? fileName(name, "csv"));
 }
 
-/** Asks for the set of math objects, and gives it as a file that `mathctl apply` takes; gives what had to be left out. */
+/** Asks for the set of math objects, and gives it as a file that `mathctl apply` takes; gives what had to be left out.
+ *  */
 export async function saveSet(connection) {
   const answer = await connection.request({type: "save"});
   download(new Blob([`${JSON.stringify(answer.set, null, 2)}\n`], {type: "application/json"}), "math_objects.json");

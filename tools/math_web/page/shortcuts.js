@@ -42,15 +42,25 @@ export class Shortcuts {
       ["0", "show everything; so does a double click"],
       ["Esc", "take the cursor away"],
     ];
-    const isOn = el("input", {type: "checkbox", id: "shortcuts-on", checked: this.isOn,
-      on: {change: () => localStorage.setItem(kKey, isOn.checked ? "on" : "off")}});
+    const isOn = el("input", {
+      type: "checkbox",
+      id: "shortcuts-on",
+      checked: this.isOn,
+      on: {change: () => localStorage.setItem(kKey, isOn.checked ? "on" : "off")},
+    });
     const close = el("button", {type: "button", class: "main", on: {click: () => this.#dialog.close()}}, "Close");
     this.#dialog.setAttribute("aria-labelledby", "shortcuts-title");
-    this.#dialog.replaceChildren(el("h2", {id: "shortcuts-title"}, "Keys"),
-      el("table", {class: "keys"}, el("tbody", {}, ...this.#commands.map(({key, words}) => row(key.toUpperCase(), words)))),
+    this.#dialog.replaceChildren(
+      el("h2", {id: "shortcuts-title"}, "Keys"),
+      el(
+        "table",
+        {class: "keys"},
+        el("tbody", {}, ...this.#commands.map(({key, words}) => row(key.toUpperCase(), words))),
+      ),
       el("h3", {}, "In a plot that has the focus"),
       el("table", {class: "keys"}, el("tbody", {}, ...inPlot.map(([keys, words]) => row(keys, words)))),
       el("p", {}, isOn, el("label", {for: "shortcuts-on"}, " Single keys do these things")),
-      el("div", {class: "form-buttons"}, close));
+      el("div", {class: "form-buttons"}, close),
+    );
   }
 }

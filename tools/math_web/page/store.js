@@ -1,15 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 
 const kKey = "lumenar.shown";
-const kMostShown = 12;  // the server allows 16 streams, waterfalls among them
+const kMostShown = 12; // the server allows 16 streams, waterfalls among them
 const kFirstShown = 2;
 
 /** What the address behind # says: {wall: [names] or null, token}. Names stand as they are or percent-encoded. */
 export function readAddress(hash) {
-  const parts = new Map(hash.replace(/^#/, "").split("&").map((part) => {
-    const [name, ...value] = part.split("=");
-    return [name, decoded(value.join("="))];
-  }));
+  const parts = new Map(
+    hash
+      .replace(/^#/, "")
+      .split("&")
+      .map((part) => {
+        const [name, ...value] = part.split("=");
+        return [name, decoded(value.join("="))];
+      }),
+  );
   const wall = parts.get("/wall") ?? parts.get("wall");
   return {
     wall: wall === undefined ? null : wall.split(",").filter((name) => name !== ""),
@@ -21,12 +26,12 @@ function decoded(text) {
   try {
     return decodeURIComponent(text);
   } catch {
-    return text;  // a lone percent sign stands for itself
+    return text; // a lone percent sign stands for itself
   }
 }
 
-/** What the page knows: what the server offers and says, and what the user has chosen to see. Events: `welcome`, `state`
- *  when the server has said something, `shown` when the choice has changed. */
+/** What the page knows: what the server offers and says, and what the user has chosen to see. Events: `welcome`,
+ *  `state` when the server has said something, `shown` when the choice has changed. */
 export class Store extends EventTarget {
   welcome = {control: false, math_types: [], unit_names: []};
   state = null;
@@ -65,7 +70,9 @@ export class Store extends EventTarget {
 
   /** A math object or a reading by name; undefined where there is none. */
   find(name) {
-    return this.state?.objects.find((one) => one.name === name) ?? this.state?.readings.find((one) => one.name === name);
+    return (
+      this.state?.objects.find((one) => one.name === name) ?? this.state?.readings.find((one) => one.name === name)
+    );
   }
 
   /** What is chosen, as far as it is known what it is: [{name, kind}]. */
@@ -108,7 +115,9 @@ export class Store extends EventTarget {
   // Who opens the page for the first time sees something: results before readings, traces before scalars.
   #chooseFirst() {
     const offered = [...this.state.objects.filter((one) => one.state === "live"), ...this.state.readings];
-    const names = ["trace", "scalar"].flatMap((kind) => offered.filter((one) => one.kind === kind).slice(0, kFirstShown));
+    const names = ["trace", "scalar"].flatMap((kind) =>
+      offered.filter((one) => one.kind === kind).slice(0, kFirstShown),
+    );
     if (names.length === 0) return;
     this.shown = names.map((one) => one.name);
     this.#hasChosen = true;
@@ -120,7 +129,7 @@ export class Store extends EventTarget {
       const names = JSON.parse(localStorage.getItem(kKey) ?? "[]");
       return names.filter((name) => typeof name === "string").slice(0, kMostShown);
     } catch {
-      return [];  // somebody else wrote there
+      return []; // somebody else wrote there
     }
   }
 }

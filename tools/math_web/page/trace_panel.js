@@ -32,11 +32,15 @@ export class TracePanel {
 
   /** To be called when the element is in the page: a plot takes the size that it has there. */
   begin() {
-    this.plot = new Plot(this.#parts.plot, {}, {
-      onSelect: (x, y) => this.select(x, y),
-      onCursor: (x) => this.setCursor(x),
-      onSize: () => this.#askAgain(),
-    });
+    this.plot = new Plot(
+      this.#parts.plot,
+      {},
+      {
+        onSelect: (x, y) => this.select(x, y),
+        onCursor: (x) => this.setCursor(x),
+        onSize: () => this.#askAgain(),
+      },
+    );
     new PlotKeys(this.#parts.plot, this.plot, this);
   }
 
@@ -112,7 +116,6 @@ export class TracePanel {
   setCursor(x) {
     if (this.#cursor === x) return;
     this.#cursor = x;
-    setText(this.#parts.cursor, x === null ? "" : `Cursor at ${this.xText(x)}`);
     this.#tell(true);
   }
 
@@ -162,7 +165,7 @@ export class TracePanel {
   /** Switches between decibels and linear numbers, back to what was measured at the second time. */
   toggleScale() {
     const isNative = this.views.every((view) => view.scale === "as_is");
-    for (const view of this.views) view.setScale(isNative ? this.#settings.scaleTo(view.name) ?? "as_is" : "as_is");
+    for (const view of this.views) view.setScale(isNative ? (this.#settings.scaleTo(view.name) ?? "as_is") : "as_is");
   }
 
   get title() {
@@ -219,6 +222,7 @@ export class TracePanel {
     this.#told = now;
     for (const view of this.views) view.tell(this.#cursor, this.#settings.peak);
     setText(this.#parts.title, this.title);
+    setText(this.#parts.cursor, this.#cursor === null ? "" : `Cursor at ${this.xText(this.#cursor)}`);
     this.#tellScale();
   }
 
@@ -233,28 +237,57 @@ export class TracePanel {
 
   #tellZoom() {
     const {shown} = this;
-    const text = this.#zoom ? `Zoomed: ${this.xText(shown.from)} to ${this.xText(shown.to)}` : this.#fixed ? "Zoomed in height" : "";
+    const text = this.#zoom
+      ? `Zoomed: ${this.xText(shown.from)} to ${this.xText(shown.to)}`
+      : this.#fixed
+        ? "Zoomed in height"
+        : "";
     setText(this.#parts.zoom, text);
     this.#parts.all.disabled = !this.isZoomed;
   }
 
-  #build() {
-    const button = (text, label, call) => el("button", {type: "button", "aria-label": label, title: label, on: {click: call}}, text);
+  #buildTools() {
+    const button = (text, label, call) =>
+      el("button", {type: "button", "aria-label": label, title: label, on: {click: call}}, text);
     const parts = this.#parts;
-    parts.title = el("h2", {}, "Waiting for a first sample");
-    parts.zoom = el("span", {class: "zoom-text"});
     parts.scale = button("Show in dB", "Switch between decibels and linear numbers (L)", () => this.toggleScale());
     parts.all = button("All", "Show everything (0)", () => this.zoomOut());
     parts.all.disabled = true;
-    const tools = el("div", {class: "panel-tools controls"}, parts.scale,
-      button("◀", "Move left (Shift+Left)", () => this.panBy(-0.25)), button("▶", "Move right (Shift+Right)", () => this.panBy(0.25)),
-      button("+", "Zoom in (+)", () => this.zoomBy(0.5)), button("−", "Zoom out (−)", () => this.zoomBy(2)), parts.all);
-    parts.plot = el("div", {class: "plot", tabIndex: 0, role: "group", "aria-roledescription": "plot",
-      "aria-label": "Plot. Left and Right move the cursor, with Shift the picture; plus and minus zoom, 0 shows all."});
+    return el(
+      "div",
+      {class: "panel-tools controls"},
+      parts.scale,
+      button("◀", "Move left (Shift+Left)", () => this.panBy(-0.25)),
+      button("▶", "Move right (Shift+Right)", () => this.panBy(0.25)),
+      button("+", "Zoom in (+)", () => this.zoomBy(0.5)),
+      button("−", "Zoom out (−)", () => this.zoomBy(2)),
+      parts.all,
+    );
+  }
+
+  #build() {
+    const parts = this.#parts;
+    const tools = this.#buildTools();
+    parts.title = el("h2", {}, "Waiting for a first sample");
+    parts.zoom = el("span", {class: "zoom-text"});
+    parts.plot = el("div", {
+      class: "plot",
+      tabIndex: 0,
+      role: "group",
+      "aria-roledescription": "plot",
+      "aria-label": "Plot. Left and Right move the cursor, with Shift the picture; plus and minus zoom, 0 shows all.",
+    });
     parts.cursor = el("span", {class: "cursor-text", role: "status"});
     parts.legend = el("ul", {class: "legend"});
     parts.falls = el("div", {class: "falls"});
     const head = el("div", {class: "panel-head"}, parts.title, parts.zoom, parts.cursor, tools);
-    return el("section", {class: "panel trace-panel", "aria-label": "Traces"}, head, parts.plot, parts.falls, parts.legend);
+    return el(
+      "section",
+      {class: "panel trace-panel", "aria-label": "Traces"},
+      head,
+      parts.plot,
+      parts.falls,
+      parts.legend,
+    );
   }
 }

@@ -28,10 +28,14 @@ export class TraceView {
     this.#streams = streams;
     this.actions = actions;
     this.element = this.#build();
-    this.stream = streams.open(name, {columns, from: null, to: null, scale: this.scale}, {
-      onSample: (frame) => this.#took(frame),
-      onEnd: (reason) => this.#end(reason),
-    });
+    this.stream = streams.open(
+      name,
+      {columns, from: null, to: null, scale: this.scale},
+      {
+        onSample: (frame) => this.#took(frame),
+        onEnd: (reason) => this.#end(reason),
+      },
+    );
   }
 
   get streams() {
@@ -125,7 +129,8 @@ export class TraceView {
   }
 
   #build() {
-    const button = (text, label, call) => el("button", {type: "button", class: "quiet", "aria-label": label, title: label, on: {click: call}}, text);
+    const button = (text, label, call) =>
+      el("button", {type: "button", class: "quiet", "aria-label": label, title: label, on: {click: call}}, text);
     const waterfall = button("Waterfall", `Waterfall of ${this.name}`, () => this.actions.onWaterfall(this));
     waterfall.setAttribute("aria-pressed", "false");
     this.#parts = {
@@ -135,12 +140,22 @@ export class TraceView {
       arrivals: el("span", {class: "legend-arrivals"}),
       waterfall,
     };
+    const parts = this.#parts;
     const name = el("span", {class: "legend-name"}, this.name);
+    parts.what = el("span", {class: "legend-what"}, this.actions.describe(this.name));
     const csv = button("CSV", `Save the data of ${this.name} as CSV`, () => this.actions.onCsv(this));
     const remove = button("×", `Take ${this.name} out of the picture`, () => this.actions.onRemove(this));
-    const parts = this.#parts;
-    return el("li", {class: "legend-line", data: {name: this.name}}, parts.key, name, parts.value, parts.peak, parts.arrivals,
-      el("span", {class: "legend-buttons controls"}, waterfall, csv, remove));
+    return el(
+      "li",
+      {class: "legend-line", data: {name: this.name}},
+      parts.key,
+      name,
+      parts.what,
+      parts.value,
+      parts.peak,
+      parts.arrivals,
+      el("span", {class: "legend-buttons controls"}, waterfall, csv, remove),
+    );
   }
 
   /** Whether the button of the waterfall is shown as pressed. */

@@ -46,8 +46,8 @@ export class Trail {
     return low <= high ? {low, high} : null;
   }
 
-  /** The trail between two times in so many columns: of each the last value, and the widest band; NaN where nothing was.
-   *  `x(i)` is the time of column i. */
+  /** The trail between two times in so many columns: of each the last value, and the widest band; NaN where nothing
+   *  was. `x(i)` is the time of column i. */
   columns(from, to, count) {
     const [values, low, high] = [0, 0, 0].map(() => new Float64Array(count).fill(NaN));
     this.#each((time, value, least, greatest) => {

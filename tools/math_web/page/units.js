@@ -1,18 +1,42 @@
 // SPDX-License-Identifier: Apache-2.0
-// What an axis and a readout say: quantity, unit, and numbers that can be read. Values are never converted here, but for
-// the decimal prefix of an axis: other forms of a unit are the server's to make.
+// What an axis and a readout say: quantity, unit, and numbers that can be read. Values are never converted here, but
+// for the decimal prefix of an axis: other forms of a unit are the server's to make.
 
-// Longest stems first where one begins with another.
-const kQuantities = [
-  ["W", "Power"], ["V", "Voltage"], ["A", "Current"], ["ohm", "Resistance"], ["Hz", "Frequency"], ["s", "Time"],
-  ["min", "Time"], ["h", "Time"], ["m", "Distance"], ["ft", "Distance"], ["in", "Distance"], ["degC", "Temperature"],
-  ["degF", "Temperature"], ["K", "Temperature"], ["rad", "Angle"], ["deg", "Angle"], ["B", "Data"], ["bit", "Data"],
-  ["F", "Capacitance"], ["H", "Inductance"], ["C", "Charge"], ["J", "Energy"], ["eV", "Energy"], ["N", "Force"],
-  ["Pa", "Pressure"], ["bar", "Pressure"], ["g", "Mass"], ["lm", "Luminous flux"], ["cd", "Luminous intensity"],
-  ["lx", "Illuminance"], ["T", "Flux density"], ["Wb", "Magnetic flux"], ["S", "Conductance"], ["mol", "Amount"],
-  ["Sa", "Sample"], ["rpm", "Rotation"], ["VA", "Apparent power"], ["var", "Reactive power"], ["Gy", "Dose"],
-  ["Sv", "Dose"], ["%", "Share"], ["ppm", "Share"], ["ppb", "Share"],
-];
+const kStems = {
+  Power: "W",
+  Voltage: "V",
+  Current: "A",
+  Resistance: "ohm",
+  Frequency: "Hz",
+  Time: "s min h",
+  Distance: "m ft in",
+  Temperature: "degC degF K",
+  Angle: "rad deg",
+  Data: "B bit",
+  Capacitance: "F",
+  Inductance: "H",
+  Charge: "C",
+  Energy: "J eV",
+  Force: "N",
+  Pressure: "Pa bar",
+  Mass: "g",
+  "Luminous flux": "lm",
+  "Luminous intensity": "cd",
+  Illuminance: "lx",
+  "Flux density": "T",
+  "Magnetic flux": "Wb",
+  Conductance: "S",
+  Amount: "mol",
+  Samples: "Sa",
+  Rotation: "rpm",
+  "Apparent power": "VA",
+  "Reactive power": "var",
+  Dose: "Gy Sv",
+  Share: "% ppm ppb",
+};
+const kQuantities = Object.entries(kStems).flatMap(([quantity, stems]) =>
+  stems.split(" ").map((stem) => [stem, quantity]),
+);
 const kPrefixes = {f: -15, p: -12, n: -9, u: -6, m: -3, "": 0, k: 3, M: 6, G: 9, T: 12};
 const kLetterOf = new Map(Object.entries(kPrefixes).map(([letter, power]) => [power, letter]));
 // These take no prefix, or one that is not ten's.
@@ -67,7 +91,9 @@ export function numberText(value, digits = 5) {
 export function tickText(value, increment) {
   const size = Math.max(Math.abs(value), increment);
   if (size >= 1e7 || size < 1e-4) return numberText(Math.abs(value) < increment / 1000 ? 0 : value, 4);
-  const decimals = Math.max(0, Math.min(10, -Math.floor(Math.log10(increment * 1.0001))));
+  let decimals = Math.max(0, Math.min(10, -Math.floor(Math.log10(increment * 1.0001))));
+  const steps = increment * 10 ** decimals;
+  if (decimals < 10 && Math.abs(steps - Math.round(steps)) > 1e-6) ++decimals; // 0.25
   const text = value.toFixed(decimals);
   return (Number(text) === 0 ? (0).toFixed(decimals) : text).replace("-", "−");
 }
@@ -79,7 +105,13 @@ export function withUnit(value, unit, digits) {
 
 /** A time of so many seconds: each unit until there are two of the next one. */
 export function durationText(seconds) {
-  const steps = [[0.9995, 1e-3, 0, "ms"], [9.95, 1, 1, "s"], [120, 1, 0, "s"], [7200, 60, 0, "min"], [172800, 3600, 0, "h"]];
+  const steps = [
+    [0.9995, 1e-3, 0, "ms"],
+    [9.95, 1, 1, "s"],
+    [120, 1, 0, "s"],
+    [7200, 60, 0, "min"],
+    [172800, 3600, 0, "h"],
+  ];
   for (const [below, unit, digits, name] of steps) {
     if (seconds < below) return `${(Math.max(0, seconds) / unit).toFixed(digits)} ${name}`;
   }
@@ -97,6 +129,6 @@ export function rateText(rate) {
 /** Bytes: "12.3 MB". */
 export function bytesText(bytes) {
   if (bytes === null || bytes === undefined) return "–";
-  const scale = axisScale("W", Math.max(bytes, 1));  // any unit that takes prefixes
+  const scale = axisScale("W", Math.max(bytes, 1)); // any unit that takes prefixes
   return `${Number((bytes / scale.divisor).toPrecision(3))} ${scale.unit.replace("W", "B")}`;
 }

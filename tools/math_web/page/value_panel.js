@@ -27,11 +27,15 @@ export class ValuePanel {
   }
 
   begin() {
-    this.plot = new Plot(this.#parts.plot, {time: true}, {
-      onSelect: () => {},
-      onCursor: (time) => this.#setCursor(time),
-      onSize: () => this.dirty(),
-    });
+    this.plot = new Plot(
+      this.#parts.plot,
+      {time: true},
+      {
+        onSelect: () => {},
+        onCursor: (time) => this.#setCursor(time),
+        onSize: () => this.dirty(),
+      },
+    );
   }
 
   add(view) {
@@ -112,9 +116,18 @@ export class ValuePanel {
     const parts = this.#parts;
     parts.title = el("h2", {}, "Waiting for a first sample");
     parts.legend = el("ul", {class: "legend values"});
-    parts.plot = el("div", {class: "plot small", role: "img", "aria-label": "Values over time, with the band of their errors"});
+    parts.plot = el("div", {
+      class: "plot small",
+      role: "img",
+      "aria-label": "Values over time, with the band of their errors",
+    });
     parts.cursor = el("span", {class: "cursor-text", role: "status"});
-    return el("section", {class: "panel value-panel", "aria-label": "Values"}, el("div", {class: "panel-head"}, parts.title, parts.cursor),
-      parts.legend, parts.plot);
+    return el(
+      "section",
+      {class: "panel value-panel", "aria-label": "Values"},
+      el("div", {class: "panel-head"}, parts.title, parts.cursor),
+      parts.legend,
+      parts.plot,
+    );
   }
 }

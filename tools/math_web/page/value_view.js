@@ -25,10 +25,14 @@ export class ValueView {
     this.slot = slot;
     this.actions = actions;
     this.element = this.#build();
-    this.stream = streams.open(name, {columns: 0, from: null, to: null, scale: "as_is"}, {
-      onSample: (sample) => this.#took(sample),
-      onEnd: (reason) => this.#end(reason),
-    });
+    this.stream = streams.open(
+      name,
+      {columns: 0, from: null, to: null, scale: "as_is"},
+      {
+        onSample: (sample) => this.#took(sample),
+        onEnd: (reason) => this.#end(reason),
+      },
+    );
   }
 
   get isFresh() {
@@ -133,7 +137,8 @@ export class ValueView {
   }
 
   #build() {
-    const button = (text, label, call) => el("button", {type: "button", class: "quiet", "aria-label": label, title: label, on: {click: call}}, text);
+    const button = (text, label, call) =>
+      el("button", {type: "button", class: "quiet", "aria-label": label, title: label, on: {click: call}}, text);
     const parts = this.#parts;
     parts.key = el("canvas", {class: "key", "aria-hidden": "true"});
     parts.digits = el("span", {class: "digits"}, "–");
@@ -141,9 +146,20 @@ export class ValueView {
     parts.value = el("span", {class: "legend-value"});
     parts.arrivals = el("span", {class: "legend-arrivals"});
     const name = el("span", {class: "legend-name"}, this.name);
+    parts.what = el("span", {class: "legend-what"}, this.actions.describe(this.name));
     const csv = button("CSV", `Save the data of ${this.name} as CSV`, () => this.actions.onCsv(this));
     const remove = button("×", `Take ${this.name} out of the picture`, () => this.actions.onRemove(this));
-    return el("li", {class: "legend-line value-line", data: {name: this.name}}, parts.key, name, parts.digits, parts.band, parts.value,
-      parts.arrivals, el("span", {class: "legend-buttons controls"}, csv, remove));
+    return el(
+      "li",
+      {class: "legend-line value-line", data: {name: this.name}},
+      parts.key,
+      name,
+      parts.what,
+      parts.digits,
+      parts.band,
+      parts.value,
+      parts.arrivals,
+      el("span", {class: "legend-buttons controls"}, csv, remove),
+    );
   }
 }

@@ -8,8 +8,8 @@ const kRows = kSpan_s / kRow_s;
 /** Columns of a waterfall: what it subscribes to. With all rows they take 5 MB, whatever comes and for however long. */
 export const kHistoryColumns = 1024;
 
-/** What a trace was for the last ten minutes: for each half second the greatest of each column. Rows without a sample are
- *  not a number. It begins anew when the trace's axis, unit or length changes. */
+/** What a trace was for the last ten minutes: for each half second the greatest of each column. Rows without a sample
+ *  are not a number. It begins anew when the trace's axis, unit or length changes. */
 export class History {
   #rows = null;
   #columns = 0;
@@ -44,12 +44,12 @@ export class History {
     return this.#rows ? this.#rows.byteLength : 0;
   }
 
-  /** The greatest of each column from `begin_s` to `end_s` ago's clock times, into `into`; NaN where nothing was. */
+  /** The greatest of each column between two times of the clock, into `into`; NaN where nothing was. */
   greatest(begin_s, end_s, into) {
     into.fill(NaN);
-    const first = Math.max(Math.floor(begin_s / kRow_s), this.#oldest, this.#newest - kRows + 1);
-    const last = Math.min(Math.max(first, Math.ceil(end_s / kRow_s) - 1), this.#newest);
-    for (let number = first; number <= last && number >= 0; ++number) {
+    const begin = Math.floor(begin_s / kRow_s);
+    const last = Math.min(Math.max(begin, Math.ceil(end_s / kRow_s) - 1), this.#newest);
+    for (let number = Math.max(begin, this.#oldest, this.#newest - kRows + 1, 0); number <= last; ++number) {
       const row = this.#row(number);
       for (let i = 0; i < this.#columns; ++i) if (!(into[i] >= row[i])) into[i] = row[i];
     }
@@ -66,8 +66,12 @@ export class History {
 
   #beginAnewWhereOther(frame) {
     const form = this.#form;
-    const isSame = form && form.total === frame.total && form.firstX === frame.firstX &&
-      form.traceStep === frame.traceStep && form.yUnit === frame.yUnit;
+    const isSame =
+      form &&
+      form.total === frame.total &&
+      form.firstX === frame.firstX &&
+      form.traceStep === frame.traceStep &&
+      form.yUnit === frame.yUnit;
     if (isSame) return;
     this.#form = {...frame, values: null};
     this.#columns = Math.max(1, Math.min(frame.count, kHistoryColumns));

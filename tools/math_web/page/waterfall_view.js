@@ -8,12 +8,12 @@ import {durationText, tickText} from "./units.js";
 import {columnsOfPixels, History, kHistoryColumns, kSpan_s, pixelValues} from "./waterfall.js";
 
 const kMostPixels = 2048;
-const kTimeLabels = 5;
-const kSpans_s = [60, 180, kSpan_s];
+const kTimeLabels = 6;
+const kSpans_s = [60, 300, kSpan_s];
 
-/** The waterfall of one trace under its picture: the newest line on top, ten minutes back, colours from the least to the
- *  greatest value, which the bar names. Has a subscription of its own, over the whole trace, so that what was is there
- *  when one zooms out. */
+/** The waterfall of one trace under its picture: the newest line on top, ten minutes back, colours from the least to
+ *  the greatest value, which the bar names. Has a subscription of its own, over the whole trace, so that what was is
+ *  there when one zooms out. */
 export class WaterfallView {
   #history = new History();
   #range = new FollowingRange();
@@ -21,7 +21,7 @@ export class WaterfallView {
   #view = null;
   #shownRange = null;
   #span_s = kSpan_s;
-  #clock_s = 0;  // when the newest sample came
+  #clock_s = 0; // when the newest sample came
   #lastRow = -1;
   #places = null;
   #row = new Float32Array(0);
@@ -86,15 +86,25 @@ export class WaterfallView {
 
   #build() {
     const change = () => this.#setSpan(Number(span.value));
-    const span = el("select", {"aria-label": `Time that the waterfall of ${this.name} shows`, on: {change}},
-      ...kSpans_s.map((s) => el("option", {value: s, selected: s === kSpan_s}, durationText(s))));
+    const span = el(
+      "select",
+      {"aria-label": `Time that the waterfall of ${this.name} shows`, on: {change}},
+      ...kSpans_s.map((s) => el("option", {value: s, selected: s === kSpan_s}, durationText(s))),
+    );
     const bar = this.#bar.getContext("2d");
     const pixels = bar.createImageData(kColours, 1);
     for (let i = 0; i < kColours; ++i) pixels.data.set([...kColourMap.subarray(3 * i, 3 * i + 3), 255], 4 * i);
     bar.putImageData(pixels, 0, 0);
-    const head = el("div", {class: "fall-head"}, el("span", {class: "fall-name"}, `Waterfall of ${this.name}`), span,
-      el("span", {class: "fall-scale"}, this.#low, this.#bar, this.#high));
-    this.#labels.append(...Array.from({length: kTimeLabels}, (_, i) => el("span", {data: {share: i / (kTimeLabels - 1)}})));
+    const head = el(
+      "div",
+      {class: "fall-head"},
+      el("span", {class: "fall-name"}, `Waterfall of ${this.name}`),
+      span,
+      el("span", {class: "fall-scale"}, this.#low, this.#bar, this.#high),
+    );
+    this.#labels.append(
+      ...Array.from({length: kTimeLabels}, (_, i) => el("span", {data: {share: i / (kTimeLabels - 1)}})),
+    );
     this.#canvas.setAttribute("aria-label", `Waterfall of ${this.name}: its values over time, the newest on top`);
     this.#labelTimes();
     return el("div", {class: "fall-frame"}, head, el("div", {class: "fall-body"}, this.#labels, this.#canvas));
@@ -124,14 +134,18 @@ export class WaterfallView {
     this.#shownRange = {min, max, unit};
     setText(this.#low, `${tickText(min, (max - min) / 10)} ${unit}`);
     setText(this.#high, `${tickText(max, (max - min) / 10)} ${unit}`);
-    this.#view = null;  // all in other colours
+    this.#view = null; // all in other colours
   }
 
   #drawNew(view) {
     const row_s = this.#span_s / this.#canvas.height;
     const row = Math.floor(this.#clock_s / row_s);
     const advanced = row - this.#lastRow;
-    if (!sameView(this.#view, view) || this.#canvas.width !== this.#widthWanted() || advanced > this.#canvas.height / 2) {
+    if (
+      !sameView(this.#view, view) ||
+      this.#canvas.width !== this.#widthWanted() ||
+      advanced > this.#canvas.height / 2
+    ) {
       this.#drawAll(view);
       return;
     }
