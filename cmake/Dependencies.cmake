@@ -11,6 +11,7 @@ pkg_check_modules(omniORB REQUIRED IMPORTED_TARGET GLOBAL omniORB4 omniDynamic4 
 pkg_check_modules(libzstd REQUIRED IMPORTED_TARGET GLOBAL libzstd)
 pkg_check_modules(libcrypto REQUIRED IMPORTED_TARGET GLOBAL libcrypto)
 find_package(CycloneDDS REQUIRED)
+pkg_check_modules(prometheus_cpp_core REQUIRED IMPORTED_TARGET GLOBAL prometheus-cpp-core)
 pkg_check_modules(MPFR REQUIRED IMPORTED_TARGET GLOBAL mpfr)
 if(LUMENAR_BUILD_TESTS)
   find_package(GTest REQUIRED)

@@ -81,6 +81,7 @@ const std::vector<Layer>& Layers() {
       {"instruments/sim", 14},
       {"client", 13},
       {"tools/mathctl", 15},
+      {"tools/math_web", 15},
       {"python/src", 14},
   };
   return layers;
