@@ -78,6 +78,7 @@ const std::vector<Layer>& Layers() {
       {"instruments/probe", 14},
       {"instruments/replay", 14},
       {"instruments/sim", 14},
+      {"instruments/sigrok", 14},
       {"client", 13},
       {"tools/mathctl", 15},
       {"python/src", 14},
