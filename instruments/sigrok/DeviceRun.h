@@ -23,8 +23,8 @@ struct RunPlace {
 /// One acquisition of an open device, from its start to its end.
 ///
 /// The library calls back from C: nothing is thrown through it. It loses a stop that comes before its start has
-/// returned, so that stops come from its own loop, which runs only after that. A driver that is told to stop and goes on
-/// for longer than kDriverEnd ends the process: its thread cannot be ended otherwise.
+/// returned, so that stops come from its own loop, which runs only after that. A driver that is told to stop and goes
+/// on for longer than kDriverEnd ends the process: its thread cannot be ended otherwise.
 /// Threads   one.
 class DeviceRun {
  public:

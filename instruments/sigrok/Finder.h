@@ -15,8 +15,8 @@ struct Found {
   std::string reason;    ///< why not, for people
 };
 
-/// Looks for a device in a process of its own (the program sigrok_scan), since a device that does not answer holds a scan
-/// for ever: at the limit the process is killed. `give_up` ends it before.
+/// Looks for a device in a process of its own (the program sigrok_scan), since a device that does not answer holds a
+/// scan for ever: at the limit the process is killed. `give_up` ends it before.
 /// Threads  any.
 Found FindDevice(const DeviceName& name, std::chrono::milliseconds limit, const std::function<bool()>& give_up);
 

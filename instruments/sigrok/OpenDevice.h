@@ -19,7 +19,8 @@ class OpenDevice {
     std::vector<std::string> channels;  ///< the analog channels that are used; empty: all
   };
 
-  /// Scans, opens the one device that is found, sets its options, and switches all channels off but those that are used.
+  /// Scans, opens the one device that is found, sets its options, and switches all channels off but those that are
+  /// used.
   /// Errors   DeviceError; among them none or several devices, and a channel, group or option that it does not have.
   OpenDevice(const SigrokLibrary& library, const Wanted& wanted);
   ~OpenDevice();

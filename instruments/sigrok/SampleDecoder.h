@@ -8,8 +8,8 @@
 
 namespace Lumenar::Sigrok {
 
-/// Numbers of a packet, read as its encoding says: whole ones of 1, 2, 4 or 8 bytes, with or without sign, and floats of
-/// 4 or 8, in either byte order.
+/// Numbers of a packet, read as its encoding says: whole ones of 1, 2, 4 or 8 bytes, with or without sign, and floats
+/// of 4 or 8, in either byte order.
 /// Numbers  raw * scale + offset, each step in double: whole numbers beyond 2^53 are rounded, and raw * p / q twice.
 /// Threads  pure.
 class SampleDecoder {

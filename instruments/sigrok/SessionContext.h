@@ -9,8 +9,8 @@
 
 namespace Lumenar::Sigrok {
 
-/// The main loop's context of the thread on which the library works, and the way for other threads to have something done
-/// there: the library has no lock of its own.
+/// The main loop's context of the thread on which the library works, and the way for other threads to have something
+/// done there: the library has no lock of its own.
 /// Threads   any.
 class SessionContext {
  public:
@@ -49,8 +49,8 @@ class SessionContext {
   /// The loop runs, from now on or no longer: whether Do is worth waiting for.
   void SetRuns(bool runs) noexcept { runs_ = runs; }
 
-  /// Has `task` done by the loop, once, and waits for it. False when the loop does not run, or did not come to it within
-  /// `limit`: then it is never done.
+  /// Has `task` done by the loop, once, and waits for it. False when the loop does not run, or did not come to it
+  /// within `limit`: then it is never done.
   /// Errors   what `task` throws.
   bool Do(const std::function<void()>& task, std::chrono::milliseconds limit);
 

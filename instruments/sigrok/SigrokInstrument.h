@@ -19,8 +19,8 @@
 namespace Lumenar::Sigrok {
 
 /// A device that libsigrok has a driver for. One thread looks for it, opens it and takes what it measures; when the
-/// device is gone, its readings keep their last value, and it is looked for again. What becomes of it is told on standard
-/// error, a line for each change.
+/// device is gone, its readings keep their last value, and it is looked for again. What becomes of it is told on
+/// standard error, a line for each change.
 ///
 /// A driver that holds the thread, for kHang while it works or for DeviceRun::kDriverEnd when it is to end, ends the
 /// process with one line: nothing else ends such a thread, and the host is started again.

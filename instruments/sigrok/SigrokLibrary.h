@@ -64,8 +64,8 @@ const sr_key_info& OptionInfo(const std::string& key);
 /// Errors   DeviceError for a text that is none, and for a kind of option that has no text.
 VariantPtr ValueFromText(const sr_key_info& info, const std::string& text);
 
-/// What the devices of a name, found by the driver's scan in this process, are; they belong to the driver. The scan asks
-/// at the device, may send it more than a question for its name, and waits for a mute one without a limit.
+/// What the devices of a name, found by the driver's scan in this process, are; they belong to the driver. The scan
+/// asks at the device, may send it more than a question for its name, and waits for a mute one without a limit.
 /// Errors   DeviceError for a driver or an option of its scan that there is not.
 ListPtr Scan(const SigrokLibrary& library, const DeviceName& name);
 

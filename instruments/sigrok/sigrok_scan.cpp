@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Looks for the devices of a name, once, and writes a line of JSON for each. A program of its own, so that whoever waits
-// for it can end it: a device that does not answer holds a scan for ever.
+// Looks for the devices of a name, once, and writes a line of JSON for each. A program of its own, so that whoever
+// waits for it can end it: a device that does not answer holds a scan for ever.
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>

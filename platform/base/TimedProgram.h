@@ -12,8 +12,8 @@ namespace Lumenar {
 
 /// What a program left that was run with a time limit.
 struct ProgramEnd {
-  /// Exit status, 128 + signal for one that a signal ended; nothing where it was killed, because the limit had passed or
-  /// the caller gave up.
+  /// Exit status, 128 + signal for one that a signal ended; nothing where it was killed, because the limit had passed
+  /// or the caller gave up.
   std::optional<int> status;
   std::string out;    ///< standard output, at most as many bytes as were asked for
   std::string error;  ///< standard error, likewise
