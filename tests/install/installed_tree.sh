@@ -37,14 +37,17 @@ look_for_old_places() {
 }
 
 every_program_explains_itself() {
-  local version program
+  local version program library
   version=$(sed -n 's/^project(.* VERSION \([0-9.]*\) .*/\1/p' "$source/CMakeLists.txt")
   for program in engine_host topic_manager hw_enumeration mathctl; do
     [ "$(run "$program" --version)" = "$program $version" ] || fail "$program --version"
     run "$program" --help | grep -q -e --version || fail "$program --help"
     [ -s "$tree/share/man/man1/$program.1" ] || fail "no manual page of $program"
   done
-  [ -e "$tree/lib/liblumenar_signals.so.${version%%.*}" ] || fail "name of liblumenar_signals"
+  for library in liblumenar_signals liblumenar_client; do
+    [ -e "$tree/lib/$library.so.${version%%.*}" ] || fail "name of $library"
+  done
+  [ ! -e "$tree/lib/liblumenar_client.a" ] || fail "the client library is there twice"
   [ "$(PKG_CONFIG_PATH=$tree/lib/pkgconfig pkg-config --modversion lumenar-client)" = "$version" ] || fail "lumenar-client.pc"
 }
 
@@ -87,11 +90,22 @@ start_ready() {
   until_line 20 "$work/$log" $! "$line"
 }
 
+# What runs with the moved tree reads the configuration that moved with it, also a program that was built outside.
+# Usage: the_moved_configuration_counts PROGRAM...
+the_moved_configuration_counts() {
+  local conf=$tree/etc/lumenar/tcp.conf said
+  cp "$conf" "$work/sample.conf"
+  echo "orb.nonsense = 1" >"$conf"
+  said=$("$@" 2>&1) && fail "$1 ran with a configuration that is none"
+  cp "$work/sample.conf" "$conf"
+  [[ $said = *"$conf:1: "* ]] || fail "$1 did not read $conf: $said"
+}
+
 # As installed every line of the sample configuration is a comment; without the marks each is what it says by default.
 start_platform() {
-  export LUMENAR_TRANSPORT_CONF=$tree/etc/lumenar/tcp.conf
-  ! grep -q -v -e '^#' -e '^$' "$LUMENAR_TRANSPORT_CONF" || fail "the sample configuration sets something"
-  sed -n '/run.lumenar/d; s/^#\([a-z]*\.\)/\1/p' "$LUMENAR_TRANSPORT_CONF" >"$work/all.conf"
+  local conf=$tree/etc/lumenar/tcp.conf
+  ! grep -q -v -e '^#' -e '^$' "$conf" || fail "the sample configuration sets something"
+  sed -n '/run.lumenar/d; s/^#\([a-z]*\.\)/\1/p' "$conf" >"$work/all.conf"
   start_naming_service
   start_ready topic_manager.log "topic_manager ready" "$tree/bin/topic_manager" --no-state
   start_ready hw_enumeration.log "hw_enumeration ready" \
@@ -110,6 +124,17 @@ follow() {
   end_process "$host"
 }
 
+# What look_around finds, and a reading that a client offers.
+the_other_clients() {
+  local built=$work/outside/build
+  [ "$("$built/own_reading" MYLAB/1 3 | tail -n 1)" = "peak of MYLAB/1/VOLTAGE: 0.3 V" ] || fail "own_reading"
+  "$built/look_around" >"$work/looked" || fail "look_around: $(cat "$work/looked")"
+  grep -q '^MATHFACTORY/1 at 127\.0\.0\.1:' "$work/looked" || fail "look_around: $(cat "$work/looked")"
+  # Nobody at the address that is given: one line, and an end.
+  ! "$built/look_around" 127.0.0.1:1 2>"$work/nobody" || fail "look_around without a platform"
+  grep -q '^look_around: naming service at 127.0.0.1:1 does not answer' "$work/nobody" || fail "$(cat "$work/nobody")"
+}
+
 install_and_move
 start "$work/cmake.log" build_outside
 by_cmake=$!
@@ -117,10 +142,14 @@ start "$work/pkg_config.log" build_with_pkg_config
 by_pkg_config=$!
 look_for_old_places
 every_program_explains_itself
+unset LUMENAR_TRANSPORT_CONF
+the_moved_configuration_counts "$tree/bin/mathctl" readings
 start_platform
 run mathctl doctor || fail "mathctl doctor"
 run mathctl engines --json | grep -q '"engine":"MATHFACTORY/1".*"version":"[1-9]' || fail "mathctl engines"
 wait "$by_cmake" || { cat "$work/cmake.log"; fail "build with CMake"; }
+the_moved_configuration_counts "$work/outside/build/follow_average" LOADMETER/1/HISTORY 1
+the_other_clients  # while every engine that has started is there
 follow "$work/outside/build/follow_average" "$work/outside/build/libload_meter.so.1"
 wait "$by_pkg_config" || { cat "$work/pkg_config.log"; fail "build with pkg-config"; }
 follow "$work/plain/follow_average" "$work/plain/libload_meter.so.1"

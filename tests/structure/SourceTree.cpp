@@ -77,6 +77,7 @@ const std::vector<Layer>& Layers() {
       {"instruments/common", 13},
       {"instruments/probe", 14},
       {"instruments/replay", 14},
+      {"instruments/scpi", 14},
       {"instruments/sim", 14},
       {"instruments/sigrok", 14},
       {"client", 13},

@@ -45,6 +45,21 @@ TEST_P(RecordingFiles, AreReadBackBitForBit) {
   EXPECT_EQ(reader.CutOff(), "");
 }
 
+TEST_P(RecordingFiles, TellSinceWhenAndHowManySamplesWereLost) {
+  const Event lost{EventKind::Lost, kNow_ns + 9, 0, 12, "", kNow_ns + 3};
+  RecordingWriter writer(Path(), {}, kNow_ns);
+  writer.Add({0, "A/1/B", "A/1", "B", "long", "A/1/B", std::nullopt});
+  writer.Write(lost);
+  writer.Write(Event{EventKind::Lost, kNow_ns + 10, std::nullopt, 3, ""});
+  EXPECT_EQ(writer.LostInFile(), 15u);
+  writer.Finish(kNow_ns + 11, writer.LostInFile());
+  RecordingReader reader(Path());
+  const std::vector<Entry> entries = EntriesOf(reader);
+  EXPECT_EQ(std::get<Event>(entries.at(1)), lost);
+  EXPECT_FALSE(std::get<Event>(entries.at(2)).since_ns);
+  EXPECT_EQ(reader.GetEnd()->lost, 15u);
+}
+
 // A bit of a compressed file may say nothing of what is in it: then it is read as the same.
 TEST_P(RecordingFiles, OfOneChangedBitAreRefused) {
   WriteExample(Path());
