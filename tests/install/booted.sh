@@ -118,6 +118,25 @@ others_programs_run() {
   manager start lumenar-hw-enumeration
 }
 
+# The services that are off until somebody switches them on, as far as they are built here.
+other_services_run() {
+  if [ -e "$root/usr/lib/systemd/system/lumenar-web.service" ]; then
+    manager enable --now lumenar-web >>"$work/manager.log" 2>&1 || fail "the page: $(journal -u lumenar-web)"
+    in_machine_as "$nobody" python3 -c '
+import urllib.request
+for path, word in (("/", "<html"), ("/healthz", ""), ("/metrics", "lumenar")):
+    text = urllib.request.urlopen("http://127.0.0.1:8080" + path, timeout=20).read().decode()
+    assert word in text, (path, text[:200])
+' >"$work/web" 2>&1 || fail "the page: $(cat "$work/web")"
+    manager disable --now lumenar-web >>"$work/manager.log" 2>&1
+  fi
+  if names | grep -q -x lumenar-instrument-sigrok; then
+    manager start lumenar-engine@sigrok_devices || fail "libsigrok's demonstration device: $(journal -u lumenar-engine@sigrok_devices)"
+    until_true 30 in_machine sh -c 'mathctl readings | grep -i -q "^SIGROK"' || fail "no readings of libsigrok's demonstration device"
+    manager stop lumenar-engine@sigrok_devices
+  fi
+}
+
 # The objects that are there now are there from now on.
 keep_objects() {
   in_machine sh -c 'mathctl save >/etc/lumenar/objects.json' || fail "mathctl save"
@@ -222,6 +241,7 @@ removed_and_purged() {
 installed_and_started
 services_are_confined
 used
+other_services_run
 others_programs_run
 keep_objects
 survives
