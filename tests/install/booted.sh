@@ -186,7 +186,7 @@ late_naming_service() {
   manager mask --runtime lumenar-naming >>"$work/manager.log" 2>&1  # or else whoever wants it would bring it back
   manager --no-block restart "$service"
   # shellcheck disable=SC2317
-  waits() { journal -u "$service" -n 20 | grep -q 'waiting'; }
+  waits() { journal -u "$service" -n 20 | grep -q 'is waited for'; }
   until_true 30 waits || fail "$service says nothing: $(journal -u "$service" -n 5)"
   [ "$(property "$service" ActiveState)" = activating ] || fail "$service counts as $(property "$service" ActiveState)"
   manager unmask --runtime lumenar-naming >>"$work/manager.log" 2>&1
