@@ -94,7 +94,7 @@ struct PlayedRecording::First {
 class PlayedRecording::Played {
  public:
   Played(const Place& place, const std::string& item, const SampleRecord& first) {
-    std::visit([&](const auto& record) { Create(place, item.c_str(), record); }, first);
+    std::visit([&](const auto& record) { Create(place, item, record); }, first);
   }
 
   /// A sample of another kind than the first is passed over.
@@ -103,18 +103,18 @@ class PlayedRecording::Played {
   }
 
  private:
-  void Create(const Place&, const char*, std::monostate) {}
-  void Create(const Place& place, const char* item, const BT_DATA& record) {
-    trace_ = std::make_unique<Corvanta::EngineBasicTrace_i>(place.namer, place.registration, item, record);
+  void Create(const Place&, const std::string&, std::monostate) {}
+  void Create(const Place& place, const std::string& item, const BT_DATA& record) {
+    trace_ = place.Create<Corvanta::EngineBasicTrace_i>(item, record);
   }
-  void Create(const Place& place, const char* item, const Scalar& record) {
-    scalar_ = std::make_unique<Corvanta::EngineReadingValueDouble_i>(place.namer, place.registration, item, record);
+  void Create(const Place& place, const std::string& item, const Scalar& record) {
+    scalar_ = place.Create<Corvanta::EngineReadingValueDouble_i>(item, record);
   }
-  void Create(const Place& place, const char* item, CORBA::Long record) {
-    long_ = std::make_unique<Corvanta::EngineReadingLong_i>(place.namer, place.registration, item, record);
+  void Create(const Place& place, const std::string& item, CORBA::Long record) {
+    long_ = place.Create<Corvanta::EngineReadingLong_i>(item, record);
   }
-  void Create(const Place& place, const char* item, bool record) {
-    boolean_ = std::make_unique<Corvanta::EngineReadingBoolean_i>(place.namer, place.registration, item, record);
+  void Create(const Place& place, const std::string& item, bool record) {
+    boolean_ = place.Create<Corvanta::EngineReadingBoolean_i>(item, record);
   }
 
   void Assign(std::monostate) {}
@@ -204,16 +204,7 @@ void PlayedRecording::Offer(const Place& place) {
     firsts_[index].record.reset();
     WriteOut(fmt::format("Lumenar::ReplayInit offers {} as {}/{}", index, place.namer.Prefix(), item));
   }
-}
-
-void PlayedRecording::Start() {
-  if (task_) return;
-  task_ = std::make_unique<PeriodicTask>([this] { return Step(); });
-  task_->Start();
-}
-
-void PlayedRecording::Stop() noexcept {
-  if (task_) task_->Stop();
+  RunPart(task_);
 }
 
 std::optional<PlayedRecording::Clock::time_point> PlayedRecording::Step() {

@@ -35,8 +35,6 @@ class PlayedRecording : public Instruments::Instrument {
   ~PlayedRecording() override;
 
   void Offer(const Instruments::Place& place) override;
-  void Start() override;
-  void Stop() noexcept override;
 
  private:
   using Clock = PeriodicTask::Clock;
@@ -68,7 +66,7 @@ class PlayedRecording : public Instruments::Instrument {
   std::uint64_t samples_ = 0;                // the same, how many
   bool was_played_ = false;                  // once to its end: these are known
   std::uint64_t published_ = 0;
-  std::unique_ptr<PeriodicTask> task_;
+  PeriodicTask task_{[this] { return Step(); }};
 };
 
 /// Reads the settings REPLAY_RECORDING (a path), REPLAY_READINGS ("0=WAKEUP;2=LEVEL"), REPLAY_SPEED, REPLAY_LOOP,

@@ -2,6 +2,8 @@
 #include "instruments/replay/ReplayInstrument.h"
 
 #include <algorithm>
+#include <cmath>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -38,6 +40,12 @@ bool ParseLoop(const std::string& text) {
   throw std::invalid_argument("REPLAY_LOOP=" + text + ": expected once or loop");
 }
 
+std::size_t ParsePoints(const Instruments::Settings& settings) {
+  const double points = NumberSetting(settings, "REPLAY_POINTS", 0, 1, static_cast<double>(kMaxPoints));
+  if (points != std::floor(points)) throw std::invalid_argument("REPLAY_POINTS: expected a whole number");
+  return static_cast<std::size_t>(points);
+}
+
 double RateOf(const RecordedFile& file, double wanted_Hz) {
   return wanted_Hz >= 0 ? wanted_Hz : std::min(file.sweeps_per_s.value_or(kDefaultRate_Hz), kMaxRate_Hz);
 }
@@ -49,23 +57,18 @@ class ReplayInstrument::Playback {
  public:
   Playback(const std::string& path, const ReplayOptions& options)
       : name_(ReadingName(path)),
-        file_(LoadRecording(path)),
+        file_(LoadRecording(path, options.read)),
         rate_Hz_(RateOf(file_, options.rate_Hz)),
         loop_(options.loop) {}
 
-  void Offer(const Place& place) {
+  /// The driver decides when the next sweep is published.
+  SampleDriver& Offer(const Place& place) {
     for (const Recording& recording : file_.recordings) {
       readings_.push_back(std::make_unique<TraceReading>(
           place, name_ + recording.suffix, Instruments::TraceForm{recording.units, recording.x_step, recording.x_unit},
           recording.sweeps.front()));
     }
-    driver_ = std::make_unique<SampleDriver>(place, name_, rate_Hz_, [this] { return PublishNext(); });
-  }
-
-  void Start() { driver_->Start(); }
-
-  void Stop() noexcept {
-    if (driver_) driver_->Stop();
+    return driver_.emplace(place, name_, rate_Hz_, [this] { return PublishNext(); });
   }
 
  private:
@@ -81,8 +84,8 @@ class ReplayInstrument::Playback {
   const double rate_Hz_;
   const bool loop_;
   std::vector<std::unique_ptr<TraceReading>> readings_;
-  std::size_t next_ = 0;                  // the driver's calls alone
-  std::unique_ptr<SampleDriver> driver_;  // goes first
+  std::size_t next_ = 0;                // the driver's calls alone
+  std::optional<SampleDriver> driver_;  // goes first
 };
 
 ReplayOptions ParseReplayOptions(const Instruments::Settings& settings) {
@@ -91,6 +94,7 @@ ReplayOptions ParseReplayOptions(const Instruments::Settings& settings) {
   if (options.files.empty()) throw std::invalid_argument("REPLAY_FILES names no file: expected paths with ':' between");
   options.rate_Hz = NumberSetting(settings, "REPLAY_RATE", -1, 0, kMaxRate_Hz);
   options.loop = ParseLoop(TextSetting(settings, "REPLAY_LOOP"));
+  options.read = {TextSetting(settings, kUnitsSetting), ParsePoints(settings)};
   return options;
 }
 
@@ -101,15 +105,7 @@ ReplayInstrument::ReplayInstrument(const ReplayOptions& options) {
 ReplayInstrument::~ReplayInstrument() = default;
 
 void ReplayInstrument::Offer(const Place& place) {
-  for (const auto& playback : playbacks_) playback->Offer(place);
-}
-
-void ReplayInstrument::Start() {
-  for (const auto& playback : playbacks_) playback->Start();
-}
-
-void ReplayInstrument::Stop() noexcept {
-  for (const auto& playback : playbacks_) playback->Stop();
+  for (const auto& playback : playbacks_) RunPart(playback->Offer(place));
 }
 
 }  // namespace Lumenar::Replay

@@ -77,9 +77,12 @@ const std::vector<Layer>& Layers() {
       {"instruments/common", 13},
       {"instruments/probe", 14},
       {"instruments/replay", 14},
+      {"instruments/scpi", 14},
       {"instruments/sim", 14},
+      {"instruments/sigrok", 14},
       {"client", 13},
       {"tools/mathctl", 15},
+      {"tools/math_web", 15},
       {"python/src", 14},
   };
   return layers;

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+// Instruments that speak SCPI over TCP: what each reading asks stands in device files.
+
+#include "instruments/scpi/ScpiInstrument.h"
+
+namespace Lumenar::Instruments {
+
+const InstrumentKind& ThisInstrument() {
+  static const InstrumentKind kind{"SCPI", "Lumenar::ScpiInit", "scpi.engine", "SCPI_",
+                                   [](const Settings& settings) -> std::unique_ptr<Instrument> {
+                                     return std::make_unique<Scpi::ScpiInstrument>(Scpi::DevicesFromSettings(settings));
+                                   }};
+  return kind;
+}
+
+}  // namespace Lumenar::Instruments

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "instruments/scpi/numbers.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+
+#include "instruments/scpi/words.h"
+
+namespace Lumenar::Scpi {
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+/// SCPI's numbers that mean something else, also where they come in single precision.
+double Meant(double number) {
+  if (!(std::abs(number) < 1e38)) return number;
+  const auto size = static_cast<float>(std::abs(number));
+  if (size == 9.91e37f) return kNaN;
+  if (size == 9.9e37f) return std::copysign(kInfinity, number);
+  return number;
+}
+
+[[noreturn]] void RefuseNumber(std::string_view text) {
+  throw std::runtime_error(Quoted(text) + ", which is no number");
+}
+
+/// Of numbers outside the range of double: too large ones are infinite, too small ones 0.
+double OutOfRange(std::string_view text) {
+  const bool is_small = text.find("e-") != std::string_view::npos || text.find("E-") != std::string_view::npos;
+  const double size = is_small ? 0 : kInfinity;
+  return text.front() == '-' ? -size : size;
+}
+
+bool SameWord(std::string_view text, std::string_view word) {
+  return std::equal(text.begin(), text.end(), word.begin(), word.end(),
+                    [](char a, char b) { return (a >= 'a' && a <= 'z' ? a - 'a' + 'A' : a) == b; });
+}
+
+/// Hands the numbers of a text to `take`, one by one.
+template <class Take>
+void ForEachInText(std::string_view text, Take take) {
+  for (bool is_last = false; !is_last;) {
+    const std::size_t comma = text.find(',');
+    is_last = comma == std::string_view::npos;
+    take(NumberFromText(text.substr(0, comma)));
+    text.remove_prefix(is_last ? text.size() : comma + 1);
+  }
+}
+
+template <class Number>
+Number InOwnOrder(const char* bytes, bool is_reversed) {
+  std::array<char, sizeof(Number)> own;
+  std::memcpy(own.data(), bytes, sizeof(Number));
+  if (is_reversed) std::reverse(own.begin(), own.end());
+  return std::bit_cast<Number>(own);
+}
+
+template <class Number, class Take>
+void ForEachInBlock(std::string_view bytes, bool is_reversed, Take take) {
+  if (bytes.size() % sizeof(Number) != 0)
+    throw std::runtime_error(
+        fmt::format("a block of {} bytes, no multiple of the {} of a number", bytes.size(), sizeof(Number)));
+  for (std::size_t at = 0; at < bytes.size(); at += sizeof(Number)) {
+    const auto number = static_cast<double>(InOwnOrder<Number>(bytes.data() + at, is_reversed));
+    take(std::is_floating_point_v<Number> ? Meant(number) : number);
+  }
+}
+
+template <class Take>
+void ForEachNumber(const Answer& answer, const NumberForm& form, Take take) {
+  if (!answer.is_block || form.block == BlockForm::Ascii) return ForEachInText(answer.bytes, take);
+  const bool is_reversed = (form.order == ByteOrder::Big) != (std::endian::native == std::endian::big);
+  const std::string_view bytes = answer.bytes;
+  switch (form.block) {
+    case BlockForm::Real32: return ForEachInBlock<float>(bytes, is_reversed, take);
+    case BlockForm::Real64: return ForEachInBlock<double>(bytes, is_reversed, take);
+    case BlockForm::Int8: return ForEachInBlock<std::int8_t>(bytes, is_reversed, take);
+    case BlockForm::Int16: return ForEachInBlock<std::int16_t>(bytes, is_reversed, take);
+    case BlockForm::Int32: return ForEachInBlock<std::int32_t>(bytes, is_reversed, take);
+    case BlockForm::Uint8: return ForEachInBlock<std::uint8_t>(bytes, is_reversed, take);
+    case BlockForm::Uint16: return ForEachInBlock<std::uint16_t>(bytes, is_reversed, take);
+    case BlockForm::Uint32: return ForEachInBlock<std::uint32_t>(bytes, is_reversed, take);
+    case BlockForm::Ascii: break;
+  }
+}
+
+/// About how many numbers an answer has.
+std::size_t Estimate(const Answer& answer) {
+  const std::string& bytes = answer.bytes;
+  return answer.is_block ? bytes.size() / sizeof(float) : 1 + std::count(bytes.begin(), bytes.end(), ',');
+}
+
+/// As a sample: infinite where a float has no room, which a plain conversion does not promise.
+float SampleOf(double number) {
+  constexpr double kLargest = std::numeric_limits<float>::max();
+  if (std::abs(number) > kLargest) return static_cast<float>(std::copysign(kInfinity, number));
+  return static_cast<float>(number);
+}
+
+}  // namespace
+
+double NumberFromText(std::string_view text) {
+  const std::string_view whole = Trimmed(text);
+  std::string_view digits = whole;
+  if (digits.size() > 1 && digits[0] == '+' && digits[1] != '-') digits.remove_prefix(1);
+  if (SameWord(digits, "NINF")) return -kInfinity;
+  double number = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  if (digits.empty() || end != digits.data() + digits.size() || error == std::errc::invalid_argument)
+    RefuseNumber(whole);
+  return error == std::errc::result_out_of_range ? OutOfRange(digits) : Meant(number);
+}
+
+std::vector<float> SamplesOf(const Answer& answer, const NumberForm& form, const Scaling& scaling) {
+  std::vector<float> samples;
+  samples.reserve(Estimate(answer));
+  if (scaling.IsNone()) {
+    ForEachNumber(answer, form, [&](double number) { samples.push_back(SampleOf(number)); });
+  } else {
+    ForEachNumber(answer, form, [&](double number) { samples.push_back(SampleOf(scaling.Of(number))); });
+  }
+  if (samples.empty()) throw std::runtime_error("a block without numbers");
+  return samples;
+}
+
+double NumberOf(const Answer& answer, const NumberForm& form) {
+  double number = 0;
+  std::size_t count = 0;
+  ForEachNumber(answer, form, [&](double each) {
+    number = each;
+    ++count;
+  });
+  if (count != 1) throw std::runtime_error(fmt::format("{} numbers where one is expected", count));
+  return number;
+}
+
+}  // namespace Lumenar::Scpi
