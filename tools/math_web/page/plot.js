@@ -124,7 +124,12 @@ export class Plot {
       ...size,
       padding: [10, kRight, 0, 0],
       legend: {show: false},
-      cursor: {y: false, points: {show: false}, drag: {x: true, y: true, uni: 30, dist: kLeastDrag, setScale: false}},
+      cursor: {
+        y: false,
+        points: {show: false},
+        drag: {x: true, y: true, uni: 30, dist: kLeastDrag, setScale: false},
+        bind: {dblclick: () => null},
+      },
       scales: {
         x: {time, auto: false, range: (_, min, max) => [min, max]},
         y: {auto: false, range: (_, min, max) => [min, max]},
