@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "client/Subscription.h"
 
+#include <algorithm>
 #include <atomic>
 #include <deque>
 #include <string>
@@ -28,8 +29,7 @@ class Subscription::Queue {
     bytes_ += SampleBytes(delivery.record);
     deliveries_.push_back(std::move(delivery));
     while (deliveries_.size() > kQueuedSamples || (bytes_ > kQueuedBytes && deliveries_.size() > 1)) {
-      PopFront();
-      ++lost_;
+      NoteLost(PopFront().source);
     }
     arrived_.NotifyOne();
     if (on_arrival_) on_arrival_();
@@ -48,12 +48,12 @@ class Subscription::Queue {
       if (left.count() <= 0 || !arrived_.WaitFor(mutex_, left)) break;
     }
     if (deliveries_.empty() || ended_) return std::nullopt;
-    return PopFront();
+    return TakeFront();
   }
 
   std::optional<Delivery> Unread() {
     Lock lock(mutex_);
-    return deliveries_.empty() ? std::nullopt : std::optional(PopFront());
+    return deliveries_.empty() ? std::nullopt : std::optional(TakeFront());
   }
 
   void NoteRenewed(std::size_t source) {
@@ -91,6 +91,21 @@ class Subscription::Queue {
     return front;
   }
 
+  // What was lost was older than all that is here, so it lies right before the next one that is taken.
+  Delivery TakeFront() REQUIRES(mutex_) {
+    Delivery front = PopFront();
+    front.lost = std::exchange(lost_before_, {});
+    return front;
+  }
+
+  void NoteLost(std::size_t source) REQUIRES(mutex_) {
+    ++lost_;
+    const auto known = std::find_if(lost_before_.begin(), lost_before_.end(),
+                                    [source](const LostSamples& lost) { return lost.source == source; });
+    if (known == lost_before_.end()) return lost_before_.push_back({source, 1});
+    ++known->samples;
+  }
+
   mutable Mutex mutex_;
   Condition arrived_;
   std::function<void()> on_arrival_ GUARDED_BY(mutex_);
@@ -98,6 +113,7 @@ class Subscription::Queue {
   std::vector<std::size_t> renewed_ GUARDED_BY(mutex_);
   std::size_t bytes_ GUARDED_BY(mutex_) = 0;
   unsigned long long lost_ GUARDED_BY(mutex_) = 0;
+  std::vector<LostSamples> lost_before_ GUARDED_BY(mutex_);  // before the oldest that is here
   bool ended_ GUARDED_BY(mutex_) = false;
 };
 

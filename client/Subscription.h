@@ -16,11 +16,18 @@
 
 namespace Lumenar::Client {
 
+/// Samples of one source that its reader was too slow for.
+struct LostSamples {
+  std::size_t source = 0;
+  std::uint64_t samples = 0;
+};
+
 /// One sample as it came.
 struct Delivery {
   std::size_t source = 0;  ///< index of its reading, in order of Add
   std::chrono::system_clock::time_point time;
   Corvanta::SampleRecord record;
+  std::vector<LostSamples> lost = {};  ///< what was lost between the delivery before and this one
 };
 
 /// The samples of some readings, in the order of their arrival, from the moment of Add on.

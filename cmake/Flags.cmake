@@ -2,14 +2,14 @@
 # One INTERFACE target carries the flags of every target of ours.
 #
 # -ffp-contract=off: a fused multiply-add would give other bits on processors that have one.
-# Hidden visibility: an engine library exports its entry points and nothing else.
+# -fno-semantic-interposition: a function may be inlined although a shared library may show it; nobody replaces ours.
 add_library(lumenar_flags INTERFACE)
 target_compile_features(lumenar_flags INTERFACE cxx_std_20)
 if(PROJECT_IS_TOP_LEVEL)  # a project around this one has warnings of its own
   target_compile_options(lumenar_flags INTERFACE
     "$<BUILD_INTERFACE:-Wall;-Wextra;-Wshadow;-Wnon-virtual-dtor>")
 endif()
-target_compile_options(lumenar_flags INTERFACE -ffp-contract=off -fno-strict-aliasing)
+target_compile_options(lumenar_flags INTERFACE -ffp-contract=off -fno-strict-aliasing -fno-semantic-interposition)
 target_include_directories(lumenar_flags INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/lumenar>)
 set_target_properties(lumenar_flags PROPERTIES EXPORT_NAME flags)
@@ -38,6 +38,7 @@ endif()
 
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+# What a shared library shows, its map of exports says. Static libraries leave that to whoever links them.
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE)
@@ -58,16 +59,19 @@ if(LUMENAR_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${LUMENAR_CCACHE})
 endif()
 
-# A static library of one folder: lumenar_folder_library(NAME SOURCES ... LINK ...), with the alias lumenar::NAME.
+# A static library of one folder: lumenar_folder_library(NAME SOURCES ... LINK ...). Its target is lumenar_NAME, since a
+# project around this one may have a NAME of its own; it is linked as lumenar::NAME, here and where it is installed.
 function(lumenar_folder_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  set(target lumenar_${name})
   if(ARG_SOURCES)
-    add_library(${name} STATIC ${ARG_SOURCES})
-    set_target_properties(${name} PROPERTIES OUTPUT_NAME lumenar_${name})
-    target_link_libraries(${name} PUBLIC lumenar_flags ${ARG_LINK})
+    add_library(${target} STATIC ${ARG_SOURCES})
+    set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET default)
+    target_link_libraries(${target} PUBLIC lumenar_flags ${ARG_LINK})
   else()
-    add_library(${name} INTERFACE)
-    target_link_libraries(${name} INTERFACE lumenar_flags ${ARG_LINK})
+    add_library(${target} INTERFACE)
+    target_link_libraries(${target} INTERFACE lumenar_flags ${ARG_LINK})
   endif()
-  add_library(lumenar::${name} ALIAS ${name})
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+  add_library(lumenar::${name} ALIAS ${target})
 endfunction()

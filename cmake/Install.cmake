@@ -10,15 +10,26 @@ set(header_dir ${CMAKE_INSTALL_INCLUDEDIR}/lumenar)
 set(page_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/lumenar)
 set(products_dir ${PROJECT_BINARY_DIR}/package)
 
-# Libraries and headers, with the paths by which the code includes them.
-lumenar_public_libraries(libraries client instruments_common local_arguments)
-install(TARGETS ${libraries} EXPORT LumenarTargets
+# Libraries and headers, with the paths by which the code includes them: for clients the shared library, for instruments the
+# static ones that become part of an engine library.
+lumenar_public_libraries(libraries lumenar::instruments_common lumenar::local_arguments)
+install(TARGETS ${libraries} lumenar_client_shared EXPORT LumenarTargets
   LIBRARY COMPONENT libraries NAMELINK_COMPONENT development ARCHIVE COMPONENT development)
-file(GLOB public_headers RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
-  ${PROJECT_SOURCE_DIR}/client/*.h ${PROJECT_SOURCE_DIR}/instruments/common/*.h
+get_target_property(client_headers lumenar_client_shared LUMENAR_PUBLIC_HEADERS)
+file(GLOB instrument_headers RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
+  ${PROJECT_SOURCE_DIR}/instruments/common/*.h
   ${PROJECT_SOURCE_DIR}/platform/components/*.h ${PROJECT_SOURCE_DIR}/platform/components/*/*.h)
-lumenar_with_included_headers(headers ${public_headers}
-  platform/program/engine_entry.h platform/program/local_arguments.h platform/records/Records.h)
+lumenar_with_included_headers(headers ${client_headers} ${instrument_headers}
+  platform/program/engine_entry.h platform/program/local_arguments.h)
+# Whose types are the client library's promise (scripts/abi-check).
+lumenar_with_included_headers(promised ${client_headers})
+list(TRANSFORM promised PREPEND ${PROJECT_SOURCE_DIR}/)
+file(GLOB idl_headers ${PROJECT_SOURCE_DIR}/idl/*.idl)
+list(TRANSFORM idl_headers REPLACE ".*/(.*)\\.idl" "${PROJECT_BINARY_DIR}/idl/generated/\\1.hh")
+list(JOIN promised "\n" promised)
+list(JOIN idl_headers "\n" idl_headers)
+file(WRITE ${PROJECT_BINARY_DIR}/public_headers "${promised}\n${idl_headers}\n")
+
 foreach(header IN LISTS headers)
   get_filename_component(folder ${header} DIRECTORY)
   install(FILES ${header} DESTINATION ${header_dir}/${folder} COMPONENT development)
@@ -40,8 +51,10 @@ install(FILES ${products_dir}/LumenarConfig.cmake ${products_dir}/LumenarConfigV
 
 # For users of pkg-config: to write a client, and to write an instrument.
 file(RELATIVE_PATH pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-lumenar_pc_file(lumenar-client "Client of the math engine and its instruments" client)
-lumenar_pc_file(lumenar-instrument "Instrument beside the math engine" instruments_common)
+lumenar_pc_file(lumenar-client "Client of the math engine and its instruments"
+  TARGETS lumenar_client_shared REQUIRES omniORB4 omnithread4 LINK -pthread)
+lumenar_pc_file(lumenar-instrument "Instrument beside the math engine"
+  TARGETS lumenar::instruments_common REQUIRES omniORB4 omniDynamic4 omnithread4 fmt LINK -lboost_thread -lboost_chrono -pthread)
 
 # The transport configuration stands where the programs look for it: below the prefix where that is.
 file(RELATIVE_PATH conf_dir ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_SYSCONFDIR})

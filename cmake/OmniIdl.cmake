@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# Stubs, skeletons and any support of the IDL files, generated into the build tree: lumenar_idl_library(NAME FILES ...).
+# Stubs, skeletons and any support of the IDL files, generated into the build tree: lumenar_idl_library(NAME FILES ...)
+# makes the target lumenar_NAME, linked as lumenar::NAME.
 find_program(OMNIIDL omniidl REQUIRED)
 find_path(OMNIORB_IDL_DIR corbaidl.idl PATHS /usr/share/idl/omniORB REQUIRED NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
 
@@ -23,11 +24,13 @@ function(lumenar_idl_library name)
       VERBATIM)
     list(APPEND sources ${products})
   endforeach()
-  add_library(${name} STATIC ${sources})
-  set_target_properties(${name} PROPERTIES UNITY_BUILD OFF OUTPUT_NAME lumenar_${name})  # generated files share names
-  target_compile_features(${name} PUBLIC cxx_std_20)
-  target_include_directories(${name} SYSTEM PUBLIC
+  set(target lumenar_${name})
+  add_library(${target} STATIC ${sources})
+  set_target_properties(${target} PROPERTIES
+    UNITY_BUILD OFF EXPORT_NAME ${name} CXX_VISIBILITY_PRESET default)  # generated files share names
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_include_directories(${target} SYSTEM PUBLIC
     $<BUILD_INTERFACE:${out}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/lumenar>)
-  target_link_libraries(${name} PUBLIC PkgConfig::omniORB)
-  add_library(lumenar::${name} ALIAS ${name})
+  target_link_libraries(${target} PUBLIC PkgConfig::omniORB)
+  add_library(lumenar::${name} ALIAS ${target})
 endfunction()

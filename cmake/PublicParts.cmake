@@ -48,9 +48,11 @@ function(lumenar_with_included_headers out)
   set(${out} ${headers} PARENT_SCOPE)
 endfunction()
 
-# lumenar_pc_file(NAME DESCRIPTION TARGET...): NAME.pc for those who link the targets without CMake.
+# lumenar_pc_file(NAME DESCRIPTION TARGETS ... REQUIRES packages... LINK options...): NAME.pc for those who link the targets
+# without CMake, with what else they link.
 function(lumenar_pc_file name description)
-  lumenar_public_libraries(libraries ${ARGN})
+  cmake_parse_arguments(ARG "" "" "TARGETS;REQUIRES;LINK" ${ARGN})
+  lumenar_public_libraries(libraries ${ARG_TARGETS})
   set(pc_libraries)
   foreach(library IN LISTS libraries)
     get_target_property(type ${library} TYPE)
@@ -60,6 +62,8 @@ function(lumenar_pc_file name description)
   endforeach()
   set(pc_name ${name})
   set(pc_description ${description})
+  list(JOIN ARG_REQUIRES " " pc_requires)
+  list(JOIN ARG_LINK " " pc_link)
   configure_file(cmake/lumenar.pc.in ${products_dir}/${name}.pc.in @ONLY)
   file(GENERATE OUTPUT ${products_dir}/${name}.pc INPUT ${products_dir}/${name}.pc.in)
   install(FILES ${products_dir}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

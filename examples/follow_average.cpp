@@ -10,10 +10,7 @@
 
 #include "client/OwnedMathObject.h"
 #include "client/Subscription.h"
-#include "platform/program/local_arguments.h"
 #include "platform/records/Records.h"
-
-LUMENAR_LOCAL_ARGUMENTS("follow_average")
 
 namespace {
 

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "judge/Conversion.h"
 
+#include <array>
+#include <bit>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
 #include <type_traits>
 
 #include "judge/Refused.h"
@@ -92,18 +96,51 @@ T Times(T number, double factor) {
   return static_cast<T>(static_cast<double>(number) * factor);
 }
 
+/// Answers of a function of a float and a factor, each kept until another one takes its place. The operands of an
+/// object are converted again with each of its results, and again for each order of samples that is tried.
+/// Memory   1.5 MB.      Threads   one.
+class Answers {
+ public:
+  using Judge = float (*)(float, double, Tally&);
+
+  explicit Answers(Judge judge) : judge_(judge), kept_(std::make_unique<std::array<Answer, kPlaces>>()) {}
+
+  float Of(float x, double k) {
+    const std::uint32_t bits = std::bit_cast<std::uint32_t>(x);
+    Answer& answer = (*kept_)[(bits * 0x9e3779b1u >> 16) % kPlaces];
+    if (answer.known && answer.bits == bits &&
+        std::bit_cast<std::uint64_t>(answer.k) == std::bit_cast<std::uint64_t>(k))
+      return answer.result;
+    Tally tally;
+    answer = {k, bits, judge_(x, k, tally), true};
+    return answer.result;
+  }
+
+ private:
+  static constexpr std::size_t kPlaces = 65536;
+  struct Answer {
+    double k = 0;
+    std::uint32_t bits = 0;
+    float result = 0;
+    bool known = false;
+  };
+
+  const Judge judge_;
+  const std::unique_ptr<std::array<Answer, kPlaces>> kept_;
+};
+
 }  // namespace
 
 float Linear(float level_dB, double k) {
-  Tally tally;
-  return Decibel_to_linear(level_dB, k, tally);
+  thread_local Answers answers(Decibel_to_linear);
+  return answers.Of(level_dB, k);
 }
 
 double Linear(double level_dB, double k) { return k * std::pow(10.0, level_dB / 10.0); }
 
 float Decibels(float number, double k) {
-  Tally tally;
-  return Linear_to_decibel(number, k, tally);
+  thread_local Answers answers(Linear_to_decibel);
+  return answers.Of(number, k);
 }
 
 double Decibels(double number, double k) { return 10.0 * k * std::log10(number); }

@@ -2,6 +2,7 @@
 #include "judge/Number.h"
 
 #include <cmath>
+#include <optional>
 
 #include "judge/Conversion.h"
 #include "judge/Refused.h"
@@ -30,6 +31,21 @@ template <class T>
 Number<T> ErrorsInOrder(Number<T> number) {
   StoreErrors(number, number.plus_err, number.minus_err);
   return number;
+}
+
+/// The conversion between two units. The samples of a trace come one after the other with the same two, so the last one
+/// is kept: to make one costs a hundred times as much as to use it.
+/// Errors   those of Conversion.      Threads   each has its own; the reference holds until the next call.
+template <class T>
+const Conversion<T>& ConversionBetween(const Units& from, const Units& to) {
+  struct Made {
+    Units from;
+    Units to;
+    Conversion<T> conversion;
+  };
+  thread_local std::optional<Made> last;
+  if (!last || last->from != from || last->to != to) last = Made{from, to, Conversion<T>(from, to)};
+  return last->conversion;
 }
 
 template <class T, class Rule>
@@ -126,7 +142,7 @@ Number<T>::Number(T number, const Units& unit, T first_error, T second_error) : 
 
 template <class T>
 Number<T> Converted(const Number<T>& number, const Units& target) {
-  const Conversion<T> conversion(number.units, target);
+  const Conversion<T>& conversion = ConversionBetween<T>(number.units, target);
   Number<T> result;
   result.value = conversion.OfValue(number.value);
   result.minus_err = conversion.OfError(number.minus_err);

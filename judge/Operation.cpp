@@ -20,7 +20,7 @@ namespace {
 using Corvanta::BASIC_TRACE::BT_DATA;
 using Corvanta::VALUE_DOUBLE::VALUE;
 
-constexpr const char* kNames[kTypes] = {"Subtract", "RelativeSubtract", "Average", "Peak", "CumulativeAdd"};
+constexpr const char* kNames[] = {"Subtract", "RelativeSubtract", "Average", "Peak", "CumulativeAdd"};
 
 template <class V>
 std::unique_ptr<Operation> CreatedOf(Type type, const std::vector<Datum>& present) {

@@ -24,7 +24,6 @@ inline Kind KindOf(const Datum& datum) { return static_cast<Kind>(datum.index())
 
 /// The operations, by the number that TYPE has for them.
 enum class Type { Subtract, RelativeSubtract, Average, Peak, CumulativeAdd };
-inline constexpr int kTypes = 5;
 
 /// The operation of this name, as a math object tells it.
 std::optional<Type> TypeNamed(const std::string& name);

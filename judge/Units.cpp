@@ -152,6 +152,7 @@ Units Arranged(const Units& units) {
 }
 
 Units WellFormed(const Units& units) {
+  if (IsArranged(units.slots)) return units;  // nothing stands behind an empty slot there
   const Units arranged = Arranged(units);
   for (std::size_t i = LeadingSlots(arranged.slots); i < arranged.slots.size(); ++i) {
     if (!IsEmpty(arranged.slots[i])) throw Refused(Why::NotValid);
@@ -159,7 +160,10 @@ Units WellFormed(const Units& units) {
   return arranged;
 }
 
-bool SameUnit(const Units& a, const Units& b) { return Arranged(a).slots == Arranged(b).slots; }
+bool SameUnit(const Units& a, const Units& b) {
+  if (a.slots == b.slots && IsArranged(a.slots)) return true;
+  return Arranged(a).slots == Arranged(b).slots;
+}
 
 bool SameInEveryRespect(const Units& a, const Units& b) {
   return SameUnit(a, b) && a.base_power == b.base_power && a.is_dB == b.is_dB;

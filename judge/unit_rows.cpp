@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "judge/unit_rows.h"
 
+#include <iterator>
+
 namespace Lumenar::Judge {
 namespace {
 
@@ -10,7 +12,7 @@ constexpr double kPi = 3.141592653589793238462643383279502884;
 // degree Fahrenheit is 5/9 of a kelvin, as a difference. Minute, hour, electronvolt: table 8 of the brochure. Revolutions are
 // counted, so that 60 a minute are 1 Hz.
 // clang-format off
-constexpr UnitRow kRows[kLastUnit] = {
+constexpr UnitRow kRows[] = {
     //  m  kg   s   A  K cd rad bit Sa mol Np
     {{  2,  1, -3,  0, 0, 0, 0, 0, 0, 0, 0}, 1, 1, false},         //  1 watt
     {{  2,  1, -3, -1, 0, 0, 0, 0, 0, 0, 0}, 1, 1, false},         //  2 volt
@@ -61,6 +63,8 @@ constexpr UnitRow kRows[kLastUnit] = {
 
 }  // namespace
 
-const UnitRow* RowOf(std::int32_t unit) { return unit >= 1 && unit <= kLastUnit ? &kRows[unit - 1] : nullptr; }
+const UnitRow* RowOf(std::int32_t unit) { return unit >= 1 && unit <= LastUnit() ? &kRows[unit - 1] : nullptr; }
+
+std::int32_t LastUnit() { return static_cast<std::int32_t>(std::size(kRows)); }
 
 }  // namespace Lumenar::Judge

@@ -18,6 +18,6 @@ struct UnitRow {
 const UnitRow* RowOf(std::int32_t unit);
 
 /// The highest number.
-inline constexpr std::int32_t kLastUnit = 44;
+std::int32_t LastUnit();
 
 }  // namespace Lumenar::Judge

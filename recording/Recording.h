@@ -73,7 +73,7 @@ enum class EventKind {
   Reset,    ///< RESET of the reading's object by the recorder; it took `value` ns, somewhere within which it happened
   Created,  ///< the reading's object was created while the recording ran: it starts empty here
   Deleted,  ///< the reading's object is gone
-  Lost,     ///< `value` samples were lost here, of whatever readings
+  Lost,     ///< `value` samples of the reading (of whatever readings, without one) were lost here
   Gap,      ///< samples of the reading (of all, without one) may be missing here; `text` says why
 };
 
@@ -84,6 +84,7 @@ struct Event {
   std::optional<std::uint32_t> reading;
   std::int64_t value = 0;
   std::string text;
+  std::optional<std::int64_t> since_ns = {};  ///< of Lost and Gap: up to here nothing was missing; else up to `time_ns`
   friend bool operator==(const Event&, const Event&) = default;
 };
 

@@ -52,6 +52,7 @@ void RecordingWriter::Open(OutputFile::Existing existing) {
   digest_ = std::make_unique<Digest>();
   lines_ = 0;
   samples_in_file_ = 0;
+  lost_in_file_ = 0;
   WriteLine(LineOf(header_));
   for (const ReadingInfo& reading : readings_) WriteLine(LineOf(reading));
   Flush();  // who looks at the file finds a recording, however short
@@ -89,6 +90,8 @@ void RecordingWriter::Write(const Sample& sample) {
 void RecordingWriter::Write(const Event& event) {
   if (event.reading) RequireReading(*event.reading);
   WriteLine(LineOf(event));
+  if (event.kind == EventKind::Lost)
+    lost_in_file_ += static_cast<std::uint64_t>(std::max<std::int64_t>(event.value, 0));
   if (event.kind == EventKind::Size && event.reading && readings_[*event.reading].object)
     readings_[*event.reading].object->size = static_cast<std::int32_t>(event.value);
 }
@@ -99,7 +102,7 @@ void RecordingWriter::RotateAt(std::int64_t time_ns) {
   if (samples_in_file_ == 0 || (!large && !late)) return;
   const std::string next = PartPath(first_path_, header_.part + 1);
   header_.continues = digest_->Text();
-  EndFile(time_ns, 0, std::filesystem::path(next).filename().string());
+  EndFile(time_ns, lost_in_file_, std::filesystem::path(next).filename().string());
   ++header_.part;
   header_.started_ns = time_ns;
   path_ = next;

@@ -47,12 +47,13 @@ class RecordingWriter {
   /// What was written so far can be read, and outlives this program.
   void Flush() { file_->Flush(); }
 
-  /// Writes the last line. To be called once, last. `lost`: samples that did not get in; `next`: file name of a part
-  /// that others write.
+  /// Writes the last line. To be called once, last. `lost`: samples that did not get into this file, usually LostInFile;
+  /// `next`: file name of a part that others write.
   void Finish(std::int64_t now_ns, std::uint64_t lost, const std::string& next = {});
 
   std::uint64_t Samples() const noexcept { return samples_; }                            ///< in all files
   std::uint64_t Bytes() const noexcept { return bytes_ + (file_ ? file_->Size() : 0); }  ///< in all files
+  std::uint64_t LostInFile() const noexcept { return lost_in_file_; }                    ///< by its events
   std::uint32_t Parts() const noexcept { return header_.part; }
   const std::string& Path() const noexcept { return path_; }  ///< of the present file
 
@@ -73,6 +74,7 @@ class RecordingWriter {
   std::unique_ptr<OutputFile> file_;
   std::uint64_t lines_ = 0;  // in the present file
   std::uint64_t samples_in_file_ = 0;
+  std::uint64_t lost_in_file_ = 0;
   std::uint64_t samples_ = 0;
   std::uint64_t bytes_ = 0;  // of the files before
 };

@@ -243,6 +243,7 @@ Event EventFrom(const Fields& fields) {
   if (fields.Has("r")) event.reading = fields.Integer<std::uint32_t>("r");
   event.value = fields.Integer<std::int64_t>("number");
   event.text = fields.TextOrEmpty("text");
+  if (fields.Has("since")) event.since_ns = fields.Time("since");
   return event;
 }
 
@@ -310,6 +311,7 @@ std::string LineOf(const Event& event) {
   if (event.reading) line["r"] = *event.reading;
   line["number"] = event.value;
   if (!event.text.empty()) line["text"] = event.text;
+  if (event.since_ns) line["since"] = TimeText(*event.since_ns);
   return Sealed(line);
 }
 

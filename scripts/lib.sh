@@ -86,7 +86,7 @@ step_with_progress() {
 
 # What the demo needs of the build.
 # shellcheck disable=SC2034
-demo_targets=(engine_host topic_manager hw_enumeration math_factory_hh probe replay mathctl)
+demo_targets=(engine_host topic_manager hw_enumeration math_factory_hh lumenar_probe lumenar_replay mathctl)
 
 # until_true SECONDS COMMAND...: repeats a quiet command until it succeeds; fails after the time.
 until_true() {

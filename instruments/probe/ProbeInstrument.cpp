@@ -1,14 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "instruments/probe/ProbeInstrument.h"
 
-#include "instruments/common/steady_rate.h"
-
 namespace Lumenar::Probe {
 
-using Instruments::AtSteadyRate;
-using Instruments::PeriodOf;
 using Instruments::TraceForm;
-using Instruments::TraceReading;
 
 namespace {
 
@@ -24,37 +19,20 @@ constexpr TraceForm kSpreadForm{Value::Make_unit(Value::U_Percent), 1e-6, Value:
 
 }  // namespace
 
+ProbeInstrument::ProbeInstrument(const Instruments::Settings& settings)
+    : rate_Hz_(Instruments::NumberSetting(settings, "PROBE_RATE", 20, 0.001, 1000)) {}
+
 void ProbeInstrument::Offer(const Instruments::Place& place) {
   const std::vector<float> lateness_us = history_.Lateness_us();
-  wakeup_ = std::make_unique<TraceReading>(place, "WAKEUP", kWakeupForm, lateness_us);
-  wakeup_dB_ = std::make_unique<TraceReading>(place, "WAKEUP_DB", kLevelForm, LevelsOf(lateness_us));
-  lateness_ = std::make_unique<TraceReading>(place, "LATENESS", kSpreadForm, SpreadOf(history_.Measured_us()));
-  start_ = std::make_unique<Attribute>(place.namer, place.registration, "START", 0, Attribute::Callback(), kPoints);
-  stop_ =
-      std::make_unique<Attribute>(place.namer, place.registration, "STOP", kLastPoint, Attribute::Callback(), kPoints);
-  scalars_ = std::make_unique<ScalarReadings>(place, "/");
-  const auto publish_traces = [this] {
-    PublishTraces();
-    return true;
-  };
-  const auto watch_scalars = [this] {
-    WatchScalars();
-    return true;
-  };
-  traces_task_ = std::make_unique<PeriodicTask>(AtSteadyRate(PeriodOf(rate_Hz_), publish_traces));
-  scalars_task_ = std::make_unique<PeriodicTask>(AtSteadyRate(PeriodOf(kScalarSamples_Hz), watch_scalars));
-}
-
-void ProbeInstrument::Start() {
-  timer_.Start();
-  traces_task_->Start();
-  scalars_task_->Start();
-}
-
-void ProbeInstrument::Stop() noexcept {
-  if (traces_task_) traces_task_->Stop();
-  if (scalars_task_) scalars_task_->Stop();
-  timer_.Stop();
+  wakeup_.emplace(place, "WAKEUP", kWakeupForm, lateness_us);
+  wakeup_dB_.emplace(place, "WAKEUP_DB", kLevelForm, LevelsOf(lateness_us));
+  lateness_.emplace(place, "LATENESS", kSpreadForm, SpreadOf(history_.Measured_us()));
+  start_ = place.Create<Attribute>("START", 0, Attribute::Callback(), kPoints);
+  stop_ = place.Create<Attribute>("STOP", kLastPoint, Attribute::Callback(), kPoints);
+  scalars_.emplace(place, "/");
+  RunPart(timer_);
+  RunAtRate(rate_Hz_, [this] { PublishTraces(); });
+  RunAtRate(kScalarSamples_Hz, [this] { WatchScalars(); });
 }
 
 void ProbeInstrument::PublishTraces() {
@@ -67,10 +45,6 @@ void ProbeInstrument::PublishTraces() {
 void ProbeInstrument::WatchScalars() {
   scalars_->Sample();
   if (++scalar_samples_ % kSamplesPerPublication == 0) scalars_->Publish();
-}
-
-std::unique_ptr<Instruments::Instrument> CreateProbe(const Instruments::Settings& settings) {
-  return std::make_unique<ProbeInstrument>(Instruments::NumberSetting(settings, "PROBE_RATE", 20, 0.001, 1000));
 }
 
 }  // namespace Lumenar::Probe

@@ -2,12 +2,12 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "instruments/common/Instrument.h"
 #include "instruments/common/TraceReading.h"
 #include "instruments/probe/ScalarReadings.h"
 #include "instruments/probe/WakeupTimer.h"
-#include "platform/base/PeriodicTask.h"
 #include "platform/components/attributes/EngineAttribLong_i.h"
 
 namespace Lumenar::Probe {
@@ -26,12 +26,11 @@ namespace Lumenar::Probe {
 ///   CPU_LOAD, MEMORY_FREE, TEMPERATURE  as ScalarReadings
 class ProbeInstrument : public Instruments::Instrument {
  public:
-  explicit ProbeInstrument(double rate_Hz) : rate_Hz_(rate_Hz) {}
-  ~ProbeInstrument() override { Stop(); }
+  /// Reads PROBE_RATE, publications of the traces a second, 20 by default.
+  /// Errors   std::invalid_argument.
+  explicit ProbeInstrument(const Instruments::Settings& settings);
 
   void Offer(const Instruments::Place& place) override;
-  void Start() override;
-  void Stop() noexcept override;
 
  private:
   using Attribute = Corvanta::EngineAttribLong_i;
@@ -41,21 +40,14 @@ class ProbeInstrument : public Instruments::Instrument {
 
   const double rate_Hz_;
   WakeupHistory history_{kTimerPeriod_ns};
-  std::unique_ptr<Instruments::TraceReading> wakeup_;
-  std::unique_ptr<Instruments::TraceReading> wakeup_dB_;
-  std::unique_ptr<Instruments::TraceReading> lateness_;
+  std::optional<Instruments::TraceReading> wakeup_;
+  std::optional<Instruments::TraceReading> wakeup_dB_;
+  std::optional<Instruments::TraceReading> lateness_;
   std::unique_ptr<Attribute> start_;
   std::unique_ptr<Attribute> stop_;
-  std::unique_ptr<ScalarReadings> scalars_;
-  unsigned scalar_samples_ = 0;  // the scalar task's own
-
+  std::optional<ScalarReadings> scalars_;
+  unsigned scalar_samples_ = 0;  // WatchScalars' own
   WakeupTimer timer_{history_};
-  std::unique_ptr<PeriodicTask> traces_task_;
-  std::unique_ptr<PeriodicTask> scalars_task_;
 };
-
-/// Reads PROBE_RATE, publications of the traces a second, 20 by default.
-/// Errors   std::invalid_argument.
-std::unique_ptr<Instruments::Instrument> CreateProbe(const Instruments::Settings& settings);
 
 }  // namespace Lumenar::Probe

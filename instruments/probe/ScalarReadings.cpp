@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "instruments/probe/ScalarReadings.h"
 
-#include "platform/records/Records.h"
-
 namespace Lumenar::Probe {
 namespace {
 
 constexpr Value::Units kPercent = Value::Make_unit(Value::U_Percent);
 constexpr Value::Units kBytes = Value::Make_unit(Value::U_Byte);
 
-Corvanta::VALUE_DOUBLE::VALUE RecordOf(const Figure& figure, const Value::Units& units) {
-  return VALUE::ValueToCorba(Value::Value_object<double>(figure.value, units, figure.minus_err, figure.plus_err));
+Instruments::Number NumberOf(const Figure& figure, const Value::Units& units) {
+  return {figure.value, units, figure.minus_err, figure.plus_err};
 }
 
 }  // namespace
@@ -18,21 +16,18 @@ Corvanta::VALUE_DOUBLE::VALUE RecordOf(const Figure& figure, const Value::Units&
 ScalarReadings::ScalarReadings(const Instruments::Place& place, const std::filesystem::path& root)
     : root_(root), sensor_(TemperatureSensor::Find(root / "sys")) {
   Sample();
-  cpu_load_ = Offer(place, "CPU_LOAD", TakeLoad(), kPercent);  // at first since the machine started
-  memory_free_reading_ = Offer(place, "MEMORY_FREE", memory_free_.Take(), kBytes);
-  temperature_ = Offer(place, "TEMPERATURE", sensor_ ? sensor_->Read() : std::nullopt, Value::C_DgreeC);
+  const auto offer = [&](std::optional<Reading>& reading, const char* name, const std::optional<Figure>& first,
+                         const Value::Units& units) {
+    if (first) reading.emplace(place, name, NumberOf(*first, units));
+  };
+  offer(cpu_load_, "CPU_LOAD", TakeLoad(), kPercent);  // at first since the machine started
+  offer(memory_free_reading_, "MEMORY_FREE", memory_free_.Take(), kBytes);
+  offer(temperature_, "TEMPERATURE", sensor_ ? sensor_->Read() : std::nullopt, Value::C_DgreeC);
 }
 
-std::unique_ptr<ScalarReadings::Reading> ScalarReadings::Offer(const Instruments::Place& place, const char* name,
-                                                               const std::optional<Figure>& first,
-                                                               const Value::Units& units) {
-  if (!first) return nullptr;
-  return std::make_unique<Reading>(place.namer, place.registration, name, RecordOf(*first, units));
-}
-
-void ScalarReadings::Assign(const std::unique_ptr<Reading>& reading, const std::optional<Figure>& figure,
+void ScalarReadings::Assign(std::optional<Reading>& reading, const std::optional<Figure>& figure,
                             const Value::Units& units) {
-  if (reading && figure) *reading = RecordOf(*figure, units);
+  if (reading && figure) reading->Publish(NumberOf(*figure, units));
 }
 
 std::optional<Figure> ScalarReadings::TakeLoad() {

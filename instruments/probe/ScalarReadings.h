@@ -2,13 +2,11 @@
 #pragma once
 
 #include <filesystem>
-#include <memory>
 #include <optional>
 
-#include "instruments/common/Instrument.h"
+#include "instruments/common/NumberReading.h"
 #include "instruments/probe/TemperatureSensor.h"
 #include "instruments/probe/machine_figures.h"
-#include "platform/components/readings/EngineReadingValueDouble_i.h"
 #include "platform/units/Units.h"
 
 namespace Lumenar::Probe {
@@ -28,21 +26,18 @@ class ScalarReadings {
   void Publish();
 
  private:
-  using Reading = Corvanta::EngineReadingValueDouble_i;
+  using Reading = Instruments::NumberReading;
 
-  std::unique_ptr<Reading> Offer(const Instruments::Place& place, const char* name, const std::optional<Figure>& first,
-                                 const Value::Units& units);
-  static void Assign(const std::unique_ptr<Reading>& reading, const std::optional<Figure>& figure,
-                     const Value::Units& units);
+  static void Assign(std::optional<Reading>& reading, const std::optional<Figure>& figure, const Value::Units& units);
   std::optional<Figure> TakeLoad();
 
   const std::filesystem::path root_;
   CpuTimes last_times_;
   Spread memory_free_;
   std::optional<TemperatureSensor> sensor_;
-  std::unique_ptr<Reading> cpu_load_;
-  std::unique_ptr<Reading> memory_free_reading_;
-  std::unique_ptr<Reading> temperature_;
+  std::optional<Reading> cpu_load_;
+  std::optional<Reading> memory_free_reading_;
+  std::optional<Reading> temperature_;
 };
 
 }  // namespace Lumenar::Probe

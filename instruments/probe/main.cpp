@@ -6,7 +6,8 @@
 namespace Lumenar::Instruments {
 
 const InstrumentKind& ThisInstrument() {
-  static const InstrumentKind kind{"PROBE", "Lumenar::ProbeInit", "probe.engine", "PROBE_", Probe::CreateProbe};
+  static const InstrumentKind kind{"PROBE", "Lumenar::ProbeInit", "probe.engine", "PROBE_",
+                                   CreateInstrument<Probe::ProbeInstrument>};
   return kind;
 }
 

@@ -37,6 +37,7 @@ using Scalar = Corvanta::VALUE_DOUBLE::VALUE;
 namespace {
 
 constexpr double kFastest = 1e6;
+constexpr std::chrono::milliseconds kLongestSurvey{100};
 constexpr int kLookForGo_ms = 100;  // who stops the task waits so long at most
 
 std::chrono::nanoseconds Stretched(double time_ns, double speed) {
@@ -93,7 +94,7 @@ struct PlayedRecording::First {
 class PlayedRecording::Played {
  public:
   Played(const Place& place, const std::string& item, const SampleRecord& first) {
-    std::visit([&](const auto& record) { Create(place, item.c_str(), record); }, first);
+    std::visit([&](const auto& record) { Create(place, item, record); }, first);
   }
 
   /// A sample of another kind than the first is passed over.
@@ -102,18 +103,18 @@ class PlayedRecording::Played {
   }
 
  private:
-  void Create(const Place&, const char*, std::monostate) {}
-  void Create(const Place& place, const char* item, const BT_DATA& record) {
-    trace_ = std::make_unique<Corvanta::EngineBasicTrace_i>(place.namer, place.registration, item, record);
+  void Create(const Place&, const std::string&, std::monostate) {}
+  void Create(const Place& place, const std::string& item, const BT_DATA& record) {
+    trace_ = place.Create<Corvanta::EngineBasicTrace_i>(item, record);
   }
-  void Create(const Place& place, const char* item, const Scalar& record) {
-    scalar_ = std::make_unique<Corvanta::EngineReadingValueDouble_i>(place.namer, place.registration, item, record);
+  void Create(const Place& place, const std::string& item, const Scalar& record) {
+    scalar_ = place.Create<Corvanta::EngineReadingValueDouble_i>(item, record);
   }
-  void Create(const Place& place, const char* item, CORBA::Long record) {
-    long_ = std::make_unique<Corvanta::EngineReadingLong_i>(place.namer, place.registration, item, record);
+  void Create(const Place& place, const std::string& item, CORBA::Long record) {
+    long_ = place.Create<Corvanta::EngineReadingLong_i>(item, record);
   }
-  void Create(const Place& place, const char* item, bool record) {
-    boolean_ = std::make_unique<Corvanta::EngineReadingBoolean_i>(place.namer, place.registration, item, record);
+  void Create(const Place& place, const std::string& item, bool record) {
+    boolean_ = place.Create<Corvanta::EngineReadingBoolean_i>(item, record);
   }
 
   void Assign(std::monostate) {}
@@ -157,10 +158,21 @@ PlayedRecording::PlayedRecording(const PlayOptions& options) : options_(options)
 
 PlayedRecording::~PlayedRecording() = default;
 
+// Of a long file no more than its beginning: the first sample of each reading, if it comes soon.
 void PlayedRecording::Survey() {
   const auto reader = OpenEntries(options_.path);
-  while (const auto entry = reader->Next()) Note(*entry);
-  if (!reader->CutOff().empty()) WriteError(reader->CutOff());
+  const auto end = Clock::now() + kLongestSurvey;
+  while (const auto entry = reader->Next()) {
+    Note(*entry);
+    if (begin_ns_ && (HasAllFirsts() || Clock::now() >= end)) return;
+  }
+}
+
+// Without a choice all readings are played, and nobody knows how many will come.
+bool PlayedRecording::HasAllFirsts() const {
+  return !options_.items.empty() && std::all_of(options_.items.begin(), options_.items.end(), [this](const auto& item) {
+    return item.first < firsts_.size() && firsts_[item.first].record;
+  });
 }
 
 void PlayedRecording::Note(const Entry& entry) {
@@ -168,10 +180,7 @@ void PlayedRecording::Note(const Entry& entry) {
   const auto* sample = std::get_if<Sample>(&entry);
   if (sample == nullptr) return;
   if (!firsts_[sample->reading].record) firsts_[sample->reading].record = sample->record;
-  if (sample->present) return;
-  begin_ns_ = samples_ == 0 ? sample->time_ns : std::min(begin_ns_, sample->time_ns);
-  end_ns_ = samples_ == 0 ? sample->time_ns : std::max(end_ns_, sample->time_ns);
-  ++samples_;
+  if (!sample->present && !begin_ns_) begin_ns_ = sample->time_ns;
 }
 
 void PlayedRecording::ChooseItems() {
@@ -195,23 +204,15 @@ void PlayedRecording::Offer(const Place& place) {
     firsts_[index].record.reset();
     WriteOut(fmt::format("Lumenar::ReplayInit offers {} as {}/{}", index, place.namer.Prefix(), item));
   }
-}
-
-void PlayedRecording::Start() {
-  if (task_) return;
-  task_ = std::make_unique<PeriodicTask>([this] { return Step(); });
-  task_->Start();
-}
-
-void PlayedRecording::Stop() noexcept {
-  if (task_) task_->Stop();
+  RunPart(task_);
 }
 
 std::optional<PlayedRecording::Clock::time_point> PlayedRecording::Step() {
   try {
     return StepOnce();
-  } catch (const std::exception& failure) {  // the file was changed or taken away since it was read
-    WriteError(std::string("replay: samples end: ") + failure.what());
+  } catch (const std::exception& failure) {  // the file is damaged here, or was changed or taken away
+    if (options_.go_descriptor < 0) WriteError(std::string("replay: samples end: ") + failure.what());
+    WriteOut(fmt::format("Lumenar::ReplayInit played {} samples, then: {}", published_, failure.what()));
   }
   return std::nullopt;
 }
@@ -244,22 +245,32 @@ bool PlayedRecording::HasBegun() {
 bool PlayedRecording::FetchNext() {
   while (auto entry = reader_->Next()) {
     auto* sample = std::get_if<Sample>(&*entry);
-    if (sample == nullptr || sample->present || !readings_.contains(sample->reading)) continue;
+    if (sample == nullptr || sample->present) continue;
+    if (!begin_ns_) begin_ns_ = sample->time_ns;
+    if (!was_played_) NoteTime(*sample);
+    if (!readings_.contains(sample->reading)) continue;
     next_ = std::move(*sample);
     return true;
   }
+  if (!was_played_ && !reader_->CutOff().empty() && options_.go_descriptor < 0) WriteError(reader_->CutOff());
+  was_played_ = true;
   return false;
+}
+
+void PlayedRecording::NoteTime(const Sample& sample) {
+  end_ns_ = samples_ == 0 ? sample.time_ns : std::max(end_ns_, sample.time_ns);
+  ++samples_;
 }
 
 PlayedRecording::Clock::time_point PlayedRecording::DueOf(const Sample& sample) const {
   if (options_.speed <= 0) return *origin_;
-  return *origin_ + Stretched(static_cast<double>(sample.time_ns - begin_ns_), options_.speed);
+  return *origin_ + Stretched(static_cast<double>(sample.time_ns - *begin_ns_), options_.speed);
 }
 
 // Between the last sample and the first lies what lay between two on the average.
 bool PlayedRecording::BeginAgain() {
   if (!options_.loop || published_ == 0) return false;
-  const auto length = static_cast<double>(end_ns_ - begin_ns_);
+  const auto length = static_cast<double>(end_ns_ - *begin_ns_);
   const double again = length + length / static_cast<double>(std::max<std::uint64_t>(samples_, 2) - 1);
   if (options_.speed > 0) *origin_ += Stretched(again, options_.speed);
   reader_ = OpenEntries(options_.path);

@@ -2,6 +2,7 @@
 #include "instruments/replay/ReplayInstrument.h"
 
 #include <algorithm>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -53,19 +54,14 @@ class ReplayInstrument::Playback {
         rate_Hz_(RateOf(file_, options.rate_Hz)),
         loop_(options.loop) {}
 
-  void Offer(const Place& place) {
+  /// The driver decides when the next sweep is published.
+  SampleDriver& Offer(const Place& place) {
     for (const Recording& recording : file_.recordings) {
       readings_.push_back(std::make_unique<TraceReading>(
           place, name_ + recording.suffix, Instruments::TraceForm{recording.units, recording.x_step, recording.x_unit},
           recording.sweeps.front()));
     }
-    driver_ = std::make_unique<SampleDriver>(place, name_, rate_Hz_, [this] { return PublishNext(); });
-  }
-
-  void Start() { driver_->Start(); }
-
-  void Stop() noexcept {
-    if (driver_) driver_->Stop();
+    return driver_.emplace(place, name_, rate_Hz_, [this] { return PublishNext(); });
   }
 
  private:
@@ -81,8 +77,8 @@ class ReplayInstrument::Playback {
   const double rate_Hz_;
   const bool loop_;
   std::vector<std::unique_ptr<TraceReading>> readings_;
-  std::size_t next_ = 0;                  // the driver's calls alone
-  std::unique_ptr<SampleDriver> driver_;  // goes first
+  std::size_t next_ = 0;                // the driver's calls alone
+  std::optional<SampleDriver> driver_;  // goes first
 };
 
 ReplayOptions ParseReplayOptions(const Instruments::Settings& settings) {
@@ -101,15 +97,7 @@ ReplayInstrument::ReplayInstrument(const ReplayOptions& options) {
 ReplayInstrument::~ReplayInstrument() = default;
 
 void ReplayInstrument::Offer(const Place& place) {
-  for (const auto& playback : playbacks_) playback->Offer(place);
-}
-
-void ReplayInstrument::Start() {
-  for (const auto& playback : playbacks_) playback->Start();
-}
-
-void ReplayInstrument::Stop() noexcept {
-  for (const auto& playback : playbacks_) playback->Stop();
+  for (const auto& playback : playbacks_) RunPart(playback->Offer(place));
 }
 
 }  // namespace Lumenar::Replay

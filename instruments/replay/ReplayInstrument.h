@@ -33,8 +33,6 @@ class ReplayInstrument : public Instruments::Instrument {
   ~ReplayInstrument() override;
 
   void Offer(const Instruments::Place& place) override;
-  void Start() override;
-  void Stop() noexcept override;
 
  private:
   class Playback;

@@ -6,15 +6,16 @@
 #include <limits>
 #include <utility>
 
+#include "instruments/common/NumberReading.h"
 #include "instruments/common/SampleDriver.h"
 #include "instruments/common/TraceReading.h"
 #include "platform/components/attributes/EngineAttribLong_i.h"
 #include "platform/components/readings/EngineReadingLong_i.h"
-#include "platform/components/readings/EngineReadingValueDouble_i.h"
-#include "platform/records/Records.h"
 
 namespace Lumenar::Sim {
 
+using Instruments::Number;
+using Instruments::NumberReading;
 using Instruments::Place;
 using Instruments::SampleDriver;
 using Instruments::TraceReading;
@@ -22,8 +23,8 @@ using Instruments::TraceReading;
 class SimInstrument::Item {
  public:
   virtual ~Item() = default;
-  virtual void Start() = 0;
-  virtual void Stop() noexcept = 0;
+  virtual void Start() {}
+  virtual void Stop() noexcept {}
 };
 
 namespace {
@@ -63,7 +64,6 @@ class TraceSource : public Source {
         reading_(place, config.name, {config.units, config.x_step}, PointsOf(0)) {
     Drive(place);
   }
-  ~TraceSource() override { Stop(); }
 
  private:
   const std::vector<float>& PointsOf(std::uint64_t n) {
@@ -80,20 +80,16 @@ class TraceSource : public Source {
 class ValueSource : public Source {
  public:
   ValueSource(const ItemConfig& config, const Place& place)
-      : Source(config), reading_(place.namer, place.registration, config.name.c_str(), ValueOf(0)) {
+      : Source(config), reading_(place, config.name, NumberOf(0)) {
     Drive(place);
   }
-  ~ValueSource() override { Stop(); }
 
  private:
-  Corvanta::VALUE_DOUBLE::VALUE ValueOf(std::uint64_t n) const {
-    const Value::Value_object<double> value(waveform_.At(n, 0), config_.units, -config_.error, config_.error);
-    return VALUE::ValueToCorba(value);
-  }
+  Number NumberOf(std::uint64_t n) const { return {waveform_.At(n, 0), config_.units, -config_.error, config_.error}; }
 
-  void Publish(std::uint64_t n) override { reading_ = ValueOf(n); }
+  void Publish(std::uint64_t n) override { reading_.Publish(NumberOf(n)); }
 
-  Corvanta::EngineReadingValueDouble_i reading_;
+  NumberReading reading_;
 };
 
 class LongSource : public Source {
@@ -102,7 +98,6 @@ class LongSource : public Source {
       : Source(config), reading_(place.namer, place.registration, config.name.c_str(), LongOf(0)) {
     Drive(place);
   }
-  ~LongSource() override { Stop(); }
 
  private:
   /// Rounded to the nearest whole number, halves away from zero, and kept within the 32-bit range.
@@ -124,9 +119,6 @@ class SettingItem : public SimInstrument::Item {
       : attribute_(place.namer, place.registration, config.name.c_str(), config.initial, {},
                    {config.lower, config.upper, 0}) {}
 
-  void Start() override {}
-  void Stop() noexcept override {}
-
  private:
   Corvanta::EngineAttribLong_i attribute_;
 };
@@ -143,20 +135,12 @@ std::unique_ptr<SimInstrument::Item> CreateItem(const ItemConfig& config, const 
 
 }  // namespace
 
-SimInstrument::SimInstrument(std::vector<ItemConfig> items) : configs_(std::move(items)) {}
+SimInstrument::SimInstrument(const Instruments::Settings& settings) : configs_(ReadSimConfig(settings)) {}
 
 SimInstrument::~SimInstrument() = default;
 
 void SimInstrument::Offer(const Place& place) {
-  for (const ItemConfig& config : configs_) items_.push_back(CreateItem(config, place));
-}
-
-void SimInstrument::Start() {
-  for (const auto& item : items_) item->Start();
-}
-
-void SimInstrument::Stop() noexcept {
-  for (const auto& item : items_) item->Stop();
+  for (const ItemConfig& config : configs_) RunPart(*items_.emplace_back(CreateItem(config, place)));
 }
 
 }  // namespace Lumenar::Sim

@@ -13,12 +13,11 @@ namespace Lumenar::Sim {
 /// number of a trace is the number of its sample.
 class SimInstrument : public Instruments::Instrument {
  public:
-  explicit SimInstrument(std::vector<ItemConfig> items);
+  /// Errors   as ReadSimConfig.
+  explicit SimInstrument(const Instruments::Settings& settings);
   ~SimInstrument() override;
 
   void Offer(const Instruments::Place& place) override;
-  void Start() override;
-  void Stop() noexcept override;
 
   /// One of the items as it is offered.
   class Item;

@@ -7,9 +7,7 @@ namespace Lumenar::Instruments {
 
 const InstrumentKind& ThisInstrument() {
   static const InstrumentKind kind{"SIM", "Lumenar::SimInit", "sim.engine", "SIM_",
-                                   [](const Settings& settings) -> std::unique_ptr<Instrument> {
-                                     return std::make_unique<Sim::SimInstrument>(Sim::ReadSimConfig(settings));
-                                   }};
+                                   CreateInstrument<Sim::SimInstrument>};
   return kind;
 }
 

@@ -37,11 +37,17 @@ Expansion::Expansion(const ObjectFacts& facts, const SearchLimits& limits, const
 void Expansion::From(const Path& path) {
   waiting_.push_back(path);
   while (!waiting_.empty()) {
+    if (++steps_ > limits_.steps) return CutShort();
     const Path now = std::move(waiting_.back());
     waiting_.pop_back();
     TakeFromBefore(now);
     for (std::size_t stream = 0; stream < streams_.size(); ++stream) Try(now, stream);
   }
+}
+
+void Expansion::CutShort() {
+  was_cut_ = true;
+  waiting_.clear();
 }
 
 void Expansion::FromWithReset(const Path& path) {

@@ -48,10 +48,17 @@ class Expansion {
 
   std::vector<Path>& Found() { return found_; }
 
+  /// Some sample gave a result, though another one.
+  bool HasNearest() const { return nearest_.has_value(); }
+
+  /// There were more ways than SearchLimits::steps: some were not looked at.
+  bool WasCut() const { return was_cut_; }
+
   /// The path behind an arrival of which no result came in a long time.
   static void PassOver(Path& path, const ObjectFacts& facts, std::size_t stream, const Arrival& arrival);
 
  private:
+  void CutShort();
   const Arrival* InWindow(const Path& path, std::size_t stream) const;
   static Outcome Apply(Path& path, std::size_t stream, const Arrival& arrival);
   void Try(const Path& path, std::size_t stream);
@@ -76,6 +83,8 @@ class Expansion {
   const Arrival& result_;
   const bool is_telling_;
   bool demands_proof_ = false;
+  std::size_t steps_ = 0;
+  bool was_cut_ = false;
   std::vector<Path> found_;
   std::vector<Path> waiting_;
   std::set<std::uint64_t> seen_;

@@ -10,8 +10,9 @@ constexpr std::size_t kMostInterruptions = 100;
 
 }  // namespace
 
-ObjectCheck::ObjectCheck(ObjectFacts facts, std::optional<int> size, const SearchLimits& limits)
-    : facts_(std::move(facts)), limits_(limits), size_(size) {
+ObjectCheck::ObjectCheck(ObjectFacts facts, std::optional<int> size, const SearchLimits& limits,
+                         std::shared_ptr<const std::size_t> sharing)
+    : facts_(std::move(facts)), limits_(limits), sharing_(std::move(sharing)), size_(size) {
   present_.inputs.resize(facts_.inputs.size());
   report_.name = facts_.name;
   report_.type = facts_.type_name;
@@ -52,29 +53,32 @@ void ObjectCheck::Advance(std::int64_t now_ns) {
   if (search_ != nullptr) search_->Advance(now_ns);
 }
 
-void ObjectCheck::Interrupt(std::int64_t now_ns, const std::string& reason) {
-  EndStretch(now_ns);
+void ObjectCheck::Interrupt(std::int64_t since_ns, const std::string& reason) {
+  if (search_ != nullptr) TakeFindings(search_->EndAtGap(since_ns));
   present_ = {};
   present_.inputs.resize(facts_.inputs.size());
   if (report_.interrupted++ < kMostInterruptions) report_.interruptions.push_back(reason);
 }
 
 ObjectReport ObjectCheck::End(std::int64_t now_ns) {
-  EndStretch(now_ns);
+  if (search_ != nullptr) TakeFindings(search_->End(now_ns));
   return report_;
 }
 
 Search& ObjectCheck::Stretch(std::int64_t time_ns) {
   if (search_ == nullptr) {
     auto possibilities = Operation::AtWorkWith(facts_.type, facts_.kind, size_, present_);
-    search_ = std::make_unique<Search>(facts_, limits_, std::move(possibilities), time_ns);
+    SearchLimits limits = limits_;
+    limits.pending_bytes /= *sharing_;
+    limits.state_bytes /= *sharing_;
+    search_ = std::make_unique<Search>(facts_, limits, std::move(possibilities), time_ns);
   }
   return *search_;
 }
 
-void ObjectCheck::EndStretch(std::int64_t now_ns) {
-  if (search_ == nullptr) return;
-  report_.findings.Append(search_->End(now_ns));
+void ObjectCheck::TakeFindings(const Findings& findings) {
+  report_.findings.Append(findings);
+  report_.bounded += search_->Bounded();
   if (!search_->Guessed().empty()) report_.guessed = search_->Guessed();
   search_.reset();
 }

@@ -28,6 +28,7 @@ struct ObjectReport {
   std::vector<std::string> interruptions;  ///< where the check had to begin anew, the first ones
   std::uint64_t interrupted = 0;           ///< how often it had to
   Findings findings;
+  std::uint64_t bounded = 0;  ///< results at which more orders were possible than the search follows
 
   /// Every result that could be checked came out bit for bit, at least one could be, and no sample lacks its result.
   bool IsExplained() const {
@@ -44,8 +45,10 @@ struct ObjectReport {
 /// Threads   one at a time.
 class ObjectCheck {
  public:
-  /// `size`: SIZE of an Average when the recording began, if it tells.
-  ObjectCheck(ObjectFacts facts, std::optional<int> size, const SearchLimits& limits);
+  /// `size`: SIZE of an Average when the recording began, if it tells. `sharing`: how many objects, this one included,
+  /// share the memory that the limits allow.
+  ObjectCheck(ObjectFacts facts, std::optional<int> size, const SearchLimits& limits,
+              std::shared_ptr<const std::size_t> sharing);
 
   const ObjectFacts& Facts() const { return facts_; }
 
@@ -65,19 +68,20 @@ class ObjectCheck {
   /// Time has come to this point.
   void Advance(std::int64_t now_ns);
 
-  /// Something is missing here, or the object is another one from here on.
-  void Interrupt(std::int64_t now_ns, const std::string& reason);
+  /// Something is missing here, or the object is another one from here on; up to `since_ns` nothing is.
+  void Interrupt(std::int64_t since_ns, const std::string& reason);
 
   ObjectReport End(std::int64_t now_ns);
 
  private:
   Search& Stretch(std::int64_t time_ns);
-  void EndStretch(std::int64_t now_ns);
+  void TakeFindings(const Findings& findings);
   bool IsOfKind(const Datum& value, Kind kind, std::int64_t now_ns);
   Kind InputKind(std::size_t input) const;
 
   const ObjectFacts facts_;
-  const SearchLimits limits_;
+  const SearchLimits limits_;  // of all objects together
+  const std::shared_ptr<const std::size_t> sharing_;
   std::optional<int> size_;
   Operation::Present present_;
   std::unique_ptr<Search> search_;  // of the present stretch; null before its first arrival

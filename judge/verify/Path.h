@@ -57,12 +57,19 @@ struct SearchLimits {
   std::int64_t lead_ns = 5'000'000'000;       ///< a sample may come to the recorder so much later than its result
   std::int64_t patience_ns = 30'000'000'000;  ///< a sample that gave no result for so long has none
   std::int64_t tail_ns = 5'000'000'000;       ///< samples so near to the end may have theirs behind it
+  std::int64_t gap_ns = 1'000'000'000;        ///< results so near to a gap may be those of samples that are missing
   std::int64_t disorder_ns = 50'000'000;      ///< so near to each other, arrivals may come in any order
   std::size_t paths = 64;                     ///< ways that are followed at once
+  std::size_t steps = 1024;                   ///< ways that are looked at for one result
   std::size_t paths_lost = 12;                ///< the same after a result that none of them explains
   std::size_t missing = 4;                    ///< results in a row that may be missing before the next one
   std::size_t guesses = 16;                   ///< possibilities of numbers that nobody recorded
   bool assume_resets = true;                  ///< whether a RESET that nobody recorded may explain a result
+
+  /// Beyond this a result is worked on although more could still come: memory has an end.
+  std::size_t pending_bytes = std::size_t{256} << 20;
+  /// The states of all ways together; where traces are long, fewer ways are followed.
+  std::size_t state_bytes = std::size_t{256} << 20;
 };
 
 }  // namespace Lumenar::Judge

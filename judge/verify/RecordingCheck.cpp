@@ -154,7 +154,7 @@ void RecordingCheck::CheckSuccession(const Recording::Header& header) {
     return;
   }
   if (header.continues != last_digest_ || last_digest_.empty()) {
-    InterruptAll("a file that does not go on where the one before ended");
+    InterruptAll(now_ns_, "a file that does not go on where the one before ended");
   }
 }
 
@@ -178,7 +178,8 @@ void RecordingCheck::AddObject(const Recording::ReadingInfo& reading) {
   const auto type = TypeNamed(object.type);
   if (type) facts.type = *type;
   const auto size = IsSize(object.size) ? std::optional<int>(object.size) : std::nullopt;
-  objects_.push_back(std::make_unique<ObjectCheck>(facts, size, limits_));
+  objects_.push_back(std::make_unique<ObjectCheck>(facts, size, limits_, sharing_));
+  *sharing_ = objects_.size();
   ObjectCheck& check = *objects_.back();
   if (!type) return check.GiveUp("an operation that is not known here: " + object.type);
   if (object.inputs.size() != InputsOf(*type)) {
@@ -236,14 +237,15 @@ void RecordingCheck::Take(const Recording::Event& event) {
 }
 
 void RecordingCheck::Interrupt(const Recording::Event& event, const std::string& reason) {
-  if (!event.reading) return InterruptAll(reason);
+  const std::int64_t since_ns = std::min(now_ns_, UsualTime(event.since_ns.value_or(event.time_ns)));
+  if (!event.reading) return InterruptAll(since_ns, reason);
   const ReadingUse& use = readings_[names_.at(*event.reading)];
-  if (use.result_of != nullptr) use.result_of->Interrupt(now_ns_, reason);
-  for (const Use& input : use.input_of) input.object->Interrupt(now_ns_, reason);
+  if (use.result_of != nullptr) use.result_of->Interrupt(since_ns, reason);
+  for (const Use& input : use.input_of) input.object->Interrupt(since_ns, reason);
 }
 
-void RecordingCheck::InterruptAll(const std::string& reason) {
-  for (const auto& object : objects_) object->Interrupt(now_ns_, reason);
+void RecordingCheck::InterruptAll(std::int64_t since_ns, const std::string& reason) {
+  for (const auto& object : objects_) object->Interrupt(since_ns, reason);
 }
 
 void RecordingCheck::GiveUpWhereInputsAreMissing() {

@@ -60,12 +60,13 @@ class RecordingCheck {
   void TakePresent(const ReadingUse& use, const Datum& value);
   void AddObject(const Recording::ReadingInfo& reading);
   void Interrupt(const Recording::Event& event, const std::string& reason);
-  void InterruptAll(const std::string& reason);
+  void InterruptAll(std::int64_t since_ns, const std::string& reason);
   void GiveUpWhereInputsAreMissing();
 
   const SearchLimits limits_;
   Report report_;
   std::vector<std::unique_ptr<ObjectCheck>> objects_;
+  const std::shared_ptr<std::size_t> sharing_ = std::make_shared<std::size_t>(0);  // how many they are
   std::map<std::string, ReadingUse> readings_;  // by name, also of readings that did not come yet
   std::vector<std::string> names_;              // of the present file, by index
   std::map<std::string, bool> recorded_;        // names that came

@@ -11,13 +11,10 @@
 namespace Lumenar::Judge {
 namespace {
 
-/// Beyond this a result is worked on although more could still come: memory has an end.
-constexpr std::size_t kMostPendingBytes = std::size_t{256} << 20;
-constexpr std::size_t kMostPending = 65536;
-
-/// The states of all ways together; one has three traces at most that are its own.
-constexpr std::size_t kMostStateBytes = std::size_t{512} << 20;
-constexpr std::size_t kTracesOfState = 3;
+constexpr std::size_t kMostPending = 65536;  // results
+constexpr std::size_t kTracesOfState = 3;    // that are a way's own, at most
+constexpr std::size_t kFewestWays = 2;
+constexpr std::int64_t kNoMoreComes = std::numeric_limits<std::int64_t>::max();
 
 /// So many results that came out and were not all the same show that it was no accident.
 constexpr std::uint64_t kSure = 2;
@@ -27,14 +24,15 @@ constexpr std::uint64_t kSure = 2;
 Search::Search(const ObjectFacts& facts, const SearchLimits& limits,
                std::vector<std::unique_ptr<Operation>> possibilities, std::int64_t begin_ns)
     : facts_(facts), limits_(limits), streams_(facts.inputs.size() + 1) {
-  beginning_.time_ns = begin_ns;
+  beginning_.time_ns = last_ns_ = begin_ns;
   beginning_.first_result = std::numeric_limits<std::uint64_t>::max();
   for (auto& possibility : possibilities) paths_.emplace_back(std::move(possibility), streams_.size());
 }
 
 void Search::AddSample(std::size_t input, Arrival sample) {
   const std::uint64_t place = sample.place;
-  largest_ = std::max(largest_, BytesOf(sample));
+  last_ns_ = std::max(last_ns_, sample.time_ns);
+  LimitWaysTo(BytesOf(sample));
   streams_.at(input).Add(std::move(sample));
   const auto is_silent = [](const Arrivals& stream) { return stream.Count() == 0; };
   if (!beginning_.inputs_began && std::none_of(streams_.begin(), streams_.end() - 1, is_silent)) {
@@ -42,62 +40,120 @@ void Search::AddSample(std::size_t input, Arrival sample) {
   }
 }
 
+/// For samples of this size.
+void Search::LimitWaysTo(std::size_t bytes) {
+  const std::size_t fitting = std::max(kFewestWays, limits_.state_bytes / (kTracesOfState * bytes));
+  limits_.paths = std::min(limits_.paths, fitting);
+  limits_.paths_lost = std::min(limits_.paths_lost, fitting);
+  limits_.steps = std::min(limits_.steps, fitting);
+}
+
 void Search::AddChange(Arrival change) { streams_.back().Add(std::move(change)); }
 
 void Search::AddResult(Arrival result) {
   if (results_.Count() == 0) beginning_.first_result = result.place;
+  last_ns_ = std::max(last_ns_, result.time_ns);
   results_.Add(std::move(result));
 }
 
 void Search::Advance(std::int64_t now_ns) {
+  ExplainDue(now_ns);
+  if (next_result_ < results_.Count()) return;
+  PassBefore(PendingBytes() > limits_.pending_bytes ? kNoMoreComes : now_ns - limits_.patience_ns);
+}
+
+void Search::ExplainDue(std::int64_t now_ns) {
   for (const Arrival* due = results_.At(next_result_); due != nullptr && IsDue(*due, now_ns);
        due = results_.At(next_result_)) {
     Explain(*due);
     ++next_result_;
     DropWhatAllHad();
   }
-  if (next_result_ < results_.Count()) return;
-  PassBefore(PendingBytes() > kMostPendingBytes ? std::numeric_limits<std::int64_t>::max()
-                                                : now_ns - limits_.patience_ns);
 }
 
 Findings Search::End(std::int64_t end_ns) {
-  Advance(std::numeric_limits<std::int64_t>::max());
+  end_ns_ = end_ns;
+  ExplainDue(kNoMoreComes);
+  return Found(end_ns);
+}
+
+/// What came shortly before the gap may belong to what is missing: up to the first result that is not explained as it
+/// is, it counts.
+Findings Search::EndAtGap(std::int64_t since_ns) {
+  ExplainDue(since_ns - limits_.gap_ns + limits_.lead_ns);
+  while (const Arrival* result = results_.At(next_result_)) {
+    if (!ExplainAsItIs(*result)) break;
+    ++next_result_;
+  }
+  Findings found = Found(std::min(since_ns, last_ns_));
+  for (; next_result_ < results_.Count(); ++next_result_)
+    found.CountUnchecked("shortly before samples that may be missing");
+  return found;
+}
+
+Findings Search::Found(std::int64_t end_ns) {
   PassBefore(end_ns - limits_.tail_ns);
   guessed_ = paths_.front().operation->Guessed();
   return paths_.front().findings;
 }
 
 bool Search::IsDue(const Arrival& result, std::int64_t now_ns) const {
-  return result.time_ns <= now_ns - limits_.lead_ns || PendingBytes() > kMostPendingBytes ||
+  return result.time_ns <= now_ns - limits_.lead_ns || PendingBytes() > limits_.pending_bytes ||
          results_.Count() - next_result_ > kMostPending;
 }
 
 void Search::Explain(const Arrival& result) {
   const bool is_telling = last_result_ == nullptr || !SameBits(*last_result_, *result.sample);
   last_result_ = result.sample;
+  was_cut_ = false;
   std::vector<Path> ways = WaysTo(result, is_telling);
-  if (!ways.empty()) return Keep(std::move(ways), limits_.paths);
+  if (!ways.empty()) {
+    bounded_ += (Keep(std::move(ways), limits_.paths) || was_cut_) ? 1 : 0;
+    return;
+  }
   Expansion expansion(facts_, limits_, streams_, beginning_, result, is_telling);
   for (const Path& path : paths_) expansion.From(path);  // for the result that is nearest
+  if (!expansion.HasNearest() && result.time_ns > end_ns_ - limits_.gap_ns) return LeaveUnchecked();
   for (const Path& path : paths_) {
     for (Path& way : expansion.Unexplained(path)) ways.push_back(std::move(way));
   }
+  bounded_ += was_cut_ ? 1 : 0;
   Keep(std::move(ways), limits_.paths_lost);
+}
+
+/// All samples have had their results, and the recording ends: the next one may have come just behind its end.
+void Search::LeaveUnchecked() {
+  for (Path& path : paths_) path.findings.CountUnchecked("at the end: its sample is not in the recording");
+}
+
+bool Search::ExplainAsItIs(const Arrival& result) {
+  const bool is_telling = last_result_ == nullptr || !SameBits(*last_result_, *result.sample);
+  Expansion expansion(facts_, limits_, streams_, beginning_, result, is_telling);
+  for (const Path& path : paths_) expansion.From(path);
+  if (expansion.Found().empty()) return false;
+  last_result_ = result.sample;
+  Keep(std::move(expansion.Found()), limits_.paths);
+  return true;
+}
+
+/// The ways from here, with a note where not all were looked at.
+std::vector<Path> Search::FoundBy(Expansion& expansion) {
+  was_cut_ = was_cut_ || expansion.WasCut();
+  return std::move(expansion.Found());
 }
 
 /// As it is; else with what the recording may lack.
 std::vector<Path> Search::WaysTo(const Arrival& result, bool is_telling) {
   Expansion expansion(facts_, limits_, streams_, beginning_, result, is_telling);
   for (const Path& path : paths_) expansion.From(path);
-  if (!expansion.Found().empty()) return std::move(expansion.Found());
+  if (!expansion.Found().empty()) return FoundBy(expansion);
 
   expansion.DemandProof();
   const bool has_reset = facts_.type == Type::Average || facts_.type == Type::Peak;
   for (const Path& path : paths_) {
     if (limits_.assume_resets && has_reset) expansion.FromWithReset(path);
   }
-  if (!expansion.Found().empty()) return std::move(expansion.Found());
+  if (!expansion.Found().empty()) return FoundBy(expansion);
 
   std::vector<Path> skipping = paths_;
   for (std::size_t skipped = 0; skipped < limits_.missing && !skipping.empty(); ++skipped) {
@@ -110,14 +166,14 @@ std::vector<Path> Search::WaysTo(const Arrival& result, bool is_telling) {
       behind.erase(behind.begin() + static_cast<std::ptrdiff_t>(limits_.paths), behind.end());
     skipping = std::move(behind);
     for (const Path& path : skipping) expansion.From(path);
-    if (!expansion.Found().empty()) return std::move(expansion.Found());
+    if (!expansion.Found().empty()) return FoundBy(expansion);
   }
-  return {};
+  return FoundBy(expansion);
 }
 
 /// When one way is sure of itself, those that could not show anything yet were wrong. Of ways that go on alike the best
-/// one is kept.
-void Search::Keep(std::vector<Path> ways, std::size_t most) {
+/// one is kept. Whether others than those had to go.
+bool Search::Keep(std::vector<Path> ways, std::size_t most) {
   const auto is_sure = [](const Path& path) { return path.evidence >= kSure; };
   if (std::any_of(ways.begin(), ways.end(), is_sure)) {
     const auto shows_nothing = [](const Path& path) { return !path.settled; };
@@ -125,13 +181,13 @@ void Search::Keep(std::vector<Path> ways, std::size_t most) {
   }
   std::stable_sort(ways.begin(), ways.end(), [](const Path& a, const Path& b) { return a.Rank() < b.Rank(); });
   paths_.clear();
-  most =
-      std::min(most, std::max<std::size_t>(2, kMostStateBytes / (kTracesOfState * std::max<std::size_t>(largest_, 1))));
   std::set<std::uint64_t> keys;
   for (Path& way : ways) {
-    if (paths_.size() == most) break;
-    if (ways.size() == 1 || keys.insert(way.Key()).second) paths_.push_back(std::move(way));
+    if (ways.size() > 1 && !keys.insert(way.Key()).second) continue;
+    if (paths_.size() == most) return true;
+    paths_.push_back(std::move(way));
   }
+  return false;
 }
 
 /// Samples that came before this time and have had no result by now have none.

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -37,29 +38,46 @@ class Search {
   /// Works on the results for which all has come that can have come; `now_ns` is the time of the last arrival.
   void Advance(std::int64_t now_ns);
 
-  /// The stretch ends. What was found by the best of the ways.
+  /// The stretch ends. What was found by the best of the ways. The sample of a last result, which came to the recorder
+  /// behind it, may be missing: such a result counts as not checked.
   Findings End(std::int64_t end_ns);
+
+  /// The same, where something is missing behind: nothing is up to `since_ns`. Results that came shortly before and are
+  /// not explained by what there is may be those of samples that are missing: they count as not checked.
+  Findings EndAtGap(std::int64_t since_ns);
+
+  /// Results at which more ways were possible than are followed, or looked at.
+  std::uint64_t Bounded() const { return bounded_; }
 
   /// What was found out about numbers that nobody recorded, in words.
   const std::string& Guessed() const { return guessed_; }
 
  private:
+  void ExplainDue(std::int64_t now_ns);
+  bool ExplainAsItIs(const Arrival& result);
+  Findings Found(std::int64_t end_ns);
   bool IsDue(const Arrival& result, std::int64_t now_ns) const;
   void Explain(const Arrival& result);
+  void LeaveUnchecked();
   std::vector<Path> WaysTo(const Arrival& result, bool is_telling);
-  void Keep(std::vector<Path> ways, std::size_t most);
+  std::vector<Path> FoundBy(Expansion& expansion);
+  bool Keep(std::vector<Path> ways, std::size_t most);
+  void LimitWaysTo(std::size_t bytes);
   void PassBefore(std::int64_t time_ns);
   void Pass(Path& path, std::int64_t time_ns) const;
   void DropWhatAllHad();
   std::size_t PendingBytes() const;
 
   const ObjectFacts facts_;
-  const SearchLimits limits_;
+  SearchLimits limits_;  // as the size of the samples allows
   Beginning beginning_;
   std::vector<Arrivals> streams_;  // of the inputs, and of the changes
   Arrivals results_;
   std::size_t next_result_ = 0;
-  std::size_t largest_ = 0;  // bytes of a sample
+  std::int64_t last_ns_ = 0;  // of the last sample or result
+  std::int64_t end_ns_ = std::numeric_limits<std::int64_t>::max();
+  std::uint64_t bounded_ = 0;
+  bool was_cut_ = false;  // of the ways to the present result
   std::vector<Path> paths_;
   std::shared_ptr<const Datum> last_result_;
   std::string guessed_;

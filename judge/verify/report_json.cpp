@@ -50,6 +50,7 @@ ordered_json JsonOfObject(const ObjectReport& object) {
                     {"refused_by_reason", findings.RefusedBy()},
                     {"problem", object.problem},
                     {"found_out", object.guessed},
+                    {"search_bounded", object.bounded},
                     {"interrupted", object.interrupted},
                     {"interruptions", object.interruptions}};
   for (int kind = 0; kind < Remark::kKinds; ++kind) {

@@ -88,6 +88,13 @@ std::string RemarksText(const Findings& findings, Remark::Kind kind, const char*
   return text;
 }
 
+std::string BoundsText(std::uint64_t results) {
+  return fmt::format(
+      "- the search was bounded at {} results: more orders were possible than are followed; a result that is not "
+      "explained may have come from one of them\n",
+      results);
+}
+
 std::string DetailsOf(const ObjectReport& object) {
   const Findings& findings = object.findings;
   std::string text = fmt::format("### {}\n\n", Plain(object.name));
@@ -97,6 +104,7 @@ std::string DetailsOf(const ObjectReport& object) {
   text += ReasonsText("samples without a result, as the rules say", findings.RefusedBy());
   if (!object.guessed.empty()) text += fmt::format("- found out from a result: {}\n", Plain(object.guessed));
   if (findings.CountOf(Remark::Order) == 0) text += "- the order of arrival explains the results\n";
+  if (object.bounded > 0 && object.Differs()) text += BoundsText(object.bounded);
   for (const std::string& reason : object.interruptions) text += fmt::format("- began anew: {}\n", Plain(reason));
   text += RemarksText(findings, Remark::Unexplained, "Results that the rules do not give", "result");
   text += RemarksText(findings, Remark::Missing, "Samples whose results are not in the recording", "sample");

@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include "platform/base/TextFile.h"
+#include "platform/signals/moved_tree.h"
 #include "platform/transport/addresses.h"
 #include "platform/transport/unix_endpoint.h"
 
@@ -102,13 +103,15 @@ bool IsOrbOption(std::string_view name) {
   return std::find(std::begin(kOrbOptions), std::end(kOrbOptions), name) != std::end(kOrbOptions);
 }
 
-/// The configuration file: one from the environment must exist, the compiled-in one need not.
+/// The configuration file: one from the environment must exist, the compiled-in one need not, and may have been moved
+/// with the tree that it was installed in.
 std::string TransportFile(const std::string& compiled_in) {
   if (const char* file = std::getenv("LUMENAR_TRANSPORT_CONF"); file != nullptr && *file != '\0') return file;
+  if (compiled_in.empty()) return {};
+  const std::filesystem::path file = Lumenar::InMovedTree(compiled_in);
   std::error_code error;
-  const auto type =
-      compiled_in.empty() ? std::filesystem::file_type::not_found : std::filesystem::status(compiled_in, error).type();
-  return type == std::filesystem::file_type::not_found ? std::string() : compiled_in;
+  const auto type = std::filesystem::status(file, error).type();
+  return type == std::filesystem::file_type::not_found ? std::string() : file.string();
 }
 
 /// "FILE:LINE: KEY: " of an element of a list, which a file that was read without an error names; "KEY: " of a default.

@@ -16,24 +16,44 @@ UpcallGate::WithoutWaiting::~WithoutWaiting() { may_wait = before_; }
 
 void UpcallGate::Open() {
   Lumenar::Lock lock(mutex_);
-  if (state_ == State::Building) state_ = State::Open;
+  if (state_ != kBuilding) return;
+  object_->_add_ref();
+  state_.store(kOpen, std::memory_order_release);
   changed_.NotifyAll();
 }
 
 void UpcallGate::Close() noexcept {
-  Lumenar::Lock lock(mutex_);
-  state_ = State::Closed;
-  changed_.NotifyAll();
+  bool was_open_and_empty = false;
+  {
+    Lumenar::Lock lock(mutex_);
+    if (state_ == kBuilding) state_ = kClosed;
+    else if (IsOpen(state_)) was_open_and_empty = state_.fetch_add(kClosed - kOpen) == kOpen;
+    changed_.NotifyAll();
+  }
+  if (was_open_and_empty) object_->_remove_ref();
 }
 
-PortableServer::ServantBase* UpcallGate::Enter() {
+/// False when the gate is closed.
+bool UpcallGate::Enter() {
+  if (state_.load(std::memory_order_acquire) == kBuilding) WaitUntilBuilt();
+  std::uint64_t state = state_.load(std::memory_order_acquire);
+  while (IsOpen(state)) {
+    if (!state_.compare_exchange_weak(state, state + kCaller, std::memory_order_acquire)) continue;
+    may_wait = true;
+    return true;
+  }
+  return false;
+}
+
+/// The last to leave a closed gate gives back its reference, with which the gate may go as well.
+void UpcallGate::Leave() noexcept {
+  if (state_.fetch_sub(kCaller, std::memory_order_acq_rel) == kClosed + kCaller) object_->_remove_ref();
+}
+
+void UpcallGate::WaitUntilBuilt() {
   Lumenar::Lock lock(mutex_);
-  if (state_ == State::Building && !may_wait) throw WouldWait();
-  while (state_ == State::Building) changed_.Wait(mutex_);
-  if (state_ == State::Closed) return nullptr;
-  may_wait = true;
-  object_->_add_ref();  // under the lock: Close, which comes before the owner's release, cannot slip between
-  return object_;
+  if (state_ == kBuilding && !may_wait) throw WouldWait();
+  while (state_ == kBuilding) changed_.Wait(mutex_);
 }
 
 }  // namespace Corvanta

@@ -5,6 +5,8 @@
 #include <boost/enable_shared_from_this.hpp>
 #include <boost/shared_ptr.hpp>
 
+#include <atomic>
+#include <cstdint>
 #include <utility>
 
 #include "platform/base/Mutex.h"
@@ -17,8 +19,15 @@ namespace Corvanta {
 /// call in the object: its subscriptions and attributes, whose servants outlive it perhaps.
 /// While the object is built, callers wait; once open, each caller holds the object alive until it leaves; once closed,
 /// callers find nobody. Closing never waits for callers inside. Outlives its object: servants and callbacks share it.
+///
+/// From Open on the gate has a reference of its own to the object, which it gives back when it is closed and the last
+/// caller has left: so callers go in and out by counting themselves, without a lock.
 class UpcallGate : public boost::enable_shared_from_this<UpcallGate> {
  public:
+  ~UpcallGate() { Close(); }
+  UpcallGate(const UpcallGate&) = delete;
+  UpcallGate& operator=(const UpcallGate&) = delete;
+
   static boost::shared_ptr<UpcallGate> Create(PortableServer::ServantBase* object) {
     return boost::shared_ptr<UpcallGate>(new UpcallGate(object));
   }
@@ -26,22 +35,23 @@ class UpcallGate : public boost::enable_shared_from_this<UpcallGate> {
   /// Ends the building: callers come in. After Close it does nothing.
   void Open();
 
-  /// Lets nobody in any more, and sends away who waits. The object's owner calls it before it gives up its reference.
+  /// Lets nobody in any more, and sends away who waits. The object's owner calls it before it gives up its reference; a
+  /// second call does nothing.
   void Close() noexcept;
 
   /// Holds the object for the length of a call; false when the gate is closed. Errors   WouldWait.
   class Pass {
    public:
-    explicit Pass(UpcallGate& gate) : object_(gate.Enter()) {}
+    explicit Pass(UpcallGate& gate) : gate_(gate.Enter() ? &gate : nullptr) {}
     ~Pass() {
-      if (object_ != nullptr) object_->_remove_ref();
+      if (gate_ != nullptr) gate_->Leave();
     }
     Pass(const Pass&) = delete;
     Pass& operator=(const Pass&) = delete;
-    explicit operator bool() const { return object_ != nullptr; }
+    explicit operator bool() const { return gate_ != nullptr; }
 
    private:
-    PortableServer::ServantBase* object_;
+    UpcallGate* const gate_;
   };
 
   /// What a caller gets that may not wait, while the object is built.
@@ -70,12 +80,18 @@ class UpcallGate : public boost::enable_shared_from_this<UpcallGate> {
 
  private:
   explicit UpcallGate(PortableServer::ServantBase* object) : object_(object) {}
-  PortableServer::ServantBase* Enter();
 
-  enum class State { Building, Open, Closed };
+  bool Enter();
+  void Leave() noexcept;
+  void WaitUntilBuilt();
+
+  // What state_ is made of: one of three, and the callers inside. It leaves Building under the lock.
+  static constexpr std::uint64_t kBuilding = 0, kOpen = 1, kClosed = 2, kCaller = 4;
+  static bool IsOpen(std::uint64_t state) noexcept { return (state & kOpen) != 0; }
+
+  std::atomic<std::uint64_t> state_{kBuilding};
   Lumenar::Mutex mutex_;
   Lumenar::Condition changed_;
-  State state_ GUARDED_BY(mutex_) = State::Building;
   PortableServer::ServantBase* const object_;
 };
 

@@ -235,14 +235,23 @@ inline std::uint64_t MessageFraming::OrdinarySize(std::span<const char> bytes) n
 
 /// Whole messages stay where they are; from the first thing else on, bytes go to the backlog.
 std::size_t MessageFraming::PassInPlace(std::span<char> bytes) {
+  const std::uint64_t size = pass_left_ > 0 ? pass_left_ : OrdinarySize(bytes);
+  if (size < bytes.size()) return PassSeveral(bytes, size);
+  pass_left_ = size - bytes.size();
+  return bytes.size();
+}
+
+/// The same, where more than the message under way, of which `size` bytes are still to come, may have been read. 0: what
+/// it is has to be looked at closely.
+[[gnu::noinline]] std::size_t MessageFraming::PassSeveral(std::span<const char> bytes, std::uint64_t size) {
   std::span<const char> rest = bytes;
-  std::uint64_t size = pass_left_;
-  while (size < rest.size()) {
-    rest = rest.subspan(size);
-    pass_left_ = 0;
-    size = OrdinarySize(rest);
+  pass_left_ = 0;
+  for (;;) {
     if (size == 0) size = OtherSize(rest);
     if (size == 0) return bytes.size() - rest.size();
+    if (size >= rest.size()) break;
+    rest = rest.subspan(size);
+    size = OrdinarySize(rest);
   }
   pass_left_ = size - rest.size();
   return bytes.size();

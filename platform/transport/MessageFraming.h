@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <new>
 #include <optional>
 #include <span>
 #include <string>
@@ -141,6 +142,7 @@ class MessageFraming {
 
   // Doing.
   std::size_t PassInPlace(std::span<char> bytes);
+  std::size_t PassSeveral(std::span<const char> bytes, std::uint64_t size);
   std::uint64_t OrdinarySize(std::span<const char> bytes) noexcept;
   std::uint64_t OtherSize(std::span<const char> bytes);
   void Keep(std::span<const char> bytes);
@@ -196,5 +198,29 @@ class MessageFraming {
   std::optional<std::string> failure_;
   std::atomic<bool> has_output_{false};
 };
+
+/// One read of the ORB: what its transport's Recv would return, of whole messages alone. `receive` reads from the
+/// socket as that does; `unlawful` is told why the connection ends.
+template <class Receive, class Unlawful>
+int ReceiveFramed(MessageFraming& framing, std::span<char> buffer, Receive&& receive, Unlawful&& unlawful) noexcept {
+  try {
+    for (;;) {
+      const bool is_plain = framing.IsPlain();
+      std::size_t count = is_plain ? 0 : framing.Give(buffer);
+      if (count == 0) {
+        const std::span<char> room = is_plain ? buffer : framing.Room(buffer);
+        const int read = receive(room.data(), room.size());
+        if (read <= 0) return read;
+        count = framing.Arrived(buffer, static_cast<std::size_t>(read));
+      }
+      if (count > 0) return static_cast<int>(count);
+    }
+  } catch (const UnlawfulMessage& failure) {
+    unlawful(failure.what());
+  } catch (const std::bad_alloc&) {
+    unlawful("no memory for what has come in part");
+  }
+  return -1;
+}
 
 }  // namespace Corvanta

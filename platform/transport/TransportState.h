@@ -9,8 +9,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
-#include <new>
-#include <span>
 #include <string>
 #include <string_view>
 
@@ -69,29 +67,5 @@ struct TransportState {
 
 /// The address without its port, of a "giop:tcp:ADDRESS:PORT"; "unix:PATH" of a "giop:unix:PATH".
 std::string HostOf(std::string_view peer);
-
-/// One read of the ORB: what its transport's Recv would return, of whole messages alone. `receive` reads from the
-/// socket as that does; `unlawful` is told why the connection ends.
-template <class Receive, class Unlawful>
-int ReceiveFramed(MessageFraming& framing, std::span<char> buffer, Receive&& receive, Unlawful&& unlawful) noexcept {
-  try {
-    for (;;) {
-      const bool is_plain = framing.IsPlain();
-      std::size_t count = is_plain ? 0 : framing.Give(buffer);
-      if (count == 0) {
-        const std::span<char> room = is_plain ? buffer : framing.Room(buffer);
-        const int read = receive(room.data(), room.size());
-        if (read <= 0) return read;
-        count = framing.Arrived(buffer, static_cast<std::size_t>(read));
-      }
-      if (count > 0) return static_cast<int>(count);
-    }
-  } catch (const UnlawfulMessage& failure) {
-    unlawful(failure.what());
-  } catch (const std::bad_alloc&) {
-    unlawful("no memory for what has come in part");
-  }
-  return -1;
-}
 
 }  // namespace Corvanta

@@ -12,21 +12,26 @@ namespace {
 
 /// The number of non-empty slots in front of the first empty one.
 std::size_t Leading_slots(const Units& units) noexcept {
-  const auto is_empty = [](const Unit_slot& slot) { return slot.unit == U_None; };
-  return static_cast<std::size_t>(std::find_if(units.slots.begin(), units.slots.end(), is_empty) - units.slots.begin());
+  std::size_t leading = 0;
+  while (leading < kUnitSlots && units.slots[leading].unit != U_None) ++leading;
+  return leading;
 }
 
-/// As nearly every unit is: known units in order, each once, then nothing. Such a unit is its own arrangement.
+/// As nearly every unit is: known units in order, each once, then nothing. Such a unit is its own arrangement. Asked for
+/// each unit that is worked with: one pass.
 bool Is_arranged(const Units& units) noexcept {
-  const std::size_t leading = Leading_slots(units);
-  for (std::size_t i = 0; i < leading; ++i) {
+  static_assert(kUnitRows == kLastUnit, "each number up to the last is a unit's");
+  Units_list last = U_None;
+  std::size_t i = 0;
+  for (; i < kUnitSlots && units.slots[i].unit != U_None; ++i) {
     const auto& [unit, exponent] = units.slots[i];
-    if (Find_unit(unit) == nullptr || exponent == 0 || (i > 0 && units.slots[i - 1].unit >= unit)) {
-      return false;
-    }
+    if (unit <= last || unit > kLastUnit || exponent == 0) return false;
+    last = unit;
   }
-  const auto rest = units.slots.begin() + static_cast<std::ptrdiff_t>(leading);
-  return std::all_of(rest, units.slots.end(), [](const Unit_slot& slot) { return slot == Unit_slot{}; });
+  for (; i < kUnitSlots; ++i) {
+    if (units.slots[i] != Unit_slot{}) return false;
+  }
+  return true;
 }
 
 void Require_known_units(const Units& units) {
@@ -154,6 +159,17 @@ Units Units_library::Arrange_tuple(const Units& units) {
     if (slot.unit == U_None) {
       slot.exponent = 0;
     }
+  }
+  return arranged;
+}
+
+Units Units_library::Arrange_packed(const Units& units) {
+  if (Is_arranged(units)) {
+    return units;
+  }
+  const Units arranged = Arrange_tuple(units);
+  if (!Is_packed(arranged)) {
+    throw OperationNotValid();
   }
   return arranged;
 }

@@ -105,6 +105,10 @@ class Units_library {
   /// Errors   OperationNotValid when a sum of exponents leaves the 32-bit range or a slot names no unit of the table.
   static Units Arrange_tuple(const Units& units);
 
+  /// The same of a unit that is not malformed.
+  /// Errors   OperationNotValid, also for a malformed unit.
+  static Units Arrange_packed(const Units& units);
+
   /// True when no non-empty slot follows an empty one.
   static bool Is_packed(const Units& units) noexcept;
 

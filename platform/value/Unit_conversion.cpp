@@ -67,9 +67,16 @@ double Scale_of(const Units& units, int sign) {
   return Base_to_power(Units_library::Get_unit_base(units), std::int64_t{units.base_power} * sign);
 }
 
+/// Whether a row can concern two units, by what stands first in them: units that are equal to those of the row, or its
+/// reciprocals, begin as they do.
+bool Begin_as(const Conversion_row& row, Units_list from, Units_list to) {
+  return row.source.slots[0].unit == from && row.target.slots[0].unit == to;
+}
+
 const Conversion_row* Find_slot_row(Units_list from, Units_list to) {
   for (const Conversion_row& row : kConversionRows) {
-    if (row.source.slots == Make_unit(from).slots && row.target.slots == Make_unit(to).slots) {
+    if (Begin_as(row, from, to) && row.source.slots == Make_unit(from).slots &&
+        row.target.slots == Make_unit(to).slots) {
       return &row;
     }
   }
@@ -114,10 +121,7 @@ template <class T>
 Unit_conversion<T> Unit_conversion<T>::Plan(const Units& from, const Units& to) {
   const Units source = Units_library::Arrange_tuple(from);
   Unit_conversion plan;
-  plan.target_ = Units_library::Arrange_tuple(to);
-  if (!Units_library::Is_packed(plan.target_)) {
-    throw OperationNotValid();
-  }
+  plan.target_ = Units_library::Arrange_packed(to);
   if constexpr (std::is_same_v<T, double>) {
     if (source == plan.target_) {
       return plan;
@@ -139,6 +143,9 @@ Unit_conversion<T> Unit_conversion<T>::Plan(const Units& from, const Units& to) 
 template <class T>
 bool Unit_conversion<T>::Plan_whole_unit(const Units& source) {
   for (const Conversion_row& row : kConversionRows) {
+    if (!Begin_as(row, source.slots[0].unit, target_.slots[0].unit)) {
+      continue;
+    }
     const bool source_inverse = Are_reciprocal(source, row.source);
     const bool target_inverse = Are_reciprocal(target_, row.target);
     const bool source_fits = source_inverse || source.slots == row.source.slots;

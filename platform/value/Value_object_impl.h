@@ -123,11 +123,7 @@ Value_object<T>::Value_object(const T& value, const Units& unit, const T& error_
 
 template <class T>
 void Value_object<T>::Set(const T& value, const Units& unit, const T& error_a, const T& error_b) {
-  const Units arranged = Units_library::Arrange_tuple(unit);
-  if (!Units_library::Is_packed(arranged)) {
-    throw OperationNotValid();
-  }
-  unit_ = arranged;
+  unit_ = Units_library::Arrange_packed(unit);
   value_ = value;
   detail::Sort_errors(T(error_a), T(error_b), minus_err_, plus_err_);
 }

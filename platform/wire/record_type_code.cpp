@@ -183,11 +183,37 @@ std::vector<CORBA::Octet> Encoded(CORBA::TypeCode_ptr type_code) {
   return {bytes, bytes + stream.bufSize()};
 }
 
+/// The same of a kind that is a structure, made once: the ORB's own way goes member by member for each sample.
+template <class T>
+const std::vector<CORBA::Octet>& EncodedKind() {
+  static const std::vector<CORBA::Octet> encoded = Encoded(RecordKind<T>::TypeCode());
+  return encoded;
+}
+
+constexpr std::size_t kKindAndLength = 2 * sizeof(CORBA::ULong);  // in front of the encapsulation
+
 void WriteStruct(const std::vector<CORBA::Octet>& encoded, cdrStream& stream) {
-  constexpr std::size_t kPrefix = 2 * sizeof(CORBA::ULong);
   stream.marshalULong(CORBA::tk_struct);
-  stream.marshalULong(static_cast<CORBA::ULong>(encoded.size() - kPrefix));
-  stream.put_octet_array(encoded.data() + kPrefix, static_cast<int>(encoded.size() - kPrefix));
+  stream.marshalULong(static_cast<CORBA::ULong>(encoded.size() - kKindAndLength));
+  stream.put_octet_array(encoded.data() + kKindAndLength, static_cast<int>(encoded.size() - kKindAndLength));
+}
+
+/// The kind of which this process would write the same encapsulation: nearly every sample's, told without reading it.
+/// kNoRecord for any other.
+RecordNumber KindWrittenAlike(const CORBA::Octet* encapsulation, std::size_t length) {
+  RecordNumber number = kNoRecord;
+  AnyRecordKind([&]<class T>() {
+    if constexpr (std::is_class_v<T>) {
+      const std::vector<CORBA::Octet>& encoded = EncodedKind<T>();
+      if (encoded.size() != kKindAndLength + length) return false;
+      if (std::memcmp(encoded.data() + kKindAndLength, encapsulation, length) != 0) return false;
+      number = kRecordNumber<T>;
+      return true;
+    } else {
+      return false;
+    }
+  });
+  return number;
 }
 
 }  // namespace
@@ -205,6 +231,10 @@ RecordNumber ReadRecordTypeCode(cdrStream& stream) {
   std::array<CORBA::Octet, 3 * sizeof(CORBA::ULong) + kMostBytes> bytes;
   std::array<CORBA::ULong, 3> front{0, kind, length};
   stream.get_octet_array(bytes.data() + sizeof front, static_cast<int>(length));
+  if (kind == CORBA::tk_struct) {
+    const RecordNumber alike = KindWrittenAlike(bytes.data() + sizeof front, length);
+    if (alike != kNoRecord) return alike;
+  }
   const bool swapped = bytes[sizeof front] != (_OMNIORB_HOST_BYTE_ORDER_ ? 1 : 0);
   for (CORBA::ULong& number : front) number = swapped ? cdrStream::byteSwap(number) : number;
   std::memcpy(bytes.data(), front.data(), sizeof front);
@@ -217,9 +247,7 @@ void WriteRecordTypeCode(RecordNumber kind, cdrStream& stream) {
   const bool is_written = AnyRecordKind([&]<class T>() {
     if (kind != kRecordNumber<T>) return false;
     if constexpr (std::is_class_v<T>) {
-      // The ORB's own way writes the type code member by member for each sample.
-      static const std::vector<CORBA::Octet> encoded = Encoded(RecordKind<T>::TypeCode());
-      WriteStruct(encoded, stream);
+      WriteStruct(EncodedKind<T>(), stream);
     } else {
       stream.marshalULong(RecordKind<T>::kType.kind);
     }

@@ -92,7 +92,7 @@ class OutgoingPublish : public omniCallDescriptor {
   void marshalArguments(cdrStream& stream) override {
     WriteWhole(stream, BytesOfSamples(sample_), [this](cdrStream& to) {
       WriteSample(sample_, to);
-      to.marshalRawString(topic_);
+      WriteTopic(topic_, to);
     });
   }
 

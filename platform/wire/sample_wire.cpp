@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/wire/sample_wire.h"
 
+#include <cstring>
+
 #include "platform/wire/record_type_code.h"
 
 namespace Corvanta {
@@ -48,6 +50,12 @@ std::string ReadTopic(cdrStream& stream) {
   if (topic.find('\0') != length - 1) throw CORBA::MARSHAL(0, CORBA::COMPLETED_NO);
   topic.pop_back();
   return topic;
+}
+
+void WriteTopic(const char* topic, cdrStream& stream) {
+  const auto length = static_cast<CORBA::ULong>(std::strlen(topic) + 1);
+  stream.marshalULong(length);
+  stream.put_octet_array(reinterpret_cast<const CORBA::Octet*>(topic), static_cast<int>(length));
 }
 
 void WriteSample(const SampleView& sample, cdrStream& stream) {

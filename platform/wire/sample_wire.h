@@ -28,6 +28,9 @@ void WriteRecord(const SampleView& sample, cdrStream& stream);
 /// Errors   CORBA::MARSHAL; BAD_PARAM for a name of more than 4 KiB.
 std::string ReadTopic(cdrStream& stream);
 
+/// The reverse, in one block: the ORB's own way goes letter by letter.
+void WriteTopic(const char* topic, cdrStream& stream);
+
 void WriteSample(const SampleView& sample, cdrStream& stream);
 
 /// A sample for several subscribers of a process, as it came in.

@@ -96,7 +96,7 @@ std::vector<Source> DrawFitting(const MathModel& model, int type) {
   }
   const Kind kind = OneIn(2) ? Kind::Scalar : Kind::Trace;
   std::vector<Source> inputs{DrawSource(model, kind)};
-  if (type == kSubtract || type == kRelativeSubtract) inputs.push_back(DrawSource(model, kind));
+  if (Judge::InputsOf(static_cast<Judge::Type>(type)) == 2) inputs.push_back(DrawSource(model, kind));
   return inputs;
 }
 
@@ -153,7 +153,7 @@ struct Feed : Command {
 };
 
 struct SetType : Command {
-  int type = OneIn(5) ? DrawOneOf<int>({-1, 5, 7, INT32_MIN}) : Draw(0, kOperations);
+  int type = OneIn(5) ? DrawOneOf<int>({-1, kOperations, 99, INT32_MIN}) : Draw(0, kOperations);
 
   void apply(MathModel& model) const override { model.SetType(type); }
   void Do(const MathModel&, EngineUnderTest& engine) const override { engine.SetType(type); }

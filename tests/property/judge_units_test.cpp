@@ -34,9 +34,9 @@ std::optional<double> OfTheJudge(std::int32_t to, std::int32_t from) {
 }
 
 TEST(JudgeUnits, AreThoseOfTheEngine) {
-  ASSERT_EQ(Judge::kLastUnit, Value::kLastUnit);
-  for (std::int32_t to = 1; to <= Judge::kLastUnit; ++to) {
-    for (std::int32_t from = 1; from <= Judge::kLastUnit; ++from)
+  ASSERT_EQ(Judge::LastUnit(), Value::kLastUnit);
+  for (std::int32_t to = 1; to <= Judge::LastUnit(); ++to) {
+    for (std::int32_t from = 1; from <= Judge::LastUnit(); ++from)
       EXPECT_EQ(OfTheJudge(to, from), OfTheEngine(to, from)) << "from unit " << from << " to unit " << to;
   }
 }

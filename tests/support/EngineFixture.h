@@ -19,13 +19,12 @@
 #include "platform/records/Records.h"
 #include "platform/topics/DDS_Subscriber.h"
 #include "tests/support/IsolatedPlatform.h"
+#include "tests/support/MathType.h"
 
 namespace Lumenar::Test {
 
 using Corvanta::BASIC_TRACE::BT_DATA;
 using Scalar = Corvanta::VALUE_DOUBLE::VALUE;
-
-enum MathType { Subtract, RelativeSubtract, Average, Peak, CumulativeAdd };
 
 /// dB of milliwatt.
 inline constexpr Value::Units kdBm = Value::Make_unit(Value::U_Watt, 1, -3, true);

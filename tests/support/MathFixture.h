@@ -13,14 +13,13 @@
 #include "platform/components/readings/EngineReadingLong_i.h"
 #include "platform/components/readings/EngineReadingValueDouble_i.h"
 #include "platform/wire/sample_any.h"
+#include "tests/support/MathType.h"
 #include "tests/support/TopicsFixture.h"
 #include "tests/support/trace_samples.h"
 
 namespace Lumenar::Test {
 
 using Scalar = Corvanta::VALUE_DOUBLE::VALUE;
-
-enum MathType { Subtract, RelativeSubtract, Average, Peak, CumulativeAdd };
 
 inline constexpr Value::Units kW = Value::C_Watts;
 inline constexpr Value::Units kdBW = Value::Make_unit(Value::U_Watt, 1, 0, true);

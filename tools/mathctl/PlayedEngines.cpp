@@ -15,6 +15,8 @@ namespace {
 
 constexpr std::size_t kLongestSetting = 100'000;  // what one variable of the environment may hold, and room to spare
 constexpr const char* kOffers = "Lumenar::ReplayInit offers ";
+constexpr const char* kPlayed = "Lumenar::ReplayInit played ";
+constexpr const char* kThen = ", then: ";
 
 [[noreturn]] void ThrowUsage(const std::string& text) { throw Client::Error(Client::ErrorKind::BadArgument, text); }
 
@@ -92,8 +94,9 @@ void PlayedEngines::Plan(const RecordingSurvey& survey, const std::vector<std::u
     if (!fits) ThrowUsage(fmt::format("--rename: the recording has no engine or reading {}", Client::Printable(from)));
   }
   for (const Recording::ReadingInfo& reading : survey.readings) {
-    const bool wanted = chosen.empty() ? survey.samples[reading.index] > 0
-                                       : std::find(chosen.begin(), chosen.end(), reading.index) != chosen.end();
+    const bool has_samples = !survey.complete || survey.samples[reading.index] > 0;
+    const bool wanted =
+        chosen.empty() ? has_samples : std::find(chosen.begin(), chosen.end(), reading.index) != chosen.end();
     if (wanted) Place(reading);
   }
   if (plan_.empty()) throw Client::Error(Client::ErrorKind::Refused, "the recording has no samples");
@@ -150,8 +153,19 @@ bool PlayedEngines::WaitForEnd(std::chrono::milliseconds limit) {
   const auto end = std::chrono::steady_clock::now() + limit;
   return std::all_of(hosts_.begin(), hosts_.end(), [&](const auto& host) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
-    return host->WaitForLine("Lumenar::ReplayInit played ", std::max(left, std::chrono::milliseconds(1)));
+    return host->WaitForLine(kPlayed, std::max(left, std::chrono::milliseconds(1)));
   });
+}
+
+// "Lumenar::ReplayInit played 12 samples, then: night.jsonl:17: is damaged"
+std::string PlayedEngines::Failure() const {
+  for (const auto& host : hosts_) {
+    for (const std::string& line : host->Lines()) {
+      const std::size_t then = line.starts_with(kPlayed) ? line.find(kThen) : std::string::npos;
+      if (then != std::string::npos) return Client::Printable(line.substr(then + std::string_view(kThen).size()));
+    }
+  }
+  return {};
 }
 
 void PlayedEngines::WaitForSignal() {

@@ -51,6 +51,9 @@ class PlayedEngines {
   /// Whether all samples were played within `limit`.
   bool WaitForEnd(std::chrono::milliseconds limit);
 
+  /// When they were played: why not all of the file could be; empty where it could.
+  std::string Failure() const;
+
   /// Lets the readings stay until a signal comes.
   /// Errors   Signal_Exception always; Client::Error when an engine has ended.
   [[noreturn]] void WaitForSignal();

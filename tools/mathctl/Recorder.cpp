@@ -4,10 +4,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <set>
 #include <variant>
 
-#include "DDS.hh"
 #include "client/Error.h"
 #include "client/Text.h"
 #include "client/values.h"
@@ -22,7 +20,7 @@ using Recording::EventKind;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr milliseconds kLookEach{1000};
+constexpr milliseconds kPatience{250};
 
 std::int64_t ToNs(std::chrono::system_clock::time_point time) {
   return std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
@@ -34,8 +32,6 @@ bool HasReset(const PlannedReading& planned) {
 
 }  // namespace
 
-std::int64_t NowNs() { return ToNs(std::chrono::system_clock::now()); }
-
 Recorder::Recorder(const Session& session, const std::vector<PlannedReading>& planned, const RecorderOptions& options)
     : session_(session),
       planned_(planned),
@@ -44,11 +40,11 @@ Recorder::Recorder(const Session& session, const std::vector<PlannedReading>& pl
       silent_(planned.size(), false),
       progress_(session.options.quiet),
       begin_(steady_clock::now()),
-      looked_(begin_),
       sample_came_(begin_) {}
 
 void Recorder::Run() {
   Subscribe();
+  loss_watch_.emplace(session_, subscription_);
   AddReadings();
   WritePresentValues();
   if (options_.reset) ResetObjects();
@@ -58,10 +54,9 @@ void Recorder::Run() {
     if (const auto delivery = subscription_.Next(Patience())) Write(*delivery);
     LookAround();
   }
-  NoteLost();
-  if (!subscription_.Ended()) lost_ += DroppedByManager();
+  if (!subscription_.Ended()) Note(loss_watch_->LastLook());
   progress_.Clear();
-  writer_->Finish(NowNs(), lost_);
+  writer_->Finish(NowNs(), writer_->LostInFile());
 }
 
 void Recorder::Subscribe() {
@@ -118,19 +113,22 @@ bool Recorder::Finished() const {
 }
 
 milliseconds Recorder::Patience() const {
-  if (options_.seconds <= 0) return kLookEach / 4;
+  if (options_.seconds <= 0) return kPatience;
   const auto left = std::chrono::ceil<milliseconds>(std::chrono::duration<double>(options_.seconds) - Elapsed());
-  return std::clamp(left, milliseconds(0), kLookEach / 4);
+  return std::clamp(left, milliseconds(0), kPatience);
 }
 
 void Recorder::Write(const Client::Delivery& delivery) {
   const Source& source = sources_.at(delivery.source);
   sample_came_ = steady_clock::now();
   silent_[source.reading] = false;
-  NoteLost();
+  for (const Client::LostSamples& lost : delivery.lost) {
+    NoteLost({lost.source, lost.samples, "", ToNs(delivery.time)}, ToNs(delivery.time));
+    AskForSizes(lost.source);
+  }
   if (source.is_size) {
     const auto* size = std::get_if<CORBA::Long>(&delivery.record);
-    if (size != nullptr) writer_->Write(Event{EventKind::Size, ToNs(delivery.time), source.reading, *size, ""});
+    if (size != nullptr) WriteSize(source.reading, *size, ToNs(delivery.time));
     return;
   }
   if (std::holds_alternative<std::monostate>(delivery.record)) {
@@ -143,25 +141,45 @@ void Recorder::Write(const Client::Delivery& delivery) {
 // Once a second: what was written can be read by others, and nothing was lost unnoticed.
 void Recorder::LookAround() {
   ShowProgress();
-  const auto now = steady_clock::now();
-  if (now - looked_ < kLookEach || subscription_.Ended()) return;
-  looked_ = now;
+  if (!loss_watch_->IsDue() || subscription_.Ended()) return;
   writer_->Flush();
-  NoteRenewed();
-  if (now - sample_came_ >= session_.connection.Timeout()) NoteSilent();
+  Note(loss_watch_->Look());
+  if (steady_clock::now() - sample_came_ >= session_.connection.Timeout()) NoteSilent();
 }
 
-void Recorder::NoteLost() {
-  const unsigned long long lost = subscription_.Lost();
-  if (lost == lost_here_) return;
-  writer_->Write(Event{EventKind::Lost, NowNs(), std::nullopt, static_cast<std::int64_t>(lost - lost_here_), ""});
-  lost_ += lost - lost_here_;
-  lost_here_ = lost;
+void Recorder::Note(const std::vector<Loss>& losses) {
+  for (const Loss& loss : losses) {
+    if (loss.samples > 0) {
+      NoteLost(loss, NowNs());
+    } else {
+      NoteGap(loss.source ? std::optional(sources_[*loss.source].reading) : std::nullopt, loss.why, loss.since_ns);
+    }
+    AskForSizes(loss.source);
+  }
 }
 
-void Recorder::NoteRenewed() {
-  for (const std::size_t source : subscription_.TakeRenewed())
-    NoteGap(sources_[source].reading, "the topic manager had forgotten the subscription");
+void Recorder::NoteLost(const Loss& loss, std::int64_t time_ns) {
+  Event event{EventKind::Lost, time_ns, sources_[*loss.source].reading, static_cast<std::int64_t>(loss.samples), ""};
+  if (loss.since_ns != time_ns) event.since_ns = loss.since_ns;
+  writer_->Write(event);
+  lost_ += loss.samples;
+}
+
+// A change of SIZE may be among what is missing.
+void Recorder::AskForSizes(std::optional<std::size_t> source) {
+  for (std::size_t i = 0; i < sources_.size(); ++i) {
+    if (!sources_[i].is_size || (source && *source != i) || subscription_.Ended()) continue;
+    const Client::MathName& math = *planned_[sources_[i].reading].math;
+    try {
+      WriteSize(sources_[i].reading, session_.ObjectsOf(math).Size(math.id), NowNs());
+    } catch (const Client::Error& error) {
+      NoteGap(sources_[i].reading, error.what());
+    }
+  }
+}
+
+void Recorder::WriteSize(std::uint32_t reading, std::int32_t size, std::int64_t time_ns) {
+  writer_->Write(Event{EventKind::Size, time_ns, reading, size, ""});
 }
 
 // Asked when nothing comes: an engine that is started again goes on where it was, so the recording does too.
@@ -180,29 +198,13 @@ void Recorder::NoteSilent() {
   }
 }
 
-void Recorder::NoteGap(std::optional<std::uint32_t> reading, const std::string& why) {
-  writer_->Write(Event{EventKind::Gap, NowNs(), reading, 0, Client::Printable(why)});
+void Recorder::NoteGap(std::optional<std::uint32_t> reading, const std::string& why,
+                       std::optional<std::int64_t> since_ns) {
+  writer_->Write(Event{EventKind::Gap, NowNs(), reading, 0, Client::Printable(why), since_ns});
   progress_.Clear();
-  WriteError(fmt::format("mathctl: {}: samples may be missing from here on: {}",
-                         reading ? planned_[*reading].info.name : "all readings", why));
-}
-
-std::uint64_t Recorder::DroppedByManager() {
-  try {
-    const Corvanta::DDS_Manager_var manager = session_.connection.TopicManager();
-    const Corvanta::SubscriptionStatusSeq_var all =
-        Client::Remote("topic manager", [&] { return manager->Subscriptions(); });
-    const std::vector<std::int32_t> handles = subscription_.Handles();
-    const std::set<std::int32_t> own(handles.begin(), handles.end());
-    std::uint64_t dropped = 0;
-    for (CORBA::ULong i = 0; i < all->length(); ++i) {
-      if (own.contains(all.in()[i].handle)) dropped += all.in()[i].dropped;
-    }
-    return dropped;
-  } catch (const Client::Error& error) {
-    NoteGap(std::nullopt, error.what());
-    return 0;
-  }
+  WriteError(fmt::format("mathctl: {}: samples may be missing {}: {}",
+                         reading ? planned_[*reading].info.name : "all readings",
+                         since_ns ? "before this moment" : "from here on", why));
 }
 
 void Recorder::ShowProgress() {

@@ -9,6 +9,7 @@
 
 #include "client/Subscription.h"
 #include "recording/RecordingWriter.h"
+#include "tools/mathctl/LossWatch.h"
 #include "tools/mathctl/Progress.h"
 #include "tools/mathctl/RecordingPlan.h"
 #include "tools/mathctl/command.h"
@@ -53,11 +54,13 @@ class Recorder {
   std::chrono::milliseconds Patience() const;
   void Write(const Client::Delivery& delivery);
   void LookAround();
-  void NoteLost();
-  void NoteRenewed();
+  void Note(const std::vector<Loss>& losses);
+  void NoteLost(const Loss& loss, std::int64_t time_ns);
+  void AskForSizes(std::optional<std::size_t> source);
+  void WriteSize(std::uint32_t reading, std::int32_t size, std::int64_t time_ns);
   void NoteSilent();
-  void NoteGap(std::optional<std::uint32_t> reading, const std::string& why);
-  std::uint64_t DroppedByManager();
+  void NoteGap(std::optional<std::uint32_t> reading, const std::string& why,
+               std::optional<std::int64_t> since_ns = std::nullopt);
   void ShowProgress();
 
   const Session& session_;
@@ -67,16 +70,12 @@ class Recorder {
   std::vector<Source> sources_;
   std::vector<bool> silent_;                          // readings whose engine did not answer when last asked
   std::optional<Recording::RecordingWriter> writer_;  // from AddReadings on
+  std::optional<LossWatch> loss_watch_;               // from Subscribe on
   Progress progress_;
   std::chrono::steady_clock::time_point begin_;
-  std::chrono::steady_clock::time_point looked_;
   std::chrono::steady_clock::time_point sample_came_;
   std::uint64_t written_ = 0;  // samples that were published
   std::uint64_t lost_ = 0;
-  unsigned long long lost_here_ = 0;
 };
-
-/// The time now, in nanoseconds since the epoch.
-std::int64_t NowNs();
 
 }  // namespace Lumenar::Mathctl

@@ -9,8 +9,8 @@
 #include "client/Text.h"
 #include "client/values.h"
 #include "recording/RecordingWriter.h"
+#include "tools/mathctl/LossWatch.h"
 #include "tools/mathctl/PlayedEngines.h"
-#include "tools/mathctl/Recorder.h"
 #include "tools/mathctl/RecordingPlan.h"
 #include "tools/mathctl/RowWriter.h"
 #include "tools/mathctl/command.h"
@@ -81,7 +81,8 @@ std::string ItemName(const Recording::ReadingInfo& reading, const std::string& g
 }
 
 void LoadReference(const Session& session, const ReferenceArguments& arguments) {
-  const RecordingSurvey survey = SurveyRecording(arguments.file, session.options.quiet);
+  RecordingSurveyor surveyor(arguments.file);
+  const RecordingSurvey survey = SurveyBeginning(surveyor);
   const std::uint32_t index = ChooseReading(survey, arguments);
   const Recording::ReadingInfo& reading = survey.readings[index];
   PlayingOptions options;

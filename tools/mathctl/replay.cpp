@@ -5,6 +5,10 @@
 #include <chrono>
 #include <memory>
 
+#include "client/Error.h"
+#include "client/Text.h"
+#include "platform/base/Diagnostic.h"
+#include "platform/signals/Signals.h"
 #include "tools/mathctl/PlayedEngines.h"
 #include "tools/mathctl/Progress.h"
 #include "tools/mathctl/RowWriter.h"
@@ -15,43 +19,92 @@ namespace Lumenar::Mathctl {
 namespace {
 
 constexpr std::chrono::milliseconds kShowPlaying{250};
+constexpr std::chrono::milliseconds kLookOn{50};  // of each such time
 
 struct ReplayArguments {
   PlayingOptions options;
   bool stay = false;
 };
 
+// How many samples there are is known of a file that was read to its end.
 void WriteOffers(const Session& session, const PlayedEngines& engines, const RecordingSurvey& survey) {
   RowWriter rows(session.options, {"READING", "KIND", "SAMPLES", "RECORDED AS"});
   for (const OfferedReading& offered : engines.Offered()) {
     const std::string& kind = survey.readings[offered.index].kind;
     const std::uint64_t samples = survey.samples[offered.index];
-    rows.Add({{"reading", offered.name}, {"kind", kind}, {"samples", samples}, {"recorded_as", offered.recorded}},
-             {offered.name, kind, std::to_string(samples), offered.recorded});
+    rows.Add({{"reading", offered.name},
+              {"kind", kind},
+              {"samples", survey.complete ? nlohmann::ordered_json(samples) : nlohmann::ordered_json()},
+              {"recorded_as", offered.recorded}},
+             {offered.name, kind, survey.complete ? std::to_string(samples) : "-", offered.recorded});
   }
   rows.Finish();
 }
 
-void PlayRecording(const Session& session, const ReplayArguments& arguments) {
-  const RecordingSurvey survey = SurveyRecording(arguments.options.file, session.options.quiet);
-  WarnOfRest(survey, session.options.quiet);
-  const auto limit = std::max<std::chrono::milliseconds>(session.connection.Timeout() * 2, std::chrono::seconds(10));
-  PlayedEngines engines(arguments.options, survey, {}, limit);
-  WriteOffers(session, engines, survey);
-  engines.Go();
-  Progress progress(session.options.quiet);
-  const auto begin = std::chrono::steady_clock::now();
-  const double speed = arguments.options.speed;
-  while (!engines.WaitForEnd(kShowPlaying)) {
-    const std::chrono::duration<double> played = std::chrono::steady_clock::now() - begin;
-    progress.Show(fmt::format(
-        "{:.0f} s{}", played.count(),
-        arguments.options.loop || speed <= 0 ? std::string() : fmt::format(" of {:.0f}", survey.Seconds() / speed)));
+/// A file that is played while the rest of it is still being looked at.
+class Playing {
+ public:
+  Playing(const Session& session, const ReplayArguments& arguments)
+      : session_(session), arguments_(arguments), surveyor_(arguments.options.file) {}
+
+  void Run() {
+    const RecordingSurvey beginning = SurveyBeginning(surveyor_);
+    readings_ = beginning.readings.size();
+    if (beginning.complete) WarnOfRest(beginning, session_.options.quiet);
+    const auto limit = std::max<std::chrono::milliseconds>(session_.connection.Timeout() * 2, std::chrono::seconds(10));
+    PlayedEngines engines(arguments_.options, beginning, {}, limit);
+    WriteOffers(session_, engines, beginning);
+    engines.Go();
+    WaitForEnd(engines);
+    while (!surveyor_.Survey().complete && problem_.empty()) LookOn();
+    if (!engines.Failure().empty()) problem_ = engines.Failure();
+    if (!problem_.empty()) throw Client::Error(Client::ErrorKind::Refused, problem_);
+    if (!arguments_.stay) return;
+    progress_.Show("played; the readings stay until Ctrl-C");
+    engines.WaitForSignal();
   }
-  if (!arguments.stay) return;
-  progress.Show("played; the readings stay until Ctrl-C");
-  engines.WaitForSignal();
-}
+
+ private:
+  void WaitForEnd(PlayedEngines& engines) {
+    const auto begin = std::chrono::steady_clock::now();
+    while (!engines.WaitForEnd(kShowPlaying)) {
+      LookOn();
+      const std::chrono::duration<double> played = std::chrono::steady_clock::now() - begin;
+      progress_.Show(fmt::format("{:.0f} s{}", played.count(), LengthText()));
+    }
+  }
+
+  std::string LengthText() const {
+    const PlayingOptions& options = arguments_.options;
+    if (options.loop || options.speed <= 0 || !surveyor_.Survey().complete) return {};
+    return fmt::format(" of {:.0f}", surveyor_.Survey().Seconds() / options.speed);
+  }
+
+  // What is damaged plays up to there.
+  void LookOn() {
+    if (surveyor_.Survey().complete || !problem_.empty()) return;
+    Signals::ThrowIfPending();
+    try {
+      surveyor_.ReadFor(kLookOn);
+    } catch (const Client::Error& error) {
+      problem_ = error.what();
+    }
+    const RecordingSurvey& survey = surveyor_.Survey();
+    if (!survey.complete) return;
+    progress_.Clear();
+    WarnOfRest(survey, session_.options.quiet);
+    for (std::size_t late = readings_; late < survey.readings.size(); ++late)
+      WriteError(fmt::format("mathctl: {} is introduced late in the file, and is not played",
+                             Client::Printable(survey.readings[late].name)));
+  }
+
+  const Session& session_;
+  const ReplayArguments& arguments_;
+  RecordingSurveyor surveyor_;
+  std::size_t readings_ = 0;  // that are known when the playing begins
+  std::string problem_;
+  Progress progress_{session_.options.quiet};
+};
 
 std::string CheckSpeed(const std::string& text) {
   double speed = 0;
@@ -94,7 +147,7 @@ void DefineReplay(CLI::App& app, Command& command) {
       ->allow_extra_args(false);
   verb->callback([&command, arguments] {
     command.ends_on_signal = true;
-    command.run = [arguments](const Session& session) { PlayRecording(session, *arguments); };
+    command.run = [arguments](const Session& session) { Playing(session, *arguments).Run(); };
   });
 }
 

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What is said when a math object is created over inputs that cannot be combined, or over what are no inputs.
+#include <fmt/format.h>
+
+#include "tests/support/MathType.h"
 #include "tests/system/mathctl/ObjectsFixture.h"
 
 namespace Lumenar::Test {
@@ -116,10 +119,12 @@ TEST_F(CreateTest, RefusesWhatDoesNotFitAndSaysWhatWould) {
 }
 
 TEST_F(CreateTest, TypesSayWhatTheyTake) {
-  EXPECT_THAT(Out({"types"}), MatchesRegex("NUMBER +TYPE +INPUTS +RESULT\n"
-                                           "0 +Subtract +two traces or two scalars [^\n]*\n"
-                                           "1 +RelativeSubtract [^\n]*\n2 +Average [^\n]*\n3 +Peak [^\n]*\n"
-                                           "4 +CumulativeAdd +a trace and two readings of whole numbers[^\n]*\n"));
+  std::string expected = "NUMBER +TYPE +INPUTS +RESULT\n";
+  for (const char* name : kMathTypeNames) expected += fmt::format("[0-9] +{} +[^\n]*\n", name);
+  const std::string types = Out({"types"});
+  EXPECT_THAT(types, MatchesRegex(expected));
+  EXPECT_THAT(types, HasSubstr("\n0       Subtract          two traces or two scalars  "));
+  EXPECT_THAT(types, HasSubstr("\n4       CumulativeAdd     a trace and two readings of whole numbers"));
 }
 
 }  // namespace

@@ -73,6 +73,10 @@ TEST_F(SubscriptionTest, CountsWhatItsReaderWasTooSlowFor) {
   const auto oldest = subscription.Next(std::chrono::seconds(10));
   ASSERT_TRUE(oldest);
   EXPECT_EQ(std::get<CORBA::Long>(oldest->record), kMore) << "the oldest went";
+  ASSERT_EQ(oldest->lost.size(), 1u) << "right before this one";
+  EXPECT_EQ(oldest->lost[0].source, 0u);
+  EXPECT_EQ(oldest->lost[0].samples, static_cast<std::uint64_t>(kMore));
+  EXPECT_TRUE(subscription.Next(std::chrono::seconds(10))->lost.empty());
   EXPECT_EQ(subscription.Lost(), kMore);
 }
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -117,8 +118,12 @@ class RecordedObject {
     if (operation_->Reset().kind == Outcome::Published) RecordResult();
   }
 
-  void RecordEvent(Recording::EventKind kind, std::int64_t value = 0) {
+  /// The time of the last entry.
+  std::int64_t LastTime_ns() const { return now_ns_; }
+
+  void RecordEvent(Recording::EventKind kind, std::int64_t value = 0, std::optional<std::int64_t> since_ns = {}) {
     Recording::Event event;
+    event.since_ns = since_ns;
     event.kind = kind;
     event.time_ns = now_ns_ += step_ns;
     event.reading = ResultReading();

@@ -55,7 +55,7 @@ TEST(JudgeUnits, AreArrangedBySortingAndMerging) {
   Units gap;
   gap.slots[1] = {kWatt, 1};
   EXPECT_EQ(ReasonOf([&] { WellFormed(gap); }), Why::NotValid);
-  EXPECT_EQ(ReasonOf([] { Arranged(Unit(kLastUnit + 1)); }), Why::NotValid);
+  EXPECT_EQ(ReasonOf([] { Arranged(Unit(LastUnit() + 1)); }), Why::NotValid);
   EXPECT_EQ(ReasonOf([] { Arranged(Pair({kVolt, 2147483647}, {kVolt, 1})); }), Why::NotValid);
 }
 

@@ -45,6 +45,36 @@ TEST_P(RecordingFiles, AreReadBackBitForBit) {
   EXPECT_EQ(reader.CutOff(), "");
 }
 
+TEST_P(RecordingFiles, TellSinceWhenAndHowManySamplesWereLost) {
+  const Event lost{EventKind::Lost, kNow_ns + 9, 0, 12, "", kNow_ns + 3};
+  RecordingWriter writer(Path(), {}, kNow_ns);
+  writer.Add({0, "A/1/B", "A/1", "B", "long", "A/1/B", std::nullopt});
+  writer.Write(lost);
+  writer.Write(Event{EventKind::Lost, kNow_ns + 10, std::nullopt, 3, ""});
+  EXPECT_EQ(writer.LostInFile(), 15u);
+  writer.Finish(kNow_ns + 11, writer.LostInFile());
+  RecordingReader reader(Path());
+  const std::vector<Entry> entries = EntriesOf(reader);
+  EXPECT_EQ(std::get<Event>(entries.at(1)), lost);
+  EXPECT_FALSE(std::get<Event>(entries.at(2)).since_ns);
+  EXPECT_EQ(reader.GetEnd()->lost, 15u);
+}
+
+TEST_P(RecordingFiles, BeginAnotherOneWhenOneCoversItsTime) {
+  constexpr std::int64_t kSecond_ns = 1'000'000'000;
+  RecordingWriter writer(Path(), {false, "", 0, 10 * kSecond_ns}, kNow_ns);
+  writer.Add({0, "A/1/B", "A/1", "B", "long", "A/1/B", std::nullopt});
+  for (int second = 0; second < 25; ++second)
+    writer.Write(Sample{0, kNow_ns + second * kSecond_ns, SampleRecord(std::in_place_type<CORBA::Long>, second)});
+  writer.Finish(kNow_ns + 25 * kSecond_ns, 0);
+  ASSERT_EQ(writer.Parts(), 3u);
+  for (std::uint32_t part = 1; part <= 3; ++part) {
+    RecordingReader reader(PartPath(Path(), part));
+    EntriesOf(reader);
+    EXPECT_EQ(reader.Samples(), part == 3 ? 5u : 10u);
+  }
+}
+
 // A bit of a compressed file may say nothing of what is in it: then it is read as the same.
 TEST_P(RecordingFiles, OfOneChangedBitAreRefused) {
   WriteExample(Path());

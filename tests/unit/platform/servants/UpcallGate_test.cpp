@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <future>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -94,6 +95,28 @@ TEST_F(UpcallGate_, ACallerInsideKeepsTheObjectAndClosingDoesNotWaitForIt) {
     GiveUp();
     EXPECT_EQ(deaths_, 0);
   }
+  EXPECT_EQ(deaths_, 1);
+}
+
+TEST_F(UpcallGate_, TheLastOfSeveralCallersLetsTheObjectGo) {
+  gate_->Open();
+  auto first = std::make_unique<UpcallGate::Pass>(*gate_);
+  auto second = std::make_unique<UpcallGate::Pass>(*gate_);
+  gate_->Close();
+  gate_->Close();
+  GiveUp();
+  first.reset();
+  EXPECT_EQ(deaths_, 0) << "one is inside";
+  second.reset();
+  EXPECT_EQ(deaths_, 1);
+}
+
+TEST_F(UpcallGate_, AnOpenGateHoldsTheObjectUntilItGoes) {
+  gate_->Open();
+  gate_->Open();
+  GiveUp();
+  EXPECT_EQ(deaths_, 0);
+  gate_.reset();
   EXPECT_EQ(deaths_, 1);
 }
 

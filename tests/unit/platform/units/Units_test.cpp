@@ -107,6 +107,14 @@ TEST(Units, PackedMeansNothingBehindAGap) {
   EXPECT_FALSE(Units_library::Is_packed(Slots({{U_Volt, 1}, {}, {}, {}, {U_Ohm, 1}})));
 }
 
+TEST(Units, ArrangingOfPackedUnitsRefusesAGap) {
+  EXPECT_EQ(Units_library::Arrange_packed(C_Empty), C_Empty);
+  EXPECT_EQ(Units_library::Arrange_packed(Slots({{U_Ampere, 1}, {U_Volt, 1}})), C_VoltAmps);
+  EXPECT_THROW(Units_library::Arrange_packed(Slots({{}, {U_Volt, 1}})), OperationNotValid);
+  EXPECT_THROW(Units_library::Arrange_packed(Slots({{U_Volt, 1}, {}, {}, {}, {U_Ohm, 1}})), OperationNotValid);
+  EXPECT_THROW(Units_library::Arrange_packed(Slots({{kUnknown, 1}})), OperationNotValid);
+}
+
 struct Compare_case {
   const char* why;
   Units a;
