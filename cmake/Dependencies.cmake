@@ -10,6 +10,8 @@ find_package(CLI11 REQUIRED)
 pkg_check_modules(omniORB REQUIRED IMPORTED_TARGET GLOBAL omniORB4 omniDynamic4 omnithread4)
 pkg_check_modules(libzstd REQUIRED IMPORTED_TARGET GLOBAL libzstd)
 pkg_check_modules(libcrypto REQUIRED IMPORTED_TARGET GLOBAL libcrypto)
+pkg_check_modules(minizip REQUIRED IMPORTED_TARGET GLOBAL minizip)
+pkg_check_modules(libsigrok IMPORTED_TARGET GLOBAL libsigrok)  # one instrument's alone
 find_package(CycloneDDS REQUIRED)
 pkg_check_modules(prometheus_cpp_core REQUIRED IMPORTED_TARGET GLOBAL prometheus-cpp-core)
 pkg_check_modules(MPFR REQUIRED IMPORTED_TARGET GLOBAL mpfr)
