@@ -60,7 +60,6 @@ lumenar_manual_page(mathctl tools "shows readings and works with math objects")
 lumenar_manual_page(engine_host services "runs an engine library")
 lumenar_manual_page(topic_manager services "delivers samples to subscribers")
 lumenar_manual_page(hw_enumeration services "tracks which engines have started")
-lumenar_manual_page(math_web services "readings and math objects in a browser, and for monitoring")
 lumenar_manual_page(lumenar services "a platform of the math engine by hand" ${PROJECT_SOURCE_DIR}/scripts/platform)
 
 # Completion, as the command line itself gives it.
