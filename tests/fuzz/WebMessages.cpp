@@ -16,7 +16,7 @@ namespace {
 
 using Web::Request;
 
-bool IsOneLine(const std::string& text) {
+bool HasNoControls(const std::string& text) {
   return std::none_of(text.begin(), text.end(),
                       [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; });
 }
@@ -41,14 +41,14 @@ void CheckMessage(const std::string& text) {
     if (const auto object = Web::ObjectFrom(request.name, "MATHFACTORY/1"))
       Require(object->object.id >= 0, "an id is not negative");
   } catch (const Web::RequestError& error) {
-    Require(IsOneLine(error.what()), "a complaint is one line");
+    Require(HasNoControls(error.what()), "a complaint is one line");
   }
 }
 
 void CheckTarget(const std::string& target) {
   const std::string path = Web::PathOf(target);
   Require(path.empty() || path.front() == '/', "a path begins with /");
-  Require(IsOneLine(path) && path.find("..") == std::string::npos, "a path does not climb");
+  Require(HasNoControls(path) && path.find("..") == std::string::npos, "a path does not climb");
   const auto file = Web::PageFiles("").Find(path, target);
   Require(!file || file->status == 200 || file->status == 304, "a file is there or not");
 }
@@ -57,7 +57,7 @@ void CheckHead(Input& rest) {
   const Web::Access access({Web::HostsOf("127.0.0.1", 80), "0123456789abcdef"});
   const Web::Credentials asked{rest.TakeText(), rest.TakeText(), rest.TakeText(), rest.TakeText()};
   const auto refusal = access.RefuseLive(asked);
-  if (refusal) Require(IsOneLine(refusal->text), "a refusal is one line");
+  if (refusal) Require(HasNoControls(refusal->text), "a refusal is one line");
   const bool shows_token = asked.authorization.find("0123456789abcdef") != std::string::npos ||
                            asked.protocols.find("0123456789abcdef") != std::string::npos;
   Require(refusal || shows_token, "nobody gets in without the token");
