@@ -40,6 +40,7 @@ constexpr Subject kSubjects[] = {
     {"sim_items", SimItems},
     {"tool_output", ToolOutput},
     {"tool_input", ToolInput},
+    {"web_messages", WebMessages},
 };
 
 std::vector<fs::path> FilesOf(const Subject& subject) {
