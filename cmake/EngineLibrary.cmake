@@ -29,16 +29,17 @@ function(lumenar_engine_library name)
   install(TARGETS ${name} LIBRARY COMPONENT ${ARG_COMPONENT} NAMELINK_SKIP)
 endfunction()
 
-# The engine library of an instrument, libNAME.so: lumenar_instrument(NAME SOURCES ... LINK ... [TARGET target]). The
-# target is called as the library where none is given. One of the sources defines ThisInstrument(), which says what
+# The engine library of an instrument, libNAME.so: lumenar_instrument(NAME SOURCES ... LINK ... [TARGET target]
+# [COMPONENT of installing]). The target is called as the library where none is given. One of the sources defines ThisInstrument(), which says what
 # instrument it is.
 function(lumenar_instrument name)
-  cmake_parse_arguments(ARG "" "TARGET" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "" "TARGET;COMPONENT" "SOURCES;LINK" ${ARGN})
   if(NOT ARG_TARGET)
     set(ARG_TARGET ${name})
   endif()
   get_property(entry_points GLOBAL PROPERTY LUMENAR_ENTRY_POINTS)
-  lumenar_engine_library(${ARG_TARGET} SOURCES ${ARG_SOURCES} ${entry_points} LINK lumenar::instruments_common ${ARG_LINK})
+  lumenar_engine_library(${ARG_TARGET} SOURCES ${ARG_SOURCES} ${entry_points} LINK lumenar::instruments_common ${ARG_LINK}
+    COMPONENT ${ARG_COMPONENT})
   target_compile_definitions(${ARG_TARGET} PRIVATE LUMENAR_ENGINE_FILE="./${name}.engine")
   set_target_properties(${ARG_TARGET} PROPERTIES OUTPUT_NAME ${name})
 endfunction()

@@ -21,6 +21,15 @@ file(GLOB instrument_headers RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
   ${PROJECT_SOURCE_DIR}/platform/components/*.h ${PROJECT_SOURCE_DIR}/platform/components/*/*.h)
 lumenar_with_included_headers(headers ${client_headers} ${instrument_headers}
   platform/program/engine_entry.h platform/program/local_arguments.h)
+# Whose types are the client library's promise (scripts/abi-check).
+lumenar_with_included_headers(promised ${client_headers})
+list(TRANSFORM promised PREPEND ${PROJECT_SOURCE_DIR}/)
+file(GLOB idl_headers ${PROJECT_SOURCE_DIR}/idl/*.idl)
+list(TRANSFORM idl_headers REPLACE ".*/(.*)\\.idl" "${PROJECT_BINARY_DIR}/idl/generated/\\1.hh")
+list(JOIN promised "\n" promised)
+list(JOIN idl_headers "\n" idl_headers)
+file(WRITE ${PROJECT_BINARY_DIR}/public_headers "${promised}\n${idl_headers}\n")
+
 foreach(header IN LISTS headers)
   get_filename_component(folder ${header} DIRECTORY)
   install(FILES ${header} DESTINATION ${header_dir}/${folder} COMPONENT development)

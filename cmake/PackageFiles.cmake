@@ -14,13 +14,21 @@ endfunction()
 configure_file(packaging/debian/changelog.in ${package_dir_of}/changelog @ONLY)
 lumenar_compressed(${package_dir_of}/changelog ${package_dir_of}/changelog.Debian.gz)
 
-# lumenar_package_files(COMPONENT PACKAGE): its copyright and its changelog, and its scripts where it has any.
+# lumenar_package_files(COMPONENT PACKAGE): its copyright and its changelog, and its scripts where it has any. One that carries what is others'
+# has a copyright of its own.
 function(lumenar_package_files component package)
-  install(FILES packaging/debian/copyright ${package_dir_of}/changelog.Debian.gz
+  set(copyright packaging/debian/copyright)
+  if(EXISTS ${PROJECT_SOURCE_DIR}/packaging/debian/${component}/copyright)
+    set(copyright packaging/debian/${component}/copyright)
+  endif()
+  install(FILES ${copyright} ${package_dir_of}/changelog.Debian.gz
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${component})
   file(GLOB scripts CONFIGURE_DEPENDS packaging/debian/${component}/*)
   foreach(script IN LISTS scripts)
     get_filename_component(name ${script} NAME)
+    if(name STREQUAL copyright)
+      continue()
+    endif()
     configure_file(${script} ${package_dir_of}/${component}/${name} @ONLY)
     if(NOT name MATCHES "conffiles|triggers")
       file(CHMOD ${package_dir_of}/${component}/${name} PERMISSIONS
@@ -45,6 +53,9 @@ function(lumenar_manual_page program component summary)
   install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${component})
   set(manual_pages ${manual_pages} ${page} PARENT_SCOPE)
 endfunction()
+if(TARGET math_web)
+  lumenar_manual_page(math_web services "shows readings and math objects in a browser")
+endif()
 lumenar_manual_page(mathctl tools "shows readings and works with math objects")
 lumenar_manual_page(engine_host services "runs an engine library")
 lumenar_manual_page(topic_manager services "delivers samples to subscribers")

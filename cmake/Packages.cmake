@@ -54,10 +54,10 @@ macro(lumenar_package component name summary more)
 endmacro()
 
 lumenar_package(libraries ${math_library} "math engine for measuring instruments"
-  "An engine library that computes differences, averages, peaks and sums of live\nmeasurements, with units and decibels."
+  "An engine library that computes differences, averages, peaks and sums of live\nmeasurements, with units and decibels; and the library of its clients."
   SECTION libs CONTROL ${package_dir_of}/libraries/triggers)
 lumenar_package(development liblumenar-dev "clients and instruments of the math engine, development"
-  "Headers, static libraries, IDL, CMake and pkg-config files and examples for who\nwrites a client or an instrument."
+  "Headers, libraries, IDL, CMake and pkg-config files and examples for who\nwrites a client or an instrument."
   SECTION libdevel
   DEPENDS "${math_library} ${same_version}" libomniorb4-dev libboost-dev libboost-thread-dev libfmt-dev)
 lumenar_package(tools lumenar-tools "command line of the math engine"
@@ -73,6 +73,13 @@ lumenar_package(instruments lumenar-instruments "instruments for the math engine
   "Engine libraries that supply readings: of this machine (probe), of recordings\n(replay), of a simulation (sim)."
   DEPENDS "${math_library} ${same_version}" "lumenar-services ${same_version}"
   CONTROL ${package_dir_of}/instruments/conffiles ${package_dir_of}/instruments/triggers)
+if(sigrok IN_LIST CPACK_COMPONENTS_ALL)
+  # libsigrok is under the GNU General Public License; nothing else of ours loads it.
+  lumenar_package(sigrok lumenar-instrument-sigrok "instrument for devices that libsigrok supports"
+    "An engine library that supplies readings of multimeters, oscilloscopes and\nother devices with drivers of libsigrok."
+    DEPENDS "${math_library} ${same_version}" "lumenar-services ${same_version}"
+    CONTROL ${package_dir_of}/sigrok/conffiles ${package_dir_of}/sigrok/triggers)
+endif()
 lumenar_package(documentation lumenar-doc "pages on the math engine"
   "What results mean, the interfaces, how clients and instruments are written, and\nhow the system is run."
   SECTION doc)

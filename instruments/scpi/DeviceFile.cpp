@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <set>
 #include <stdexcept>
+#include <tuple>
 
 #include "instruments/scpi/file_lines.h"
 #include "instruments/scpi/file_values.h"
@@ -31,6 +33,7 @@ struct Section {
 /// What the keys of a section fill in.
 struct Target {
   DeviceConfig& device;
+  std::optional<ByteOrder>& order;
   ReadingConfig& Reading() const { return device.readings.back(); }
   SettingConfig& Setting() const { return device.settings.back(); }
 };
@@ -54,6 +57,7 @@ struct FileKey {
 constexpr std::array kFileKeys = {
     FileKey{"connect", "d", [](const Target& to, Text text) { to.device.address = AddressFromText(text); }},
     FileKey{"end", "d", [](const Target& to, Text text) { to.device.end = LineEndFromText(text); }},
+    FileKey{"order", "d", [](const Target& to, Text text) { to.order = ByteOrderFromText(text); }},
     FileKey{"first_timeout", "d",
             [](const Target& to, Text text) { to.device.first_timeout = Duration(text, 10ms, 600s); }},
     FileKey{"timeout", "d", [](const Target& to, Text text) { to.device.timeout = Duration(text, 10ms, 600s); }},
@@ -184,10 +188,6 @@ class FileReader {
     const bool may_repeat = entry.key == "start" || entry.key == "single";
     if (!section_.keys.insert(std::string(entry.key)).second && !may_repeat)
       throw std::invalid_argument(fmt::format("a second {}", entry.key));
-    if (section_.kind == 'd' && entry.key == "order") {
-      order_ = ByteOrderFromText(entry.value);
-      return;
-    }
     FillInKey(entry);
     if (entry.key == "block") has_block_form_.back() = true;
   }
@@ -199,7 +199,7 @@ class FileReader {
     if (key == kFileKeys.end())
       throw std::invalid_argument(fmt::format("a {} has no key \"{}\"", TitleOf(section_.kind), entry.key));
     try {
-      key->fill_in({device_}, entry.value);
+      key->fill_in({device_, order_}, entry.value);
     } catch (const std::invalid_argument& error) {
       throw std::invalid_argument(fmt::format("{}: {}", entry.key, error.what()));
     }

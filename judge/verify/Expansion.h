@@ -48,6 +48,9 @@ class Expansion {
 
   std::vector<Path>& Found() { return found_; }
 
+  /// Some sample gave a result, though another one.
+  bool HasNearest() const { return nearest_.has_value(); }
+
   /// There were more ways than SearchLimits::steps: some were not looked at.
   bool WasCut() const { return was_cut_; }
 

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -37,7 +38,8 @@ class Search {
   /// Works on the results for which all has come that can have come; `now_ns` is the time of the last arrival.
   void Advance(std::int64_t now_ns);
 
-  /// The stretch ends. What was found by the best of the ways.
+  /// The stretch ends. What was found by the best of the ways. The sample of a last result, which came to the recorder
+  /// behind it, may be missing: such a result counts as not checked.
   Findings End(std::int64_t end_ns);
 
   /// The same, where something is missing behind: nothing is up to `since_ns`. Results that came shortly before and are
@@ -56,6 +58,7 @@ class Search {
   Findings Found(std::int64_t end_ns);
   bool IsDue(const Arrival& result, std::int64_t now_ns) const;
   void Explain(const Arrival& result);
+  void LeaveUnchecked();
   std::vector<Path> WaysTo(const Arrival& result, bool is_telling);
   std::vector<Path> FoundBy(Expansion& expansion);
   bool Keep(std::vector<Path> ways, std::size_t most);
@@ -72,6 +75,7 @@ class Search {
   Arrivals results_;
   std::size_t next_result_ = 0;
   std::int64_t last_ns_ = 0;  // of the last sample or result
+  std::int64_t end_ns_ = std::numeric_limits<std::int64_t>::max();
   std::uint64_t bounded_ = 0;
   bool was_cut_ = false;  // of the ways to the present result
   std::vector<Path> paths_;

@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 # The installed tree, moved away from where it was installed: every program runs, and a client and an instrument are built
-# against it and run with it, with CMake and with pkg-config. Usage: installed_tree.sh SOURCE_DIRECTORY BUILD_DIRECTORY
+# against it and run with it as the pages say, with CMake and with pkg-config. Usage: installed_tree.sh SOURCE_DIRECTORY BUILD_DIRECTORY
 set -euo pipefail
 source=$1 build=$2
 # shellcheck source=scripts/lib.sh
 . "$source/scripts/lib.sh"
+# shellcheck source=tests/install/pages.sh
+. "$source/tests/install/pages.sh"
 clean_up_at_end
 make_private_directory lumenar-install
 work=$private_directory
@@ -51,25 +53,13 @@ every_program_explains_itself() {
   [ "$(PKG_CONFIG_PATH=$tree/lib/pkgconfig pkg-config --modversion lumenar-client)" = "$version" ] || fail "lumenar-client.pc"
 }
 
-# A client and an instrument, outside: with CMake, and with pkg-config.
-build_outside() {
-  cp -r "$tree/share/doc/lumenar/examples" "$work/outside"
-  env -u CMAKE_PREFIX_PATH cmake -G Ninja -S "$work/outside" -B "$work/outside/build" -DCMAKE_PREFIX_PATH="$tree"
-  cmake --build "$work/outside/build"
-}
-
-build_with_pkg_config() {
-  export PKG_CONFIG_PATH=$tree/lib/pkgconfig
-  local examples=$tree/share/doc/lumenar/examples
-  mkdir "$work/plain"
-  # shellcheck disable=SC2046
-  g++ "$examples/follow_average.cpp" -o "$work/plain/follow_average" \
-    $(pkg-config --cflags --libs lumenar-client) -Wl,-rpath,"$tree/lib"
-  # shellcheck disable=SC2046
-  g++ -shared -fPIC -fvisibility=hidden -DLUMENAR_ENGINE_FILE='"./load_meter.engine"' "$examples/load_meter.cpp" \
-    "$(pkg-config --variable=entry_points lumenar-instrument)" -o "$work/plain/libload_meter.so.1" \
-    $(pkg-config --cflags --libs lumenar-instrument) \
-    -Wl,--version-script="$(pkg-config --variable=exports lumenar-instrument)" -Wl,-z,nodelete -Wl,-rpath,"$tree/lib"
+# run_page PAGE DIRECTORY: the commands of a page, in a copy of the examples; this tree stands where the page has one of its own.
+run_page() {
+  local page=$1 directory=$2
+  cp -r "$tree/share/doc/lumenar/examples" "$directory"
+  { pages_prelude; commands_of "$source/$page" tests/install/installed_tree.sh; } |
+    sed "s|/srv/lumenar|$tree|g; s|/usr/share/idl/lumenar|$tree/share/idl/lumenar|g" >"$directory.sh"
+  (cd "$directory" && env -u CMAKE_PREFIX_PATH CMAKE_GENERATOR=Ninja PATH="$tree/bin:$PATH" bash -x "$directory.sh")
 }
 
 start_naming_service() {
@@ -126,7 +116,7 @@ follow() {
 
 # What look_around finds, and a reading that a client offers.
 the_other_clients() {
-  local built=$work/outside/build
+  local built=$work/client/build
   [ "$("$built/own_reading" MYLAB/1 3 | tail -n 1)" = "peak of MYLAB/1/VOLTAGE: 0.3 V" ] || fail "own_reading"
   "$built/look_around" >"$work/looked" || fail "look_around: $(cat "$work/looked")"
   grep -q '^MATHFACTORY/1 at 127\.0\.0\.1:' "$work/looked" || fail "look_around: $(cat "$work/looked")"
@@ -136,10 +126,8 @@ the_other_clients() {
 }
 
 install_and_move
-start "$work/cmake.log" build_outside
-by_cmake=$!
-start "$work/pkg_config.log" build_with_pkg_config
-by_pkg_config=$!
+start "$work/client.log" run_page docs/writing-a-client.md "$work/client"
+client=$!
 look_for_old_places
 every_program_explains_itself
 unset LUMENAR_TRANSPORT_CONF
@@ -147,10 +135,12 @@ the_moved_configuration_counts "$tree/bin/mathctl" readings
 start_platform
 run mathctl doctor || fail "mathctl doctor"
 run mathctl engines --json | grep -q '"engine":"MATHFACTORY/1".*"version":"[1-9]' || fail "mathctl engines"
-wait "$by_cmake" || { cat "$work/cmake.log"; fail "build with CMake"; }
-the_moved_configuration_counts "$work/outside/build/follow_average" LOADMETER/1/HISTORY 1
+run_page docs/interfaces.md "$work/interfaces" >"$work/interfaces.log" 2>&1 || { cat "$work/interfaces.log"; fail "docs/interfaces.md"; }
+[ -s "$work/interfaces/MathFactory.hh" ] || fail "stubs of the interfaces"
+wait "$client" || { cat "$work/client.log"; fail "docs/writing-a-client.md"; }
+the_moved_configuration_counts "$work/client/build/follow_average" LOADMETER/1/HISTORY 1
 the_other_clients  # while every engine that has started is there
-follow "$work/outside/build/follow_average" "$work/outside/build/libload_meter.so.1"
-wait "$by_pkg_config" || { cat "$work/pkg_config.log"; fail "build with pkg-config"; }
-follow "$work/plain/follow_average" "$work/plain/libload_meter.so.1"
+follow "$work/client/build/follow_average" "$work/client/build/libload_meter.so.1"
+run_page docs/writing-an-instrument.md "$work/instrument" >"$work/instrument.log" 2>&1 || { cat "$work/instrument.log"; fail "docs/writing-an-instrument.md"; }
+follow "$work/client/follow_average" "$work/instrument/libload_meter.so.1"
 echo "client and instrument ran with the moved tree"

@@ -1,46 +1,34 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# The packages of this machine's processor, as scripts/package made them, in a clean root of Debian 12 with a network of its
-# own: installed, the services started by the lines of their units, used, upgraded while they run, started again, removed and
-# purged. Usage: packages.sh SOURCE_DIRECTORY BUILD_DIRECTORY [MIRROR]
+# The packages of this machine's processor, as scripts/package made them, in a clean root of Debian 12 without a service manager,
+# with a network of its own: installed, the services started by the lines of their units, used, upgraded while they run, started
+# again, removed and purged. booted.sh does it with a service manager, where a machine can have one.
+# Usage: packages.sh SOURCE_DIRECTORY BUILD_DIRECTORY [MIRROR]
 set -euo pipefail
 source=$1
 packages=$source/build/packages/$(dpkg --print-architecture)
 
-skip() { echo "skipped: $1"; exit 77; }
-fail() { echo "packages: $1" >&2; exit 1; }
-
-ls "$packages"/*.deb >/dev/null 2>&1 || skip "there are no packages (scripts/package makes them)"
-[ "$(id -u)" = 0 ] || skip "only root can install packages into a root"
+# shellcheck source=scripts/lib.sh
+. "$source/scripts/lib.sh"
+# shellcheck source=tests/install/clean_root.sh
+. "$source/tests/install/clean_root.sh"
+require_packages
 
 # In a network, mount and process space of its own: port 2700 is free there, and nothing outlives the script.
 if [ "${LUMENAR_PACKAGES_INSIDE:-}" != yes ]; then
-  command -v mmdebstrap >/dev/null || skip "mmdebstrap is not there (scripts/install-deps package)"
-  # shellcheck source=scripts/lib.sh
-  . "$source/scripts/lib.sh"
   clean_up_at_end
   make_private_directory lumenar-packages
-  needs=$(for file in "$packages"/*.deb; do dpkg-deb -f "$file" Depends | tr ',' '\n'; done |
-    sed 's/([^)]*)//; s/|.*//; s/ //g' | grep -v -e lumenar -e '-dev$' | sort -u | paste -s -d ,)
-  # shellcheck disable=SC2016
-  mirror=${3:-$(apt-get indextargets --format '$(SITE)' 'Created-By: Packages' 'Codename: bookworm' | head -n 1)}
-  step "$private_directory/root.log" mmdebstrap --variant=minbase --include="$needs" bookworm "$private_directory/root" \
-    "deb $mirror bookworm main" || skip "no clean root could be made: $(tail -n 1 "$private_directory/root.log")"
-  # A client and an instrument, built against the packages alone.
-  for file in "$packages"/liblumenar-*.deb; do dpkg-deb -x "$file" "$private_directory/development"; done
-  step "$private_directory/configure.log" env -u CMAKE_PREFIX_PATH cmake -G Ninja -B "$private_directory/examples" \
-    -S "$private_directory/development/usr/share/doc/lumenar/examples" -DCMAKE_PREFIX_PATH="$private_directory/development/usr"
-  step "$private_directory/build.log" cmake --build "$private_directory/examples"
-  LUMENAR_PACKAGES_INSIDE=yes step "$private_directory/test.log" unshare --net --mount --pid --fork --kill-child \
-    "$0" "$@" "$private_directory/root" && status=0 || status=$?
+  clean_root "$private_directory/root" "${3:-}"
+  development_tree "$private_directory"
+  LUMENAR_PACKAGES_INSIDE=yes start "$private_directory/test.log" unshare --net --mount --pid --fork --kill-child \
+    "$0" "$@" "$private_directory/root"
+  wait $! && status=0 || status=$?
   cat "$private_directory/test.log"
   exit "$status"
 fi
 
 # ---- in the clean root ------------------------------------------------------------------------------------------------
 
-# shellcheck source=scripts/lib.sh
-. "$source/scripts/lib.sh"
 root=${*: -1}
 logs=$root/../logs
 mkdir -p "$logs"
@@ -50,8 +38,6 @@ mount --bind /dev "$root/dev"
 
 inside() { chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 "$@"; }
 dpkg_inside() { inside DEBIAN_FRONTEND=noninteractive dpkg --force-confold "$@" >>"$logs/dpkg" 2>&1 || { tail "$logs/dpkg" >&2; fail "dpkg $*"; }; }
-names() { for file in "$packages"/*.deb; do dpkg-deb -f "$file" Package; done; }
-installable() { names | grep -v -e '-dev$'; }  # compilers are not part of a clean root
 # shellcheck disable=SC2016
 version() { inside dpkg-query -W -f '${Version}' "$1"; }
 
@@ -121,21 +107,6 @@ use() {
   [ "$(grep -c 'us' "$logs/watch")" -ge 5 ] || fail "no results: $(cat "$logs/watch")"
 }
 
-# The same packages under the next version.
-next_version() {
-  local file tree=$root/../next
-  mkdir -p "$root/../upgrade"
-  for file in "$packages"/*.deb; do
-    rm -rf "$tree"
-    dpkg-deb -R "$file" "$tree"
-    sed -i "s/\b$old\b/$old+next/g" "$tree/DEBIAN/control"
-    [ ! -e "$tree/DEBIAN/shlibs" ] || sed -i "s/\b$old\b/$old+next/g" "$tree/DEBIAN/shlibs"
-    dpkg-deb -b "$tree" "$root/../upgrade/$(dpkg-deb -f "$file" Package)_next_$(dpkg-deb -f "$file" Architecture).deb" >>"$logs/repack"
-  done
-}
-
-left() { find "$root" -xdev \( -path "$root/proc" -o -path "$root/dev" -o -path "$root/var/log" -o -path "$root/var/lib/dpkg" -o -path "$root/var/cache" \) -prune -o -name '*lumenar*' -print; }
-
 install_packages "$packages"
 old=$(version lumenar-services)
 for program in mathctl engine_host topic_manager hw_enumeration lumenar; do
@@ -156,13 +127,21 @@ load_meter=$!
 until_true 30 inside mathctl get LOADMETER/1/LOAD || fail "the instrument of the examples: $(cat "$logs/load_meter")"
 [ "$(inside /srv/follow_average LOADMETER/1/HISTORY 3 | grep -c '^60 points, mean ')" = 3 ] || fail "the client of the examples"
 end_process "$load_meter"
-if names | grep -q '^python3-'; then inside python3 -c 'import lumenar' || fail "the Python package"; fi
+if names | grep -q '^python3-'; then
+  inside python3 -c '
+import lumenar
+with lumenar.Client() as c:
+    values = [r.value.mean() for r in c.average("PROBE/1/WAKEUP", size=4).monitor(timeout=20, count=3)]
+    c.create("Peak", ["SIM/1/VOLTAGE"])
+    assert len(values) == 3 and len(c.objects()) >= 2, (values, c.objects())
+' >"$logs/python" 2>&1 || fail "from Python: $(cat "$logs/python")"
+fi
 echo "#changed by the administrator" >>"$root/etc/lumenar/tcp.conf"
 
 kept=$(objects)
 keep_objects
 
-next_version
+next_version "$old" "$root/../upgrade"
 install_packages "$root/../upgrade"
 [ "$(version lumenar-services)" = "$old+next" ] || fail "version after the upgrade: $(version lumenar-services)"
 grep -q "changed by the administrator" "$root/etc/lumenar/tcp.conf" || fail "the administrator's settings are gone"
@@ -181,5 +160,5 @@ for program in mathctl engine_host lumenar; do [ ! -e "$root/usr/bin/$program" ]
 grep -q "changed by the administrator" "$root/etc/lumenar/tcp.conf" || fail "removal takes the settings away"
 [ -d "$root/var/lib/lumenar" ] || fail "removal takes the state away"
 dpkg_inside -P "${ours[@]}"
-[ -z "$(left)" ] || fail "after purge there is still: $(left)"
+[ -z "$(left "$root")" ] || fail "after purge there is still: $(left "$root")"
 echo "installed, used, upgraded, started again, removed, purged: $(printf '%s ' "${ours[@]}")"

@@ -19,10 +19,11 @@ namespace fs = std::filesystem;
 /// How a file's first line must begin; empty for one that has no place for it: data, pictures, the licence itself.
 std::string HeadOf(const fs::path& path) {
   const std::string extension = path.extension().string();
-  const std::vector<std::string> code = {".h", ".cpp", ".ipp", ".idl"};
+  const std::vector<std::string> code = {".h", ".cpp", ".ipp", ".idl", ".js"};
   if (std::find(code.begin(), code.end(), extension) != code.end()) return "// ";
   if (extension == ".cmake" || path.filename() == "CMakeLists.txt") return "# ";
-  if (extension == ".md") return "<!-- ";
+  if (extension == ".md" || extension == ".html") return "<!-- ";
+  if (extension == ".css") return "/* ";
   return path.parent_path().filename() == "scripts" || path.parent_path().filename() == ".ci" ? "# " : "";
 }
 
@@ -35,12 +36,17 @@ std::string HeadLine(const fs::path& path) {
   return line;
 }
 
+/// The one folder of others' code in the tree; its README.md says what it is and under which licence.
+bool IsOthersCode(const fs::path& path) {
+  return path.parent_path() == "tools/math_web/page/vendor" && path.extension() != ".md";
+}
+
 std::vector<std::string> FilesWithoutLicence(const fs::path& root) {
   std::vector<std::string> without;
   for (auto entry = fs::recursive_directory_iterator(root); entry != fs::recursive_directory_iterator(); ++entry) {
     const std::string name = entry->path().filename().string();
     if (entry.depth() == 0 && (name == "build" || name == ".git")) entry.disable_recursion_pending();
-    if (!entry->is_regular_file()) continue;
+    if (!entry->is_regular_file() || IsOthersCode(fs::relative(entry->path(), root))) continue;
     const std::string head = HeadOf(entry->path());
     const std::string expected = head + "SPDX-License-Identifier: Apache-2.0";
     if (!head.empty() && HeadLine(entry->path()).compare(0, expected.size(), expected) != 0)
@@ -62,9 +68,15 @@ TEST(FileHeads, AMissingOneIsSeen) {
   tree.Plant("scripts/e", "#!/bin/sh\nexit\n");
   tree.Plant("f/CMakeLists.txt", "");
   tree.Plant("page.md", "<!-- " + line + " -->\n");
+  tree.Plant("h.js", "export {};\n");
+  tree.Plant("i.css", "/* " + line + " */\n");
+  tree.Plant("tools/math_web/page/vendor/others.js", "/* theirs */\n");
+  tree.Plant("tools/math_web/page/vendor/more/others.js", "/* theirs */\n");
   tree.Plant("data.csv", "1\n");
   tree.Plant("build/g.cpp", "generated\n");
-  EXPECT_THAT(FilesWithoutLicence(tree.Root()), testing::ElementsAre("b.cpp", "c.h", "f/CMakeLists.txt", "scripts/e"));
+  EXPECT_THAT(FilesWithoutLicence(tree.Root()),
+              testing::ElementsAre("b.cpp", "c.h", "f/CMakeLists.txt", "h.js", "scripts/e",
+                                   "tools/math_web/page/vendor/more/others.js"));
 }
 
 }  // namespace

@@ -49,11 +49,11 @@ void DefineCompletion(CLI::App& app, Command& command) {
   static const std::map<std::string, std::string> kScripts{{"bash", kBash}, {"zsh", kZsh}, {"fish", kFish}};
   auto* verb = app.add_subcommand("completion", "Writes what makes a shell complete verbs, options and names");
   verb->footer(kCompletionFooter);
-  const auto script = std::make_shared<std::string>();
-  verb->add_option("SHELL", *script, "bash, zsh or fish")
+  const auto shell = std::make_shared<std::string>();
+  verb->add_option("SHELL", *shell, "bash, zsh or fish")
       ->required()
-      ->transform(CLI::CheckedTransformer(kScripts, CLI::ignore_case).description(""));
-  verb->callback([&command, script] { command.run = [script](const Session&) { WriteOut(*script); }; });
+      ->transform(CLI::IsMember({"bash", "zsh", "fish"}, CLI::ignore_case).description(""));
+  verb->callback([&command, shell] { command.run = [shell](const Session&) { WriteOut(kScripts.at(*shell)); }; });
 }
 
 }  // namespace Lumenar::Mathctl

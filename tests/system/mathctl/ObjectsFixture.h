@@ -18,6 +18,7 @@ namespace Lumenar::Test {
 /// A platform of real processes, readings of the test's own, and the command line beside them.
 class ObjectsFixture : public EngineFixture {
  protected:
+  using EngineFixture::EngineFixture;
   using Words = std::vector<std::string>;
   using json = nlohmann::json;
 

@@ -36,6 +36,8 @@ struct WholeRecording {
 /// A platform of real processes, and files in its private folder.
 class RecordingsFixture : public ObjectsFixture {
  protected:
+  using ObjectsFixture::ObjectsFixture;
+
   std::string File(const std::string& name) const { return (platform_.Directory() / name).string(); }
 
   static std::string TextOf(const std::string& path) {

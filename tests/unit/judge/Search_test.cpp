@@ -334,6 +334,22 @@ TEST_F(JudgeSearch, TheResultOfALastSampleMayComeBehindTheEnd) {
   }
 }
 
+/// A recorder that ends after so many samples in all may have the last result and not yet its sample.
+TEST_F(JudgeSearch, TheSampleOfALastResultMayComeBehindTheEnd) {
+  for (const std::int64_t seconds_left : {0, 2}) {
+    RecordedObject object("Average", {numbers_.Trace(kdBm)});
+    object.RecordingBeginsWithSize(1);
+    for (int i = 0; i < 10; ++i) object.Sample(0, numbers_.Trace(kdBm));
+    object.Compute(0, numbers_.Trace(kdBm));
+    object.RecordResult();
+    object.step_ns = seconds_left * 1000 * kMillisecond;
+    object.RecordEvent(Recording::EventKind::Size, 1);
+    const ObjectReport report = object.CheckObject();
+    EXPECT_EQ(CountOf(report, Remark::Unexplained), seconds_left > 1 ? 1u : 0u);
+    EXPECT_GE(report.findings.Checked(), 9u);
+  }
+}
+
 TEST_F(JudgeSearch, SaysWhereItIsBounded) {
   RecordedObject object("Subtract", {ScalarOf(5, kWatts), ScalarOf(2, kWatts)});
   for (int i = 0; i < 30; ++i)

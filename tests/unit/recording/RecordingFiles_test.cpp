@@ -60,6 +60,21 @@ TEST_P(RecordingFiles, TellSinceWhenAndHowManySamplesWereLost) {
   EXPECT_EQ(reader.GetEnd()->lost, 15u);
 }
 
+TEST_P(RecordingFiles, BeginAnotherOneWhenOneCoversItsTime) {
+  constexpr std::int64_t kSecond_ns = 1'000'000'000;
+  RecordingWriter writer(Path(), {false, "", 0, 10 * kSecond_ns}, kNow_ns);
+  writer.Add({0, "A/1/B", "A/1", "B", "long", "A/1/B", std::nullopt});
+  for (int second = 0; second < 25; ++second)
+    writer.Write(Sample{0, kNow_ns + second * kSecond_ns, SampleRecord(std::in_place_type<CORBA::Long>, second)});
+  writer.Finish(kNow_ns + 25 * kSecond_ns, 0);
+  ASSERT_EQ(writer.Parts(), 3u);
+  for (std::uint32_t part = 1; part <= 3; ++part) {
+    RecordingReader reader(PartPath(Path(), part));
+    EntriesOf(reader);
+    EXPECT_EQ(reader.Samples(), part == 3 ? 5u : 10u);
+  }
+}
+
 // A bit of a compressed file may say nothing of what is in it: then it is read as the same.
 TEST_P(RecordingFiles, OfOneChangedBitAreRefused) {
   WriteExample(Path());

@@ -25,13 +25,13 @@ class Kept {
   }
 }
 
-/** Update: decoding what came since the last picture, and drawing it. Picture: from a trace's capture to the end of drawing,
- *  by the clocks of both machines. All in milliseconds. */
+/** Update: decoding what came since the last picture, and drawing it. Picture: from a trace's capture to the end of
+ *  drawing, by the clocks of both machines. All in milliseconds. */
 export class Figures {
   update = new Kept();
   picture = new Kept();
   frames = 0;
-  firstPicture = NaN;  // since the page was opened
+  firstPicture = NaN; // since the page was opened
   #decoding = 0;
 
   decoded(time) {
@@ -54,7 +54,12 @@ export class Figures {
   }
 
   summary() {
-    return {update: this.update.summary(), picture: this.picture.summary(), frames: this.frames, firstPicture: this.firstPicture};
+    return {
+      update: this.update.summary(),
+      picture: this.picture.summary(),
+      frames: this.frames,
+      firstPicture: this.firstPicture,
+    };
   }
 
   /** For people, in a line. */

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // Binary frames: a trace, whole or thinned to columns, behind a header of 96 bytes, all little-endian.
 
-export const kMagic = 0x314d554c;  // "LUM1"
+export const kMagic = 0x314d554c; // "LUM1"
 export const kHeaderBytes = 96;
 const kPoints = 1;
 const kColumns = 2;
 const kMostColumns = 8192;
 
 /** A trace as it came: `values` holds `count` samples, or where `isColumns` `count` pairs of smallest and greatest.
- *  `x`, `xStep`: of the first of them and between them; `firstX`, `traceStep`, `total`: of the whole trace; `time` in
- *  seconds since the epoch, NaN where the trace tells none; `skipped`: frames that were passed over so far.
- *  Errors   Error with a sentence for anything that is no such frame. */
+ *  `x`, `xStep`: of the first of them (of a column the middle) and between them, rising; `firstX`, `traceStep`,
+ *  `total`: of the whole trace; `time` in seconds since the epoch, NaN where the trace tells none; `skipped`: frames
+ *  that were passed over so far. Errors Error with a sentence for anything that is no such frame. */
 export function decodeFrame(buffer) {
   if (buffer.byteLength < kHeaderBytes) throw new Error(`a frame of ${buffer.byteLength} bytes is too short`);
   const view = new DataView(buffer);
@@ -19,7 +19,7 @@ export function decodeFrame(buffer) {
   if (kind !== kPoints && kind !== kColumns) throw new Error(`a frame is of the unknown kind ${kind}`);
   const count = view.getUint32(12, true);
   const values = valuesOf(buffer, count, kind === kColumns ? 2 : 1);
-  return {
+  return rising({
     stream: view.getUint32(4, true),
     isColumns: kind === kColumns,
     count,
@@ -33,7 +33,17 @@ export function decodeFrame(buffer) {
     yUnit: textAt(buffer, 64),
     xUnit: textAt(buffer, 80),
     values,
-  };
+  });
+}
+
+// An axis may fall; pictures are drawn from the left.
+function rising(frame) {
+  if (frame.xStep >= 0) return frame;
+  const each = frame.isColumns ? 2 : 1;
+  const values = new Float32Array(frame.values.length);
+  for (let i = 0; i < frame.count; ++i)
+    values.set(frame.values.subarray(each * i, each * (i + 1)), each * (frame.count - 1 - i));
+  return {...frame, values, x: frame.x + frame.xStep * (frame.count - 1), xStep: -frame.xStep};
 }
 
 function valuesOf(buffer, count, each) {
@@ -59,14 +69,13 @@ export function fullRange(frame) {
 
 /** Number of the sample or column of a frame that is nearest to `x`; -1 outside of it. */
 export function indexAt(frame, x) {
-  const place = (x - frame.x) / (frame.xStep || 1);
-  const index = frame.isColumns ? Math.floor(place) : Math.round(place);
+  const index = Math.round((x - frame.x) / (frame.xStep || 1));
   return index >= 0 && index < frame.count ? index : -1;
 }
 
 /** x of a sample, of a column its middle. */
 export function xOf(frame, index) {
-  return frame.x + frame.xStep * (frame.isColumns ? index + 0.5 : index);
+  return frame.x + frame.xStep * index;
 }
 
 /** Place and value of the greatest finite sample of a frame; null where there is none. */

@@ -19,7 +19,9 @@ export class Streams {
 
   /** `view`: columns, from, to, scale, as the server is to thin. `handlers`: onSample, and onEnd(reason). */
   open(name, view, handlers) {
-    const stream = new Stream(++this.#last, name, view, handlers, this.#connection, () => this.#streams.delete(stream.number));
+    const stream = new Stream(++this.#last, name, view, handlers, this.#connection, () =>
+      this.#streams.delete(stream.number),
+    );
     this.#streams.set(stream.number, stream);
     stream.subscribe();
     return stream;

@@ -1,0 +1,75 @@
+# SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=bash
+# The recipe of docs/operations.md for a client on another machine, to the letter: the files and lines of its table are put where
+# they belong on the machine that booted.sh has, and a second machine, a network of its own, is the client. To be sourced.
+# shellcheck disable=SC2154
+
+# recipe MACHINE: of the page's table the rows for "board" or "client", each "FILE<tab>LINE".
+recipe() {
+  awk -F '|' -v machine="$1" '/^\| machine \| file \| line \|/ { inside = 1; next } inside && !/^\|/ { exit }
+    inside { gsub(/^ +| +$/, "", $2); if ($2 == machine) {
+      file = $3; gsub(/[` ]/, "", file)
+      rest = $4
+      while (match(rest, /`[^`]*`/)) { print file "\t" substr(rest, RSTART + 1, RLENGTH - 2); rest = substr(rest, RSTART + RLENGTH) } } }' \
+    "$source/docs/operations.md"
+}
+
+# Joins the machine that booted with one that has a network of its own, whose process is $client_machine.
+join_client_machine() {
+  local end=lum$$
+  start "$work/client.log" unshare --net --kill-child sleep infinity
+  client_machine=$!
+  # shellcheck disable=SC2317
+  has_own_network() { [ "$(readlink "/proc/$client_machine/ns/net")" != "$(readlink /proc/self/ns/net)" ]; }
+  until_true 10 has_own_network
+  ip link add "${end}a" type veth peer name "${end}b"
+  ip link set "${end}a" netns "$machine_id" name client0
+  ip link set "${end}b" netns "$client_machine" name board0
+  in_machine true  # the machine is there
+  nsenter -t "$machine_id" --net sh -c 'ip addr add 10.0.0.5/24 dev client0 && ip link set client0 up'
+  nsenter -t "$client_machine" --net sh -c 'ip addr add 10.0.0.7/24 dev board0 && ip link set board0 up && ip link set lo up'
+}
+
+# at_client COMMAND...: on the client's machine, whose files are those of the recipe.
+at_client() {
+  nsenter -t "$client_machine" --net chroot --userspec="$nobody:$nobody" "$root" /usr/bin/env -i PATH=/usr/bin:/bin \
+    LUMENAR_TRANSPORT_CONF=/srv/client.conf "${client_environment[@]}" "$@"
+}
+
+serves_a_client_on_another_machine() {
+  local file line changed=()
+  cp -r "$root/etc/lumenar" "$work/settings"
+  join_client_machine
+  while IFS=$'\t' read -r file line; do
+    mkdir -p "$(dirname "$root$file")"
+    echo "$line" >>"$root$file"
+    changed+=("$file")
+  done < <(recipe board)
+  [ "${#changed[@]}" -ge 8 ] || fail "the page has no recipe: ${changed[*]}"
+  echo "LUMENAR_ENDPOINT=giop:tcp:10.0.0.5:2704" >>"$root/etc/lumenar/engine-sim.conf"
+  echo "LUMENAR_ENDPOINT=giop:tcp:10.0.0.5:2705" >>"$root/etc/lumenar/engine-probe.conf"
+  client_environment=()
+  while IFS=$'\t' read -r file line; do
+    if [ "$file" = environment ]; then read -r -a client_environment <<<"$line"; else echo "$line" >>"$root/srv/client.conf"; fi
+  done < <(recipe client)
+  [ "${#client_environment[@]}" = 2 ] || fail "the page gives the client no environment"
+  # Without the recipe nobody gets through.
+  ! at_client mathctl readings >"$work/remote" 2>&1 || fail "the machine served a client before it was told to"
+
+  manager daemon-reload
+  manager restart lumenar.target
+  manager restart lumenar-engine@sim lumenar-engine@probe
+  until_true 60 at_client mathctl readings || fail "the client finds nothing: $(at_client mathctl doctor 2>&1)"
+  at_client mathctl watch SIM/1/LEVEL -n 3 --idle 20 >"$work/remote" 2>&1 || fail "no samples at the client: $(cat "$work/remote")"
+  at_client mathctl create Average SIM/1/LEVEL >"$work/remote_id" || fail "the client creates nothing"
+  at_client mathctl watch "$(cat "$work/remote_id")" -n 3 --idle 20 >"$work/remote" 2>&1 || fail "no results at the client: $(cat "$work/remote")"
+  at_client mathctl delete "$(cat "$work/remote_id")"
+
+  rm -r "$root/etc/systemd/system/lumenar-.service.d" "$root/srv/client.conf" "$root/etc/lumenar"
+  mv "$work/settings" "$root/etc/lumenar"
+  manager daemon-reload
+  manager restart lumenar.target
+  manager restart lumenar-engine@sim lumenar-engine@probe
+  end_process "$client_machine"
+  until_well
+}

@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: Apache-2.0
+import {el, setShown} from "./dom.js";
+import {Slots} from "./marks.js";
+import {onTheme} from "./theme.js";
+import {TracePanel} from "./trace_panel.js";
+import {TraceView} from "./trace_view.js";
+import {ValuePanel} from "./value_panel.js";
+import {ValueView} from "./value_view.js";
+
+const kHolds = ["none", "present", "extremes"];
+const kFirstColumns = 1024;
+
+/** The pictures: what is chosen, in panels by unit, drawn once a frame of the screen at most. */
+export class Panels {
+  settings = {hold: "none", peak: false, isPaused: false, scaleTo: (name) => this.#store.find(name)?.scale_to ?? null};
+  #host;
+  #streams;
+  #store;
+  #figures;
+  #actions;
+  #views = new Map();
+  #panels = new Map();
+  #slots = new Slots();
+  #waiting = el("ul", {class: "waiting", "aria-label": "Waiting for a first sample"});
+  #isAsked = false;
+
+  /** `actions`: onRemove(name), onCsv(name). */
+  constructor(host, streams, store, figures, actions) {
+    this.#host = host;
+    this.#streams = streams;
+    this.#store = store;
+    this.#figures = figures;
+    this.#actions = actions;
+    host.append(this.#waiting);
+    onTheme(() => this.#repaint());
+    setInterval(() => this.#tell(), 1000);
+  }
+
+  /** Shows exactly these: [{name, kind}]. */
+  show(items) {
+    const wanted = new Map(items.map((item) => [item.name, item.kind]));
+    for (const [name, view] of this.#views) if (!wanted.has(name)) this.#close(name, view);
+    for (const [name, kind] of wanted) if (!this.#views.has(name)) this.#open(name, kind);
+    setShown(this.#waiting, this.#waiting.children.length > 0);
+  }
+
+  get panels() {
+    return [...this.#panels.values()];
+  }
+
+  get views() {
+    return [...this.#views.values()];
+  }
+
+  /** The panel that the keyboard means: the one with the focus, else the first with traces. */
+  get focused() {
+    const panels = this.panels;
+    return (
+      panels.find((panel) => panel.element.contains(document.activeElement)) ??
+      panels.find((panel) => panel instanceof TracePanel) ??
+      panels[0]
+    );
+  }
+
+  setPaused(isPaused) {
+    this.settings.isPaused = isPaused;
+    this.#redraw();
+  }
+
+  setPeak(peak) {
+    this.settings.peak = peak;
+    this.#redraw();
+    this.#tell();
+  }
+
+  /** none; present: the curves of now stay as shadows; extremes: the smallest and greatest since then do. */
+  setHold(hold) {
+    if (!kHolds.includes(hold)) return;
+    this.settings.hold = hold;
+    for (const view of this.#views.values()) {
+      if (hold === "none") view.endHold?.();
+      else view.beginHold?.();
+    }
+    this.#redraw();
+  }
+
+  toggleWaterfall(view) {
+    view.panel?.toggleWaterfall?.(view, this.#streams);
+  }
+
+  #open(name, kind) {
+    const actions = {
+      describe: (of) => descriptionOf(this.#store.find(of)),
+      onFrame: (view) => this.#place(view),
+      onRemove: (view) => this.#actions.onRemove(view.name),
+      onCsv: (view) => this.#actions.onCsv(view.name),
+      onWaterfall: (view) => this.toggleWaterfall(view),
+    };
+    const slot = this.#slots.of(name);
+    const view =
+      kind === "trace"
+        ? new TraceView(name, slot, this.#streams, this.#columns(), actions)
+        : new ValueView(name, slot, this.#streams, actions);
+    this.#views.set(name, view);
+    this.#waiting.append(view.element);
+    view.paintKey();
+    view.tell(null, false);
+  }
+
+  #close(name, view) {
+    this.#views.delete(name);
+    this.#slots.release(name);
+    view.close();
+    if (view.panel) this.#leave(view);
+  }
+
+  // A panel for each unit over each axis: what has one unit can be compared by eye.
+  #place(view) {
+    const isTrace = view instanceof TraceView;
+    const came = isTrace ? view.frame : view.sample;
+    if (came) {
+      const key = isTrace ? `trace ${view.frame.yUnit} over ${view.frame.xUnit}` : `value ${view.unit}`;
+      if (!view.panel || view.panel.key !== key) this.#move(view, key, isTrace ? TracePanel : ValuePanel);
+      setShown(this.#waiting, this.#waiting.children.length > 0);
+    } else {
+      view.tell(null, false);
+    }
+    this.#ask();
+  }
+
+  #move(view, key, Panel) {
+    const waterfall = view.waterfall;
+    if (view.panel) this.#leave(view);
+    if (!this.#panels.has(key)) {
+      const panel = new Panel(this.settings, () => this.#ask());
+      panel.key = key;
+      this.#panels.set(key, panel);
+      this.#host.append(panel.element);
+      panel.begin();
+    }
+    this.#panels.get(key).add(view);
+    if (waterfall) this.#panels.get(key).adopt(waterfall);
+  }
+
+  #leave(view) {
+    const {panel} = view;
+    panel.remove(view);
+    view.panel = null;
+    if (panel.views.length > 0) return;
+    this.#panels.delete(panel.key);
+    panel.close();
+  }
+
+  #columns() {
+    const panel = this.panels.find((one) => one instanceof TracePanel);
+    const width = Math.round(this.#host.clientWidth * (window.devicePixelRatio || 1));
+    return panel ? panel.plot.columns : Math.min(8192, width) || kFirstColumns;
+  }
+
+  #ask() {
+    if (this.#isAsked) return;
+    this.#isAsked = true;
+    requestAnimationFrame(() => this.#draw());
+  }
+
+  #draw() {
+    this.#isAsked = false;
+    const begin = performance.now();
+    const captures = this.panels.flatMap((panel) => panel.draw());
+    this.#figures.drawn(performance.now() - begin, captures);
+  }
+
+  #redraw() {
+    for (const panel of this.panels) panel.dirty();
+  }
+
+  #repaint() {
+    for (const view of this.#views.values()) view.paintKey();
+    this.#redraw();
+  }
+
+  #tell() {
+    for (const panel of this.panels) panel.tell();
+    for (const view of this.#views.values()) if (!view.panel) view.tell(null, false);
+  }
+}
+
+/** "Average of PROBE/1/WAKEUP" of a math object, nothing of a reading. */
+function descriptionOf(item) {
+  return item?.math ? `${item.math} of ${item.inputs.join(", ")}` : "";
+}
