@@ -36,6 +36,8 @@ constexpr Subject kSubjects[] = {
     {"spectrum", Spectrum},
     {"two_columns", TwoColumns},
     {"otdr", Otdr},
+    {"session_file", SessionFile},
+    {"sample_csv", SampleCsv},
     {"recording_lines", RecordingLines},
     {"sim_items", SimItems},
     {"tool_output", ToolOutput},
