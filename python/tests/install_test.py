@@ -22,9 +22,8 @@ def tree(tmp_path_factory):
     subprocess.run(["cmake", "--install", BUILD, "--component", "python", "--prefix", directory / "first"], check=True,
                    stdout=subprocess.DEVNULL)
     (directory / "first").rename(directory / "moved")
-    for name in ("liblumenar_client.so*", "liblumenar_signals.so*"):
-        for library in Path(os.environ["LUMENAR_LIBRARIES"]).glob(name):
-            shutil.copy(library, directory / "moved" / "lib", follow_symlinks=False)
+    for library in Path(os.environ["LUMENAR_LIBRARIES"]).glob("liblumenar_*.so*"):
+        shutil.copy(library, directory / "moved" / "lib", follow_symlinks=False)
     return directory / "moved"
 
 
