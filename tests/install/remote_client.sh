@@ -60,7 +60,7 @@ serves_a_client_on_another_machine() {
   manager restart lumenar.target
   manager restart lumenar-engine@sim lumenar-engine@probe
   until_true 60 at_client mathctl readings || fail "the client finds nothing: $(at_client mathctl doctor 2>&1)"
-  at_client mathctl watch SIM/1/LEVEL -n 3 --idle 20 >"$work/remote" 2>&1 || fail "no samples at the client: $(cat "$work/remote")"
+  at_client mathctl watch SIM/1/LEVEL -n 3 --idle 20 >"$work/remote" 2>&1 || fail "no samples at the client: $(cat "$work/remote"); $(journal -n 20 -u 'lumenar-*')"
   at_client mathctl create Average SIM/1/LEVEL >"$work/remote_id" || fail "the client creates nothing"
   at_client mathctl watch "$(cat "$work/remote_id")" -n 3 --idle 20 >"$work/remote" 2>&1 || fail "no results at the client: $(cat "$work/remote")"
   at_client mathctl delete "$(cat "$work/remote_id")"
