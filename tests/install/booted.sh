@@ -247,7 +247,10 @@ keep_objects
 survives
 hangs
 late_naming_service
+join_client_machine
 serves_a_client_on_another_machine
+serves_a_client_through_one_port
+end_process "$client_machine"
 journal_has_priorities
 upgraded
 booted_again
