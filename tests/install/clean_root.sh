@@ -29,7 +29,7 @@ clean_root() {
   needed=systemd,openssh-server,openssh-client,$(others_needed)
   # shellcheck disable=SC2016
   [ -n "$mirror" ] ||
-    mirror=$(apt-get indextargets --format '$(SITE)' 'Created-By: Packages' 'Codename: bookworm' | head -n 1)
+    mirror=$(apt-get indextargets --format '$(SITE)' 'Created-By: Packages' 'Codename: bookworm' | sed -n 1p)
   archive=$source/build/clean-root-$(md5sum <<<"$needed $mirror" | cut -c 1-12).tar
   exec 8>"$source/build/clean-root.lock"
   flock 8
