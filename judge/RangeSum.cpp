@@ -78,6 +78,15 @@ Outcome RangeSum::Compute() {
   return Publish(sum->ToRecord());
 }
 
+std::unique_ptr<RangeSum> RangeSum::Guess(int start, int stop, const Datum& result) const {
+  auto guess = std::make_unique<RangeSum>(*this);
+  guess->start_ = start_.value_or(start);
+  guess->stop_ = stop;
+  guess->result_ = result;
+  guess->guessed_ = "STOP " + std::to_string(stop) + (start_ ? "" : ", START " + std::to_string(start));
+  return guess;
+}
+
 std::vector<std::unique_ptr<Operation>> RangeSum::Guesses(const Datum& result, std::size_t most) const {
   std::vector<std::unique_ptr<Operation>> guesses;
   const auto* wanted = std::get_if<Scalar::Record>(&result);
@@ -102,12 +111,7 @@ std::vector<std::unique_ptr<Operation>> RangeSum::Guesses(const Datum& result, s
       if (was_dB) whole.AddDecibels();
       if (!SameBits(Datum(whole.ToRecord()), result)) continue;
       if (guesses.size() == most) return {};
-      auto guess = std::make_unique<RangeSum>(*this);
-      guess->start_ = start_.value_or(start);
-      guess->stop_ = stop;
-      guess->result_ = result;
-      guess->guessed_ = "STOP " + std::to_string(stop) + (start_ ? "" : ", START " + std::to_string(start));
-      guesses.push_back(std::move(guess));
+      guesses.push_back(Guess(start, stop, result));
     }
   }
   return guesses;
