@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <string>
 #include <utility>
 
 #include "tools/math_web/Feed.h"
@@ -18,9 +19,10 @@ class Stream;
 /// Threads  the gateway's own.
 class Channel {
  public:
-  explicit Channel(std::shared_ptr<Feed> feed) : feed_(std::move(feed)) {}
+  /// `source` lives as long as this channel.
+  Channel(std::string name, std::shared_ptr<const void> source) : name_(std::move(name)), source_(std::move(source)) {}
 
-  const std::string& Name() const { return feed_->Name(); }
+  const std::string& Name() const { return name_; }
 
   /// Null before the first sample.
   const Sample* NewestSample() const { return newest_.sample.get(); }
@@ -38,11 +40,12 @@ class Channel {
 
   void Join(Stream& stream) { streams_.insert(&stream); }
   void Leave(Stream& stream) { streams_.erase(&stream); }
-  bool IsOf(const Feed& feed) const { return feed_.get() == &feed; }
+  bool IsOf(const void* source) const { return source_.get() == source; }
   bool IsEmpty() const { return streams_.empty(); }
 
  private:
-  const std::shared_ptr<Feed> feed_;
+  const std::string name_;
+  const std::shared_ptr<const void> source_;
   Newest newest_;
   std::map<View, Picture> pictures_;  // of newest_
   std::set<Stream*> streams_;

@@ -101,8 +101,8 @@ void Hub::Attach(const std::weak_ptr<Session>& session, const Request& request, 
 
 std::shared_ptr<Channel> Hub::ChannelOf(const std::shared_ptr<Feed>& feed) {
   std::shared_ptr<Channel>& channel = channels_[feed->Name()];
-  if (channel == nullptr || !channel->IsOf(*feed)) {
-    channel = std::make_shared<Channel>(feed);
+  if (channel == nullptr || !channel->IsOf(feed.get())) {
+    channel = std::make_shared<Channel>(feed->Name(), feed);
     if (const auto last = feed->Last()) channel->Take(*last);
   }
   return channel;
