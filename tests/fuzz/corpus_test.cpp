@@ -38,6 +38,8 @@ constexpr Subject kSubjects[] = {
     {"otdr", Otdr},
     {"recording_lines", RecordingLines},
     {"sim_items", SimItems},
+    {"scpi_answers", ScpiAnswers},
+    {"scpi_devices", ScpiDevices},
     {"tool_output", ToolOutput},
     {"tool_input", ToolInput},
 };

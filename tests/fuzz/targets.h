@@ -25,6 +25,8 @@ void TwoColumns(Bytes input);         ///< recordings: waveforms in two columns
 void Otdr(Bytes input);               ///< recordings: backscatter traces
 void RecordingLines(Bytes input);     ///< recordings of this system, whole and line by line
 void SimItems(Bytes input);           ///< the items of the simulator
+void ScpiAnswers(Bytes input);        ///< what instruments answer, and the numbers in it
+void ScpiDevices(Bytes input);        ///< files that describe such instruments
 void ToolOutput(Bytes input);         ///< samples and names as mathctl writes them: lines, JSON, tables, plots
 void ToolInput(Bytes input);          ///< names, numbers and references as people and peers give them to mathctl
 
