@@ -4,7 +4,10 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
+#include <cstdlib>
+#include <cstring>
 
 #include "instruments/replay/ReadingName.h"
 #include "instruments/replay/load_recording.h"
@@ -29,6 +32,16 @@ std::int64_t WrittenAt(const std::string& path) {
   return std::int64_t{status.st_mtim.tv_sec} * kSecond_ns + status.st_mtim.tv_nsec;
 }
 
+/// What files of samples do not tell, as for the instrument.
+ReadOptions OptionsOfEnvironment() {
+  const char* units = std::getenv(kUnitsSetting);
+  const char* points = std::getenv("REPLAY_POINTS");
+  ReadOptions options;
+  if (units != nullptr) options.units = units;
+  if (points != nullptr) std::from_chars(points, points + std::strlen(points), options.points);
+  return options;
+}
+
 ReadingInfo Described(std::uint32_t index, const std::string& item) {
   const std::string name = "REPLAY/1/" + item;
   return {index, name, "REPLAY/1", item, "BasicTrace", name, std::nullopt};
@@ -36,7 +49,7 @@ ReadingInfo Described(std::uint32_t index, const std::string& item) {
 
 }  // namespace
 
-PlainEntries::PlainEntries(const std::string& path) : file_(LoadRecording(path)) {
+PlainEntries::PlainEntries(const std::string& path) : file_(LoadRecording(path, OptionsOfEnvironment())) {
   header_.version = Version();
   header_.started_ns = WrittenAt(path);
   header_.comment = "from " + ReadingName(path);

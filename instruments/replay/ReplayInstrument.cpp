@@ -2,6 +2,7 @@
 #include "instruments/replay/ReplayInstrument.h"
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -39,6 +40,12 @@ bool ParseLoop(const std::string& text) {
   throw std::invalid_argument("REPLAY_LOOP=" + text + ": expected once or loop");
 }
 
+std::size_t ParsePoints(const Instruments::Settings& settings) {
+  const double points = NumberSetting(settings, "REPLAY_POINTS", 0, 1, static_cast<double>(kMaxPoints));
+  if (points != std::floor(points)) throw std::invalid_argument("REPLAY_POINTS: expected a whole number");
+  return static_cast<std::size_t>(points);
+}
+
 double RateOf(const RecordedFile& file, double wanted_Hz) {
   return wanted_Hz >= 0 ? wanted_Hz : std::min(file.sweeps_per_s.value_or(kDefaultRate_Hz), kMaxRate_Hz);
 }
@@ -50,7 +57,7 @@ class ReplayInstrument::Playback {
  public:
   Playback(const std::string& path, const ReplayOptions& options)
       : name_(ReadingName(path)),
-        file_(LoadRecording(path)),
+        file_(LoadRecording(path, options.read)),
         rate_Hz_(RateOf(file_, options.rate_Hz)),
         loop_(options.loop) {}
 
@@ -87,6 +94,7 @@ ReplayOptions ParseReplayOptions(const Instruments::Settings& settings) {
   if (options.files.empty()) throw std::invalid_argument("REPLAY_FILES names no file: expected paths with ':' between");
   options.rate_Hz = NumberSetting(settings, "REPLAY_RATE", -1, 0, kMaxRate_Hz);
   options.loop = ParseLoop(TextSetting(settings, "REPLAY_LOOP"));
+  options.read = {TextSetting(settings, kUnitsSetting), ParsePoints(settings)};
   return options;
 }
 

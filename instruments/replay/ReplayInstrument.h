@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "instruments/common/Instrument.h"
+#include "instruments/replay/ReadOptions.h"
 
 namespace Lumenar::Replay {
 
@@ -15,11 +16,13 @@ struct ReplayOptions {
   /// Sweeps a second; 0: one each time that a client says so; below 0: as recorded, else kDefaultRate_Hz.
   double rate_Hz = -1;
   bool loop = true;  ///< start again after the last sweep
+  ReadOptions read;  ///< of files of samples
 };
 
 inline constexpr double kDefaultRate_Hz = 10;
 
-/// Reads REPLAY_FILES (paths with ':' between), REPLAY_RATE (sweeps a second) and REPLAY_LOOP ("once" or "loop").
+/// Reads REPLAY_FILES (paths with ':' between), REPLAY_RATE (sweeps a second), REPLAY_LOOP ("once" or "loop"),
+/// REPLAY_UNITS and REPLAY_POINTS (of files of samples).
 /// Errors   std::invalid_argument.
 ReplayOptions ParseReplayOptions(const Instruments::Settings& settings);
 

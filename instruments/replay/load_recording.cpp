@@ -8,7 +8,9 @@
 
 #include "instruments/replay/LineReader.h"
 #include "instruments/replay/OtdrReader.h"
+#include "instruments/replay/SampleCsvReader.h"
 #include "instruments/replay/ScopeReader.h"
+#include "instruments/replay/SessionReader.h"
 #include "instruments/replay/SpectrumReader.h"
 #include "instruments/replay/TouchstoneReader.h"
 #include "platform/base/TextFile.h"
@@ -37,26 +39,33 @@ RecordedFile ReadCsv(std::string_view text) {
   return ReadScope(text);
 }
 
-RecordedFile ReadByEnding(const std::string& ending, std::string_view text) {
+/// Cut, where the options say so.
+RecordedFile Cut(RecordedFile file, const ReadOptions& options) {
+  if (options.points > 0) CutSweeps(file, options.points);
+  return file;
+}
+
+RecordedFile ReadByEnding(const std::string& ending, std::string_view text, const ReadOptions& options) {
   if (ending == ".s1p") return ReadTouchstone(text, 1);
   if (ending == ".s2p") return ReadTouchstone(text, 2);
-  if (ending == ".csv") return ReadCsv(text);
-  throw std::invalid_argument("is no recording that can be read (.s1p, .s2p, .csv)");
+  if (ending == ".csv") return IsSampleCsv(text) ? Cut(ReadSampleCsv(text, options), options) : ReadCsv(text);
+  if (ending == ".sr") return Cut(ReadSession(text, options), options);
+  throw std::invalid_argument("is no recording that can be read (.s1p, .s2p, .csv, .sr)");
 }
 
 }  // namespace
 
 Value::Units LevelUnits(const Value::Units& units) noexcept { return units == kPlainDecibels ? kRatioDecibels : units; }
 
-RecordedFile ReadRecording(std::string_view name, std::string_view text) {
-  RecordedFile file = ReadByEnding(Ending(name), text);
+RecordedFile ReadRecording(std::string_view name, std::string_view text, const ReadOptions& options) {
+  RecordedFile file = ReadByEnding(Ending(name), text, options);
   for (Recording& recording : file.recordings) recording.units = LevelUnits(recording.units);
   return file;
 }
 
-RecordedFile LoadRecording(const std::string& path) {
+RecordedFile LoadRecording(const std::string& path, const ReadOptions& options) {
   try {
-    return ReadRecording(path, TextFile(path).Rest(kMaxFileBytes));
+    return ReadRecording(path, TextFile(path).Rest(kMaxFileBytes), options);
   } catch (const FormatError& error) {
     throw std::runtime_error(fmt::format("{}:{}: {}", path, error.Line(), error.what()));
   } catch (const std::invalid_argument& error) {

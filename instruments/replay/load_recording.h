@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "instruments/replay/ReadOptions.h"
 #include "instruments/replay/Recording.h"
 #include "platform/units/Units.h"
 
@@ -22,13 +23,13 @@ inline constexpr Value::Units kRatioDecibels = Value::Make_unit(Value::U_Percent
 /// The units in which levels are offered: kRatioDecibels for kPlainDecibels, all others as they are.
 Value::Units LevelUnits(const Value::Units& units) noexcept;
 
-/// Reads the text of a file, in the format that its name's end (.s1p, .s2p, .csv; capitals or not) and, for .csv, its
-/// first line tell. Units are LevelUnits.
-/// Errors   FormatError; std::invalid_argument for another name.
-RecordedFile ReadRecording(std::string_view name, std::string_view text);
+/// Reads the text of a file, in the format that its name's end (.s1p, .s2p, .csv, .sr; capitals or not) and, for .csv,
+/// its first line tell. Units are LevelUnits; `options` are for files of samples (.sr, and .csv of libsigrok).
+/// Errors   FormatError; std::invalid_argument for another name, or options that make no sense.
+RecordedFile ReadRecording(std::string_view name, std::string_view text, const ReadOptions& options = {});
 
 /// Reads a file.
 /// Errors   std::runtime_error whose text is "PATH:LINE: REASON", or "PATH: REASON" for a file that cannot be read.
-RecordedFile LoadRecording(const std::string& path);
+RecordedFile LoadRecording(const std::string& path, const ReadOptions& options = {});
 
 }  // namespace Lumenar::Replay

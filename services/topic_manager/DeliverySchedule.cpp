@@ -271,14 +271,7 @@ bool DeliverySchedule::Settle(const Delivery& delivery, Outcome outcome, SteadyT
     case Outcome::Gone: return true;
     case Outcome::Unreachable:
     case Outcome::Interrupted: return SettleUnreachable(delivery, outcome, now, freed);
-    case Outcome::TimedOut:
-      ++subscription.dropped;
-      subscription.stalled = true;
-      subscription.unreachable_since.reset();
-      if (!subscription.silent_since) subscription.silent_since = delivery.begun;
-      if (now - *subscription.silent_since >= limits_.silence_limit) return true;
-      Pause(delivery.subscription, now + subscription.backoff.Next(limits_.first_pause, limits_.longest_pause));
-      return false;
+    case Outcome::TimedOut: return SettleTimedOut(delivery, now);
     case Outcome::Delivered:
       ++subscription.delivered;
       subscription.stalled = subscription.single = false;
@@ -303,6 +296,17 @@ void DeliverySchedule::PutBack(const Delivery& delivery, std::vector<SamplePtr>&
   const std::size_t before = freed.size();
   subscription.queue.PutBack(delivery.sample, freed);
   subscription.dropped += freed.size() - before;
+}
+
+bool DeliverySchedule::SettleTimedOut(const Delivery& delivery, SteadyTime now) {
+  Subscription& subscription = *delivery.subscription;
+  ++subscription.dropped;
+  subscription.stalled = true;
+  subscription.unreachable_since.reset();
+  if (!subscription.silent_since) subscription.silent_since = delivery.begun;
+  if (now - *subscription.silent_since >= limits_.silence_limit) return true;
+  Pause(delivery.subscription, now + subscription.backoff.Next(limits_.first_pause, limits_.longest_pause));
+  return false;
 }
 
 bool DeliverySchedule::SettleUnreachable(const Delivery& delivery, Outcome outcome, SteadyTime now,

@@ -111,6 +111,7 @@ class DeliverySchedule {
                                     std::vector<SamplePtr>& freed);
   bool Settle(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed);
   static void PutBack(const Delivery& delivery, std::vector<SamplePtr>& freed);
+  bool SettleTimedOut(const Delivery& delivery, SteadyTime now);
   bool SettleUnreachable(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed);
 
   const Limits limits_;  // the endpoints refer to it

@@ -71,5 +71,5 @@ serves_a_client_on_another_machine() {
   manager restart lumenar.target
   manager restart lumenar-engine@sim lumenar-engine@probe
   end_process "$client_machine"
-  until_well
+  until_works
 }

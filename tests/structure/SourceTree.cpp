@@ -79,8 +79,10 @@ const std::vector<Layer>& Layers() {
       {"instruments/replay", 14},
       {"instruments/scpi", 14},
       {"instruments/sim", 14},
+      {"instruments/sigrok", 14},
       {"client", 13},
       {"tools/mathctl", 15},
+      {"tools/math_web", 15},
       {"python/src", 14},
   };
   return layers;

@@ -96,11 +96,12 @@ void DefineVerbs(CLI::App& app, Command& command) {
   app.require_subcommand(1);
   app.fallthrough();
   app.ignore_case();
-  for (const auto define : {DefineEngines, DefineReadings, DefineTypes,   DefineCreate,    DefineList,
-                            DefineShow,    DefineTop,      DefineGet,     DefineWatch,     DefinePlot,
-                            DefineRecord,  DefineReplay,   DefineConvert, DefineReference, DefineSave,
-                            DefineApply,   DefineSet,      DefineReset,   DefineDelete,    DefineSubscriptions,
-                            DefineDoctor,  DefineExplain,  DefineGraph,   DefineVerify,    DefineCompletion}) {
+  for (const auto define :
+       {DefineEngines, DefineReadings,      DefineTypes,  DefineCreate,   DefineList,    DefineShow,
+        DefineTop,     DefineGet,           DefineWatch,  DefinePlot,     DefineRecord,  DefineReplay,
+        DefineConvert, DefineReference,     DefineSave,   DefineApply,    DefineSet,     DefineReset,
+        DefineDelete,  DefineSubscriptions, DefineDoctor, DefineDiscover, DefineExplain, DefineGraph,
+        DefineVerify,  DefineCompletion}) {
     define(app, command);
   }
   for (CLI::App* verb : app.get_subcommands({})) {

@@ -91,6 +91,7 @@ void DefineReset(CLI::App& app, Command& command);
 void DefineDelete(CLI::App& app, Command& command);
 void DefineSubscriptions(CLI::App& app, Command& command);
 void DefineDoctor(CLI::App& app, Command& command);
+void DefineDiscover(CLI::App& app, Command& command);
 void DefineExplain(CLI::App& app, Command& command);
 void DefineGraph(CLI::App& app, Command& command);
 void DefineRecord(CLI::App& app, Command& command);

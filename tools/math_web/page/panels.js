@@ -36,11 +36,11 @@ export class Panels {
     setInterval(() => this.#tell(), 1000);
   }
 
-  /** Shows exactly these: [{name, kind}]. */
-  show(items) {
-    const wanted = new Map(items.map((item) => [item.name, item.kind]));
-    for (const [name, view] of this.#views) if (!wanted.has(name)) this.#close(name, view);
-    for (const [name, kind] of wanted) if (!this.#views.has(name)) this.#open(name, kind);
+  /** Shows exactly `names`, as far as `items` ([{name, kind}]) tells what they are. What is shown already stays with its
+   *  last values when nobody offers it any more. */
+  show(names, items) {
+    for (const [name, view] of this.#views) if (!names.includes(name)) this.#close(name, view);
+    for (const {name, kind} of items) if (!this.#views.has(name)) this.#open(name, kind);
     setShown(this.#waiting, this.#waiting.children.length > 0);
   }
 

@@ -14,6 +14,7 @@ const clockText = (time) => new Date(1000 * time).toLocaleTimeString([], {hour12
 export const kGutter = kLeft + kLabel;
 /** Room to its right. */
 export const kRight = 14;
+const kRightOfTime = 32; // half of a time of day
 
 /** Axes, grid, cursor and the choice of a range by dragging, with a layer above for curves. The axes are drawn when
  *  they change; curves, on the layer, with each sample. `hooks`: onSelect({from, to} or null, {min, max} or null),
@@ -122,9 +123,14 @@ export class Plot {
     const size = this.#size();
     return {
       ...size,
-      padding: [10, kRight, 0, 0],
+      padding: [10, time ? kRightOfTime : kRight, 0, 0],
       legend: {show: false},
-      cursor: {y: false, points: {show: false}, drag: {x: true, y: true, uni: 30, dist: kLeastDrag, setScale: false}},
+      cursor: {
+        y: false,
+        points: {show: false},
+        drag: {x: true, y: true, uni: 30, dist: kLeastDrag, setScale: false},
+        bind: {dblclick: () => null},
+      },
       scales: {
         x: {time, auto: false, range: (_, min, max) => [min, max]},
         y: {auto: false, range: (_, min, max) => [min, max]},
