@@ -22,6 +22,7 @@ namespace {
 constexpr unsigned kWorkers = 4;
 constexpr std::size_t kMostJobs = 256;
 constexpr std::chrono::seconds kBetweenLooks{1};
+constexpr std::chrono::seconds kLongestRest{10};
 constexpr int kRestAfterLook = 20;  // times as long as it took, so that looking costs the platform a twentieth at most
 constexpr std::chrono::seconds kDataAge{2};
 constexpr const char* kBusySentence = "The gateway has too much to do: ask again in a moment.";
@@ -175,7 +176,13 @@ std::optional<PeriodicTask::Clock::time_point> Gateway::LookStep() {
   } catch (const std::exception& exception) {  // no thread, or no memory, for it: later
     WriteError(std::string("math_web: a look at the platform failed: ") + exception.what());
   }
-  return Clock::now() + std::max<Clock::duration>(kBetweenLooks, look_.Took() * kRestAfterLook);
+  return Clock::now() + Rest();
+}
+
+/// A look that waited for somebody who does not answer was no work for anybody.
+Gateway::Clock::duration Gateway::Rest() const {
+  if (!look_.Last()->problems.empty()) return kBetweenLooks;
+  return std::clamp<Clock::duration>(look_.Took() * kRestAfterLook, kBetweenLooks, kLongestRest);
 }
 
 void Gateway::LookAndTell() {

@@ -84,6 +84,7 @@ class Gateway {
   GatewayCounts Counts();
   std::optional<Clock::time_point> LookStep();
   void LookAndTell();
+  Clock::duration Rest() const;
   void EndTheGone(const Snapshot& snapshot);
 
   Client::Connection& connection_;

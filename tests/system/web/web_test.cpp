@@ -209,6 +209,23 @@ TEST_F(WebGateway, AnEngineThatGoesAndComesBackIsShownWithoutAReload) {
   EXPECT_LT(std::chrono::steady_clock::now() - began, seconds(5));
 }
 
+TEST_F(WebGateway, AnEngineThatHangsIsShownAndItsReturnToo) {
+  StartWeb();
+  WebClient client(Port());
+  const auto math_state = [](const json& state) { return state["engines"][0]["state"].get<std::string>(); };
+  ASSERT_FALSE(StateWhere(client, [&](const json& state) { return math_state(state) == "live"; }).is_null());
+  for (int round = 0; round < 2; ++round) {
+    auto began = std::chrono::steady_clock::now();
+    Math().Signal(SIGSTOP);
+    EXPECT_FALSE(StateWhere(client, [&](const json& state) { return math_state(state) == "away"; }).is_null());
+    EXPECT_LT(std::chrono::steady_clock::now() - began, seconds(5));
+    began = std::chrono::steady_clock::now();
+    Math().Signal(SIGCONT);
+    EXPECT_FALSE(StateWhere(client, [&](const json& state) { return math_state(state) == "live"; }).is_null());
+    EXPECT_LT(std::chrono::steady_clock::now() - began, seconds(5));
+  }
+}
+
 TEST_F(WebGateway, ServesThePageWithItsPolicy) {
   StartWeb();
   const HttpAnswer page = HttpGet(Port(), "/");
