@@ -5,6 +5,7 @@ import pytest
 from selenium.webdriver.common.keys import Keys
 
 from browser import PHONE
+from gateway import create, newest, objects, until
 
 SHOWN = ["SIM/1/NOISE", "SIM/1/TONE", "SIM/1/VOLTAGE"]
 
@@ -53,9 +54,9 @@ return found.sort((a, b) => a[0] - b[0]);
 
 
 def open_full(gateway, platform, browser, **how):
-    platform.mathctl("create", "Average", SHOWN[0])
-    browser.open(gateway.address, show=[*SHOWN, "math:0"], **how)
-    browser.wait_for_pictures(*SHOWN, "math:0")
+    name = create(platform, "Average", SHOWN[0])
+    browser.open(gateway.address, show=[*SHOWN, name], **how)
+    browser.wait_for_pictures(*SHOWN, name)
     browser.until("return document.querySelectorAll('#objects .row').length === 1")
 
 
@@ -109,7 +110,8 @@ def test_an_object_is_made_with_the_keyboard_alone(gateway, platform, browser, e
     browser.until("return !document.querySelector('#create-dialog button.main').disabled")
     browser.press(Keys.TAB, Keys.TAB, Keys.ENTER)
     browser.until("return !document.querySelector('#create-dialog').open")
-    browser.wait_for_pictures("math:0")
+    assert until(lambda: len(objects(platform)) == 1)
+    browser.wait_for_pictures(newest(platform))
 
 
 def test_keys_are_listed_and_can_be_switched_off(gateway, browser):

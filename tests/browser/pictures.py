@@ -5,10 +5,10 @@ import sys
 from pathlib import Path
 
 from browser import LAPTOP, PHONE, Browser, wall
-from gateway import Gateway, Platform
+from gateway import Gateway, Platform, create
 
 LEVEL = "PROBE/1/WAKEUP_DB"
-SHOWN = [LEVEL, "math:0", "math:1", "PROBE/1/CPU_LOAD"]
+LOAD = "PROBE/1/CPU_LOAD"
 SECONDS = 45  # until the waterfall has something to show
 
 
@@ -24,21 +24,21 @@ def take(browser, directory, name):
 
 
 def take_all(platform, gateway, browser, directory):
-    for command in (["Average", LEVEL], ["Peak", LEVEL]):
-        platform.mathctl("create", *command)
-    platform.mathctl("set", "math:0", "SIZE", "20")
-    browser.open(gateway.address, show=SHOWN, size=LAPTOP)
-    browser.wait_for_pictures(*SHOWN)
+    average, peak = create(platform, "Average", LEVEL), create(platform, "Peak", LEVEL)
+    platform.mathctl("set", average, "SIZE", "20")
+    shown = [LEVEL, average, peak, LOAD]
+    browser.open(gateway.address, show=shown, size=LAPTOP)
+    browser.wait_for_pictures(*shown)
     browser.press("w", "m")
     browser.choose(".fall-head select", "60")
     wait(browser, SECONDS)
     take(browser, directory, "laptop")
-    browser.open(gateway.address, show=SHOWN, size=PHONE, dark=True)
-    browser.wait_for_pictures(*SHOWN)
+    browser.open(gateway.address, show=shown, size=PHONE, dark=True)
+    browser.wait_for_pictures(*shown)
     wait(browser, 5)
     take(browser, directory, "phone")
-    browser.open(gateway.address, hash=wall(["math:0", "math:1", "PROBE/1/CPU_LOAD"]), size=LAPTOP, dark=True)
-    browser.wait_for_pictures("math:0", "math:1", "PROBE/1/CPU_LOAD")
+    browser.open(gateway.address, hash=wall([average, peak, LOAD]), size=LAPTOP, dark=True)
+    browser.wait_for_pictures(average, peak, LOAD)
     wait(browser, 20)
     take(browser, directory, "wall")
 

@@ -40,6 +40,8 @@ export class Panels {
    *  last values when nobody offers it any more. */
   show(names, items) {
     for (const [name, view] of this.#views) if (!names.includes(name)) this.#close(name, view);
+    this.#slots.keep(names);
+    for (const name of names) this.#slots.of(name); // colours in the order of the names, whatever comes first
     for (const {name, kind} of items) if (!this.#views.has(name)) this.#open(name, kind);
     setShown(this.#waiting, this.#waiting.children.length > 0);
   }
@@ -109,7 +111,6 @@ export class Panels {
 
   #close(name, view) {
     this.#views.delete(name);
-    this.#slots.release(name);
     view.close();
     if (view.panel) this.#leave(view);
   }

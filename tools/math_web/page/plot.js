@@ -25,14 +25,13 @@ export class Plot {
   #hooks;
   #layer = el("canvas", {class: "layer"});
   #units = {x: "", y: ""};
-  #otherwise;
+  #otherwise = "Point";
   #quietTheme;
   #observer;
 
-  constructor(host, {time = false, otherwise = "Point"}, hooks) {
+  constructor(host, {time = false}, hooks) {
     this.#host = host;
     this.#hooks = hooks;
-    this.#otherwise = otherwise;
     this.#u = new uPlot(
       this.#options(time),
       [
@@ -73,10 +72,11 @@ export class Plot {
     return {width, height};
   }
 
-  /** Units of both axes; labels and numbers follow. */
-  setUnits(x, y) {
-    if (this.#units.x === x && this.#units.y === y) return;
+  /** Units of both axes; labels and numbers follow. `otherwise` labels a horizontal axis without unit. */
+  setUnits(x, y, otherwise = "Point") {
+    if (this.#units.x === x && this.#units.y === y && this.#otherwise === otherwise) return;
     this.#units = {x, y};
+    this.#otherwise = otherwise;
     this.#u.redraw(false, true);
   }
 
