@@ -21,7 +21,11 @@ configure_file(packaging/systemd/lumenar.target ${units_dir}/lumenar.target COPY
 if(NOT LUMENAR_PACKAGES)
   return()
 endif()
-install(DIRECTORY ${units_dir}/ DESTINATION lib/systemd/system COMPONENT services)
+# The page's unit is of no use without the program.
+if(NOT TARGET math_web)
+  set(without_web PATTERN lumenar-web.service EXCLUDE)
+endif()
+install(DIRECTORY ${units_dir}/ DESTINATION lib/systemd/system COMPONENT services ${without_web})
 
 # lumenar_settings_files(COMPONENT FILES...): settings that belong to the administrator once they are installed.
 function(lumenar_settings_files component)
@@ -40,4 +44,8 @@ list(FILTER engine_settings EXCLUDE REGEX "engine-sigrok")
 lumenar_settings_files(instruments ${engine_settings})
 if(TARGET sigrok_devices)
   lumenar_settings_files(sigrok ${sigrok_settings})
+  install(FILES packaging/device.conf DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/lumenar-instrument-sigrok/examples COMPONENT sigrok)
+endif()
+if(TARGET math_web)
+  lumenar_settings_files(services packaging/web.conf)
 endif()

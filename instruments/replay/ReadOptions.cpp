@@ -14,6 +14,9 @@
 namespace Lumenar::Replay {
 namespace {
 
+constexpr double kLowestRate_Hz = 1e-9;
+constexpr double kHighestRate_Hz = 1e15;
+
 Value::Units UnitsFromSetting(std::string_view text) {
   try {
     return Value::Units_from_text(text);
@@ -56,7 +59,7 @@ double RateFromText(std::string_view text, std::size_t line) {
   const Value::Units units = ParseUnits(Trim(rest), line);
   const double rate_Hz = number * std::pow(10, units.base_power);
   const bool is_hertz = Value::Units_library::Compare_units(units, Value::Make_unit(Value::U_Hertz), false);
-  if (!is_hertz || units.is_dB || !(rate_Hz > 0) || !std::isfinite(rate_Hz) || !std::isfinite(1 / rate_Hz))
+  if (!is_hertz || units.is_dB || !(rate_Hz >= kLowestRate_Hz && rate_Hz <= kHighestRate_Hz))
     throw FormatError(line, Quoted(text) + " is no sample rate");
   return rate_Hz;
 }
@@ -73,7 +76,8 @@ void CutSweeps(RecordedFile& file, std::size_t points) {
   if (count == 0) throw FormatError(1, fmt::format("there are fewer than {} samples", points));
   for (Recording& recording : file.recordings) recording.sweeps.resize(count);
   const double step = file.recordings.front().x_step;
-  if (step > 0) file.sweeps_per_s = 1 / (step * static_cast<double>(points));
+  const double rate_Hz = 1 / (step * static_cast<double>(points));
+  if (step > 0 && std::isfinite(rate_Hz)) file.sweeps_per_s = rate_Hz;
 }
 
 }  // namespace Lumenar::Replay

@@ -25,7 +25,7 @@ inline constexpr char kUnitsSetting[] = "REPLAY_UNITS";
 std::optional<Value::Units> ToldUnits(const ReadOptions& options, const std::string& channel);
 
 /// A sample rate as text, "20 kHz", in hertz.
-/// Errors   FormatError; also for a rate that is not positive.
+/// Errors   FormatError; also for a rate that no device has.
 double RateFromText(std::string_view text, std::size_t line);
 
 /// Cuts each sweep into sweeps of so many points; the rest of it is left out. The sweeps come at the rate of their

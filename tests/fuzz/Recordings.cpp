@@ -14,4 +14,14 @@ void Spectrum(Bytes input) { CheckRecording("a.csv", input); }
 void TwoColumns(Bytes input) { CheckRecording("a.csv", input); }
 void Otdr(Bytes input) { CheckRecording("a.csv", input); }
 
+void SampleCsv(Bytes input) {
+  CheckRecording("a.csv", input);
+  CheckRecording("a.csv", input, {"V", 2});
+}
+
+void SessionFile(Bytes input) {
+  CheckRecording("a.sr", input, {"A0=V;A", 0});
+  CheckRecording("a.sr", input, {"V", 7});
+}
+
 }  // namespace Lumenar::Fuzz

@@ -38,10 +38,10 @@ void CheckRefusal(const Replay::FormatError& error, const std::string& text) {
 
 }  // namespace
 
-void CheckRecording(const char* name, Bytes input) {
+void CheckRecording(const char* name, Bytes input, const Replay::ReadOptions& options) {
   const std::string text = TextOf(input);
   try {
-    CheckContents(Replay::ReadRecording(name, text));
+    CheckContents(Replay::ReadRecording(name, text, options));
   } catch (const Replay::FormatError& error) {
     CheckRefusal(error, text);
   }

@@ -125,7 +125,9 @@ std::string CheckForm(const std::string& path) {
 constexpr const char* kConvertFooter =
     "IN is a recording of either form, or a file of another instrument (.s1p, .s2p, .csv: spectrum sweeps, two "
     "columns,\n"
-    "OTDR levels). The ending of OUT says which form it gets.\n"
+    "OTDR levels, samples of sigrok-cli; .sr, whose unit REPLAY_UNITS=V in the environment tells). The ending of OUT "
+    "says\n"
+    "which form it gets.\n"
     "\n"
     "As CSV, a recording has one row a sample, its points in columns p0, p1 ...; lines that begin with \"# \" keep the "
     "rest,\n"

@@ -115,7 +115,8 @@ std::string CheckSpeed(const std::string& text) {
 constexpr const char* kReplayFooter =
     "FILE is what `mathctl record` wrote, or a file of another instrument: Touchstone (.s1p, .s2p), spectrum sweeps, "
     "two\n"
-    "columns or OTDR levels (.csv). A recorded reading has its name again, in an engine of its own process: while "
+    "columns, OTDR levels or samples of sigrok-cli (.csv, and .sr with REPLAY_UNITS=V in the environment). A recorded "
+    "reading has its name again, in an engine of its own process: while "
     "another\n"
     "PROBE/1 runs, the recorded one is PROBE/2. The result of math:3 becomes REPLAY/1/MATH_3. Each sample is the "
     "recorded one\n"

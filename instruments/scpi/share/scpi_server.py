@@ -88,6 +88,8 @@ class Device:
         if header == ":TEST:FAULT":
             self.set_fault(argument)
             return ""
+        if header == ":TEST:FAULT?":
+            return str(sum(count for count, _ in self.faults.values()))
         if header == ":TEST:COUNT?":
             return f"{self.measurements},{self.connections}"
         if header == ":TEST:LOG?":

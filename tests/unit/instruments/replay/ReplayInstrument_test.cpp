@@ -57,7 +57,7 @@ TEST(LoadRecording, FailuresNameTheFile) {
   EXPECT_EQ(LoadFailure("/nowhere/a.csv"), "/nowhere/a.csv: No such file or directory");
   EXPECT_EQ(LoadFailure(folder), folder + ": is not a regular file");
   EXPECT_EQ(LoadFailure(folder + "/../../CMakeLists.txt"),
-            folder + "/../../CMakeLists.txt: is no recording that can be read (.s1p, .s2p, .csv)");
+            folder + "/../../CMakeLists.txt: is no recording that can be read (.s1p, .s2p, .csv, .sr)");
 }
 
 TEST(LoadRecording, ReadsTheSamples) {
@@ -67,6 +67,8 @@ TEST(LoadRecording, ReadsTheSamples) {
   EXPECT_EQ(LoadRecording(folder + "/spectrum.csv").recordings[0].sweeps.size(), 2u);
   EXPECT_EQ(LoadRecording(folder + "/scope.csv").recordings[0].sweeps[0].size(), 3u);
   EXPECT_EQ(LoadRecording(folder + "/otdr.csv").recordings[0].sweeps[0].size(), 3u);
+  EXPECT_EQ(LoadRecording(folder + "/sine.csv").recordings[0].sweeps[0].size(), 60u);
+  EXPECT_EQ(LoadRecording(folder + "/sine.sr", {"V", 0}).recordings[0].sweeps[0].size(), 60u);
 }
 
 TEST(ReplayInstrument, AFileThatCannotBeReadEndsConstruction) {
