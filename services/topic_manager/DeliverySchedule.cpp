@@ -278,14 +278,12 @@ bool DeliverySchedule::Settle(const Delivery& delivery, Outcome outcome, SteadyT
       subscription.silent_since.reset();
       subscription.unreachable_since.reset();
       subscription.backoff.Reset();
-      subscription.place = Place::Idle;
-      if (!subscription.queue.Empty()) Schedule(delivery.subscription);
+      WaitOrGoOn(delivery.subscription);
       return false;
     case Outcome::NotTaken:
       PutBack(delivery, freed);
       subscription.single = true;
-      subscription.place = Place::Idle;
-      if (!subscription.queue.Empty()) Schedule(delivery.subscription);
+      WaitOrGoOn(delivery.subscription);
       return false;
   }
   return false;
@@ -382,9 +380,7 @@ void DeliverySchedule::Advance(SteadyTime now) {
   while (!pauses_.empty() && pauses_.begin()->first <= now) {
     const SubscriptionPtr subscription = pauses_.begin()->second;
     pauses_.erase(pauses_.begin());
-    if (subscription->place != Place::Pausing) continue;
-    subscription->place = Place::Idle;
-    if (!subscription->queue.Empty()) Schedule(subscription);
+    if (subscription->place == Place::Pausing) WaitOrGoOn(subscription);
   }
 }
 

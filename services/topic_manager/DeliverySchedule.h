@@ -94,6 +94,11 @@ class DeliverySchedule {
   std::vector<SubscriptionPtr> AllOf(const Endpoint& endpoint) const;
   bool MustWait(const SubscriptionPtr& subscription);
   void EndTry();
+  /// Nothing of it is under way any more: it waits for a sample, or goes on with one that waits.
+  void WaitOrGoOn(const SubscriptionPtr& subscription) {
+    subscription->place = Subscription::Place::Idle;
+    if (!subscription->queue.Empty()) Schedule(subscription);
+  }
   void Schedule(const SubscriptionPtr& subscription);
   void MakeReady(const SubscriptionPtr& subscription);
   void Park(const SubscriptionPtr& subscription);

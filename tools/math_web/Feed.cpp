@@ -16,6 +16,16 @@ Feed::Feed(Client::Connection& connection, NamedReading what, Wake wake, Retire 
       retire_(std::move(retire)),
       reading_(std::move(what.reading)) {}
 
+/// A subscription that ends wakes, too: it must not wake who is no more.
+Feed::~Feed() {
+  if (subscription_ != nullptr) subscription_->OnArrival({});
+}
+
+void Feed::GiveUp(std::shared_ptr<Client::Subscription> subscription) {
+  subscription->OnArrival({});
+  retire_(std::move(subscription));
+}
+
 std::string Feed::Topic() const {
   Lock lock(mutex_);
   return reading_.topic;
@@ -27,7 +37,7 @@ std::shared_ptr<Client::Subscription> Feed::Subscribed(const Client::Reading& re
     subscription->OnArrival([this] { wake_(*this); });
     subscription->Add(reading);
   } catch (...) {  // goes on below
-    retire_(std::move(subscription));
+    GiveUp(std::move(subscription));
     throw;
   }
   return subscription;
@@ -70,7 +80,7 @@ void Feed::Follow(const Client::Reading& reading) {
     subscription_.swap(subscription);
     reading_ = reading;
   }
-  if (subscription != nullptr) retire_(std::move(subscription));
+  if (subscription != nullptr) GiveUp(std::move(subscription));
 }
 
 std::optional<Newest> Feed::Take() {

@@ -33,6 +33,9 @@ class Feed : public std::enable_shared_from_this<Feed> {
 
   /// `wake` is called when a sample has come, on the thread that delivers it; it must not block.
   Feed(Client::Connection& connection, NamedReading what, Wake wake, Retire retire);
+  ~Feed();
+  Feed(const Feed&) = delete;
+  Feed& operator=(const Feed&) = delete;
 
   const std::string& Name() const { return name_; }
   const std::string& Kind() const { return kind_; }
@@ -56,6 +59,7 @@ class Feed : public std::enable_shared_from_this<Feed> {
 
  private:
   std::shared_ptr<Client::Subscription> Subscribed(const Client::Reading& reading);
+  void GiveUp(std::shared_ptr<Client::Subscription> subscription);
   void TakePresent(const Client::Reading& reading);
 
   Client::Connection& connection_;

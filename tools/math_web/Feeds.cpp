@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "client/MathObjects.h"
 
 namespace Lumenar::Web {
 namespace {
@@ -25,6 +24,10 @@ Feeds::~Feeds() {
     due_changed_.NotifyAll();
   }
   thread_.join();
+  Lock lock(mutex_);  // nobody else is left; what goes here still finds the rest of this object
+  feeds_.clear();
+  retired_feeds_.clear();
+  retired_.clear();
 }
 
 std::shared_ptr<Feed> Feeds::Open(const std::string& text) {

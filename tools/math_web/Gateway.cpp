@@ -9,7 +9,9 @@
 #include <utility>
 #include <vector>
 
+#include "platform/base/Diagnostic.h"
 #include "platform/base/ProcessUse.h"
+#include "platform/orb/CorbaText.h"
 #include "platform/orb/GivingBack.h"
 #include "tools/math_web/metrics_text.h"
 #include "tools/math_web/state_text.h"
@@ -20,6 +22,7 @@ namespace {
 constexpr unsigned kWorkers = 4;
 constexpr std::size_t kMostJobs = 256;
 constexpr std::chrono::seconds kBetweenLooks{1};
+constexpr std::chrono::seconds kLongestRest{10};
 constexpr int kRestAfterLook = 20;  // times as long as it took, so that looking costs the platform a twentieth at most
 constexpr std::chrono::seconds kDataAge{2};
 constexpr const char* kBusySentence = "The gateway has too much to do: ask again in a moment.";
@@ -112,16 +115,28 @@ void Gateway::AnswerData(const HttpRequest& request, const std::string& path, co
     ++Totals().refused;
     return respond(TextReply(refusal->status, refusal->text));
   }
-  const bool taken = work_.Add([this, path, counts = Counts(), respond] {
-    Reply reply;
-    try {
-      reply = path == "/metrics" ? Metrics(counts) : Health();
-    } catch (const std::exception& exception) {
-      reply = TextReply(500, exception.what());
-    }
-    post_([respond, reply] { respond(reply); });
+  const std::uint64_t ticket = ++last_ticket_;
+  waiting_[ticket] = respond;
+  const bool taken = work_.Add([this, path, counts = Counts(), ticket] {
+    const Reply reply = DataAt(path, counts);
+    post_([this, ticket, reply] { Finish(ticket, reply); });
   });
-  if (!taken) respond(TextReply(503, kBusySentence));
+  if (!taken) Finish(ticket, TextReply(503, kBusySentence));
+}
+
+void Gateway::Finish(std::uint64_t ticket, const Reply& reply) {
+  const auto waiting = waiting_.extract(ticket);
+  if (!waiting.empty()) waiting.mapped()(reply);
+}
+
+Reply Gateway::DataAt(const std::string& path, const GatewayCounts& counts) {
+  try {
+    return path == "/metrics" ? Metrics(counts) : Health();
+  } catch (const CORBA::Exception& exception) {
+    return TextReply(500, CorbaText(exception));
+  } catch (const std::exception& exception) {
+    return TextReply(500, exception.what());
+  }
 }
 
 Reply Gateway::Metrics(const GatewayCounts& counts) {
@@ -156,10 +171,24 @@ GatewayCounts Gateway::Counts() {
 std::optional<PeriodicTask::Clock::time_point> Gateway::LookStep() {
   post_([this] { clients_ = hub_.Clients(); });
   if (clients_ == 0) return Clock::now() + kBetweenLooks;
+  try {
+    LookAndTell();
+  } catch (const std::exception& exception) {  // no thread, or no memory, for it: later
+    WriteError(std::string("math_web: a look at the platform failed: ") + exception.what());
+  }
+  return Clock::now() + Rest();
+}
+
+/// A look that waited for somebody who does not answer was no work for anybody.
+Gateway::Clock::duration Gateway::Rest() const {
+  if (!look_.Last()->problems.empty()) return kBetweenLooks;
+  return std::clamp<Clock::duration>(look_.Took() * kRestAfterLook, kBetweenLooks, kLongestRest);
+}
+
+void Gateway::LookAndTell() {
   const auto snapshot = look_.NotOlderThan({});
   post_([this, state = StateTextOf(*snapshot)] { hub_.Tell(state); });
   EndTheGone(*snapshot);
-  return Clock::now() + std::max<Clock::duration>(kBetweenLooks, look_.Took() * kRestAfterLook);
 }
 
 void Gateway::EndTheGone(const Snapshot& snapshot) {

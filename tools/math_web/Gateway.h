@@ -2,7 +2,9 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -65,6 +67,9 @@ class Gateway {
   /// Counts of what the sockets see.
   HubTotals& Totals() { return hub_.Totals(); }
 
+  /// Answers no request any more that still waits for a call to another process.
+  void ForgetRequests() { waiting_.clear(); }
+
   /// Ends all calls to other processes, and waits for those under way. Threads   any, once.
   void EndCalls() noexcept;
 
@@ -72,10 +77,14 @@ class Gateway {
   using Clock = std::chrono::steady_clock;
 
   void AnswerData(const HttpRequest& request, const std::string& path, const Respond& respond);
+  void Finish(std::uint64_t ticket, const Reply& reply);
+  Reply DataAt(const std::string& path, const GatewayCounts& counts);
   Reply Metrics(const GatewayCounts& counts);
   Reply Health();
   GatewayCounts Counts();
   std::optional<Clock::time_point> LookStep();
+  void LookAndTell();
+  Clock::duration Rest() const;
   void EndTheGone(const Snapshot& snapshot);
 
   Client::Connection& connection_;
@@ -84,6 +93,8 @@ class Gateway {
   const PageFiles page_;
   const Post post_;
   std::atomic<std::size_t> clients_{0};
+  std::map<std::uint64_t, Respond> waiting_;  // by ticket: whoever is answered lives on this thread alone
+  std::uint64_t last_ticket_ = 0;
   PlatformLook look_;
   Commands commands_;
   Feeds feeds_;

@@ -46,7 +46,8 @@ class LiveConnection final : public Outlet, public std::enable_shared_from_this<
     if (waiting_bytes_ + bytes > kMostWaitingBytes && !queue_.empty())
       return Close(websocket::close_code::policy_error, "it reads too slowly for what it asked for");
     waiting_bytes_ += bytes;
-    state_.gateway->Totals().bytes += bytes;
+    Gateway& gateway = *state_.gateway;
+    gateway.Totals().bytes += bytes;
     queue_.push_back(std::move(message));
     if (!writing_) Write();
   }
@@ -76,14 +77,14 @@ class LiveConnection final : public Outlet, public std::enable_shared_from_this<
 
   void OnRead(ErrorCode error) {
     if (error || session_ == nullptr) return Finish();
-    if (!ws_.got_text()) {
-      in_.clear();
+    if (closing_) {  // what comes until the client has closed, too
+    } else if (!ws_.got_text()) {
       Close(websocket::close_code::unknown_data, "messages have to be texts");
     } else {
       const auto data = in_.cdata();
       session_->OnText({static_cast<const char*>(data.data()), data.size()});
-      in_.clear();
     }
+    in_.clear();
     if (queue_.size() > kMostWaiting) {
       paused_ = true;
     } else {

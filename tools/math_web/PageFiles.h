@@ -18,8 +18,8 @@ struct BuiltInFile {
 };
 std::span<const BuiltInFile> BuiltInFiles();
 
-/// The files of the page: "/" is index.html, "/page/X" is X, "/vendor/X" is vendor/X. All are for anybody who may connect;
-/// what they may do with the page is decided where it asks for data.
+/// The files of the page: "/" is index.html, "/page/X" is X, "/vendor/X" is vendor/X. All are for anybody who may
+/// connect; what they may do with the page is decided where it asks for data.
 /// Threads  any.
 class PageFiles {
  public:

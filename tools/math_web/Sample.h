@@ -26,8 +26,8 @@ const Corvanta::BASIC_TRACE::BT_DATA* TraceIn(const Sample& sample);
 std::span<const float> SamplesOf(const Corvanta::BASIC_TRACE::BT_DATA& trace);
 Value::Units UnitsOf(const Corvanta::BASIC_TRACE::BT_DATA& trace);
 
-/// The axis that a trace tells of, in the unit that AxisUnit names; of a trace that tells none the numbers of its points,
-/// without unit.
+/// The axis that a trace tells of, in the unit that AxisUnit names; of a trace that tells none the numbers of its
+/// points, without unit.
 Axis AxisOf(const Corvanta::BASIC_TRACE::BT_DATA& trace);
 std::string AxisUnit(const Corvanta::BASIC_TRACE::BT_DATA& trace);
 

@@ -6,15 +6,18 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
 
-#include "platform/base/Mutex.h"
+#include "platform/base/Diagnostic.h"
+#include "tools/math_web/Gateway.h"
 #include "tools/math_web/HttpConnection.h"
 #include "tools/math_web/LiveConnection.h"
 #include "tools/math_web/beast.h"
@@ -126,9 +129,25 @@ struct Server::Impl {
     }
   }
 
-  void Say(unsigned short code, const std::string& reason) {
+  void SayFarewell() {
+    state.gateway->ForgetRequests();
+    if (state.live.empty()) return context.stop();
     const auto all = state.live;
-    for (LiveConnection* one : all) one->Close(code, reason);
+    for (LiveConnection* one : all) one->Close(websocket::close_code::going_away, "math_web ends");
+    const auto farewell = std::make_shared<net::steady_timer>(context, kFarewell);
+    farewell->async_wait([this, farewell](ErrorCode) { context.stop(); });
+  }
+
+  /// What goes wrong for one client, as memory that is not there, ends nothing for the others.
+  void Run() noexcept {
+    while (true) {
+      try {
+        context.run();
+        return;
+      } catch (const std::exception& exception) {
+        WriteError(std::string("math_web: ") + exception.what());
+      }
+    }
   }
 
   ServerState state;
@@ -159,7 +178,7 @@ void Server::Serve(Gateway& gateway) {
   impl_->state.gateway = &gateway;
   if (impl_->tcp) impl_->tcp->Accept();
   if (impl_->unix_socket) impl_->unix_socket->Accept();
-  impl_->thread = std::thread([impl = impl_.get()] { impl->context.run(); });
+  impl_->thread = std::thread([impl = impl_.get()] { impl->Run(); });
 }
 
 void Server::End() noexcept {
@@ -171,11 +190,7 @@ void Server::End() noexcept {
   }
   ended = std::move(impl_);
   if (ended->thread.joinable()) {
-    net::post(ended->context, [impl = ended.get()] {
-      impl->Say(websocket::close_code::going_away, "math_web ends");
-      const auto farewell = std::make_shared<net::steady_timer>(impl->context, kFarewell);
-      farewell->async_wait([impl, farewell](ErrorCode) { impl->context.stop(); });
-    });
+    net::post(ended->context, [impl = ended.get()] { impl->SayFarewell(); });
     ended->thread.join();
   }
   if (ended->owns_path) unlink(ended->state.settings.path.c_str());

@@ -11,8 +11,8 @@
 
 namespace Lumenar::Web {
 
-/// One thing that one client looks at. One frame is under way at a time, until the client has drawn it; then it gets the
-/// newest sample, and what lies between was skipped, which is counted. Numbers are small: the next follows when the
+/// One thing that one client looks at. One frame is under way at a time, until the client has drawn it; then it gets
+/// the newest sample, and what lies between was skipped, which is counted. Numbers are small: the next follows when the
 /// system has taken the last.
 /// Threads  the gateway's own.
 class Stream {

@@ -32,7 +32,7 @@ class AtEnd {
   const std::function<void()> deed_;
 };
 
-/// Calls to other processes end while the ORB shuts down, and clients before the gateway, which their conversations use.
+/// Calls to other processes end while the ORB shuts down, and clients before the gateway, which they use.
 void Serve(const Web::ProgramOptions& options) {
   Web::Server server(Web::ServerSettingsFrom(options));
   server.Open();
@@ -41,11 +41,12 @@ void Serve(const Web::ProgramOptions& options) {
   Client::Connection connection(std::chrono::ceil<std::chrono::milliseconds>(timeout));
   Web::Gateway gateway(connection, std::move(settings),
                        [&server](std::function<void()> deed) { server.Post(std::move(deed)); });
+  const long listener = connection.Orb().AddShutdownListener([&gateway] { gateway.EndCalls(); });
   const AtEnd end([&] {
+    connection.Orb().RemoveShutdownListener(listener);
     gateway.EndCalls();
     server.End();
   });
-  connection.Orb().AddShutdownListener([&gateway] { gateway.EndCalls(); });
   server.Serve(gateway);
   connection.Orb().Activate();
   WriteOut("math_web ready at " + server.Address());

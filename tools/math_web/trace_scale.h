@@ -17,8 +17,8 @@ std::optional<Scale> OtherScale(const Value::Units& units);
 /// Whether `scale` turns numbers in these units into decibels.
 bool BecomesDecibel(const Value::Units& units, Scale scale);
 
-/// Numbers and their units in the form that is wanted, by the decibel rules of the platform; as they are where OtherScale
-/// offers no such form.
+/// Numbers and their units in the form that is wanted, by the decibel rules of the platform; as they are where
+/// OtherScale offers no such form.
 /// Numbers  in float; the larger of two numbers stays the larger one.      Threads  pure; the caller owns both.
 void ApplyScale(Scale scale, Value::Units& units, std::span<float> numbers);
 

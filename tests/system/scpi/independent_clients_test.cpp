@@ -10,6 +10,8 @@
 namespace Lumenar::Test {
 namespace {
 
+constexpr const char* kSystemPython = "/usr/bin/python3";  // to which the system's packages belong
+
 bool IsThere(std::vector<std::string> command) {
   try {
     Process process(std::move(command));
@@ -28,7 +30,8 @@ std::string OutputOf(std::vector<std::string> command) {
 std::string PortOf(const std::string& address) { return address.substr(address.rfind(':') + 1); }
 
 TEST(IndependentClients, PyVisaReadsNumbersAndBlocks) {
-  if (!IsThere({"python3", "-c", "import pyvisa, pyvisa_py"})) GTEST_SKIP() << "pyvisa and pyvisa-py are not installed";
+  if (!IsThere({kSystemPython, "-c", "import pyvisa, pyvisa_py"}))
+    GTEST_SKIP() << "pyvisa and pyvisa-py are not installed";
   const ScpiServer server;
   const std::string script = R"(
 import sys, pyvisa
@@ -46,7 +49,7 @@ print(len(big), -35 < max(big) < -25)
 analyser.write(":FORM ASC")
 print(len(analyser.query_ascii_values(":TRAC? TRACE1")))
 )";
-  EXPECT_EQ(OutputOf({"python3", "-c", script, PortOf(server.Multimeter()), PortOf(server.Analyser())}),
+  EXPECT_EQ(OutputOf({kSystemPython, "-c", script, PortOf(server.Multimeter()), PortOf(server.Analyser())}),
             "Lumenar,Multimeter,0,1.0\nTrue\n10001 True\n10001\n");
 }
 

@@ -64,7 +64,7 @@ TEST_F(WebGateway, ATraceComesInColumnsAndZoomIsAnsweredAtOnce) {
   ASSERT_TRUE(client.Subscribe(1, "SIM/1/LEVEL", 1400, {{"from", 1e6}, {"to", 1.1e6}}));
   const auto zoomed = client.WaitFor([](const WebMessage& one) { return IsFrameOf(one, 1) && one.kind == 1; });
   ASSERT_TRUE(zoomed);
-  EXPECT_EQ(zoomed->count, 102u) << "points 1000 to 1100, and one more on the right";
+  EXPECT_EQ(zoomed->count, 101u) << "points 1000 to 1100";
   EXPECT_EQ(zoomed->x, 1e6);
   EXPECT_EQ(zoomed->x_step, 1000);
 }
@@ -207,6 +207,23 @@ TEST_F(WebGateway, AnEngineThatGoesAndComesBackIsShownWithoutAReload) {
   EXPECT_TRUE(FrameOf(client, 1)) << "the same stream goes on";
   EXPECT_FALSE(StateWhere(client, [&](const json& state) { return sim_state(state) == "live"; }).is_null());
   EXPECT_LT(std::chrono::steady_clock::now() - began, seconds(5));
+}
+
+TEST_F(WebGateway, AnEngineThatHangsIsShownAndItsReturnToo) {
+  StartWeb();
+  WebClient client(Port());
+  const auto math_state = [](const json& state) { return state["engines"][0]["state"].get<std::string>(); };
+  ASSERT_FALSE(StateWhere(client, [&](const json& state) { return math_state(state) == "live"; }).is_null());
+  for (int round = 0; round < 2; ++round) {
+    auto began = std::chrono::steady_clock::now();
+    Math().Signal(SIGSTOP);
+    EXPECT_FALSE(StateWhere(client, [&](const json& state) { return math_state(state) == "away"; }).is_null());
+    EXPECT_LT(std::chrono::steady_clock::now() - began, seconds(5));
+    began = std::chrono::steady_clock::now();
+    Math().Signal(SIGCONT);
+    EXPECT_FALSE(StateWhere(client, [&](const json& state) { return math_state(state) == "live"; }).is_null());
+    EXPECT_LT(std::chrono::steady_clock::now() - began, seconds(5));
+  }
 }
 
 TEST_F(WebGateway, ServesThePageWithItsPolicy) {

@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <ostream>
+
 namespace Lumenar::Web {
 namespace {
 
@@ -52,6 +54,8 @@ struct BadRow {
   const char* sentence;
 };
 
+void PrintTo(const BadRow& row, std::ostream* stream) { *stream << row.sentence; }
+
 class BadMessages : public testing::TestWithParam<BadRow> {};
 
 TEST_P(BadMessages, AreRefusedInASentence) {
@@ -68,7 +72,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         BadRow{"", "no JSON object"}, BadRow{"[]", "no JSON object"}, BadRow{"{", "no JSON object"},
         BadRow{"{\"type\":\"\xff\"}", "no JSON object"}, BadRow{"{}", "\"type\" has to be a text"},
-        BadRow{R"({"type":7})", "\"type\" has to be a text"}, BadRow{R"({"type":"fly\n"})", "no message \"fly\\x0A\""},
+        BadRow{R"({"type":7})", "\"type\" has to be a text"}, BadRow{R"({"type":"fly\n"})", "no message \"fly\\x0a\""},
         BadRow{R"({"type":"save"})", "\"request\" has to be a whole number"},
         BadRow{R"({"type":"save","request":-1})", "\"request\" has to be"},
         BadRow{R"({"type":"save","request":1.5})", "\"request\" has to be"},

@@ -161,7 +161,7 @@ TEST(WebAnswers, TellWhatWasDoneOrWhyNot) {
   const json good = json::parse(*AnswerOf(5, [] { return json{{"name", "math:3"}}; }));
   EXPECT_EQ(good, (json{{"type", "answer"}, {"request", 5}, {"ok", true}, {"name", "math:3"}}));
   const json bad = json::parse(*AnswerOf(6, []() -> json { throw std::runtime_error("no\nroom"); }));
-  EXPECT_EQ(bad, (json{{"type", "answer"}, {"request", 6}, {"ok", false}, {"error", "no\\x0Aroom"}}));
+  EXPECT_EQ(bad, (json{{"type", "answer"}, {"request", 6}, {"ok", false}, {"error", "no\\x0aroom"}}));
   EXPECT_TRUE(json::parse(*RefusalText({}, "x"))["request"].is_null());
 }
 

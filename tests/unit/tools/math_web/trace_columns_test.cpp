@@ -7,6 +7,7 @@
 #include <cmath>
 #include <limits>
 #include <numeric>
+#include <ostream>
 #include <vector>
 
 namespace Lumenar::Web {
@@ -112,6 +113,8 @@ struct RangeRow {
   std::optional<double> from, to;
   std::size_t begin, end;
 };
+
+void PrintTo(const RangeRow& row, std::ostream* stream) { *stream << row.why; }
 
 class Ranges : public testing::TestWithParam<RangeRow> {};
 
