@@ -178,7 +178,8 @@ def test_traces_of_other_units_have_a_panel_of_their_own(gateway, browser):
     titles = browser.run("lumenar.panels.panels.forEach((panel) => panel.tell());"
                          " return [...document.querySelectorAll('.panel h2')].map((title) => title.textContent)")
     assert sorted(titles) == ["Level, dBm", "Number", "Power, W", "Voltage, V"]
-    assert browser.text(".band") == "−0.02 / +0.02 V"
+    browser.until("return document.querySelector('.band').textContent === '−0.02 / +0.02 V'")
+    browser.until("return document.querySelector('.value-line[data-name=\"SIM/1/COUNT\"] .digits').textContent !== '–'")
     assert int(browser.text(".value-line[data-name='SIM/1/COUNT'] .digits")) >= 100
 
 

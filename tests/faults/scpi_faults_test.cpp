@@ -27,7 +27,7 @@ void PrintTo(const ScpiFault& fault, std::ostream* stream) { *stream << fault.na
 /// Faults of sweeps, which come as blocks.
 constexpr ScpiFault kBlockFaults[] = {
     {"HANG", ": no answer within 400 ms; connecting anew\n"},
-    {"HALF", ": 19999 of the 40004 bytes that its block announces within 400 ms; connecting anew\n"},
+    {"HALF", ": 19998 of the 40004 bytes that its block announces within 400 ms; connecting anew\n"},
     {"LATE", ": no answer within 400 ms; connecting anew\n", 0.6},
     {"LIE", ": a block that announces 999999999 bytes, more than 500000 (largest); connecting anew\n"},
     {"LONG", ": a block with more than the 8 bytes that it announces; connecting anew\n"},
@@ -42,7 +42,7 @@ constexpr ScpiFault kBlockFaults[] = {
     {"NUL", ": '1.0\\x00\\x00', which is no number; connecting anew\n"},
     {"NOISE", ": more than 500000 bytes (largest); connecting anew\n"},
     {"TWICE", "; connecting anew\n"},
-    {"UNASKED", ": speaks without being asked: 'by the way\\x0a'; connecting anew\n"},
+    {"UNASKED", ": speaks without being asked: 'by the way\\x0a'; connecting anew\n", 0.02},
     {"SPLIT", ""},
 };
 
@@ -115,7 +115,7 @@ TEST_F(ScpiFaults, NumbersThatAreNone) {
 
 TEST_F(ScpiFaults, LateAnswersAreNotThoseOfTheNextQuestion) {
   DescribeFault("instrument: late answers",
-                "every third answer of a scalar comes 0.5 s after its limit, beside a second scalar",
+                "an answer of a scalar comes 0.5 s late, 3 times (at full length 20), beside a second scalar",
                 "each reading keeps its own values");
   StartScpi(fmt::format(
       "connect = {}\nfirst_timeout = 2 s ; timeout = 200 ms\n[scalar VOLTAGE]\nquery = :MEAS:VOLT:DC?\nunit = V\n"

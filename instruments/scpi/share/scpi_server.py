@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """Plays two instruments that speak SCPI over TCP: a multimeter and a spectrum analyser of 10,001 points.
 

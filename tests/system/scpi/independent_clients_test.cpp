@@ -30,7 +30,8 @@ std::string OutputOf(std::vector<std::string> command) {
 std::string PortOf(const std::string& address) { return address.substr(address.rfind(':') + 1); }
 
 TEST(IndependentClients, PyVisaReadsNumbersAndBlocks) {
-  if (!IsThere({kSystemPython, "-c", "import pyvisa, pyvisa_py"})) GTEST_SKIP() << "pyvisa and pyvisa-py are not installed";
+  if (!IsThere({kSystemPython, "-c", "import pyvisa, pyvisa_py"}))
+    GTEST_SKIP() << "pyvisa and pyvisa-py are not installed";
   const ScpiServer server;
   const std::string script = R"(
 import sys, pyvisa
