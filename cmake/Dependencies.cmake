@@ -13,6 +13,7 @@ pkg_check_modules(libcrypto REQUIRED IMPORTED_TARGET GLOBAL libcrypto)
 pkg_check_modules(minizip REQUIRED IMPORTED_TARGET GLOBAL minizip)
 pkg_check_modules(libsigrok IMPORTED_TARGET GLOBAL libsigrok)  # one instrument's alone
 find_package(CycloneDDS REQUIRED)
+pkg_check_modules(prometheus_cpp_core REQUIRED IMPORTED_TARGET GLOBAL prometheus-cpp-core)
 pkg_check_modules(MPFR REQUIRED IMPORTED_TARGET GLOBAL mpfr)
 if(LUMENAR_BUILD_TESTS)
   find_package(GTest REQUIRED)

@@ -63,14 +63,18 @@ lumenar_package(development liblumenar-dev "clients and instruments of the math 
 lumenar_package(tools lumenar-tools "command line of the math engine"
   "Shows readings of instruments, and creates, watches and removes math objects\nover them."
   DEPENDS "${math_library} ${same_version}" RECOMMENDS gnuplot-nox graphviz CONTROL ${package_dir_of}/tools/conffiles)
+set(services_control ${package_dir_of}/services/postinst ${package_dir_of}/services/prerm ${package_dir_of}/services/postrm)
+if(TARGET math_web)
+  list(APPEND services_control ${package_dir_of}/services/conffiles)
+endif()
 lumenar_package(services lumenar-services "math engine of an instrument, as services"
-  "The engine host, the topic manager and the hardware enumeration, with units of\nthe service manager; and the command lumenar, a platform by hand."
+  "The engine host, the topic manager, the hardware enumeration and a page for\nbrowsers, with units of the service manager; and the command lumenar, a platform\nby hand."
   DEPENDS "${math_library} ${same_version}" "lumenar-tools ${same_version}" omniorb-nameserver
     "init-system-helpers (>= 1.54)"
   RECOMMENDS "lumenar-instruments ${same_version}"
-  CONTROL ${package_dir_of}/services/postinst ${package_dir_of}/services/prerm ${package_dir_of}/services/postrm)
+  CONTROL ${services_control})
 lumenar_package(instruments lumenar-instruments "instruments for the math engine"
-  "Engine libraries that supply readings: of this machine (probe), of recordings\n(replay), of a simulation (sim)."
+  "Engine libraries that supply readings: of this machine (probe), of recordings\n(replay), of a simulation (sim), of instruments that speak SCPI (scpi)."
   DEPENDS "${math_library} ${same_version}" "lumenar-services ${same_version}"
   CONTROL ${package_dir_of}/instruments/conffiles ${package_dir_of}/instruments/triggers)
 if(sigrok IN_LIST CPACK_COMPONENTS_ALL)

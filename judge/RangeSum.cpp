@@ -2,6 +2,7 @@
 #include "judge/RangeSum.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "judge/Refused.h"
@@ -13,6 +14,19 @@ namespace {
 
 /// So many samples are tried for an unknown START besides an unknown STOP: all pairs of them are.
 constexpr int kMostUnknownStarts = 2001;
+
+/// The linear sum that a result comes from, nearly.
+double LinearOf(double result, const Units& units) {
+  return units.is_dB ? std::pow(10.0, result / (10 * DecibelFactor(units))) : result;
+}
+
+/// Whether a sum is so far from another one that the results differ for certain: spares the most of half a million sums the
+/// way into decibels.
+bool IsFar(float sum, double other) {
+  constexpr double kNear = 1e-9;
+  return std::isfinite(other) && std::isfinite(sum) &&
+         std::abs(static_cast<double>(sum) - other) > kNear * std::abs(other);
+}
 
 }  // namespace
 
@@ -64,15 +78,27 @@ Outcome RangeSum::Compute() {
   return Publish(sum->ToRecord());
 }
 
+std::unique_ptr<RangeSum> RangeSum::Guess(int start, int stop, const Datum& result) const {
+  auto guess = std::make_unique<RangeSum>(*this);
+  guess->start_ = start_.value_or(start);
+  guess->stop_ = stop;
+  guess->result_ = result;
+  guess->guessed_ = "STOP " + std::to_string(stop) + (start_ ? "" : ", START " + std::to_string(start));
+  return guess;
+}
+
 std::vector<std::unique_ptr<Operation>> RangeSum::Guesses(const Datum& result, std::size_t most) const {
   std::vector<std::unique_ptr<Operation>> guesses;
-  if (!linear_) return guesses;
+  const auto* wanted = std::get_if<Scalar::Record>(&result);
+  if (!linear_ || wanted == nullptr) return guesses;
   const int length = static_cast<int>(linear_->record.samples.length());
   if (length == 0 || (!start_ && length > kMostUnknownStarts)) return guesses;
   const int first = start_ ? std::max(*start_, 0) : 0;
   const int last = start_ ? first : length - 1;
 
-  const bool was_dB = FromRecord(trace_->record.units).is_dB;
+  const Units units = FromRecord(trace_->record.units);
+  const bool was_dB = units.is_dB;
+  const double linear = LinearOf(wanted->val, units);
   linear_->UpdateValues();
   for (int start = first; start <= last && start < length; ++start) {
     // As SumOf, which would begin anew for each STOP.
@@ -80,16 +106,12 @@ std::vector<std::unique_ptr<Operation>> RangeSum::Guesses(const Datum& result, s
     for (int stop = start; stop < length; ++stop) {
       if (stop > start) sum = Sum(sum, linear_->list[static_cast<std::size_t>(stop)]);
       const Number<float> in_unit = stop > start ? Converted(sum, linear_->list[0].units) : sum;
+      if (IsFar(in_unit.value, linear)) continue;
       Scalar whole(Number<double>(static_cast<double>(in_unit.value), in_unit.units, 0, 0));
       if (was_dB) whole.AddDecibels();
       if (!SameBits(Datum(whole.ToRecord()), result)) continue;
       if (guesses.size() == most) return {};
-      auto guess = std::make_unique<RangeSum>(*this);
-      guess->start_ = start_.value_or(start);
-      guess->stop_ = stop;
-      guess->result_ = result;
-      guess->guessed_ = "STOP " + std::to_string(stop) + (start_ ? "" : ", START " + std::to_string(start));
-      guesses.push_back(std::move(guess));
+      guesses.push_back(Guess(start, stop, result));
     }
   }
   return guesses;

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "judge/Operation.h"
 #include "judge/Trace.h"
@@ -33,6 +36,7 @@ class RangeSum final : public Operation {
 
  private:
   Outcome Compute();
+  std::unique_ptr<RangeSum> Guess(int start, int stop, const Datum& result) const;
 
   std::optional<Trace> trace_;
   std::optional<Trace> linear_;  ///< as it was for the last sum, while START or STOP is unknown

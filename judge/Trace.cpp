@@ -15,6 +15,10 @@ constexpr const char* kPath = "Common_Math/src/MathValueBasicTrace:";
 
 CORBA::ULong Index(std::size_t i) { return static_cast<CORBA::ULong>(i); }
 
+/// A sample in the unit of a record, without errors; its value is set by whoever needs many.
+/// Errors   Refused NotValid.
+Trace::Sample SampleIn(const Corvanta::VALUE_UNITS::Units& units) { return {0, FromRecord(units), 0, 0}; }
+
 /// What stands in decibels is made linear before it is converted, unless it stands in the target already.
 Trace::Sample InUnits(const Trace::Sample& sample, const Units& target) {
   if (!sample.units.is_dB) return Converted(sample, target);
@@ -39,9 +43,9 @@ Trace& Trace::operator=(const Record& source) {
 
 void Trace::UpdateValues() const {
   if (!refresh_needed) return;
-  list.resize(Length());
-  const Units units = FromRecord(record.units);
-  for (std::size_t i = 0; i < list.size(); ++i) list[i] = Sample(record.samples[Index(i)], units, 0, 0);
+  list.clear();
+  if (Length() > 0) list.assign(Length(), SampleIn(record.units));
+  for (std::size_t i = 0; i < list.size(); ++i) list[i].value = record.samples[Index(i)];
   refresh_needed = false;
 }
 
@@ -49,10 +53,10 @@ void Trace::Combine(const Trace& other, PairRule rule) {
   if (IsEmpty("DoValueEqualOp") || LengthDiffers("DoValueEqualOp", other.Length())) return;
   UpdateValues();
   const Units reference = list[0].units;
-  const Units units = FromRecord(other.record.units);
+  Sample theirs = SampleIn(other.record.units);
   for (std::size_t i = 0; i < list.size(); ++i) {
-    list[i] = rule(list[i], Sample(other.record.samples[Index(i)], units, 0, 0));
-    list[i] = InUnits(list[i], reference);
+    theirs.value = other.record.samples[Index(i)];
+    list[i] = InUnits(rule(list[i], theirs), reference);
     WriteBack(i);
   }
 }
@@ -60,9 +64,10 @@ void Trace::Combine(const Trace& other, PairRule rule) {
 void Trace::SubtractLevels(const Trace& other) {
   if (IsEmpty("RelativeSubEqual") || LengthDiffers("RelativeSubEqual", other.Length())) return;
   UpdateValues();
-  const Units units = FromRecord(other.record.units);
+  Sample theirs = SampleIn(other.record.units);
   for (std::size_t i = 0; i < list.size(); ++i) {
-    list[i] = LevelDifference(list[i], Sample(other.record.samples[Index(i)], units, 0, 0));
+    theirs.value = other.record.samples[Index(i)];
+    list[i] = LevelDifference(list[i], theirs);
     WriteBack(i);
   }
   record.units = Judge::ToRecord(list[0].units);

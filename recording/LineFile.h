@@ -45,13 +45,13 @@ class LineFile {
 
   const std::string path_;
   const std::size_t longest_;
+  std::size_t size_ = 0;  // set when the file is opened
   std::unique_ptr<std::FILE, Closer> file_;
   std::unique_ptr<Decompressor> decompressor_;
   std::vector<char> block_;
   std::size_t begin_ = 0;  // of what is not yet given out, in the block
   std::size_t end_ = 0;
   std::size_t bytes_read_ = 0;
-  std::size_t size_ = 0;
   bool cut_ = false;  // in the middle of a compressed frame
   bool damaged_ = false;
 };

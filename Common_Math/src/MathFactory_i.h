@@ -14,7 +14,7 @@
 #include "platform/components/ItemNamer.h"
 #include "platform/components/attributes/EngineAttribEnum_i.h"
 #include "platform/orb/ORB_wrapper.h"
-#include "platform/orb/PeerWatch.h"
+#include "platform/peers/PeerWatch.h"
 #include "platform/servants/CountedServant.h"
 #include "platform/servants/UpcallGate.h"
 #include "platform/transport/RefusalLog.h"

@@ -30,6 +30,8 @@ class ObjectsRig {
   /// Asks the engine for its objects with their states, in one call; the time that it took, in seconds.
   double List();
 
+  CORBA::Long NewestId() const { return ids_.back(); }
+
   std::size_t Objects() const { return ids_.size(); }
 
   /// SIZE of the newest object, an Average.

@@ -14,6 +14,8 @@
 #include <exception>
 #include <map>
 #include <numeric>
+#include <string>
+#include <vector>
 
 #include "bench/Figures.h"
 #include "bench/objects/ObjectsRig.h"
@@ -144,6 +146,13 @@ void ManyAtOnce(std::vector<Figure>& figures, int objects) {
 void CommandLine(std::vector<Figure>& figures, ObjectsRig& rig) {
   figures.push_back(Plain(fmt::format("mathctl list of {} objects, from start to end", rig.Objects()),
                           Lumenar::Test::SecondsToList(rig.Platform()), "s", 0.5));
+  const std::string newest = fmt::format("math:{}", rig.NewestId());
+  const std::vector<std::vector<std::string>> commands{
+      {"graph"}, {"doctor", "--count", "0.05"}, {"explain", newest, "--count", "0.05"}, {"show", newest}};
+  for (const auto& words : commands) {
+    figures.push_back(Plain(fmt::format("mathctl {} with {} objects, from start to end", words.front(), rig.Objects()),
+                            Lumenar::Test::SecondsOf(rig.Platform(), words), "s", 1));
+  }
   figures.push_back(Plain(fmt::format("processor time of mathctl top for a redraw, {} objects", rig.Objects()),
                           Lumenar::Test::ProcessorSecondsToRedraw(rig.Platform()) * 1e3, "ms", 50));
 }

@@ -141,6 +141,7 @@ void Device::BeginAnew() {
 }
 
 void Device::Set(const SetQueue::Wish& wish) {
+  ReportErrors();  // those of before are none of this command
   session_->Tell(CommandWith(config_.settings[wish.setting], wish.number));
   const bool is_good = ReportErrors();
   BeginAnew();

@@ -77,20 +77,13 @@ std::vector<NamedDevice> DevicesFromSettings(const Instruments::Settings& settin
   return devices;
 }
 
-ScpiInstrument::ScpiInstrument(std::vector<NamedDevice> devices) : configs_(std::move(devices)) {}
+ScpiInstrument::ScpiInstrument(const Instruments::Settings& settings) : configs_(DevicesFromSettings(settings)) {}
 
 ScpiInstrument::~ScpiInstrument() = default;
 
 void ScpiInstrument::Offer(const Instruments::Place& place) {
-  for (const auto& [config, prefix] : configs_) devices_.push_back(std::make_unique<Device>(config, prefix, place));
-}
-
-void ScpiInstrument::Start() {
-  for (const auto& device : devices_) device->Start();
-}
-
-void ScpiInstrument::Stop() noexcept {
-  for (const auto& device : devices_) device->Stop();
+  for (const auto& [config, prefix] : configs_)
+    RunPart(*devices_.emplace_back(std::make_unique<Device>(config, prefix, place)));
 }
 
 }  // namespace Lumenar::Scpi

@@ -26,15 +26,14 @@ std::vector<NamedDevice> DevicesFromSettings(const Instruments::Settings& settin
 /// Readings and settings of instruments that speak SCPI over TCP, each over a connection of its own.
 class ScpiInstrument : public Instruments::Instrument {
  public:
-  explicit ScpiInstrument(std::vector<NamedDevice> devices);
+  /// Errors   as DevicesFromSettings.
+  explicit ScpiInstrument(const Instruments::Settings& settings);
   ~ScpiInstrument() override;
 
   void Offer(const Instruments::Place& place) override;
-  void Start() override;
-  void Stop() noexcept override;
 
  private:
-  std::vector<NamedDevice> configs_;
+  const std::vector<NamedDevice> configs_;
   std::vector<std::unique_ptr<Device>> devices_;
 };
 

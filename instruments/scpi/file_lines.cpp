@@ -8,7 +8,7 @@
 namespace Lumenar::Scpi {
 namespace {
 
-bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 bool IsKeyLetter(char c) { return (c >= 'a' && c <= 'z') || c == '_'; }
 
 /// Follows a text byte by byte and knows whether it is within quotation marks.
@@ -72,6 +72,7 @@ Message MessageOf(std::string_view text) {
 }  // namespace
 
 std::string_view WithoutComment(std::string_view line) {
+  line = Trimmed(line);
   Quotation quotation;
   for (std::size_t at = 0; at < line.size(); ++at) {
     const auto code = static_cast<unsigned char>(line[at]);

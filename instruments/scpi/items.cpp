@@ -9,11 +9,11 @@
 #include <utility>
 #include <vector>
 
+#include "instruments/common/NumberReading.h"
 #include "instruments/common/TraceReading.h"
 #include "instruments/scpi/numbers.h"
 #include "platform/components/attributes/EngineAttribValueDouble_i.h"
 #include "platform/components/readings/EngineBasicTrace_i.h"
-#include "platform/components/readings/EngineReadingValueDouble_i.h"
 #include "platform/records/Records.h"
 #include "platform/units/exceptions.h"
 
@@ -98,15 +98,13 @@ class ScalarItem : public MeasuredItem {
   void Measure(Session& session) override {
     const double number = scaling_.Of(NumberOf(Take(session), config_.form));
     const double band = config_.error.Of(number);
-    const ScalarRecord record = VALUE::ValueToCorba({number, config_.units, -band, band});
-    if (!reading_)
-      reading_ = std::make_unique<Corvanta::EngineReadingValueDouble_i>(place_.namer, place_.registration,
-                                                                        name_.c_str(), record);
-    *reading_ = record;
+    const Instruments::Number value(number, config_.units, 0 - band, band);
+    if (!reading_) reading_ = std::make_unique<Instruments::NumberReading>(place_, name_, value);
+    reading_->Publish(value);
   }
 
  private:
-  std::unique_ptr<Corvanta::EngineReadingValueDouble_i> reading_;
+  std::unique_ptr<Instruments::NumberReading> reading_;
 };
 
 /// What clients set is told to the device, and what the device then says is the value.
@@ -122,8 +120,8 @@ class SettingItem : public DeviceItem {
       *attribute_ = record;
       return;
     }
-    attribute_ = std::make_unique<Corvanta::EngineAttribValueDouble_i>(
-        place_.namer, place_.registration, name_.c_str(), record, [this](const ScalarRecord& wish) { Set(wish); });
+    attribute_ = place_.Create<Corvanta::EngineAttribValueDouble_i>(name_, record,
+                                                                    [this](const ScalarRecord& wish) { Set(wish); });
   }
 
   void Measure(Session&) override {}

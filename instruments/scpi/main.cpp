@@ -7,9 +7,7 @@ namespace Lumenar::Instruments {
 
 const InstrumentKind& ThisInstrument() {
   static const InstrumentKind kind{"SCPI", "Lumenar::ScpiInit", "scpi.engine", "SCPI_",
-                                   [](const Settings& settings) -> std::unique_ptr<Instrument> {
-                                     return std::make_unique<Scpi::ScpiInstrument>(Scpi::DevicesFromSettings(settings));
-                                   }};
+                                   CreateInstrument<Scpi::ScpiInstrument>};
   return kind;
 }
 

@@ -44,6 +44,9 @@ class Arrivals {
     return index - dropped_ < kept_.size() ? &kept_[index - dropped_] : nullptr;
   }
 
+  /// The oldest that is not dropped; null when there is none.
+  const Arrival* Oldest() const { return kept_.empty() ? nullptr : &kept_.front(); }
+
   std::size_t Count() const { return dropped_ + kept_.size(); }
   std::size_t Bytes() const { return bytes_; }
 

@@ -14,6 +14,7 @@ namespace {
 constexpr std::size_t kMostPending = 65536;  // results
 constexpr std::size_t kTracesOfState = 3;    // that are a way's own, at most
 constexpr std::size_t kFewestWays = 2;
+constexpr std::size_t kFewestSteps = 64;
 constexpr std::int64_t kNoMoreComes = std::numeric_limits<std::int64_t>::max();
 
 /// So many results that came out and were not all the same show that it was no accident.
@@ -45,7 +46,7 @@ void Search::LimitWaysTo(std::size_t bytes) {
   const std::size_t fitting = std::max(kFewestWays, limits_.state_bytes / (kTracesOfState * bytes));
   limits_.paths = std::min(limits_.paths, fitting);
   limits_.paths_lost = std::min(limits_.paths_lost, fitting);
-  limits_.steps = std::min(limits_.steps, fitting);
+  limits_.steps = std::min(limits_.steps, std::max(kFewestSteps, fitting));
 }
 
 void Search::AddChange(Arrival change) { streams_.back().Add(std::move(change)); }
@@ -59,7 +60,9 @@ void Search::AddResult(Arrival result) {
 void Search::Advance(std::int64_t now_ns) {
   ExplainDue(now_ns);
   if (next_result_ < results_.Count()) return;
-  PassBefore(PendingBytes() > limits_.pending_bytes ? kNoMoreComes : now_ns - limits_.patience_ns);
+  const std::int64_t patience_ends_ns = now_ns - limits_.patience_ns;
+  PassBefore(PendingBytes() > limits_.pending_bytes ? std::max(MiddleOfPending_ns(), patience_ends_ns)
+                                                    : patience_ends_ns);
 }
 
 void Search::ExplainDue(std::int64_t now_ns) {
@@ -172,7 +175,7 @@ std::vector<Path> Search::WaysTo(const Arrival& result, bool is_telling) {
 }
 
 /// When one way is sure of itself, those that could not show anything yet were wrong. Of ways that go on alike the best
-/// one is kept. Whether others than those had to go.
+/// one is kept. Whether others that have explained something had to go.
 bool Search::Keep(std::vector<Path> ways, std::size_t most) {
   const auto is_sure = [](const Path& path) { return path.evidence >= kSure; };
   if (std::any_of(ways.begin(), ways.end(), is_sure)) {
@@ -183,6 +186,7 @@ bool Search::Keep(std::vector<Path> ways, std::size_t most) {
   paths_.clear();
   std::set<std::uint64_t> keys;
   for (Path& way : ways) {
+    if (paths_.size() == most && !way.settled) continue;
     if (ways.size() > 1 && !keys.insert(way.Key()).second) continue;
     if (paths_.size() == most) return true;
     paths_.push_back(std::move(way));
@@ -211,6 +215,15 @@ void Search::Pass(Path& path, std::int64_t time_ns) const {
     if (first == nullptr) return;
     Expansion::PassOver(path, facts_, from, *first);
   }
+}
+
+/// Half of the time that the samples cover: when they take too much memory, the older ones have to go.
+std::int64_t Search::MiddleOfPending_ns() const {
+  std::int64_t oldest_ns = last_ns_;
+  for (const Arrivals& stream : streams_) {
+    if (stream.Oldest() != nullptr) oldest_ns = std::min(oldest_ns, stream.Oldest()->time_ns);
+  }
+  return oldest_ns + (last_ns_ - oldest_ns) / 2;
 }
 
 void Search::DropWhatAllHad() {

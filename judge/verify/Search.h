@@ -65,6 +65,7 @@ class Search {
   void LimitWaysTo(std::size_t bytes);
   void PassBefore(std::int64_t time_ns);
   void Pass(Path& path, std::int64_t time_ns) const;
+  std::int64_t MiddleOfPending_ns() const;
   void DropWhatAllHad();
   std::size_t PendingBytes() const;
 

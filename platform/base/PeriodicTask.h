@@ -33,7 +33,7 @@ class PeriodicTask {
   /// A step is due at once; one that runs is followed by another. Does nothing before Start.
   void Wake() noexcept;
 
-  /// Waits for a step that runs. For good.
+  /// Ends it for good, and waits for a step that runs.
   void Stop() noexcept;
 
  private:

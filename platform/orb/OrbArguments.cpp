@@ -140,10 +140,8 @@ void CheckGiven(const std::string_view name, const std::string& value) {
 
 }  // namespace
 
-OrbArguments OrbArguments::Read(int argc, const char* const* argv) {
-  OrbArguments arguments;
+std::string OrbArguments::TakeList(int argc, const char* const* argv, Options& given) {
   std::string compiled_in;
-  std::vector<std::pair<std::string, std::string>> given;
   for (int i = 1; i < argc; ++i) {
     const std::string_view argument = argv[i];
     if (argument.substr(0, 4) != "-ORB") continue;
@@ -155,21 +153,32 @@ OrbArguments OrbArguments::Read(int argc, const char* const* argv) {
     if (name == "SvcConf") {
       compiled_in = value;
     } else if (name == "InitRef" && value.substr(0, kNamingKey.size()) == kNamingKey) {
-      arguments.naming_uri = value.substr(kNamingKey.size());
+      naming_uri = value.substr(kNamingKey.size());
     } else {
       given.emplace_back(name, value);
       CheckGiven(name, given.back().second);
     }
   }
+  return compiled_in;
+}
+
+void OrbArguments::TakeEnvironment() {
+  if (const char* seconds = std::getenv("LUMENAR_NAMING_WAIT"); seconds != nullptr && *seconds != '\0')
+    TakeNamingWait("LUMENAR_NAMING_WAIT", seconds);
+  if (const char* endpoint = std::getenv(kEndpointVariable); endpoint != nullptr && *endpoint != '\0')
+    TakeEndpoint(endpoint);
+}
+
+OrbArguments OrbArguments::Read(int argc, const char* const* argv) {
+  OrbArguments arguments;
+  Options given;
+  const std::string compiled_in = arguments.TakeList(argc, argv, given);
   if (const char* address = std::getenv("LUMENAR_NAMING"); address != nullptr && *address != '\0')
     arguments.TakeNaming("LUMENAR_NAMING", address);
   arguments.transport_file = TransportFile(compiled_in);
   if (!arguments.transport_file.empty()) arguments.settings = SettingsFile::Read(arguments.transport_file);
   arguments.transport = TransportConfig(arguments.settings);
-  if (const char* seconds = std::getenv("LUMENAR_NAMING_WAIT"); seconds != nullptr && *seconds != '\0')
-    arguments.TakeNamingWait("LUMENAR_NAMING_WAIT", seconds);
-  if (const char* endpoint = std::getenv(kEndpointVariable); endpoint != nullptr && *endpoint != '\0')
-    arguments.TakeEndpoint(endpoint);
+  arguments.TakeEnvironment();
   arguments.PrepareEndpoints();
   arguments.options = arguments.transport.OrbOptions();
   arguments.options.emplace_back("InitRef", std::string(kNamingKey) + arguments.naming_uri);

@@ -36,6 +36,11 @@ struct OrbArguments {
   std::string NamingAddress() const;
 
  private:
+  using Options = std::vector<std::pair<std::string, std::string>>;
+
+  /// Returns the configuration that was compiled in; `given` gets the other options.
+  std::string TakeList(int argc, const char* const* argv, Options& given);
+  void TakeEnvironment();
   void TakeNaming(const std::string& source, const std::string& address);
   void TakeEndpoint(const std::string& endpoint);
   std::string PlaceOfEndpoint(std::size_t index) const;

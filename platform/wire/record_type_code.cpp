@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/wire/record_type_code.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -25,6 +26,13 @@ constexpr CORBA::ULong kLastKind = CORBA::tk_local_interface;
 class Cursor {
  public:
   Cursor(const CORBA::Octet* base, std::size_t size) : base_(base), end_(size) { ReadByteOrder(); }
+
+  /// One that makes the padding in front of what it reads zero, in a type code that holds what it claims.
+  static Cursor ThatClearsPadding(CORBA::Octet* base, std::size_t size) {
+    Cursor cursor(base, size);
+    cursor.padded_ = base;
+    return cursor;
+  }
 
   CORBA::ULong Ulong() {
     Align();
@@ -77,13 +85,18 @@ class Cursor {
     swap_ = (little_endian != 0) != bool(_OMNIORB_HOST_BYTE_ORDER_);
   }
 
-  void Align() { at_ = (at_ + 3) & ~std::size_t{3}; }
+  void Align() {
+    const std::size_t to = (at_ + 3) & ~std::size_t{3};
+    if (padded_ != nullptr) std::fill(padded_ + at_, padded_ + to, CORBA::Octet{0});
+    at_ = to;
+  }
 
   void Require(std::size_t bytes) const {
     if (at_ > end_ || bytes > end_ - at_) Lie();
   }
 
   const CORBA::Octet* base_;
+  CORBA::Octet* padded_ = nullptr;  // base_ where padding is to be cleared
   std::size_t at_ = 0;
   std::size_t end_;
   bool swap_ = false;
@@ -175,12 +188,21 @@ RecordNumber KindOf(Stripped type) {
   return kNoRecord;
 }
 
-/// A type code as the ORB writes it: kind, length, encapsulation.
+constexpr std::size_t kInFront = sizeof(CORBA::ULong);            // of the kind, for the byte order
+constexpr std::size_t kKindAndLength = 2 * sizeof(CORBA::ULong);  // in front of the encapsulation
+
+/// A type code as the ORB writes it: kind, length, encapsulation; but for its padding, which the ORB leaves as memory
+/// was, so that it differs from process to process and tells strangers what stood there.
 std::vector<CORBA::Octet> Encoded(CORBA::TypeCode_ptr type_code) {
   cdrMemoryStream stream(0, true);
   CORBA::TypeCode::marshalTypeCode(type_code, stream);
-  const auto* bytes = static_cast<const CORBA::Octet*>(stream.bufPtr());
-  return {bytes, bytes + stream.bufSize()};
+  const auto* written = static_cast<const CORBA::Octet*>(stream.bufPtr());
+  std::vector<CORBA::Octet> bytes(kInFront, 0);
+  bytes.insert(bytes.end(), written, written + stream.bufSize());
+  bytes[0] = bytes.at(kInFront + kKindAndLength);
+  Cursor cursor = Cursor::ThatClearsPadding(bytes.data(), bytes.size());
+  KindOf(Strip(cursor.Ulong(), cursor));
+  return {bytes.begin() + kInFront, bytes.end()};
 }
 
 /// The same of a kind that is a structure, made once: the ORB's own way goes member by member for each sample.
@@ -189,8 +211,6 @@ const std::vector<CORBA::Octet>& EncodedKind() {
   static const std::vector<CORBA::Octet> encoded = Encoded(RecordKind<T>::TypeCode());
   return encoded;
 }
-
-constexpr std::size_t kKindAndLength = 2 * sizeof(CORBA::ULong);  // in front of the encapsulation
 
 void WriteStruct(const std::vector<CORBA::Octet>& encoded, cdrStream& stream) {
   stream.marshalULong(CORBA::tk_struct);

@@ -5,10 +5,10 @@ from __future__ import annotations
 
 import atexit
 import weakref
-from types import TracebackType
-from typing import List, NamedTuple, Optional, Sequence, Type, Union
+from typing import List, NamedTuple, Optional, Sequence, Union
 
 from lumenar import _core
+from lumenar._block import ClosedByBlock
 from lumenar._errors import BadArgument
 from lumenar._math import MathObject
 from lumenar._monitor import Monitor
@@ -34,7 +34,7 @@ class Engine(NamedTuple):
     """Why it could not be asked; empty when it answers."""
 
 
-class Client:
+class Client(ClosedByBlock):
     """A client of one platform.
 
         with lumenar.Client("127.0.0.1:2700") as c:
@@ -68,19 +68,6 @@ class Client:
     def close(self) -> None:
         """Closes it. A second call does nothing."""
         self._session.close()
-
-    def __enter__(self) -> Client:
-        """Itself; `with` closes it at its end."""
-        return self
-
-    def __exit__(
-        self,
-        kind: Optional[Type[BaseException]],
-        value: Optional[BaseException],
-        trace: Optional[TracebackType],
-    ) -> None:
-        """Closes it."""
-        self.close()
 
     def __repr__(self) -> str:
         """The platform's address."""

@@ -3,10 +3,10 @@
 
 from __future__ import annotations
 
-from types import TracebackType
-from typing import TYPE_CHECKING, NamedTuple, Optional, Tuple, Type
+from typing import TYPE_CHECKING, NamedTuple, Optional, Tuple
 
 from lumenar import _core
+from lumenar._block import EndedByBlock
 from lumenar._errors import NotFound
 from lumenar._monitor import Monitor
 from lumenar._reading import Reading
@@ -28,7 +28,7 @@ class State(NamedTuple):
     """Samples that it could not compute with."""
 
 
-class MathObject:
+class MathObject(EndedByBlock):
     """An object that computes a result from each sample of its inputs.
 
     It lives in the math engine, and goes on when this Python object, or the program, ends; delete(), or `with`, ends
@@ -101,16 +101,7 @@ class MathObject:
         """Ends it."""
         self._session.delete(self._id)
 
-    def __enter__(self) -> MathObject:
-        """Itself; `with` deletes it at its end."""
-        return self
-
-    def __exit__(
-        self,
-        kind: Optional[Type[BaseException]],
-        value: Optional[BaseException],
-        trace: Optional[TracebackType],
-    ) -> None:
+    def _end(self) -> None:
         """Deletes it; one that somebody else has deleted is no error, and neither is a closed client."""
         if self._session.closed:
             return

@@ -4,17 +4,17 @@
 from __future__ import annotations
 
 import asyncio
-from types import TracebackType
-from typing import TYPE_CHECKING, AsyncIterator, Iterator, Optional, Type
+from typing import TYPE_CHECKING, AsyncIterator, Iterator, Optional
 
 from lumenar import _core
+from lumenar._block import ClosedByBlock
 from lumenar._errors import BadArgument, Timeout
 
 if TYPE_CHECKING:
     from lumenar._core import Result
 
 
-class Monitor(Iterator["Result"], AsyncIterator["Result"]):
+class Monitor(ClosedByBlock, Iterator["Result"], AsyncIterator["Result"]):
     """The results of one or several readings, in the order in which they come, from its creation on.
 
         for r in reading.monitor(timeout=5): ...
@@ -117,19 +117,6 @@ class Monitor(Iterator["Result"], AsyncIterator["Result"]):
     def close(self) -> None:
         """Ends it, and a loop that waits in another thread."""
         self._core.close()
-
-    def __enter__(self) -> Monitor:
-        """Itself; `with` closes it at its end."""
-        return self
-
-    def __exit__(
-        self,
-        kind: Optional[Type[BaseException]],
-        value: Optional[BaseException],
-        trace: Optional[TracebackType],
-    ) -> None:
-        """Closes it."""
-        self.close()
 
     def __repr__(self) -> str:
         """What it follows."""

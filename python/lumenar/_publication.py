@@ -4,20 +4,20 @@
 from __future__ import annotations
 
 import numbers
-from types import TracebackType
-from typing import Optional, Tuple, Type, Union
+from typing import Optional, Tuple, Union
 
 import numpy as np
 import numpy.typing as npt
 
 from lumenar import _core
+from lumenar._block import ClosedByBlock
 from lumenar._errors import BadArgument
 
 Value = Union[npt.ArrayLike, float, int, bool]
 Axis = Union[None, float, npt.ArrayLike]
 
 
-class Publication:
+class Publication(ClosedByBlock):
     """A reading that this program publishes: others see it like one of an instrument, and math computes on it.
 
         with c.publish("MYLAB/1/BASELINE", array, unit="dBm") as baseline:
@@ -54,19 +54,6 @@ class Publication:
     def close(self) -> None:
         """Withdraws it. A second call does nothing."""
         self._core.close()
-
-    def __enter__(self) -> Publication:
-        """Itself; `with` withdraws it at its end."""
-        return self
-
-    def __exit__(
-        self,
-        kind: Optional[Type[BaseException]],
-        value: Optional[BaseException],
-        trace: Optional[TracebackType],
-    ) -> None:
-        """Withdraws it."""
-        self.close()
 
     def __repr__(self) -> str:
         """Its name."""

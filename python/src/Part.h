@@ -10,8 +10,8 @@
 
 namespace Lumenar::Python {
 
-/// Something that Python holds and that rests on a Connection. It lets go when its Session closes, whoever holds it
-/// still.
+/// Something that Python holds and that rests on a Connection. When its Session closes, it lets go of that, even where
+/// Python still holds it.
 class Part {
  public:
   virtual ~Part() = default;

@@ -37,7 +37,8 @@ struct StateInfo {
   std::uint64_t refused = 0, results = 0;
 };
 
-/// An engine that a session is, or was: one that goes just now is waited for before another takes its name.
+/// An engine under whose name a session publishes. Where it is just ending, `gone` is waited for before another engine
+/// takes its name.
 struct OwnEngineEntry {
   std::weak_ptr<Client::OwnEngine> engine;
   std::shared_future<void> gone;

@@ -15,14 +15,14 @@ BUILD = Path(os.environ["LUMENAR_PROGRAMS"]).parent
 
 @pytest.fixture(scope="module")
 def tree(tmp_path_factory):
-    """Installed, and moved away from where it was installed, beside the one library of ours that it needs."""
+    """Installed, and moved away from where it was installed, beside the libraries of ours that it needs."""
     if shutil.which("cmake") is None:
         pytest.skip("cmake is not installed")
     directory = tmp_path_factory.mktemp("installed")
     subprocess.run(["cmake", "--install", BUILD, "--component", "python", "--prefix", directory / "first"], check=True,
                    stdout=subprocess.DEVNULL)
     (directory / "first").rename(directory / "moved")
-    for library in Path(os.environ["LUMENAR_LIBRARIES"]).glob("liblumenar_signals.so*"):
+    for library in Path(os.environ["LUMENAR_LIBRARIES"]).glob("liblumenar_*.so*"):
         shutil.copy(library, directory / "moved" / "lib", follow_symlinks=False)
     return directory / "moved"
 

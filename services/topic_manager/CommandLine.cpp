@@ -19,6 +19,24 @@ constexpr const char* kFooter =
     "  1  could not start, or another topic manager is registered; one line on standard error says why\n"
     "  2  an argument is wrong";
 
+/// An option that is a whole number from `least` to `most`, with what it has now as its default.
+template <class Number>
+void AddNumber(CLI::App& app, const char* name, Number& number, int least, int most, const char* text,
+               const char* type_name = "N") {
+  app.add_option(name, number, text)->type_name(type_name)->capture_default_str()->check(CLI::Range(least, most));
+}
+
+void AddStateOptions(CLI::App& app, std::string& state, bool& no_state) {
+  auto* const option =
+      app.add_option("--state", state,
+                     "Keep the subscriptions in FILE over a restart (default: lumenar/topic_manager-HOST-PORT.state, "
+                     "by the address of "
+                     "the naming service, in $XDG_STATE_HOME, else in /var/lib for root and ~/.local/state for others)")
+          ->type_name("FILE");
+  app.add_flag("--no-state", no_state, "Keep no file: the subscribers subscribe again after a restart")
+      ->excludes(option);
+}
+
 }  // namespace
 
 bool CommandLine::Read(int argc, const char* const* argv, int& exit_code) {
@@ -28,42 +46,20 @@ bool CommandLine::Read(int argc, const char* const* argv, int& exit_code) {
   unsigned stall_limit_ms = 0;
   auto look_period_s = static_cast<unsigned>(look_period.count());
   auto silence_limit_s = static_cast<unsigned>(silence_limit.count());
-  auto* const state_option =
-      app.add_option("--state", state,
-                     "Keep the subscriptions in FILE over a restart (default: lumenar/topic_manager-HOST-PORT.state, "
-                     "by the address of "
-                     "the naming service, in $XDG_STATE_HOME, else in /var/lib for root and ~/.local/state for others)")
-          ->type_name("FILE");
-  app.add_flag("--no-state", no_state, "Keep no file: the subscribers subscribe again after a restart")
-      ->excludes(state_option);
-  app.add_option("--queue", queue, "Samples that may wait for one subscriber; then the oldest goes")
-      ->type_name("N")
-      ->capture_default_str()
-      ->check(CLI::Range(1, 1000000));
+  constexpr int kMost = 10000000;
+  AddStateOptions(app, state, no_state);
+  AddNumber(app, "--queue", queue, 1, 1000000, "Samples that may wait for one subscriber; then the oldest goes");
   app.add_option("--stall-limit", stall_limit_ms, "Time limit of one delivery in ms (default: the time limit of calls)")
       ->type_name("MS")
       ->check(CLI::Range(10, 600000));
-  app.add_option("--silence-limit", silence_limit_s, "Seconds without an answer after which a subscriber is dropped")
-      ->type_name("S")
-      ->capture_default_str()
-      ->check(CLI::Range(1, 86400));
-  app.add_option("--look-period", look_period_s, "Seconds from one look at a subscriber's process to the next")
-      ->type_name("S")
-      ->capture_default_str()
-      ->check(CLI::Range(1, 3600));
-  app.add_option("--topics", topics, "Topics that are kept with their last sample")
-      ->type_name("N")
-      ->capture_default_str()
-      ->check(CLI::Range(1, 10000000));
-  app.add_option("--subscriptions", subscriptions,
-                 "Subscriptions at once; each to a topic of its own needs as many topics")
-      ->type_name("N")
-      ->capture_default_str()
-      ->check(CLI::Range(1, 10000000));
-  app.add_option("--unsubscribed-topics", unsubscribed_topics, "Of these, topics that nobody subscribes to")
-      ->type_name("N")
-      ->capture_default_str()
-      ->check(CLI::Range(1, 10000000));
+  AddNumber(app, "--silence-limit", silence_limit_s, 1, 86400,
+            "Seconds without an answer after which a subscriber is dropped", "S");
+  AddNumber(app, "--look-period", look_period_s, 1, 3600, "Seconds from one look at a subscriber's process to the next",
+            "S");
+  AddNumber(app, "--topics", topics, 1, kMost, "Topics that are kept with their last sample");
+  AddNumber(app, "--subscriptions", subscriptions, 1, kMost,
+            "Subscriptions at once; each to a topic of its own needs as many topics");
+  AddNumber(app, "--unsubscribed-topics", unsubscribed_topics, 1, kMost, "Of these, topics that nobody subscribes to");
   if (!ParseArguments(app, argc, argv, exit_code)) return false;
   if (!state.empty()) state_file.emplace(state);
   silence_limit = std::chrono::seconds(silence_limit_s);

@@ -271,28 +271,19 @@ bool DeliverySchedule::Settle(const Delivery& delivery, Outcome outcome, SteadyT
     case Outcome::Gone: return true;
     case Outcome::Unreachable:
     case Outcome::Interrupted: return SettleUnreachable(delivery, outcome, now, freed);
-    case Outcome::TimedOut:
-      ++subscription.dropped;
-      subscription.stalled = true;
-      subscription.unreachable_since.reset();
-      if (!subscription.silent_since) subscription.silent_since = delivery.begun;
-      if (now - *subscription.silent_since >= limits_.silence_limit) return true;
-      Pause(delivery.subscription, now + subscription.backoff.Next(limits_.first_pause, limits_.longest_pause));
-      return false;
+    case Outcome::TimedOut: return SettleTimedOut(delivery, now);
     case Outcome::Delivered:
       ++subscription.delivered;
       subscription.stalled = subscription.single = false;
       subscription.silent_since.reset();
       subscription.unreachable_since.reset();
       subscription.backoff.Reset();
-      subscription.place = Place::Idle;
-      if (!subscription.queue.Empty()) Schedule(delivery.subscription);
+      WaitOrGoOn(delivery.subscription);
       return false;
     case Outcome::NotTaken:
       PutBack(delivery, freed);
       subscription.single = true;
-      subscription.place = Place::Idle;
-      if (!subscription.queue.Empty()) Schedule(delivery.subscription);
+      WaitOrGoOn(delivery.subscription);
       return false;
   }
   return false;
@@ -303,6 +294,17 @@ void DeliverySchedule::PutBack(const Delivery& delivery, std::vector<SamplePtr>&
   const std::size_t before = freed.size();
   subscription.queue.PutBack(delivery.sample, freed);
   subscription.dropped += freed.size() - before;
+}
+
+bool DeliverySchedule::SettleTimedOut(const Delivery& delivery, SteadyTime now) {
+  Subscription& subscription = *delivery.subscription;
+  ++subscription.dropped;
+  subscription.stalled = true;
+  subscription.unreachable_since.reset();
+  if (!subscription.silent_since) subscription.silent_since = delivery.begun;
+  if (now - *subscription.silent_since >= limits_.silence_limit) return true;
+  Pause(delivery.subscription, now + subscription.backoff.Next(limits_.first_pause, limits_.longest_pause));
+  return false;
 }
 
 bool DeliverySchedule::SettleUnreachable(const Delivery& delivery, Outcome outcome, SteadyTime now,
@@ -378,9 +380,7 @@ void DeliverySchedule::Advance(SteadyTime now) {
   while (!pauses_.empty() && pauses_.begin()->first <= now) {
     const SubscriptionPtr subscription = pauses_.begin()->second;
     pauses_.erase(pauses_.begin());
-    if (subscription->place != Place::Pausing) continue;
-    subscription->place = Place::Idle;
-    if (!subscription->queue.Empty()) Schedule(subscription);
+    if (subscription->place == Place::Pausing) WaitOrGoOn(subscription);
   }
 }
 

@@ -94,6 +94,11 @@ class DeliverySchedule {
   std::vector<SubscriptionPtr> AllOf(const Endpoint& endpoint) const;
   bool MustWait(const SubscriptionPtr& subscription);
   void EndTry();
+  /// Nothing of it is under way any more: it waits for a sample, or goes on with one that waits.
+  void WaitOrGoOn(const SubscriptionPtr& subscription) {
+    subscription->place = Subscription::Place::Idle;
+    if (!subscription->queue.Empty()) Schedule(subscription);
+  }
   void Schedule(const SubscriptionPtr& subscription);
   void MakeReady(const SubscriptionPtr& subscription);
   void Park(const SubscriptionPtr& subscription);
@@ -111,6 +116,7 @@ class DeliverySchedule {
                                     std::vector<SamplePtr>& freed);
   bool Settle(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed);
   static void PutBack(const Delivery& delivery, std::vector<SamplePtr>& freed);
+  bool SettleTimedOut(const Delivery& delivery, SteadyTime now);
   bool SettleUnreachable(const Delivery& delivery, Outcome outcome, SteadyTime now, std::vector<SamplePtr>& freed);
 
   const Limits limits_;  // the endpoints refer to it

@@ -62,7 +62,7 @@ class Dispatcher {
  private:
   using Delivery = DeliverySchedule::Delivery;
 
-  /// Whom a change made wanted: each is woken once the lock is released.
+  /// Who has something to do after a change; they are woken once the lock is released.
   struct Wanted {
     bool worker = false;
     bool supervisor = false;

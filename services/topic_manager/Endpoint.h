@@ -107,7 +107,7 @@ class Endpoint {
   /// Whether its moment has come, which is then noted.
   bool BeginDueLook(SteadyTime now);
 
-  /// It goes on being looked at, without a moment.
+  /// Its next look follows this one at once, with no moment to wait for.
   void LookOn() noexcept { looking_ = true; }
 
   /// The subscription at which the next look goes: each in turn.

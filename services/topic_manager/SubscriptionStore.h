@@ -29,17 +29,17 @@ class SubscriptionStore {
   /// The subscriptions known, as read and changed since.
   std::vector<StateFile::Entry> Entries() const;
 
-  /// A new handle, which is not `but`. The file holds it when Save has returned; a file that cannot be written is noted once and costs the
-  /// subscription its life beyond this process only.
+  /// A new handle, other than `but`. The file holds it when Save has returned. A file that cannot be written is noted
+  /// once; the subscription then stands as long as this process runs.
   /// Errors   std::length_error when somebody has each of the handles, or there is no room for more.
   long Add(const std::string& topic, const std::string& reference, long but = 0);
 
   /// Writes to the file what it does not hold yet.
   void Save();
 
-  /// The handles under which subscriptions stand that their owners know by other handles perhaps, in their order; 0 for
-  /// one that does not. One that stands under its own handle is that one; else any of the same topic and subscriber,
-  /// each for one of them at most.
+  /// For each of the claims, in their order, the handle of the subscription that it means; 0 where there is none. That
+  /// is the one with its handle, if topic and subscriber are the same too; else another one of this topic and subscriber,
+  /// each for one claim at most. Owners may know their subscriptions by handles of an earlier manager.
   std::vector<long> Find(const std::vector<StateFile::Entry>& claims) const;
 
   void Remove(long handle);

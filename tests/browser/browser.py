@@ -86,6 +86,9 @@ class Browser:
     def press(self, *keys: str) -> None:
         ActionChains(self.driver).send_keys(*keys).perform()
 
+    def press_with(self, held: str, key: str) -> None:
+        ActionChains(self.driver).key_down(held).send_keys(key).key_up(held).perform()
+
     def choose(self, selector: str, value: str) -> None:
         """Chooses in a list when it offers that."""
         self.until("return [...(document.querySelector(arguments[0])?.options ?? [])]"

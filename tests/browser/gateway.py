@@ -22,7 +22,7 @@ READINGS = ";".join([
 
 
 class Gateway:
-    """math_web of a platform; `port` 0 takes a free one, and it stays when it is started again."""
+    """math_web of a platform, at a free port that it keeps when it is started again."""
 
     def __init__(self, platform: Platform, *options: str, name: str = "math_web") -> None:
         self._platform = platform
@@ -52,10 +52,20 @@ def objects(platform: Platform) -> List[dict]:
     return [json.loads(line) for line in platform.mathctl("list", "--json").splitlines()]
 
 
+def create(platform: Platform, *words: str) -> str:
+    """Makes a math object on the command line; its name."""
+    return "math:" + platform.mathctl("create", *words).strip().removeprefix("math:")
+
+
+def newest(platform: Platform) -> str:
+    """The math object that was made last."""
+    return objects(platform)[-1]["object"]
+
+
 def delete_all(platform: Platform) -> None:
     names = [one["object"] for one in reversed(objects(platform))]
     if names:
         platform.mathctl("delete", *names)
 
 
-__all__ = ["Gateway", "Platform", "READINGS", "delete_all", "objects", "until"]
+__all__ = ["Gateway", "Platform", "READINGS", "create", "delete_all", "newest", "objects", "until"]

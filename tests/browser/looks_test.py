@@ -5,6 +5,7 @@ import pytest
 from selenium.webdriver.common.keys import Keys
 
 from browser import PHONE
+from gateway import create, newest, objects, until
 
 SHOWN = ["SIM/1/NOISE", "SIM/1/TONE", "SIM/1/VOLTAGE"]
 
@@ -33,8 +34,8 @@ const found = [];
 const walker = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
 while (walker.nextNode()) {
   const element = walker.currentNode.parentElement;
-  if (!walker.currentNode.textContent.trim() || element.closest("[hidden], :disabled, .skip, noscript, option")) continue;
-  if (!element.checkVisibility()) continue;
+  const isLeftOut = element.closest("[hidden], :disabled, .skip, noscript, option") || !element.checkVisibility();
+  if (isLeftOut || !walker.currentNode.textContent.trim()) continue;
   const style = getComputedStyle(element);
   const size = parseFloat(style.fontSize);
   const needed = size >= 24 || (size >= 18.66 && Number(style.fontWeight) >= 700) ? 3 : 4.5;
@@ -53,9 +54,9 @@ return found.sort((a, b) => a[0] - b[0]);
 
 
 def open_full(gateway, platform, browser, **how):
-    platform.mathctl("create", "Average", SHOWN[0])
-    browser.open(gateway.address, show=[*SHOWN, "math:0"], **how)
-    browser.wait_for_pictures(*SHOWN, "math:0")
+    name = create(platform, "Average", SHOWN[0])
+    browser.open(gateway.address, show=[*SHOWN, name], **how)
+    browser.wait_for_pictures(*SHOWN, name)
     browser.until("return document.querySelectorAll('#objects .row').length === 1")
 
 
@@ -102,15 +103,15 @@ def test_an_object_is_made_with_the_keyboard_alone(gateway, platform, browser, e
     browser.wait_for_pictures(SHOWN[0])
     browser.press("n")
     browser.until("return document.activeElement?.id === 'create-type'")
-    browser.press("Peak", Keys.TAB)
-    browser.until("return !document.querySelector('#create-input-0').disabled")
-    browser.run("document.querySelector('#create-input-0').focus()")
-    browser.press(SHOWN[0], Keys.ENTER)
-    browser.until("return document.querySelector('#create-input-0')?.value !== '' ||"
-                  " !document.querySelector('#create-dialog').open")
-    browser.until("return document.querySelector('#create-dialog').open === false || "
-                  "(document.querySelector('#create-dialog form').requestSubmit(), false)")
-    browser.wait_for_pictures("math:0")
+    browser.press("Peak")
+    browser.until("return document.querySelector('#create-input-0')?.options.length > 1")
+    browser.press(Keys.TAB)
+    browser.press(SHOWN[0])
+    browser.until("return !document.querySelector('#create-dialog button.main').disabled")
+    browser.press(Keys.TAB, Keys.TAB, Keys.ENTER)
+    browser.until("return !document.querySelector('#create-dialog').open")
+    assert until(lambda: len(objects(platform)) == 1)
+    browser.wait_for_pictures(newest(platform))
 
 
 def test_keys_are_listed_and_can_be_switched_off(gateway, browser):

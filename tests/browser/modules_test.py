@@ -117,9 +117,10 @@ def test_zoom_stays_within_the_trace(page):
     cases = [((0, 100), 0.5, 25, (12.5, 62.5)), ((0, 100), 0.5, 0, (0, 50)), ((90, 100), 4, 95, (60, 100)),
              ((0, 50), 3, 25, None), ((50, 51), 0.01, 50.5, (49, 52))]
     for (begin, end), factor, at, expected in cases:
-        result = page.module("ranges.js", "return m.zoomed({from: a[0], to: a[1]}, a[2], a[3], a[4], 1)", begin, end, full,
-                             factor, at)
-        assert (result and (result["from"], result["to"])) == (expected and pytest.approx(expected)), (begin, end, factor)
+        now = {"from": begin, "to": end}
+        result = page.module("ranges.js", "return m.zoomed(a[0], a[1], a[2], a[3], 1)", now, full, factor, at)
+        found = result and (result["from"], result["to"])
+        assert found == (expected and pytest.approx(expected)), (begin, end, factor)
 
 
 def test_columns_lose_no_point(page):
@@ -161,15 +162,16 @@ def test_hold_keeps_extremes_and_begins_anew_elsewhere(page):
         const second = m.envelope(first, frame([2, 5, 1]));
         const third = m.envelope(second, frame([NaN, 4, 2]));
         const other = m.envelope(third, frame([7, 7, 7], 1));
-        return [first, second, third, other].map((held) => [...held.values].map((v) => (Number.isNaN(v) ? "none" : v)))""")
+        const texts = (held) => [...held.values].map((v) => (Number.isNaN(v) ? "none" : v));
+        return [first, second, third, other].map(texts)""")
     assert result == [[1, 1, "none", "none", 3, 3], [1, 2, 5, 5, 1, 3], [1, 2, 4, 5, 1, 3], [7, 7, 7, 7, 7, 7]]
 
 
 def test_a_waterfall_keeps_the_greatest_and_no_more_than_ten_minutes(page):
     result = page.module("waterfall.js", """
         const history = new m.History();
-        const frame = (value, total = 4) => ({isColumns: false, count: 4, total, x: 0, xStep: 1, firstX: 0, traceStep: 1,
-                                              yUnit: "W", values: new Float32Array(4).fill(value)});
+        const form = {isColumns: false, count: 4, x: 0, xStep: 1, firstX: 0, traceStep: 1, yUnit: "W"};
+        const frame = (value, total = 4) => ({...form, total, values: new Float32Array(4).fill(value)});
         const row = new Float32Array(4);
         const at = (begin, end) => { history.greatest(begin, end, row); return Number.isNaN(row[0]) ? null : row[0]; };
         history.add(frame(1), 100.1); history.add(frame(3), 100.2); history.add(frame(2), 100.3);
@@ -223,7 +225,7 @@ def test_marks_are_reused_when_free(page):
     slots = page.module("marks.js", """
         const slots = new m.Slots();
         const first = ["a", "b", "c"].map((name) => slots.of(name));
-        slots.release("b");
+        slots.keep(["a", "c"]);
         return [...first, slots.of("d"), slots.of("a"), slots.of("e")]""")
     assert slots == [0, 1, 2, 1, 0, 3]
 

@@ -3,7 +3,7 @@
 
 import time
 
-from gateway import READINGS, Gateway
+from gateway import READINGS, Gateway, create
 
 POWER = "SIM/1/POWER"
 LIMIT = 5
@@ -17,9 +17,9 @@ def engine_is(browser, word):
 
 def test_an_engine_that_is_killed_and_comes_back_is_shown_without_a_reload(own_platform, browser):
     gateway = Gateway(own_platform, "--allow-control")
-    own_platform.mathctl("create", "Average", POWER)
-    browser.open(gateway.address, show=[POWER, "math:0"])
-    browser.wait_for_pictures(POWER, "math:0")
+    name = create(own_platform, "Average", POWER)
+    browser.open(gateway.address, show=[POWER, name])
+    browser.wait_for_pictures(POWER, name)
     browser.run("window.isTheSame = true")
     own_platform.kill("sim")
     began = time.monotonic()
@@ -34,9 +34,9 @@ def test_an_engine_that_is_killed_and_comes_back_is_shown_without_a_reload(own_p
 
 def test_a_math_engine_that_is_killed_is_shown(own_platform, browser):
     gateway = Gateway(own_platform, "--allow-control")
-    own_platform.mathctl("create", "Average", POWER)
-    browser.open(gateway.address, show=["math:0"])
-    browser.wait_for_pictures("math:0")
+    name = create(own_platform, "Average", POWER)
+    browser.open(gateway.address, show=[name])
+    browser.wait_for_pictures(name)
     own_platform.kill("math_factory_hh")
     browser.until("return document.querySelector('#objects .row')?.dataset.state !== 'live'", limit=LIMIT)
 

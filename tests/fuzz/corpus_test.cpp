@@ -40,8 +40,11 @@ constexpr Subject kSubjects[] = {
     {"sample_csv", SampleCsv},
     {"recording_lines", RecordingLines},
     {"sim_items", SimItems},
+    {"scpi_answers", ScpiAnswers},
+    {"scpi_devices", ScpiDevices},
     {"tool_output", ToolOutput},
     {"tool_input", ToolInput},
+    {"web_messages", WebMessages},
 };
 
 std::vector<fs::path> FilesOf(const Subject& subject) {

@@ -27,7 +27,10 @@ void SessionFile(Bytes input);        ///< recordings: archives of samples
 void SampleCsv(Bytes input);          ///< recordings: samples as CSV
 void RecordingLines(Bytes input);     ///< recordings of this system, whole and line by line
 void SimItems(Bytes input);           ///< the items of the simulator
+void ScpiAnswers(Bytes input);        ///< what instruments answer, and the numbers in it
+void ScpiDevices(Bytes input);        ///< files that describe such instruments
 void ToolOutput(Bytes input);         ///< samples and names as mathctl writes them: lines, JSON, tables, plots
+void WebMessages(Bytes input);        ///< what clients of the web gateway send: texts, targets and heads of requests
 void ToolInput(Bytes input);          ///< names, numbers and references as people and peers give them to mathctl
 
 }  // namespace Lumenar::Fuzz

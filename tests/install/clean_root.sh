@@ -21,15 +21,15 @@ others_needed() {
     sed 's/([^)]*)//; s/|.*//; s/ //g' | grep -v -e '^lib*lumenar' -e '^lumenar' -e '-dev$' -e '^python3-lumenar' | sort -u | paste -s -d ,
 }
 
-# clean_root DIRECTORY [MIRROR]: a Debian 12 with what the packages depend on, and without them. It is made once a week and
+# clean_root DIRECTORY [MIRROR]: a Debian 12 with what the packages depend on and the tests use, and without them. It is made once a week and
 # kept in the build folder; several tests may ask for it at a time.
 clean_root() {
   local directory=$1 mirror=${2:-} needed archive
   command -v mmdebstrap >/dev/null || skip "mmdebstrap is not there (scripts/install-deps package)"
-  needed=systemd,$(others_needed)
+  needed=systemd,openssh-server,openssh-client,$(others_needed)
   # shellcheck disable=SC2016
   [ -n "$mirror" ] ||
-    mirror=$(apt-get indextargets --format '$(SITE)' 'Created-By: Packages' 'Codename: bookworm' | head -n 1)
+    mirror=$(apt-get indextargets --format '$(SITE)' 'Created-By: Packages' 'Codename: bookworm' | sed -n 1p)
   archive=$source/build/clean-root-$(md5sum <<<"$needed $mirror" | cut -c 1-12).tar
   exec 8>"$source/build/clean-root.lock"
   flock 8

@@ -94,7 +94,7 @@ runs_the_examples() {
     build/own_reading MYLAB/1 3
     build/look_around
     mathctl get LOADMETER/1/LOAD
-    for script in examples/*.sh; do [ ! -e "$script" ] || bash "$script"; done
+    for script in examples/*.sh; do [ ! -e "$script" ] || bash "$script" "PROBE/1/WAKEUP*"; done
     python3 -c "import lumenar; print(len(lumenar.Client().readings()))"
     if python3 -c "import nbconvert, ipykernel, matplotlib" 2>/dev/null; then
       python3 -m nbconvert --to notebook --execute --output executed.ipynb --output-dir . examples/lumenar.ipynb

@@ -24,7 +24,7 @@ users=()
 for program in "$build"/bin/* "$build"/python/lumenar/_core*.so; do
   if needs_it "$program"; then users+=("$program"); fi
 done
-for name in mathctl follow_average; do
+for name in mathctl math_web follow_average; do
   [[ " ${users[*]} " == *"/$name "* ]] || fail "$name does not use the client library"
 done
 [ ! -d "$build/python/lumenar" ] || [[ " ${users[*]} " == *"/_core"* ]] || fail "the Python module does not use the client library"

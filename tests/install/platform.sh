@@ -88,9 +88,15 @@ platform down >"$work/down" || fail "$(cat "$work/down")"
 platform status >"$work/out" && fail "status after the end" || [ $? = 3 ] || fail "status after the end"
 
 recording=$(find "$source/tests/data" -name '*.s2p' | sort | head -n 1)
-REPLAY_RATE=20 platform up --replay "$recording" --no-math >"$work/replay" || fail "up --replay"
+REPLAY_RATE=20 platform up --replay "$recording" --no-math --web >"$work/replay" || fail "up --replay --web"
 until_true 20 mathctl readings || fail "no readings of a recording"
 mathctl readings | grep -q '^REPLAY/1/' || fail "$(mathctl readings)"
+page=$(sed -n 's/^The page: //p' "$work/replay")
+[[ $page =~ ^http://127\.0\.0\.1:([0-9]+)/$ ]] || fail "no address of a page: $(cat "$work/replay")"
+exec 3<>"/dev/tcp/127.0.0.1/${BASH_REMATCH[1]}"
+printf 'GET /healthz HTTP/1.1\r\nHost: 127.0.0.1:%s\r\nConnection: close\r\n\r\n' "${BASH_REMATCH[1]}" >&3
+grep -q '^HTTP/1.1 200 OK' <&3 || fail "the page's gateway is not well"
+exec 3<&-
 platform down >>"$work/down"
 [ -z "$(processes)" ] || fail "processes stay: $(processes)"
 echo "a platform came up, was kept up, played a recording and left nothing"

@@ -36,10 +36,23 @@ at_client() {
     LUMENAR_TRANSPORT_CONF=/srv/client.conf "${client_environment[@]}" "$@"
 }
 
+# The settings before are back, and all that runs has them.
+end_recipe() {
+  rm -rf "$root/etc/systemd/system/lumenar-.service.d" "$root/srv/client.conf" "$root/etc/lumenar"
+  mv "$work/settings" "$root/etc/lumenar"
+  restart_all
+  until_works
+}
+
+restart_all() {
+  manager daemon-reload
+  manager restart lumenar.target
+  manager restart lumenar-engine@sim lumenar-engine@probe
+}
+
 serves_a_client_on_another_machine() {
   local file line changed=()
   cp -r "$root/etc/lumenar" "$work/settings"
-  join_client_machine
   while IFS=$'\t' read -r file line; do
     mkdir -p "$(dirname "$root$file")"
     echo "$line" >>"$root$file"
@@ -56,20 +69,44 @@ serves_a_client_on_another_machine() {
   # Without the recipe nobody gets through.
   ! at_client mathctl readings >"$work/remote" 2>&1 || fail "the machine served a client before it was told to"
 
-  manager daemon-reload
-  manager restart lumenar.target
-  manager restart lumenar-engine@sim lumenar-engine@probe
+  restart_all
   until_true 60 at_client mathctl readings || fail "the client finds nothing: $(at_client mathctl doctor 2>&1)"
-  at_client mathctl watch SIM/1/LEVEL -n 3 --idle 20 >"$work/remote" 2>&1 || fail "no samples at the client: $(cat "$work/remote")"
+  at_client mathctl watch SIM/1/LEVEL -n 3 --idle 20 >"$work/remote" 2>&1 || fail "no samples at the client: $(cat "$work/remote"); $(journal -n 20 -u 'lumenar-*')"
   at_client mathctl create Average SIM/1/LEVEL >"$work/remote_id" || fail "the client creates nothing"
   at_client mathctl watch "$(cat "$work/remote_id")" -n 3 --idle 20 >"$work/remote" 2>&1 || fail "no results at the client: $(cat "$work/remote")"
   at_client mathctl delete "$(cat "$work/remote_id")"
 
-  rm -r "$root/etc/systemd/system/lumenar-.service.d" "$root/srv/client.conf" "$root/etc/lumenar"
-  mv "$work/settings" "$root/etc/lumenar"
-  manager daemon-reload
-  manager restart lumenar.target
-  manager restart lumenar-engine@sim lumenar-engine@probe
-  end_process "$client_machine"
-  until_well
+  end_recipe
+}
+
+# Through ssh alone: the page's command, but for the name of the machine, while every service listens on loopback.
+serves_a_client_through_one_port() {
+  local command port=2701 name key=$root/root/.ssh/id_ed25519
+  command=$(sed -n '/^ssh -N /,/[^\\]$/p' "$source/docs/operations.md" | tr -d '\\\n&' | sed 's/user@board/root@10.0.0.5/')
+  [ -n "$command" ] || fail "the page has no command for one port"
+  cp -r "$root/etc/lumenar" "$work/settings"
+  for name in topic-manager hw-enumeration engine-math_factory_hh; do
+    echo "LUMENAR_ENDPOINT=giop:tcp:127.0.0.1:$port" >>"$root/etc/lumenar/$name.conf"
+    port=$((port + 1))
+  done
+  restart_all
+  until_works
+  mkdir -p -m 700 "$root/root/.ssh"
+  ssh-keygen -q -t ed25519 -N '' -f "$key"
+  cp "$key.pub" "$root/root/.ssh/authorized_keys"
+  manager start ssh
+  read -r -a words <<<"$command"
+  start "$work/ssh.log" nsenter -t "$client_machine" --net chroot "$root" /usr/bin/env -i PATH=/usr/bin:/bin HOME=/root \
+    "${words[0]}" -o StrictHostKeyChecking=no -o ExitOnForwardFailure=yes "${words[@]:1}"
+  forwarding=$!
+  echo "orb.allowed_peer = localhost" >"$root/srv/client.conf"
+  client_environment=("LUMENAR_ENDPOINT=giop:tcp:127.0.0.1:2710")
+  until_true 30 at_client mathctl list || fail "nothing comes through ssh: $(cat "$work/ssh.log")"
+  in_machine mathctl create Average SIM/1/LEVEL >"$work/remote_id"
+  at_client mathctl watch "$(cat "$work/remote_id")" -n 3 --idle 20 >"$work/remote" 2>&1 ||
+    fail "no results through ssh: $(cat "$work/remote" "$work/ssh.log")"
+  in_machine mathctl delete "$(cat "$work/remote_id")"
+  end_process "$forwarding"
+  rm -r "$root/root/.ssh"
+  end_recipe
 }

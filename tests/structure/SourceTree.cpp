@@ -63,6 +63,7 @@ const std::vector<Layer>& Layers() {
       {"platform/wire", 6},
       {"platform/transport", 7},
       {"platform/orb", 8},
+      {"platform/peers", 9},
       {"platform/servants", 9},
       {"platform/program", 9},
       {"platform/dds", 10},
@@ -82,6 +83,7 @@ const std::vector<Layer>& Layers() {
       {"instruments/sigrok", 14},
       {"client", 13},
       {"tools/mathctl", 15},
+      {"tools/math_web", 15},
       {"python/src", 14},
   };
   return layers;

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -15,11 +16,17 @@ namespace {
 
 std::string Folder(pid_t pid) { return "/proc/" + std::to_string(pid); }
 
-/// The number behind "NAME:" in the process's status.
-long Status(pid_t pid, const std::string& name) {
-  std::ifstream status(Folder(pid) + "/status");
-  for (std::string line; std::getline(status, line);)
+/// The number behind "NAME:" in a file.
+std::optional<long> NumberIn(const std::filesystem::path& path, const std::string& name) {
+  std::ifstream file(path);
+  for (std::string line; std::getline(file, line);)
     if (line.rfind(name + ":", 0) == 0) return std::stol(line.substr(name.size() + 1));
+  return std::nullopt;
+}
+
+/// The same of the process's status.
+long Status(pid_t pid, const std::string& name) {
+  if (const auto number = NumberIn(Folder(pid) + "/status", name)) return *number;
   throw std::runtime_error("process " + std::to_string(pid) + " has no " + name + ": is it gone?");
 }
 
@@ -38,6 +45,13 @@ int CountThreads(pid_t pid) { return static_cast<int>(Status(pid, "Threads")); }
 int CountDescriptors(pid_t pid) {
   const std::filesystem::directory_iterator descriptors(Folder(pid) + "/fd");
   return static_cast<int>(std::distance(begin(descriptors), end(descriptors)));
+}
+
+long CountWakings(pid_t pid) {
+  long wakings = 0;
+  for (const auto& thread : std::filesystem::directory_iterator(Folder(pid) + "/task"))
+    wakings += NumberIn(thread.path() / "status", "voluntary_ctxt_switches").value_or(0);  // none of one that has ended
+  return wakings;
 }
 
 std::chrono::milliseconds ProcessorTime(pid_t pid) {

@@ -14,6 +14,7 @@ long PeakMemory_kB(pid_t pid);  ///< the most that was resident since ForgetPeak
 void ForgetPeakMemory(pid_t pid);
 int CountThreads(pid_t pid);
 int CountDescriptors(pid_t pid);
+long CountWakings(pid_t pid);  ///< of its threads that live: how often one had waited for something
 std::chrono::milliseconds ProcessorTime(pid_t pid);
 
 }  // namespace Lumenar::Test

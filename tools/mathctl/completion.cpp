@@ -40,8 +40,16 @@ constexpr const char* kZsh = R"(_mathctl_words() {
 }
 compdef _mathctl_words mathctl)";
 
-constexpr const char* kFish =
-    R"(complete -c mathctl -a '(mathctl __complete (commandline -cp | string collect) 2>/dev/null)')";
+// Of itself, fish takes what stands behind a colon for the beginning of a file's name.
+constexpr const char* kFish = R"(function _mathctl_words
+  set -l found (mathctl __complete (commandline -cp | string collect) 2>/dev/null)
+  if test (count $found) -gt 0
+    printf '%s\n' $found
+  else
+    __fish_complete_path (commandline -ct)
+  end
+end
+complete -c mathctl -f -a '(_mathctl_words)')";
 
 }  // namespace
 

@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """Plays two instruments that speak SCPI over TCP: a multimeter and a spectrum analyser of 10,001 points.
 
@@ -88,6 +87,8 @@ class Device:
         if header == ":TEST:FAULT":
             self.set_fault(argument)
             return ""
+        if header == ":TEST:FAULT?":
+            return str(sum(count for count, _ in self.faults.values()))
         if header == ":TEST:COUNT?":
             return f"{self.measurements},{self.connections}"
         if header == ":TEST:LOG?":

@@ -85,6 +85,11 @@ const VerbCall kCalls[] = {
     {{"doctor", "COUNT", "--count", "0.05"}, kDone, "topic manager", ""},
     {{"doctor", "NOWHERE", "--count", "0.05"}, kUnreachable, "FAILS", "is not well"},
     {{"doctor", "--count", "0"}, kUsage, "", "--count"},
+#ifdef LUMENAR_HAS_SIGROK
+    {{"discover", "-q", "demo"}, kDone, "SETTING", ""},
+#endif
+    {{"discover", "-q", "127.0.0.1:1"}, kUnreachable, "127.0.0.1:1", "1 of 1 do not answer"},
+    {{"discover", "--limit", "0", "demo"}, kUsage, "", "--limit"},
     {{"explain", "{object}", "--count", "0.05"}, kDone, "mean of the last", ""},
     {{"explain", "LEVLE"}, kRefused, "", "near: TESTBENCH/1/LEVEL"},
     {{"graph"}, kDone, "TESTBENCH/1/LEVEL", ""},
@@ -261,6 +266,9 @@ TEST(BothWaysTable, HasEveryVerbWithRightAndWithWrongArguments) {
   std::set<std::string> right, wrong;
   for (const VerbCall& call : kCalls) (call.exit_code == kDone ? right : wrong).insert(call.words.front());
   for (const CLI::App* verb : app.get_subcommands([](const CLI::App* each) { return !each->get_group().empty(); })) {
+#ifndef LUMENAR_HAS_SIGROK
+    if (verb->get_name() == "discover") continue;  // nobody answers
+#endif
     EXPECT_TRUE(right.contains(verb->get_name())) << verb->get_name();
     EXPECT_TRUE(wrong.contains(verb->get_name())) << verb->get_name();
   }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Completion as a shell uses it: the script is sourced, and its function asked as the shell would.
 #include <csignal>
+#include <filesystem>
 
 #include "tests/system/mathctl/FrameFixture.h"
 
@@ -51,30 +52,72 @@ TEST_F(CompletionTest, WithoutAPlatformItIsSilentAndSoonDone) {
   engine_.Signal(SIGCONT);
 }
 
-TEST_F(CompletionTest, AtAPromptTabCompletes) {
+/// A shell as somebody uses it who begins.
+struct Shell {
+  const char* program;
+  std::vector<std::string> options;
+  const char* setup;  ///< makes the prompt "GO> " and asks mathctl for its script
+};
+
+const Shell kShells[] = {
+    {"/bin/bash", {"--norc", "--noprofile", "-i"}, "PS1='G''O> '; eval \"$(mathctl completion bash)\""},
+    {"/usr/bin/zsh",
+     {"-f", "-i"},
+     "PS1='G''O> '; autoload -Uz compinit; compinit -D; eval \"$(mathctl completion zsh)\""},
+    {"/usr/bin/fish",
+     {"--no-config", "-i"},
+     "function fish_prompt; echo -n 'G''O> '; end; mathctl completion fish | source"},
+};
+
+class ShellTest : public CompletionTest, public testing::WithParamInterface<Shell> {};
+
+// Each line has a word that is not finished, where the tabulator is, and what the finished line writes.
+TEST_P(ShellTest, AtAPromptTabCompletes) {
+  if (!std::filesystem::exists(GetParam().program)) GTEST_SKIP() << "scripts/install-deps shells installs it";
+  struct Line {
+    const char* typed;
+    const char* written;
+  };
+  const Line kLines[] = {
+      {"mathctl typ\t\n", "CumulativeAdd"},                 // a verb
+      {"mathctl get LEVEL --js\t\n", "\"reading\":"},       // an option
+      {"mathctl list --format js\t\n", "\"words\":"},       // the value of one
+      {"mathctl get TESTBENCH/1/LEV\t\n", "1 W  +0 +0 W"},  // a reading
+      {"mathctl get testbench/1/lev\t\n", "1 W  +0 +0 W"},  // in letters of the other case
+      {"mathctl get math:\t\n", "1 W  +0 +0 W"},            // a math object, behind the colon
+      {"mathctl show mat\t\n", "TESTBENCH/1/LEVEL"},        // the same, before it
+      {"mathctl create Subt\tLEVEL LEVEL\n", "math:1"},     // a type of math object
+      {"mathctl apply ob\t --dry-run\n", "there"},          // a file
+  };
+  Written({"create", "Average", "LEVEL"});
+  Written({"save", (platform_.Directory() / "objects.json").string()});
   std::map<std::string, std::string> environment = platform_.Environment();
   environment["PATH"] = BuiltProgram("mathctl").parent_path().string() + ":/usr/bin:/bin";
-  environment["PS1"] = "$ ";
+  environment["HOME"] = environment["XDG_CONFIG_HOME"] = platform_.Directory().string();
   environment["INPUTRC"] = "/dev/null";
-  PseudoTerminal bash("/bin/bash", {"--norc", "--noprofile", "-i"}, environment);
-  bash.ReadUntil("$ ");
-  bash.Write("stty echo; eval \"$(mathctl completion bash)\"; echo re''ady\n");
-  bash.ReadUntil("ready");
-  bash.ReadUntil("$ ");
-  bash.Write("mathctl get TESTBENCH/1/LEV\t");
-  bash.ReadUntil("TESTBENCH/1/LEVEL");
-  bash.Write("\n");
-  bash.ReadUntil("1 W  +0 +0 W");
-  bash.Write("exit\n");
-  EXPECT_EQ(bash.Wait(), 0);
+  PseudoTerminal shell(GetParam().program, GetParam().options, environment);
+  shell.Write("cd " + platform_.Directory().string() + "; " + GetParam().setup + "; echo re''ady\n");
+  shell.ReadUntil("ready");
+  for (const Line& line : kLines) {
+    SCOPED_TRACE(line.typed);
+    shell.ReadUntil("GO> ");
+    shell.Write(line.typed);
+    shell.ReadUntil(line.written);
+  }
+  shell.Write("exit\n");
+  EXPECT_EQ(shell.Wait(), 0);
 }
+
+INSTANTIATE_TEST_SUITE_P(Of, ShellTest, testing::ValuesIn(kShells), [](const auto& shell) {
+  return std::filesystem::path(shell.param.program).filename().string();
+});
 
 TEST_F(CompletionTest, ScriptsOfTheOtherShells) {
   EXPECT_THAT(Written({"completion", "zsh"}), HasSubstr("compdef _mathctl_words mathctl\n"));
   EXPECT_THAT(Written({"completion", "fish"}), HasSubstr("complete -c mathctl "));
   const Result wrong = Call({"completion", "tcsh"});
   EXPECT_EQ(wrong.exit_code, Mathctl::kUsage);
-  EXPECT_THAT(wrong.error, HasSubstr("SHELL"));
+  EXPECT_THAT(wrong.error, testing::MatchesRegex("mathctl: SHELL: [^\n]+\n"));
 }
 
 }  // namespace

@@ -3,12 +3,22 @@
 #include <cstdio>
 
 #include "tests/support/CommandLineFigures.h"
+#include "tests/support/ProcessFigures.h"
 #include "tests/system/mathctl/ObjectsFixture.h"
 
 namespace Lumenar::Test {
 namespace {
 
-using ManyObjectsTest = ObjectsFixture;
+class ManyObjectsTest : public ObjectsFixture {
+ protected:
+  // A call that the engine answers wakes one of its threads at least.
+  void ExpectFewCalls(const Words& words) {
+    const long before = CountWakings(engine_.Pid());
+    const Outcome outcome = Run(words);
+    EXPECT_TRUE(outcome.exit_code == Mathctl::kDone || outcome.exit_code == Mathctl::kUnreachable) << outcome.error;
+    EXPECT_LT(CountWakings(engine_.Pid()) - before, 3000) << words.front() << ": a call for each object?";
+  }
+};
 
 TEST_F(ManyObjectsTest, AreListedAndDrawnAtOnce) {
   constexpr int kObjects = 10000;
@@ -16,6 +26,12 @@ TEST_F(ManyObjectsTest, AreListedAndDrawnAtOnce) {
   const auto inputs = Inputs(level, other);
   for (int i = 0; i < kObjects; ++i) const Corvanta::MathFactory::Math_var object = Create(Subtract, inputs);
   ASSERT_EQ(Objects({"list"}).size(), static_cast<std::size_t>(kObjects));
+
+  const std::string last = Objects({"list"}).back()["object"];
+  for (const Words& words : {Words{"list"}, Words{"top", "-n", "1"}, Words{"graph"}, Words{"doctor", "--count", "0.05"},
+                             Words{"explain", last, "--count", "0.05"}, Words{"show", last}, Words{"save"}}) {
+    ExpectFewCalls(words);
+  }
 
   const double list_s = SecondsToList(platform_);
   const double redraw_s = ProcessorSecondsToRedraw(platform_);

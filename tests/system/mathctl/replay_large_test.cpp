@@ -18,7 +18,7 @@ using Mathctl::kRefused;
 using Recording::Sample;
 using testing::HasSubstr;
 
-constexpr std::int64_t kBegin_ns = 1'714'979'289'000'000'000;
+constexpr std::int64_t kBeginOfLarge_ns = 1'714'979'289'000'000'000;
 constexpr std::int64_t kStep_ns = 20'000'000;
 
 class ReplayLargeTest : public RecordingsFixture {
@@ -27,9 +27,9 @@ class ReplayLargeTest : public RecordingsFixture {
   std::string Large() {
     constexpr int kSamples = 2000, kPoints = 10001;
     const std::string file = File("large.jsonl");
-    Recording::RecordingWriter writer(file, {}, kBegin_ns);
+    Recording::RecordingWriter writer(file, {}, kBeginOfLarge_ns);
     writer.Add({0, "OLD/1/TRACE", "OLD/1", "TRACE", "BasicTrace", "OLD/1/TRACE", std::nullopt});
-    std::int64_t time_ns = kBegin_ns;
+    std::int64_t time_ns = kBeginOfLarge_ns;
     for (int i = 0; i < kSamples; ++i) {
       const auto trace = Trace(std::vector<float>(kPoints, static_cast<float>(i)), kdBm, static_cast<unsigned>(i));
       writer.Write(Sample{0, time_ns, Corvanta::SampleRecord(std::in_place_type<BT_DATA>, trace)});

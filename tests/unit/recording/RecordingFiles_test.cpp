@@ -43,6 +43,8 @@ TEST_P(RecordingFiles, AreReadBackBitForBit) {
   EXPECT_EQ(reader.GetEnd()->samples, records.size() + 1);
   EXPECT_EQ(reader.GetEnd()->lost, 5u);
   EXPECT_EQ(reader.CutOff(), "");
+  EXPECT_EQ(reader.Size(), std::filesystem::file_size(Path()));
+  EXPECT_EQ(reader.BytesRead(), reader.Size());
 }
 
 TEST_P(RecordingFiles, TellSinceWhenAndHowManySamplesWereLost) {

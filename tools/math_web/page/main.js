@@ -34,7 +34,11 @@ const address = readAddress(location.hash);
 const token = takeToken(address);
 beginTheme();
 document.body.classList.toggle("wall", address.wall !== null);
-window.addEventListener("hashchange", () => location.reload());
+window.addEventListener("hashchange", () => {
+  const now = readAddress(location.hash);
+  const isOther = String(now.wall) !== String(address.wall) || now.token !== "";
+  if (isOther) location.reload();
+});
 
 const figures = new Figures();
 const store = new Store(address.wall);
@@ -42,6 +46,10 @@ const notices = new Notices(part("notices"));
 const connection = new Connection(token);
 const streams = new Streams(connection, figures);
 const deletions = new Deletions(connection, notices, () => lists.tell());
+
+// What nobody expected is said, too: a picture that stands still must not be taken for one that moves.
+window.addEventListener("error", (event) => notices.error(event.message));
+window.addEventListener("unhandledrejection", (event) => notices.error(String(event.reason?.message ?? event.reason)));
 
 /** Does something that may be refused; a refusal is shown. */
 async function attempt(call) {
@@ -96,7 +104,7 @@ function showHoped() {
 }
 
 function showChosen() {
-  panels.show(store.shownItems);
+  panels.show(store.shown, store.shownItems);
   const {missing} = store;
   setShown(part("missing"), missing.length > 0);
   setText(part("missing"), `Not there: ${missing.join(", ")}`);

@@ -20,8 +20,9 @@ export class Slots {
     return slot;
   }
 
-  release(name) {
-    this.#slots.delete(name);
+  /** Only these names keep theirs. */
+  keep(names) {
+    for (const name of this.#slots.keys()) if (!names.includes(name)) this.#slots.delete(name);
   }
 }
 

@@ -36,11 +36,13 @@ export class Panels {
     setInterval(() => this.#tell(), 1000);
   }
 
-  /** Shows exactly these: [{name, kind}]. */
-  show(items) {
-    const wanted = new Map(items.map((item) => [item.name, item.kind]));
-    for (const [name, view] of this.#views) if (!wanted.has(name)) this.#close(name, view);
-    for (const [name, kind] of wanted) if (!this.#views.has(name)) this.#open(name, kind);
+  /** Shows exactly `names`, as far as `items` ([{name, kind}]) tells what they are. What is shown already stays with its
+   *  last values when nobody offers it any more. */
+  show(names, items) {
+    for (const [name, view] of this.#views) if (!names.includes(name)) this.#close(name, view);
+    this.#slots.keep(names);
+    for (const name of names) this.#slots.of(name); // colours in the order of the names, whatever comes first
+    for (const {name, kind} of items) if (!this.#views.has(name)) this.#open(name, kind);
     setShown(this.#waiting, this.#waiting.children.length > 0);
   }
 
@@ -109,7 +111,6 @@ export class Panels {
 
   #close(name, view) {
     this.#views.delete(name);
-    this.#slots.release(name);
     view.close();
     if (view.panel) this.#leave(view);
   }

@@ -14,6 +14,7 @@ const clockText = (time) => new Date(1000 * time).toLocaleTimeString([], {hour12
 export const kGutter = kLeft + kLabel;
 /** Room to its right. */
 export const kRight = 14;
+const kRightOfTime = 32; // half of a time of day
 
 /** Axes, grid, cursor and the choice of a range by dragging, with a layer above for curves. The axes are drawn when
  *  they change; curves, on the layer, with each sample. `hooks`: onSelect({from, to} or null, {min, max} or null),
@@ -24,14 +25,13 @@ export class Plot {
   #hooks;
   #layer = el("canvas", {class: "layer"});
   #units = {x: "", y: ""};
-  #otherwise;
+  #otherwise = "Point";
   #quietTheme;
   #observer;
 
-  constructor(host, {time = false, otherwise = "Point"}, hooks) {
+  constructor(host, {time = false}, hooks) {
     this.#host = host;
     this.#hooks = hooks;
-    this.#otherwise = otherwise;
     this.#u = new uPlot(
       this.#options(time),
       [
@@ -72,10 +72,11 @@ export class Plot {
     return {width, height};
   }
 
-  /** Units of both axes; labels and numbers follow. */
-  setUnits(x, y) {
-    if (this.#units.x === x && this.#units.y === y) return;
+  /** Units of both axes; labels and numbers follow. `otherwise` labels a horizontal axis without unit. */
+  setUnits(x, y, otherwise = "Point") {
+    if (this.#units.x === x && this.#units.y === y && this.#otherwise === otherwise) return;
     this.#units = {x, y};
+    this.#otherwise = otherwise;
     this.#u.redraw(false, true);
   }
 
@@ -122,9 +123,14 @@ export class Plot {
     const size = this.#size();
     return {
       ...size,
-      padding: [10, kRight, 0, 0],
+      padding: [10, time ? kRightOfTime : kRight, 0, 0],
       legend: {show: false},
-      cursor: {y: false, points: {show: false}, drag: {x: true, y: true, uni: 30, dist: kLeastDrag, setScale: false}},
+      cursor: {
+        y: false,
+        points: {show: false},
+        drag: {x: true, y: true, uni: 30, dist: kLeastDrag, setScale: false},
+        bind: {dblclick: () => null},
+      },
       scales: {
         x: {time, auto: false, range: (_, min, max) => [min, max]},
         y: {auto: false, range: (_, min, max) => [min, max]},

@@ -59,7 +59,7 @@ export class Shortcuts {
       ),
       el("h3", {}, "In a plot that has the focus"),
       el("table", {class: "keys"}, el("tbody", {}, ...inPlot.map(([keys, words]) => row(keys, words)))),
-      el("p", {}, isOn, el("label", {for: "shortcuts-on"}, " Single keys do these things")),
+      el("p", {class: "check-line"}, isOn, el("label", {for: "shortcuts-on"}, "Single keys do these things")),
       el("div", {class: "form-buttons"}, close),
     );
   }

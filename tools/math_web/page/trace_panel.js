@@ -45,10 +45,10 @@ export class TracePanel {
   }
 
   add(view) {
-    this.views.push(view);
+    this.views = [...this.views, view].sort((a, b) => a.slot - b.slot);
     view.panel = this;
     view.paintKey();
-    this.#parts.legend.append(view.element);
+    this.#parts.legend.replaceChildren(...this.views.map((one) => one.element));
     this.#range.reset();
     this.#askAgain();
     this.dirty();
@@ -125,7 +125,8 @@ export class TracePanel {
     const {from, to} = this.shown;
     const scale = axisScale(unit, Math.max(Math.abs(from), Math.abs(to)));
     const digits = Math.min(12, Math.max(4, Math.ceil(Math.log10(Math.abs(x) / ((to - from) / 2000) || 1)) + 1));
-    return unit === "" ? `point ${numberText(x, digits)}` : `${numberText(x / scale.divisor, digits)} ${scale.unit}`;
+    if (unit !== "") return `${numberText(x / scale.divisor, digits)} ${scale.unit}`;
+    return this.#isOverPoints ? `point ${numberText(x, digits)}` : numberText(x, digits);
   }
 
   /** Draws what is new; gives the capture times of what has been drawn. */
@@ -173,6 +174,11 @@ export class TracePanel {
     return frame ? axisLabel(frame.yUnit, "Number without unit") : "Waiting for a first sample";
   }
 
+  // A trace that tells no axis of its own is shown over the number of the point.
+  get #isOverPoints() {
+    return this.views.every(({frame}) => !frame || (frame.firstX === 0 && frame.traceStep === 1));
+  }
+
   get #middle() {
     const {from, to} = this.shown;
     return (from + to) / 2;
@@ -200,7 +206,8 @@ export class TracePanel {
 
   #drawFrames(views) {
     const {plot} = this;
-    plot.setUnits(views[0].frame.xUnit, views[0].frame.yUnit);
+    const {xUnit, yUnit} = views[0].frame;
+    plot.setUnits(xUnit, yUnit, this.#isOverPoints ? "Point" : "Axis without unit");
     plot.setRanges(this.shown, this.#fixed ?? this.#follow(views));
     plot.clear();
     const box = plot.box();

@@ -39,10 +39,10 @@ export class ValuePanel {
   }
 
   add(view) {
-    this.views.push(view);
+    this.views = [...this.views, view].sort((a, b) => a.slot - b.slot);
     view.panel = this;
     view.paintKey();
-    this.#parts.legend.append(view.element);
+    this.#parts.legend.replaceChildren(...this.views.map((one) => one.element));
     this.dirty();
   }
 

@@ -15,6 +15,7 @@ export class ValueView {
   sample = null;
   trail = new Trail();
   #fresh = false;
+  #shown = null; // the sample whose digits are shown: not the newest in a pause
   #arrivals = new Arrivals();
   #ended = "";
   #parts = {};
@@ -60,11 +61,12 @@ export class ValueView {
 
   drawn() {
     this.#fresh = false;
+    this.#shown = this.sample;
     this.stream.ready();
   }
 
   tell(cursor) {
-    setText(this.#parts.digits, this.sample ? this.#digits(this.sample) : "–");
+    setText(this.#parts.digits, this.#shown ? this.#digits(this.#shown) : "–");
     setText(this.#parts.band, this.#bandText());
     setText(this.#parts.arrivals, this.#ended || this.#arrivals.text());
     const at = cursor === null ? null : this.trail.at(cursor);
@@ -102,7 +104,7 @@ export class ValueView {
   }
 
   #bandText() {
-    const {minus, plus} = this.sample ?? {};
+    const {minus, plus} = this.#shown ?? {};
     if (!Number.isFinite(minus) || !Number.isFinite(plus) || (minus === 0 && plus === 0)) return "";
     const signed = (value) => `${value > 0 ? "+" : ""}${numberText(value, 3)}`;
     return `${signed(minus)} / ${signed(plus)} ${this.unit}`;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 
 #include "instruments/scpi/items.h"
@@ -209,6 +210,24 @@ TEST(DeviceFile, TheReadyOnesAreGood) {
     ++count;
   }
   EXPECT_EQ(count, 5);
+}
+
+/// What the page on instruments shows is a device file.
+TEST(DeviceFile, ThoseOfThePageAreGood) {
+  std::ifstream page(LUMENAR_PAGE_OF_INSTRUMENTS);
+  std::string text;
+  int count = 0;
+  bool is_inside = false;
+  for (std::string line; std::getline(page, line);) {
+    if (is_inside && line == "```") {
+      const DeviceConfig device = DeviceFromText(text, "page");
+      EXPECT_TRUE(device.address.has_value());
+      ++count;
+    }
+    is_inside = line == "```ini" || (is_inside && line != "```");
+    text = is_inside && line != "```ini" ? text + line + '\n' : "";
+  }
+  EXPECT_EQ(count, 1);
 }
 
 TEST(DeviceFile, AnUnknownNameIsAnsweredWithThoseThatThereAre) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <variant>
@@ -230,6 +231,47 @@ TEST(Type_code, OneThatDiffersFromOurOwnInAnyByteIsReadMemberByMember) {
     refused += ReadingOf(changed) == "refused" ? 1 : 0;
   }
   EXPECT_GT(refused, 100) << "kinds, lengths and ids are not indifferent";
+}
+
+/// A type with a name: a struct, or a name for another type.
+TypeWriter Named(std::uint32_t kind, const char* id, const char* name, const TypeWriter& rest) {
+  return [=](Wire& wire) {
+    Wire body = Wire::Encapsulation(wire.IsLittleEndian());
+    body.Text(id).Text(name);
+    rest(body);
+    wire.Ulong(kind).Nested(body);
+  };
+}
+
+TypeWriter SlotsAsDefined() {
+  const TypeWriter slot = Named(kTkStruct, "IDL:Corvanta/VALUE_UNITS/UnitSlot:1.0", "UnitSlot", [](Wire& body) {
+    body.Ulong(2).Text("unit").Ulong(kTkLong).Text("exponent").Ulong(kTkLong);
+  });
+  constexpr std::uint32_t kTkAlias = 21;
+  return Named(kTkAlias, "IDL:Corvanta/VALUE_UNITS/UnitSlots:1.0", "UnitSlots", Array(slot, 5));
+}
+
+TypeWriter UnitsAsDefined() {
+  return Named(kTkStruct, "IDL:Corvanta/VALUE_UNITS/Units:1.0", "Units", [](Wire& body) {
+    body.Ulong(3).Text("is_dB").Ulong(kTkBoolean).Text("base_power").Ulong(kTkLong).Text("slots");
+    SlotsAsDefined()(body);
+  });
+}
+
+/// As the interface definition says it, name by name. Padding is zero: it would tell what stood in the memory of the
+/// process, and no two processes would write the same.
+TEST(Type_code, IsWrittenTheSameByEveryProcess) {
+  Wire expected(_OMNIORB_HOST_BYTE_ORDER_ != 0);
+  Named(kTkStruct, "IDL:Corvanta/VALUE_DOUBLE/VALUE:1.0", "VALUE", [](Wire& body) {
+    body.Ulong(4).Text("units");
+    UnitsAsDefined()(body);
+    for (const char* number : {"minus_err", "plus_err", "val"}) body.Text(number).Ulong(kTkDouble);
+  })(expected);
+  std::string bytes = expected.Bytes();
+  std::replace(bytes.begin(), bytes.end(), '\xAA', '\0');
+  cdrMemoryStream own;
+  WriteRecordTypeCode(kValue, own);
+  EXPECT_EQ(std::string(static_cast<const char*>(own.bufPtr()), own.bufSize()), bytes);
 }
 
 TEST(Type_code, OfNoRecordIsNotWritten) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/orb/PeerWatch.h"
+#include "platform/peers/PeerWatch.h"
 
 #include <fmt/format.h>
 

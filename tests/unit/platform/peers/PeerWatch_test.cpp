@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/orb/PeerWatch.h"
+#include "platform/peers/PeerWatch.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
