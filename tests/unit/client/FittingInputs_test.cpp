@@ -22,7 +22,8 @@ const PossibleInput kLongToFit{"LONG", "long", std::nullopt, 1};
 const PossibleInput kActionToFit{"ACTION", "void", std::nullopt, 0};
 
 TEST(FittingInputs, EveryOperationIsKnownAtItsNumber) {
-  EXPECT_EQ(KnownTypes(), std::vector<std::string>(std::begin(Test::kMathTypeNames), std::end(Test::kMathTypeNames)));
+  EXPECT_EQ(KnownTypes(), std::vector<std::string>(std::begin(Lumenar::Test::kMathTypeNames),
+                                                   std::end(Lumenar::Test::kMathTypeNames)));
 }
 
 TEST(FittingInputs, OneInputIsATraceOrAScalar) {
