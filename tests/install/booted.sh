@@ -101,6 +101,12 @@ with lumenar.Client() as c:
   [ "$(grep -c 'us' "$work/watch")" -ge 5 ] || fail "no results: $(cat "$work/watch")"
 }
 
+# Engines that are not used any more; hardware enumeration forgets them as the page says.
+forget_engines() {
+  manager stop lumenar-hw-enumeration
+  manager start lumenar-hw-enumeration
+}
+
 # A client and an instrument that were built against the packages; the instrument as a service like the others.
 others_programs_run() {
   cp "$work/examples/libload_meter.so.1" "$root/usr/lib/"
@@ -114,9 +120,7 @@ others_programs_run() {
   manager stop lumenar-engine@load_meter
   rm "$root/usr/lib/libload_meter.so.1" "$root/etc/lumenar/engine-load_meter.conf"
   in_machine ldconfig
-  # It is not used any more; hardware enumeration forgets it as the page says.
-  manager stop lumenar-hw-enumeration
-  manager start lumenar-hw-enumeration
+  forget_engines
 }
 
 # The services that are off until somebody switches them on, as far as they are built here.
@@ -135,6 +139,7 @@ for path, word in (("/", "<html"), ("/healthz", ""), ("/metrics", "lumenar")):
     manager start lumenar-engine@sigrok_devices || fail "libsigrok's demonstration device: $(journal -u lumenar-engine@sigrok_devices)"
     until_true 30 in_machine sh -c 'mathctl readings | grep -i -q "^SIGROK"' || fail "no readings of libsigrok's demonstration device"
     manager stop lumenar-engine@sigrok_devices
+    forget_engines
   fi
 }
 
