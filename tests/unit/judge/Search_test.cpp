@@ -323,6 +323,25 @@ TEST_F(JudgeSearch, AResultWhoseSampleFellIntoAGapIsNotChecked) {
   EXPECT_EQ(report.findings.Checked(), 18u);
 }
 
+/// A gap between a sample and its result: the result comes behind the next sample, as at the beginning of a recording.
+TEST_F(JudgeSearch, BehindAGapItIsAsAtTheBeginning) {
+  RecordedObject object("Average", {numbers_.Trace(kdBm)});
+  object.RecordingBeginsWithSize(3);
+  object.SetSize(3, false);
+  for (int i = 0; i < 10; ++i) object.Sample(0, numbers_.Trace(kdBm));
+  const Datum before = numbers_.Trace(kdBm), behind = numbers_.Trace(kdBm);
+  object.Record(0, before);
+  object.RecordEvent(Recording::EventKind::Gap);
+  object.Record(0, behind);
+  for (const Datum& sample : {before, behind}) {
+    object.Compute(0, sample);
+    object.RecordResult();
+  }
+  for (int i = 0; i < 10; ++i) object.Sample(0, numbers_.Trace(kdBm));
+  const ObjectReport report = object.CheckObject();
+  EXPECT_TRUE(report.IsExplained()) << TextsOf(report, Remark::Unexplained);
+}
+
 TEST_F(JudgeSearch, TheResultOfALastSampleMayComeBehindTheEnd) {
   for (const std::int64_t seconds_left : {4, 6}) {
     RecordedObject object("Peak", {numbers_.Trace(kdBm)});
