@@ -96,7 +96,7 @@ class DeliverySchedule {
   void EndTry();
   /// Nothing of it is under way any more: it waits for a sample, or goes on with one that waits.
   void WaitOrGoOn(const SubscriptionPtr& subscription) {
-    subscription->place = Place::Idle;
+    subscription->place = Subscription::Place::Idle;
     if (!subscription->queue.Empty()) Schedule(subscription);
   }
   void Schedule(const SubscriptionPtr& subscription);

@@ -96,6 +96,7 @@ TEST_F(WebFaults, HalfHandshakes) {
   DescribeFault("web: half handshakes", "100 connections that send a part of a request, or nothing",
                 "each is closed after the time for a handshake; others are served meanwhile");
   StartWeb({"--handshake-timeout", "2"});
+  EXPECT_TRUE(GoodClientIsServed()) << "from here on it has its connections to the platform";
   const ProcessWatch watch("math_web", Web().Pid());
   std::vector<RawSocket> sockets;
   const std::string whole = UpgradeRequest(Port());
@@ -113,6 +114,7 @@ TEST_F(WebFaults, TwoThousandConnections) {
   DescribeFault("web: 2,000 connections", "opened and left idle",
                 "those above the limit are told so, memory +64 MB at most, descriptors come back");
   StartWeb({"--clients", "8", "--handshake-timeout", "3"});
+  EXPECT_TRUE(GoodClientIsServed());
   const ProcessWatch watch("math_web", Web().Pid());
   const int most = CountDescriptors(Web().Pid()) + 2 * 8 + 128 + 40;
   {

@@ -115,10 +115,11 @@ HttpAnswer HttpGet(unsigned short port, const std::string& target, const std::st
                                       "\r\nConnection: close\r\n" + more + "\r\n");
 }
 
-std::string UpgradeRequest(unsigned short port) {
-  return "GET /live HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(port) +
+std::string UpgradeRequest(unsigned short port, const std::string& host, const std::string& more) {
+  return "GET /live HTTP/1.1\r\nHost: " + (host.empty() ? "127.0.0.1:" + std::to_string(port) : host) +
          "\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n"
-         "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Protocol: lumenar.1\r\n\r\n";
+         "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Protocol: lumenar.1\r\n" +
+         more + "\r\n";
 }
 
 std::string WebFrameHead(unsigned opcode, unsigned long long size) {

@@ -51,8 +51,9 @@ HttpAnswer HttpGet(unsigned short port, const std::string& target, const std::st
 /// The same with a whole request as it stands.
 HttpAnswer HttpAsk(RawSocket socket, const std::string& request);
 
-/// The request that makes a WebSocket of a connection to the gateway.
-std::string UpgradeRequest(unsigned short port);
+/// The request that makes a WebSocket of a connection to the gateway; `host` is Host, 127.0.0.1:PORT where it is empty;
+/// `more` are further lines of the head, each with "\r\n".
+std::string UpgradeRequest(unsigned short port, const std::string& host = {}, const std::string& more = {});
 
 /// The head of a frame of a WebSocket from a client, with a mask of zeros; `size` is what it claims.
 std::string WebFrameHead(unsigned opcode, unsigned long long size);

@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "tests/support/RawSocket.h"
+
 namespace Lumenar::Test {
 namespace {
 
@@ -56,7 +58,6 @@ WebMessage FrameFrom(const std::string& bytes) {
 struct WebClient::Impl {
   net::io_context context{1};
   websocket::stream<net::ip::tcp::socket> ws{context};
-  websocket::response_type response;
   beast::flat_buffer in;
   bool is_reading = false;
   bool has_read = false;
@@ -83,9 +84,12 @@ WebClient::WebClient(unsigned short port, const Options& options) : impl_(std::m
   }));
   beast::error_code error;
   const std::string host = options.host.empty() ? "127.0.0.1:" + std::to_string(port) : options.host;
-  impl_->ws.handshake(impl_->response, host, "/live", error);
-  if (error == websocket::error::upgrade_declined)
-    throw std::runtime_error(std::to_string(impl_->response.result_int()) + " " + impl_->response.body());
+  impl_->ws.handshake(host, "/live", error);
+  if (error == websocket::error::upgrade_declined) {  // its answer is not told: it is asked for once more
+    const std::string origin = options.origin.empty() ? "" : "Origin: " + options.origin + "\r\n";
+    const HttpAnswer answer = HttpAsk(RawSocket(port), UpgradeRequest(port, host, origin));
+    throw std::runtime_error(std::to_string(answer.status) + " " + answer.body);
+  }
   if (error) throw std::runtime_error(error.message());
 }
 

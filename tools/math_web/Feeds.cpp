@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "client/MathObjects.h"
 
 namespace Lumenar::Web {
 namespace {

@@ -61,11 +61,9 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   HttpRequest Facts() const {
     const auto& head = parser_->get();
     const auto field = [&](http::field name) { return std::string(head[name]); };
-    return {std::string(head.method_string()),
-            std::string(head.target()),
-            field(http::field::if_none_match),
-            {field(http::field::host), field(http::field::origin), field(http::field::authorization),
-             field(http::field::sec_websocket_protocol)}};
+    return {std::string(head.method_string()), std::string(head.target()), field(http::field::if_none_match),
+            Credentials{field(http::field::host), field(http::field::origin), field(http::field::authorization),
+                        field(http::field::sec_websocket_protocol)}};
   }
 
   void Upgrade(const HttpRequest& request) {

@@ -46,7 +46,8 @@ class LiveConnection final : public Outlet, public std::enable_shared_from_this<
     if (waiting_bytes_ + bytes > kMostWaitingBytes && !queue_.empty())
       return Close(websocket::close_code::policy_error, "it reads too slowly for what it asked for");
     waiting_bytes_ += bytes;
-    state_.gateway->Totals().bytes += bytes;
+    Gateway& gateway = *state_.gateway;
+    gateway.Totals().bytes += bytes;
     queue_.push_back(std::move(message));
     if (!writing_) Write();
   }

@@ -160,7 +160,7 @@ void PlatformLook::TakeItems(const Client::Engine& engine, EngineFacts& facts, S
 void PlatformLook::TakeObjects(const std::string& engine, EngineFacts& facts, Snapshot& now) {
   auto reports = Client::MathObjects(connection_, engine).Reports();
   names_.Learn(engine, reports);
-  const auto name = [this](const std::string& topic) { return names_.Of(topic); };
+  const auto name = [&names = names_](const std::string& topic) { return names.Of(topic); };
   for (Client::MathReport& report : reports) {
     ObjectFacts one;
     one.object = {engine, report.id};

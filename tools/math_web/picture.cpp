@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "tools/math_web/Sample.h"
 #include "tools/math_web/trace_columns.h"
 #include "tools/math_web/trace_scale.h"
 

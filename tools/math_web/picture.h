@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "tools/math_web/Sample.h"
+#include "BASIC_TRACE.hh"
 #include "tools/math_web/View.h"
 #include "tools/math_web/frame.h"
 

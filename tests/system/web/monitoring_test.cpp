@@ -47,7 +47,7 @@ TEST_F(Monitoring, MetricsKeepTheRulesOfTheirForm) {
   const std::string metrics = Write("metrics", HttpGet(Port(), "/metrics").body);
   Process check({"/bin/sh", "-c", "promtool check metrics < \"$0\"", metrics});
   EXPECT_EQ(check.WaitForExit(), 0) << check.Error() << check.Out();
-  Process rules({"promtool", "check", "rules", std::string(LUMENAR_EXAMPLES) + "/monitoring/alerts.yml"});
+  Process rules({"promtool", "check", "rules", std::string(LUMENAR_EXAMPLES) + "/alerts.yml"});
   EXPECT_EQ(rules.WaitForExit(), 0) << rules.Error() << rules.Out();
 }
 

@@ -25,30 +25,47 @@ class Kept {
   }
 }
 
-/** Update: decoding what came since the last picture, and drawing it. Picture: from a trace's capture to the end of
- *  drawing, by the clocks of both machines. All in milliseconds. */
+/** Update: decoding what came since the last picture, and drawing it. Whole: the same and what the browser does with it,
+ *  layout and pixels. Picture: from a trace's capture to the frame of the screen after the one that it was drawn in, by
+ *  the clocks of both machines. All in milliseconds. */
 export class Figures {
   update = new Kept();
+  whole = new Kept();
   picture = new Kept();
   frames = 0;
   firstPicture = NaN; // since the page was opened
   #decoding = 0;
+  #afterwards = new MessageChannel();
+  #begins = [];
+
+  constructor() {
+    // A message comes when the frame of the screen that it was sent in is done.
+    this.#afterwards.port1.onmessage = () => this.whole.add(performance.now() - this.#begins.shift());
+  }
 
   decoded(time) {
     this.#decoding += time;
     ++this.frames;
   }
 
+  /** A picture took `time` to draw; `captures` are the times of what is new in it, in seconds since the epoch. */
   drawn(time, captures) {
     this.update.add(time + this.#decoding);
+    this.#begins.push(performance.now() - time - this.#decoding);
+    this.#afterwards.port2.postMessage(null);
     this.#decoding = 0;
-    if (Number.isNaN(this.firstPicture) && captures.length > 0) this.firstPicture = performance.now();
+    if (captures.length > 0) requestAnimationFrame(() => this.#shown(captures));
+  }
+
+  #shown(captures) {
+    if (Number.isNaN(this.firstPicture)) this.firstPicture = performance.now();
     const now = performance.timeOrigin + performance.now();
     for (const capture of captures) if (capture > 0) this.picture.add(now - 1000 * capture);
   }
 
   clear() {
     this.update.clear();
+    this.whole.clear();
     this.picture.clear();
     this.frames = 0;
   }
@@ -56,6 +73,7 @@ export class Figures {
   summary() {
     return {
       update: this.update.summary(),
+      whole: this.whole.summary(),
       picture: this.picture.summary(),
       frames: this.frames,
       firstPicture: this.firstPicture,
