@@ -23,14 +23,14 @@ _LOAD_S = 20
 class Browser:
     """One browser with a profile of its own; ended by close()."""
 
-    def __init__(self) -> None:
+    def __init__(self, *more: str) -> None:
         self._directory = tempfile.TemporaryDirectory(prefix="lumenar-browser-")
         self.downloads = Path(self._directory.name) / "downloads"
         self.downloads.mkdir()
         options = webdriver.ChromeOptions()
         options.binary_location = "/usr/bin/chromium"
         for argument in ("--headless=new", "--disable-dev-shm-usage", "--force-device-scale-factor=1", "--mute-audio",
-                         "--disable-background-networking", f"--user-data-dir={self._directory.name}/profile"):
+                         "--disable-background-networking", *more, f"--user-data-dir={self._directory.name}/profile"):
             options.add_argument(argument)
         if os.geteuid() == 0:
             options.add_argument("--no-sandbox")

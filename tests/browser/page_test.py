@@ -152,11 +152,16 @@ def test_hold_keeps_the_smallest_and_the_greatest(gateway, browser):
     browser.wait_for_pictures(NOISE)
     browser.press("h", "h")
     assert browser.run("return lumenar.panels.settings.hold") == "extremes"
+    browser.wait_for_frames(5)
+    browser.run("window.first = lumenar.panels.views[0].lists[1].slice()")
     browser.wait_for_frames(10)
-    widths = browser.run(
-        "const view = lumenar.panels.views[0]; const [now, held] = view.lists; let sum = 0;"
-        "for (let i = 0; i < now.length; i += 2) if (held[i] > now[i] || held[i + 1] < now[i + 1]) ++sum; return sum")
-    assert widths == 0
+    lost, grown = browser.run(
+        "const [now, held] = lumenar.panels.views[0].lists; let [lost, grown] = [0, 0];"
+        "for (let i = 0; i < held.length; i += 2) {"
+        "  if (held[i] > Math.min(first[i], now[i]) || held[i + 1] < Math.max(first[i + 1], now[i + 1])) ++lost;"
+        "  if (held[i] < first[i] || held[i + 1] > first[i + 1]) ++grown;"
+        "} return [lost, grown]")
+    assert lost == 0 and grown > 0
     browser.press("h")
     assert browser.run("return lumenar.panels.views[0].lists.length") == 1
 

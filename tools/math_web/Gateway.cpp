@@ -23,7 +23,7 @@ constexpr unsigned kWorkers = 4;
 constexpr std::size_t kMostJobs = 256;
 constexpr std::chrono::seconds kBetweenLooks{1};
 constexpr std::chrono::seconds kLongestRest{10};
-constexpr int kRestAfterLook = 20;  // times as long as it took, so that looking costs the platform a twentieth at most
+constexpr int kRestAfterLook = 4;  // times as long as it took: with very many objects a look is work for their engine
 constexpr std::chrono::seconds kDataAge{2};
 constexpr const char* kBusySentence = "The gateway has too much to do: ask again in a moment.";
 

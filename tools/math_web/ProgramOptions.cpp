@@ -54,6 +54,9 @@ HostAndPort Split(const std::string& text) {
   return split;
 }
 
+/// All addresses of this machine.
+bool IsWildcard(const std::string& host) { return host == "0.0.0.0" || host == "::"; }
+
 bool IsLoopback(const std::string& host) { return host == "localhost" || host == "::1" || host.starts_with("127."); }
 
 /// A token that others of this machine can read is none.
@@ -151,8 +154,10 @@ GatewaySettings GatewaySettingsFrom(const ProgramOptions& options, unsigned shor
   settings.clients = options.clients;
   settings.page = options.page;
   if (!options.token_file.empty()) settings.access.token = TokenIn(options.token_file);
-  // Only a proxy reaches a Unix-domain socket: which names are its own is its affair, unless they are told.
-  if (options.unix_path.empty()) settings.access.hosts = HostsOf(Split(options.listen).host, port);
+  // Only a proxy reaches a Unix-domain socket: which names are its own is its affair, unless they are told. At all
+  // addresses there are more names than can be known, and a token is needed anyway.
+  const std::string place = Split(options.listen).host;
+  if (options.unix_path.empty() && !IsWildcard(place)) settings.access.hosts = HostsOf(place, port);
   for (const std::string& host : options.hosts) {
     settings.access.hosts.push_back(host);
     if (port != 0 && host.find(':') == std::string::npos)
