@@ -40,8 +40,9 @@ class MeterAtASerialPort : public SigrokFixture {
   Corvanta::EngineReadingBase_ptr ReadingOf(const std::string& item) {
     const CORBA::Object_var object = bench_.Orb().Resolve({"Lumenar", "local", "SIGROK", "1"});
     const Corvanta::GUI_Able_var engine = Corvanta::GUI_Able::_narrow(object);
-    const Corvanta::ItemSeq_var items = engine->Items();
-    for (CORBA::ULong i = 0; i < items->length(); ++i) {
+    const Corvanta::ItemSeq_var owner = engine->Items();
+    const Corvanta::ItemSeq& items = owner.in();
+    for (CORBA::ULong i = 0; i < items.length(); ++i) {
       if (items[i].name.in() == item) return Corvanta::EngineReadingBase::_duplicate(items[i].reference);
     }
     throw std::runtime_error("no reading " + item);
