@@ -78,10 +78,16 @@ std::vector<std::string> NearNames(std::string_view text, const std::vector<Read
   return near;
 }
 
+// Where a reading that is not there may come from.
+std::string Advice(std::string_view text) {
+  return text.starts_with("REFERENCE/") ? "; `mathctl reference load` offers a stored one"
+                                        : "; `mathctl readings` lists them";
+}
+
 [[noreturn]] void ThrowNotThere(std::string_view text, const std::vector<ReadingName>& names) {
   const std::string near = IsWildcard(text) ? "" : NearText(NearNames(text, names));
-  throw Error(ErrorKind::NotFound, fmt::format("no reading \"{}\"{}", Printable(text),
-                                               near.empty() ? "; `mathctl readings` lists them" : near));
+  throw Error(ErrorKind::NotFound,
+              fmt::format("no reading \"{}\"{}", Printable(text), near.empty() ? Advice(text) : near));
 }
 
 [[noreturn]] void ThrowAmbiguous(std::string_view text, const std::vector<ReadingName>& names,

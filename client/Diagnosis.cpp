@@ -10,10 +10,13 @@
 #include "client/ObjectGraph.h"
 #include "client/Text.h"
 #include "client/TopicNames.h"
+#include "client/amounts.h"
 #include "client/diagnosis_parts.h"
 
 namespace Lumenar::Client {
 namespace {
+
+constexpr std::size_t kMostSources = 100;  // readings that are looked at, each with calls to its engine
 
 // What is found out about one request, step by step.
 class Diagnosis {
@@ -130,10 +133,17 @@ class Diagnosis {
       } catch (const Error&) {  // the manager's own finding tells
       }
     }
-    for (const std::string& topic : topics) {
-      ExamineEngineOf(topic);
-      Take(ExamineSource(topic, engines_, before, after, LastHeard(topic, graph)));
+    const std::size_t asked = std::min(topics.size(), kMostSources);
+    for (std::size_t i = 0; i < asked; ++i) {
+      ExamineEngineOf(topics[i]);
+      Take(ExamineSource(topics[i], engines_, before, after, LastHeard(topics[i], graph)));
     }
+    if (asked < topics.size()) Take(SourcesLeftOut(topics.size() - asked));
+  }
+
+  static Finding SourcesLeftOut(std::size_t readings) {
+    return {"readings", "", Verdict::Look, CountInWords(readings, "more reading") + ", which were not looked at",
+            "look at those that matter: mathctl doctor READING"};
   }
 
   // Each engine once.

@@ -3,6 +3,7 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -20,6 +21,7 @@ namespace {
 
 using Seconds_d = std::chrono::duration<double>;
 
+constexpr std::string_view kReferenceEngine = "REFERENCE/";
 constexpr std::size_t kMostShown = 20;               // of objects that are not well, each in a line of its own
 constexpr Seconds_d kLongSilence{10};                // after which a reading counts as silent
 constexpr std::chrono::milliseconds kRenewal{2500};  // in which subscriptions that were forgotten come back
@@ -76,6 +78,9 @@ std::string PublishedInWords(const SourceFacts& facts, std::uint64_t samples, st
   if (!facts.captured_ago && heard) text += fmt::format(", the last {} ago", DurationText(*heard));
   return text;
 }
+
+// What `mathctl reference load` offers never changes.
+bool IsReference(const std::string& topic) { return topic.starts_with(kReferenceEngine); }
 
 bool IsSilent(const SourceFacts& facts, std::optional<Seconds_d> heard) {
   const bool changes_seldom = facts.kind == "long" || facts.kind == "enum" || facts.kind == "boolean";
@@ -174,7 +179,8 @@ Finding ExamineSource(const std::string& topic, const std::vector<Engine>& engin
       found.text = PublishedInWords(facts, last->second - earlier, last->second, heard);
       if (last->second > earlier) return;
     }
-    if (!IsSilent(facts, heard)) return;
+    if (IsReference(topic)) found.text = "a stored reference, which does not change";
+    if (IsReference(topic) || !IsSilent(facts, heard)) return;
     found.verdict = Verdict::Look;
     found.remedy = fmt::format("see whether the instrument measures: mathctl watch {}", name);
   });

@@ -30,8 +30,8 @@ function(lumenar_engine_library name)
 endfunction()
 
 # The engine library of an instrument, libNAME.so: lumenar_instrument(NAME SOURCES ... LINK ... [TARGET target]
-# [COMPONENT of installing]). The target is called as the library where none is given. One of the sources defines ThisInstrument(), which says what
-# instrument it is.
+# [COMPONENT of installing]). The target is called as the library where none is given. One of the sources defines
+# ThisInstrument(), which says what instrument it is.
 function(lumenar_instrument name)
   cmake_parse_arguments(ARG "" "TARGET;COMPONENT" "SOURCES;LINK" ${ARGN})
   if(NOT ARG_TARGET)

@@ -76,6 +76,7 @@ lumenar_package(services lumenar-services "math engine of an instrument, as serv
 lumenar_package(instruments lumenar-instruments "instruments for the math engine"
   "Engine libraries that supply readings: of this machine (probe), of recordings\n(replay), of a simulation (sim), of instruments that speak SCPI (scpi)."
   DEPENDS "${math_library} ${same_version}" "lumenar-services ${same_version}"
+  RECOMMENDS python3:any  # of the server that plays instruments, for who has none
   CONTROL ${package_dir_of}/instruments/conffiles ${package_dir_of}/instruments/triggers)
 if(sigrok IN_LIST CPACK_COMPONENTS_ALL)
   # libsigrok is under the GNU General Public License; nothing else of ours loads it.

@@ -43,8 +43,8 @@ Trace& Trace::operator=(const Record& source) {
 
 void Trace::UpdateValues() const {
   if (!refresh_needed) return;
-  list.clear();
-  if (Length() > 0) list.assign(Length(), SampleIn(record.units));
+  list.resize(Length());
+  if (!list.empty()) list.assign(Length(), SampleIn(record.units));  // refused, they stay as they are
   for (std::size_t i = 0; i < list.size(); ++i) list[i].value = record.samples[Index(i)];
   refresh_needed = false;
 }
@@ -56,7 +56,8 @@ void Trace::Combine(const Trace& other, PairRule rule) {
   Sample theirs = SampleIn(other.record.units);
   for (std::size_t i = 0; i < list.size(); ++i) {
     theirs.value = other.record.samples[Index(i)];
-    list[i] = InUnits(rule(list[i], theirs), reference);
+    list[i] = rule(list[i], theirs);
+    list[i] = InUnits(list[i], reference);  // one that has no way into the units stays as it came out of the rule
     WriteBack(i);
   }
 }

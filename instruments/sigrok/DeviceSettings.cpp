@@ -55,7 +55,7 @@ class DeviceSettings::Setting {
     if (!ValueFromNumber(info_, 0)) throw DeviceError(fmt::format("{} is no number that clients could set", name));
   }
 
-  void Learn(const OpenDevice& device) {
+  void Learn(const OpenDevice& device, const std::function<void()>& changed) {
     const sr_channel_group* group = device.Group(option_.group);
     const int can = sr_dev_config_capabilities_list(device.Instance(), group, static_cast<int>(info_.key));
     if ((can & static_cast<int>(SR_CONF_SET)) == 0)
@@ -63,6 +63,7 @@ class DeviceSettings::Setting {
     limits_ = LimitsFrom(device.List(group, info_.key).get());
     const Record record = RecordOf(NumberFrom(device.Get(group, info_.key).get()).value_or(0));
     device_ = &device;
+    changed_ = changed;
     if (attribute_) {
       *attribute_ = record;
     } else {
@@ -111,6 +112,7 @@ class DeviceSettings::Setting {
     } catch (const DeviceError& error) {
       RefuseSetting(item, error.what());
     }
+    changed_();
     *attribute_ = RecordOf(NumberFrom(device_->Get(group, info_.key).get()).value_or(number));
   }
 
@@ -121,6 +123,7 @@ class DeviceSettings::Setting {
   const Value::Units units_;
   // The session's thread alone:
   const OpenDevice* device_ = nullptr;
+  std::function<void()> changed_;
   std::optional<NumberLimits> limits_;
   std::unique_ptr<Corvanta::EngineAttribValueDouble_i> attribute_;
 };
@@ -131,8 +134,8 @@ DeviceSettings::DeviceSettings(const Place& place, SessionContext& context, cons
 
 DeviceSettings::~DeviceSettings() = default;
 
-void DeviceSettings::Learn(const OpenDevice& device) {
-  for (const auto& setting : settings_) setting->Learn(device);
+void DeviceSettings::Learn(const OpenDevice& device, const std::function<void()>& changed) {
+  for (const auto& setting : settings_) setting->Learn(device, changed);
 }
 
 void DeviceSettings::Forget() noexcept {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,9 +30,9 @@ class DeviceSettings {
   DeviceSettings(const DeviceSettings&) = delete;
   DeviceSettings& operator=(const DeviceSettings&) = delete;
 
-  /// Reads the options of an open device, which is the one that is set until Forget.
+  /// Reads the options of an open device, which is the one that is set until Forget; `changed` is called when one was.
   /// Errors   DeviceError for one that the device does not let be set.
-  void Learn(const OpenDevice& device);
+  void Learn(const OpenDevice& device, const std::function<void()>& changed);
   void Forget() noexcept;
 
  private:

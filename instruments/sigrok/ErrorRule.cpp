@@ -12,6 +12,7 @@ namespace Lumenar::Sigrok {
 namespace {
 
 constexpr std::string_view kSpaces = " \t";
+constexpr double kPpmOfPercent = 10000;
 
 std::string_view WithoutSpaces(std::string_view text) {
   const std::size_t first = text.find_first_not_of(kSpaces);
@@ -29,9 +30,9 @@ double TakeNumber(std::string_view& rest) {
   return number;
 }
 
-bool TakeSign(std::string_view& rest, char sign) {
-  if (rest.empty() || rest.front() != sign) return false;
-  rest = WithoutSpaces(rest.substr(1));
+bool TakeWord(std::string_view& rest, std::string_view word) {
+  if (rest.substr(0, word.size()) != word) return false;
+  rest = WithoutSpaces(rest.substr(word.size()));
   return true;
 }
 
@@ -46,8 +47,14 @@ ErrorRule ParseErrorRule(std::string_view text) {
   std::string_view rest = WithoutSpaces(text);
   do {
     const double number = TakeNumber(rest);
-    (TakeSign(rest, '%') ? rule.percent : rule.absolute) += number;
-  } while (TakeSign(rest, '+'));
+    if (TakeWord(rest, "%")) {
+      rule.percent += number;
+    } else if (TakeWord(rest, "ppm")) {
+      rule.percent += number / kPpmOfPercent;
+    } else {
+      rule.absolute += number;
+    }
+  } while (TakeWord(rest, "+"));
   if (!rest.empty()) throw std::invalid_argument(fmt::format("\"{}\" is none of a rule like \"0.5 % + 0.003\"", rest));
   return rule;
 }

@@ -23,7 +23,7 @@ struct NamedErrorRule {
   ErrorRule rule;
 };
 
-/// Reads a sum of numbers, those with "%" behind them of the reading: "0.5 % + 0.003".
+/// Reads a sum of numbers, those with "%" or "ppm" behind them of the reading: "0.5 % + 0.003".
 /// Errors   std::invalid_argument; also for negative numbers.
 ErrorRule ParseErrorRule(std::string_view text);
 

@@ -41,11 +41,17 @@ void SampleCutter::Take(const sr_datafeed_packet& packet) {
   }
 }
 
+void SampleCutter::SetSampleRate(double rate_Hz) noexcept {
+  if (rate_Hz == rate_Hz_) return;
+  rate_Hz_ = rate_Hz;
+  for (auto& [meaning, series] : series_) series.samples.clear();
+}
+
 void SampleCutter::TakeMeta(const sr_datafeed_meta& meta) noexcept {
   for (const GSList* item = meta.config; item != nullptr; item = item->next) {
     const auto* config = static_cast<const sr_config*>(item->data);
     if (config->key == SR_CONF_SAMPLERATE && g_variant_is_of_type(config->data, G_VARIANT_TYPE_UINT64) != FALSE)
-      rate_Hz_ = static_cast<double>(g_variant_get_uint64(config->data));
+      SetSampleRate(static_cast<double>(g_variant_get_uint64(config->data)));
   }
 }
 

@@ -50,8 +50,9 @@ class SampleCutter {
   /// `points` of a stream; nothing: kUsualPoints where the device has a sample rate, else 1.
   SampleCutter(MeasurementSink& sink, std::optional<std::size_t> points) : sink_(sink), told_points_(points) {}
 
-  /// Samples a second; 0 where the device has no such rate. Packets may tell another.
-  void SetSampleRate(double rate_Hz) noexcept { rate_Hz_ = rate_Hz; }
+  /// Samples a second; 0 where the device has no such rate. Packets may tell another. What has come at another rate and
+  /// is not handed on yet is dropped.
+  void SetSampleRate(double rate_Hz) noexcept;
 
   /// Errors   std::invalid_argument for numbers that cannot be read or have a unit that is not in the table, and for a
   ///          frame longer than kMostPoints, which is dropped; those of the sink.

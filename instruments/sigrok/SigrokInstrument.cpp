@@ -95,14 +95,15 @@ bool SigrokInstrument::LookFor() {
 std::optional<milliseconds> SigrokInstrument::Measure() {
   SayAlive();
   const OpenDevice device(library_, WantedOf(options_));
-  settings_->Learn(device);
   SampleCutter cutter(*readings_, options_.points);
-  cutter.SetSampleRate(device.SampleRate_Hz());
+  const std::function<void()> learn_rate = [&] { cutter.SetSampleRate(device.SampleRate_Hz()); };
+  learn_rate();
   const std::function<void()> alive = [this] { SayAlive(); };
   const std::function<void(const std::string&)> say = [this](const std::string& what) { Say(what); };
   const auto begin = Clock::now();
   DeviceRun::End end;
   try {
+    settings_->Learn(device, learn_rate);
     DeviceRun run(library_, device, cutter, {context_, stop_, alive, say});
     Say(was_there_ ? "measures again" : "measures");
     was_there_ = true;

@@ -256,6 +256,17 @@ def test_names_become_names_of_files(page):
         assert page.module("saving.js", "return m.fileName(a[0], 'csv')", name) == file
 
 
+def test_ages_run_from_the_capture_where_it_goes_on_and_else_from_the_arrival(page):
+    ages = page.module("arrivals.js", """
+        const now = Date.now() / 1000;
+        const [reading, average, untold] = [1, 2, 3].map(() => new m.Arrivals());
+        reading.took(now - 20, 0); reading.took(now - 10, 0);
+        average.took(now - 20, 0); average.took(now - 20, 0);
+        untold.took(0, 0);
+        return [reading, average, untold].map((one) => Math.round(one.age_s))""")
+    assert ages == [10, 0, 0]
+
+
 def test_figures_are_medians_and_95_percent(page):
     result = page.module("figures.js", """
         const figures = new m.Figures();

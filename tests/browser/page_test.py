@@ -152,11 +152,16 @@ def test_hold_keeps_the_smallest_and_the_greatest(gateway, browser):
     browser.wait_for_pictures(NOISE)
     browser.press("h", "h")
     assert browser.run("return lumenar.panels.settings.hold") == "extremes"
+    browser.wait_for_frames(5)
+    browser.run("window.first = lumenar.panels.views[0].lists[1].slice()")
     browser.wait_for_frames(10)
-    widths = browser.run(
-        "const view = lumenar.panels.views[0]; const [now, held] = view.lists; let sum = 0;"
-        "for (let i = 0; i < now.length; i += 2) if (held[i] > now[i] || held[i + 1] < now[i + 1]) ++sum; return sum")
-    assert widths == 0
+    lost, grown = browser.run(
+        "const [now, held] = lumenar.panels.views[0].lists; let [lost, grown] = [0, 0];"
+        "for (let i = 0; i < held.length; i += 2) {"
+        "  if (held[i] > Math.min(first[i], now[i]) || held[i + 1] < Math.max(first[i + 1], now[i + 1])) ++lost;"
+        "  if (held[i] < first[i] || held[i + 1] > first[i + 1]) ++grown;"
+        "} return [lost, grown]")
+    assert lost == 0 and grown > 0
     browser.press("h")
     assert browser.run("return lumenar.panels.views[0].lists.length") == 1
 
@@ -179,8 +184,9 @@ def test_traces_of_other_units_have_a_panel_of_their_own(gateway, browser):
                          " return [...document.querySelectorAll('.panel h2')].map((title) => title.textContent)")
     assert sorted(titles) == ["Level, dBm", "Number", "Power, W", "Voltage, V"]
     browser.until("return document.querySelector('.band').textContent === '−0.02 / +0.02 V'")
-    browser.until("return document.querySelector('.value-line[data-name=\"SIM/1/COUNT\"] .digits').textContent !== '–'")
-    assert int(browser.text(".value-line[data-name='SIM/1/COUNT'] .digits")) >= 100
+    count = ".value-line[data-name='SIM/1/COUNT'] .digits"
+    browser.until("return document.querySelector(arguments[0]).textContent !== '–'", count)
+    assert int(browser.text(count)) >= 100
 
 
 def test_a_waterfall_grows_downwards(gateway, browser):
@@ -278,7 +284,7 @@ def test_nothing_stands_beyond_the_edge(gateway, browser, platform, empty, size)
     name = create(platform, "Average", NOISE)
     browser.open(gateway.address, show=[NOISE, name, "SIM/1/VOLTAGE"], size=size)
     browser.wait_for_pictures(NOISE, name, "SIM/1/VOLTAGE")
-    browser.run("document.querySelector('.legend-buttons button').click()")
+    browser.click(".trace-panel .legend-buttons button", "Waterfall")
     browser.until("return document.querySelector('.fall') !== null")
     browser.until("return document.querySelectorAll('#engines tr').length >= 2")
     assert browser.run("return document.scrollingElement.scrollWidth <= window.innerWidth")

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Takes the pictures of the page for the documents: pictures.py DIRECTORY. Started by scripts/web-pictures."""
 
+import base64
 import sys
 from pathlib import Path
 
@@ -18,8 +19,9 @@ def wait(browser, seconds):
 
 
 def take(browser, directory, name):
-    path = directory / f"web-{name}.png"
-    browser.driver.get_screenshot_as_file(str(path))
+    path = directory / f"web-{name}.webp"
+    picture = browser.cdp("Page.captureScreenshot", format="webp", quality=75)
+    path.write_bytes(base64.b64decode(picture["data"]))
     print(f"{path}: {path.stat().st_size // 1000} kB")
 
 
@@ -48,7 +50,7 @@ def main():
     directory.mkdir(parents=True, exist_ok=True)
     with Platform(readings="") as platform:
         platform.start_engine("probe")
-        browser = Browser()
+        browser = Browser("--hide-scrollbars")
         try:
             take_all(platform, Gateway(platform, "--allow-control"), browser, directory)
         finally:

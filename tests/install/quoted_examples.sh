@@ -1,15 +1,16 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# What the pages quote of examples/ is what stands there, to the letter, and each example is quoted; a notebook is named. A
-# quote is a block that begins with ``` and names its file: ```cpp examples/NAME. Usage: quoted_examples.sh SOURCE_DIRECTORY
+# What the pages quote of examples/ is what stands there, to the letter, and each example is quoted; a notebook, or what another
+# program reads, is named. A quote is a block that begins with ``` and names its file: ```cpp examples/NAME. Usage: quoted_examples.sh SOURCE_DIRECTORY
 set -euo pipefail
 cd "$1"
 
 quoted() { sed -n "/^\`\`\`[a-z]* ${2//\//\\/}\$/,/^\`\`\`\$/p" "$1" | sed '1d;$d'; }
 
 status=0
-for example in examples/*; do
-  if [[ $example = *.ipynb ]]; then
+mapfile -t examples < <(find examples -type f | sort)
+for example in "${examples[@]}"; do
+  if [[ $example = *.ipynb || $example = *.yml ]]; then
     grep -q -F "$example" docs/*.md || { echo "$example: no page names it"; status=1; }
     continue
   fi

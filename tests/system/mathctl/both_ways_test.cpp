@@ -62,7 +62,7 @@ const VerbCall kCalls[] = {
      "RECORDED AS",
      "",
      VerbCall::EndsWithCtrlC,
-     VerbCall::ShowsProgress},
+     VerbCall::MayShowProgress},
     {{"replay", "{new}.jsonl"}, kRefused, "", "No such file or directory"},
     {{"convert", "{recording}", "{new}.csv"}, kDone, "SAMPLES", "", VerbCall::Ends, VerbCall::ShowsProgress},
     {{"convert", "{recording}", "{new}.txt"}, kUsage, "", "the name must end in"},

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the doctor finds in a platform that is broken in one way or another.
 #include <csignal>
+#include <memory>
 
 #include "tests/system/mathctl/PicturesFixture.h"
 
@@ -67,6 +68,19 @@ TEST_F(DoctorTest, FindsAPlatformWell) {
                           HasSubstr("all stand at the topic manager"), HasSubstr("well  reading SIM/1/T")));
   EXPECT_THAT(text, Not(HasSubstr("->")));
   EXPECT_THAT(Out({"doctor", "math:0", "--count", "0.5"}), HasSubstr("Peak: live"));
+}
+
+TEST_F(DoctorTest, OfVeryManyReadingsTheFirstAreLookedAt) {
+  std::vector<std::unique_ptr<LongInput>> indexes;
+  TraceInput trace(bench_, "TRACE", Trace({1}, kMilliwatt));
+  for (int i = 0; i < 103; ++i) {
+    indexes.push_back(std::make_unique<LongInput>(bench_, ("INDEX_" + std::to_string(i)).c_str(), 0));
+    const Corvanta::MathFactory::Math_var object =
+        Create(CumulativeAdd, Inputs(trace, *indexes.back(), *indexes.back()));
+  }
+  const Outcome outcome = Examine();
+  EXPECT_EQ(PartIn(outcome, "readings")["text"], "4 more readings, which were not looked at") << outcome.out;
+  EXPECT_EQ(PartIn(outcome, "reading TESTBENCH/1/INDEX_98")["verdict"], "well");
 }
 
 TEST_F(DoctorTest, FindsEachServiceThatIsAway) {

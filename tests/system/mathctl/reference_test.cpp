@@ -65,6 +65,10 @@ TEST_F(ReferenceTest, ResultsAreStoredAndPlainDecibelsGetAUnit) {
   EXPECT_EQ(Read(saved).readings.at(0).name, "math:0");
   const auto load = Offer({"reference", "load", saved}, "REFERENCE/1/MATH_0");
   EXPECT_THAT(Out({"get", "REFERENCE/1/MATH_0"}), HasSubstr("2 points  min -6 dB(10^2 %)"));
+  EXPECT_THAT(Out({"doctor", "REFERENCE/1/MATH_0", "--count", "0.05"}), HasSubstr("a stored reference"))
+      << "it is well, although nothing comes from it";
+  EXPECT_THAT(Run({"get", "REFERENCE/1/OF_YESTERDAY"}).error,
+              HasSubstr("`mathctl reference load` offers a stored one"));
 }
 
 TEST_F(ReferenceTest, SaysWhatIsWrongInOneLine) {

@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 import {durationText, rateText} from "./units.js";
 
-/** How a stream does: how often samples come, those that were passed over counted in, and how old the last one is. */
+/** How a stream does: how often samples come, those that were passed over counted in, and how old the last one is: by its
+ *  time of capture, or from its arrival where that stands still, as that of an Average does, or is not told. */
 export class Arrivals {
   #interval_s = NaN;
   #lastArrival_s = NaN;
   #capture_s = NaN;
+  #since_s = NaN;
   #skipped = 0;
   #firstSkipped = NaN;
+  /** Whether the last sample told a time of capture of its own. */
+  isTimed = false;
 
   /** A sample that was captured at `capture_s` (NaN: not told), and `skipped` of its stream in all. */
   took(capture_s, skipped) {
@@ -18,12 +22,14 @@ export class Arrivals {
     if (interval_s > 0)
       this.#interval_s = this.#interval_s > 0 ? 0.9 * this.#interval_s + 0.1 * interval_s : interval_s;
     this.#lastArrival_s = now_s;
-    this.#capture_s = capture_s > 0 ? capture_s : Date.now() / 1000;
+    this.isTimed = capture_s > 0 && capture_s !== this.#capture_s;
+    this.#since_s = this.isTimed ? capture_s : Date.now() / 1000;
+    this.#capture_s = capture_s;
     this.#skipped = skipped;
   }
 
   get age_s() {
-    return Math.max(0, Date.now() / 1000 - this.#capture_s);
+    return Math.max(0, Date.now() / 1000 - this.#since_s);
   }
 
   get skipped() {

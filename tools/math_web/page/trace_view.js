@@ -82,11 +82,11 @@ export class TraceView {
     if (asPeak) this.#drawPeak(context, box, ratio);
   }
 
-  /** The frame is on the screen: the next may come. Gives its time of capture. */
+  /** The frame is on the screen: the next may come. Gives its time of capture, NaN where it tells none of its own. */
   drawn() {
     this.#fresh = false;
     this.stream.ready();
-    return this.frame.time;
+    return this.#arrivals.isTimed ? this.frame.time : NaN;
   }
 
   /** Values that the vertical axis has to show. */

@@ -215,6 +215,15 @@ TEST(Numbers, AUnitThatIsNotKnownIsRefused) {
   EXPECT_THROW(rig.send.Analog({"P1"}, {1}), std::invalid_argument);
 }
 
+TEST(Rates, WhatCameAtAnotherIsDropped) {
+  Rig rig(2);
+  rig.cutter.SetSampleRate(1);
+  rig.send.Analog({"A"}, {1});
+  rig.cutter.SetSampleRate(2);
+  rig.send.Analog({"A"}, {2, 3});
+  EXPECT_THAT(rig.sink.all, ElementsAre("A_VOLTAGE 2 3 @0.5"));
+}
+
 TEST(Rates, APacketMayTellAnother) {
   Rig rig(2);
   sr_config rate{SR_CONF_SAMPLERATE, g_variant_ref_sink(g_variant_new_uint64(50))};

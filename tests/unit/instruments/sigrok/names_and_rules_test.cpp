@@ -55,9 +55,8 @@ TEST(ErrorRule, OfReadingAndOfUnit) {
     const char* text;
     ErrorRule rule;
   } const rows[] = {
-      {"0.5 % + 0.003", {0.5, 0.003}}, {"0.003+0.5%", {0.5, 0.003}},
-      {" 1e-3 ", {0, 0.001}},          {"2%", {2, 0}},
-      {"1 % + 2 % + 3", {3, 3}},       {"0", {0, 0}},
+      {"0.5 % + 0.003", {0.5, 0.003}}, {"0.003+0.5%", {0.5, 0.003}}, {" 1e-3 ", {0, 0.001}}, {"2%", {2, 0}},
+      {"1 % + 2 % + 3", {3, 3}},       {"500 ppm + 1", {0.05, 1}},   {"0", {0, 0}},
   };
   for (const auto& row : rows) EXPECT_EQ(ParseErrorRule(row.text), row.rule) << row.text;
 }
