@@ -41,7 +41,7 @@ look_for_old_places() {
 every_program_explains_itself() {
   local version program library
   version=$(sed -n 's/^project(.* VERSION \([0-9.]*\) .*/\1/p' "$source/CMakeLists.txt")
-  for program in engine_host topic_manager hw_enumeration mathctl; do
+  for program in engine_host topic_manager hw_enumeration mathctl math_web; do
     [ "$(run "$program" --version)" = "$program $version" ] || fail "$program --version"
     run "$program" --help | grep -e --version >/dev/null || fail "$program --help"
     [ -s "$tree/share/man/man1/$program.1" ] || fail "no manual page of $program"
