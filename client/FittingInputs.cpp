@@ -51,6 +51,12 @@ bool GoTogether(const std::string& type, const PossibleInput& first, const Possi
 
 }  // namespace
 
+std::vector<std::string> KnownTypes() {
+  std::vector<std::string> names;
+  for (const InputRule& rule : Rules()) names.emplace_back(rule.type);
+  return names;
+}
+
 std::vector<std::string> InputNames(const std::string& type) {
   const InputRule* rule = RuleOf(type);
   return rule == nullptr ? std::vector<std::string>{} : rule->names;

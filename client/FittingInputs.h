@@ -19,6 +19,9 @@ struct PossibleInput {
   std::uint32_t points = 0;           ///< of a trace; 0: not known
 };
 
+/// The operations that this library knows, by their numbers in TYPE.
+std::vector<std::string> KnownTypes();
+
 /// What the inputs of an operation are called, in their order; empty for a type that this library does not know, since
 /// an engine may offer more.
 std::vector<std::string> InputNames(const std::string& type);

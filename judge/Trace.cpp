@@ -43,8 +43,8 @@ Trace& Trace::operator=(const Record& source) {
 
 void Trace::UpdateValues() const {
   if (!refresh_needed) return;
-  list.clear();
-  if (Length() > 0) list.assign(Length(), SampleIn(record.units));
+  list.resize(Length());
+  if (!list.empty()) list.assign(Length(), SampleIn(record.units));  // refused, they stay as they are
   for (std::size_t i = 0; i < list.size(); ++i) list[i].value = record.samples[Index(i)];
   refresh_needed = false;
 }

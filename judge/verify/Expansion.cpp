@@ -153,7 +153,7 @@ void Expansion::Compare(Path path, std::size_t stream, const Arrival& arrival) {
     return FindAt(std::move(path));
   }
   Consider(path, stream, arrival);
-  if (MayPassAtStart(path, arrival) && IsNear(path, stream, arrival)) Wait(std::move(path));
+  if (MayPassAtStart(path, stream, arrival) && IsNear(path, stream, arrival)) Wait(std::move(path));
 }
 
 /// The path has given the result, bit for bit.
@@ -190,7 +190,8 @@ void Expansion::TakeUnknown(Path path, const std::string& reason) {
 void Expansion::TakeFromBefore(const Path& path) {
   if (path.started || demands_proof_) return;
   const bool input_is_late = !beginning_.inputs_began || result_.place < *beginning_.inputs_began;
-  const bool is_first = result_.number <= kFirstOnes && result_.time_ns - beginning_.time_ns <= kBeginning_ns;
+  const bool is_first =
+      result_.number - beginning_.result_number < kFirstOnes && result_.time_ns - beginning_.time_ns <= kBeginning_ns;
   if (!input_is_late && !is_first) return;
   Path from_before = path;
   from_before.operation->SetResult(*result_.sample);
@@ -234,9 +235,11 @@ bool Expansion::IsNear(const Path& path, std::size_t stream, const Arrival& arri
   return true;
 }
 
-bool Expansion::MayPassAtStart(const Path& path, const Arrival& arrival) const {
+bool Expansion::MayPassAtStart(const Path& path, std::size_t stream, const Arrival& arrival) const {
   if (path.started) return false;
-  return arrival.place < beginning_.first_result || (!path.from_before && arrival.number <= kFirstOnes);
+  const bool is_first =
+      stream == facts_.inputs.size() || arrival.number - beginning_.sample_numbers[stream] < kFirstOnes;
+  return arrival.place < beginning_.first_result || (!path.from_before && is_first);
 }
 
 std::string Expansion::NameOf(const ObjectFacts& facts, std::size_t stream) {

@@ -18,6 +18,8 @@ namespace Lumenar::Judge {
 struct Beginning {
   std::int64_t time_ns = 0;
   std::uint64_t first_result = 0;             ///< place of the first result
+  std::uint64_t result_number = 0;            ///< and its number
+  std::vector<std::uint64_t> sample_numbers;  ///< those of the first sample of each input
   std::optional<std::uint64_t> inputs_began;  ///< place behind which every input has had a sample
 };
 
@@ -72,7 +74,7 @@ class Expansion {
   void Consider(const Path& path, std::size_t stream, const Arrival& arrival);
   bool IsTooLateForSetting(const Path& path, std::size_t stream, const Arrival& arrival) const;
   bool IsNear(const Path& path, std::size_t stream, const Arrival& arrival) const;
-  bool MayPassAtStart(const Path& path, const Arrival& arrival) const;
+  bool MayPassAtStart(const Path& path, std::size_t stream, const Arrival& arrival) const;
   static std::string NameOf(const ObjectFacts& facts, std::size_t stream);
   static Remark MissingAt(const ObjectFacts& facts, std::size_t stream, const Arrival& arrival);
 

@@ -26,6 +26,7 @@ Search::Search(const ObjectFacts& facts, const SearchLimits& limits,
                std::vector<std::unique_ptr<Operation>> possibilities, std::int64_t begin_ns)
     : facts_(facts), limits_(limits), streams_(facts.inputs.size() + 1) {
   beginning_.time_ns = last_ns_ = begin_ns;
+  beginning_.sample_numbers.resize(facts.inputs.size());
   beginning_.first_result = std::numeric_limits<std::uint64_t>::max();
   for (auto& possibility : possibilities) paths_.emplace_back(std::move(possibility), streams_.size());
 }
@@ -34,7 +35,8 @@ void Search::AddSample(std::size_t input, Arrival sample) {
   const std::uint64_t place = sample.place;
   last_ns_ = std::max(last_ns_, sample.time_ns);
   LimitWaysTo(BytesOf(sample));
-  streams_.at(input).Add(std::move(sample));
+  if (streams_.at(input).Count() == 0) beginning_.sample_numbers[input] = sample.number;
+  streams_[input].Add(std::move(sample));
   const auto is_silent = [](const Arrivals& stream) { return stream.Count() == 0; };
   if (!beginning_.inputs_began && std::none_of(streams_.begin(), streams_.end() - 1, is_silent)) {
     beginning_.inputs_began = place;
@@ -52,7 +54,10 @@ void Search::LimitWaysTo(std::size_t bytes) {
 void Search::AddChange(Arrival change) { streams_.back().Add(std::move(change)); }
 
 void Search::AddResult(Arrival result) {
-  if (results_.Count() == 0) beginning_.first_result = result.place;
+  if (results_.Count() == 0) {
+    beginning_.first_result = result.place;
+    beginning_.result_number = result.number;
+  }
   last_ns_ = std::max(last_ns_, result.time_ns);
   results_.Add(std::move(result));
 }

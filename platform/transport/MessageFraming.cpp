@@ -225,7 +225,7 @@ MessageFraming::Part* MessageFraming::Find(std::uint32_t id) noexcept {
 inline std::uint64_t MessageFraming::OrdinarySize(std::span<const char> bytes) noexcept {
   constexpr std::size_t kLook = 24;
   constexpr std::uint32_t kSystemException = 2;
-  if (bytes.size() < kLook || FirstEight(bytes.data()) != ordinary_) return 0;
+  if (ordinary_ == 0 || bytes.size() < kLook || FirstEight(bytes.data()) != ordinary_) return 0;
   const std::uint64_t size = kMessageHeader + std::uint64_t{ReadULong(bytes.data() + 8, true)};
   if (size < kLook || size > kPlainMessageBytes) return 0;
   if (side_ == Side::Served) return bytes[20] == 0 && bytes[21] == 0 ? size : 0;

@@ -19,6 +19,8 @@ namespace {
 using Client::Connection;
 using Client::MathObjects;
 
+constexpr std::chrono::seconds kLongestEnd{5};  // of an engine
+
 /// The sessions that are open.
 class OpenSessions {
  public:
@@ -101,6 +103,15 @@ void Session::Close() noexcept {
   }
   for (const auto& weak : parts) {
     if (const auto part = weak.lock()) part->Close();
+  }
+  WaitForEngines();
+}
+
+/// What the garbage collector found before ends on other threads: the names are free when they have.
+void Session::WaitForEngines() noexcept {
+  const std::lock_guard lock(naming_mutex_);
+  for (const auto& [name, engine] : engines_) {
+    if (engine.gone.valid()) engine.gone.wait_for(kLongestEnd);
   }
 }
 

@@ -57,7 +57,8 @@ class Session : public std::enable_shared_from_this<Session> {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  /// Ends all that rests on it, and its share of the ORB. A second call does nothing.
+  /// Ends all that rests on it, and its share of the ORB; names of engines are free again then. A second call does
+  /// nothing.
   void Close() noexcept;
   bool IsClosed() const;
 
@@ -90,6 +91,7 @@ class Session : public std::enable_shared_from_this<Session> {
 
  private:
   Session() = default;
+  void WaitForEngines() noexcept;
   std::shared_ptr<ReadingPart> PartOf(const std::shared_ptr<Client::Connection>& connection, Client::Reading reading);
 
   mutable std::mutex mutex_;

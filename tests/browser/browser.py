@@ -5,9 +5,10 @@ from __future__ import annotations
 
 import json
 import os
+import re
 import tempfile
 from pathlib import Path
-from typing import Any, Dict, List, Optional, Sequence, Tuple
+from typing import Any, Dict, Iterator, List, Optional, Sequence, Tuple
 from urllib.parse import quote
 
 from platform_of_processes import until
@@ -118,6 +119,14 @@ class Browser:
             self.until("return lumenar.panels.views.some((v) => v.name === arguments[0] && v.panel !== null)", name,
                        limit=_LOAD_S, why=f"{name} is not in the picture")
 
+    def memory(self) -> Tuple[float, float]:
+        """MB that the page takes without garbage: of its objects, and of its process with all that it draws."""
+        self.cdp("HeapProfiler.enable")
+        self.cdp("HeapProfiler.collectGarbage")
+        heap = self.run("return performance.memory.usedJSHeapSize") / 1e6
+        return heap, max(_resident_mb(process) for process in _descendants(self.driver.service.process.pid)
+                         if "--type=renderer" in _text_of(process, "cmdline"))
+
     def download(self, ending: str, limit: float = 15) -> Path:
         """The file that is saved next, or was just now; it is taken away by the caller."""
         found: List[Path] = []
@@ -128,6 +137,33 @@ class Browser:
 
         assert until(came, limit), f"no {ending} was saved"
         return found[0]
+
+
+def _text_of(process: int, file: str) -> str:
+    try:
+        return Path(f"/proc/{process}/{file}").read_text(errors="replace")
+    except OSError:  # it has ended
+        return ""
+
+
+def _descendants(ancestor: int) -> Iterator[int]:
+    """Processes that were begun by one, or by those."""
+    parents = {}
+    for entry in Path("/proc").glob("[0-9]*"):
+        fields = _text_of(int(entry.name), "stat").rpartition(")")[2].split()
+        if fields:
+            parents[int(entry.name)] = int(fields[1])
+    for process in parents:
+        above = process
+        while above in parents and above != ancestor:
+            above = parents[above]
+        if above == ancestor:
+            yield process
+
+
+def _resident_mb(process: int) -> float:
+    found = re.search(r"VmRSS:\s+(\d+)", _text_of(process, "status"))
+    return int(found.group(1)) / 1e3 if found else 0.0
 
 
 def wall(names: Sequence[str]) -> str:

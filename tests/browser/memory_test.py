@@ -4,23 +4,19 @@
 import time
 
 
-def heap(browser):
-    browser.cdp("HeapProfiler.enable")
-    browser.cdp("HeapProfiler.collectGarbage")
-    return browser.run("return performance.memory.usedJSHeapSize") / 1e6
-
-
 def test_memory_is_flat(gateway, browser, request):
     shown = ["SIM/1/NOISE", "SIM/1/TONE", "SIM/1/STEPS", "SIM/1/VOLTAGE"]
     browser.open(gateway.address, show=shown)
     browser.wait_for_pictures(*shown)
     browser.press("w")
     browser.wait_for_frames(200)
-    begin = heap(browser)
+    begin = browser.memory()
     end_time = time.monotonic() + 60 * request.config.getoption("--minutes")
     frames = browser.frames()
     while time.monotonic() < end_time:
         browser.wait_for_frames(200)
-    end = heap(browser)
-    print(f"memory {begin:.2f} MB, after {browser.frames() - frames} frames {end:.2f} MB")
-    assert end <= 1.1 * begin + 0.5, (begin, end)
+    end = browser.memory()
+    count = browser.frames() - frames
+    print(f"objects, process: {begin[0]:.2f}, {begin[1]:.0f} MB; after {count} frames {end[0]:.2f}, {end[1]:.0f} MB")
+    assert end[0] <= 1.1 * begin[0] + 0.5, (begin, end)
+    assert end[1] <= 1.1 * begin[1] + 15, (begin, end)

@@ -184,8 +184,9 @@ def test_traces_of_other_units_have_a_panel_of_their_own(gateway, browser):
                          " return [...document.querySelectorAll('.panel h2')].map((title) => title.textContent)")
     assert sorted(titles) == ["Level, dBm", "Number", "Power, W", "Voltage, V"]
     browser.until("return document.querySelector('.band').textContent === '−0.02 / +0.02 V'")
-    browser.until("return document.querySelector('.value-line[data-name=\"SIM/1/COUNT\"] .digits').textContent !== '–'")
-    assert int(browser.text(".value-line[data-name='SIM/1/COUNT'] .digits")) >= 100
+    count = ".value-line[data-name='SIM/1/COUNT'] .digits"
+    browser.until("return document.querySelector(arguments[0]).textContent !== '–'", count)
+    assert int(browser.text(count)) >= 100
 
 
 def test_a_waterfall_grows_downwards(gateway, browser):
@@ -283,7 +284,7 @@ def test_nothing_stands_beyond_the_edge(gateway, browser, platform, empty, size)
     name = create(platform, "Average", NOISE)
     browser.open(gateway.address, show=[NOISE, name, "SIM/1/VOLTAGE"], size=size)
     browser.wait_for_pictures(NOISE, name, "SIM/1/VOLTAGE")
-    browser.run("document.querySelector('.legend-buttons button').click()")
+    browser.click(".trace-panel .legend-buttons button", "Waterfall")
     browser.until("return document.querySelector('.fall') !== null")
     browser.until("return document.querySelectorAll('#engines tr').length >= 2")
     assert browser.run("return document.scrollingElement.scrollWidth <= window.innerWidth")

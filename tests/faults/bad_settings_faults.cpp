@@ -94,6 +94,8 @@ TEST_F(BadSettings, PipesInPlaceOfFiles) {
     ExpectRefusal(*Start({service, {"--state", pipe}, 1}, environment), 1, reason);
   const std::string sim = BuiltEngineLibrary("sim").string(), replay = BuiltEngineLibrary("replay").string();
   ExpectRefusal(*Start({"engine_host", {sim, "--set", "SIM_CONFIG=" + pipe}, 1}, environment), 1, reason);
+  const std::string scpi = BuiltEngineLibrary("scpi").string();
+  ExpectRefusal(*Start({"engine_host", {scpi, "--set", "SCPI_DEVICES=" + pipe}, 1}, environment), 1, reason);
   ExpectRefusal(*Start({"engine_host", {replay, "--set", "REPLAY_FILES=" + pipe}, 1}, environment), 1, reason);
   ExpectRefusal(*Start({"engine_host", {pipe}, 2}, environment), 2, reason);
 }

@@ -86,7 +86,7 @@ services_are_confined() {
 
 used() {
   # From Python, as somebody without rights; the object stays when the program has ended.
-  if names | grep -q '^python3-'; then
+  if names | grep '^python3-' >/dev/null; then
     in_machine_as "$nobody" python3 -c '
 import lumenar
 with lumenar.Client() as c:
@@ -99,6 +99,12 @@ with lumenar.Client() as c:
   in_machine_as "$nobody" mathctl create Average PROBE/1/WAKEUP >"$work/id"
   in_machine_as "$nobody" mathctl watch "$(cat "$work/id")" -n 5 >"$work/watch"
   [ "$(grep -c 'us' "$work/watch")" -ge 5 ] || fail "no results: $(cat "$work/watch")"
+}
+
+# Engines that are not used any more; hardware enumeration forgets them as the page says.
+forget_engines() {
+  manager stop lumenar-hw-enumeration
+  manager start lumenar-hw-enumeration
 }
 
 # A client and an instrument that were built against the packages; the instrument as a service like the others.
@@ -114,9 +120,7 @@ others_programs_run() {
   manager stop lumenar-engine@load_meter
   rm "$root/usr/lib/libload_meter.so.1" "$root/etc/lumenar/engine-load_meter.conf"
   in_machine ldconfig
-  # It is not used any more; hardware enumeration forgets it as the page says.
-  manager stop lumenar-hw-enumeration
-  manager start lumenar-hw-enumeration
+  forget_engines
 }
 
 # The services that are off until somebody switches them on, as far as they are built here.
@@ -131,10 +135,11 @@ for path, word in (("/", "<html"), ("/healthz", ""), ("/metrics", "lumenar")):
 ' >"$work/web" 2>&1 || fail "the page: $(cat "$work/web")"
     manager disable --now lumenar-web >>"$work/manager.log" 2>&1
   fi
-  if names | grep -q -x lumenar-instrument-sigrok; then
+  if names | grep -x lumenar-instrument-sigrok >/dev/null; then
     manager start lumenar-engine@sigrok_devices || fail "libsigrok's demonstration device: $(journal -u lumenar-engine@sigrok_devices)"
     until_true 30 in_machine sh -c 'mathctl readings | grep -i -q "^SIGROK"' || fail "no readings of libsigrok's demonstration device"
     manager stop lumenar-engine@sigrok_devices
+    forget_engines
   fi
 }
 
@@ -175,7 +180,7 @@ hangs() {
   before=$(property "$service" NRestarts)
   manager kill -s STOP "$service"
   until_true 60 restarted || fail "the watchdog does not see that $service hangs"
-  journal -u "$service" | grep -q "Watchdog timeout" || fail "$service was not ended by the watchdog: $(journal -u "$service")"
+  journal -u "$service" | grep "Watchdog timeout" >/dev/null || fail "$service was not ended by the watchdog: $(journal -u "$service")"
   rm -r "$root/etc/systemd/system/$service.service.d"
   manager daemon-reload
 }
@@ -187,7 +192,7 @@ late_naming_service() {
   manager mask --runtime lumenar-naming >>"$work/manager.log" 2>&1  # or else whoever wants it would bring it back
   manager --no-block restart "$service"
   # shellcheck disable=SC2317
-  waits() { journal -u "$service" -n 20 | grep -q 'is waited for'; }
+  waits() { journal -u "$service" -n 20 | grep 'is waited for'; }
   until_true 30 waits || fail "$service says nothing: $(journal -u "$service" -n 5)"
   [ "$(property "$service" ActiveState)" = activating ] || fail "$service counts as $(property "$service" ActiveState)"
   manager unmask --runtime lumenar-naming >>"$work/manager.log" 2>&1

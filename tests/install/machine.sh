@@ -28,7 +28,7 @@ in_machine_as() {
     LC_ALL=C.UTF-8 "$@"
 }
 
-machine_is_up() { in_machine systemctl is-system-running | grep -q -x -e running -e degraded; }
+machine_is_up() { in_machine systemctl is-system-running | grep -x -e running -e degraded; }
 
 # boot_machine ROOT: returns when the system is up. Skips the test where this machine cannot have such a one.
 boot_machine() {

@@ -12,7 +12,7 @@ make_private_directory lumenar-one-definition
 library=$build/lib/liblumenar_client.so.1
 
 fail() { echo "$1" >&2; exit 1; }
-needs_it() { readelf -dW "$1" 2>/dev/null | grep -q 'NEEDED.*liblumenar_client\.so\.1'; }
+needs_it() { readelf -dW "$1" 2>/dev/null | grep 'NEEDED.*liblumenar_client\.so\.1' >/dev/null; }
 # Functions and variables, but for those of templates and inline functions, of which the linker chooses one.
 definitions_in() { nm "$@" --defined-only | awk '$2 ~ /^[TDBR]$/ { sub(/@.*/, "", $3); print $3 }' | sort -u; }
 

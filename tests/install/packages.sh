@@ -127,7 +127,7 @@ load_meter=$!
 until_true 30 inside mathctl get LOADMETER/1/LOAD || fail "the instrument of the examples: $(cat "$logs/load_meter")"
 [ "$(inside /srv/follow_average LOADMETER/1/HISTORY 3 | grep -c '^60 points, mean ')" = 3 ] || fail "the client of the examples"
 end_process "$load_meter"
-if names | grep -q '^python3-'; then
+if names | grep '^python3-' >/dev/null; then
   inside python3 -c '
 import lumenar
 with lumenar.Client() as c:

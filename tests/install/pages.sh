@@ -33,7 +33,7 @@ mathctl() {
 end_background() {
   local ids
   ids=$(jobs -p)
-  [ -z "$ids" ] || kill $ids
+  [ -z "$ids" ] || kill $ids 2>/dev/null || true  # some may have ended
   wait || true
 }
 END

@@ -91,7 +91,8 @@ serves_a_client_through_one_port() {
   done
   restart_all
   until_works
-  mkdir -p -m 700 "$root/root/.ssh"
+  mkdir -p "$root/root/.ssh"
+  chmod 700 "$root/root/.ssh"
   ssh-keygen -q -t ed25519 -N '' -f "$key"
   cp "$key.pub" "$root/root/.ssh/authorized_keys"
   manager start ssh

@@ -30,7 +30,6 @@ using Client::ErrorKind;
 using nlohmann::json;
 
 constexpr std::size_t kMostNumbers = 500;
-constexpr const char* kKnownTypes[] = {"Subtract", "RelativeSubtract", "Average", "Peak", "CumulativeAdd"};
 
 Client::PossibleInput InputFrom(const ReadingFacts& reading) {
   return {reading.name, reading.kind, reading.units, reading.points};
@@ -190,7 +189,8 @@ json Commands::MathTypes() {
     for (const Client::MathType& type : Client::MathObjects(connection_, factory_).Types())
       types.push_back(TypeJson(type));
   } catch (const Error&) {
-    for (const char* name : kKnownTypes) types.push_back(TypeJson({static_cast<std::int32_t>(types.size()), name}));
+    for (const std::string& name : Client::KnownTypes())
+      types.push_back(TypeJson({static_cast<std::int32_t>(types.size()), name}));
   }
   return types;
 }

@@ -73,6 +73,7 @@ void WriteVerdicts(const Session& session, const Judge::Report& report) {
               {"missing", missing},
               {"resets_assumed", findings.CountOf(Judge::Remark::Reset)},
               {"other_order", findings.CountOf(Judge::Remark::Order)},
+              {"search_bounded", object.bounded},
               {"verdict", verdict}},
              {name, type, std::to_string(object.results), std::to_string(findings.Checked()),
               std::to_string(findings.Unchecked()), std::to_string(differ), std::to_string(missing), verdict});
@@ -104,7 +105,9 @@ std::string ComplaintOf(const Judge::Report& report) {
     if (!file.problem.empty()) return "the recording is not whole: " + file.problem;
   }
   for (const Judge::ObjectReport& object : report.objects) {
-    if (object.Differs()) return fmt::format("{} differs: {}", object.name, ProblemOf(object));
+    if (object.Differs())
+      return fmt::format("{} differs: {}{}", object.name, ProblemOf(object),
+                         object.bounded > 0 ? "; more orders of its samples were possible than were followed" : "");
   }
   for (const Judge::ObjectReport& object : report.objects) {
     if (!object.IsExplained()) return fmt::format("{} was not checked: {}", object.name, ProblemOf(object));

@@ -93,8 +93,9 @@ TEST_F(ScpiConnections, ABadFileIsOneLineAndNoEngine) {
   WriteText(file, "# a device\n[trace A]\nunit = dBm/Hz\n");
   auto host = platform_.Start("engine_host", {BuiltEngineLibrary("scpi").string()}, {{"SCPI_DEVICES", file}});
   EXPECT_EQ(host->WaitForExit(), 1);
-  EXPECT_THAT(host->Error(), testing::StartsWith("Lumenar::ScpiInit new: Caught exception " + file + ":3: unit: "));
-  EXPECT_EQ(std::count(host->Error().begin(), host->Error().end(), '\n'), 1);
+  const std::string said = host->Error();
+  EXPECT_THAT(said, testing::StartsWith("Lumenar::ScpiInit new: Caught exception " + file + ":3: unit: "));
+  EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1);
 }
 
 }  // namespace

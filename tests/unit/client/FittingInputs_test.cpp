@@ -3,6 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "tests/support/MathType.h"
+
 namespace Lumenar::Client {
 namespace {
 
@@ -14,6 +20,11 @@ PossibleInput TraceToFit(const char* units, std::uint32_t points = 1001) {
 PossibleInput ScalarToFit(const char* units) { return {"SCALAR", "ValueDouble", Value::Units_from_text(units), 1}; }
 const PossibleInput kLongToFit{"LONG", "long", std::nullopt, 1};
 const PossibleInput kActionToFit{"ACTION", "void", std::nullopt, 0};
+
+TEST(FittingInputs, EveryOperationIsKnownAtItsNumber) {
+  EXPECT_EQ(KnownTypes(), std::vector<std::string>(std::begin(Lumenar::Test::kMathTypeNames),
+                                                   std::end(Lumenar::Test::kMathTypeNames)));
+}
 
 TEST(FittingInputs, OneInputIsATraceOrAScalar) {
   for (const char* type : {"Average", "Peak"}) {

@@ -5,51 +5,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <random>
-
-#include "tests/unit/judge/RecordedObject.h"
+#include "tests/unit/judge/SearchFixture.h"
 
 namespace Lumenar::Judge {
 namespace {
 
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 const Units kSquareVolts_dB = UnitOf(2, 2, 0, true);
-
-/// Numbers as they are measured.
-class Numbers {
- public:
-  double Next() { return std::uniform_real_distribution<double>(-60, 20)(engine_); }
-
-  Datum Scalar(const Units& units) { return ScalarOf(Next(), units, -std::abs(Next()) / 100, std::abs(Next()) / 100); }
-
-  Datum Trace(const Units& units, std::size_t points = 7) {
-    std::vector<float> samples(points);
-    for (float& sample : samples) sample = static_cast<float>(Next());
-    return TraceOf(samples, units, ++number_);
-  }
-
- private:
-  std::mt19937 engine_{42};
-  std::uint32_t number_ = 0;
-};
-
-std::uint64_t CountOf(const ObjectReport& report, Remark::Kind kind) { return report.findings.CountOf(kind); }
-
-std::string TextsOf(const ObjectReport& report, Remark::Kind kind) {
-  std::string texts;
-  for (const Remark& remark : report.findings.Remarks()) {
-    if (remark.kind == kind) texts += std::to_string(remark.number) + ": " + remark.text + "\n";
-  }
-  return texts;
-}
-
-class JudgeSearch : public testing::Test {
- protected:
-  Numbers numbers_;
-};
 
 TEST_F(JudgeSearch, TheOrderOfArrivalExplainsADifference) {
   for (const Units& units : {kWatts, kdBm, kSquareVolts_dB}) {
@@ -272,112 +236,6 @@ TEST_F(JudgeSearch, ASampleThatTheObjectNeverHadIsFound) {
   const ObjectReport report = object.CheckObject();
   EXPECT_EQ(CountOf(report, Remark::Missing), 1u);
   EXPECT_EQ(CountOf(report, Remark::Unexplained), 0u);
-}
-
-TEST_F(JudgeSearch, AGapMakesTheCheckBeginAnew) {
-  RecordedObject object("Average", {numbers_.Trace(kdBm)});
-  object.RecordingBeginsWithSize(3);
-  object.SetSize(3, false);
-  for (int i = 0; i < 10; ++i) object.Sample(0, numbers_.Trace(kdBm));
-  object.RecordEvent(Recording::EventKind::Gap);
-  for (int i = 0; i < 5; ++i) object.Compute(0, numbers_.Trace(kdBm));
-  for (int i = 0; i < 10; ++i) object.Sample(0, numbers_.Trace(kdBm));
-  const ObjectReport report = object.CheckObject();
-  EXPECT_TRUE(report.IsExplained()) << TextsOf(report, Remark::Unexplained);
-  EXPECT_EQ(report.interrupted, 1u);
-  EXPECT_EQ(report.findings.Checked(), 14u);
-}
-
-/// A recorder notes what the topic manager dropped up to a second later, behind samples that came meanwhile.
-TEST_F(JudgeSearch, WhatWasLostBeforeItWasNotedIsNoDifference) {
-  for (const bool told_since_when : {true, false}) {
-    RecordedObject object("Average", {numbers_.Trace(kdBm)});
-    object.RecordingBeginsWithSize(3);
-    object.SetSize(3, false);
-    object.step_ns = 700 * kMillisecond;
-    for (int i = 0; i < 10; ++i) object.Sample(0, numbers_.Trace(kdBm));
-    const std::int64_t since_ns = object.LastTime_ns();
-    object.Compute(0, numbers_.Trace(kdBm));
-    object.RecordResult();
-    for (int i = 0; i < 3; ++i) object.Sample(0, numbers_.Trace(kdBm));
-    object.RecordEvent(Recording::EventKind::Lost, 1, told_since_when ? std::optional(since_ns) : std::nullopt);
-    for (int i = 0; i < 10; ++i) object.Sample(0, numbers_.Trace(kdBm));
-    const ObjectReport report = object.CheckObject();
-    EXPECT_EQ(report.IsExplained(), told_since_when) << TextsOf(report, Remark::Unexplained);
-    if (!told_since_when) continue;
-    EXPECT_EQ(report.findings.UncheckedBy().at("shortly before samples that may be missing"), 4u);
-    EXPECT_EQ(report.findings.Checked() + report.findings.Unchecked(), report.results);
-  }
-}
-
-/// A result that came just before a gap may be that of a sample that is missing.
-TEST_F(JudgeSearch, AResultWhoseSampleFellIntoAGapIsNotChecked) {
-  RecordedObject object("Peak", {numbers_.Trace(kdBm)});
-  for (int i = 0; i < 10; ++i) object.Sample(0, numbers_.Trace(kdBm));
-  object.Compute(0, TraceOf({90, 90, 90, 90, 90, 90, 90}, kdBm));
-  object.RecordResult();
-  object.RecordEvent(Recording::EventKind::Lost, 1);
-  for (int i = 0; i < 10; ++i) object.Sample(0, numbers_.Trace(kdBm));
-  const ObjectReport report = object.CheckObject();
-  EXPECT_TRUE(report.IsExplained()) << TextsOf(report, Remark::Unexplained);
-  EXPECT_EQ(report.findings.Checked(), 18u);
-}
-
-TEST_F(JudgeSearch, TheResultOfALastSampleMayComeBehindTheEnd) {
-  for (const std::int64_t seconds_left : {4, 6}) {
-    RecordedObject object("Peak", {numbers_.Trace(kdBm)});
-    for (int i = 0; i < 10; ++i) object.Sample(0, numbers_.Trace(kdBm));
-    object.Record(0, numbers_.Trace(kdBm));
-    object.step_ns = seconds_left * 1000 * kMillisecond;
-    object.RecordEvent(Recording::EventKind::Size, 3);
-    EXPECT_EQ(CountOf(object.CheckObject(), Remark::Missing), seconds_left > 5 ? 1u : 0u);
-  }
-}
-
-/// A recorder that ends after so many samples in all may have the last result and not yet its sample.
-TEST_F(JudgeSearch, TheSampleOfALastResultMayComeBehindTheEnd) {
-  for (const std::int64_t seconds_left : {0, 2}) {
-    RecordedObject object("Average", {numbers_.Trace(kdBm)});
-    object.RecordingBeginsWithSize(1);
-    for (int i = 0; i < 10; ++i) object.Sample(0, numbers_.Trace(kdBm));
-    object.Compute(0, numbers_.Trace(kdBm));
-    object.RecordResult();
-    object.step_ns = seconds_left * 1000 * kMillisecond;
-    object.RecordEvent(Recording::EventKind::Size, 1);
-    const ObjectReport report = object.CheckObject();
-    EXPECT_EQ(CountOf(report, Remark::Unexplained), seconds_left > 1 ? 1u : 0u);
-    EXPECT_GE(report.findings.Checked(), 9u);
-  }
-}
-
-TEST_F(JudgeSearch, SaysWhereItIsBounded) {
-  RecordedObject object("Subtract", {ScalarOf(5, kWatts), ScalarOf(2, kWatts)});
-  for (int i = 0; i < 30; ++i)
-    object.Sample(i % 2 == 0 ? 0 : 1, i % 2 == 0 ? ScalarOf(5, kWatts) : ScalarOf(2, kWatts));
-  SearchLimits one_way;
-  one_way.paths = 1;
-  EXPECT_GT(object.CheckObject(one_way).bounded, 0u);
-  EXPECT_THAT(MarkdownOf(object.Check(one_way)), Not(HasSubstr("bounded"))) << "every result is explained all the same";
-  SearchLimits one_step;
-  one_step.steps = 1;
-  EXPECT_GT(object.CheckObject(one_step).bounded, 0u);
-  object.Record(0, ScalarOf(5, kWatts));
-  object.Record(object.ResultReading(), ScalarOf(99, kWatts));
-  EXPECT_THAT(MarkdownOf(object.Check(one_way)), HasSubstr("the search was bounded at "));
-
-  RecordedObject other("Subtract", {numbers_.Scalar(kWatts), numbers_.Scalar(kWatts)});
-  for (int i = 0; i < 30; ++i) other.Sample(static_cast<std::size_t>(i) % 2, numbers_.Scalar(kWatts));
-  EXPECT_EQ(other.CheckObject().bounded, 0u) << "samples that differ tell their order";
-}
-
-TEST_F(JudgeSearch, WithoutMemoryToWaitTheOrderOfArrivalIsTaken) {
-  RecordedObject object("Subtract", {numbers_.Trace(kdBm), numbers_.Trace(kdBm)});
-  for (int i = 0; i < 100; ++i) object.Sample(static_cast<std::size_t>(i) % 2, numbers_.Trace(kdBm));
-  SearchLimits little;
-  little.pending_bytes = 1;
-  little.state_bytes = 1;
-  const ObjectReport report = object.CheckObject(little);
-  EXPECT_TRUE(report.IsExplained()) << TextsOf(report, Remark::Unexplained);
 }
 
 /// The samples are in the recording; the object computed with something else.

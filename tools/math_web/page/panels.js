@@ -46,8 +46,9 @@ export class Panels {
     setShown(this.#waiting, this.#waiting.children.length > 0);
   }
 
+  /** In the order of what was chosen. */
   get panels() {
-    return [...this.#panels.values()];
+    return [...this.#panels.values()].sort((a, b) => a.views[0].slot - b.views[0].slot);
   }
 
   get views() {
@@ -135,8 +136,9 @@ export class Panels {
     if (!this.#panels.has(key)) {
       const panel = new Panel(this.settings, () => this.#ask());
       panel.key = key;
+      const next = this.panels.find((one) => one.views[0].slot > view.slot);
+      this.#host.insertBefore(panel.element, next?.element ?? null);
       this.#panels.set(key, panel);
-      this.#host.append(panel.element);
       panel.begin();
     }
     this.#panels.get(key).add(view);

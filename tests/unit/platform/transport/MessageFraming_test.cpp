@@ -117,6 +117,9 @@ std::string Whole(const GiopStream& giop, unsigned minor, std::uint32_t id, cons
   return giop.Request(id, "op", Aligned(giop, minor, id, 16) + rest);
 }
 
+/// As a header: no magic, and a size of its own.
+std::string Zeros() { return std::string(8, '\0') + '\x30' + std::string(60, '\0'); }
+
 template <unsigned minor>
 std::vector<Row> FragmentRows() {
   const auto first = [](const GiopStream& giop, std::uint32_t id) { return First(giop, minor, id); };
@@ -213,6 +216,10 @@ std::vector<Row> Rows() {
        [](const GiopStream& g) { return g.Request(1, "op"); }, "a Reply from a client"},
       {"no message", [](const GiopStream& g) { return g.Request(1, "op") + "GIUP12345678"; },
        [](const GiopStream& g) { return g.Request(1, "op"); }, "no message"},
+      {"zeros, which no message begins with", [](const GiopStream&) { return Zeros(); },
+       [](const GiopStream&) { return std::string(); }, "no message"},
+      {"zeros behind a close", [](const GiopStream& g) { return g.Close() + Zeros(); },
+       [](const GiopStream& g) { return g.Close(); }},
       {"unknown kind", [](const GiopStream& g) { return g.Message(static_cast<MessageKind>(8), ""); },
        [](const GiopStream&) { return std::string(); }, "no known kind"},
       {"cancel in fragments",
