@@ -66,12 +66,11 @@ TEST_F(DemoDevice, AnAverageOverItIsTheSameWave) {
   ExpectReading(engine, "A1_VOLTAGE_DC");
   Mathctl({"create", "Average", "SIGROK/1/A1_VOLTAGE_DC"});
   Mathctl({"set", "math:0", "SIZE", "5"});
-  std::istringstream lines(Mathctl({"watch", "math:0", "-n", "8", "--json"}));
-  std::string last;
-  for (std::string line; std::getline(lines, line);) last = line;
-  const auto result = nlohmann::json::parse(last);
-  const std::vector<float> samples = result.at("samples");
-  ExpectSine(samples);
+  const std::string topic = nlohmann::json::parse(Mathctl({"list", "--json"})).at("topic");
+  const Watcher<BT_DATA> watcher(topic);
+  const auto results = watcher.WaitFor(8);
+  ASSERT_GE(results.size(), 8u);
+  ExpectSine(SamplesOf(results.back()));
 }
 
 TEST_F(DemoDevice, ItsRateIsSetWhileItMeasures) {
