@@ -13,6 +13,7 @@ std::vector<ProgramCase> AllPrograms() {
           {"hw_enumeration", {}, 1},
           {"engine_host", {BuiltEngineLibrary("math_factory_hh").string()}, 1},
           {"engine_host", {BuiltEngineLibrary("probe").string()}, 1},
+          {"math_web", {"--listen", "127.0.0.1:0"}, 1},
           {"mathctl", {"list"}, 2},
           {"mathctl", {"watch", "PROBE/1/WAKEUP"}, 2}};
 }

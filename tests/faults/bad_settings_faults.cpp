@@ -125,6 +125,8 @@ TEST_F(BadSettings, WrongArguments) {
                               {"engine_host", {BuiltProgram("mathctl").string()}, 2},
                               {"engine_host", {"/etc/passwd"}, 2},
                               {"engine_host", {"/tmp"}, 2},
+                              {"math_web", {"--wrong"}, 2},
+                              {"math_web", {"--listen", "nonsense"}, 2},
                               {"mathctl", {}, 2},
                               {"mathctl", {"watch", "X", "-n", "-1"}, 2},
                               {"mathctl", {"watch", "X", "-n", "0"}, 2}};
