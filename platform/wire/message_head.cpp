@@ -48,7 +48,8 @@ void RequireFlags(const MessageHeader& header, std::uint8_t flags) {
 class HeadReader {
  public:
   HeadReader(std::span<const char> message, const MessageHeader& header)
-      : bytes_(message.first(std::min<std::size_t>({message.size(), kLongestHead, header.size}))),
+      : bytes_(message.first(
+            static_cast<std::size_t>(std::min<std::uint64_t>({message.size(), kLongestHead, header.size})))),
         most_(std::min<std::uint64_t>(header.size, kLongestHead)),
         little_endian_(header.little_endian) {}
 
