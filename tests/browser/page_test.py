@@ -14,6 +14,15 @@ NOISE = "SIM/1/NOISE"
 TONE = "SIM/1/TONE"
 
 
+def type_size(browser, text: str) -> None:
+    """As a person does: what is typed stays when the next state comes."""
+    browser.run(
+        "const size = document.querySelector('.size-form input'); size.value = arguments[0];"
+        "size.dispatchEvent(new Event('input', {bubbles: true}))",
+        text,
+    )
+
+
 def create_average(browser, reading, size):
     browser.click("#create")
     browser.choose("#create-type", "Average")
@@ -47,7 +56,7 @@ def test_an_average_is_created_set_and_settles(gateway, platform, browser, empty
     assert until(lambda: len(objects(platform)) == 1)
     name = newest(platform)
     browser.wait_for_pictures(name)
-    browser.run("document.querySelector('.size-form input').value = '40'")
+    type_size(browser, "40")
     browser.click(".size-form button", "Set")
     browser.until("return document.querySelector('#objects').textContent.includes('40 of 40')", limit=20)
     assert spread(browser, name) < 0.6 * spread(browser, NOISE)
