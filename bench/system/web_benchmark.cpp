@@ -76,7 +76,8 @@ std::vector<Figure> Measure(std::chrono::seconds span) {
   const auto used = Test::ProcessorTime(web->Pid()) - before;
   if (frames == 0) throw std::runtime_error("no frames came");
   const double each = static_cast<double>(frames) / static_cast<double>(span.count()) / kClients;
-  return {Plain("web gateway, processor time of a frame for a client, 10001 points", 1.0 * used.count() / frames, "ms", 0.5),
+  return {Plain("web gateway, processor time of a frame for a client, 10001 points", 1.0 * used.count() / frames, "ms",
+                0.5),
           Plain("web gateway, 50 clients, time between frames of each", 1000 / each, "ms", 52)};
 }
 

@@ -43,7 +43,7 @@ class MeasuredReadings::Number {
   Corvanta::VALUE_DOUBLE::VALUE RecordOf(const UnitRow& units, const MeasuredNumber& number) const {
     const double digit = std::isfinite(number.value) ? number.count.value_or(0) : 0;
     const double error = rule_ != nullptr ? rule_->Of(number.value) : digit;
-    return VALUE::ValueToCorba(Value::Value_object<double>(number.value, units.units, -error, error));
+    return VALUE::ValueToCorba(Value::Value_object<double>(number.value, units.units, 0 - error, error));
   }
 
   const ErrorRule* const rule_;  // null: one count of the last digit

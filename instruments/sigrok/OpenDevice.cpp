@@ -18,14 +18,18 @@ class FoundDevices {
  public:
   explicit FoundDevices(const sr_dev_driver* driver) : driver_(driver) {}
   ~FoundDevices() {
-    if (driver_ != nullptr) sr_dev_clear(driver_);
+    if (driver_ == nullptr) return;
+    if (open_ != nullptr) sr_dev_close(open_);
+    sr_dev_clear(driver_);
   }
   FoundDevices(const FoundDevices&) = delete;
   FoundDevices& operator=(const FoundDevices&) = delete;
+  void IsOpen(sr_dev_inst* device) noexcept { open_ = device; }
   void Keep() noexcept { driver_ = nullptr; }
 
  private:
   const sr_dev_driver* driver_;
+  sr_dev_inst* open_ = nullptr;
 };
 
 }  // namespace
@@ -35,6 +39,7 @@ OpenDevice::OpenDevice(const SigrokLibrary& library, const Wanted& wanted)
   FoundDevices found(driver_);
   instance_ = Choose(wanted.name, Scan(library, wanted.name).get());
   Require(sr_dev_open(instance_), "it cannot be opened");
+  found.IsOpen(instance_);
   UseChannels(wanted.channels);
   for (const DeviceOption& option : wanted.options) Set(option);
   sr_config_commit(instance_);  // of devices that take their settings together; the others say that they do not

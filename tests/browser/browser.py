@@ -122,8 +122,9 @@ class Browser:
     def memory(self) -> Tuple[float, float]:
         """MB that the page takes without garbage: of its objects, and of its process with all that it draws."""
         self.cdp("HeapProfiler.enable")
-        self.cdp("HeapProfiler.collectGarbage")
-        heap = self.run("return performance.memory.usedJSHeapSize") / 1e6
+        for _ in range(3):  # what one lets go of, the next one takes
+            self.cdp("HeapProfiler.collectGarbage")
+        heap = self.cdp("Runtime.getHeapUsage")["usedSize"] / 1e6
         return heap, max(_resident_mb(process) for process in _descendants(self.driver.service.process.pid)
                          if "--type=renderer" in _text_of(process, "cmdline"))
 

@@ -33,7 +33,8 @@ class SigrokFault : public testing::Test {
   Process& StartSigrok(const Settings& settings) { return platform_.StartEngine("sigrok_devices", settings); }
 
   static bool WaitForText(Process& engine, const std::string& text) {
-    return WaitUntil([&] { return (engine.Out() + engine.Error()).find(text) != std::string::npos; }, kPatience);
+    const auto has_it = [&] { return (engine.Out() + engine.Error()).find(text) != std::string::npos; };
+    return WaitUntil([&] { return has_it() || !engine.IsRunning(); }, kPatience) && has_it();
   }
 
   /// Its end after SIGTERM: the exit status, and how long it took.

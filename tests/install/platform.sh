@@ -90,7 +90,7 @@ platform status >"$work/out" && fail "status after the end" || [ $? = 3 ] || fai
 recording=$(find "$source/tests/data" -name '*.s2p' | sort | head -n 1)
 REPLAY_RATE=20 platform up --replay "$recording" --no-math --web >"$work/replay" || fail "up --replay --web"
 until_true 20 mathctl readings || fail "no readings of a recording"
-mathctl readings | grep -q '^REPLAY/1/' || fail "$(mathctl readings)"
+mathctl readings | grep '^REPLAY/1/' >/dev/null || fail "$(mathctl readings)"
 page=$(sed -n 's/^The page: //p' "$work/replay")
 [[ $page =~ ^http://127\.0\.0\.1:([0-9]+)/$ ]] || fail "no address of a page: $(cat "$work/replay")"
 exec 3<>"/dev/tcp/127.0.0.1/${BASH_REMATCH[1]}"

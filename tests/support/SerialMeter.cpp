@@ -55,7 +55,7 @@ struct SerialMeter::Impl {
     std::unique_lock lock(mutex);
     while (!changed.wait_for(lock, kBetween, [this] { return ended; })) {
       if (!on || meter < 0) continue;
-      [[maybe_unused]] const auto written = write(meter, packet.data(), packet.size());
+      if (write(meter, packet.data(), packet.size()) > 0) ++sent;
     }
   }
 
@@ -67,6 +67,7 @@ struct SerialMeter::Impl {
   std::mutex mutex;
   std::condition_variable changed;
   std::string packet;
+  unsigned sent = 0;
   std::string path;
   bool on = true;
   bool ended = false;
@@ -85,6 +86,12 @@ std::map<std::string, std::string> SerialMeter::AsSerialPort() { return {{"LD_PR
 void SerialMeter::Show(const Display& display) {
   const std::lock_guard lock(impl_->mutex);
   impl_->packet = display.Packet();
+  impl_->sent = 0;
+}
+
+unsigned SerialMeter::Sent() const {
+  const std::lock_guard lock(impl_->mutex);
+  return impl_->sent;
 }
 
 void SerialMeter::SwitchOff() {

@@ -48,6 +48,9 @@ class SerialMeter {
 
   void Show(const Display& display);
 
+  /// How often it has sent what it shows now.
+  unsigned Sent() const;
+
   /// It sends nothing until it is switched on again.
   void SwitchOff();
   void SwitchOn();

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 import {durationText, rateText} from "./units.js";
 
-/** How a stream does: how often samples come, those that were passed over counted in, and how old the last one is: by its
- *  time of capture, or from its arrival where that stands still, as that of an Average does, or is not told. */
+/** How a stream does: how often samples come, those that were passed over counted in, and how old the last one is: by
+ *  its time of capture, or from its arrival where that stands still, as that of an Average does, or is not told. */
 export class Arrivals {
   #interval_s = NaN;
   #lastArrival_s = NaN;

@@ -88,7 +88,7 @@ function factsOf(object, since_s) {
   if (object.size !== null) facts.push(`${object.filled ?? 0} of ${object.size}`);
   if (object.kind === "trace" && object.points > 0) facts.push(`${object.points} points ${object.unit}`.trim());
   else if (object.unit !== "") facts.push(object.unit);
-  facts.push(rateText(object.rate));
+  facts.push(rateText(object.state === "live" ? object.rate : null));
   if (object.age !== null) facts.push(`${durationText(object.age + (object.state === "live" ? 0 : since_s))} old`);
   if (object.refused > 0) facts.push(`${object.refused} refused`);
   return facts.join(", ");

@@ -36,8 +36,8 @@ export class Panels {
     setInterval(() => this.#tell(), 1000);
   }
 
-  /** Shows exactly `names`, as far as `items` ([{name, kind}]) tells what they are. What is shown already stays with its
-   *  last values when nobody offers it any more. */
+  /** Shows exactly `names`, as far as `items` ([{name, kind}]) tells what they are. What is shown already stays with
+   *  its last values when nobody offers it any more. */
   show(names, items) {
     for (const [name, view] of this.#views) if (!names.includes(name)) this.#close(name, view);
     this.#slots.keep(names);

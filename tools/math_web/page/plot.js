@@ -13,7 +13,7 @@ const clockText = (time) => new Date(1000 * time).toLocaleTimeString([], {hour12
 /** Room to the left of a picture, where its vertical axis stands, in CSS pixels. */
 export const kGutter = kLeft + kLabel;
 /** Room to its right. */
-export const kRight = 14;
+export const kRight = 26;
 const kRightOfTime = 32; // half of a time of day
 
 /** Axes, grid, cursor and the choice of a range by dragging, with a layer above for curves. The axes are drawn when

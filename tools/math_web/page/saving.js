@@ -81,7 +81,8 @@ function paintLegend(context, view, x, y, ratio) {
   const key = document.createElement("canvas");
   paintKey(key, view.slot);
   context.drawImage(key, x, y - 12 * ratio);
-  const words = [...view.element.querySelectorAll(".legend-name, .legend-what, .digits, .band, .legend-value, .legend-peak")];
+  const told = ".legend-name, .legend-what, .digits, .band, .legend-value, .legend-peak";
+  const words = [...view.element.querySelectorAll(told)];
   const shown = words.filter((one) => !one.hidden && one.textContent !== "").map((one) => one.textContent);
   text(context, shown.join("   "), x + 34 * ratio, y, ratio, "--text", 13);
 }

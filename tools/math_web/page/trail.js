@@ -6,7 +6,7 @@ const kMost = 24000;
 
 /** What a scalar was: time, value and both errors, the newest 24,000 of them, less than a megabyte. */
 export class Trail {
-  #samples = new Float64Array(4 * kMost);
+  #samples = new Float64Array(4 * kMost).fill(NaN);
   #count = 0;
 
   /** `minus` and `plus` are relative to the value, as the engine gives them; what is not finite bounds nothing. */

@@ -75,7 +75,7 @@ export class History {
     if (isSame) return;
     this.#form = {...frame, values: null};
     this.#columns = Math.max(1, Math.min(frame.count, kHistoryColumns));
-    this.#rows = new Float32Array(kRows * this.#columns);
+    this.#rows = new Float32Array(kRows * this.#columns).fill(NaN); // all of its memory at once, not bit by bit
     this.#newest = this.#oldest = -1;
   }
 
