@@ -121,7 +121,10 @@ TEST_F(WebFaults, TwoThousandConnections) {
     std::vector<RawSocket> sockets;
     for (int i = 0; i < 900; ++i) sockets.emplace_back(Port());
     EXPECT_LE(CountDescriptors(Web().Pid()), most);
-    EXPECT_THAT(sockets.back().ReadToEnd(seconds(5)), HasSubstr("503 Service Unavailable"));
+    const auto told = std::count_if(sockets.begin(), sockets.end(), [](RawSocket& socket) {
+      return socket.ReadToEnd(milliseconds(10)).find("503 Service Unavailable") != std::string::npos;
+    });
+    EXPECT_GT(told, 100) << "some places may have become free meanwhile";
   }
   for (int round = 0; round < 2; ++round) {
     std::vector<RawSocket> sockets;
