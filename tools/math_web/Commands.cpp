@@ -90,16 +90,15 @@ Commands::Commands(Client::Connection& connection, std::string factory, Platform
     : connection_(connection), factory_(std::move(factory)), look_(look) {}
 
 json Commands::Do(const Request& request) {
-  using Deed = Request::Deed;
   switch (request.deed) {
-    case Deed::Create: return Create(request);
-    case Deed::Fits: return Fitting(request);
-    case Deed::Set: Set(request); break;
-    case Deed::Reset: Reset(request.name); break;
-    case Deed::Delete: Delete(request.name); break;
-    case Deed::Save: return Save();
-    case Deed::Csv: return Csv(request.name);
-    case Deed::Get: return Get(request.name);
+    case Request::Deed::Create: return Create(request);
+    case Request::Deed::Fits: return Fitting(request);
+    case Request::Deed::Set: Set(request); break;
+    case Request::Deed::Reset: Reset(request.name); break;
+    case Request::Deed::Delete: Delete(request.name); break;
+    case Request::Deed::Save: return Save();
+    case Request::Deed::Csv: return Csv(request.name);
+    case Request::Deed::Get: return Get(request.name);
     default: break;
   }
   return json::object();

@@ -46,6 +46,11 @@ void AskProcess(const Client::Engine& engine, EngineFacts& facts) {
   });
 }
 
+/// What people call a topic; for the time in which the caller has `names`.
+auto NameIn(Client::TopicNames& names) {
+  return [&names](const std::string& topic) { return names.Of(topic); };
+}
+
 }  // namespace
 
 PlatformLook::PlatformLook(Client::Connection& connection, std::string factory)
@@ -160,7 +165,7 @@ void PlatformLook::TakeItems(const Client::Engine& engine, EngineFacts& facts, S
 void PlatformLook::TakeObjects(const std::string& engine, EngineFacts& facts, Snapshot& now) {
   auto reports = Client::MathObjects(connection_, engine).Reports();
   names_.Learn(engine, reports);
-  const auto name = [&names = names_](const std::string& topic) { return names.Of(topic); };
+  const auto name = NameIn(names_);
   for (Client::MathReport& report : reports) {
     ObjectFacts one;
     one.object = {engine, report.id};

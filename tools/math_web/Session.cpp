@@ -34,10 +34,9 @@ void Session::OnText(std::string_view text) {
 }
 
 void Session::Take(const Request& request) {
-  using Deed = Request::Deed;
-  if (request.deed == Deed::Subscribe) return Subscribe(request);
-  if (request.deed == Deed::Unsubscribe) return Unsubscribe(request.stream);
-  if (request.deed != Deed::Ready) return Ask(request);
+  if (request.deed == Request::Deed::Subscribe) return Subscribe(request);
+  if (request.deed == Request::Deed::Unsubscribe) return Unsubscribe(request.stream);
+  if (request.deed != Request::Deed::Ready) return Ask(request);
   const auto stream = streams_.find(request.stream);
   if (stream != streams_.end()) stream->second->Ready();
 }
