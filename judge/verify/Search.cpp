@@ -17,25 +17,8 @@ constexpr std::size_t kFewestWays = 2;
 constexpr std::size_t kFewestSteps = 64;
 constexpr std::int64_t kNoMoreComes = std::numeric_limits<std::int64_t>::max();
 
-/// So many results that came out and were not all the same show that it was no accident, where no other samples explain
-/// them too; so many do whatever else explains them.
+/// So many results that came out and were not all the same show that it was no accident.
 constexpr std::uint64_t kSure = 2;
-constexpr std::uint64_t kSureWhateverElse = 32;
-
-bool HadTheSameSamples(const Path& a, const Path& b) {
-  return std::equal(a.next.begin(), a.next.end() - 1, b.next.begin(), b.next.end() - 1);
-}
-
-/// Whether ways that could not show anything yet are wrong. Numbers that rise by equal steps have means that do so too:
-/// those of a few samples earlier or later fit as well, and a way that is right may need some results more to show it.
-bool AreSure(const std::vector<Path>& ways) {
-  const auto less = [](const Path& a, const Path& b) { return a.evidence < b.evidence; };
-  const auto surest = std::max_element(ways.begin(), ways.end(), less);
-  if (surest == ways.end() || surest->evidence < kSure) return false;
-  return surest->evidence >= kSureWhateverElse || std::all_of(ways.begin(), ways.end(), [&](const Path& way) {
-           return way.evidence == 0 || HadTheSameSamples(way, *surest);
-         });
-}
 
 }  // namespace
 
@@ -196,10 +179,11 @@ std::vector<Path> Search::WaysTo(const Arrival& result, bool is_telling) {
   return FoundBy(expansion);
 }
 
-/// When it is sure which samples it was, the ways that could not show anything yet were wrong. Of ways that go on alike
-/// the best one is kept. Whether others that have explained something had to go.
+/// When one way is sure of itself, those that could not show anything yet were wrong. Of ways that go on alike the best
+/// one is kept. Whether others that have explained something had to go.
 bool Search::Keep(std::vector<Path> ways, std::size_t most) {
-  if (AreSure(ways)) {
+  const auto is_sure = [](const Path& path) { return path.evidence >= kSure; };
+  if (std::any_of(ways.begin(), ways.end(), is_sure)) {
     const auto shows_nothing = [](const Path& path) { return !path.settled; };
     ways.erase(std::remove_if(ways.begin(), ways.end(), shows_nothing), ways.end());
   }

@@ -96,9 +96,6 @@ TEST_F(RecordLossesTest, AManagerThatWasStartedAgainIsAGapThatEverybodyKnowsOf) 
   EXPECT_EQ(of_all->text, "the topic manager was started again");
   ASSERT_TRUE(of_all->since_ns);
   EXPECT_LE(*of_all->since_ns, of_all->time_ns);
-  const auto later = std::find_if(of_all + 1, gaps.end(), [](const Event& gap) { return !gap.reading; });
-  ASSERT_NE(later, gaps.end()) << "the engine may have lost samples for longer than the recorder";
-  EXPECT_EQ(later->since_ns, of_all->since_ns);
   EXPECT_FALSE(EventsOf(whole, EventKind::Size).empty()) << "SIZE may have been changed meanwhile: it is asked for";
 
   const Outcome verified = Run({"verify", file, "--json", File("proof.json")});
