@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <numeric>
+#include <random>
 
 #include "recording/RecordingWriter.h"
 #include "tests/system/mathctl/RecordingsFixture.h"
@@ -41,11 +42,12 @@ class RecordLossesTest : public RecordingsFixture {
   }
 
   /// Publishes other and other values until `so` holds.
-  static bool PublishUntil(ScalarInput& input, const std::function<bool()>& so) {
-    int next = 0;
+  /// They are as of a measurement: of numbers that rise by equal steps, later samples have means that fit as well, and behind
+  /// a gap nobody could tell which of them the engine had.
+  bool PublishUntil(ScalarInput& input, const std::function<bool()>& so) {
     return WaitUntil(
         [&] {
-          input = ScalarOf(++next, Value::C_Watts);
+          input = ScalarOf(static_cast<double>(random_()), Value::C_Watts);
           return so();
         },
         kPatience);
@@ -62,6 +64,7 @@ class RecordLossesTest : public RecordingsFixture {
   }
 
   ScalarInput level_{bench_, "LEVEL", ScalarOf(0, Value::C_Watts)};
+  std::minstd_rand random_;
 };
 
 class SmallQueueTest : public RecordLossesTest {
