@@ -25,6 +25,8 @@ function(lumenar_idl_library name)
     list(APPEND sources ${products})
   endforeach()
   set(target lumenar_${name})
+  add_custom_target(${target}_sources DEPENDS ${sources})
+  add_dependencies(lumenar_generated_sources ${target}_sources)
   add_library(${target} STATIC ${sources})
   set_target_properties(${target} PROPERTIES
     UNITY_BUILD OFF EXPORT_NAME ${name} CXX_VISIBILITY_PRESET default)  # generated files share names
