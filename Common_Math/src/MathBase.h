@@ -15,9 +15,10 @@
 #include "Common_Math/src/SampleFigures.h"
 #include "MathFactory.hh"
 #include "platform/base/InstanceCounter.h"
-#include "platform/base/Mutex.h"
+#include "platform/base/thread_annotations.h"
 #include "platform/servants/CountedServant.h"
 #include "platform/servants/UpcallGate.h"
+#include "platform/wire/MarshalledValue.h"
 
 namespace Lumenar {
 
@@ -141,8 +142,7 @@ class MathBase : virtual public POA_Corvanta::MathFactory::Math,
   SampleFigures figures_;
   std::array<boost::shared_ptr<const std::atomic<CORBA::Long>>, SampleFigures::kMostInputs> handles_;
   MarkAway mark_away_;
-  Mutex inputs_mutex_;  // a leaf
-  Corvanta::MathFactory::ReadingAttribSeq inputs_ GUARDED_BY(inputs_mutex_);
+  Corvanta::MarshalledValue<Corvanta::MathFactory::ReadingAttribSeq> inputs_;
   const boost::shared_ptr<Corvanta::UpcallGate> gate_;
   Corvanta::MathFactory::Math_var reference_;
 };
