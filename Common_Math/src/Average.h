@@ -5,7 +5,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "Common_Math/src/MathBaseTemplate.h"
+#include "Common_Math/src/MathBase.h"
 #include "Common_Math/src/RunningMean.h"
 #include "platform/base/Mutex.h"
 #include "platform/components/attributes/EngineAttribLong_i.h"

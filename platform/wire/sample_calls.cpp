@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "platform/records/trace_record.h"
+#include "platform/records/SampleRecord.h"
 #include "platform/wire/sample_any.h"
 #include "platform/wire/sample_wire.h"
 #include "platform/wire/whole_message.h"
