@@ -53,8 +53,8 @@ class MathBase : virtual public POA_Corvanta::MathFactory::Math,
   /// Errors   as the operations.
   virtual void Describe(Corvanta::MathFactory::MathStatus& status);
 
-  /// What a report says of the object, but for inputs that are away, which it cannot know: none. Makes no remote call,
-  /// and waits for no computation.
+  /// What a report says of the object. It cannot know which inputs are away and marks none. Makes no remote call, and
+  /// waits for no computation.
   /// Errors   as the operations.
   virtual void Describe(Corvanta::MathFactory::MathReport& report);
 

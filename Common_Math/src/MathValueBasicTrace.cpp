@@ -189,8 +189,8 @@ MathTrace& MathTrace::operator-=(const MathValue& other) { return Combine(other,
 
 bool MathTrace::IsLinear() const { return list_.IsUniform() && !list_.Form().Get_unit().is_dB; }
 
-/// As DoValueEqualOp with the operator of the step. Where a quotient is not finite, the samples before it are divided all
-/// the same: one after the other, then.
+/// As DoValueEqualOp with the operator of the step. Where a quotient is not finite, the samples before it keep
+/// their quotients, so they are divided one after the other.
 MathTrace& MathTrace::Scale(float number, ScaleStep step) {
   if (IsEmpty("DoValueEqualOp")) return *this;
   UpdateValues();

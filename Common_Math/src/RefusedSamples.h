@@ -18,8 +18,9 @@ namespace Lumenar {
 
 /// The samples that one math object refused: how many, why the last one was, and what standard error says of it.
 ///
-/// The first sample of each reason is one line. Where a fixed line on standard output comes with each such sample,
-/// which does not say whose it is, the samples that follow are told by one line a minute.
+/// The first sample of each reason is one line on standard error. Some reasons also have a fixed line on standard
+/// output for each sample, which does not name the object: for these, the samples that follow are told by one line a
+/// minute.
 /// Threads   any.
 class RefusedSamples {
  public:
@@ -39,8 +40,8 @@ class RefusedSamples {
   void Count(const char* reason, bool has_fixed_line, Time now = std::chrono::steady_clock::now(),
              std::string_view detail = {}) noexcept;
 
-  /// Counts the sample that raised the exception which is being handled, by its words; where a fixed line was said for
-  /// the sample that is on its way, that reason stands.
+  /// Counts the sample that raised the exception which is being handled; the exception's text is the reason, unless a
+  /// fixed line was written for this sample, which gives it then.
   void CountException() noexcept;
 
   Corvanta::MathFactory::RefusalStatus Status() const;
@@ -48,8 +49,8 @@ class RefusedSamples {
   /// Whether the last sample was refused.
   bool Refusing() const noexcept { return refusing_.load(std::memory_order_relaxed); }
 
-  /// One sample on its way through the object's operation, on this thread. A fixed line that is said meanwhile counts
-  /// the sample, once, when the way ends.
+  /// One sample on its way through the object's operation, on this thread. When a fixed line is written meanwhile, the
+  /// sample counts as refused, once, when the way ends.
   class OnItsWay {
    public:
     explicit OnItsWay(RefusedSamples& refused) noexcept;
@@ -75,7 +76,7 @@ class RefusedSamples {
   /// the program; a long `detail` is cut off.
   static void NoteFixedLine(const char* reason, std::string_view detail = {}) noexcept;
 
-  /// When the sample came that is on its way through this object on this thread; now where none is.
+  /// When the sample came that this thread takes through the object; the present time where it takes none.
   Time TimeOfSample() const noexcept;
 
  private:

@@ -103,7 +103,7 @@ void MessageFraming::RequireLawful(const MessageHeader& header) const {
   if (!is_of_version) throw UnlawfulMessage("messages of different versions");
 }
 
-/// Nothing else of a request, or of an answer, may have come.
+/// Refuses a message with the id of one that has come in part, and an answer that nobody asked for.
 void MessageFraming::RequireFree(std::span<const char> bytes, const MessageHeader& header) {
   if (header.minor == 1 && !parts_.empty())
     throw UnlawfulMessage("a message between the fragments of another of version 1.1");
@@ -166,8 +166,8 @@ std::optional<MessageFraming::Head> MessageFraming::LookAtHead(std::span<const c
 // Doing.
 
 /// The size of a message of the kind that almost all are, whose header needs no more than a glance: a small whole one
-/// of version 1.2, not the first of its connection, with nothing else under way. 0 for any other. An answer counts as
-/// claimed then.
+/// of version 1.2, not the first of its connection, with nothing else under way. 0 for any other. An answer is
+/// taken off the list of expected ones then.
 inline std::uint64_t MessageFraming::OrdinarySize(std::span<const char> bytes) noexcept {
   constexpr std::size_t kLook = 24;
   constexpr std::uint32_t kSystemException = 2;

@@ -23,7 +23,7 @@ bool MayBeInFragments(MessageKind kind, unsigned minor) noexcept {
   }
 }
 
-/// Of the message, with its header.
+/// The least size that a message of this kind has, with its header.
 std::uint64_t LeastSize(const MessageHeader& header) noexcept {
   switch (header.kind) {
     case MessageKind::CancelRequest:

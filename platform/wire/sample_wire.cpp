@@ -236,13 +236,13 @@ RecordNumber KindWrittenAlike(const CORBA::Octet* encapsulation, std::size_t len
   return number;
 }
 
-/// Of the parts of a group.
+/// Refuses a group that claims more samples, or more handles, than one may have.
 void RequireFew(CORBA::ULong count) {
   constexpr CORBA::ULong kMost = 1024;
   if (count > kMost) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
 }
 
-/// How many there are.
+/// Reads the handles of a sample, and says how many they are.
 CORBA::ULong ReadHandles(cdrStream& stream, HandleSeq& handles) {
   const CORBA::ULong count = stream.unmarshalULong();
   RequireFew(count);
