@@ -5,7 +5,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "Common_Math/src/MathBaseTemplate.h"
+#include "Common_Math/src/MathBase.h"
 #include "Common_Math/src/RunningMean.h"
 #include "platform/base/Mutex.h"
 #include "platform/components/attributes/EngineAttribLong_i.h"
@@ -93,7 +93,7 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
     Update(nullptr);
   }
 
-  /// Publishes the newest sample as it is held, that is in linear units, and begins a new history.
+  /// Publishes the newest sample in the form in which it is held, in linear units, and begins a new history.
   void ResetCallback() {
     Lock lock(mutex_);
     if (!mean_.IsEmpty()) this->SetResult(mean_.Newest());

@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "Common_Math/src/MathBaseTemplate.h"
+#include "Common_Math/src/MathBase.h"
 #include "platform/base/Mutex.h"
 #include "platform/components/attributes/EngineAttribVoid_i.h"
 #include "platform/topics/DDS_Subscriber.h"

@@ -44,7 +44,7 @@ void TellServiceManager(std::string_view state) noexcept {
   const int notify = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (notify < 0) return;
   const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + std::string_view(name).size());
-  // A manager that takes nothing now hears the next word; nothing here may wait for it.
+  // A manager without room for the datagram misses this one and gets the next; nothing here may wait for it.
   (void)sendto(notify, state.data(), state.size(), MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&*address), length);
   close(notify);
 }

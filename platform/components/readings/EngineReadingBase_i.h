@@ -8,7 +8,7 @@
 #include "platform/base/InstanceCounter.h"
 #include "platform/components/GUI_AbleRegistration.h"
 #include "platform/components/ItemNamer.h"
-#include "platform/servants/CountedServant.h"
+#include "platform/servants/servants.h"
 
 namespace Corvanta {
 

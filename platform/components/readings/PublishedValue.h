@@ -11,7 +11,7 @@
 #include "platform/base/Mutex.h"
 #include "platform/components/HoldReadings.h"
 #include "platform/dds/DDS_BaseObj.h"
-#include "platform/records/trace_record.h"
+#include "platform/records/SampleRecord.h"
 #include "platform/topics/DDS_Publisher.h"
 
 namespace Corvanta {

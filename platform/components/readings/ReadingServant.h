@@ -10,9 +10,9 @@
 #include "platform/base/InstanceCounter.h"
 #include "platform/components/readings/EngineReadingBase_i.h"
 #include "platform/components/readings/PublishedValue.h"
-#include "platform/servants/CountedServant.h"
+#include "platform/servants/servants.h"
 #include "platform/transport/LargeAnswer.h"
-#include "platform/wire/GuardedServant.h"
+#include "platform/wire/any_guard.h"
 #include "platform/wire/whole_message.h"
 
 namespace Corvanta {
