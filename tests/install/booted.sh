@@ -260,6 +260,13 @@ journal_has_priorities() {
   [ -n "$(journal -p warning -u 'lumenar-*')" ] || fail "no line of the services has a priority"
 }
 
+# Without their package instruments are off; the rest runs on.
+instruments_removed() {
+  in_machine dpkg -r lumenar-instruments >>"$work/dpkg.log" 2>&1 || fail "removing the instruments: $(tail "$work/dpkg.log")"
+  ! active lumenar-engine@probe || fail "probe runs on without its library"
+  active lumenar-engine@math_factory_hh || fail "the math engine went with the instruments"
+}
+
 removed_and_purged() {
   local program
   rm "$root/etc/lumenar/objects.json"  # the administrator's own
@@ -289,6 +296,7 @@ end_process "$client_machine"
 journal_has_priorities
 upgraded
 booted_again
+instruments_removed
 removed_and_purged
 end_machine
 echo "installed, used, killed, hung, upgraded, booted again, removed, purged: ${ours[*]}"
