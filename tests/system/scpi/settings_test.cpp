@@ -66,11 +66,11 @@ TEST_F(ScpiSettings, WhatTheInstrumentRefusesIsRefusedWithItsOwnWords) {
 
 /// While it hung, its error queue gave no answer either, so that it was asked no more.
 TEST_F(ScpiSettings, AreCheckedAgainAfterTheInstrumentHung) {
-  Start("", "first_timeout = 300 ms ; timeout = 300 ms");
+  Start("", "first_timeout = 1 s ; timeout = 1 s");
   server_.Server().Signal(SIGSTOP);
-  EXPECT_TRUE(WaitUntil([&] { return Lines("*IDN?: no answer within 300 ms") > 0; })) << scpi_->Error();
+  EXPECT_TRUE(WaitUntil([&] { return Lines("*IDN?: no answer within 1 s") > 0; }, 20s)) << scpi_->Error();
   server_.Server().Signal(SIGCONT);
-  EXPECT_TRUE(WaitUntil([&] { return Lines(": is back\n") > 0; })) << scpi_->Error();
+  EXPECT_TRUE(WaitUntil([&] { return Lines(": is back\n") > 0; }, 20s)) << scpi_->Error();
   EXPECT_THROW(span_->Set(ScalarOf(1e12, kHertz)), CORBA::BAD_PARAM);
   EXPECT_THAT(scpi_->Error(), HasSubstr("reports '-222,\"Data out of range\"'\n"));
 }
