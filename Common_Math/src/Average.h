@@ -37,7 +37,7 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
         subscription_(new Corvanta::DDS_Subscriber<T>(
             this->AskTopic(input).c_str(),
             this->Gate().Guard([this](const char* topic, T&& sample) { DDS_Callback(topic, std::move(sample)); }),
-            this->CountNotRead(0))),
+            this->template CountNotRead<0>())),
         size_(namer, gui, "SIZE", 1, this->Gate().Guard([this](const int& value) { SizeCallback(value); }),
               f_SizeParams),
         reset_(namer, gui, "RESET", this->Gate().Guard([this] { ResetCallback(); })),

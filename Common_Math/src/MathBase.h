@@ -112,10 +112,12 @@ class MathBase : virtual public POA_Corvanta::MathFactory::Math,
     Do(work);
   }
 
-  /// Counts a sample of an input that could not be read off the wire for want of memory; for the subscriptions.
-  auto CountNotRead(std::size_t input) {
-    return gate_->Guard([this, input] {
-      figures_.SampleCame(input, SampleFigures::Time::clock::now());
+  /// Counts a sample of an input that could not be read off the wire for want of memory; for the subscriptions, which
+  /// hold what it gives in place as long as the input's number is in its type.
+  template <std::size_t kInput>
+  auto CountNotRead() {
+    return gate_->Guard([this] {
+      figures_.SampleCame(kInput, SampleFigures::Time::clock::now());
       refused_.CountException();
     });
   }

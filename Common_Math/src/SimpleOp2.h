@@ -115,11 +115,11 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     first_subscription_.reset(new Corvanta::DDS_Subscriber<T>(
         first_topic.c_str(),
         this->Gate().Guard([this](const char* topic, T&& sample) { Val1Callback(topic, std::move(sample)); }),
-        this->CountNotRead(0)));
+        this->template CountNotRead<0>()));
     second_subscription_.reset(new Corvanta::DDS_Subscriber<T>(
         second_topic.c_str(),
         this->Gate().Guard([this](const char* topic, T&& sample) { Val2Callback(topic, std::move(sample)); }),
-        this->CountNotRead(1)));
+        this->template CountNotRead<1>()));
     this->KeepHandle(0, *first_subscription_);
     this->KeepHandle(1, *second_subscription_);
     // Once more, so that no sample is lost between the first look and the subscription.

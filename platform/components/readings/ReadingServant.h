@@ -8,6 +8,7 @@
 
 #include "EngineReading.hh"
 #include "platform/base/InstanceCounter.h"
+#include "platform/base/SharedText.h"
 #include "platform/components/readings/EngineReadingBase_i.h"
 #include "platform/components/readings/PublishedValue.h"
 #include "platform/servants/servants.h"
@@ -20,10 +21,10 @@ namespace Corvanta {
 /// What a reading or attribute says of itself.
 struct ItemInfo {
   explicit ItemInfo(const Lumenar::EngineReadingBase_i& item)
-      : name(item.GetName()), topic(item.GetDDS_Topic()), type_name(item.Kind().type_name) {}
+      : name(item.GetName()), topic(item.Topic()), type_name(item.Kind().type_name) {}
 
   std::string name;
-  std::string topic;
+  Lumenar::SharedText topic;
   const char* type_name;
 };
 
