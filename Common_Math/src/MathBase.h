@@ -20,6 +20,7 @@
 #include "platform/components/ItemNamer.h"
 #include "platform/records/Records.h"
 #include "platform/servants/servants.h"
+#include "platform/wire/MarshalledValue.h"
 
 namespace Lumenar {
 
@@ -143,8 +144,7 @@ class MathBase : virtual public POA_Corvanta::MathFactory::Math,
   SampleFigures figures_;
   std::array<boost::shared_ptr<const std::atomic<CORBA::Long>>, SampleFigures::kMostInputs> handles_;
   MarkAway mark_away_;
-  Mutex inputs_mutex_;  // a leaf
-  Corvanta::MathFactory::ReadingAttribSeq inputs_ GUARDED_BY(inputs_mutex_);
+  Corvanta::MarshalledValue<Corvanta::MathFactory::ReadingAttribSeq> inputs_;
   const boost::shared_ptr<Corvanta::UpcallGate> gate_;
   Corvanta::MathFactory::Math_var reference_;
 };

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "platform/wire/message_head.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Corvanta {
 namespace {
@@ -37,7 +38,7 @@ class IncomingGet final : public omniCallDescriptor {
 
   void marshalReturnedValues(cdrStream& stream) override {
     WriteWhole(stream, trace_->samples.length() * std::uint64_t{sizeof(CORBA::Float)},
-               [this](cdrStream& to) { trace_.in() >>= to; });
+               [this](cdrStream& to) { RecordKind<BASIC_TRACE::BT_DATA>::Write(trace_.in(), to); });
   }
 
  private:

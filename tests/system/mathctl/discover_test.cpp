@@ -121,6 +121,15 @@ TEST_F(DiscoverTest, NobodyListens) {
   EXPECT_THAT(result.out, HasSubstr("Connection refused"));
 }
 
+// Nobody listens at 5025 there: what matters is that it is asked there, and not taken for a driver.
+TEST_F(DiscoverTest, AHostWithoutPortIsAnAddress) {
+  for (const char* host : {"127.255.255.254", "[::1]", "no-such-host.invalid"}) {
+    const Result result = Call({"discover", host, "--json", "--limit", "20"});
+    EXPECT_THAT(result.error, HasSubstr(std::string(host) + " is sent *IDN? and nothing else\n"));
+    EXPECT_THAT(result.out, Not(HasSubstr("driver")));
+  }
+}
+
 TEST_F(DiscoverTest, NoiseInAnAnswerIsShownAsText) {
   OneAnswer noisy(std::string("\x1b[31m\0bad\xff\n", 11));
   const Result result = Call({"-q", "discover", noisy.Address()});
