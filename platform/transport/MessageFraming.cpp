@@ -248,15 +248,7 @@ void MessageFraming::Digest() {
         drop_left_ -= count;
         Consume(count);
       } else if (part_left_ > 0) {
-        Part& part = parts_[current_];
-        const std::size_t count = std::min<std::uint64_t>(part_left_, Backlog().size());
-        if (!part.is_refused && !Grow(part.held, count)) Refuse(part);
-        if (!part.is_refused) {
-          std::memcpy(part.held.bytes.data() + part.held.filled, Backlog().data(), count);
-          part.held.filled += count;
-        }
-        Consume(count);
-        Came(part, count);
+        DigestFragment();
       } else {
         if (Backlog().size() < needed_) break;
         needed_ = 0;

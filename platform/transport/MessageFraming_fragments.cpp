@@ -47,6 +47,19 @@ std::size_t MessageFraming::BeginFragment(std::span<const char> bytes, const Mes
   return head;
 }
 
+/// Goes on with the fragment under way by what has been read.
+void MessageFraming::DigestFragment() {
+  Part& part = parts_[current_];
+  const std::size_t count = std::min<std::uint64_t>(part_left_, Backlog().size());
+  if (!part.is_refused && !Grow(part.held, count)) Refuse(part);
+  if (!part.is_refused) {
+    std::memcpy(part.held.bytes.data() + part.held.filled, Backlog().data(), count);
+    part.held.filled += count;
+  }
+  Consume(count);
+  Came(part, count);
+}
+
 /// Too much has come of a message, or is announced: its call is answered, and the connection ends.
 void MessageFraming::GiveUp(Part& part) {
   if (!part.is_refused && part.head_end == 0 && !KnowHead(part)) throw UnlawfulMessage("fragments without end");
