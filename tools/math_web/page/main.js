@@ -122,12 +122,13 @@ function showChosen() {
   setShown(part("missing"), missing.length > 0);
   setText(part("missing-text"), missing.length > 0 ? `Not there: ${missing.join(", ")}` : "");
   setShown(part("hint"), store.state === null || store.shown.length === 0);
-  setText(
-    part("hint"),
-    store.state === null
-      ? "Waiting for what the instrument offers."
-      : "Choose a math object or a reading to see it here.",
-  );
+  setText(part("hint"), hintOf(store.state));
+}
+
+function hintOf(state) {
+  if (state === null) return "Waiting for what the instrument offers.";
+  if (state.readings.length + state.objects.length > 0) return "Choose a math object or a reading to see it here.";
+  return "Nothing can be shown yet: no instrument answers. What comes is offered by itself.";
 }
 
 function createObject() {

@@ -148,21 +148,32 @@ export class Panels {
     if (!this.#panels.has(key)) {
       const panel = new Panel(this.settings, () => this.#ask());
       panel.key = key;
-      const next = this.panels.find((one) => one.views[0].slot > view.slot);
-      this.#host.insertBefore(panel.element, next?.element ?? null);
+      this.#host.append(panel.element);
       this.#panels.set(key, panel);
       panel.begin();
     }
     this.#panels.get(key).add(view);
+    this.#order();
     if (waterfall) this.#panels.get(key).adopt(waterfall);
     if (this.#awaited === view.name) this.reveal(view.name);
+  }
+
+  // What stands in its place is not moved: it may have the focus.
+  #order() {
+    this.panels.forEach(({element}, i) => {
+      const now = this.#host.children[i + 1]; // behind those that wait
+      if (now !== element) this.#host.insertBefore(element, now);
+    });
   }
 
   #leave(view) {
     const {panel} = view;
     panel.remove(view);
     view.panel = null;
-    if (panel.views.length > 0) return;
+    if (panel.views.length > 0) {
+      this.#order();
+      return;
+    }
     this.#panels.delete(panel.key);
     panel.close();
   }

@@ -119,7 +119,7 @@ export class WaterfallView {
   #labelTimes() {
     [...this.#labels.children].forEach((label, i) => {
       const seconds = (this.#span_s * i) / (kTimeLabels - 1);
-      setText(label, i === 0 ? "now" : seconds % 60 === 0 ? `−${seconds / 60} min` : `−${seconds} s`);
+      setText(label, i === 0 ? "now" : this.#span_s > 60 ? `−${seconds / 60} min` : `−${seconds} s`);
     });
   }
 
