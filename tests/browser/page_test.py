@@ -203,7 +203,7 @@ def test_decibels_become_linear_and_come_back(gateway, browser):
     browser.until("return !document.querySelector('.panel-tools button').hidden")
     browser.press("l")
     browser.until("return lumenar.panels.views[0].unit === 'mW'")
-    browser.until("return document.querySelector('.trace-panel h2').textContent === 'Power, uW'",
+    browser.until("return document.querySelector('.trace-panel h2').textContent === 'Power, nW'",
                   why="title and axis have one unit")
     browser.press("l")
     browser.until("return lumenar.panels.views[0].unit === 'dBm'")

@@ -96,8 +96,8 @@ export class Lists {
   #tellEngine(row, engine, {objects}) {
     const isAway = engine.state === "away";
     row.dataset.state = engine.state;
-    const items = objects.some((object) => object.engine === engine.name) ? "math objects" : "readings";
-    const facts = [`${engine.readings} ${items}`];
+    const item = objects.some((object) => object.engine === engine.name) ? "math object" : "reading";
+    const facts = isAway ? [] : [`${engine.readings} ${item}${engine.readings === 1 ? "" : "s"}`];
     if (engine.memory !== null) facts.push(bytesText(engine.memory));
     if (engine.cpu !== null) facts.push(`processor ${durationText(engine.cpu)}`);
     if (engine.lost !== null) facts.push(`${engine.lost} samples lost`);

@@ -72,7 +72,7 @@ function factsOf(object, since_s) {
   return [
     ...(object.size === null ? [] : [`${object.filled ?? 0} of ${object.size}`]),
     ...unitFacts(object),
-    rateText(isLive ? object.rate : null),
+    ...(isLive ? [rateText(object.rate)] : []),
     ...ageFacts(object.age === null ? null : object.age + (isLive ? 0 : since_s)),
     ...(object.refused > 0 ? [`${object.refused} refused`] : []),
   ];
