@@ -63,6 +63,18 @@ def test_an_average_is_created_set_and_settles(gateway, platform, browser, empty
     assert [(one["type"], one["size"]) for one in objects(platform)] == [("Average", 40)]
 
 
+def test_what_was_made_comes_into_sight_on_a_phone(gateway, platform, browser, empty):
+    browser.open(gateway.address, show=["SIM/1/VOLTAGE", "SIM/1/POWER", TONE], size=PHONE)
+    browser.wait_for_pictures("SIM/1/VOLTAGE", "SIM/1/POWER", TONE)
+    create_average(browser, "SIM/1/POWER", 5)
+    assert until(lambda: len(objects(platform)) == 1)
+    browser.wait_for_pictures(newest(platform))
+    browser.until("const box = lumenar.panels.views.at(-1).panel.element.getBoundingClientRect();"
+                  " return box.top < innerHeight / 2 && box.bottom > innerHeight / 4",
+                  why="the panel of what was made is out of sight")
+    assert "is made" in browser.text("#notices")
+
+
 def test_an_average_begins_anew_after_reset(gateway, platform, browser, empty):
     name = create(platform, "Average", NOISE)
     platform.mathctl("set", name, "SIZE", "99")
@@ -137,8 +149,18 @@ def test_the_cursor_tells_values_and_peaks_are_marked(gateway, browser):
     browser.run("document.querySelector('.plot').focus()")
     browser.press(Keys.ARROW_RIGHT)
     browser.until("return document.querySelector('.legend-value').textContent.endsWith(' W')")
-    browser.until("return document.querySelector('.legend-peak').textContent.startsWith('▲ 3')")
+    browser.until("return document.querySelector('.legend-peak').textContent.startsWith('▼ 3')")
     assert "Cursor at 505000" in browser.text(".panel-head")
+
+
+def test_the_cursor_of_values_over_time_tells_them(gateway, browser):
+    browser.open(gateway.address, show=["SIM/1/VOLTAGE"])
+    browser.wait_for_pictures("SIM/1/VOLTAGE")
+    browser.run("document.querySelector('.value-panel .plot').focus()")
+    browser.press(Keys.END)
+    browser.until("return /at the cursor [45]\\.?\\d* V/.test(document.querySelector('.legend-value').textContent)")
+    browser.press(Keys.ESCAPE)
+    browser.until("return document.querySelector('.legend-value').textContent === ''")
 
 
 def test_pause_stops_and_go_on_goes_on(gateway, browser):
@@ -181,7 +203,8 @@ def test_decibels_become_linear_and_come_back(gateway, browser):
     browser.until("return !document.querySelector('.panel-tools button').hidden")
     browser.press("l")
     browser.until("return lumenar.panels.views[0].unit === 'mW'")
-    browser.until("return document.querySelector('.trace-panel h2').textContent === 'Power, mW'")
+    browser.until("return document.querySelector('.trace-panel h2').textContent === 'Power, nW'",
+                  why="title and axis have one unit")
     browser.press("l")
     browser.until("return lumenar.panels.views[0].unit === 'dBm'")
 
@@ -225,6 +248,39 @@ def test_a_deletion_is_undone_within_five_seconds(gateway, platform, browser, em
     assert objects(platform) == []
 
 
+def test_what_was_deleted_here_leaves_the_picture(gateway, platform, browser, empty):
+    name = create(platform, "Peak", NOISE)
+    browser.open(gateway.address, show=[NOISE, name])
+    browser.wait_for_pictures(NOISE, name)
+    browser.click(browser.row(name) + " button", "Delete")
+    browser.until("return lumenar.panels.views.length === 1", limit=12)
+    assert browser.run("return document.querySelector('#missing').hidden")
+    assert browser.run("return lumenar.store.shown") == [NOISE]
+
+
+def test_what_somebody_else_deleted_can_be_taken_away(gateway, platform, browser, empty):
+    name = create(platform, "Peak", NOISE)
+    browser.open(gateway.address, show=[NOISE, name])
+    browser.wait_for_pictures(NOISE, name)
+    platform.mathctl("delete", name)
+    browser.until("return document.querySelector('#missing').textContent.includes(arguments[0])", name)
+    browser.click("#forget")
+    assert browser.run("return lumenar.store.shown") == [NOISE]
+    assert browser.run("return document.querySelector('#missing').hidden")
+
+
+def test_a_deletion_is_taken_back_by_the_button_that_began_it(gateway, platform, browser, empty):
+    name = create(platform, "Peak", NOISE)
+    browser.open(gateway.address, show=[name])
+    browser.wait_for_pictures(name)
+    browser.click(browser.row(name) + " button", "Delete")
+    assert browser.run("return document.activeElement.textContent") == "Undo", "the focus stays where it was"
+    browser.press(Keys.ENTER)
+    assert browser.run("return document.activeElement.textContent") == "Delete"
+    assert browser.run("return document.querySelectorAll('.notice').length") == 0
+    assert len(objects(platform)) == 1
+
+
 def test_an_undone_deletion_stays_undone(gateway, platform, browser, empty):
     name = create(platform, "Peak", NOISE)
     browser.open(gateway.address, show=[name])
@@ -234,6 +290,35 @@ def test_an_undone_deletion_stays_undone(gateway, platform, browser, empty):
     browser.run("window.begun = performance.now()")
     browser.until("return performance.now() - window.begun > 6000", limit=20)
     assert len(objects(platform)) == 1
+
+
+@pytest.mark.parametrize("size", [LAPTOP, PHONE], ids=["laptop", "phone"])
+def test_the_saved_picture_has_all_words_whole(gateway, platform, browser, empty, size):
+    name = create(platform, "RelativeSubtract", TONE, NOISE)
+    browser.open(gateway.address, show=[NOISE, name], size=size)
+    browser.wait_for_pictures(NOISE, name)
+    browser.press("m", "w")
+    browser.until("return [...document.querySelectorAll('.legend-peak')].every((one) => one.textContent !== '')")
+    browser.run("window.wide = 0; const real = CanvasRenderingContext2D.prototype.fillText;"
+                "CanvasRenderingContext2D.prototype.fillText = function (words, x, y) {"
+                "  if (!this.canvas.isConnected) {"
+                "    window.wide = Math.max(window.wide, x + this.measureText(words).width - this.canvas.width);"
+                "    (window.written ??= []).push(words);"
+                "  } return real.call(this, words, x, y); }")
+    browser.press("s")
+    browser.download(".png")
+    written = " ".join(browser.run("return written"))
+    for part in ("Level, dBm", name, "RelativeSubtract of", f"{TONE}, {NOISE}", "▼", "−60 s"):
+        assert part in written, written
+    assert browser.run("return wide") <= 0, "words are cut off at the edge"
+
+
+def test_a_picture_of_nothing_is_refused_in_a_sentence(gateway, browser):
+    browser.open(gateway.address)
+    browser.until("return lumenar.store.shown.length > 0")
+    browser.run("[...lumenar.store.shown].forEach((name) => lumenar.store.hide(name))")
+    browser.press("s")
+    browser.until("return document.querySelector('.notice.error')?.textContent.includes('nothing is shown')")
 
 
 def test_picture_data_and_set_are_saved(gateway, platform, browser, empty):
@@ -295,5 +380,5 @@ def test_nothing_stands_beyond_the_edge(gateway, browser, platform, empty, size)
     browser.wait_for_pictures(NOISE, name, "SIM/1/VOLTAGE")
     browser.click(".trace-panel .legend-buttons button", "Waterfall")
     browser.until("return document.querySelector('.fall') !== null")
-    browser.until("return document.querySelectorAll('#engines tr').length >= 2")
+    browser.until("return document.querySelectorAll('#engines .row').length >= 2")
     assert browser.run("return document.scrollingElement.scrollWidth <= window.innerWidth")
