@@ -4,6 +4,7 @@
 #include <atomic>
 #include <boost/enable_shared_from_this.hpp>
 #include <boost/shared_ptr.hpp>
+#include <exception>
 #include <memory>
 #include <utility>
 
@@ -100,7 +101,11 @@ class PublishedValue : public boost::enable_shared_from_this<PublishedValue<T>> 
     Lumenar::Lock in_order(order_);
     if (!held_) return;  // a later assignment has published it already
     held_ = false;
-    PublishUnlessHeld();
+    try {
+      PublishUnlessHeld();
+    } catch (const std::exception&) {  // another hold stands, and there is no memory to wait for its end
+      Publish();
+    }
   }
 
   /// Reads the value without its lock: it changes under both locks only.
