@@ -14,6 +14,7 @@ namespace Corvanta {
 namespace {
 
 using Test::GiopStream;
+using Test::Wire;
 
 /// Every version, in both byte orders.
 class MessageHead : public testing::TestWithParam<std::tuple<unsigned, bool>> {
@@ -128,7 +129,7 @@ TEST_P(MessageHead, AMarshalExceptionIsALawfulAnswer) {
   EXPECT_EQ(head.id, 5u);
   EXPECT_EQ(head.status, 2u) << "a system exception";
   const std::string results(bytes.begin() + static_cast<std::ptrdiff_t>(head.end), bytes.end());
-  const Test::Wire text = Test::Wire(IsLittleEndian()).Text("IDL:omg.org/CORBA/MARSHAL:1.0");
+  const Wire text = Wire(IsLittleEndian()).Text("IDL:omg.org/CORBA/MARSHAL:1.0");
   ASSERT_EQ(results.substr(0, text.Bytes().size()), text.Bytes());
   EXPECT_EQ(results.size(), (text.Bytes().size() + 3) / 4 * 4 + 8) << "two numbers follow";
   EXPECT_EQ(results.substr(results.size() - 8), std::string(8, '\0'));
