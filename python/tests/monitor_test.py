@@ -139,12 +139,29 @@ def test_an_event_loop_meets_the_timeout_and_the_end(client):
     with pytest.raises(lumenar.Timeout):
         asyncio.run(late())
 
-    async def ended():
-        monitor = client.reading("COUNT").monitor(timeout=10)
-        asyncio.get_running_loop().call_later(0.05, monitor.close)
+    async def ended(close):
+        monitor = client.reading("COUNT").monitor()
+        asyncio.get_running_loop().call_later(0.05, close, monitor)
+        return await asyncio.wait_for(take_all(monitor), 10)
+
+    async def take_all(monitor):
         return [result async for result in monitor]
 
-    assert asyncio.run(ended()) == []
+    assert asyncio.run(ended(lambda monitor: monitor.close())) == []
+    assert asyncio.run(ended(lambda monitor: threading.Thread(target=monitor.close).start())) == []
+
+
+def test_the_descriptor_of_one_that_has_ended_says_so(client):
+    monitor = client.reading("COUNT").monitor()
+    descriptor = monitor.fileno()
+    monitor.poll()
+    assert select.select([descriptor], [], [], 0)[0] == []
+    monitor.close()
+    assert select.select([descriptor], [], [], 10)[0] == [descriptor]
+    assert monitor.fileno() == descriptor and monitor.poll() is None
+    late = client.reading("COUNT").monitor()
+    late.close()
+    assert select.select([late.fileno()], [], [], 0)[0] == [late.fileno()]
 
 
 def test_a_waiting_event_loop_can_be_cancelled(client):

@@ -78,6 +78,14 @@ def test_labels_have_the_unit_of_the_axis(page):
         assert page.module("units.js", "return m.axisLabel(a[0], a[1], a[2])", unit, otherwise, shown) == label
 
 
+def test_all_operations_that_there_are_have_words(page):
+    page.until("return lumenar.store.welcome.math_types.length > 0")
+    names = page.run("return lumenar.store.welcome.math_types.map((type) => type.name)")
+    assert len(names) >= 5
+    assert page.module("operations.js", "return a[0].filter((name) => m.wordsOf(name) === '')", names) == []
+    assert page.module("operations.js", "return m.wordsOf('NOT_THERE') + m.wordsOf('toString')") == ""
+
+
 def test_words_are_broken_into_lines_that_fit(page):
     cases = [("one two three", 7, ["one two", "three"]), ("onetwothree four", 5, ["onetw", "othre", "e", "four"]),
              ("", 5, [""]), ("a b", 0, ["a", "b"])]

@@ -67,8 +67,8 @@ TEST_F(WatchTest, ElementsOfATrace) {
   const auto line = [&](const char* elements) { return Out({"watch", "TRACE", "--for", "0.1", "-#", elements}); };
   EXPECT_THAT(line("2"), EndsWith("  mean 2 mW  samples 1 2\n"));
   EXPECT_THAT(line("0"), EndsWith("  mean 2 mW  samples 1 2 3\n"));
-  const auto lines = ObjectsIn(Out({"watch", "TRACE", "--for", "0.1", "-#", "1", "--json"}));
-  EXPECT_EQ(lines.at(0)["samples"], nlohmann::json({1.0}));
+  const auto objects = ObjectsIn(Out({"watch", "TRACE", "--for", "0.1", "-#", "1", "--json"}));
+  EXPECT_EQ(objects.at(0)["samples"], nlohmann::json({1.0}));
 }
 
 TEST_F(WatchTest, SilenceEndsItWhereThatIsAskedFor) {

@@ -132,7 +132,7 @@ TEST_F(SubscriptionTest, ListsWhatWasRenewedOnceUntilItIsTaken) {
   subscription.Add(connection.FindReading("TYPE"));
   for (int round = 0; round < 2; ++round) {
     platform_.KillTopicManager();
-    std::filesystem::remove_all(platform_.Directory() / "state");
+    ASSERT_TRUE(std::filesystem::remove(platform_.Directory() / "subscriptions.state"));
     platform_.StartTopicManager();
     ASSERT_TRUE(WaitUntil([&] {
       try {

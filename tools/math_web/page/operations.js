@@ -10,5 +10,5 @@ const kWords = {
 
 /** What an operation does, for people; empty for one that is not known here. */
 export function wordsOf(operation) {
-  return kWords[operation] ?? "";
+  return Object.hasOwn(kWords, operation) ? kWords[operation] : "";
 }

@@ -18,8 +18,8 @@ class GroupOfNone : public POA_Corvanta::DDS_GroupSub {
 };
 
 TEST(ReferenceType, IsTheOneThatTheReferenceWasMadeForAndNoOther) {
-  constexpr const char* kWords[] = {"orb_test"};
-  ORB_base orb(1, kWords);
+  constexpr const char* kProgram[] = {"orb_test"};
+  ORB_base orb(1, kProgram);
   PortableServer::Servant_var<GroupOfNone> servant(new GroupOfNone);
   CORBA::Object_var reference = servant->_this();
   EXPECT_TRUE(IsOfType(reference, "IDL:Corvanta/DDS_GroupSub:1.0"));

@@ -15,7 +15,7 @@ TEST(MarshalledValue, ComesBackAsItWasEachTime) {
   const MarshalledValue kept(handles);
   handles.length(0);
   for (int time = 0; time < 2; ++time) {
-    const HandleSeq_var back = kept.NewValue();
+    HandleSeq_var back = kept.NewValue();
     ASSERT_EQ(back->length(), 3U);
     EXPECT_EQ(back[0U], -1);
     EXPECT_EQ(back[2U], 1);
