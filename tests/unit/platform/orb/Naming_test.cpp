@@ -64,6 +64,55 @@ class ForgetfulService : public POA_CosNaming::NamingContext {
   std::atomic<bool> waits_{false};
 };
 
+/// A listing that never ends.
+class EndlessIterator : public POA_CosNaming::BindingIterator {
+ public:
+  CORBA::Boolean next_one(CosNaming::Binding_out binding) override {
+    binding = new CosNaming::Binding;
+    return true;
+  }
+  CORBA::Boolean next_n(CORBA::ULong, CosNaming::BindingList_out bindings) override {
+    ++parts;
+    bindings = new CosNaming::BindingList;
+    bindings->length(1);
+    (*bindings)[0].binding_name.length(1);
+    (*bindings)[0].binding_name[0].id = "A";
+    return true;
+  }
+  void destroy() override { ++ends; }
+
+  std::atomic<int> parts{0}, ends{0};
+};
+
+class EndlessService : public ForgetfulService {
+ public:
+  void list(CORBA::ULong, CosNaming::BindingList_out bindings, CosNaming::BindingIterator_out more) override {
+    bindings = new CosNaming::BindingList;
+    more = iterator->_this();
+  }
+
+  const PortableServer::Servant_var<EndlessIterator> iterator{new EndlessIterator};
+};
+
+TEST(Naming_, AListingWithoutAnEndIsGivenUp) {
+  int argc = 0;
+  CORBA::ORB_var orb = CORBA::ORB_init(argc, nullptr);
+  const PortableServer::Servant_var<EndlessService> service(new EndlessService);
+  CORBA::Object_var root_poa = orb->resolve_initial_references("RootPOA");
+  PortableServer::POA_var poa = PortableServer::POA::_narrow(root_poa);
+  const PortableServer::POAManager_var manager = poa->the_POAManager();
+  manager->activate();
+  const CosNaming::NamingContext_var reference = service->_this();
+  orb->register_initial_reference("NameService", reference);
+  {
+    Naming naming(orb, "here");
+    EXPECT_THROW(naming.List({}), CORBA::IMP_LIMIT);
+  }
+  EXPECT_LT(service->iterator->parts, 1000);
+  EXPECT_EQ(service->iterator->ends, 1) << "the service keeps nothing of it";
+  orb->destroy();
+}
+
 TEST(Naming_, ANameThatIsBeingPutBackWhileAllAreUnboundDoesNotStay) {
   int argc = 0;
   CORBA::ORB_var orb = CORBA::ORB_init(argc, nullptr);
