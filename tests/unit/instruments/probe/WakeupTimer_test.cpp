@@ -10,12 +10,14 @@
 namespace Lumenar::Probe {
 namespace {
 
+using Test::WaitUntil;
+
 TEST(WakeupTimer, ASecondStartDoesNothing) {
   WakeupHistory history(kTimerPeriod_ns);
   WakeupTimer timer(history);
   timer.Start();
   timer.Start();
-  EXPECT_TRUE(Test::WaitUntil([&] { return !history.Measured_us().empty(); }));
+  EXPECT_TRUE(WaitUntil([&] { return !history.Measured_us().empty(); }));
 }
 
 TEST(WakeupTimer, MayBeStoppedBesideItsStart) {
