@@ -77,7 +77,8 @@ std::vector<char*> PointersTo(std::vector<std::string>& words) {
   return pointers;
 }
 
-/// In the new process, where only calls may be made that are safe beside threads that are gone.
+/// Runs in the new process between fork and exec, where only async-signal-safe calls may be made: other threads of the
+/// old one may have held locks.
 [[noreturn]] void BecomeTimedProgram(char* const* words, int out, int error) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   ::setpgid(0, 0);

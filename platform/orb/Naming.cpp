@@ -117,7 +117,7 @@ void Naming::WaitUntilItAnswers(std::chrono::seconds limit) const {
   while (Clock::now() < end && !IsThere(std::chrono::milliseconds(kProbeLimit_ms))) {
     Lumenar::Signals::ThrowIfPending();
     if (!std::exchange(was_told, true)) NoteWait(limit);
-    std::this_thread::sleep_for(kPause);  // what answers nobody here costs next to nothing
+    std::this_thread::sleep_for(kPause);  // a service that is not there refuses at once, so looking often is cheap
   }
 }
 

@@ -44,7 +44,7 @@ void RequireNoOrb() {
   try {
     omniORB::getInterceptors();
   } catch (const CORBA::INITIALIZE&) {
-    return;  // what is to be: nobody has initialised it
+    return;  // as it should be: nobody has initialised one
   }
   throw std::logic_error("ORB_base: the ORB of this process is initialised already");
 }

@@ -3,6 +3,7 @@
 
 import asyncio
 import select
+import sys
 import threading
 import time
 
@@ -187,6 +188,22 @@ def test_other_threads_run_while_one_waits(client):
         now = time.monotonic()
         longest, last = max(longest, now - last), now
     assert longest < 0.5
+
+
+def test_results_arrive_while_python_computes(client):
+    """Who delivers takes no GIL: what came while it was held is there at once."""
+    before = sys.getswitchinterval()
+    with client.reading("FAST").monitor() as monitor:
+        next(monitor)
+        sys.setswitchinterval(1000)  # from here on no other thread gets it, and poll() does not give it away
+        try:
+            end = time.monotonic() + 1
+            while time.monotonic() < end:
+                pass
+            arrived = sum(1 for _ in iter(monitor.poll, None))
+        finally:
+            sys.setswitchinterval(before)
+    assert arrived >= 10  # of 200
 
 
 def test_a_topic_manager_that_was_started_again_delivers(own_platform):

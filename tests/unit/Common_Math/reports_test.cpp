@@ -2,7 +2,7 @@
 // What a math object reports of itself: samples, results, their times, the present result, and refusals.
 #include <gmock/gmock.h>
 
-#include "Common_Math/src/SampleFigures.h"
+#include "Common_Math/src/RefusedSamples.h"
 #include "tests/support/OperationFixture.h"
 
 namespace Lumenar::Test {

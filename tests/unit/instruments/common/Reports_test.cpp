@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "instruments/scpi/Reports.h"
+#include "instruments/common/Reports.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <vector>
 
-namespace Lumenar::Scpi {
+namespace Lumenar::Instruments {
 namespace {
 
 using testing::ElementsAre;
@@ -37,4 +37,4 @@ TEST_F(ReportsTest, LinesThatDifferAreKindsOfTheirOwnWhereThatIsWanted) {
 }
 
 }  // namespace
-}  // namespace Lumenar::Scpi
+}  // namespace Lumenar::Instruments

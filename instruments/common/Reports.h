@@ -9,10 +9,10 @@
 #include "platform/base/Diagnostic.h"
 #include "platform/base/Mutex.h"
 
-namespace Lumenar::Scpi {
+namespace Lumenar::Instruments {
 
-/// Lines on standard error about one device, each kind of them at most once a minute. The next line of a kind says how
-/// many came in between.
+/// Lines on standard error about one device, each kind of them at most once a minute, whatever the device does. The next
+/// line of a kind says how many came in between.
 /// Threads   any.
 class Reports {
  public:
@@ -44,4 +44,4 @@ class Reports {
   std::map<std::string, Kind> kinds_ GUARDED_BY(mutex_);
 };
 
-}  // namespace Lumenar::Scpi
+}  // namespace Lumenar::Instruments

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// What users write: names of devices, options, error rules, and all settings together.
+// What users write: names of devices, options, error bands, and all settings together.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <stdexcept>
 
 #include "instruments/sigrok/SigrokOptions.h"
@@ -50,34 +49,17 @@ TEST(DeviceName, TheNetworkIsRefusedWithWhoReadsIt) {
   EXPECT_NO_THROW(ParseDeviceName("scpi-dmm:conn=usbtmc/1.2"));
 }
 
-TEST(ErrorRule, OfReadingAndOfUnit) {
-  struct {
-    const char* text;
-    ErrorRule rule;
-  } const rows[] = {
-      {"0.5 % + 0.003", {0.5, 0.003}}, {"0.003+0.5%", {0.5, 0.003}}, {" 1e-3 ", {0, 0.001}}, {"2%", {2, 0}},
-      {"1 % + 2 % + 3", {3, 3}},       {"500 ppm + 1", {0.05, 1}},   {"0", {0, 0}},
-  };
-  for (const auto& row : rows) EXPECT_EQ(ParseErrorRule(row.text), row.rule) << row.text;
+TEST(ErrorBands, TheOwnOneOfAReadingComesBeforeTheGeneralOne) {
+  const auto bands = ErrorBandsFromText("P1_VOLTAGE_DC = 0.5 % + 0.003; 1 %;");
+  EXPECT_DOUBLE_EQ(FindErrorBand(bands, "P1_VOLTAGE_DC")->Of(-10), 0.053);
+  EXPECT_DOUBLE_EQ(FindErrorBand(bands, "P1_CURRENT_DC")->Of(-10), 0.1);
+  EXPECT_EQ(FindErrorBand(ErrorBandsFromText("A=1"), "B"), nullptr);
+  EXPECT_THAT(ErrorBandsFromText(""), IsEmpty());
 }
 
-TEST(ErrorRule, WhatIsNoneIsRefused) {
-  for (const char* text : {"", "%", "a", "1 +", "1 1", "-1", "1 % %", "inf", "nan", "1 % of reading", "1e999"})
-    EXPECT_THROW(ParseErrorRule(text), std::invalid_argument) << text;
-}
-
-TEST(ErrorRule, OfAReading) {
-  constexpr ErrorRule kRule{0.5, 0.003};
-  EXPECT_DOUBLE_EQ(kRule.Of(-10), 0.053);
-  EXPECT_EQ(kRule.Of(std::numeric_limits<double>::infinity()), 0);
-  EXPECT_EQ(kRule.Of(std::numeric_limits<double>::quiet_NaN()), 0);
-}
-
-TEST(ErrorRule, TheOwnOneOfAReadingComesBeforeTheGeneralOne) {
-  const auto rules = ParseErrorRules("P1_VOLTAGE_DC = 0.5 % + 0.003; 1 %");
-  EXPECT_EQ(*FindErrorRule(rules, "P1_VOLTAGE_DC"), (ErrorRule{0.5, 0.003}));
-  EXPECT_EQ(*FindErrorRule(rules, "P1_CURRENT_DC"), (ErrorRule{1, 0}));
-  EXPECT_EQ(FindErrorRule(ParseErrorRules("A=1"), "B"), nullptr);
+TEST(ErrorBands, WhatIsNoneIsRefused) {
+  for (const char* text : {"much", "A=", "A=1;B=", "1 % of reading", "A=B=1"})
+    EXPECT_THROW(ErrorBandsFromText(text), std::invalid_argument) << text;
 }
 
 TEST(SigrokOptions, AllSettings) {

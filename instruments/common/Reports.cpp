@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "instruments/scpi/Reports.h"
+#include "instruments/common/Reports.h"
 
 #include <fmt/format.h>
 
 #include <utility>
 
-namespace Lumenar::Scpi {
+namespace Lumenar::Instruments {
 namespace {
 
 constexpr std::chrono::minutes kPause{1};
@@ -45,4 +45,4 @@ bool Reports::Say(const std::string& line, const std::string& kind, Priority pri
   return true;
 }
 
-}  // namespace Lumenar::Scpi
+}  // namespace Lumenar::Instruments
