@@ -17,7 +17,7 @@ void Volley::Fire(long tries) {
   try {
     while (tries_ < tries && wrong_.empty()) {
       const long count = std::min(kAtATime, tries - tries_);
-      if (attack_.outcome == WireAttack::Ends) FireEnding(count);
+      if (attack_.outcome == WireAttack::Ends || attack_.outcome == WireAttack::Closed) FireEnding(count);
       else FireOnOne(count);
       tries_ += count;
     }
@@ -26,14 +26,13 @@ void Volley::Fire(long tries) {
   }
 }
 
-/// Each on a connection of its own, side by side; the other end closes, the last of all when this one has closed its
-/// half.
+/// Each on a connection of its own, side by side; the other end closes: by itself, or when this one has closed its half.
 void Volley::FireEnding(long count) {
   std::vector<std::unique_ptr<Client>> clients;
   for (long i = 0; i < count; ++i) {
     clients.push_back(std::make_unique<Client>(target_));
     clients.back()->Send(attack_.bytes(*clients.back()));
-    clients.back()->EndSending();
+    if (attack_.outcome == WireAttack::Ends) clients.back()->EndSending();
   }
   for (auto& client : clients)
     if (!client->WaitUntilClosed(kLimit)) wrong_ = "a connection is kept";
