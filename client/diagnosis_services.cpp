@@ -214,7 +214,13 @@ Finding ExamineOwnSubscription(Connection& connection) {
     CORBA::Any sample;
     sample <<= mark;
     Remote("topic manager", [&] { manager->Publish(sample, own.topic.c_str()); });
-    while (const auto delivery = subscription.Next(connection.Timeout())) {
+    const auto end = begun + connection.Timeout();  // others may publish there without end
+    const auto left = [end] {
+      return std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+    };
+    while (left().count() > 0) {
+      const auto delivery = subscription.Next(left());
+      if (!delivery) break;
       const auto* number = std::get_if<CORBA::Long>(&delivery->record);
       if (number == nullptr || *number != mark) continue;  // another command's
       const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - begun;

@@ -107,26 +107,39 @@ void Device::Greet() {
   ReportErrors();
 }
 
+/// What goes wrong until Answered counts as a failure of this question.
 std::string Device::Ask(OptionalQuestion& question) {
   optional_question_ = &question;
-  std::string answer = session_->Ask(question.text).bytes;
+  return session_->Ask(question.text).bytes;
+}
+
+void Device::Answered() noexcept {
+  optional_question_->failures = 0;
+  optional_question_->is_known = true;
   optional_question_ = nullptr;
-  question.failures = 0;
-  return answer;
+}
+
+/// A device that measures answers again what it answered before it fell silent.
+void Device::AskAgain() noexcept {
+  for (OptionalQuestion* question : {&identify_, &errors_})
+    if (question->is_known) question->failures = 0;
 }
 
 void Device::Identify() {
-  if (identify_.text.empty()) return;
+  if (!identify_.IsAsked()) return;
   const std::string identity = Ask(identify_);
+  Answered();
   if (!was_connected_) WriteOut(fmt::format("{}: connected to {}", title_, Quoted(identity)));
 }
 
 /// Reads the device's error queue; whether there was nothing in it.
 bool Device::ReportErrors() {
-  if (errors_.text.empty()) return true;
+  if (!errors_.IsAsked()) return true;
   for (int count = 0; count < kMostErrors; ++count) {
     const std::string text = Ask(errors_);
-    if (NumberFromText(std::string_view(text).substr(0, text.find(','))) == 0) return count == 0;
+    const bool is_error = NumberFromText(std::string_view(text).substr(0, text.find(','))) != 0;
+    Answered();
+    if (!is_error) return count == 0;
     reports_.SayAsItIs(fmt::format("{}: reports {}", title_, Quoted(text)));
   }
   return false;
@@ -157,6 +170,7 @@ void Device::Measure(Turn& turn) {
   turn_ = nullptr;
   turn.failures = 0;
   pause_ = kShortestPause;
+  AskAgain();
   turn.due = turn.period == kNoPeriod ? Clock::time_point::max()
                                       : Instruments::NextDeadline(turn.due, Clock::now(), turn.period);
   if (std::exchange(was_reported_lost_, false)) reports_.Say(title_ + ": is back", Priority::Notice);
@@ -173,8 +187,7 @@ Clock::time_point Device::Lost(const std::string& reason) {
   const std::string message = session_ ? session_->LastMessage() : std::string();
   session_.reset();
   wishes_.Close();
-  if (OptionalQuestion* question = std::exchange(optional_question_, nullptr))
-    if (++question->failures >= 2) question->text.clear();
+  if (OptionalQuestion* question = std::exchange(optional_question_, nullptr)) ++question->failures;
   if (Turn* turn = std::exchange(turn_, nullptr)) Postpone(*turn);
   const std::string where = message.empty() ? "" : message + ": ";
   if (reports_.Say(fmt::format("{}: {}{}; connecting anew", title_, where, reason))) was_reported_lost_ = true;

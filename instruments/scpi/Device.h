@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "instruments/common/Instrument.h"
+#include "instruments/common/Reports.h"
 #include "instruments/scpi/DeviceConfig.h"
-#include "instruments/scpi/Reports.h"
 #include "instruments/scpi/Session.h"
 #include "instruments/scpi/SetQueue.h"
 #include "instruments/scpi/StopSign.h"
@@ -47,10 +47,14 @@ class Device {
     unsigned failures = 0;
   };
 
-  /// A question that a device need not know. One that was not answered twice is not asked any more.
+  /// A question that a device need not know. One that was not answered twice in a row is not asked any more; where the
+  /// device has answered it before, it is once more when it measures again.
   struct OptionalQuestion {
     std::string text;
     int failures = 0;
+    bool is_known = false;
+
+    bool IsAsked() const { return !text.empty() && failures < 2; }
   };
 
   static constexpr std::chrono::nanoseconds kNoPeriod{0};
@@ -62,6 +66,8 @@ class Device {
   void Postpone(Turn& turn);
   void Greet();
   std::string Ask(OptionalQuestion& question);
+  void Answered() noexcept;
+  void AskAgain() noexcept;
   void Identify();
   bool ReportErrors();
   void BeginAnew();
@@ -73,7 +79,7 @@ class Device {
   const DeviceConfig config_;
   const std::string title_;  ///< begins its lines
   StopSign stop_;
-  Reports reports_;
+  Instruments::Reports reports_;
   SetQueue wishes_;
   // The rest belongs to the task.
   std::vector<Turn> turns_;  ///< first those of the settings

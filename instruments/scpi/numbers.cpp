@@ -100,10 +100,27 @@ void ForEachNumber(const Answer& answer, const NumberForm& form, Take take) {
   }
 }
 
-/// About how many numbers an answer has.
-std::size_t Estimate(const Answer& answer) {
+/// Bytes of a number in a block.
+std::size_t SizeOf(BlockForm form) {
+  switch (form) {
+    case BlockForm::Real64: return sizeof(double);
+    case BlockForm::Real32:
+    case BlockForm::Int32:
+    case BlockForm::Uint32: return sizeof(float);
+    case BlockForm::Int16:
+    case BlockForm::Uint16: return sizeof(std::int16_t);
+    case BlockForm::Int8:
+    case BlockForm::Uint8:
+    case BlockForm::Ascii: break;
+  }
+  return 1;
+}
+
+/// How many numbers an answer has, where it can be read.
+std::size_t CountIn(const Answer& answer, BlockForm form) {
   const std::string& bytes = answer.bytes;
-  return answer.is_block ? bytes.size() / sizeof(float) : 1 + std::count(bytes.begin(), bytes.end(), ',');
+  if (answer.is_block && form != BlockForm::Ascii) return bytes.size() / SizeOf(form);
+  return 1 + static_cast<std::size_t>(std::count(bytes.begin(), bytes.end(), ','));
 }
 
 /// The usual sweep, single precision as it is: in plain loops, which compilers make fast, without the way through double.
@@ -143,11 +160,14 @@ double NumberFromText(std::string_view text) {
 }
 
 std::vector<float> SamplesOf(const Answer& answer, const NumberForm& form, const Scaling& scaling) {
+  const std::size_t count = CountIn(answer, form.block);
+  if (count > kMostPoints)
+    throw std::runtime_error(fmt::format("a trace of {} points, more than {}", count, kMostPoints));
   std::vector<float> samples;
   if (answer.is_block && form.block == BlockForm::Real32 && scaling.IsNone()) {
     samples = SinglePrecision(answer.bytes, IsReversed(form.order));
   } else {
-    samples.reserve(Estimate(answer));
+    samples.reserve(count);
     ForEachNumber(answer, form, [&](double number) { samples.push_back(SampleOf(scaling.Of(number))); });
   }
   if (samples.empty()) throw std::runtime_error("a block without numbers");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -8,6 +9,8 @@
 #include "instruments/scpi/AnswerReader.h"
 
 namespace Lumenar::Scpi {
+
+inline constexpr std::size_t kMostPoints = std::size_t{1} << 24;  ///< the longest trace that the platform carries
 
 /// The order of the bytes of numbers in blocks. Instruments begin with Big, whatever their processor.
 enum class ByteOrder { Big, Little };
@@ -39,7 +42,7 @@ double NumberFromText(std::string_view text);
 
 /// All numbers of an answer as samples: a text with commas between, or what a block holds in `form`. Numbers that a
 /// sample has no room for are infinite.
-/// Errors   std::runtime_error: a text that is no number, a block with part of one, none at all.
+/// Errors   std::runtime_error: a text that is no number, a block with part of one, none at all, more than kMostPoints.
 std::vector<float> SamplesOf(const Answer& answer, const NumberForm& form, const Scaling& scaling);
 
 /// The one number of an answer.

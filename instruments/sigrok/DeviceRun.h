@@ -17,7 +17,7 @@ struct RunPlace {
   SessionContext& context;
   const std::atomic<bool>& stop;                       ///< the run is to end
   const std::function<void()>& alive;                  ///< called each tick: the thread still works
-  const std::function<void(const std::string&)>& say;  ///< a line for people
+  const std::function<void(const std::string&)>& say;  ///< a line for people about a packet, of which many may come
 };
 
 /// One acquisition of an open device, from its start to its end.

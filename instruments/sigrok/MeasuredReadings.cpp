@@ -31,9 +31,9 @@ std::string UnitsForPeople(const Value::Units& units) {
 /// A reading of single numbers.
 class MeasuredReadings::Number {
  public:
-  Number(const Place& place, const std::string& name, const ErrorRule* rule, const UnitRow& units,
+  Number(const Place& place, const std::string& name, const Instruments::ErrorBand* band, const UnitRow& units,
          const MeasuredNumber& first)
-      : rule_(rule), reading_(place.namer, place.registration, name.c_str(), RecordOf(units, first)) {
+      : band_(band), reading_(place.namer, place.registration, name.c_str(), RecordOf(units, first)) {
     WriteOut(fmt::format("SIGROK: {}: numbers {}", reading_.GetName(), UnitsForPeople(units.units)));
   }
 
@@ -42,11 +42,11 @@ class MeasuredReadings::Number {
  private:
   Corvanta::VALUE_DOUBLE::VALUE RecordOf(const UnitRow& units, const MeasuredNumber& number) const {
     const double digit = std::isfinite(number.value) ? number.count.value_or(0) : 0;
-    const double error = rule_ != nullptr ? rule_->Of(number.value) : digit;
+    const double error = band_ != nullptr ? band_->Of(number.value) : digit;
     return VALUE::ValueToCorba(Value::Value_object<double>(number.value, units.units, 0 - error, error));
   }
 
-  const ErrorRule* const rule_;  // null: one count of the last digit
+  const Instruments::ErrorBand* const band_;  // null: one count of the last digit
   Corvanta::EngineReadingValueDouble_i reading_;
 };
 
@@ -82,12 +82,12 @@ class MeasuredReadings::Trace {
     Instruments::SetCaptureTime(record, Instruments::CaptureTimeNow());
   }
 
-  std::uint32_t next_number_ = 0;
+  std::uint32_t next_number_ = 1;  // the first is 0, when the reading is offered
   BT_DATA record_;
   Corvanta::EngineBasicTrace_i reading_;
 };
 
-MeasuredReadings::MeasuredReadings(const Place& place, std::vector<NamedErrorRule> errors)
+MeasuredReadings::MeasuredReadings(const Place& place, std::vector<NamedErrorBand> errors)
     : place_(place), errors_(std::move(errors)) {}
 
 MeasuredReadings::~MeasuredReadings() = default;
@@ -102,7 +102,7 @@ void MeasuredReadings::TakeNumber(const Meaning& meaning, const UnitRow& units, 
   if (found != numbers_.end()) return found->second->Publish(units, number);
   RequireRoom();
   const std::string name = meaning.ReadingName();
-  auto reading = std::make_unique<Number>(place_, name, FindErrorRule(errors_, name), units, number);
+  auto reading = std::make_unique<Number>(place_, name, FindErrorBand(errors_, name), units, number);
   numbers_.emplace(meaning, std::move(reading));
 }
 

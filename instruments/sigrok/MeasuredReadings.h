@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "instruments/common/Instrument.h"
-#include "instruments/sigrok/ErrorRule.h"
 #include "instruments/sigrok/SampleCutter.h"
+#include "instruments/sigrok/error_bands.h"
 
 namespace Lumenar::Sigrok {
 
@@ -19,7 +19,7 @@ class MeasuredReadings final : public MeasurementSink {
  public:
   static constexpr std::size_t kMostReadings = 256;
 
-  MeasuredReadings(const Instruments::Place& place, std::vector<NamedErrorRule> errors);
+  MeasuredReadings(const Instruments::Place& place, std::vector<NamedErrorBand> errors);
   ~MeasuredReadings() override;
 
   /// Errors   std::length_error beyond kMostReadings; CORBA system exceptions.
@@ -33,7 +33,7 @@ class MeasuredReadings final : public MeasurementSink {
   void RequireRoom() const;
 
   const Instruments::Place place_;
-  const std::vector<NamedErrorRule> errors_;
+  const std::vector<NamedErrorBand> errors_;
   std::map<Meaning, std::unique_ptr<Number>> numbers_;
   std::map<Meaning, std::unique_ptr<Trace>> traces_;
 };

@@ -99,7 +99,9 @@ std::optional<milliseconds> SigrokInstrument::Measure() {
   const std::function<void()> learn_rate = [&] { cutter.SetSampleRate(device.SampleRate_Hz()); };
   learn_rate();
   const std::function<void()> alive = [this] { SayAlive(); };
-  const std::function<void(const std::string&)> say = [this](const std::string& what) { Say(what); };
+  const std::function<void(const std::string&)> say = [this](const std::string& what) {
+    reports_.SayAsItIs(Text(what));
+  };
   const auto begin = Clock::now();
   DeviceRun::End end;
   try {

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "instruments/common/Instrument.h"
+#include "instruments/common/Reports.h"
 #include "instruments/sigrok/DeviceRun.h"
 #include "instruments/sigrok/DeviceSettings.h"
 #include "instruments/sigrok/MeasuredReadings.h"
@@ -53,6 +54,7 @@ class SigrokInstrument : public Instruments::Instrument {
   const SigrokOptions options_;
   SigrokLibrary library_;
   SessionContext context_;
+  Instruments::Reports reports_;  // of packets, which may be many
   std::unique_ptr<MeasuredReadings> readings_;
   std::unique_ptr<DeviceSettings> settings_;
   std::unique_ptr<PeriodicTask> watchdog_;

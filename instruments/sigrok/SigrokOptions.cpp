@@ -68,7 +68,7 @@ SigrokOptions ParseSigrokOptions(const Settings& settings) {
     throw std::invalid_argument("SIGROK_DEVICE names no device: expected DRIVER or DRIVER:KEY=VALUE..., as demo");
   options.device = Parsed(settings, "SIGROK_DEVICE", [](const std::string& text) { return ParseDeviceName(text); });
   options.config = Parsed(settings, "SIGROK_CONFIG", [](const std::string& text) { return ParseDeviceOptions(text); });
-  options.errors = Parsed(settings, "SIGROK_ERROR", [](const std::string& text) { return ParseErrorRules(text); });
+  options.errors = Parsed(settings, "SIGROK_ERROR", [](const std::string& text) { return ErrorBandsFromText(text); });
   options.channels = Listed(TextSetting(settings, "SIGROK_CHANNELS"));
   options.attributes = Listed(TextSetting(settings, "SIGROK_ATTRIBUTES"));
   const double points = WholeSetting(settings, "SIGROK_POINTS", 0, 1, kMostPoints_double);

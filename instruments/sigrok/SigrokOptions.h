@@ -9,7 +9,7 @@
 
 #include "instruments/common/Settings.h"
 #include "instruments/sigrok/DeviceName.h"
-#include "instruments/sigrok/ErrorRule.h"
+#include "instruments/sigrok/error_bands.h"
 
 namespace Lumenar::Sigrok {
 
@@ -19,7 +19,7 @@ struct SigrokOptions {
   std::vector<DeviceOption> config;     ///< set at the open device
   std::vector<std::string> channels;    ///< empty: all that are analog
   std::vector<std::string> attributes;  ///< options, KEY or GROUP.KEY, that clients can set
-  std::vector<NamedErrorRule> errors;
+  std::vector<NamedErrorBand> errors;
   std::optional<std::size_t> points;            ///< of a trace that is cut from a stream; 1: numbers
   std::chrono::milliseconds scan_limit{10000};  ///< of a search for the device
   std::chrono::milliseconds retry{3000};        ///< between two searches

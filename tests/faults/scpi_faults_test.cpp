@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <set>
+#include <sstream>
 
 #include "tests/faults/FaultCase.h"
 #include "tests/support/ProcessFigures.h"
@@ -111,6 +113,70 @@ TEST_F(ScpiFaults, NumbersThatAreNone) {
   EXPECT_TRUE(WaitUntil([&] { return count([](const Scalar& s) { return std::isinf(s.val) && s.val < 0; }) == 1; }));
   EXPECT_EQ(count([](const Scalar& s) { return !std::isfinite(s.val) && s.plus_err != 0; }), 0);
   EXPECT_EQ(scpi_->Error(), "");
+}
+
+/// What the server can do wrong has a row here.
+TEST(ScpiServerFaults, EachIsARow) {
+  Process server({"python3", ScpiServerPath(), "--faults"});
+  ASSERT_EQ(server.WaitForExit(), 0) << server.Error();
+  std::set<std::string> rows = {"NAN", "INF", "NINF", "GREET", "FIRST"}, faults;
+  for (const ScpiFault& fault : kBlockFaults) rows.insert(fault.name);
+  std::istringstream lines(server.Out());
+  for (std::string line; std::getline(lines, line);) faults.insert(line.substr(0, line.find(' ')));
+  EXPECT_EQ(faults, rows);
+}
+
+TEST_F(ScpiFaults, NoneGivesANumberThatWasNotMeasured) {
+  DescribeFault("instrument: faults of a number",
+                "all faults of a sweep, one after another, in place of a multimeter's number (in short every fourth)",
+                "every number that is published was measured; it goes on after each");
+  StartScpi(
+      fmt::format("connect = {}\nfirst_timeout = 2 s ; timeout = 400 ms ; largest = 500 kB\n[scalar VOLTAGE]\n"
+                  "query = :MEAS:VOLT:DC?\nunit = V\nrate = 50\n",
+                  server_.Multimeter()));
+  const Watcher<Scalar> voltages(TopicOf("VOLTAGE"));
+  for (std::size_t i = 0; i < std::size(kBlockFaults); i += ByLength(4, 1)) {
+    const auto& [name, line, seconds] = kBlockFaults[i];
+    ScpiServer::Misbehave(server_.Multimeter(), name, 1, seconds);
+    EXPECT_TRUE(WaitUntil([&] { return ScpiServer::FaultsToCome(server_.Multimeter()) == 0; }, 20s)) << name;
+    const std::size_t count = voltages.All().size();
+    EXPECT_TRUE(WaitUntil([&] { return voltages.All().size() > count + 2; }, 20s)) << name << scpi_->Error();
+  }
+  for (const Scalar& voltage : voltages.All()) EXPECT_NEAR(voltage.val, 5, 0.011);
+  EXPECT_TRUE(scpi_->IsRunning());
+}
+
+TEST_F(ScpiFaults, OneThatHangsHoldsNoOther) {
+  DescribeFault("instrument: hangs beside another", "one of two instruments of an engine does not answer for 10 s",
+                "the other one's readings go on meanwhile");
+  const auto analyser = platform_.Directory() / "analyser.scpi", multimeter = platform_.Directory() / "dmm.scpi";
+  WriteText(analyser, fmt::format("connect = {}\ntimeout = 10 s\n[trace LEVEL]\nquery = :TRAC? TRACE1\nunit = dBm\n",
+                                  server_.Analyser()));
+  WriteText(multimeter, fmt::format("connect = {}\n[scalar VOLTAGE]\nquery = :MEAS:VOLT:DC?\nunit = V\nrate = 50\n",
+                                    server_.Multimeter()));
+  StartScpiWith(analyser.string() + ';' + multimeter.string());
+  TraceNow("LEVEL");
+  const Watcher<Scalar> voltages(TopicOf("VOLTAGE"));
+  ScpiServer::Misbehave(server_.Analyser(), "HANG");
+  EXPECT_TRUE(WaitUntil([&] { return ScpiServer::FaultsToCome(server_.Analyser()) == 0; }));
+  const std::size_t count = voltages.All().size();
+  EXPECT_TRUE(WaitUntil([&] { return voltages.All().size() >= count + 50; })) << scpi_->Error();
+  EXPECT_EQ(Lines("no answer"), 0u) << "it still waits for the other";
+}
+
+TEST_F(ScpiFaults, OneThatIsSlowToBeginIsWaitedFor) {
+  const int seconds = ByLength(1, 10);
+  DescribeFault("instrument: slow to begin", "the first answer of a connection comes after 1 s (at full length 10 s)",
+                "within first_timeout it is waited for: no line, one connection; timeout holds for the others");
+  const int before = Connections();
+  ScpiServer::Misbehave(server_.Analyser(), "FIRST", 1, seconds);
+  StartScpi(
+      fmt::format("connect = {}\nstart = :FORM REAL,32 ; :FORM:BORD SWAP\nfirst_timeout = 15 s ; timeout = 400 ms\n"
+                  "[trace LEVEL]\nquery = :TRAC? TRACE1\nunit = dBm\nrate = 20\n",
+                  server_.Analyser()));
+  EXPECT_EQ(TraceNow("LEVEL").samples.length(), 10001u);
+  EXPECT_EQ(scpi_->Error(), "");
+  EXPECT_EQ(Connections(), before + 3) << "that of the fault, the engine's, and this one";
 }
 
 TEST_F(ScpiFaults, LateAnswersAreNotThoseOfTheNextQuestion) {

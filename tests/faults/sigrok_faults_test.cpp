@@ -91,6 +91,16 @@ TEST_F(SigrokFault, ADriverThatHangs) {
   EXPECT_LT(took, std::chrono::seconds(10));
 }
 
+TEST_F(SigrokFault, ADriverThatHangsForAMinute) {
+  if (!FullLength()) GTEST_SKIP() << "takes more than a minute: at full length";
+  DescribeFault("driver hangs for good", "a driver that hangs while it measures, and nobody who ends the engine",
+                "after a minute one line, and the host goes by itself");
+  Process& engine = StartSigrok(Hanging("run"));
+  ASSERT_TRUE(WaitForText(engine, " measures")) << engine.Error();
+  EXPECT_EQ(engine.WaitForExit(std::chrono::seconds(90)), 1);
+  EXPECT_THAT(engine.Error(), HasSubstr("its driver has hung for 60 s; the host goes\n"));
+}
+
 TEST_F(SigrokFault, AScanThatHangs) {
   DescribeFault("device holds a scan", "a device that does not answer, and a driver that waits for it for ever",
                 "the scan is ended at its limit; one line; the engine serves meanwhile and ends at once");

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# A person who has the packages and README alone, on a machine like this one but without the source tree: the packages are
-# installed, the commands of README's first pages run as they stand there, and the examples that come with the packages (clients,
-# instrument, shell, Python and its notebook) are built and run with nothing else of ours, as a user without rights. Tells how
-# long it took. Usage: new_user.sh SOURCE_DIRECTORY BUILD_DIRECTORY
+# A person who has the packages and their pages alone, on a machine like this one but without the source tree: the packages are
+# installed, the commands of README's first pages and of the page about the first instrument run as they stand there, and the
+# examples that come with the packages (clients, instrument, shell, Python and its notebook) are built and run with nothing else
+# of ours, as a user without rights. Tells how long it took. Usage: new_user.sh SOURCE_DIRECTORY BUILD_DIRECTORY
 set -euo pipefail
 source=$1 build=$2
 packages=$source/build/packages/$(dpkg --print-architecture)
@@ -11,6 +11,8 @@ packages=$source/build/packages/$(dpkg --print-architecture)
 . "$source/scripts/lib.sh"
 # shellcheck source=tests/install/clean_root.sh
 . "$source/tests/install/clean_root.sh"
+# shellcheck source=tests/install/pages.sh
+. "$source/tests/install/pages.sh"
 require_packages
 
 # In spaces of its own: what is installed and started is gone with the script.
@@ -76,6 +78,16 @@ follows_readme() {
   ls "$machine$home"/*.png >/dev/null 2>&1 || fail "README's commands leave no picture: $(ls "$machine$home")"
 }
 
+# The instrument that a program plays, and libsigrok's demonstration device.
+follows_first_instrument() {
+  commands_of "$machine/usr/share/doc/lumenar/docs/first-instrument.md" >"$work/commands"
+  grep -q 'SCPI_DEVICES=' "$work/commands" || fail "the page about the first instrument shows none: $(cat "$work/commands")"
+  as_user first_instrument "$(pages_prelude; cat "$work/commands")"
+  for picture in spectrum wave; do
+    [ -s "$machine$home/$picture.png" ] || fail "the page about the first instrument leaves no $picture.png: $(ls "$machine$home")"
+  done
+}
+
 builds_the_examples() {
   as_user build 'cp -r /usr/share/doc/lumenar/examples . && cmake -G Ninja -S examples -B build && cmake --build build'
   # Without CMake, as the page says, but for the path of packages.
@@ -112,6 +124,10 @@ echo "installed after $((SECONDS - begin)) s"
 follows_readme
 echo "README followed after $((SECONDS - begin)) s"
 [ $((SECONDS - begin)) -lt 300 ] || fail "README promises five minutes; it took $((SECONDS - begin)) s"
+instrument_begin=$SECONDS
+follows_first_instrument
+echo "the page about the first instrument followed in $((SECONDS - instrument_begin)) s"
+[ $((SECONDS - instrument_begin)) -lt 300 ] || fail "it promises five minutes"
 builds_the_examples
 runs_the_examples
 echo "clients, instrument and scripts built and run after $((SECONDS - begin)) s"

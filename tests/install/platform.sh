@@ -56,6 +56,8 @@ exits 3 'no platform was started' env --dir "$dir"
 platform status >"$work/out" && fail "status of nothing" || [ $? = 3 ] || fail "status of nothing"
 [ "$(platform down)" = "no platform runs in $dir" ] || fail "down of nothing"
 
+SCPI_DEVICES='' exits 1 '^lumenar: scpi did not become ready: .*SCPI_DEVICES names no device' up --engine scpi --dir "$dir"
+
 platform up --sim >"$work/up"
 grep -q '^export LUMENAR_NAMING=127.0.0.1:' "$work/up" || fail "$(cat "$work/up")"
 all_run || fail "$(cat "$work/status")"
@@ -89,6 +91,7 @@ platform status >"$work/out" && fail "status after the end" || [ $? = 3 ] || fai
 
 recording=$(find "$source/tests/data" -name '*.s2p' | sort | head -n 1)
 REPLAY_RATE=20 platform up --replay "$recording" --no-math --web >"$work/replay" || fail "up --replay --web"
+all_run || fail "the programs of the platform before are counted: $(cat "$work/status")"
 until_true 20 mathctl readings || fail "no readings of a recording"
 mathctl readings | grep '^REPLAY/1/' >/dev/null || fail "$(mathctl readings)"
 page=$(sed -n 's/^The page: //p' "$work/replay")

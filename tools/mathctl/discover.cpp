@@ -32,9 +32,12 @@ struct Answer {
   std::string problem;  ///< why there is no answer; empty where there is one
 };
 
-/// HOST:PORT, and not DRIVER:KEY=VALUE.
+/// HOST:PORT, or a host alone, which has a dot or, as a number of IPv6, several colons; neither has a "=". Names of
+/// drivers have none of these. The command line takes brackets around a whole word away.
 bool IsAddress(const std::string& name) {
+  if (name.find('=') != std::string::npos) return false;
   const std::size_t colon = name.rfind(':');
+  if (name.find('.') != std::string::npos || name.find(':') != colon) return true;
   if (colon == std::string::npos || colon + 1 == name.size()) return false;
   return std::all_of(name.begin() + static_cast<std::ptrdiff_t>(colon) + 1, name.end(),
                      [](char c) { return c >= '0' && c <= '9'; });
@@ -134,15 +137,16 @@ void Discover(const Session& session, const DiscoverArguments& arguments) {
 }
 
 constexpr const char* kDiscoverFooter =
-    "A DEVICE is an address, HOST:PORT, where an instrument listens for SCPI, or a driver of libsigrok with its "
-    "options,\n"
-    "DRIVER:KEY=VALUE, as sigrok-cli takes them. Nothing is asked but what is named; each is asked in a process of its "
-    "own,\n"
-    "which is ended at the limit. SETTING is a line for the settings of the instrument: of a file for scpi, or of the\n"
-    "environment of sigrok_devices.\n"
+    "A DEVICE is an address where an instrument listens for SCPI, HOST:PORT or HOST alone (port 5025; a name without "
+    "a\n"
+    "dot needs its port), or a driver of libsigrok with its options, DRIVER:KEY=VALUE, as sigrok-cli takes them. "
+    "Nothing\n"
+    "is asked but what is named; each is asked in a process of its own, which is ended at the limit. SETTING is a "
+    "line\n"
+    "for the settings of the instrument: of a file for scpi, or of the environment of sigrok_devices.\n"
     "\n"
     "Examples:\n"
-    "  mathctl discover 192.0.2.10:5025\n"
+    "  mathctl discover 192.0.2.10\n"
     "  mathctl discover uni-t-ut61b-ser:conn=/dev/ttyUSB0\n"
     "  mathctl discover demo --limit 5";
 
@@ -153,7 +157,7 @@ void DefineDiscover(CLI::App& app, Command& command) {
                                   "Asks devices at addresses and ports who they are, for the settings of instruments");
   verb->footer(kDiscoverFooter);
   const auto arguments = std::make_shared<DiscoverArguments>();
-  verb->add_option("DEVICE", arguments->names, "HOST:PORT, or DRIVER[:KEY=VALUE...]")->required();
+  verb->add_option("DEVICE", arguments->names, "HOST[:PORT], or DRIVER[:KEY=VALUE...]")->required();
   verb->add_option("--limit", arguments->limit_s, "Seconds that each may take")
       ->check(CheckSeconds)
       ->type_name("SEC")

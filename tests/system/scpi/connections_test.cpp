@@ -61,6 +61,12 @@ TEST_F(ScpiConnections, AnInstrumentWithoutIdentityAndErrorQueueIsReadAllTheSame
   EXPECT_THAT(scpi_->Error(), HasSubstr("*NOIDEA?: no answer within 300 ms; connecting anew\n"));
 }
 
+TEST_F(ScpiConnections, AnErrorQueueThatGivesNoNumberIsNotAskedAnyMore) {
+  StartScpi(Multimeter("errors = *IDN?\n"));
+  EXPECT_NEAR(ScalarNow("VOLTAGE").val, 5, 0.011);
+  EXPECT_THAT(scpi_->Error(), HasSubstr("*IDN?: 'Lumenar', which is no number; connecting anew\n"));
+}
+
 TEST_F(ScpiConnections, AnUnknownQuestionIsToldByTheInstrumentsOwnError) {
   StartScpi(Multimeter("first_timeout = 2 s ; timeout = 300 ms\n[scalar WRONG]\nquery = :MEAS:VOTL?\n"));
   EXPECT_TRUE(WaitUntil([&] { return Lines("reports '-113,\"Undefined header\"'\n") == 1; })) << scpi_->Error();

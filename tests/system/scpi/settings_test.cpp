@@ -15,12 +15,12 @@ const Value::Units kHertz = Value::Make_unit(Value::U_Hertz);
 
 class ScpiSettings : public ScpiFixture {
  protected:
-  void Start(const std::string& limits = "") {
+  void Start(const std::string& limits = "", const std::string& timeouts = "timeout = 500 ms") {
     StartScpi(
-        fmt::format("connect = {}\nstart = *CLS ; :FORM REAL,64 ; :FORM:BORD SWAP\ntimeout = 500 ms\n[trace LEVEL]\n"
+        fmt::format("connect = {}\nstart = *CLS ; :FORM REAL,64 ; :FORM:BORD SWAP\n{}\n[trace LEVEL]\n"
                     "query = :TRAC? TRACE1\nunit = dBm\nrate = 50\nx = :SENS:FREQ:STAR? :SENS:FREQ:STOP?\n"
                     "[setting SPAN]\nget = :SENS:FREQ:SPAN?   set = :SENS:FREQ:SPAN {{}}   unit = Hz {}\n",
-                    server_.Analyser(), limits));
+                    server_.Analyser(), timeouts, limits));
     span_ = Item<Corvanta::EngineAttribValueDouble>("SPAN");
   }
 
@@ -62,6 +62,17 @@ TEST_F(ScpiSettings, WhatTheInstrumentRefusesIsRefusedWithItsOwnWords) {
   EXPECT_EQ(span_->Get().val, 1e9);
   const auto number = TraceNow("LEVEL").sequence_number;
   EXPECT_TRUE(WaitUntil([&] { return TraceNow("LEVEL").sequence_number > number; }));
+}
+
+/// While it hung, its error queue gave no answer either, so that it was asked no more.
+TEST_F(ScpiSettings, AreCheckedAgainAfterTheInstrumentHung) {
+  Start("", "first_timeout = 1 s ; timeout = 1 s");
+  server_.Server().Signal(SIGSTOP);
+  EXPECT_TRUE(WaitUntil([&] { return Lines("*IDN?: no answer within 1 s") > 0; }, 20s)) << scpi_->Error();
+  server_.Server().Signal(SIGCONT);
+  EXPECT_TRUE(WaitUntil([&] { return Lines(": is back\n") > 0; }, 20s)) << scpi_->Error();
+  EXPECT_THROW(span_->Set(ScalarOf(1e12, kHertz)), CORBA::BAD_PARAM);
+  EXPECT_THAT(scpi_->Error(), HasSubstr("reports '-222,\"Data out of range\"'\n"));
 }
 
 TEST_F(ScpiSettings, OfAnInstrumentThatIsAwayAreRefused) {

@@ -51,6 +51,38 @@ TEST_F(DemoDevice, AStreamIsCutIntoTracesWithoutALoss) {
   EXPECT_EQ(engine.Error(), "SIGROK: demo:logic_channels=0:analog_channels=2 measures\n");
 }
 
+TEST_F(DemoDevice, AStreamIsCutIntoAsManyPointsAsWereAskedFor) {
+  Settings settings = Demo("samplerate=20k");
+  settings["SIGROK_POINTS"] = "250";
+  Process& engine = StartSigrok(settings);
+  ExpectReading(engine, "A1_VOLTAGE_DC");
+  const Watcher<BT_DATA> watcher(TopicOf("A1_VOLTAGE_DC"));
+  const auto traces = watcher.WaitFor(20);
+  ASSERT_GE(traces.size(), 20u);
+  for (std::size_t i = 0; i < traces.size(); ++i) {
+    const auto samples = SamplesOf(traces[i]);
+    ASSERT_EQ(samples.size(), 250u);
+    const std::size_t first = traces[i].sequence_number * std::size_t{250};  // 12 periods and a half each
+    for (std::size_t k = 0; k < samples.size(); ++k) ASSERT_NEAR(samples[k], Sine(first + k), kTolerance) << i;
+  }
+}
+
+TEST_F(DemoDevice, WithOnePointEachSampleIsANumber) {
+  Settings settings = Demo("samplerate=50");
+  settings["SIGROK_POINTS"] = "1";
+  Process& engine = StartSigrok(settings);
+  ExpectReading(engine, "A1_VOLTAGE_DC");
+  EXPECT_THAT(engine.Out(), HasSubstr("SIGROK: A1_VOLTAGE_DC: numbers in V"));
+  const Watcher<Scalar> watcher(TopicOf("A1_VOLTAGE_DC"));
+  const auto numbers = watcher.WaitFor(40);
+  ASSERT_GE(numbers.size(), 40u);
+  std::size_t first = 0;
+  while (first < 20 && std::abs(numbers[0].val - Sine(first)) + std::abs(numbers[1].val - Sine(first + 1)) > 1e-5)
+    ++first;
+  ASSERT_LT(first, 20u) << numbers[0].val;
+  for (std::size_t i = 0; i < 40; ++i) EXPECT_NEAR(numbers[i].val, Sine(first + i), kTolerance) << i;
+}
+
 TEST_F(DemoDevice, FramesOfAThousandComeTenTimesASecond) {
   Process& engine = StartSigrok(Demo("samplerate=20k:limit_frames=1000000"));
   ExpectReading(engine, "A1_VOLTAGE_DC");

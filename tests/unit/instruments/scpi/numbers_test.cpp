@@ -118,6 +118,14 @@ TEST(ScpiNumbers, BlocksThatHoldNoNumbersAreRefused) {
   EXPECT_EQ(WhyNotSamples(Block(""), {}), "a block without numbers");
 }
 
+/// Before memory is taken for them.
+TEST(ScpiNumbers, MoreThanATraceHoldsAreRefused) {
+  const std::string bytes(kMostPoints + 1, '\0');
+  EXPECT_EQ(WhyNotSamples(Block(bytes), {BlockForm::Uint8, ByteOrder::Big}),
+            "a trace of 16777217 points, more than 16777216");
+  EXPECT_EQ(WhyNotSamples(Text(std::string(kMostPoints, ',')), {}), "a trace of 16777217 points, more than 16777216");
+}
+
 TEST(ScpiNumbers, WholeNumbersAreScaled) {
   const Scaling scaling{128, 0.5, -1};
   EXPECT_THAT(SamplesOf(Block("\x80\x82\x7e"s), {BlockForm::Uint8, ByteOrder::Big}, scaling), ElementsAre(-1, 0, -2));
