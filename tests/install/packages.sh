@@ -97,22 +97,29 @@ answers() {
   inside mathctl discover "$1" 2>/dev/null | grep -q -F -e "$2" || fail "discover $1 does not say $2"
 }
 
-# What the administrator switches on: the page, an instrument that a program plays, the demonstration device of libsigrok.
-start_others() {
+# What the administrator switches on and off again: the page, an instrument that a program plays, the demonstration device of
+# libsigrok.
+try_others() {
+  local before=${#running[@]}
   unit lumenar-web
   until_true 30 page_is_well || fail "the page: $(cat "$logs/lumenar-web")"
-  [ -x "$root/usr/bin/python3" ] || return 0
+  if [ -x "$root/usr/bin/python3" ]; then try_scpi; fi
+  if names | grep -x lumenar-instrument-sigrok >/dev/null; then
+    answers demo:logic_channels=0:analog_channels=2 SIGROK_DEVICE=demo
+    unit lumenar-engine@ sigrok_devices
+    gives_results SIGROK/1/A1_VOLTAGE_DC
+  fi
+  # While the naming service is there, so that no names stay.
+  for id in "${running[@]:before}"; do end_process "$id"; done
+  running=("${running[@]:0:before}")
+}
+try_scpi() {
   start "$logs/player" chroot --userspec=65534:65534 "$root" /usr/bin/python3 /usr/share/lumenar/scpi/scpi_server.py
   running+=($!)
   answers 127.0.0.1:5025 'connect = 127.0.0.1:5025'
   echo "SCPI_DEVICES='multimeter@127.0.0.1:5025'" >>"$root/etc/lumenar/engine-scpi.conf"
   unit lumenar-engine@ scpi
   gives_results SCPI/1/VOLTAGE
-  if names | grep -x lumenar-instrument-sigrok >/dev/null; then
-    answers demo:logic_channels=0:analog_channels=2 SIGROK_DEVICE=demo
-    unit lumenar-engine@ sigrok_devices
-    gives_results SIGROK/1/A1_VOLTAGE_DC
-  fi
 }
 page_is_well() {
   exec 3<>/dev/tcp/127.0.0.1/8080 || return 1
@@ -161,7 +168,7 @@ done
 
 start_services
 use
-start_others
+try_others
 cp "$root"/../examples/{follow_average,libload_meter.so.1} "$root/srv"
 start "$logs/load_meter" chroot --userspec=65534:65534 "$root" /usr/bin/engine_host /srv/libload_meter.so.1 --set LOAD_RATE=50
 load_meter=$!
