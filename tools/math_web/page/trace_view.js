@@ -23,7 +23,7 @@ export class TraceView extends View {
     parts.peak = el("span", {class: "legend-peak"});
     parts.waterfall = button("Waterfall", `Waterfall of ${name}`, () => actions.onWaterfall(this), "quiet");
     this.setWaterfallPressed(false);
-    this.buildLine("", [parts.value, parts.peak], [parts.waterfall]);
+    this.buildLine("", [parts.peak, parts.value], [parts.waterfall]);
     this.subscribe(streams, {columns, from: null, to: null, scale: this.scale});
   }
 
