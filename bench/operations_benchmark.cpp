@@ -17,7 +17,7 @@
 #include "bench/Comparisons.h"
 #include "platform/base/TraceMemory.h"
 #include "platform/records/Records.h"
-#include "platform/records/trace_record.h"
+#include "platform/records/SampleRecord.h"
 
 namespace Lumenar::Bench {
 namespace {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "client/Text.h"
@@ -104,6 +105,15 @@ std::string ObstacleOf(const std::vector<Operand>& inputs, const Units& first, c
   return text;
 }
 
+// Where nothing positive is left of a difference, there is no logarithm.
+void NoteWhatHasNoLevel(const Operand& first, Computation& computation) {
+  const double lowest_dB = 10 * Units_library::Decibel_factor(*first.units) *
+                           std::log10(static_cast<double>(std::numeric_limits<float>::min()));
+  const std::string shown = first.is_trace ? fmt::format("{:.3f}", lowest_dB) : "-inf or NaN";
+  computation.conversions.push_back(fmt::format(
+      "result: shown as {} {} where b is not less than a, for there is no logarithm", shown, SymbolsOf(*first.units)));
+}
+
 void Subtract(const std::vector<Operand>& inputs, Computation& computation) {
   computation.words = fmt::format("{} minus {}", NamedWithUnits(inputs[0]), NamedWithUnits(inputs[1]));
   computation.formula = "R = a - b";
@@ -115,6 +125,7 @@ void Subtract(const std::vector<Operand>& inputs, Computation& computation) {
     computation.obstacle = ObstacleOf(inputs, a.units, b.units, Combination::Sum, refusal);
   }
   ShowAs(inputs[0], a, fmt::format("{} - {}", a.symbol, b.symbol), computation);
+  if (a.converted) NoteWhatHasNoLevel(inputs[0], computation);
 }
 
 void RelativeSubtract(const std::vector<Operand>& inputs, Computation& computation) {

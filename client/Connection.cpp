@@ -35,7 +35,9 @@ std::unique_ptr<Corvanta::Naming> NamingAt(const Corvanta::ORB_base& orb, const 
 }
 
 std::chrono::milliseconds Checked(std::chrono::milliseconds timeout) {
+  constexpr std::chrono::seconds kLongest{1'000'000};  // the ORB counts milliseconds in 32 bits
   if (timeout.count() <= 0) throw Error(ErrorKind::BadArgument, "the time limit must be positive");
+  if (timeout > kLongest) throw Error(ErrorKind::BadArgument, "the time limit must be at most 1e6 seconds");
   return timeout;
 }
 
@@ -59,6 +61,17 @@ void Rename(Engine& engine, const std::string& name) {
     engine.problem = Error(engine.problem->Kind(), Printable(name) + text.substr(engine.name.size()));
   }
   engine.name = name;
+}
+
+/// Nil where nothing stands any more under a name that was listed before: an engine that ended meanwhile, or a name that
+/// is none of this platform's.
+CORBA::Object_var LookupIfThere(Connection& connection, const std::string& name) {
+  try {
+    return connection.Lookup(name);
+  } catch (const Error& error) {
+    if (error.Kind() != ErrorKind::NotFound) throw;
+    return {};
+  }
 }
 
 bool IsNamed(const std::vector<Engine>& engines, const std::string& name) {
@@ -189,7 +202,8 @@ void Connection::AddSilentEngines(std::vector<Engine>& engines) {
     for (const std::string& instance : NamesBelow(stem)) {
       const std::string name = stem + '/' + instance;
       if (IsNamed(engines, name)) continue;
-      const CORBA::Object_var object = Lookup(name);
+      const CORBA::Object_var object = LookupIfThere(*this, name);
+      if (CORBA::is_nil(object)) continue;
       const std::string address = AddressOf(object);
       Engine* registered = EngineAt(engines, address);
       if (registered != nullptr && !registered->problem) continue;  // a child object of an engine that answers

@@ -53,7 +53,7 @@ class Connection {
  public:
   /// Needs no answer from anywhere yet. The naming service and the transport configuration are those of the program's
   /// localargv, or those that the environment names (see ORB_base).
-  /// Errors   Error BadArgument for a timeout that is not positive; those of ORB_base.
+  /// Errors   Error BadArgument for a timeout that is not positive, or above 1e6 seconds; those of ORB_base.
   explicit Connection(std::chrono::milliseconds timeout = std::chrono::seconds(5));
 
   /// To the platform whose naming service is at an address, "HOST:PORT", whatever arguments and environment say of it.

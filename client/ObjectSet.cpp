@@ -3,6 +3,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <unordered_map>
 #include <utility>
@@ -97,7 +100,8 @@ const json& Field(const json& object, const char* name, const std::string& subje
 
 std::size_t PlaceFrom(const json& place, const std::string& subject) {
   if (!place.is_number_unsigned()) ThrowSet(subject + ": \"object\" is not a number of an object");
-  return place.get<std::size_t>();
+  constexpr std::uint64_t kMost = std::numeric_limits<std::size_t>::max();  // what is larger is no place either
+  return static_cast<std::size_t>(std::min(place.get<std::uint64_t>(), kMost));
 }
 
 SetInput InputFrom(const json& input, const std::string& subject) {

@@ -16,6 +16,7 @@ namespace {
 
 constexpr const char* kManagerAdvice = "is topic_manager running?";
 constexpr std::size_t kQueuedSamples = 4096;
+constexpr std::chrono::milliseconds kLongestWait = std::chrono::hours(24 * 365);  // what is to come fits into the clock
 constexpr std::size_t kQueuedBytes = std::size_t{64} << 20;
 
 }  // namespace
@@ -41,7 +42,7 @@ class Subscription::Queue {
   }
 
   std::optional<Delivery> Next(std::chrono::milliseconds limit) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
+    const auto deadline = std::chrono::steady_clock::now() + std::min(limit, kLongestWait);
     Lock lock(mutex_);
     while (deliveries_.empty() && !ended_) {
       const auto left = deadline - std::chrono::steady_clock::now();
@@ -58,7 +59,7 @@ class Subscription::Queue {
 
   void NoteRenewed(std::size_t source) {
     Lock lock(mutex_);
-    renewed_.push_back(source);
+    if (std::find(renewed_.begin(), renewed_.end(), source) == renewed_.end()) renewed_.push_back(source);
   }
 
   std::vector<std::size_t> TakeRenewed() {
@@ -183,7 +184,7 @@ void Subscription::Add(const Reading& reading) {
   try {
     handle = Remote("topic manager", nullptr, kManagerAdvice,
                     [&] { return topics_.Subscribe(entry.topic.c_str(), entry.reference, renewed); });
-  } catch (const Error&) {
+  } catch (...) {
     Corvanta::ORB_base::DeactivateObject(entry.servant.in());
     throw;
   }

@@ -34,7 +34,7 @@ struct Delivery {
 ///
 /// A reader that is too slow loses the oldest samples, counted, never the newest. Ends its subscriptions when
 /// destroyed, and by itself when the ORB shuts down. Must go before its Connection.
-/// Threads  any.
+/// Threads  any; Add one at a time, and not beside Handles.
 class Subscription {
  public:
   explicit Subscription(Connection& connection);
@@ -45,7 +45,7 @@ class Subscription {
   /// Errors   Error Unreachable when the topic manager does not answer.
   void Add(const Reading& reading);
 
-  /// The next sample; nothing when `limit` ran out or the subscription ended.
+  /// The next sample; nothing when `limit`, a year at most, ran out or the subscription ended.
   std::optional<Delivery> Next(std::chrono::milliseconds limit);
 
   /// After the end, what had come and was not read yet, one by one; nothing when that was all.

@@ -10,6 +10,9 @@ if(PROJECT_IS_TOP_LEVEL)  # a project around this one has warnings of its own
     "$<BUILD_INTERFACE:-Wall;-Wextra;-Wshadow;-Wnon-virtual-dtor>")
 endif()
 target_compile_options(lumenar_flags INTERFACE -ffp-contract=off -fno-strict-aliasing -fno-semantic-interposition)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)  # files beyond 2 GiB, and file systems whose numbers need 64 bits
+  target_compile_definitions(lumenar_flags INTERFACE $<BUILD_INTERFACE:_FILE_OFFSET_BITS=64>)
+endif()
 target_include_directories(lumenar_flags INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/lumenar>)
 set_target_properties(lumenar_flags PROPERTIES EXPORT_NAME flags)

@@ -68,7 +68,10 @@ install(PROGRAMS scripts/platform DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME lum
 
 # Pages of the manual. Packages have pages with the help of each verb, which are made when the programs can be run.
 if(NOT LUMENAR_PACKAGES)
-  install(DIRECTORY packaging/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 FILES_MATCHING PATTERN "*.1")
+  if(NOT TARGET sigrok_scan)
+    set(without_sigrok PATTERN sigrok_scan.1 EXCLUDE)
+  endif()
+  install(DIRECTORY packaging/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 FILES_MATCHING PATTERN "*.1" ${without_sigrok})
 endif()
 
 # Licence and pages, side by side as in the source tree, so that their links hold.

@@ -78,13 +78,15 @@ lumenar_package(instruments lumenar-instruments "instruments for the math engine
   "Engine libraries that supply readings: of this machine (probe), of recordings\n(replay), of a simulation (sim), of instruments that speak SCPI (scpi)."
   DEPENDS "${math_library} ${same_version}" "lumenar-services ${same_version}"
   RECOMMENDS python3:any  # of the server that plays instruments, for who has none
-  CONTROL ${package_dir_of}/instruments/conffiles ${package_dir_of}/instruments/triggers)
+  CONTROL ${package_dir_of}/instruments/conffiles ${package_dir_of}/instruments/triggers
+    ${package_dir_of}/instruments/prerm ${package_dir_of}/instruments/postrm)
 if(sigrok IN_LIST CPACK_COMPONENTS_ALL)
   # libsigrok is under the GNU General Public License; nothing else of ours loads it.
   lumenar_package(sigrok lumenar-instrument-sigrok "instrument for devices that libsigrok supports"
     "An engine library that supplies readings of multimeters, oscilloscopes and\nother devices with drivers of libsigrok."
     DEPENDS "${math_library} ${same_version}" "lumenar-services ${same_version}"
-    CONTROL ${package_dir_of}/sigrok/conffiles ${package_dir_of}/sigrok/triggers)
+    CONTROL ${package_dir_of}/sigrok/conffiles ${package_dir_of}/sigrok/triggers
+      ${package_dir_of}/sigrok/prerm ${package_dir_of}/sigrok/postrm)
 endif()
 lumenar_package(documentation lumenar-doc "pages on the math engine"
   "What results mean, the interfaces, how clients and instruments are written, and\nhow the system is run."

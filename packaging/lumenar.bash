@@ -7,7 +7,7 @@ _lumenar_words() {
     --dir | --replay | --engine) mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
   esac
   given='up down status env --dir --help --version'
-  [[ " ${COMP_WORDS[*]} " != *" up "* ]] || given='--probe --sim --replay --engine --no-math --port --dir'
+  [[ " ${COMP_WORDS[*]} " != *" up "* ]] || given='--probe --sim --replay --engine --no-math --web --web-control --port --dir'
   mapfile -t COMPREPLY < <(compgen -W "$given" -- "$word")
 }
 complete -o default -F _lumenar_words lumenar

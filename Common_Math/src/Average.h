@@ -5,7 +5,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "Common_Math/src/MathBaseTemplate.h"
+#include "Common_Math/src/MathBase.h"
 #include "Common_Math/src/RunningMean.h"
 #include "platform/base/Mutex.h"
 #include "platform/components/attributes/EngineAttribLong_i.h"
@@ -37,7 +37,7 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
         subscription_(new Corvanta::DDS_Subscriber<T>(
             this->AskTopic(input).c_str(),
             this->Gate().Guard([this](const char* topic, T&& sample) { DDS_Callback(topic, std::move(sample)); }),
-            this->CountNotRead(0))),
+            this->template CountNotRead<0>())),
         size_(namer, gui, "SIZE", 1, this->Gate().Guard([this](const int& value) { SizeCallback(value); }),
               f_SizeParams),
         reset_(namer, gui, "RESET", this->Gate().Guard([this] { ResetCallback(); })),
@@ -93,7 +93,7 @@ class Average final : virtual public POA_Corvanta::MathFactory::Average,
     Update(nullptr);
   }
 
-  /// Publishes the newest sample as it is held, that is in linear units, and begins a new history.
+  /// Publishes the newest sample in the form in which it is held, in linear units, and begins a new history.
   void ResetCallback() {
     Lock lock(mutex_);
     if (!mean_.IsEmpty()) this->SetResult(mean_.Newest());

@@ -28,8 +28,7 @@ Corvanta::MathFactory::RefusalStatus* MathBase::Refusals() {
 
 Corvanta::MathFactory::ReadingAttribSeq* MathBase::AttrInputs() {
   RequireOpen();
-  Lock lock(inputs_mutex_);
-  return new Corvanta::MathFactory::ReadingAttribSeq(inputs_);
+  return inputs_.NewValue();
 }
 
 Corvanta::MathFactory::MathReport* MathBase::Report() {
@@ -42,8 +41,7 @@ Corvanta::MathFactory::MathReport* MathBase::Report() {
 
 void MathBase::Keep(const Corvanta::MathFactory::ReadingAttribSeq& inputs, MarkAway mark_away) {
   mark_away_ = std::move(mark_away);
-  Lock lock(inputs_mutex_);
-  inputs_ = inputs;
+  inputs_ = Corvanta::MarshalledValue(inputs);
 }
 
 void MathBase::Describe(Corvanta::MathFactory::MathStatus& status) {
@@ -102,8 +100,6 @@ void MathBase::Close() noexcept {
   gate_->Close();
   CloseParts();
   reference_ = Corvanta::MathFactory::Math::_nil();  // the servant may outlive the ORB's use for it
-  Lock lock(inputs_mutex_);
-  inputs_.length(0);
 }
 
 }  // namespace Lumenar

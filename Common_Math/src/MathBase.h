@@ -11,13 +11,16 @@
 #include <utility>
 #include <vector>
 
+#include "Common_Math/src/MathValue.h"
 #include "Common_Math/src/RefusedSamples.h"
-#include "Common_Math/src/SampleFigures.h"
 #include "MathFactory.hh"
 #include "platform/base/InstanceCounter.h"
-#include "platform/base/Mutex.h"
-#include "platform/servants/CountedServant.h"
-#include "platform/servants/UpcallGate.h"
+#include "platform/base/thread_annotations.h"
+#include "platform/components/GUI_AbleRegistration.h"
+#include "platform/components/ItemNamer.h"
+#include "platform/records/Records.h"
+#include "platform/servants/servants.h"
+#include "platform/wire/MarshalledValue.h"
 
 namespace Lumenar {
 
@@ -51,8 +54,8 @@ class MathBase : virtual public POA_Corvanta::MathFactory::Math,
   /// Errors   as the operations.
   virtual void Describe(Corvanta::MathFactory::MathStatus& status);
 
-  /// What a report says of the object, but for inputs that are away, which it cannot know: none. Makes no remote call,
-  /// and waits for no computation.
+  /// What a report says of the object. It cannot know which inputs are away and marks none. Makes no remote call, and
+  /// waits for no computation.
   /// Errors   as the operations.
   virtual void Describe(Corvanta::MathFactory::MathReport& report);
 
@@ -109,10 +112,12 @@ class MathBase : virtual public POA_Corvanta::MathFactory::Math,
     Do(work);
   }
 
-  /// Counts a sample of an input that could not be read off the wire for want of memory; for the subscriptions.
-  auto CountNotRead(std::size_t input) {
-    return gate_->Guard([this, input] {
-      figures_.SampleCame(input, SampleFigures::Time::clock::now());
+  /// Counts a sample of an input that could not be read off the wire for want of memory; for the subscriptions, which
+  /// hold what it gives in place as long as the input's number is in its type.
+  template <std::size_t kInput>
+  auto CountNotRead() {
+    return gate_->Guard([this] {
+      figures_.SampleCame(kInput, SampleFigures::Time::clock::now());
       refused_.CountException();
     });
   }
@@ -141,10 +146,68 @@ class MathBase : virtual public POA_Corvanta::MathFactory::Math,
   SampleFigures figures_;
   std::array<boost::shared_ptr<const std::atomic<CORBA::Long>>, SampleFigures::kMostInputs> handles_;
   MarkAway mark_away_;
-  Mutex inputs_mutex_;  // a leaf
-  Corvanta::MathFactory::ReadingAttribSeq inputs_ GUARDED_BY(inputs_mutex_);
+  Corvanta::MarshalledValue<Corvanta::MathFactory::ReadingAttribSeq> inputs_;
   const boost::shared_ptr<Corvanta::UpcallGate> gate_;
   Corvanta::MathFactory::Math_var reference_;
+};
+
+/// The points of a result: the samples of a trace, 1 of a scalar.
+inline CORBA::ULong PointsOf(const Corvanta::BASIC_TRACE::BT_DATA& trace) { return trace.samples.length(); }
+inline CORBA::ULong PointsOf(const Corvanta::VALUE_DOUBLE::VALUE&) { return 1; }
+
+/// The reading class of a record type; one specialisation for each type of result.
+template <class T>
+class ValReadingMap;
+
+/// A math object with its output: the reading "RESULT", whose value is the type's default until the first result.
+template <class T, class Reading>
+class MathBaseTemplate : virtual public MathBase {
+ public:
+  MathBaseTemplate(Corvanta::ItemNamer& namer, GUI_AbleRegistration& gui)
+      : result_(namer, gui, "RESULT", f_DefaultVal<T>()) {}
+
+  Corvanta::EngineReadingBase_ptr AttrResult() override {
+    RequireOpen();
+    return result_._this();
+  }
+
+  void Describe(Corvanta::MathFactory::MathStatus& status) override {
+    MathBase::Describe(status);
+    status.result = AttrResult();
+    status.result_info = result_.Info();
+    status.result_topic = result_.GetDDS_Topic().c_str();
+  }
+
+  void Describe(Corvanta::MathFactory::MathReport& report) override {
+    MathBase::Describe(report);
+    report.result_topic = result_.GetDDS_Topic().c_str();
+    report.result_kind = result_.Kind().type_name;
+    result_.LookAt([&report](const T& present) {
+      report.units = present.units;
+      report.points = report.results == 0 ? 0 : PointsOf(present);
+    });
+  }
+
+ protected:
+  ~MathBaseTemplate() override = default;
+
+  /// Stores and publishes a result; one that is given up is not copied.
+  void SetResult(const MathValue<T>& value) {
+    CountResult();
+    result_ = value.ToRecord();
+  }
+  void SetResult(MathValue<T>&& value) {
+    CountResult();
+    result_ = std::move(value).ToRecord();
+  }
+
+  /// The present RESULT, read back.
+  MathValue<T> GetResult() const { return result_.GetValue(); }
+
+  void CloseParts() noexcept override { result_.Close(); }
+
+ private:
+  Reading result_;
 };
 
 }  // namespace Lumenar

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Common_Math/src/MathBaseTemplate.h"
+#include "Common_Math/src/MathBase.h"
 #include "Common_Math/src/MathValueValueDouble.h"
 #include "platform/components/readings/EngineReadingValueDouble_i.h"
 

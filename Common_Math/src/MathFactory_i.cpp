@@ -152,7 +152,7 @@ void MathFactory_i::Register(const boost::shared_ptr<MathBase>& object) {
   most_ = std::max(most_, registry_.size());
 }
 
-// An object whose inputs are not watched works all the same, so that nothing here fails its creation.
+// An object works also when its inputs cannot be watched, so no failure here ends its creation.
 void MathFactory_i::WatchInputs(const MathBase& object, const ReadingAttribSeq& attribs) noexcept {
   try {
     const std::vector<std::string> topics = object.InputTopics();

@@ -15,8 +15,7 @@
 #include "platform/components/attributes/EngineAttribEnum_i.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/peers/PeerWatch.h"
-#include "platform/servants/CountedServant.h"
-#include "platform/servants/UpcallGate.h"
+#include "platform/servants/servants.h"
 #include "platform/transport/RefusalLog.h"
 
 namespace Lumenar {

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -20,7 +21,7 @@
 #include "MathFactory.hh"
 #include "platform/base/Diagnostic.h"
 #include "platform/records/Records.h"
-#include "platform/records/trace_record.h"
+#include "platform/records/SampleRecord.h"
 #include "platform/value/unit_meeting.h"
 
 namespace Lumenar {
@@ -32,15 +33,8 @@ using Value::Units;
 using Value::Units_library;
 
 constexpr const char* kTracePath = "Common_Math/src/MathValueBasicTrace";
-constexpr std::size_t kBlock = 1024;  // samples that stay in the first-level cache between two steps
 
 using TraceKernel = void (*)(float* values, const float* operand, std::size_t count) noexcept;
-
-/// Calls step(begin, count) for consecutive blocks of a trace.
-template <class Step>
-void InBlocks(std::size_t length, Step step) {
-  for (std::size_t begin = 0; begin < length; begin += kBlock) step(begin, std::min(kBlock, length - begin));
-}
 
 bool MeetAsTheyAre(const Units& unit, const MathTrace::Sample& operand, Combination combination) {
   return Value::How_units_meet(unit, operand.Get_unit(), combination) == Value::Meeting::AsTheyAre;
@@ -178,8 +172,8 @@ void MathTrace::CombineUniform(const MathValue& other, const Units& other_units,
     combine(Samples(), other.Samples(), Length());
   } else {
     const TraceConversion operand_in = directly ? TraceConversion() : TraceConversion::Between(other_units, reference);
-    InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
-      float operand[kBlock];
+    Kernels::InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
+      float operand[Kernels::kBlock];
       float* values = Samples() + begin;
       operand_in.Apply(other.Samples() + begin, operand, count);
       combine(values, operand, count);
@@ -195,8 +189,8 @@ MathTrace& MathTrace::operator-=(const MathValue& other) { return Combine(other,
 
 bool MathTrace::IsLinear() const { return list_.IsUniform() && !list_.Form().Get_unit().is_dB; }
 
-/// As DoValueEqualOp with the operator of the step. Where a quotient is not finite, the samples before it are divided all
-/// the same: one after the other, then.
+/// As DoValueEqualOp with the operator of the step. Where a quotient is not finite, the samples before it keep
+/// their quotients, so they are divided one after the other.
 MathTrace& MathTrace::Scale(float number, ScaleStep step) {
   if (IsEmpty("DoValueEqualOp")) return *this;
   UpdateValues();
@@ -255,8 +249,8 @@ MathTrace& MathTrace::RelativeSubEqual(const MathValue& other) {
       Kernels::Subtract(Samples(), operand, Length());
     } else {
       const TraceConversion operand_in = TraceConversion::Between(other_units, reference);
-      InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
-        float converted[kBlock];
+      Kernels::InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
+        float converted[Kernels::kBlock];
         operand_in.Apply(operand + begin, converted, count);
         Kernels::Subtract(Samples() + begin, converted, count);
       });
@@ -302,7 +296,7 @@ void MathTrace::Add_dB() {
   if (list_.IsUniform()) {
     const Sample first = RaisedToPositive(First()).Convert_to(target);
     const TraceConversion conversion = TraceConversion::OfLinear(list_.Form().Get_unit(), target);
-    InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
+    Kernels::InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
       float* values = Samples() + begin;
       Kernels::RaiseToPositive(values, count);
       conversion.Apply(values, values, count);
@@ -372,9 +366,9 @@ bool MathTrace::HoldUniformPeak(const MathValue& other) {
   }
   std::vector<float> values(Samples(), Samples() + Length());
   std::vector<unsigned char> replaced(Length());
-  InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
+  Kernels::InBlocks(Length(), [&](std::size_t begin, std::size_t count) {
     const float* candidates = other.Samples() + begin;
-    float converted[kBlock];
+    float converted[Kernels::kBlock];
     to_theirs->Apply(Samples() + begin, converted, count);
     Kernels::MarkSmaller(converted, candidates, &replaced[begin], count);
     Kernels::Replace(&values[begin], candidates, &replaced[begin], count);

@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "Common_Math/src/MathBaseTemplate.h"
+#include "Common_Math/src/MathBase.h"
 #include "platform/base/Mutex.h"
 #include "platform/components/attributes/EngineAttribVoid_i.h"
 #include "platform/topics/DDS_Subscriber.h"
@@ -35,7 +35,7 @@ class Peak final : virtual public POA_Corvanta::MathFactory::Peak,
     subscription_.reset(new Corvanta::DDS_Subscriber<T>(
         topic.c_str(),
         this->Gate().Guard([this](const char* name, T&& sample) { DDS_Callback(name, std::move(sample)); }),
-        this->CountNotRead(0)));
+        this->template CountNotRead<0>()));
     this->KeepHandle(0, *subscription_);
     MathValue<T> present(input);
     Lock lock(mutex_);

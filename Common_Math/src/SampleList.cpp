@@ -12,25 +12,24 @@ SampleList::Sample InFormOf(const SampleList::Sample& form, float number) {
 
 void SampleList::Refresh(std::size_t size, const Value::Units& units) {
   size_ = size;
-  departed_ = std::monostate{};
+  departed_.reset();
   if (size_ > 0) form_ = Sample(0.0f, units, 0.0f, 0.0f);
 }
 
 void SampleList::SetForm(const Sample& form) {
   form_ = form;
-  departed_ = std::monostate{};
+  departed_.reset();
 }
 
 void SampleList::SetPeakHeld(std::vector<float> values, std::vector<unsigned char> replaced, const Sample& other_form) {
-  departed_ = PeakHeld{std::move(values), std::move(replaced), other_form};
+  departed_ = std::make_unique<Departed>(PeakHeld{std::move(values), std::move(replaced), other_form});
 }
 
 SampleList::Sample SampleList::At(std::size_t i, const float* samples) const {
-  if (const auto* objects = std::get_if<std::vector<Sample>>(&departed_)) return objects->at(i);
-  if (const auto* held = std::get_if<PeakHeld>(&departed_)) {
-    return InFormOf(held->replaced.at(i) != 0 ? held->other_form : form_, held->values.at(i));
-  }
-  return InFormOf(form_, samples[i]);
+  if (IsUniform()) return InFormOf(form_, samples[i]);
+  if (const auto* objects = std::get_if<std::vector<Sample>>(departed_.get())) return objects->at(i);
+  const auto& held = std::get<PeakHeld>(*departed_);
+  return InFormOf(held.replaced.at(i) != 0 ? held.other_form : form_, held.values.at(i));
 }
 
 std::vector<SampleList::Sample> SampleList::Copies(const float* samples) const {
@@ -41,8 +40,9 @@ std::vector<SampleList::Sample> SampleList::Copies(const float* samples) const {
 }
 
 std::vector<SampleList::Sample>& SampleList::Objects(const float* samples) {
-  if (!std::holds_alternative<std::vector<Sample>>(departed_)) departed_ = Copies(samples);
-  return std::get<std::vector<Sample>>(departed_);
+  if (IsUniform() || !std::holds_alternative<std::vector<Sample>>(*departed_))
+    departed_ = std::make_unique<Departed>(Copies(samples));
+  return std::get<std::vector<Sample>>(*departed_);
 }
 
 }  // namespace Lumenar

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <variant>
 #include <vector>
 
@@ -25,7 +26,7 @@ class SampleList {
   void Refresh(std::size_t size, const Value::Units& units);
 
   /// Whether every entry is its record's sample in one form.
-  bool IsUniform() const noexcept { return std::holds_alternative<std::monostate>(departed_); }
+  bool IsUniform() const noexcept { return departed_ == nullptr; }
 
   /// Unit and errors of all entries of a uniform list; its number means nothing.
   const Sample& Form() const noexcept { return form_; }
@@ -51,9 +52,11 @@ class SampleList {
     Sample other_form;
   };
 
+  using Departed = std::variant<PeakHeld, std::vector<Sample>>;
+
   std::size_t size_ = 0;
   Sample form_;
-  std::variant<std::monostate, PeakHeld, std::vector<Sample>> departed_;
+  std::unique_ptr<Departed> departed_;  ///< null for a uniform list, as nearly all of those are that stay
 };
 
 /// A number in the unit and with the errors of `form`.

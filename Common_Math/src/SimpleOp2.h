@@ -7,13 +7,75 @@
 #include <type_traits>
 #include <utility>
 
-#include "Common_Math/src/DecibelOperand.h"
-#include "Common_Math/src/MathBaseTemplate.h"
+#include "Common_Math/src/MathBase.h"
+#include "Common_Math/src/MathValue.h"
 #include "platform/base/Mutex.h"
 #include "platform/topics/DDS_Subscriber.h"
 #include "platform/units/exceptions.h"
 
 namespace Lumenar {
+
+/// An operand that goes out of decibels before each computation and back into them after it. Either way may change its
+/// last bits, and each computation goes on from there.
+///
+/// The numbers are those; the work is less. The way back of a trace is put off until the next computation: a sample
+/// that replaces the operand meanwhile makes it unnecessary. And when one way back and out again has changed no bit of
+/// a trace, the next one would not either, and the trace stays as it is from then on.
+/// Threads   the caller's lock.
+template <class T>
+class DecibelOperand {
+ public:
+  explicit DecibelOperand(MathValue<T>&& value) : value_(std::move(value)) {}
+
+  /// The next sample of the input.
+  DecibelOperand& operator=(T&& sample) {
+    value_ = std::move(sample);
+    state_ = State::AsItCame;
+    return *this;
+  }
+
+  /// The operand as it stands, for a computation: Remove_dB comes first, or the way back may be outstanding.
+  const MathValue<T>& Value() const noexcept { return value_; }
+
+  /// Takes it out of dB; false when it is not in dB.
+  /// Errors   the value library's.
+  bool Remove_dB() {
+    if (state_ == State::Settled) return true;
+    if (state_ == State::OwesTheWayBack) {
+      state_ = State::AsItCame;  // if it stops half-way
+      const bool unchanged = GoBackAndOut();
+      state_ = unchanged ? State::Settled : State::OwesTheWayBack;
+      return true;
+    }
+    return value_.Remove_dB();
+  }
+
+  /// The way back, after Remove_dB has returned true.
+  void Add_dB() {
+    if constexpr (kMayPutOff) {
+      if (state_ == State::AsItCame) state_ = State::OwesTheWayBack;
+    } else {
+      value_.Add_dB();
+    }
+  }
+
+ private:
+  static constexpr bool kMayPutOff = requires(MathValue<T> & value) { value.GoThroughDecibels(); };
+
+  enum class State {
+    AsItCame,        ///< out of dB after Remove_dB, else in dB or without
+    OwesTheWayBack,  ///< out of dB, where it should be in
+    Settled,         ///< out of dB, and the same after each way back and out again
+  };
+
+  bool GoBackAndOut() {
+    if constexpr (kMayPutOff) return value_.GoThroughDecibels();
+    return false;
+  }
+
+  MathValue<T> value_;
+  State state_ = State::AsItCame;
+};
 
 /// What tells one operation of two inputs from another, besides its function.
 struct TwoInputRule {
@@ -53,11 +115,11 @@ class SimpleOp2 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     first_subscription_.reset(new Corvanta::DDS_Subscriber<T>(
         first_topic.c_str(),
         this->Gate().Guard([this](const char* topic, T&& sample) { Val1Callback(topic, std::move(sample)); }),
-        this->CountNotRead(0)));
+        this->template CountNotRead<0>()));
     second_subscription_.reset(new Corvanta::DDS_Subscriber<T>(
         second_topic.c_str(),
         this->Gate().Guard([this](const char* topic, T&& sample) { Val2Callback(topic, std::move(sample)); }),
-        this->CountNotRead(1)));
+        this->template CountNotRead<1>()));
     this->KeepHandle(0, *first_subscription_);
     this->KeepHandle(1, *second_subscription_);
     // Once more, so that no sample is lost between the first look and the subscription.

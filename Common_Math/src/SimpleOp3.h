@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "Common_Math/src/MathBaseTemplate.h"
+#include "Common_Math/src/MathBase.h"
 #include "platform/base/Mutex.h"
 #include "platform/topics/DDS_Subscriber.h"
 
@@ -82,7 +82,7 @@ class SimpleOp3 final : virtual public MathBaseTemplate<T, ValReadingMap<T>> {
     trace_subscription_.reset(new Corvanta::DDS_Subscriber<Trace>(
         trace_topic.c_str(),
         this->Gate().Guard([this](const char* topic, Trace&& sample) { Val1Callback(topic, std::move(sample)); }),
-        this->CountNotRead(0)));
+        this->template CountNotRead<0>()));
     start_subscription_.reset(new Corvanta::DDS_Subscriber<Start>(start_topic.c_str(), index_callback(kStartInput)));
     stop_subscription_.reset(new Corvanta::DDS_Subscriber<Stop>(stop_topic.c_str(), index_callback(kStopInput)));
     this->KeepHandle(0, *trace_subscription_);

@@ -15,7 +15,7 @@ SampleList::Sample RaisedToPositive(const SampleList::Sample& entry) {
   return entry.Get_value() <= 0.0f ? InFormOf(entry, std::numeric_limits<float>::min()) : entry;
 }
 
-/// step(entry, i) for each entry of the list, whose number then goes to the sample.
+/// Calls step(entry, i) for each entry of the list, and stores the entry's number as the sample.
 template <class Step>
 void TraceBySample::ForEach(Step step) {
   std::vector<Sample>& entries = list_.Objects(samples_);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
+
 #include "Common_Math/src/SampleList.h"
 
 namespace Lumenar {

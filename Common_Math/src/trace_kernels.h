@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 
 namespace Lumenar::Kernels {
@@ -52,5 +53,14 @@ void MarkSmaller(const float* left, const float* right, unsigned char* replaced,
 
 /// values[i] becomes other[i] where replaced[i] is 1.
 void Replace(float* values, const float* other, const unsigned char* replaced, std::size_t count) noexcept;
+
+/// So many samples stay in the first-level cache from one step to the next.
+inline constexpr std::size_t kBlock = 1024;
+
+/// Calls step(begin, count) for consecutive blocks of a trace: several steps, one after the other, on each.
+template <class Step>
+void InBlocks(std::size_t length, Step step) {
+  for (std::size_t begin = 0; begin < length; begin += kBlock) step(begin, std::min(kBlock, length - begin));
+}
 
 }  // namespace Lumenar::Kernels

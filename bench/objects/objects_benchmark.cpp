@@ -19,7 +19,7 @@
 
 #include "bench/Figures.h"
 #include "bench/objects/ObjectsRig.h"
-#include "platform/wire/SharedSampleView.h"
+#include "platform/wire/sample_wire.h"
 #include "platform/wire/sample_wire.h"
 #include "tests/support/CommandLineFigures.h"
 

@@ -53,7 +53,7 @@ class Instrument {
 
  protected:
   /// In Offer: `task` is done at a steady rate, on a thread of its own, at first at Start. An exception that leaves it is
-  /// written to standard error and ends it.
+  /// written to standard error and ends it, but for want of memory, which costs that run alone.
   void RunAtRate(double rate_Hz, std::function<void()> task);
 
   /// In Offer: a part of the instrument, which outlives its Stop, is started and stopped with it. Its Stop may come at

@@ -42,8 +42,10 @@ void InstrumentEngine::InstallRegistration() {
 void InstrumentEngine::Announce() noexcept {
   const std::string title = kind_.title;
   try {
-    CORBA::Object_var object = orb_->Resolve(Corvanta::LocalPath(Corvanta::kHardwareEnumeration));
-    Corvanta::HwEnumerate_Able_var service = Corvanta::HwEnumerate_Able::_narrow(object);
+    std::vector<ORB_wrapper::ClientInfo> clients(1);
+    clients[0].path = Corvanta::LocalPath(Corvanta::kHardwareEnumeration);
+    orb_->LookupClient(clients);  // one that hangs costs a quarter of a second, not the time limits of two calls
+    Corvanta::HwEnumerate_Able_var service = Corvanta::HwEnumerate_Able::_narrow(clients[0].object);
     if (CORBA::is_nil(service)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
     const auto instance = boost::lexical_cast<CORBA::Long>(orb_->GetInstanceNum(Corvanta::kRegistrationName));
     Corvanta::Progress_Interface_var progress = service->GetProgressInterface(kind_.file, instance, 0);

@@ -11,7 +11,8 @@ namespace Lumenar::Instruments {
 /// The step of a PeriodicTask that runs `task` at a steady rate: at the first time, then at each multiple of the period
 /// since. Multiples that pass while the function runs are skipped, so a slow run delays nothing but itself.
 ///
-/// `task` returns whether to go on. An exception that leaves it is written to standard error and ends the steps.
+/// `task` returns whether to go on. An exception that leaves it is written to standard error and ends the steps; want of
+/// memory costs that run alone.
 PeriodicTask::Step AtSteadyRate(std::chrono::nanoseconds period, std::function<bool()> task);
 
 /// The first multiple of `period` after `deadline` that has not passed at `now`.

@@ -12,10 +12,13 @@ void MeasureWakeups(MonotonicClock& clock, WakeupHistory& history, const std::at
 }
 
 void WakeupTimer::Start() {
+  Lock lock(mutex_);
+  if (stop_ || thread_.joinable()) return;
   thread_ = std::thread([this] { MeasureWakeups(clock_, history_, stop_); });
 }
 
 void WakeupTimer::Stop() noexcept {
+  Lock lock(mutex_);  // held while the thread ends, which takes no lock of this
   stop_ = true;
   if (thread_.joinable()) thread_.join();
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "instruments/replay/PlainEntries.h"
 
+#include <fmt/format.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -8,6 +9,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <stdexcept>
+#include <system_error>
 
 #include "instruments/replay/ReadingName.h"
 #include "instruments/replay/load_recording.h"
@@ -38,7 +41,11 @@ ReadOptions OptionsOfEnvironment() {
   const char* points = std::getenv("REPLAY_POINTS");
   ReadOptions options;
   if (units != nullptr) options.units = units;
-  if (points != nullptr) std::from_chars(points, points + std::strlen(points), options.points);
+  if (points == nullptr || *points == '\0') return options;
+  const char* const last = points + std::strlen(points);
+  const auto [end, error] = std::from_chars(points, last, options.points);
+  if (error != std::errc() || end != last || options.points < 1 || options.points > kMaxPoints)
+    throw std::runtime_error(fmt::format("REPLAY_POINTS={}: expected a number from 1 to {}", points, kMaxPoints));
   return options;
 }
 

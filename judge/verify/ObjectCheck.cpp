@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "judge/verify/ObjectCheck.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Lumenar::Judge {
@@ -71,7 +72,9 @@ Search& ObjectCheck::Stretch(std::int64_t time_ns) {
     SearchLimits limits = limits_;
     limits.pending_bytes /= *sharing_;
     limits.state_bytes /= *sharing_;
-    search_ = std::make_unique<Search>(facts_, limits, std::move(possibilities), time_ns);
+    const bool knows_inputs = std::any_of(present_.inputs.begin(), present_.inputs.end(),
+                                          [](const auto& input) { return input.has_value(); });
+    search_ = std::make_unique<Search>(facts_, limits, std::move(possibilities), time_ns, knows_inputs);
   }
   return *search_;
 }

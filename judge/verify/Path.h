@@ -48,7 +48,7 @@ struct Path {
   std::uint64_t Key() const {
     std::uint64_t key = operation->StateDigest();
     for (const std::size_t index : next) key = Mixed(key, index);
-    return Mixed(Mixed(key, ahead), (started ? 1u : 0u) + (settled ? 2u : 0u) + (from_before ? 4u : 0u));
+    return Mixed(Mixed(key, ahead), (started ? 1u : 0u) + (settled ? 2u : 0u) + (from_before && !started ? 4u : 0u));
   }
 };
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <set>
 #include <utility>
 
@@ -20,11 +21,34 @@ constexpr std::int64_t kNoMoreComes = std::numeric_limits<std::int64_t>::max();
 /// So many results that came out and were not all the same show that it was no accident.
 constexpr std::uint64_t kSure = 2;
 
+/// A sum whose range nobody told may never be known: after so many results another way that is sure decides.
+constexpr std::size_t kResultsUntilSumsAreKnown = 12;
+
+bool IsSure(const Path& path) { return path.evidence >= kSure; }
+bool ShowsNothing(const Path& path) { return !path.settled; }
+
+/// A way that could not show anything yet goes where one that is sure has had the same samples, and its settings: it is
+/// the same way, and knows less.
+void DropThoseThatKnowLess(std::vector<Path>& ways) {
+  std::map<std::vector<std::size_t>, std::size_t> settings_by_samples;  // of the sure ones, where they stand
+  const auto samples = [](const Path& way) { return std::vector(way.next.begin(), way.next.end() - 1); };
+  for (const Path& way : ways) {
+    if (!IsSure(way)) continue;
+    std::size_t& settings = settings_by_samples.try_emplace(samples(way), 0).first->second;
+    settings = std::max(settings, way.next.back());
+  }
+  if (settings_by_samples.empty()) return;
+  std::erase_if(ways, [&](const Path& way) {
+    const auto sure = settings_by_samples.find(samples(way));
+    return ShowsNothing(way) && sure != settings_by_samples.end() && sure->second >= way.next.back();
+  });
+}
+
 }  // namespace
 
 Search::Search(const ObjectFacts& facts, const SearchLimits& limits,
-               std::vector<std::unique_ptr<Operation>> possibilities, std::int64_t begin_ns)
-    : facts_(facts), limits_(limits), streams_(facts.inputs.size() + 1) {
+               std::vector<std::unique_ptr<Operation>> possibilities, std::int64_t begin_ns, bool knows_inputs)
+    : facts_(facts), knows_inputs_(knows_inputs), limits_(limits), streams_(facts.inputs.size() + 1) {
   beginning_.time_ns = last_ns_ = begin_ns;
   beginning_.sample_numbers.resize(facts.inputs.size());
   beginning_.first_result = std::numeric_limits<std::uint64_t>::max();
@@ -179,13 +203,20 @@ std::vector<Path> Search::WaysTo(const Arrival& result, bool is_telling) {
   return FoundBy(expansion);
 }
 
-/// When one way is sure of itself, those that could not show anything yet were wrong. Of ways that go on alike the best
-/// one is kept. Whether others that have explained something had to go.
+/// Whether ways that could not show anything yet are wrong as soon as another one is sure. Those of one input, and of
+/// two that came from a gap, show what they are worth when the samples that they lack have come: until then any of them
+/// may be right. Where values of the inputs were recorded, an input may be silent for ever.
+bool Search::TheSureDecide() const {
+  if (facts_.inputs.size() == 1) return false;
+  return knows_inputs_ || (facts_.type == Type::CumulativeAdd && next_result_ >= kResultsUntilSumsAreKnown);
+}
+
+/// Of ways that go on alike the best one is kept. Whether others that have explained something had to go.
 bool Search::Keep(std::vector<Path> ways, std::size_t most) {
-  const auto is_sure = [](const Path& path) { return path.evidence >= kSure; };
-  if (std::any_of(ways.begin(), ways.end(), is_sure)) {
-    const auto shows_nothing = [](const Path& path) { return !path.settled; };
-    ways.erase(std::remove_if(ways.begin(), ways.end(), shows_nothing), ways.end());
+  if (!TheSureDecide()) {
+    DropThoseThatKnowLess(ways);
+  } else if (std::any_of(ways.begin(), ways.end(), IsSure)) {
+    std::erase_if(ways, ShowsNothing);
   }
   std::stable_sort(ways.begin(), ways.end(), [](const Path& a, const Path& b) { return a.Rank() < b.Rank(); });
   paths_.clear();

@@ -23,12 +23,16 @@ namespace Lumenar::Judge {
 /// before it was explained. All ways that do are followed, at most SearchLimits::paths of them, those nearest to the
 /// order of arrival first.
 ///
+/// Where samples from before are in a result, any numbers may have been there, so a way by which they are unknown fits
+/// whatever was recorded. It ends when they have left and the numbers tell it apart. Other ways that fit so far do not
+/// end it: the means of numbers that rise by equal steps rise so too, whichever samples they are of.
+///
 /// Memory    the arrivals of some seconds, and the state of each way. Threads   one at a time.
 class Search {
  public:
-  /// What the object may be at the beginning.
+  /// What the object may be at the beginning. `knows_inputs`: values of its inputs were recorded then.
   Search(const ObjectFacts& facts, const SearchLimits& limits, std::vector<std::unique_ptr<Operation>> possibilities,
-         std::int64_t begin_ns);
+         std::int64_t begin_ns, bool knows_inputs);
 
   /// In the order of the recording. `input` is the place of the operand.
   void AddSample(std::size_t input, Arrival sample);
@@ -61,6 +65,7 @@ class Search {
   void LeaveUnchecked();
   std::vector<Path> WaysTo(const Arrival& result, bool is_telling);
   std::vector<Path> FoundBy(Expansion& expansion);
+  bool TheSureDecide() const;
   bool Keep(std::vector<Path> ways, std::size_t most);
   void LimitWaysTo(std::size_t bytes);
   void PassBefore(std::int64_t time_ns);
@@ -70,6 +75,7 @@ class Search {
   std::size_t PendingBytes() const;
 
   const ObjectFacts facts_;
+  const bool knows_inputs_;
   SearchLimits limits_;  // as the size of the samples allows
   Beginning beginning_;
   std::vector<Arrivals> streams_;  // of the inputs, and of the changes

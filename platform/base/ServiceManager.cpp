@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/base/ServiceManager.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <charconv>
 #include <cstddef>
 #include <cstdlib>
@@ -34,9 +36,20 @@ std::optional<sockaddr_un> NotifyAddress(std::string_view name) noexcept {
   return address;
 }
 
+/// The manager's queue may be full, as when many services start at once.
+void Send(int notify, std::string_view state, std::chrono::milliseconds patience) noexcept {
+  const auto end = std::chrono::steady_clock::now() + patience;
+  while (send(notify, state.data(), state.size(), MSG_NOSIGNAL) < 0 && (errno == EAGAIN || errno == EINTR)) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+    if (left.count() <= 0) return;
+    pollfd room{notify, POLLOUT, 0};
+    poll(&room, 1, static_cast<int>(left.count()));
+  }
+}
+
 }  // namespace
 
-void TellServiceManager(std::string_view state) noexcept {
+void TellServiceManager(std::string_view state, std::chrono::milliseconds patience) noexcept {
   const char* const name = std::getenv("NOTIFY_SOCKET");
   if (name == nullptr) return;
   const auto address = NotifyAddress(name);
@@ -44,8 +57,7 @@ void TellServiceManager(std::string_view state) noexcept {
   const int notify = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (notify < 0) return;
   const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + std::string_view(name).size());
-  // A manager that takes nothing now hears the next word; nothing here may wait for it.
-  (void)sendto(notify, state.data(), state.size(), MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&*address), length);
+  if (connect(notify, reinterpret_cast<const sockaddr*>(&*address), length) == 0) Send(notify, state, patience);
   close(notify);
 }
 

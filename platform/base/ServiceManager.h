@@ -13,8 +13,10 @@ namespace Lumenar {
 ///
 /// A file of our own instead of the manager's library: the protocol is one datagram, and a board without that manager
 /// then needs nothing of it.
+///
+/// A word for which the manager has no room within `patience` is lost: for what is told once, and never again.
 /// Threads   any.
-void TellServiceManager(std::string_view state) noexcept;
+void TellServiceManager(std::string_view state, std::chrono::milliseconds patience = {}) noexcept;
 
 /// How soon the service manager wants to hear "WATCHDOG=1" again, lest it restart this process (WATCHDOG_USEC); none when
 /// it does not, or asked another process (WATCHDOG_PID).

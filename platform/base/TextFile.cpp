@@ -19,11 +19,12 @@ TextFile::TextFile(const std::filesystem::path& path, Links links) : path_(path.
   if (descriptor < 0 && errno == ELOOP && no_links != 0) throw std::runtime_error(path_ + ": is a symbolic link");
   if (descriptor < 0) Fail(errno);
   struct stat status {};
-  const bool is_regular = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+  const int error = ::fstat(descriptor, &status) == 0 ? 0 : errno;
+  const bool is_regular = error == 0 && S_ISREG(status.st_mode);
   if (is_regular) file_.reset(::fdopen(descriptor, "r"));
   if (file_) return;
   ::close(descriptor);
-  if (is_regular) Fail(ENOMEM);
+  if (error != 0 || is_regular) Fail(error != 0 ? error : ENOMEM);
   throw std::runtime_error(path_ + ": is not a regular file");
 }
 

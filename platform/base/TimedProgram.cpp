@@ -77,7 +77,8 @@ std::vector<char*> PointersTo(std::vector<std::string>& words) {
   return pointers;
 }
 
-/// In the new process, where only calls may be made that are safe beside threads that are gone.
+/// Runs in the new process between fork and exec, where only async-signal-safe calls may be made: other threads of the
+/// old one may have held locks.
 [[noreturn]] void BecomeTimedProgram(char* const* words, int out, int error) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   ::setpgid(0, 0);
@@ -94,29 +95,36 @@ std::vector<char*> PointersTo(std::vector<std::string>& words) {
   ::_exit(kNotStarted);
 }
 
-/// The process, which is gone when this is.
+/// The process, which is gone when this is, and with it all that it started, unless it was let go. It is waited for at
+/// the very end: until then its number, which is that of its group, is nobody else's.
 class TimedChild {
  public:
   explicit TimedChild(pid_t pid) : pid_(pid) {}
   ~TimedChild() {
-    if (status_) return;
-    ::kill(-pid_, SIGKILL);
-    ::kill(pid_, SIGKILL);  // it may not have made its group yet
+    if (!let_go_) {
+      ::kill(-pid_, SIGKILL);
+      ::kill(pid_, SIGKILL);  // it may not have made its group yet
+    }
     while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {}
   }
   TimedChild(const TimedChild&) = delete;
   TimedChild& operator=(const TimedChild&) = delete;
 
   std::optional<int> Status() {
-    int raw = 0;
-    if (!status_ && ::waitpid(pid_, &raw, WNOHANG) == pid_)
-      status_ = WIFSIGNALED(raw) ? 128 + WTERMSIG(raw) : WEXITSTATUS(raw);
+    siginfo_t info{};
+    if (!status_ && ::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+        info.si_pid == pid_)
+      status_ = info.si_code == CLD_EXITED ? info.si_status : 128 + info.si_status;
     return status_;
   }
+
+  /// It has ended, in good order: what it left running may go on.
+  void LetGo() { let_go_ = true; }
 
  private:
   const pid_t pid_;
   std::optional<int> status_;
+  bool let_go_ = false;
 };
 
 /// Reads what comes within a while.
@@ -151,6 +159,7 @@ ProgramEnd RunTimedProgram(const std::vector<std::string>& words, const ProgramL
     const bool reads = out.read.IsOpen() || error.read.IsOpen();
     ReceiveSome(out, error, std::min(left, reads ? kLookAround : milliseconds(2)), limits.bytes);
   }
+  if (status && !out.read.IsOpen() && !error.read.IsOpen()) child.LetGo();
   return {status, std::move(out.text), std::move(error.text)};
 }
 

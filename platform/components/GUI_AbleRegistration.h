@@ -4,6 +4,7 @@
 #include <string>
 
 #include "EngineReading.hh"
+#include "platform/base/SharedText.h"
 #include "platform/dds/DDS_BaseObj.h"
 
 namespace Lumenar {
@@ -15,7 +16,7 @@ class GUI_AbleRegistration {
     std::string name;       ///< item name, unique in the engine
     std::string type_name;  ///< kind, as in TypeInfo
     bool settable = false;
-    std::string topic;
+    SharedText topic;
     Corvanta::EngineReadingBase_var reference;
   };
 

@@ -13,8 +13,7 @@
 #include "platform/dds/DDS_BaseObj.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/names.h"
-#include "platform/servants/CountedServant.h"
-#include "platform/servants/OwnedServant.h"
+#include "platform/servants/servants.h"
 #include "platform/transport/LargeAnswer.h"
 
 namespace Lumenar {

@@ -13,6 +13,7 @@
 #include "platform/base/Mutex.h"
 #include "platform/dds/Breaker.h"
 #include "platform/dds/StandingSubscriptions.h"
+#include "platform/dds/find_manager.h"
 #include "platform/orb/CorbaText.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/orb/names.h"
@@ -26,58 +27,10 @@ using Lumenar::Lock;
 
 using FindManager = DdsBaseAccess::FindManager;
 
-constexpr std::chrono::milliseconds kProbeLimit{250};
 constexpr std::chrono::milliseconds kJustNow{100};
 constexpr std::size_t kMaxRefusedTopics = 1024;
 
 std::chrono::steady_clock::time_point Now() { return std::chrono::steady_clock::now(); }
-
-/// Whether a failed call says that nobody is there, rather than that somebody refused the call.
-bool MeansAway(const CORBA::SystemException& error) {
-  return CORBA::TRANSIENT::_downcast(&error) != nullptr || CORBA::COMM_FAILURE::_downcast(&error) != nullptr ||
-         CORBA::TIMEOUT::_downcast(&error) != nullptr || CORBA::OBJECT_NOT_EXIST::_downcast(&error) != nullptr ||
-         CORBA::INV_OBJREF::_downcast(&error) != nullptr || CORBA::NO_RESPONSE::_downcast(&error) != nullptr ||
-         CORBA::BAD_OPERATION::_downcast(&error) != nullptr;  // another object stands where the manager stood
-}
-
-/// Returns when the manager answers, as only a manager does. One that died, one that hangs, and any other object raise
-/// here, within a short time.
-void RequireAnswer(ORB_wrapper_base& orb, DDS_Manager_ptr manager) {
-  ORB_base::SetCallTimeout(manager, kProbeLimit);
-  manager->SubscriptionEpoch();
-  // Half the limit of calls: a client whose call makes us publish to a manager that hangs still gets its answer in
-  // time.
-  ORB_base::SetCallTimeout(manager, orb.Transport().call_timeout / 2);
-}
-
-/// The manager that the naming service has now; raises at once when that is `known`, which does not answer.
-DDS_Manager_ptr FindAnother(ORB_wrapper_base& orb, const FindManager& find, DDS_Manager_ptr known,
-                            const CORBA::SystemException& error) {
-  CORBA::Object_var object = find();
-  if (!CORBA::is_nil(known) && known->_is_equivalent(object)) error._raise();
-  DDS_Manager_var manager = DDS_Manager::_unchecked_narrow(object);
-  if (CORBA::is_nil(manager)) throw CORBA::INV_OBJREF(0, CORBA::COMPLETED_NO);
-  RequireAnswer(orb, manager);
-  return manager._retn();
-}
-
-/// A manager that can be used. `known` may be nil; else it is asked first, so that a manager whose connections broke,
-/// or that hung for a while, is found again while the naming service is away.
-DDS_Manager_ptr Find(ORB_wrapper_base& orb, const FindManager& find, DDS_Manager_ptr known) {
-  try {
-    if (CORBA::is_nil(known)) throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
-    RequireAnswer(orb, known);
-    return DDS_Manager::_duplicate(known);
-  } catch (const CORBA::SystemException& error) {
-    return FindAnother(orb, find, known, error);
-  }
-}
-
-CORBA::Object_ptr FindInNamingServiceOfTheOrb() {
-  auto* orb = dynamic_cast<ORB_wrapper_base*>(&ORB_base::Current());
-  if (orb == nullptr) throw CORBA::BAD_INV_ORDER(0, CORBA::COMPLETED_NO);
-  return orb->Resolve(LocalPath(kTopicManager));
-}
 
 }  // namespace
 
@@ -214,7 +167,7 @@ DDS_Manager_ptr DdsBaseAccess::Impl::Reach(Urgency urgency) {
 DDS_Manager_ptr DdsBaseAccess::Impl::Try(ORB_wrapper_base& orb, Urgency urgency) {
   try {
     DDS_Manager_var known = Known();
-    DDS_Manager_var manager = Find(orb, find_, known);
+    DDS_Manager_var manager = FindManagerThatAnswers(orb, find_, known);
     Found(manager);
     return manager._retn();
   } catch (const CORBA::Exception& error) {

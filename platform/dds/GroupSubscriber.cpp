@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "platform/base/Mutex.h"
-#include "platform/servants/UpcallGate.h"
+#include "platform/servants/servants.h"
 #include "platform/wire/any_guard.h"
 
 namespace Corvanta {

@@ -4,7 +4,7 @@
 #include "DDS.hh"
 #include "platform/dds/DDS_BaseObj.h"
 #include "platform/records/SampleRecord.h"
-#include "platform/wire/GuardedServant.h"
+#include "platform/wire/any_guard.h"
 
 namespace Corvanta {
 

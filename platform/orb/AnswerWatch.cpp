@@ -15,8 +15,8 @@ namespace {
 
 thread_local bool answered = false;
 
-/// Called on the thread that made the call, with the head of its answer. One that names somebody else to be called is
-/// none.
+/// Called on the thread that made the call, with the head of its answer. One that forwards
+/// the call to another object does not count.
 CORBA::Boolean NoteAnswer(omni::omniInterceptors::clientReceiveReply_T::info_T& info) {
   const GIOP::ReplyStatusType status = info.giop_c.replyStatus();
   answered = status == GIOP::NO_EXCEPTION || status == GIOP::USER_EXCEPTION || status == GIOP::SYSTEM_EXCEPTION;

@@ -117,7 +117,7 @@ void Naming::WaitUntilItAnswers(std::chrono::seconds limit) const {
   while (Clock::now() < end && !IsThere(std::chrono::milliseconds(kProbeLimit_ms))) {
     Lumenar::Signals::ThrowIfPending();
     if (!std::exchange(was_told, true)) NoteWait(limit);
-    std::this_thread::sleep_for(kPause);  // what answers nobody here costs next to nothing
+    std::this_thread::sleep_for(kPause);  // a service that is not there refuses at once, so looking often is cheap
   }
 }
 
@@ -258,6 +258,7 @@ void Naming::UnbindAll() noexcept {
 
 std::vector<std::string> Naming::List(const Path& context) const {
   constexpr CORBA::ULong kAtOnce = 1000;
+  constexpr int kMostParts = 100;  // a service that is not what it should be may go on for ever
   std::vector<std::string> names;
   const auto add = [&names](const CosNaming::BindingList& bindings) {
     for (CORBA::ULong i = 0; i < bindings.length(); ++i) {
@@ -276,8 +277,10 @@ std::vector<std::string> Naming::List(const Path& context) const {
     CosNaming::BindingIterator_var more;
     at->list(kAtOnce, bindings, more);
     add(bindings);
-    while (!CORBA::is_nil(more) && more->next_n(kAtOnce, bindings)) add(bindings);
+    int parts = 1;
+    for (; parts < kMostParts && !CORBA::is_nil(more) && more->next_n(kAtOnce, bindings); ++parts) add(bindings);
     if (!CORBA::is_nil(more)) more->destroy();
+    if (parts == kMostParts) throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_YES);
   } catch (const CosNaming::NamingContext::NotFound&) {
     return {};
   }

@@ -51,6 +51,7 @@ class Naming {
   /// False, having done nothing, when a live object has the name.
   bool BindIfFree(const Path& path, CORBA::Object_ptr object);
   int BindInstance(const Path& context, CORBA::Object_ptr object);
+  /// Errors   also IMP_LIMIT for 100,000 names and more.
   std::vector<std::string> List(const Path& context) const;
 
   /// Unbinds every name that is still ours; none is put back after that.

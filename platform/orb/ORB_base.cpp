@@ -27,12 +27,16 @@ CORBA::Boolean RepeatNothing(void*, CORBA::ULong, const CORBA::TRANSIENT&) { ret
 bool IsTraced() { return std::getenv("ORBtraceLevel") != nullptr; }
 
 /// Takes the ORB's own messages. It writes only errors, the same one once a minute, unless its environment asks for more.
-void WriteOrbMessage(const char* message) {
-  std::string_view line = message;
-  while (!line.empty() && line.back() == '\n') line.remove_suffix(1);
-  if (IsTraced()) return Lumenar::WriteError(line);
-  static auto* const log = new RefusalLog;  // the ORB may write until the process ends
-  log->Say(std::string(line), std::string(line));
+/// Nothing may leave it: the ORB writes in the midst of its work.
+void WriteOrbMessage(const char* message) noexcept {
+  try {
+    std::string_view line = message;
+    while (!line.empty() && line.back() == '\n') line.remove_suffix(1);
+    if (IsTraced()) return Lumenar::WriteError(line);
+    static auto* const log = new RefusalLog;  // the ORB may write until the process ends
+    log->Say(std::string(line), std::string(line));
+  } catch (const std::exception&) {  // no memory for the line
+  }
 }
 
 /// The ORB of a process is one: a second ORB_init would return the first one's and ignore its options.
@@ -40,7 +44,7 @@ void RequireNoOrb() {
   try {
     omniORB::getInterceptors();
   } catch (const CORBA::INITIALIZE&) {
-    return;  // what is to be: nobody has initialised it
+    return;  // as it should be: nobody has initialised one
   }
   throw std::logic_error("ORB_base: the ORB of this process is initialised already");
 }

@@ -3,6 +3,7 @@
 
 #include <omniORB4/CORBA.h>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>

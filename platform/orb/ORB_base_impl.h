@@ -2,6 +2,8 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
+#include <utility>
 
 #include "platform/orb/Naming.h"
 #include "platform/orb/ORB_base.h"

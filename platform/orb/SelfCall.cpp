@@ -44,7 +44,7 @@ std::string RequestTo(const std::string& key) {
   std::string message{'G', 'I', 'O', 'P', 1, 2, kLittle ? '\1' : '\0', kRequestKind, 0, 0, 0, 0};
   Append(message, std::uint32_t{1});   // its number
   message += std::string{3, 0, 0, 0};  // an answer is expected
-  Append(message, std::uint16_t{0});   // the object is told by its key
+  Append(message, std::uint16_t{0});   // the target is named by its key
   Append(message, static_cast<std::uint32_t>(key.size()));
   message += key;
   Append(message, static_cast<std::uint32_t>(kOperation.size() + 1));

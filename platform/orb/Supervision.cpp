@@ -43,7 +43,8 @@ void Supervision::Begin(PortableServer::POA_ptr poa) noexcept {
   Lumenar::Lock lock(mutex_);
   if (ended_) return;
   began_ = true;
-  Lumenar::TellServiceManager("READY=1");
+  constexpr std::chrono::seconds kPatience{1};  // told once: a manager that missed it would end this process
+  Lumenar::TellServiceManager("READY=1", kPatience);
 }
 
 void Supervision::Watch(PortableServer::POA_ptr poa, std::chrono::microseconds limit) {

@@ -28,7 +28,8 @@ class Supervision {
   /// standard error, and the process serves without.
   void Begin(PortableServer::POA_ptr poa) noexcept;
 
-  /// The process ends; who did not begin tells nothing. Returns at once, whatever hangs.
+  /// The process ends; who did not begin tells nothing. Returns at once, whatever hangs, but for a service manager that
+  /// just takes its second to hear that the process is ready.
   void End() noexcept;
 
  private:

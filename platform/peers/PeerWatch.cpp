@@ -136,14 +136,17 @@ bool PeerWatch::HasEnded() const {
   return ended_;
 }
 
-void PeerWatch::Look(const std::string& engine, CORBA::Object_ptr object) {
+void PeerWatch::Look(const std::string& engine, CORBA::Object_ptr object) noexcept {
   try {
-    CORBA::Object_var answering = Reach(engine, object);
-    Answered(engine, answering);
-  } catch (const CORBA::Exception& error) {
-    Missed(engine, error);
-  } catch (const std::exception& failure) {  // out of memory, say; the next round looks again
-    Lumenar::WriteError(fmt::format("watch of engine {}: {}", engine, failure.what()));
+    try {
+      CORBA::Object_var answering = Reach(engine, object);
+      Answered(engine, answering);
+    } catch (const CORBA::Exception& error) {
+      Missed(engine, error);
+    } catch (const std::exception& failure) {  // the next round looks again
+      Lumenar::WriteError(fmt::format("watch of engine {}: {}", engine, failure.what()));
+    }
+  } catch (const std::exception&) {  // no memory for a line either
   }
 }
 

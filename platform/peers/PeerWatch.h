@@ -72,7 +72,7 @@ class PeerWatch {
   void LookAtAll();
   void LookAtRest(Round& round) noexcept;
   bool HasEnded() const;
-  void Look(const std::string& engine, CORBA::Object_ptr object);
+  void Look(const std::string& engine, CORBA::Object_ptr object) noexcept;
   CORBA::Object_ptr Reach(const std::string& engine, CORBA::Object_ptr object);
   CORBA::Object_ptr Successor(const std::string& engine);
   void Answered(const std::string& engine, CORBA::Object_ptr object);

@@ -32,8 +32,8 @@ class SIGNALS_EXPORT Quit_Exception : public virtual Signal_Exception {
 
 namespace Lumenar {
 
-/// Turns SIGTERM, SIGINT and SIGQUIT into exceptions at places that can stand them. A shared library, so that the host
-/// program and the engine library that it loads see one pending signal.
+/// Turns SIGTERM, SIGINT and SIGQUIT into exceptions at places that are prepared for them. A shared library, so that
+/// the host program and the engine library that it loads see one pending signal.
 class SIGNALS_EXPORT Signals {
  public:
   /// Blocks the three signals in the calling thread and in all threads that it starts later, and starts the one
@@ -42,8 +42,8 @@ class SIGNALS_EXPORT Signals {
   /// SIGPIPE and SIGXFSZ are ignored from then on: a write that fails returns an error, and ends nothing.
   static void Install();
 
-  /// Ends the process, with a line on standard error and exit status 1, when it is still there so long after a signal
-  /// came (and was not forgotten by Clear): somebody that it waits for may hang. For programs; a host that lives on
+  /// Ends the process, with a line on standard error and exit status 1, when it is still there this long after a signal
+  /// came (and was not forgotten by Clear), since what it waits for may hang. For programs; a host that lives on
   /// after its engine's end does without. Once, after Install.
   /// Errors   std::system_error.
   static void EndWithin(std::chrono::milliseconds limit);

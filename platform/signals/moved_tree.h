@@ -6,8 +6,8 @@
 namespace Lumenar {
 
 /// Where a file stands that was to be installed at `path`: there, or, when this library stands elsewhere than it was to be
-/// installed, where the file was moved with it. Files outside of the prefix move with nothing; one that is not there
-/// counts as not moved.
+/// installed, where the file was moved with it. Files outside of the prefix have not moved, nor has
+/// one that is not found at its new place.
 __attribute__((visibility("default"))) std::filesystem::path InMovedTree(const std::filesystem::path& path);
 
 /// The same rule for a tree of this prefix, whose libraries were to stand at `libraries_then`, and stand at

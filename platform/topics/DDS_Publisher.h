@@ -2,8 +2,9 @@
 #pragma once
 
 #include <boost/noncopyable.hpp>
-#include <string>
+#include <utility>
 
+#include "platform/base/SharedText.h"
 #include "platform/dds/DDS_BaseObj.h"
 #include "platform/wire/record_kinds.h"
 
@@ -15,14 +16,15 @@ template <class T>
 class DDS_Publisher : public DDS_BaseObj, virtual public boost::noncopyable {
  public:
   /// `manager` outlives this.
-  explicit DDS_Publisher(const char* topic, DdsBaseAccess& manager = DdsBase()) : topic_(topic), manager_(manager) {}
+  explicit DDS_Publisher(Lumenar::SharedText topic, DdsBaseAccess& manager = DdsBase())
+      : topic_(std::move(topic)), manager_(manager) {}
 
   /// Sends a record on the topic. Never throws; see DdsBaseAccess::Publish. The caller keeps the order: one call at a
   /// time.
   void Publish(const T& record) noexcept { manager_.Publish(topic_.c_str(), ViewOf(record)); }
 
  private:
-  std::string topic_;
+  const Lumenar::SharedText topic_;
   DdsBaseAccess& manager_;
 };
 

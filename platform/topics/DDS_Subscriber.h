@@ -7,7 +7,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "platform/dds/DDS_BaseObj.h"
-#include "platform/servants/OwnedServant.h"
+#include "platform/servants/servants.h"
 #include "platform/topics/SubscriberServant.h"
 
 namespace Corvanta {

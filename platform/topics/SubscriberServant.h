@@ -12,7 +12,7 @@
 #include "platform/base/Diagnostic.h"
 #include "platform/base/InstanceCounter.h"
 #include "platform/dds/GroupSubscriber.h"
-#include "platform/servants/CountedServant.h"
+#include "platform/servants/servants.h"
 #include "platform/topics/FillVal.h"
 
 namespace Corvanta {

@@ -22,6 +22,13 @@ constexpr unsigned kLittleEndian = 1, kFragmentsFollow = 2;
 }  // namespace
 
 int AnswerSender::Send(int socket, const void* bytes, std::size_t size, std::chrono::milliseconds patience) {
+  const int count = SendSome(socket, bytes, size, patience);
+  if (is_between_answers_) standing_.Answered();
+  else standing_.Heard();  // it is owed the rest
+  return count;
+}
+
+int AnswerSender::SendSome(int socket, const void* bytes, std::size_t size, std::chrono::milliseconds patience) {
   for (;;) {
     const ssize_t count = send(socket, bytes, std::min<std::size_t>(size, INT_MAX), MSG_DONTWAIT | MSG_NOSIGNAL);
     if (count > 0) {

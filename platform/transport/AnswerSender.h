@@ -13,6 +13,37 @@
 
 namespace Corvanta {
 
+/// What a peer that opened a connection is owed, and when it was last heard of.
+/// Threads   any.
+class PeerStanding {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  PeerStanding() { Note(false); }
+
+  void Heard() noexcept { Note(true); }  ///< something was received
+  void Answered() noexcept {             ///< something was sent
+    was_answered_ = true;
+    Note(false);
+  }
+
+  Clock::time_point LastActive() const noexcept { return Clock::time_point(Clock::duration(last_active_)); }
+
+  /// Strangers, who never got as far as an answer; peers at rest; peers with a request under way.
+  enum Kind { Stranger, Resting, Waiting };
+  Kind Rank() const noexcept { return !was_answered_ ? Stranger : owes_answer_ ? Waiting : Resting; }
+
+ private:
+  void Note(bool owes_answer) noexcept {
+    last_active_ = Clock::now().time_since_epoch().count();
+    owes_answer_ = owes_answer;
+  }
+
+  std::atomic<Clock::rep> last_active_{0};
+  std::atomic<bool> owes_answer_{false};
+  std::atomic<bool> was_answered_{false};
+};
+
 /// Sends answers over one connection for as long as its peer takes them. A peer that takes nothing for a time, or whose
 /// answer holds memory that others need (SendBudget), is given up, with one line a minute.
 /// Threads   Send: one at a time, but for the farewell that the ORB sends when it ends, which may come beside an answer;
@@ -29,6 +60,11 @@ class AnswerSender final : public WaitingSender {
   AnswerSender(const Limits& limits, std::function<void()> end, std::function<std::string()> peer)
       : limits_(limits), end_(std::move(end)), peer_(std::move(peer)) {}
 
+  /// Something came from the peer.
+  void Heard() noexcept { standing_.Heard(); }
+
+  const PeerStanding& Standing() const noexcept { return standing_; }
+
   /// Sends some of the bytes, at the latest within `patience`; how many, or -1 when the connection is to end.
   int Send(int socket, const void* bytes, std::size_t size,
            std::chrono::milliseconds patience = std::chrono::milliseconds::max());
@@ -44,10 +80,12 @@ class AnswerSender final : public WaitingSender {
   void GiveUp() noexcept override { end_(); }
 
  private:
+  int SendSome(int socket, const void* bytes, std::size_t size, std::chrono::milliseconds patience);
   void Count(const unsigned char* bytes, std::size_t size, std::size_t sent) noexcept;
   bool WaitUntilTaken(int socket, std::size_t size, std::chrono::milliseconds patience);
   void SayWhy(bool is_given_up);
 
+  PeerStanding standing_;
   const Limits limits_;
   const std::function<void()> end_;
   const std::function<std::string()> peer_;

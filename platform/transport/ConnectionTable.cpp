@@ -8,7 +8,8 @@ namespace Corvanta {
 namespace {
 
 bool GoesFirst(const ServedConnection* one, const ServedConnection* other) {
-  return std::tuple(one->Rank(), one->LastActive()) < std::tuple(other->Rank(), other->LastActive());
+  const PeerStanding &first = one->Standing(), &second = other->Standing();
+  return std::tuple(first.Rank(), first.LastActive()) < std::tuple(second.Rank(), second.LastActive());
 }
 
 }  // namespace

@@ -107,7 +107,7 @@ class GuardedConnection final : public Transport::Accepted, public ServedConnect
         framing_, {static_cast<char*>(buffer), size},
         [&](char* to, std::size_t most) {
           const int count = Plain::Recv(to, most, deadline);
-          if (count > 0) Heard();
+          if (count > 0) sender_.Heard();
           return count;
         },
         [this](const char* why) { EndUnlawful(why); });
@@ -120,16 +120,18 @@ class GuardedConnection final : public Transport::Accepted, public ServedConnect
 
   int Send(void* buffer, size_t size, const omni_time_t& deadline) override {
     const int count = sender_.Send(handle(), buffer, size, TimeUntil(deadline));
-    if (sender_.IsBetweenAnswers()) EndAnswer();
-    else Heard();  // it owes the rest
+    // A peer for whose answer there was no room was told so: it gives back its connection and the thread for it as well.
+    if (sender_.IsBetweenAnswers() && LargeAnswer::WasRefused()) GiveWay();
     return count;
   }
+
+  const PeerStanding& Standing() const noexcept override { return sender_.Standing(); }
 
   /// A peer at rest is told in the protocol's words, so that it may open a new connection without an error.
   void GiveWay() noexcept override {
     static constexpr char kCloseConnection[12] = {'G', 'I', 'O', 'P', 1, 2, 0, 5, 0, 0, 0, 0};
     gave_way_ = true;
-    if (Rank() == Resting && sender_.IsBetweenAnswers())
+    if (Standing().Rank() == PeerStanding::Resting && sender_.IsBetweenAnswers())
       send(handle(), kCloseConnection, sizeof kCloseConnection, MSG_DONTWAIT | MSG_NOSIGNAL);
     Shutdown();
   }
@@ -139,12 +141,6 @@ class GuardedConnection final : public Transport::Accepted, public ServedConnect
   const char* PeerAddress() { return peeraddress(); }
 
  private:
-  /// A peer for whose answer there was no room was told so: it gives back its connection and the thread for it as well.
-  void EndAnswer() noexcept {
-    Answered();
-    if (LargeAnswer::WasRefused()) GiveWay();
-  }
-
   /// Tells the peer in the protocol's words, if they do not fall into an answer that another thread is sending.
   void EndUnlawful(const char* why) {
     static constexpr char kMessageError[12] = {'G', 'I', 'O', 'P', 1, 0, 0, 6, 0, 0, 0, 0};

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::chrono::seconds kPatience{4};  // below the time limit of calls
 
-/// Gives back what a thread has that ends.
+/// Gives a thread's share of the budget back when the thread ends.
 struct ThreadAccount {
   ~ThreadAccount() { SendBudget::OfProcess().Return(account); }
   SendBudget::Account account;

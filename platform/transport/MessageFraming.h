@@ -148,6 +148,7 @@ class MessageFraming {
   void Keep(std::span<const char> bytes);
   void Digest();
   void DigestMessage();
+  void DigestFragment();
   void Admit(std::span<const char> bytes, const MessageHeader& header);
   void BeginRefused(std::span<const char> bytes, const MessageHeader& header);
   std::size_t BeginFragment(std::span<const char> bytes, const MessageHeader& header);

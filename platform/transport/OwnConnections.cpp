@@ -38,7 +38,7 @@ struct Unix {
   };
 };
 
-/// Good to some milliseconds, and the cheapest.
+/// The coarse clock: good to some milliseconds, and the cheapest to read.
 std::uint64_t Now_ns() noexcept {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
@@ -87,7 +87,8 @@ class OwnConnection final : public Transport::Opened {
   }
 
  private:
-  /// Shorter than any process needs to come back on its port; two steps of the coarse clock.
+  /// A connection that was used so recently is not looked at: no process is back on its port within that time. Two
+  /// steps of the coarse clock.
   static constexpr std::uint64_t kRest_ns = 8'000'000;
 
   /// Nearly always there is room: then nothing has to be asked for it first, neither the socket nor the clock.

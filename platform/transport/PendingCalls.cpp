@@ -90,7 +90,7 @@ bool PendingCalls::DoneOther(std::uint32_t id) noexcept {
   return true;
 }
 
-/// The ORB follows for as long as the call may last, as fast as it is answered.
+/// Left to itself the ORB follows such answers, as fast as they come, for as long as the call may last.
 void PendingCalls::SentElsewhere() {
   if (deadline_ == 0) return;
   if (detours.deadline != deadline_) detours = {deadline_, 0};

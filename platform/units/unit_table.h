@@ -3,6 +3,7 @@
 
 #include "platform/units/Units.h"
 
+#include <cstdint>
 #include <map>
 #include <span>
 #include <string_view>

@@ -19,7 +19,7 @@ constexpr char kCallback[] = "DDS_Callback";
 constexpr char kPublish[] = "Publish";
 constexpr char kGroup[] = "DDS_Group";
 
-/// One whose subscriber failed is taken.
+/// Whether the subscriber took the sample; one that failed with it has had it.
 bool IsTaken(const TakeSample& take, CORBA::Long handle, SampleRecord& sample, bool last) {
   try {
     return take(handle, sample, last);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 namespace Corvanta {
@@ -22,7 +23,7 @@ bool MayBeInFragments(MessageKind kind, unsigned minor) noexcept {
   }
 }
 
-/// Of the message, with its header.
+/// The least size that a message of this kind has, with its header.
 std::uint64_t LeastSize(const MessageHeader& header) noexcept {
   switch (header.kind) {
     case MessageKind::CancelRequest:
@@ -115,6 +116,12 @@ void ReadTarget(HeadReader& reader, const MessageHeader& header) {
   reader.Octets();
 }
 
+/// Where a message of version 1.2 names its target, with the two bytes that say how; 0 when it has none.
+std::size_t EndOfTargetKind(const MessageHeader& header) noexcept {
+  if (header.minor < 2) return 0;
+  return header.kind == MessageKind::Request ? 22 : header.kind == MessageKind::LocateRequest ? 18 : 0;
+}
+
 }  // namespace
 
 const char* NameOf(MessageKind kind) noexcept {
@@ -155,6 +162,21 @@ void WriteMessageHeader(const MessageHeader& header, char* to) noexcept {
   WriteULong(static_cast<std::uint32_t>(header.size - kMessageHeader), header.little_endian, to + 8);
 }
 
+bool IsRequest(MessageKind kind) noexcept { return kind == MessageKind::Request || kind == MessageKind::LocateRequest; }
+bool IsAnswer(MessageKind kind) noexcept { return kind == MessageKind::Reply || kind == MessageKind::LocateReply; }
+
+std::size_t EndOfFixed(const MessageHeader& header) noexcept {
+  if (header.HasId() && IsAnswer(header.kind)) return kEndOfStatus;
+  const bool has_id = header.HasId() || header.kind == MessageKind::CancelRequest;
+  return std::max(has_id ? kMessageHeader + 4 : kMessageHeader, EndOfTargetKind(header));
+}
+
+void RequireKey(std::span<const char> bytes, const MessageHeader& header) {
+  const std::size_t end = EndOfTargetKind(header);
+  if (end != 0 && end <= bytes.size() && (bytes[end - 2] != 0 || bytes[end - 1] != 0))
+    throw UnlawfulMessage("a target that is not named by its key");
+}
+
 bool SendsElsewhere(MessageKind kind, std::uint32_t status) noexcept {
   constexpr std::uint32_t kForward = 3, kForwardForGood = 4,
                           kOtherWayToName = 5;  // of a Reply; a LocateReply counts otherwise
@@ -186,6 +208,26 @@ Reading ReadReplyHead(std::span<const char> message, const MessageHeader& header
   if (header.minor == 2) reader.SkipContexts();
   head.end = reader.At();
   return reader.Result();
+}
+
+std::vector<char> MarshalException(const MessageHeader& header, std::uint32_t id) {
+  constexpr char kRepositoryId[] = "IDL:omg.org/CORBA/MARSHAL:1.0";
+  constexpr std::uint32_t kSystemException = 2;
+  std::vector<char> bytes(kMessageHeader);
+  const auto add = [&](std::uint32_t value) {
+    bytes.resize((bytes.size() + 3) / 4 * 4 + 4);
+    WriteULong(value, header.little_endian, bytes.data() + bytes.size() - 4);
+  };
+  const std::uint32_t no_contexts = 0;
+  if (header.minor < 2) add(no_contexts);
+  add(id);
+  add(kSystemException);
+  if (header.minor == 2) add(no_contexts);
+  add(sizeof kRepositoryId);
+  bytes.insert(bytes.end(), std::begin(kRepositoryId), std::end(kRepositoryId));
+  add(0);  // minor code
+  add(0);  // completed
+  return bytes;
 }
 
 }  // namespace Corvanta

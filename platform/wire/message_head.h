@@ -8,6 +8,7 @@
 #include <span>
 #include <stdexcept>
 #include <string_view>
+#include <vector>
 
 namespace Corvanta {
 
@@ -87,6 +88,26 @@ struct ReplyHead {
   std::size_t end = 0;
 };
 
+/// Request and LocateRequest; Reply and LocateReply.
+bool IsRequest(MessageKind kind) noexcept;
+bool IsAnswer(MessageKind kind) noexcept;
+
+/// Up to here, from its beginning, a message has what tells of it at fixed places: in version 1.2 its id, an answer's
+/// status, how a request names its target.
+std::size_t EndOfFixed(const MessageHeader& header) noexcept;
+
+/// The end of an answer's status in version 1.2, and of a LocateReply's in all.
+inline constexpr std::size_t kEndOfStatus = kMessageHeader + 8;
+
+/// The id of a message that has it behind its header (MessageHeader::HasId, CancelRequest). `bytes` holds 16 at least.
+inline std::uint32_t IdOf(std::span<const char> bytes, const MessageHeader& header) noexcept {
+  return ReadULong(bytes.data() + kMessageHeader, header.little_endian);
+}
+
+/// The ORB gives up on a target that is named by a reference. Looks as far as the message has come.
+/// Errors   UnlawfulMessage
+void RequireKey(std::span<const char> bytes, const MessageHeader& header);
+
 /// Whether an answer of this kind and status says no more than where, or how, to ask again.
 bool SendsElsewhere(MessageKind kind, std::uint32_t status) noexcept;
 
@@ -95,5 +116,9 @@ bool SendsElsewhere(MessageKind kind, std::uint32_t status) noexcept;
 ///          a key.
 Reading ReadRequestHead(std::span<const char> message, const MessageHeader& header, RequestHead& head);
 Reading ReadReplyHead(std::span<const char> message, const MessageHeader& header, ReplyHead& head);
+
+/// An answer that is the system exception MARSHAL, in the version and byte order of `header`, with room for its own
+/// header at the beginning.
+std::vector<char> MarshalException(const MessageHeader& header, std::uint32_t id);
 
 }  // namespace Corvanta

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 namespace Corvanta {
 namespace {
@@ -40,6 +41,27 @@ void ReadSamples(cdrStream& stream, CORBA::FloatSeq& samples) {
   }
 }
 
+/// What stands in front of x_step in a message of this processor's byte order. The padding is written as zero: memory
+/// as it was would tell strangers what stood there.
+struct TraceFront {
+  CORBA::ULong sequence_number;
+  CORBA::ULong flags;
+  BASIC_TRACE::HeaderBlock header;
+  CORBA::Octet is_dB;
+  CORBA::Octet padding[3];
+  CORBA::Long base_power;
+  VALUE_UNITS::UnitSlots slots;
+};
+static_assert(sizeof(TraceFront) == 26 * sizeof(CORBA::ULong), "no padding but the one that is named");
+
+TraceFront FrontOf(const BASIC_TRACE::BT_DATA& trace) {
+  TraceFront front{trace.sequence_number,  trace.flags, {}, static_cast<CORBA::Octet>(trace.units.is_dB), {},
+                   trace.units.base_power, {}};
+  std::copy(std::begin(trace.header), std::end(trace.header), front.header);
+  std::copy(std::begin(trace.units.slots), std::end(trace.units.slots), front.slots);
+  return front;
+}
+
 }  // namespace
 
 const WireType RecordKind<BASIC_TRACE::BT_DATA>::kType{CORBA::tk_struct, "IDL:Corvanta/BASIC_TRACE/BT_DATA:1.0",
@@ -55,6 +77,17 @@ void RecordKind<BASIC_TRACE::BT_DATA>::Read(cdrStream& stream, BASIC_TRACE::BT_D
   trace.units <<= stream;
   trace.x_step = stream.unmarshalDouble();
   ReadSamples(stream, trace.samples);
+}
+
+void RecordKind<BASIC_TRACE::BT_DATA>::Write(const BASIC_TRACE::BT_DATA& trace, cdrStream& stream) {
+  if (stream.marshal_byte_swap()) {
+    trace >>= stream;
+    return;
+  }
+  const TraceFront front = FrontOf(trace);
+  stream.put_octet_array(reinterpret_cast<const CORBA::Octet*>(&front), sizeof front, omni::ALIGN_4);
+  stream.marshalDouble(trace.x_step);
+  trace.samples >>= stream;
 }
 
 SampleView ViewOf(const SampleRecord& record) {

@@ -60,6 +60,10 @@ struct RecordKind<BASIC_TRACE::BT_DATA> : StructureKind<BASIC_TRACE::BT_DATA> {
   /// Its samples take memory as they are found to be there. The generated code multiplies a length that lies beyond what
   /// a 32-bit processor can hold, and believes it then.
   static void Read(cdrStream& stream, BASIC_TRACE::BT_DATA& trace);
+
+  /// All in front of the samples in two pieces: a sample is counted before it is written, member by member in the
+  /// generated code.
+  static void Write(const BASIC_TRACE::BT_DATA& trace, cdrStream& stream);
 };
 
 template <>

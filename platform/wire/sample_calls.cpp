@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "platform/records/trace_record.h"
+#include "platform/records/SampleRecord.h"
 #include "platform/wire/sample_any.h"
 #include "platform/wire/sample_wire.h"
 #include "platform/wire/whole_message.h"
@@ -24,7 +24,7 @@ std::uint64_t BytesOfSamples(const SampleView& sample) {
   return VisitView(sample, [](const auto& record) { return std::uint64_t{Lumenar::SampleBytes(record)}; });
 }
 
-/// With all that stands around them.
+/// Of a whole group, with what stands around the samples in the message.
 std::uint64_t BytesOfSamples(const std::vector<SharedSampleView>& samples) {
   std::uint64_t bytes = 0;
   for (const SharedSampleView& shared : samples)

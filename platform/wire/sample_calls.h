@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "DDS.hh"
-#include "platform/wire/SharedSampleView.h"
+#include "platform/wire/sample_wire.h"
 
 namespace Corvanta {
 

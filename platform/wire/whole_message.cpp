@@ -8,12 +8,13 @@
 #include <cstring>
 
 #include "platform/wire/message_head.h"
+#include "platform/wire/record_kinds.h"
 
 namespace Corvanta {
 namespace {
 
-/// The ORB's messages have a size that is known before they are written (version 1.0 knows no other), but no way for
-/// others to set it: an explicit instantiation may name what is private.
+/// The ORB can send a message whose size it knows beforehand (in version 1.0 it must), but the member that tells it the
+/// size is private. The arguments of an explicit instantiation may name private members, so that is how it is reached.
 using SetSize = void (omni::giopStream::*)(CORBA::ULong);
 SetSize SizeSetter();
 template <SetSize setter>
@@ -37,7 +38,7 @@ class IncomingGet final : public omniCallDescriptor {
 
   void marshalReturnedValues(cdrStream& stream) override {
     WriteWhole(stream, trace_->samples.length() * std::uint64_t{sizeof(CORBA::Float)},
-               [this](cdrStream& to) { trace_.in() >>= to; });
+               [this](cdrStream& to) { RecordKind<BASIC_TRACE::BT_DATA>::Write(trace_.in(), to); });
   }
 
  private:

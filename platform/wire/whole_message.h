@@ -7,7 +7,7 @@
 #include <functional>
 
 #include "BASIC_TRACE.hh"
-#include "platform/wire/GuardedServant.h"
+#include "platform/wire/any_guard.h"
 
 namespace Corvanta {
 

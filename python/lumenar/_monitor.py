@@ -106,8 +106,8 @@ class Monitor(ClosedByBlock, Iterator["Result"], AsyncIterator["Result"]):
         return self._core.lost
 
     def fileno(self) -> int:
-        """A file descriptor for select() and the like: it can be read from when a result may be there. Take all that
-        poll() gives then."""
+        """A file descriptor for select() and the like: it can be read from when a result may be there, or the monitor has
+        ended. Take all that poll() gives then. It is open as long as the monitor is held."""
         return self._core.fileno()
 
     def poll(self) -> Optional[Result]:

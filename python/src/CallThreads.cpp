@@ -59,7 +59,10 @@ class Pool {
         work_.pop_front();
         --idle_;
       }
-      work();
+      try {
+        work();
+      } catch (...) {  // nobody waits for it any more who could be told
+      }
       work = nullptr;  // what it holds goes while it counts as unfinished
       const std::lock_guard lock(mutex_);
       ++idle_;

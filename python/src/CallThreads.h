@@ -10,7 +10,7 @@ namespace Lumenar::Python {
 /// the garbage collector finds. They never touch Python. As many as there are calls at a time; idle ones are used again.
 class CallThreads {
  public:
-  /// Runs `work`, which does not throw, on one of them.
+  /// Runs `work` on one of them. What it throws is forgotten.
   /// Errors   std::system_error when a thread is needed and cannot be had.
   static void Run(std::function<void()> work);
 

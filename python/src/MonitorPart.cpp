@@ -28,11 +28,12 @@ Clock::time_point DeadlineAfter(std::optional<double> limit_s) {
 
 }  // namespace
 
-MonitorPart::State::~State() {
-  if (arrivals < 0) return;
-  subscription.OnArrival({});
-  close(arrivals);
+MonitorPart::Arrivals::Arrivals()
+    : descriptor(eventfd(1, EFD_CLOEXEC | EFD_NONBLOCK)) {  // what is there counts as come
+  if (descriptor < 0) throw std::system_error(errno, std::generic_category(), "a descriptor for arrivals");
 }
+
+MonitorPart::Arrivals::~Arrivals() { close(descriptor); }
 
 std::shared_ptr<Result> MonitorPart::State::ResultOf(std::optional<Client::Delivery> delivery) const {
   if (!delivery) return nullptr;
@@ -73,20 +74,18 @@ std::shared_ptr<Result> MonitorPart::Poll() const {
   const auto state = state_.Get();
   if (!state) return nullptr;
   eventfd_t count = 0;
-  if (state->arrivals >= 0) eventfd_read(state->arrivals, &count);  // first: what comes from here on is told again
+  if (arrivals_) eventfd_read(arrivals_->descriptor, &count);  // first: what comes from here on is told again
   return state->ResultOf(state->subscription.Next({}));
 }
 
 int MonitorPart::FileDescriptor() {
   ProcessMark::RequireOwn();
-  const auto state = state_.Get();
-  if (!state) throw Client::Error(Client::ErrorKind::BadArgument, "the monitor has ended");
-  if (state->arrivals >= 0) return state->arrivals;
-  const int arrivals = eventfd(1, EFD_CLOEXEC | EFD_NONBLOCK);  // what is there already counts as come
-  if (arrivals < 0) throw std::system_error(errno, std::generic_category(), "a descriptor for arrivals");
-  state->arrivals = arrivals;
-  state->subscription.OnArrival([arrivals] { eventfd_write(arrivals, 1); });
-  return arrivals;
+  if (arrivals_) return arrivals_->descriptor;
+  const auto arrivals = std::make_shared<Arrivals>();
+  if (const auto state = state_.Get())
+    state->subscription.OnArrival([arrivals] { eventfd_write(arrivals->descriptor, 1); });
+  arrivals_ = arrivals;
+  return arrivals_->descriptor;
 }
 
 bool MonitorPart::HasEnded() const {

@@ -30,8 +30,9 @@ class MonitorPart : public Part {
   /// A sample that is there; null where none is. Waits for nothing.
   std::shared_ptr<Result> Poll() const;
 
-  /// A file descriptor that can be read from when a sample may have come since the last Poll, or the monitor has ended;
-  /// belongs to this. Errors   std::system_error.
+  /// A file descriptor that can be read from when a sample may have come since the last Poll, or the monitor has ended.
+  /// It stays open as long as this, also when the monitor has ended: an event loop that waits at it hears of the end.
+  /// With the GIL, as Poll. Errors   std::system_error.
   int FileDescriptor();
 
   bool HasEnded() const;
@@ -39,9 +40,18 @@ class MonitorPart : public Part {
   void Close() noexcept override;
 
  private:
+  /// An event descriptor, shared by the monitor and by who tells it of arrivals.
+  struct Arrivals {
+    Arrivals();
+    ~Arrivals();
+    Arrivals(const Arrivals&) = delete;
+    Arrivals& operator=(const Arrivals&) = delete;
+
+    const int descriptor;
+  };
+
   struct State {
     explicit State(const std::shared_ptr<Client::Connection>& shared) : connection(shared), subscription(*shared) {}
-    ~State();
     State(const State&) = delete;
     State& operator=(const State&) = delete;
 
@@ -50,9 +60,9 @@ class MonitorPart : public Part {
     std::shared_ptr<Client::Connection> connection;
     std::vector<std::string> names;
     Client::Subscription subscription;
-    int arrivals = -1;  ///< an event descriptor, once asked for
   };
 
+  std::shared_ptr<Arrivals> arrivals_;       ///< once asked for
   std::atomic<unsigned long long> lost_{0};  ///< once closed
   SharedState<State> state_;
 };

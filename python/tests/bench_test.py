@@ -14,3 +14,4 @@ def test_nothing_is_lost_at_an_easy_rate():
                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
     assert ran.returncode == 0, ran.stdout
     assert " 0 lost on the way" in ran.stdout
+    assert "processor time of this program: " in ran.stdout

@@ -3,6 +3,7 @@
 
 import asyncio
 import select
+import sys
 import threading
 import time
 
@@ -138,12 +139,29 @@ def test_an_event_loop_meets_the_timeout_and_the_end(client):
     with pytest.raises(lumenar.Timeout):
         asyncio.run(late())
 
-    async def ended():
-        monitor = client.reading("COUNT").monitor(timeout=10)
-        asyncio.get_running_loop().call_later(0.05, monitor.close)
+    async def ended(close):
+        monitor = client.reading("COUNT").monitor()
+        asyncio.get_running_loop().call_later(0.05, close, monitor)
+        return await asyncio.wait_for(take_all(monitor), 10)
+
+    async def take_all(monitor):
         return [result async for result in monitor]
 
-    assert asyncio.run(ended()) == []
+    assert asyncio.run(ended(lambda monitor: monitor.close())) == []
+    assert asyncio.run(ended(lambda monitor: threading.Thread(target=monitor.close).start())) == []
+
+
+def test_the_descriptor_of_one_that_has_ended_says_so(client):
+    monitor = client.reading("COUNT").monitor()
+    descriptor = monitor.fileno()
+    monitor.poll()
+    assert select.select([descriptor], [], [], 0)[0] == []
+    monitor.close()
+    assert select.select([descriptor], [], [], 10)[0] == [descriptor]
+    assert monitor.fileno() == descriptor and monitor.poll() is None
+    late = client.reading("COUNT").monitor()
+    late.close()
+    assert select.select([late.fileno()], [], [], 0)[0] == [late.fileno()]
 
 
 def test_a_waiting_event_loop_can_be_cancelled(client):
@@ -170,6 +188,22 @@ def test_other_threads_run_while_one_waits(client):
         now = time.monotonic()
         longest, last = max(longest, now - last), now
     assert longest < 0.5
+
+
+def test_results_arrive_while_python_computes(client):
+    """Who delivers takes no GIL: what came while it was held is there at once."""
+    before = sys.getswitchinterval()
+    with client.reading("FAST").monitor() as monitor:
+        next(monitor)
+        sys.setswitchinterval(1000)  # from here on no other thread gets it, and poll() does not give it away
+        try:
+            end = time.monotonic() + 1
+            while time.monotonic() < end:
+                pass
+            arrived = sum(1 for _ in iter(monitor.poll, None))
+        finally:
+            sys.setswitchinterval(before)
+    assert arrived >= 10  # of 200
 
 
 def test_a_topic_manager_that_was_started_again_delivers(own_platform):

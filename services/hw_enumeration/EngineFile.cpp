@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <charconv>
+#include <cstdint>
 #include <system_error>
 #include <tuple>
 #include <vector>
@@ -32,7 +33,7 @@ bool TakeLine(const std::string& line, EngineTable& table) {
   const std::vector<std::string> fields = Fields(line);
   if (fields.size() != 3) return false;
   const auto& [instance_text, progress, name] = std::tie(fields[0], fields[1], fields[2]);
-  long instance = 0;
+  std::int32_t instance = 0;  // as it is announced
   const char* last = instance_text.data() + instance_text.size();
   const auto [end, error] = std::from_chars(instance_text.data(), last, instance);
   if (error != std::errc() || end != last || !EngineTable::IsNameGood(name)) return false;

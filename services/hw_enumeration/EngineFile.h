@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "platform/base/TextFile.h"
 #include "services/hw_enumeration/EngineTable.h"

@@ -36,21 +36,20 @@ Progress_Interface_ptr HwEnumerate_Able_i::GetProgressInterface(const char* engi
   const EngineTable::Key key(engine, instance);
   if (!EngineTable::IsNameGood(key.first)) throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
   ProgressServant replaced;
-  ProgressServant servant;
+  Progress_Interface_var reference;
   {
     Lock lock(mutex_);
     const auto announcement = table_.Announce(key);
     if (!announcement) throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
-    servant = new Progress_Interface_i(this, key, *announcement);
     ProgressServant& place = servants_[key];
     replaced = place._retn();
-    servant->_add_ref();
-    place = servant.in();
+    place = new Progress_Interface_i(this, key, *announcement);
+    reference = place->_this();  // under the lock: who replaces it finds it active, and ends that
     Keep();
   }
   ORB_base::DeactivateObject(replaced.in());
   WriteEvent(key, "announced");
-  return servant->_this();
+  return reference._retn();
 }
 
 void HwEnumerate_Able_i::Report(const EngineTable::Key& key, long announcement, const std::string& progress) {

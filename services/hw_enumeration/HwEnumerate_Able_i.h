@@ -3,6 +3,7 @@
 
 #include <map>
 #include <optional>
+#include <string>
 
 #include "HwEnumerate.hh"
 #include "platform/base/Mutex.h"

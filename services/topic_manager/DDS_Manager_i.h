@@ -5,7 +5,7 @@
 
 #include "DDS.hh"
 #include "platform/orb/ORB_base.h"
-#include "platform/wire/GuardedServant.h"
+#include "platform/wire/any_guard.h"
 #include "services/topic_manager/Dispatcher.h"
 #include "services/topic_manager/SubscriptionStore.h"
 #include "services/topic_manager/TopicTable.h"

@@ -133,6 +133,32 @@ def test_keys_that_are_typed_into_a_field_do_nothing_else(gateway, browser):
     assert not browser.run("return document.body.classList.contains('paused')")
 
 
+def test_place_and_values_of_the_cursor_are_said_when_it_rests(gateway, browser):
+    browser.open(gateway.address, show=SHOWN[:2])
+    browser.wait_for_pictures(*SHOWN[:2])
+    browser.run("document.querySelector('.plot').focus(); window.said = [];"
+                "new MutationObserver(() => said.push(document.querySelector('.panel [role=status]').textContent))"
+                ".observe(document.querySelector('.panel [role=status]'), {childList: true})")
+    browser.press(*[Keys.ARROW_RIGHT] * 5)
+    browser.until("return said.length > 0")
+    place, *values = browser.run("return said").pop().split(". ")
+    assert place == "5250000"  # without a unit: the simulator has none
+    assert [value.split(":")[0] for value in values] == SHOWN[:2] and all(value.endswith("dBm") for value in values)
+    assert browser.run("return said.length") == 1, "one sentence, not one for each key"
+
+
+def test_what_goes_on_by_itself_is_not_said(gateway, platform, browser, empty):
+    """Rates, ages and digits change all the time: none of them stands where changes are read out."""
+    open_full(gateway, platform, browser)
+    browser.press("m")
+    browser.run("window.spoken = [];"
+                "for (const live of document.querySelectorAll('[role=status], [role=alert], [role=log], [aria-live]'))"
+                "  new MutationObserver(() => spoken.push(live.outerHTML.slice(0, 80)))"
+                "    .observe(live, {childList: true, subtree: true, characterData: true})")
+    browser.wait_for_frames(100)
+    assert browser.run("return spoken") == []
+
+
 def test_everything_has_a_name(gateway, platform, browser, empty):
     open_full(gateway, platform, browser)
     nameless = browser.run(

@@ -55,7 +55,9 @@ def test_a_damaged_frame_is_refused_with_a_sentence(page, damaged, words):
 def test_axes_take_the_prefix_that_fits(page):
     cases = [("Hz", 3e6, 1e6, "MHz"), ("kHz", 5e4, 1e3, "MHz"), ("s", 2e-7, 1e-9, "ns"), ("us", 1000, 1e3, "ms"),
              ("dBm", 5e6, 1, "dBm"), ("mW/Hz", 5e6, 1, "mW/Hz"), ("", 5e6, 1, ""), ("%", 5e6, 1, "%"),
-             ("min", 5e6, 1, "min"), ("W", 0, 1, "W"), ("W", math.inf, 1, "W"), ("Hz", 999, 1, "Hz")]
+             ("min", 5e6, 1, "min"), ("B", 2.2e10, 1e9, "×10⁹ B"), ("", 2e7, 1e6, "×10⁶"),
+             ("mW/Hz", 3e-17, 1e-18, "×10⁻¹⁸ mW/Hz"), ("W", 0, 1, "W"),
+             ("W", math.inf, 1, "W"), ("Hz", 999, 1, "Hz")]
     for unit, greatest, divisor, shown in cases:
         scale = page.module("units.js", "return m.axisScale(a[0], a[1] ?? Infinity)", unit,
                             None if greatest == math.inf else greatest)
@@ -67,6 +69,29 @@ def test_labels_name_quantity_and_unit(page):
     cases = [("dBm", "Level, dBm"), ("mV", "Voltage, mV"), ("%", "Share, %"), ("mW/Hz", "mW/Hz"), ("", "Point")]
     for unit, label in cases:
         assert page.module("units.js", "return m.axisLabel(a[0], 'Point')", unit) == label
+
+
+def test_labels_have_the_unit_of_the_axis(page):
+    cases = [("us", "Value", "ms", "Time, ms"), ("B", "Value", "×10⁹ B", "Data, ×10⁹ B"),
+             ("", "Number", "×10⁶", "Number, ×10⁶"), ("mW/Hz", "Value", "×10⁻¹⁸ mW/Hz", "×10⁻¹⁸ mW/Hz")]
+    for unit, otherwise, shown, label in cases:
+        assert page.module("units.js", "return m.axisLabel(a[0], a[1], a[2])", unit, otherwise, shown) == label
+
+
+def test_all_operations_that_there_are_have_words(page):
+    page.until("return lumenar.store.welcome.math_types.length > 0")
+    names = page.run("return lumenar.store.welcome.math_types.map((type) => type.name)")
+    assert len(names) >= 5
+    assert page.module("operations.js", "return a[0].filter((name) => m.wordsOf(name) === '')", names) == []
+    assert page.module("operations.js", "return m.wordsOf('NOT_THERE') + m.wordsOf('toString')") == ""
+
+
+def test_words_are_broken_into_lines_that_fit(page):
+    cases = [("one two three", 7, ["one two", "three"]), ("onetwothree four", 5, ["onetw", "othre", "e", "four"]),
+             ("", 5, [""]), ("a b", 0, ["a", "b"])]
+    for text, width, lines in cases:
+        script = "return m.linesOf({measureText: (words) => ({width: words.length})}, a[0], a[1])"
+        assert page.module("picture.js", script, text, width) == lines
 
 
 def test_numbers_are_written_as_people_do(page):

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What somebody does with the page: looks, creates, sets, zooms, deletes, saves."""
+"""What somebody sees on the page: pictures, zoom, cursor, waterfall, walls, and what is saved."""
 
 import json
 import os
@@ -7,28 +7,11 @@ import os
 import pytest
 from selenium.webdriver.common.keys import Keys
 
-from browser import LAPTOP, PHONE, spread
-from gateway import Gateway, create, newest, objects, until
+from browser import LAPTOP, PHONE
+from gateway import Gateway, Platform, create, objects
 
 NOISE = "SIM/1/NOISE"
 TONE = "SIM/1/TONE"
-
-
-def type_size(browser, text: str) -> None:
-    """As a person does: what is typed stays when the next state comes."""
-    browser.run(
-        "const size = document.querySelector('.size-form input'); size.value = arguments[0];"
-        "size.dispatchEvent(new Event('input', {bubbles: true}))",
-        text,
-    )
-
-
-def create_average(browser, reading, size):
-    browser.click("#create")
-    browser.choose("#create-type", "Average")
-    browser.choose("#create-input-0", reading)
-    browser.run("document.querySelector('#create-size').value = arguments[0]", str(size))
-    browser.click("#create-dialog button.main")
 
 
 def test_the_first_picture_is_there_within_a_second(gateway, browser):
@@ -47,68 +30,6 @@ def test_who_comes_first_sees_readings_and_whether_they_live(gateway, browser, e
     assert "● live" in browser.text("#engines")
     assert "10001 points dBm" in browser.text(browser.row(NOISE))
     assert browser.text("#connection") == "● connected"
-
-
-def test_an_average_is_created_set_and_settles(gateway, platform, browser, empty):
-    browser.open(gateway.address, show=[NOISE])
-    browser.wait_for_pictures(NOISE)
-    create_average(browser, NOISE, 5)
-    assert until(lambda: len(objects(platform)) == 1)
-    name = newest(platform)
-    browser.wait_for_pictures(name)
-    type_size(browser, "40")
-    browser.click(".size-form button", "Set")
-    browser.until("return document.querySelector('#objects').textContent.includes('40 of 40')", limit=20)
-    assert spread(browser, name) < 0.6 * spread(browser, NOISE)
-    assert [(one["type"], one["size"]) for one in objects(platform)] == [("Average", 40)]
-
-
-def test_an_average_begins_anew_after_reset(gateway, platform, browser, empty):
-    name = create(platform, "Average", NOISE)
-    platform.mathctl("set", name, "SIZE", "99")
-    browser.open(gateway.address, show=[name])
-    browser.wait_for_pictures(name)
-    before = objects(platform)[0]["filled"]
-    assert until(lambda: objects(platform)[0]["filled"] > before + 20, 10)
-    many = objects(platform)[0]["filled"]
-    browser.click(browser.row(name) + " button", "Reset")
-    assert until(lambda: objects(platform)[0]["filled"] < many, 5)
-
-
-def test_a_trace_is_normalised_to_its_average(gateway, browser, platform, empty):
-    average = create(platform, "Average", TONE)
-    browser.open(gateway.address, show=[TONE])
-    browser.wait_for_pictures(TONE)
-    browser.click("#create")
-    browser.choose("#create-type", "RelativeSubtract")
-    browser.choose("#create-input-0", TONE)
-    browser.choose("#create-input-1", average)
-    browser.click("#create-dialog button.main")
-    assert until(lambda: len(objects(platform)) == 2)
-    browser.wait_for_pictures(newest(platform))
-    browser.until("const {values} = lumenar.panels.views.find((view) => view.name === arguments[0]).frame;"
-                  " return values.some((value) => Math.abs(value) < 5)", newest(platform))
-
-
-def test_only_inputs_that_fit_can_be_chosen(gateway, browser, empty):
-    browser.open(gateway.address)
-    browser.until("return lumenar.store.state !== null")
-    browser.click("#create")
-    browser.choose("#create-type", "Subtract")
-    assert browser.run("return document.querySelector('#create-dialog button.main').disabled")
-    browser.choose("#create-input-0", "SIM/1/VOLTAGE")
-    browser.until("return document.querySelector('#create-input-1').options.length > 1")
-    offered = browser.run("return [...document.querySelector('#create-input-1').options].map((o) => o.value)")
-    assert NOISE not in offered and "SIM/1/VOLTAGE" in offered
-
-
-def test_a_value_that_is_refused_is_said_in_a_sentence(gateway, browser):
-    browser.open(gateway.address)
-    row = browser.row("SIM/1/START")
-    browser.until("return document.querySelector(arguments[0]) !== null", row)
-    browser.run("document.querySelector(arguments[0]).value = '2000'", row + " input[type=text]")
-    browser.click(row + " button", "Set")
-    browser.until("return document.querySelector('.notice.error')?.textContent.length > 10")
 
 
 def test_zoom_survives_updates_and_brings_the_points(gateway, browser):
@@ -137,8 +58,18 @@ def test_the_cursor_tells_values_and_peaks_are_marked(gateway, browser):
     browser.run("document.querySelector('.plot').focus()")
     browser.press(Keys.ARROW_RIGHT)
     browser.until("return document.querySelector('.legend-value').textContent.endsWith(' W')")
-    browser.until("return document.querySelector('.legend-peak').textContent.startsWith('▲ 3')")
+    browser.until("return document.querySelector('.legend-peak').textContent.startsWith('▼ 3')")
     assert "Cursor at 505000" in browser.text(".panel-head")
+
+
+def test_the_cursor_of_values_over_time_tells_them(gateway, browser):
+    browser.open(gateway.address, show=["SIM/1/VOLTAGE"])
+    browser.wait_for_pictures("SIM/1/VOLTAGE")
+    browser.run("document.querySelector('.value-panel .plot').focus()")
+    browser.press(Keys.END)
+    browser.until("return /at the cursor [45]\\.?\\d* V/.test(document.querySelector('.legend-value').textContent)")
+    browser.press(Keys.ESCAPE)
+    browser.until("return document.querySelector('.legend-value').textContent === ''")
 
 
 def test_pause_stops_and_go_on_goes_on(gateway, browser):
@@ -154,6 +85,33 @@ def test_pause_stops_and_go_on_goes_on(gateway, browser):
     assert rows > 0 and browser.run("return document.querySelector('.layer').toDataURL()") == stood
     browser.press("p")
     browser.wait_for_frames(5)
+
+
+def test_in_a_pause_picture_and_cursor_are_of_one_sample_and_zoom_brings_points(gateway, browser):
+    browser.open(gateway.address, show=[NOISE])
+    browser.wait_for_pictures(NOISE)
+    browser.wait_for_frames(5)
+    browser.run("document.body.dispatchEvent(new KeyboardEvent('keydown', {key: 'p', bubbles: true}));"
+                "window.still = lumenar.panels.views[0].frame; window.came = lumenar.figures.frames")
+    browser.until("return lumenar.figures.frames > came", why="the sample that was under way")
+    assert browser.run("return lumenar.panels.views[0].frame === still")
+    browser.run("document.querySelector('.plot').focus()")
+    browser.press("+", "+", "+", "+")
+    browser.until("return !lumenar.panels.views[0].frame.isColumns", why="the points of what is zoomed to")
+    drawn = picture_of(browser)
+    browser.run("const [view] = lumenar.panels.views;"
+                "view.keep({...view.frame, values: view.frame.values.map((value) => value - 1)})")
+    assert picture_of(browser) != drawn, "an answer that comes late is drawn, too"
+    browser.press("p")
+    browser.wait_for_frames(5)
+
+
+def picture_of(browser):
+    """The curves, when what was asked for is drawn."""
+    browser.run("window.isDrawn = false;"
+                "requestAnimationFrame(() => requestAnimationFrame(() => { window.isDrawn = true; }))")
+    browser.until("return isDrawn")
+    return browser.run("return document.querySelector('.layer').toDataURL()")
 
 
 def test_hold_keeps_the_smallest_and_the_greatest(gateway, browser):
@@ -181,7 +139,8 @@ def test_decibels_become_linear_and_come_back(gateway, browser):
     browser.until("return !document.querySelector('.panel-tools button').hidden")
     browser.press("l")
     browser.until("return lumenar.panels.views[0].unit === 'mW'")
-    browser.until("return document.querySelector('.trace-panel h2').textContent === 'Power, mW'")
+    browser.until("return document.querySelector('.trace-panel h2').textContent === 'Power, nW'",
+                  why="title and axis have one unit")
     browser.press("l")
     browser.until("return lumenar.panels.views[0].unit === 'dBm'")
 
@@ -198,6 +157,19 @@ def test_traces_of_other_units_have_a_panel_of_their_own(gateway, browser):
     assert int(browser.text(count)) >= 100
 
 
+def test_panels_stand_in_the_order_of_what_was_chosen(gateway, browser):
+    shown = ["SIM/1/COUNT", "SIM/1/POWER", "SIM/1/VOLTAGE", NOISE]
+    browser.open(gateway.address, show=shown)
+    browser.wait_for_pictures(*shown)
+    names = "return [...document.querySelectorAll('.panel .legend-line')].map((line) => line.dataset.name)"
+    assert browser.run(names) == shown
+    browser.run("lumenar.store.hide('SIM/1/COUNT')")
+    browser.run("lumenar.store.show('SIM/1/COUNT')")
+    browser.wait_for_pictures("SIM/1/COUNT")
+    first_free = ["SIM/1/COUNT", *shown[1:]]
+    assert browser.run(names) == first_free, "it has the first colour again, and the first place"
+
+
 def test_a_waterfall_grows_downwards(gateway, browser):
     browser.open(gateway.address, show=[TONE])
     browser.wait_for_pictures(TONE)
@@ -211,29 +183,33 @@ def test_a_waterfall_grows_downwards(gateway, browser):
     assert browser.text(".fall-scale").count("dBm") == 2
 
 
-def test_a_deletion_is_undone_within_five_seconds(gateway, platform, browser, empty):
-    name = create(platform, "Peak", NOISE)
-    browser.open(gateway.address, show=[name])
-    browser.wait_for_pictures(name)
-    row = browser.row(name)
-    browser.click(row + " button", "Delete")
-    assert "will be deleted" in browser.text(row)
-    browser.click(".notice button", "Undo")
-    assert "will be deleted" not in browser.text(row)
-    browser.click(row + " button", "Delete")
-    browser.until("return document.querySelector(arguments[0]) === null", row, limit=12)
-    assert objects(platform) == []
+@pytest.mark.parametrize("size", [LAPTOP, PHONE], ids=["laptop", "phone"])
+def test_the_saved_picture_has_all_words_whole(gateway, platform, browser, empty, size):
+    name = create(platform, "RelativeSubtract", TONE, NOISE)
+    browser.open(gateway.address, show=[NOISE, name], size=size)
+    browser.wait_for_pictures(NOISE, name)
+    browser.press("m", "w")
+    browser.until("return [...document.querySelectorAll('.legend-peak')].every((one) => one.textContent !== '')")
+    browser.run("window.wide = 0; const real = CanvasRenderingContext2D.prototype.fillText;"
+                "CanvasRenderingContext2D.prototype.fillText = function (words, x, y) {"
+                "  if (!this.canvas.isConnected) {"
+                "    window.wide = Math.max(window.wide, x + this.measureText(words).width - this.canvas.width);"
+                "    (window.written ??= []).push(words);"
+                "  } return real.call(this, words, x, y); }")
+    browser.press("s")
+    browser.download(".png")
+    written = " ".join(browser.run("return written"))
+    for part in ("Level, dBm", name, "RelativeSubtract of", f"{TONE}, {NOISE}", "▼", "−60 s"):
+        assert part in written, written
+    assert browser.run("return wide") <= 0, "words are cut off at the edge"
 
 
-def test_an_undone_deletion_stays_undone(gateway, platform, browser, empty):
-    name = create(platform, "Peak", NOISE)
-    browser.open(gateway.address, show=[name])
-    browser.wait_for_pictures(name)
-    browser.click(browser.row(name) + " button", "Delete")
-    browser.click(".notice button", "Undo")
-    browser.run("window.begun = performance.now()")
-    browser.until("return performance.now() - window.begun > 6000", limit=20)
-    assert len(objects(platform)) == 1
+def test_a_picture_of_nothing_is_refused_in_a_sentence(gateway, browser):
+    browser.open(gateway.address)
+    browser.until("return lumenar.store.shown.length > 0")
+    browser.run("[...lumenar.store.shown].forEach((name) => lumenar.store.hide(name))")
+    browser.press("s")
+    browser.until("return document.querySelector('.notice.error')?.textContent.includes('nothing is shown')")
 
 
 def test_picture_data_and_set_are_saved(gateway, platform, browser, empty):
@@ -264,19 +240,6 @@ def test_a_wall_shows_pictures_alone(gateway, platform, browser, empty):
     assert sorted(slots) == [[0, name], [1, "SIM/1/VOLTAGE"]]
 
 
-def test_without_the_right_nothing_can_be_changed(platform, browser, empty):
-    name = create(platform, "Average", NOISE)
-    reader = Gateway(platform, name="math_web_reader")
-    browser.open(reader.address, show=[name])
-    browser.wait_for_pictures(name)
-    browser.until("return document.querySelector('#rights').textContent === 'read only'")
-    words = browser.run("return [...document.querySelectorAll('aside button')]"
-                        ".filter((one) => one.checkVisibility()).map((one) => one.textContent)")
-    assert words == ["Save set"]
-    browser.press("n")
-    assert not browser.run("return document.querySelector('#create-dialog').open")
-
-
 def test_the_token_goes_out_of_the_address_and_in_with_the_socket(platform, browser):
     secret = "q3J8vZt0bX5yN1mK7wRd2s"
     path = platform.path / "token"
@@ -295,5 +258,33 @@ def test_nothing_stands_beyond_the_edge(gateway, browser, platform, empty, size)
     browser.wait_for_pictures(NOISE, name, "SIM/1/VOLTAGE")
     browser.click(".trace-panel .legend-buttons button", "Waterfall")
     browser.until("return document.querySelector('.fall') !== null")
-    browser.until("return document.querySelectorAll('#engines tr').length >= 2")
+    browser.until("return document.querySelectorAll('#engines .row').length >= 2")
     assert browser.run("return document.scrollingElement.scrollWidth <= window.innerWidth")
+
+
+LONG = "A_NAME_THAT_SOMEBODY_GAVE_WITHOUT_THINKING_OF_SCREENS_AND_THAT_NO_PHONE_HAS_ROOM_FOR"
+
+
+@pytest.mark.parametrize("size", [LAPTOP, PHONE], ids=["laptop", "phone"])
+def test_long_names_stay_within_the_page(browser, size):
+    trace, value = f"SIM/1/{LONG}", f"SIM/1/{LONG}_TOO"
+    readings = f"trace:{LONG}:points=1001:rate=20:units=V:wave=sine;value:{LONG}_TOO:rate=20:units=V:wave=sine"
+    with Platform(readings) as platform:
+        average = create(platform, "Average", trace)
+        gateway = Gateway(platform, "--allow-control")
+        browser.open(gateway.address, show=[trace, value, average], size=size)
+        browser.wait_for_pictures(trace, value, average)
+        browser.press("m")
+        browser.click(".trace-panel .legend-buttons button", "Waterfall")
+        platform.kill("sim")  # what is told of it then is long as well
+        browser.until("return document.querySelector('#objects .row')?.dataset.state === 'away'")
+        expect_all_within_the_page(browser)
+
+
+def expect_all_within_the_page(browser):
+    wide = browser.run("return [...document.querySelectorAll('body *')].filter((one) => one.checkVisibility() &&"
+                       " !one.closest('.u-wrap, .unseen, .skip') && one.getBoundingClientRect().right > innerWidth)"
+                       ".map((one) => one.className)")
+    assert wide == []
+    assert browser.run("return [...document.querySelectorAll('.row, .panel')]"
+                       ".filter((one) => one.scrollWidth > one.clientWidth).map((one) => one.textContent)") == []

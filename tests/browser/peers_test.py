@@ -10,7 +10,7 @@ LIMIT = 5
 
 
 def engine_is(browser, word):
-    browser.until("return [...document.querySelectorAll('#engines tr')]"
+    browser.until("return [...document.querySelectorAll('#engines .row')]"
                   ".some((row) => row.dataset.key.startsWith('SIM') && row.textContent.includes(arguments[0]))",
                   word, limit=LIMIT)
 

@@ -28,7 +28,6 @@ class Volley {
 
   void FireEnding(long count);
   void FireOnOne(long count);
-  void ExpectAnswers(Client& client, long count);
   void Note(const std::string& answer);
   void Expect(const std::string& answer, const std::string& wanted);
 

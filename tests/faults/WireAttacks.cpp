@@ -83,23 +83,23 @@ std::string EmptyFragmentsWithoutEnd(RawClient& client) {
 std::vector<WireAttack> WireAttacks() {
   using enum WireAttack::Outcome;
   return {
-      {"last fragment twice", Ends, "", LastFragmentTwice},
+      {"last fragment twice", Closed, "", LastFragmentTwice},
       {"cancel of no request", Dropped, "", CancelOfNone},
       {"cancel of half a request", Dropped, "", BegunThenCancelled},
       {"cancel of half a request, then the end", Ends, "", BegunThenCancelled},
       {"old fragments", Answered, "ok", OldFragments},
       {"large old fragments", Answered, "MARSHAL", LargeOldFragments},
-      {"fragment of no request", Ends, "", FragmentOfNone},
-      {"first fragment twice", Ends, "", BegunTwice},
+      {"fragment of no request", Closed, "", FragmentOfNone},
+      {"first fragment twice", Closed, "", BegunTwice},
       {"empty fragments", Ends, "", EmptyFragmentsWithoutEnd},
-      {"answer to a server", Ends, "", Answer},
-      {"location to a server", Ends, "", Location},
-      {"message error", Ends, "", Error},
-      {"request behind a goodbye", Ends, "", Goodbye},
+      {"answer to a server", Closed, "", Answer},
+      {"location to a server", Closed, "", Location},
+      {"message error", Closed, "", Error},
+      {"request behind a goodbye", Closed, "", Goodbye},
       {"size of 4 GB", Ends, "", LargerThanAnything},
-      {"unknown version", Ends, "", UnknownVersion},
-      {"unknown kind", Ends, "", UnknownKind},
-      {"no room for a number", Ends, "", TooShortForItsNumber},
+      {"unknown version", Closed, "", UnknownVersion},
+      {"unknown kind", Closed, "", UnknownKind},
+      {"no room for a number", Closed, "", TooShortForItsNumber},
   };
 }
 

@@ -12,9 +12,10 @@ namespace Lumenar::Test {
 
 /// Messages, or parts of them, that no ORB sends to an object, or that one sends seldom.
 struct WireAttack {
-  /// What may become of one try. A connection may always be closed instead, in order.
+  /// What becomes of one try.
   enum Outcome {
-    Ends,      ///< the connection ends
+    Closed,    ///< the connection is closed by whoever was attacked
+    Ends,      ///< it ends with the attacker's, which may send more: until then it is kept for a while
     Answered,  ///< each try gets an answer
     Dropped,   ///< no answer; the next request on the connection gets one
   };

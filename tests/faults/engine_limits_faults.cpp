@@ -4,7 +4,11 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <fstream>
 #include <future>
+#include <map>
+#include <string>
+#include <utility>
 
 #include "tests/faults/PeersFault.h"
 
@@ -115,22 +119,36 @@ TEST_F(ManyCallers, OverOneHungReading) {
   ReportFigure(fmt::format("limit 1000 ms, longest call {} ms", longest.count()));
 }
 
-class StartBesideDeadEnumeration : public PeersFault {};
+/// Engines are waited for a part of the time limit that calls have here.
+class StartBesideDeadEnumeration : public PeersFault {
+ protected:
+  Process& StartPatientEngine(const std::string& library, std::map<std::string, std::string> environment = {}) {
+    const auto settings = platform_.Directory() / "patient.conf";
+    std::ofstream(settings) << "orb.call_timeout_ms = 60000\n";
+    environment["LUMENAR_TRANSPORT_CONF"] = settings.string();
+    return platform_.StartEngine(library, std::move(environment));
+  }
+};
 
 TEST_F(StartBesideDeadEnumeration, TheEngineStarts) {
-  DescribeFault("hardware enumeration dead at start-up",
-                "SIGSTOP, then SIGKILL hardware enumeration, and start a math engine each time",
-                "the engine says its two lines and starts; the short limit, not that of calls");
+  DescribeFault(
+      "hardware enumeration dead at start-up",
+      "SIGSTOP, then SIGKILL hardware enumeration, and start a math engine and an instrument each time, with a "
+      "time limit of calls of a minute",
+      "they say that it was not found, and start within seconds");
   for (const int fault : {SIGSTOP, SIGKILL}) {
     if (fault == SIGKILL) {
       platform_.KillHwEnumeration();
     } else {
       platform_.HwEnumeration().Signal(fault);
     }
-    Process& engine = platform_.StartEngine("math_factory_hh");
+    Process& engine = StartPatientEngine("math_factory_hh");
     EXPECT_THAT(engine.Out(), testing::HasSubstr("Math engine : Hw enum interface narrow failed.\n"
                                                  "Math engine : Hw enum interface hwenum_ptr is null.\n"));
     EXPECT_TRUE(engine.IsRunning());
+    Process& instrument = StartPatientEngine("sim", {{"SIM_READINGS", "trace:A"}});
+    EXPECT_THAT(instrument.Out(), testing::HasSubstr("Lumenar::SimInit not announced to hardware enumeration: "));
+    EXPECT_TRUE(instrument.IsRunning());
   }
 }
 

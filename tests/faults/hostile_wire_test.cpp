@@ -3,6 +3,7 @@
 // process.
 #include <fmt/format.h>
 
+#include <csignal>
 #include <future>
 #include <map>
 
@@ -82,9 +83,13 @@ TEST_P(EveryAttack, LeavesNothingBehind) {
   DescribeFault("wire: " + GetParam().name,
                 "sent to the engine, the topic manager, hardware enumeration and an instrument, again and again",
                 "connection closed or call dropped; alive, no thread, descriptor or processor time stays; a good "
-                "client served in 1 s");
+                "client served in 1 s; SIGTERM ends each process");
   Attack(Targets(), GetParam(), Tries(200, 5000));
   ExpectSamplesFlow();
+  for (Process* process : {&instrument_, &engine_, &platform_.HwEnumeration(), &platform_.TopicManager()}) {
+    process->Signal(SIGTERM);
+    EXPECT_EQ(process->WaitForExit(), 0);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Wire, EveryAttack, testing::ValuesIn(WireAttacks()), [](const auto& test) {

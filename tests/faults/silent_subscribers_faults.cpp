@@ -151,7 +151,7 @@ TEST_F(ForgetfulManager, StartsWithoutWhatItKnew) {
   auto longest = 0ms;
   for (int round = 0; round < ByLength(2, 20); ++round) {
     platform_.KillTopicManager();
-    std::filesystem::remove(platform_.Directory() / "subscriptions.state");
+    ASSERT_TRUE(std::filesystem::remove(platform_.Directory() / "subscriptions.state"));
     platform_.StartTopicManager();
     const auto watched = watcher->Out().size();
     longest = std::max(longest, TimeOf([&] {

@@ -24,10 +24,22 @@ class StandardOutput : public EngineFixture {
 
   /// Every verb that writes, and help.
   std::vector<Words> WritingVerbs() {
-    std::vector<Words> verbs{
-        {"engines"},        {"readings"},     {"readings", "--values"}, {"types"}, {"create", "Average", "LEVEL"},
-        {"list"},           {"get", "LEVEL"}, {"subscriptions"},        {"graph"}, {"--help"},
-        {"watch", "--help"}};
+    std::vector<Words> verbs{{"engines"},
+                             {"readings"},
+                             {"readings", "--values"},
+                             {"types"},
+                             {"create", "Average", "LEVEL"},
+                             {"list"},
+                             {"get", "LEVEL"},
+                             {"subscriptions"},
+                             {"graph"},
+                             {"--help"},
+                             {"watch", "--help"},
+                             {"show", "0"},
+                             {"explain", "0"},
+                             {"top", "-n", "1"},
+                             {"save"},
+                             {"completion", "bash"}};
     for (const char* verb : {"engines", "readings", "types", "list", "graph"}) verbs.push_back({verb, "--json"});
     return verbs;
   }
@@ -50,7 +62,7 @@ TEST_F(StandardOutput, OnAFullDisk) {
     EXPECT_EQ(StatusOf(line, "mathctl", words, error), 1) << testing::PrintToString(words);
     EXPECT_EQ(error, "mathctl: standard output: No space left on device\n") << testing::PrintToString(words);
   }
-  for (const char* program : {"topic_manager", "hw_enumeration", "engine_host"}) {
+  for (const char* program : {"topic_manager", "hw_enumeration", "engine_host", "math_web"}) {
     EXPECT_EQ(StatusOf(line, program, {"--help"}, error), 1);
     EXPECT_EQ(error, std::string(program) + ": standard output: No space left on device\n");
   }

@@ -123,6 +123,28 @@ others_programs_run() {
   forget_engines
 }
 
+# run_once ENGINE SETTING READING: an engine's unit with one line more in its settings has the reading, and an Average over it gives
+# results; then it is off again.
+run_once() {
+  local engine=$1 setting=$2 reading=$3 settings=$root/etc/lumenar/engine-$1.conf
+  cp "$settings" "$work/settings"
+  [ -z "$setting" ] || echo "$setting" >>"$settings"
+  manager start "lumenar-engine@$engine" || fail "$engine: $(journal -u "lumenar-engine@$engine")"
+  until_true 30 in_machine mathctl get "$reading" || fail "$engine has no $reading: $(journal -u "lumenar-engine@$engine")"
+  in_machine_as "$nobody" mathctl create Average "$reading" >"$work/id"
+  in_machine_as "$nobody" mathctl watch "$(cat "$work/id")" -n 2 --idle 20 >"$work/watch" || fail "no Average over $reading: $(cat "$work/watch")"
+  in_machine_as "$nobody" mathctl delete "$(cat "$work/id")"
+  manager stop "lumenar-engine@$engine"
+  cp "$work/settings" "$settings"
+  forget_engines
+}
+
+# answers ADDRESS_OR_DRIVER SETTING: discover finds it, and says how the engine is told.
+answers() {
+  in_machine_as "$nobody" mathctl discover "$1" >"$work/discovered" 2>&1 || fail "discover $1: $(cat "$work/discovered")"
+  grep -q -F -e "$2" "$work/discovered" || fail "discover $1: $(cat "$work/discovered")"
+}
+
 # The services that are off until somebody switches them on, as far as they are built here.
 other_services_run() {
   if [ -e "$root/usr/lib/systemd/system/lumenar-web.service" ]; then
@@ -135,11 +157,17 @@ for path, word in (("/", "<html"), ("/healthz", ""), ("/metrics", "lumenar")):
 ' >"$work/web" 2>&1 || fail "the page: $(cat "$work/web")"
     manager disable --now lumenar-web >>"$work/manager.log" 2>&1
   fi
+  command install -m 644 "$source/tests/data/recordings/two_port.s2p" "$root/srv/"
+  run_once replay REPLAY_FILES=/srv/two_port.s2p REPLAY/1/TWO_PORT_S21
+  # An instrument that a program plays, found and read as a real one.
+  in_machine systemd-run --quiet --unit=player /usr/bin/python3 /usr/share/lumenar/scpi/scpi_server.py
+  until_true 30 in_machine mathctl discover 127.0.0.1:5025 || fail "nobody plays: $(journal -u player)"
+  answers 127.0.0.1:5025 'connect = 127.0.0.1:5025'
+  run_once scpi "SCPI_DEVICES='multimeter@127.0.0.1:5025'" SCPI/1/VOLTAGE
+  manager stop player
   if names | grep -x lumenar-instrument-sigrok >/dev/null; then
-    manager start lumenar-engine@sigrok_devices || fail "libsigrok's demonstration device: $(journal -u lumenar-engine@sigrok_devices)"
-    until_true 30 in_machine sh -c 'mathctl readings | grep -i -q "^SIGROK"' || fail "no readings of libsigrok's demonstration device"
-    manager stop lumenar-engine@sigrok_devices
-    forget_engines
+    answers demo:logic_channels=0:analog_channels=2 SIGROK_DEVICE=demo
+    run_once sigrok_devices '' SIGROK/1/A1_VOLTAGE_DC
   fi
 }
 
@@ -232,6 +260,13 @@ journal_has_priorities() {
   [ -n "$(journal -p warning -u 'lumenar-*')" ] || fail "no line of the services has a priority"
 }
 
+# Without their package instruments are off; the rest runs on.
+instruments_removed() {
+  in_machine dpkg -r lumenar-instruments >>"$work/dpkg.log" 2>&1 || fail "removing the instruments: $(tail "$work/dpkg.log")"
+  ! active lumenar-engine@probe || fail "probe runs on without its library"
+  active lumenar-engine@math_factory_hh || fail "the math engine went with the instruments"
+}
+
 removed_and_purged() {
   local program
   rm "$root/etc/lumenar/objects.json"  # the administrator's own
@@ -255,11 +290,13 @@ hangs
 late_naming_service
 join_client_machine
 serves_a_client_on_another_machine
+serves_the_page_to_another_machine
 serves_a_client_through_one_port
 end_process "$client_machine"
 journal_has_priorities
 upgraded
 booted_again
+instruments_removed
 removed_and_purged
 end_machine
 echo "installed, used, killed, hung, upgraded, booted again, removed, purged: ${ours[*]}"

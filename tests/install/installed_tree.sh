@@ -44,13 +44,35 @@ every_program_explains_itself() {
   for program in engine_host topic_manager hw_enumeration mathctl math_web; do
     [ "$(run "$program" --version)" = "$program $version" ] || fail "$program --version"
     run "$program" --help | grep -e --version >/dev/null || fail "$program --help"
-    [ -s "$tree/share/man/man1/$program.1" ] || fail "no manual page of $program"
   done
   for library in liblumenar_signals liblumenar_client; do
     [ -e "$tree/lib/$library.so.${version%%.*}" ] || fail "name of $library"
   done
   [ ! -e "$tree/lib/liblumenar_client.a" ] || fail "the client library is there twice"
   [ "$(PKG_CONFIG_PATH=$tree/lib/pkgconfig pkg-config --modversion lumenar-client)" = "$version" ] || fail "lumenar-client.pc"
+}
+
+# words PATTERN PROGRAM: what of a program's help fits.
+words() { run "$2" --help | grep -o -E -e "$1" | sort -u; }
+
+# Each program has a manual page, with its options unless the page leaves them to --help, and each verb of the command line stands in its page.
+manual_pages_are_whole() {
+  local program page word
+  for program in "$tree"/bin/*; do
+    page=$tree/share/man/man1/$(basename "$program").1
+    [ -s "$page" ] || fail "no manual page of $program"
+    ! command -v man >/dev/null || ! LC_ALL=C.UTF-8 man --warnings -l "$page" 2>&1 >/dev/null | grep . || fail "$page"
+    for word in $(words '--[a-z][a-z-]+' "$(basename "$program")"); do
+      grep -q '^\.B [a-z_]* .*help$' "$page" || sed 's/\\-/-/g' "$page" | grep -F -e "$word" >/dev/null || fail "$page lacks $word"
+    done
+  done
+  for word in $(run mathctl --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z][a-z-]*\) .*/\1/p'); do
+    grep -q -x -e "\.B $word" "$tree/share/man/man1/mathctl.1" || fail "the manual page of mathctl lacks $word"
+  done
+  # Of lumenar the completion, too, is written by hand.
+  for word in $(words '^  --[a-z][a-z-]*' lumenar); do
+    grep -q -e "[ ']${word}[ ']" "$source/packaging/lumenar.bash" || fail "the completion of lumenar lacks $word"
+  done
 }
 
 # run_page PAGE DIRECTORY: the commands of a page, in a copy of the examples; this tree stands where the page has one of its own.
@@ -130,6 +152,7 @@ start "$work/client.log" run_page docs/writing-a-client.md "$work/client"
 client=$!
 look_for_old_places
 every_program_explains_itself
+manual_pages_are_whole
 unset LUMENAR_TRANSPORT_CONF
 the_moved_configuration_counts "$tree/bin/mathctl" readings
 start_platform

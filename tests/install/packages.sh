@@ -67,7 +67,10 @@ unit() {
     mkdir -p "$root$state"
     chown 65534:65534 "$root$state"
   done < <(sed -n 's|^StateDirectory=|/var/lib/|p; s|^RuntimeDirectory=|/run/|p' "$file")
-  for setting in "${variables[@]}"; do line=${line//"\${${setting%%=*}}"/${setting#*=}}; done
+  for setting in "${variables[@]}"; do
+    line=${line//"\${${setting%%=*}}"/${setting#*=}}
+    line=${line//"\$${setting%%=*}"/${setting#*=}}
+  done
   read -r -a words <<<"$line"
   start "$logs/$name$instance" chroot --userspec=65534:65534 "$root" /usr/bin/env -i PATH=/usr/bin:/bin "${variables[@]}" "${words[@]}"
   running+=($!)
@@ -86,6 +89,43 @@ start_services() {
   unit lumenar-engine@ sim
   until_true 30 inside mathctl doctor || { inside mathctl doctor >&2; fail "the services are not well"; }
   until_true 30 inside mathctl get VOLTAGE || fail "sim has no readings"
+}
+
+# answers ADDRESS_OR_DRIVER SETTING: discover finds it, and says how the engine is told.
+answers() {
+  until_true 30 inside mathctl discover "$1" || fail "discover $1: $(inside mathctl discover "$1" 2>&1)"
+  inside mathctl discover "$1" 2>/dev/null | grep -q -F -e "$2" || fail "discover $1 does not say $2"
+}
+
+# What the administrator switches on: the page, an instrument that a program plays, the demonstration device of libsigrok.
+start_others() {
+  unit lumenar-web
+  until_true 30 page_is_well || fail "the page: $(cat "$logs/lumenar-web")"
+  [ -x "$root/usr/bin/python3" ] || return 0
+  start "$logs/player" chroot --userspec=65534:65534 "$root" /usr/bin/python3 /usr/share/lumenar/scpi/scpi_server.py
+  running+=($!)
+  answers 127.0.0.1:5025 'connect = 127.0.0.1:5025'
+  echo "SCPI_DEVICES='multimeter@127.0.0.1:5025'" >>"$root/etc/lumenar/engine-scpi.conf"
+  unit lumenar-engine@ scpi
+  gives_results SCPI/1/VOLTAGE
+  if names | grep -x lumenar-instrument-sigrok >/dev/null; then
+    answers demo:logic_channels=0:analog_channels=2 SIGROK_DEVICE=demo
+    unit lumenar-engine@ sigrok_devices
+    gives_results SIGROK/1/A1_VOLTAGE_DC
+  fi
+}
+page_is_well() {
+  exec 3<>/dev/tcp/127.0.0.1/8080 || return 1
+  printf 'GET /healthz HTTP/1.1\r\nHost: 127.0.0.1:8080\r\nConnection: close\r\n\r\n' >&3
+  grep -q '^HTTP/1.1 200 OK' <&3
+}
+# gives_results READING: an Average over it has some.
+gives_results() {
+  local average
+  until_true 30 inside mathctl get "$1" || fail "there is no $1: $(tail -n 3 "$logs"/lumenar-engine*)"
+  average=$(inside mathctl create Average "$1")
+  inside mathctl watch "$average" -n 2 --idle 20 >"$logs/watch" || fail "no Average over $1: $(cat "$logs/watch")"
+  inside mathctl delete "$average"
 }
 
 end_services() {
@@ -121,6 +161,7 @@ done
 
 start_services
 use
+start_others
 cp "$root"/../examples/{follow_average,libload_meter.so.1} "$root/srv"
 start "$logs/load_meter" chroot --userspec=65534:65534 "$root" /usr/bin/engine_host /srv/libload_meter.so.1 --set LOAD_RATE=50
 load_meter=$!

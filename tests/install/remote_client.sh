@@ -79,6 +79,41 @@ serves_a_client_on_another_machine() {
   end_recipe
 }
 
+# The page for browsers of another machine, as docs/operations.md says it: with the token, and not without.
+serves_the_page_to_another_machine() {
+  local file line
+  cp -r "$root/etc/lumenar" "$work/settings"
+  while IFS=$'\t' read -r file line; do
+    mkdir -p "$(dirname "$root$file")"
+    echo "$line" >>"$root$file"
+  done < <(page_recipe)
+  chmod 600 "$root/etc/lumenar/web-token"
+  manager daemon-reload
+  manager start lumenar-web || fail "the page for others: $(journal -n 20 -u lumenar-web)"
+  at_client python3 -c '
+import sys, urllib.error, urllib.request
+request = urllib.request.Request("http://10.0.0.5:8080/metrics")
+try:
+    urllib.request.urlopen(request, timeout=20)
+    sys.exit("no token is asked for")
+except urllib.error.HTTPError as error:
+    assert error.code == 401, error
+request.add_header("Authorization", "Bearer " + sys.argv[1])
+assert b"lumenar_well 1" in urllib.request.urlopen(request, timeout=20).read()
+' "$(cat "$root/etc/lumenar/web-token")" >"$work/page" 2>&1 || fail "the page for others: $(cat "$work/page") $(journal -n 20 -u lumenar-web)"
+  manager stop lumenar-web
+  rm -r "$root/etc/systemd/system/lumenar-web.service.d" "$root/etc/lumenar"
+  mv "$work/settings" "$root/etc/lumenar"
+  manager daemon-reload
+}
+# The rows of the page's table, each "FILE<tab>LINE".
+page_recipe() {
+  awk -F '|' '/^### The page from another machine/ { there = 1 } there && /^\| file \| line \|/ { inside = 1; next } inside && !/^\|/ { exit }
+    inside && $2 ~ /`/ { file = $2; gsub(/[` ]/, "", file); rest = $3
+      while (match(rest, /`[^`]*`/)) { line = substr(rest, RSTART + 1, RLENGTH - 2); rest = substr(rest, RSTART + RLENGTH)
+        if (line !~ /^chmod/) print file "\t" line } }' "$source/docs/operations.md"
+}
+
 # Through ssh alone: the page's command, but for the name of the machine, while every service listens on loopback.
 serves_a_client_through_one_port() {
   local command port=2701 name key=$root/root/.ssh/id_ed25519

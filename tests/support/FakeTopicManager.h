@@ -9,7 +9,7 @@
 #include "DDS.hh"
 #include "platform/base/Mutex.h"
 #include "platform/records/SampleRecord.h"
-#include "platform/wire/GuardedServant.h"
+#include "platform/wire/any_guard.h"
 
 namespace Lumenar::Test {
 

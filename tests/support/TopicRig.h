@@ -12,7 +12,7 @@
 #include "platform/base/Mutex.h"
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/records/SampleRecord.h"
-#include "platform/wire/GuardedServant.h"
+#include "platform/wire/any_guard.h"
 #include "platform/wire/sample_any.h"
 #include "tests/support/IsolatedPlatform.h"
 

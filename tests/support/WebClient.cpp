@@ -120,7 +120,8 @@ std::optional<WebMessage> WebClient::Next(std::chrono::milliseconds limit) {
   }
   impl.context.restart();
   const auto deadline = std::chrono::steady_clock::now() + limit;
-  while (impl.is_reading && impl.context.run_one_until(deadline) > 0) {}
+  // What is there is taken even where there is no time to wait.
+  while (impl.is_reading && (impl.context.poll_one() > 0 || impl.context.run_one_until(deadline) > 0)) {}
   if (!std::exchange(impl.has_read, false)) return std::nullopt;
   const std::string bytes = beast::buffers_to_string(impl.in.data());
   impl.in.clear();

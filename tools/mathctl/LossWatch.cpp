@@ -13,6 +13,7 @@ using std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kBetweenLooks{1};
 constexpr int kShareOfLooks = 50;  // a look may take so small a part of the time
+constexpr const char* kOthersWereLater = "engines may have had their subscriptions back from the topic manager later";
 
 }  // namespace
 
@@ -58,10 +59,13 @@ std::vector<Loss> LossWatch::LookAtAll() {
   const std::uint64_t epoch = Client::Remote("topic manager", [&] { return manager->SubscriptionEpoch(); });
   const Corvanta::SubscriptionStatusSeq_var all =
       Client::Remote("topic manager", [&] { return manager->Subscriptions(); });
-  if (WasRestarted(epoch)) losses.push_back({std::nullopt, 0, "the topic manager was started again", good_ns_});
+  const bool was_restarted = WasRestarted(epoch);
+  if (was_restarted) losses.push_back({std::nullopt, 0, "the topic manager was started again", good_ns_});
+  if (others_come_back_) losses.push_back({std::nullopt, 0, kOthersWereLater, good_ns_});
   const bool all_stand = TakeDropped(all.in(), losses);
   TakeRenewed(losses);
-  if (all_stand) good_ns_ = begin_ns;
+  if (all_stand && !was_restarted) good_ns_ = begin_ns;
+  others_come_back_ = was_restarted;
   return losses;
 }
 

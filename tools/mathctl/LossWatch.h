@@ -24,7 +24,8 @@ struct Loss {
 };
 
 /// Asks the topic manager now and then what became of the samples of a subscription: those that it dropped, those that
-/// were on their way when it was started again, those that were published while it had forgotten the subscription.
+/// were on their way when it was started again, those that were published while it had forgotten the subscription. An
+/// engine may have its subscriptions back later than this one: what it lost until the look after is told by that look.
 /// Threads   one.
 class LossWatch {
  public:
@@ -56,6 +57,7 @@ class LossWatch {
   Client::Subscription& subscription_;
   std::map<std::size_t, Dropped> dropped_;  // by source
   std::optional<std::uint64_t> epoch_;      // of the manager's subscriptions
+  bool others_come_back_ = false;           // the manager had been started again at the last look
   std::int64_t good_ns_;                    // all subscriptions stood then, and nothing was missing that was not told
   std::chrono::steady_clock::time_point next_look_;
 };

@@ -6,9 +6,10 @@
 
 #include "EngineReading.hh"
 #include "platform/base/InstanceCounter.h"
+#include "platform/base/SharedText.h"
 #include "platform/components/GUI_AbleRegistration.h"
 #include "platform/components/ItemNamer.h"
-#include "platform/servants/CountedServant.h"
+#include "platform/servants/servants.h"
 
 namespace Corvanta {
 
@@ -36,7 +37,11 @@ class EngineReadingBase_i : private Counted<EngineReadingBase_i> {
   EngineReadingBase_i& operator=(const EngineReadingBase_i&) = delete;
 
   const std::string& GetName() const noexcept { return name_; }
-  const std::string& GetDDS_Topic() const noexcept { return topic_; }
+  const std::string& GetDDS_Topic() const noexcept { return topic_.Text(); }
+
+  /// The same for who keeps it.
+  const SharedText& Topic() const noexcept { return topic_; }
+
   const Corvanta::ItemKind& Kind() const noexcept { return kind_; }
 
   /// What the item says of itself.
@@ -66,7 +71,7 @@ class EngineReadingBase_i : private Counted<EngineReadingBase_i> {
   void List(Corvanta::EngineReadingBase_ptr reference);
 
   const std::string name_;
-  const std::string topic_;
+  const SharedText topic_;
   const Corvanta::ItemKind& kind_;
   GUI_AbleRegistration& registration_;
   PortableServer::Servant_var<Corvanta::CountedServant> servant_;

@@ -37,7 +37,7 @@ class EngineReadingTemplate : public Lumenar::EngineReadingBase_i {
   EngineReadingTemplate(std::in_place_type_t<Servant>, ItemNamer& namer, Lumenar::GUI_AbleRegistration& registration,
                         const char* name, const ItemKind& kind, const T& initial, More&&... more)
       : EngineReadingBase_i(namer, registration, name, kind),
-        value_(boost::make_shared<PublishedValue<T>>(GetDDS_Topic(), initial, registration.Topics())),
+        value_(boost::make_shared<PublishedValue<T>>(Topic(), initial, registration.Topics())),
         reference_(Serve<Interface>(new Servant(ItemInfo(*this), value_, std::forward<More>(more)...))) {}
 
   ~EngineReadingTemplate() override { Close(); }

@@ -4,14 +4,15 @@
 #include <atomic>
 #include <boost/enable_shared_from_this.hpp>
 #include <boost/shared_ptr.hpp>
+#include <exception>
 #include <memory>
-#include <string>
 #include <utility>
 
 #include "platform/base/Mutex.h"
+#include "platform/base/SharedText.h"
 #include "platform/components/HoldReadings.h"
 #include "platform/dds/DDS_BaseObj.h"
-#include "platform/records/trace_record.h"
+#include "platform/records/SampleRecord.h"
 #include "platform/topics/DDS_Publisher.h"
 
 namespace Corvanta {
@@ -23,8 +24,8 @@ template <class T>
 class PublishedValue : public boost::enable_shared_from_this<PublishedValue<T>> {
  public:
   /// `manager` outlives this.
-  PublishedValue(const std::string& topic, const T& initial, DdsBaseAccess& manager = DdsBaseAccess::Instance())
-      : publisher_(topic.c_str(), manager), value_(initial), hold_(Lumenar::HoldReadings::CreateInstance()) {}
+  PublishedValue(const Lumenar::SharedText& topic, const T& initial, DdsBaseAccess& manager = DdsBaseAccess::Instance())
+      : publisher_(topic, manager), value_(initial), hold_(Lumenar::HoldReadings::CreateInstance()) {}
 
   /// Stores and publishes. A record as long as the last one is copied into the buffer that is there; one that the
   /// caller gives up is not copied, and comes back with the buffer of the last one (ExchangeRecord).
@@ -100,7 +101,11 @@ class PublishedValue : public boost::enable_shared_from_this<PublishedValue<T>> 
     Lumenar::Lock in_order(order_);
     if (!held_) return;  // a later assignment has published it already
     held_ = false;
-    PublishUnlessHeld();
+    try {
+      PublishUnlessHeld();
+    } catch (const std::exception&) {  // another hold stands, and there is no memory to wait for its end
+      Publish();
+    }
   }
 
   /// Reads the value without its lock: it changes under both locks only.

@@ -8,11 +8,12 @@
 
 #include "EngineReading.hh"
 #include "platform/base/InstanceCounter.h"
+#include "platform/base/SharedText.h"
 #include "platform/components/readings/EngineReadingBase_i.h"
 #include "platform/components/readings/PublishedValue.h"
-#include "platform/servants/CountedServant.h"
+#include "platform/servants/servants.h"
 #include "platform/transport/LargeAnswer.h"
-#include "platform/wire/GuardedServant.h"
+#include "platform/wire/any_guard.h"
 #include "platform/wire/whole_message.h"
 
 namespace Corvanta {
@@ -20,10 +21,10 @@ namespace Corvanta {
 /// What a reading or attribute says of itself.
 struct ItemInfo {
   explicit ItemInfo(const Lumenar::EngineReadingBase_i& item)
-      : name(item.GetName()), topic(item.GetDDS_Topic()), type_name(item.Kind().type_name) {}
+      : name(item.GetName()), topic(item.Topic()), type_name(item.Kind().type_name) {}
 
   std::string name;
-  std::string topic;
+  Lumenar::SharedText topic;
   const char* type_name;
 };
 

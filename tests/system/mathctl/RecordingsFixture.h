@@ -66,21 +66,8 @@ class RecordingsFixture : public ObjectsFixture {
     return whole;
   }
 
-  std::size_t Subscriptions() {
-    const CORBA::Object_var object = bench_.Orb().Resolve({"Lumenar", "local", "DDS_MANAGER", "1"});
-    const Corvanta::DDS_Manager_var manager = Corvanta::DDS_Manager::_narrow(object);
-    const Corvanta::SubscriptionStatusSeq_var subscriptions = manager->Subscriptions();
-    return subscriptions->length();
-  }
-
-  /// Starts a command that records, and waits until its subscriptions stand, from which on no sample of the test's is
-  /// missed.
   std::unique_ptr<Process> StartRecord(Words words, std::size_t subscriptions) {
-    const std::size_t before = Subscriptions();
-    words.insert(words.begin(), "record");
-    auto process = platform_.Start("mathctl", words);
-    EXPECT_TRUE(WaitUntil([&] { return Subscriptions() == before + subscriptions; })) << process->Error();
-    return process;
+    return StartSubscribed("record", std::move(words), subscriptions);
   }
 };
 

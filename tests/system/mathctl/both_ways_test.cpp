@@ -120,8 +120,8 @@ class BothWaysTest : public FrameFixture {
  protected:
   BothWaysTest() {
     WriteRecording(File("recording.jsonl"));
-    Written({"create", "Peak", "LEVEL"});
-    Written({"save", File("set.json")});
+    Out({"create", "Peak", "LEVEL"});
+    Out({"save", File("set.json")});
   }
 
   std::string File(const std::string& name) const { return (platform_.Directory() / name).string(); }
@@ -143,8 +143,8 @@ class BothWaysTest : public FrameFixture {
   }
 
   /// The words with everything in its place, made anew for each call.
-  Arguments WordsOf(const VerbCall& call) {
-    Arguments words = call.words;
+  Words WordsOf(const VerbCall& call) {
+    Words words = call.words;
     for (std::string& word : words) {
       if (word == "{object}") word = NewObject();
       word = Without(word, "{new}", File("new-" + std::to_string(++files_)));
@@ -155,7 +155,7 @@ class BothWaysTest : public FrameFixture {
   }
 
   std::string NewObject() {
-    std::string name = Written({"create", "Average", "LEVEL"});
+    std::string name = Out({"create", "Average", "LEVEL"});
     name.pop_back();
     return name;
   }
@@ -165,10 +165,10 @@ class BothWaysTest : public FrameFixture {
   void InAPipe(const VerbCall& call) {
     const auto process = platform_.Start("mathctl", WordsOf(call));
     if (call.end == VerbCall::EndsWithCtrlC) {
-      EXPECT_TRUE(WaitUntil([&] { return IsReady(call, process->Out()); }, kLimit));
+      EXPECT_TRUE(WaitUntil([&] { return IsReady(call, process->Out()); }, kPatience));
       process->Signal(SIGINT);
     }
-    EXPECT_EQ(process->WaitForExit(kLimit), call.exit_code);
+    EXPECT_EQ(process->WaitForExit(kPatience), call.exit_code);
     ExpectOut(call, process->Out());
     ExpectError(call, process->Error());
     for (const std::string& text : {process->Out(), process->Error()}) {
@@ -179,18 +179,18 @@ class BothWaysTest : public FrameFixture {
 
   /// With one of the two streams on the terminal, and the other one in a file. The text of each.
   void OnATerminal(const VerbCall& call, bool is_out, std::map<std::string, std::string> environment = {}) {
-    Arguments words = WordsOf(call);
+    Words words = WordsOf(call);
     const std::string file = File("stream-" + std::to_string(++files_));
     words.insert(words.begin(), {"-c", std::string("exec \"$@\" ") + (is_out ? "2>" : ">") + "\"$0\"", file,
                                  BuiltProgram("mathctl").string()});
     environment.insert(platform_.Environment().begin(), platform_.Environment().end());
     PseudoTerminal terminal("/bin/bash", words, environment);
     if (call.end == VerbCall::EndsWithCtrlC) {
-      if (is_out) terminal.ReadUntil(call.out, kLimit);
-      EXPECT_TRUE(WaitUntil([&] { return is_out || IsReady(call, TextOf(file)); }, kLimit));
+      if (is_out) terminal.ReadUntil(call.out, kPatience);
+      EXPECT_TRUE(WaitUntil([&] { return is_out || IsReady(call, TextOf(file)); }, kPatience));
       terminal.Write("\x03");
     }
-    EXPECT_EQ(terminal.Wait(kLimit), call.exit_code);
+    EXPECT_EQ(terminal.Wait(kPatience), call.exit_code);
     const std::string out = is_out ? terminal.All() : TextOf(file), error = is_out ? TextOf(file) : terminal.All();
     ExpectOut(call, out);
     ExpectError(call, is_out ? error : WithoutProgress(error));

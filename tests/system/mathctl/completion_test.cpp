@@ -17,7 +17,7 @@ class CompletionTest : public FrameFixture {
     const std::string script =
         "PATH=${1%/*}:$PATH; eval \"$(mathctl completion bash)\"; COMP_LINE=$2; COMP_POINT=${#2}; "
         "_mathctl_words mathctl; printf '%s\\n' \"${COMPREPLY[@]}\"";
-    const Result result = InShell(script, {line});
+    const Outcome result = InShell(script, {line});
     EXPECT_EQ(result.exit_code, 0) << result.error;
     EXPECT_EQ(result.error, "") << line;
     return result.out;
@@ -34,8 +34,8 @@ TEST_F(CompletionTest, OffersVerbsOptionsAndLiveNames) {
   EXPECT_EQ(Offered("mathctl get TESTBENCH/1/LE"), "TESTBENCH/1/LEVEL\nTESTBENCH/1/LENGTH\n");
   EXPECT_EQ(Offered("mathctl get testbench/1/lev"), "TESTBENCH/1/LEVEL\n");
   EXPECT_EQ(Offered("mathctl create Cum"), "CumulativeAdd\n");
-  Written({"create", "Average", "LEVEL"});
-  Written({"create", "Average", "LEVEL"});
+  Out({"create", "Average", "LEVEL"});
+  Out({"create", "Average", "LEVEL"});
   EXPECT_EQ(Offered("mathctl delete math:"), "0\n1\n") << "behind a colon, where bash begins a new word";
   EXPECT_EQ(Offered("mathctl delete m"), "math:0\nmath:1\n");
   EXPECT_EQ(Offered("mathctl set math:0 "), "SIZE\n");
@@ -89,8 +89,8 @@ TEST_P(ShellTest, AtAPromptTabCompletes) {
       {"mathctl create Subt\tLEVEL LEVEL\n", "math:1"},     // a type of math object
       {"mathctl apply ob\t --dry-run\n", "there"},          // a file
   };
-  Written({"create", "Average", "LEVEL"});
-  Written({"save", (platform_.Directory() / "objects.json").string()});
+  Out({"create", "Average", "LEVEL"});
+  Out({"save", (platform_.Directory() / "objects.json").string()});
   std::map<std::string, std::string> environment = platform_.Environment();
   environment["PATH"] = BuiltProgram("mathctl").parent_path().string() + ":/usr/bin:/bin";
   environment["HOME"] = environment["XDG_CONFIG_HOME"] = platform_.Directory().string();
@@ -113,9 +113,9 @@ INSTANTIATE_TEST_SUITE_P(Of, ShellTest, testing::ValuesIn(kShells), [](const aut
 });
 
 TEST_F(CompletionTest, ScriptsOfTheOtherShells) {
-  EXPECT_THAT(Written({"completion", "zsh"}), HasSubstr("compdef _mathctl_words mathctl\n"));
-  EXPECT_THAT(Written({"completion", "fish"}), HasSubstr("complete -c mathctl "));
-  const Result wrong = Call({"completion", "tcsh"});
+  EXPECT_THAT(Out({"completion", "zsh"}), HasSubstr("compdef _mathctl_words mathctl\n"));
+  EXPECT_THAT(Out({"completion", "fish"}), HasSubstr("complete -c mathctl "));
+  const Outcome wrong = Run({"completion", "tcsh"});
   EXPECT_EQ(wrong.exit_code, Mathctl::kUsage);
   EXPECT_THAT(wrong.error, testing::MatchesRegex("mathctl: SHELL: [^\n]+\n"));
 }

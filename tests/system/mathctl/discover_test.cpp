@@ -91,9 +91,9 @@ class DiscoverTest : public FrameFixture {
 
 TEST_F(DiscoverTest, AnAddressIsAskedOneQuestion) {
   OneAnswer instrument("Maker,Model 7,123,1.0\r\n");
-  const Result result = Call({"discover", instrument.Address(), "--json"});
+  const Outcome result = Run({"discover", instrument.Address(), "--json"});
   EXPECT_EQ(result.exit_code, Mathctl::kDone) << result.error;
-  const auto rows = JsonLines(result.out);
+  const auto rows = ObjectsIn(result.out);
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_EQ(rows[0]["who"], "Maker,Model 7,123,1.0");
   EXPECT_EQ(rows[0]["setting"], "connect = " + instrument.Address());
@@ -105,10 +105,10 @@ TEST_F(DiscoverTest, AnAddressIsAskedOneQuestion) {
 TEST_F(DiscoverTest, OneThatIsSilentIsGivenUpAtTheLimit) {
   OneAnswer mute(std::nullopt), other("Other\n");
   const auto begin = std::chrono::steady_clock::now();
-  const Result result = Call({"-q", "discover", mute.Address(), other.Address(), "--limit", "0.5", "--json"});
+  const Outcome result = Run({"-q", "discover", mute.Address(), other.Address(), "--limit", "0.5", "--json"});
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
   EXPECT_EQ(result.exit_code, Mathctl::kUnreachable);
-  const auto rows = JsonLines(result.out);
+  const auto rows = ObjectsIn(result.out);
   ASSERT_EQ(rows.size(), 2u) << "the other is asked all the same";
   EXPECT_EQ(rows[0]["problem"], "no answer within 0.5 s");
   EXPECT_EQ(rows[1]["who"], "Other");
@@ -116,7 +116,7 @@ TEST_F(DiscoverTest, OneThatIsSilentIsGivenUpAtTheLimit) {
 }
 
 TEST_F(DiscoverTest, NobodyListens) {
-  const Result result = Call({"-q", "discover", "127.0.0.1:1"});
+  const Outcome result = Run({"-q", "discover", "127.0.0.1:1"});
   EXPECT_EQ(result.exit_code, Mathctl::kUnreachable);
   EXPECT_THAT(result.out, HasSubstr("Connection refused"));
 }
@@ -124,7 +124,7 @@ TEST_F(DiscoverTest, NobodyListens) {
 // Nobody listens at 5025 there: what matters is that it is asked there, and not taken for a driver.
 TEST_F(DiscoverTest, AHostWithoutPortIsAnAddress) {
   for (const char* host : {"127.255.255.254", "fe80::a", "no-such-host.invalid"}) {
-    const Result result = Call({"discover", host, "--json", "--limit", "20"});
+    const Outcome result = Run({"discover", host, "--json", "--limit", "20"});
     EXPECT_THAT(result.error, HasSubstr(std::string(host) + " is sent *IDN? and nothing else\n"));
     EXPECT_THAT(result.out, Not(HasSubstr("driver")));
   }
@@ -132,16 +132,16 @@ TEST_F(DiscoverTest, AHostWithoutPortIsAnAddress) {
 
 TEST_F(DiscoverTest, NoiseInAnAnswerIsShownAsText) {
   OneAnswer noisy(std::string("\x1b[31m\0bad\xff\n", 11));
-  const Result result = Call({"-q", "discover", noisy.Address()});
+  const Outcome result = Run({"-q", "discover", noisy.Address()});
   EXPECT_EQ(result.exit_code, Mathctl::kDone) << result.error;
   EXPECT_THAT(result.out, Not(HasSubstr("\x1b")));
 }
 
 TEST_F(DiscoverTest, DevicesOfTheLibraryGiveALineOfSettings) {
   if (!std::filesystem::exists(BuiltProgram("mathctl").parent_path() / "sigrok_scan")) GTEST_SKIP() << "not built";
-  const Result result = Call({"discover", "demo:logic_channels=0:analog_channels=2", "--json"});
+  const Outcome result = Run({"discover", "demo:logic_channels=0:analog_channels=2", "--json"});
   EXPECT_EQ(result.exit_code, Mathctl::kDone) << result.error;
-  const auto rows = JsonLines(result.out);
+  const auto rows = ObjectsIn(result.out);
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_EQ(rows[0]["setting"], "SIGROK_DEVICE=demo:logic_channels=0:analog_channels=2");
   EXPECT_EQ(rows[0]["channels"], nlohmann::json({"A0", "A1"}));
@@ -158,14 +158,14 @@ TEST_F(DiscoverTest, WhatCannotBeAskedIsSaid) {
       {"scpi-dmm:conn=tcp-raw/192.0.2.1/5025", "the instrument scpi does"},
   };
   for (const auto& [name, reason] : rows) {
-    const Result result = Call({"-q", "discover", name});
+    const Outcome result = Run({"-q", "discover", name});
     EXPECT_EQ(result.exit_code, Mathctl::kUnreachable) << name;
     EXPECT_THAT(result.out, HasSubstr(reason));
     EXPECT_THAT(result.error, MatchesRegex("mathctl: [^\n]+\n"));
   }
 }
 
-TEST_F(DiscoverTest, NothingIsAskedThatIsNotNamed) { EXPECT_EQ(Call({"discover"}).exit_code, Mathctl::kUsage); }
+TEST_F(DiscoverTest, NothingIsAskedThatIsNotNamed) { EXPECT_EQ(Run({"discover"}).exit_code, Mathctl::kUsage); }
 
 }  // namespace
 }  // namespace Lumenar::Test

@@ -22,92 +22,91 @@ class FrameTest : public FrameFixture {
 };
 
 TEST_F(FrameTest, PatternsAndSeveralNames) {
-  EXPECT_THAT(Written({"readings", "TESTBENCH/1/*"}),
+  EXPECT_THAT(Out({"readings", "TESTBENCH/1/*"}),
               MatchesRegex("READING +KIND\nTESTBENCH/1/LEVEL +ValueDouble\nTESTBENCH/1/TRACE +BasicTrace\n"));
-  EXPECT_THAT(Written({"readings", "trace", "LEVEL"}), HasSubstr("\nTESTBENCH/1/LEVEL"))
-      << "in the order of the engine";
-  const Result none = Call({"readings", "PROBE/*"});
+  EXPECT_THAT(Out({"readings", "trace", "LEVEL"}), HasSubstr("\nTESTBENCH/1/LEVEL")) << "in the order of the engine";
+  const Outcome none = Run({"readings", "PROBE/*"});
   EXPECT_EQ(none.exit_code, Mathctl::kRefused);
   EXPECT_EQ(none.error, "mathctl: no reading \"PROBE/*\"; `mathctl readings` lists them\n");
 }
 
 TEST_F(FrameTest, FormatsOfTheSameResult) {
-  EXPECT_EQ(Written({"readings", "LEVEL", "--format", "csv"}),
+  EXPECT_EQ(Out({"readings", "LEVEL", "--format", "csv"}),
             "reading,kind,settable,topic\nTESTBENCH/1/LEVEL,ValueDouble,false,TESTBENCH/1/LEVEL\n");
-  EXPECT_EQ(Written({"--format", "JSON", "readings", "LEVEL"}),
+  EXPECT_EQ(Out({"--format", "JSON", "readings", "LEVEL"}),
             "{\"reading\":\"TESTBENCH/1/LEVEL\",\"kind\":\"ValueDouble\",\"settable\":false,"
             "\"topic\":\"TESTBENCH/1/LEVEL\"}\n");
-  EXPECT_THAT(Written({"readings", "TESTBENCH/*", "--values", "--format", "csv"}),
+  EXPECT_THAT(Out({"readings", "TESTBENCH/*", "--values", "--format", "csv"}),
               HasSubstr(",present.kind,present.units,"));
-  EXPECT_THAT(Written({"engines", "--format", "csv"}), StartsWith("engine,address,answers,problem,version\n"));
-  EXPECT_EQ(Written({"subscriptions", "--format", "csv"}), "");
+  EXPECT_THAT(Out({"engines", "--format", "csv"}), StartsWith("engine,address,answers,problem,version\n"));
+  EXPECT_EQ(Out({"subscriptions", "--format", "csv"}), "");
 }
 
 TEST_F(FrameTest, PrecisionIsForPeople) {
-  EXPECT_EQ(Written({"get", "LEVEL"}), "1.23457 W  +0 +0 W\n");
-  EXPECT_EQ(Written({"get", "LEVEL", "--precision", "3"}), "1.23 W  +0 +0 W\n");
-  EXPECT_EQ(JsonLines(Written({"get", "LEVEL", "--json", "--precision", "3"})).at(0)["value"], 1.23456789012345);
+  EXPECT_EQ(Out({"get", "LEVEL"}), "1.23457 W  +0 +0 W\n");
+  EXPECT_EQ(Out({"get", "LEVEL", "--precision", "3"}), "1.23 W  +0 +0 W\n");
+  EXPECT_EQ(ObjectsIn(Out({"get", "LEVEL", "--json", "--precision", "3"})).at(0)["value"], 1.23456789012345);
 }
 
 TEST_F(FrameTest, VerboseAndQuiet) {
-  const Result verbose = Call({"-v", "engines"});
+  const Outcome verbose = Run({"-v", "engines"});
   EXPECT_THAT(verbose.error, StartsWith("mathctl: naming service " + platform_.NamingAddress() + ", time limit 5 s"));
   EXPECT_EQ(verbose.exit_code, Mathctl::kDone);
   engine_.Signal(SIGSTOP);
-  const Result told = Call({"readings", "-w", "0.3"});
+  const Outcome told = Run({"readings", "-w", "0.3"});
   EXPECT_EQ(told.exit_code, Mathctl::kDone);
   EXPECT_THAT(told.error, EndsWith("; its readings are left out\n"));
-  EXPECT_EQ(Call({"readings", "-w", "0.3", "-q"}).error, "");
+  EXPECT_EQ(Run({"readings", "-w", "0.3", "-q"}).error, "");
   engine_.Signal(SIGCONT);
 }
 
 TEST_F(FrameTest, VersionAndHelp) {
-  EXPECT_EQ(Written({"-V"}), std::string("mathctl ") + Version() + "\n");
-  EXPECT_THAT(Written({"-h"}), HasSubstr("Exit codes: 0 done; 1 refused"));
-  EXPECT_THAT(Written({"watch", "-h"}), HasSubstr("Every verb takes -w SEC, --format table|json|csv"));
+  EXPECT_EQ(Out({"-V"}), std::string("mathctl ") + Version() + "\n");
+  EXPECT_THAT(Out({"-h"}), HasSubstr("Exit codes: 0 done; 1 refused"));
+  EXPECT_THAT(Out({"watch", "-h"}), HasSubstr("Every verb takes -w SEC, --format table|json|csv"));
 }
 
 TEST_F(FrameTest, LettersOfNamesMayBeTypedInEitherCase) {
-  EXPECT_EQ(Written({"GET", "testbench/1/level"}), Written({"get", "TESTBENCH/1/LEVEL"}));
-  EXPECT_EQ(Written({"create", "aVERAGE", "Level"}), "math:0\n");
-  Written({"set", "MATH:0", "size", "7"});
-  EXPECT_EQ(Written({"get", "size"}), "7\n");
-  Written({"set", "type", "peak"});
-  EXPECT_EQ(Call({"list", "--FORMAT", "json"}).exit_code, Mathctl::kUsage) << "options are as they are written";
+  EXPECT_EQ(Out({"GET", "testbench/1/level"}), Out({"get", "TESTBENCH/1/LEVEL"}));
+  EXPECT_EQ(Out({"create", "aVERAGE", "Level"}), "math:0\n");
+  Out({"set", "MATH:0", "size", "7"});
+  EXPECT_EQ(Out({"get", "size"}), "7\n");
+  Out({"set", "type", "peak"});
+  EXPECT_EQ(Run({"list", "--FORMAT", "json"}).exit_code, Mathctl::kUsage) << "options are as they are written";
 }
 
 TEST_F(FrameTest, SeveralObjectsAndPatterns) {
-  for (int i = 0; i < 3; ++i) Written({"create", "Average", "LEVEL"});
-  Written({"create", "Subtract", "LEVEL", "LEVEL"});
-  EXPECT_EQ(Call({"reset", "math:3"}).exit_code, Mathctl::kUsage) << "it has no RESET";
-  EXPECT_EQ(Written({"reset", "math:*"}), "");
-  const Result asks = Call({"delete", "math:*"});
+  for (int i = 0; i < 3; ++i) Out({"create", "Average", "LEVEL"});
+  Out({"create", "Subtract", "LEVEL", "LEVEL"});
+  EXPECT_EQ(Run({"reset", "math:3"}).exit_code, Mathctl::kUsage) << "it has no RESET";
+  EXPECT_EQ(Out({"reset", "math:*"}), "");
+  const Outcome asks = Run({"delete", "math:*"});
   EXPECT_EQ(asks.exit_code, Mathctl::kUsage);
   EXPECT_EQ(asks.error, "mathctl: this would delete 4 objects (math:0, math:1, math:2, math:3); --yes does it\n");
-  const Result one_is_missing = Call({"delete", "math:9", "math:1"});
+  const Outcome one_is_missing = Run({"delete", "math:9", "math:1"});
   EXPECT_EQ(one_is_missing.exit_code, Mathctl::kRefused);
   EXPECT_THAT(one_is_missing.error, HasSubstr("no math object 9"));
-  EXPECT_EQ(Call({"get", "math:1"}).exit_code, Mathctl::kRefused) << "deleted all the same";
-  Written({"delete", "math:*", "-y"});
-  EXPECT_EQ(JsonLines(Written({"list", "--json"})).size(), 0u);
-  EXPECT_THAT(Call({"delete", "math:*", "-y"}).error, HasSubstr("no math object \"math:*\""));
-  EXPECT_THAT(Call({"set", "TESTBENCH/*", "3"}).error, HasSubstr("set takes one attribute, not a pattern"));
+  EXPECT_EQ(Run({"get", "math:1"}).exit_code, Mathctl::kRefused) << "deleted all the same";
+  Out({"delete", "math:*", "-y"});
+  EXPECT_EQ(ObjectsIn(Out({"list", "--json"})).size(), 0u);
+  EXPECT_THAT(Run({"delete", "math:*", "-y"}).error, HasSubstr("no math object \"math:*\""));
+  EXPECT_THAT(Run({"set", "TESTBENCH/*", "3"}).error, HasSubstr("set takes one attribute, not a pattern"));
 }
 
 TEST_F(FrameTest, AResultIsThereAtOnceInAPipe) {
-  const auto watch = Watching({"LEVEL", "--new"});
+  const auto watch = StartWatch({"LEVEL", "--new"});
   level_ = ScalarOf(2, Value::C_Watts);
   EXPECT_TRUE(WaitUntil([&] { return watch->Out().find("  #1  2 W  +0 +0 W\n") != std::string::npos; }));
   EXPECT_TRUE(watch->IsRunning());
 }
 
 TEST_F(FrameTest, OnATerminalTheSameAsInAPipe) {
-  for (const Arguments& words :
-       {Arguments{"engines"}, Arguments{"readings", "--values"}, Arguments{"get", "LEVEL"}, Arguments{"subscriptions"},
-        Arguments{"completion", "bash"}, Arguments{"-V"}, Arguments{"readings", "--json"}}) {
+  for (const Words& words :
+       {Words{"engines"}, Words{"readings", "--values"}, Words{"get", "LEVEL"}, Words{"subscriptions"},
+        Words{"completion", "bash"}, Words{"-V"}, Words{"readings", "--json"}}) {
     PseudoTerminal terminal = OnTerminal(words);
     EXPECT_EQ(terminal.Wait(), Mathctl::kDone) << testing::PrintToString(words);
-    EXPECT_EQ(terminal.All(), Written(words)) << testing::PrintToString(words);
+    EXPECT_EQ(terminal.All(), Out(words)) << testing::PrintToString(words);
   }
   PseudoTerminal refused = OnTerminal({"get", "LEVLE"});
   EXPECT_EQ(refused.Wait(), Mathctl::kRefused);
@@ -125,8 +124,8 @@ TEST_F(FrameTest, CtrlCEndsAVerbThatWaits) {
 
 // A verb that writes nothing has nothing to lose.
 TEST_F(FrameTest, AFullDiskIsOneLineAndExitOne) {
-  Written({"create", "Average", "LEVEL"});
-  const Arguments kLines[] = {
+  Out({"create", "Average", "LEVEL"});
+  const Words kLines[] = {
       {"engines"},
       {"readings"},
       {"readings", "--values", "--format", "csv"},
@@ -143,8 +142,8 @@ TEST_F(FrameTest, AFullDiskIsOneLineAndExitOne) {
       {"--help"},
       {"-V"},
   };
-  for (const Arguments& words : kLines) {
-    const Result result = InShell("exec \"$@\" >/dev/full", words);
+  for (const Words& words : kLines) {
+    const Outcome result = InShell("exec \"$@\" >/dev/full", words);
     EXPECT_EQ(result.exit_code, 1) << testing::PrintToString(words);
     EXPECT_EQ(result.error, "mathctl: standard output: No space left on device\n") << testing::PrintToString(words);
   }
@@ -153,11 +152,11 @@ TEST_F(FrameTest, AFullDiskIsOneLineAndExitOne) {
 
 TEST_F(FrameTest, AClosedPipeIsQuiet) {
   const std::string into_closed_pipe = "exec 3> >(exec true); wait $!; exec \"$@\" >&3 3>&-";
-  for (const Arguments& words : {Arguments{"readings"}, Arguments{"--help"}, Arguments{"watch", "LEVEL"}}) {
-    const Result result = InShell(into_closed_pipe, words);
+  for (const Words& words : {Words{"readings"}, Words{"--help"}, Words{"watch", "LEVEL"}}) {
+    const Outcome result = InShell(into_closed_pipe, words);
     EXPECT_EQ(result.exit_code, 128 + SIGPIPE) << "as the shell's tools end";
     EXPECT_EQ(result.error, "");
-    const Result ignored = InShell("trap '' PIPE; " + into_closed_pipe, words);
+    const Outcome ignored = InShell("trap '' PIPE; " + into_closed_pipe, words);
     EXPECT_EQ(ignored.exit_code, Mathctl::kRefused) << "who ignores SIGPIPE wants nobody to die of it";
     EXPECT_EQ(ignored.error, "");
   }
@@ -165,7 +164,7 @@ TEST_F(FrameTest, AClosedPipeIsQuiet) {
 
 TEST_F(FrameTest, WrongWordsAreAnsweredWithTheNearest) {
   struct Row {
-    Arguments words;
+    Words words;
     int exit_code;
     const char* error;
   };
@@ -178,7 +177,7 @@ TEST_F(FrameTest, WrongWordsAreAnsweredWithTheNearest) {
       {{"readings", "TARCE"}, Mathctl::kRefused, "mathctl: no reading \"TARCE\"; near: TESTBENCH/1/TRACE\n"},
   };
   for (const Row& row : kRows) {
-    const Result result = Call(row.words);
+    const Outcome result = Run(row.words);
     EXPECT_EQ(result.exit_code, row.exit_code) << testing::PrintToString(row.words);
     EXPECT_EQ(result.error, row.error);
     EXPECT_EQ(result.out, "");

@@ -17,22 +17,22 @@ class WatchTest : public FrameFixture {
 };
 
 TEST_F(WatchTest, ThePresentValueComesFirstMarkedAndUncounted) {
-  const auto watch = Watching({"LEVEL", "-n", "1"});
+  const auto watch = StartWatch({"LEVEL", "-n", "1"});
   ASSERT_TRUE(WaitUntil([&] { return watch->Out().find('\n') != std::string::npos; }));
   EXPECT_THAT(watch->Out(), EndsWith("  TESTBENCH/1/LEVEL  now  1 W  +0 +0 W\n"));
   level_ = ScalarOf(2, Value::C_Watts);
-  ASSERT_EQ(watch->WaitForExit(kLimit), Mathctl::kDone) << watch->Error();
+  ASSERT_EQ(watch->WaitForExit(kPatience), Mathctl::kDone) << watch->Error();
   EXPECT_THAT(watch->Out(), EndsWith("  TESTBENCH/1/LEVEL  #1  2 W  +0 +0 W\n"));
   EXPECT_EQ(watch->Error(), "");
 }
 
 TEST_F(WatchTest, JsonSaysWhatIsPresentAndWhichObjectItIs) {
-  Written({"create", "Average", "LEVEL"});
-  const auto watch = Watching({"math:0", "-n", "1", "--json"});
+  Out({"create", "Average", "LEVEL"});
+  const auto watch = StartWatch({"math:0", "-n", "1", "--json"});
   ASSERT_TRUE(WaitUntil([&] { return watch->Out().find('\n') != std::string::npos; })) << watch->Error();
   level_ = ScalarOf(2, Value::C_Watts);
-  ASSERT_EQ(watch->WaitForExit(kLimit), Mathctl::kDone) << watch->Error();
-  const auto lines = JsonLines(watch->Out());
+  ASSERT_EQ(watch->WaitForExit(kPatience), Mathctl::kDone) << watch->Error();
+  const auto lines = ObjectsIn(watch->Out());
   ASSERT_EQ(lines.size(), 2u);
   EXPECT_EQ(lines[0]["present"], true);
   EXPECT_EQ(lines[0]["count"], 0);
@@ -43,10 +43,10 @@ TEST_F(WatchTest, JsonSaysWhatIsPresentAndWhichObjectItIs) {
 }
 
 TEST_F(WatchTest, ALineNamesTheObjectItsTypeAndItsInputs) {
-  Written({"create", "Average", "LEVEL"});
-  Written({"create", "Subtract", "math:0", "LEVEL"});
-  const auto watch = Watching({"math:*", "--for", "0.3"}, 2);
-  ASSERT_EQ(watch->WaitForExit(kLimit), Mathctl::kDone) << watch->Error();
+  Out({"create", "Average", "LEVEL"});
+  Out({"create", "Subtract", "math:0", "LEVEL"});
+  const auto watch = StartWatch({"math:*", "--for", "0.3"}, 2);
+  ASSERT_EQ(watch->WaitForExit(kPatience), Mathctl::kDone) << watch->Error();
   EXPECT_THAT(watch->Out(), HasSubstr("  math:0 Average(TESTBENCH/1/LEVEL)  now  "));
   EXPECT_THAT(watch->Out(), HasSubstr("  math:1 Subtract(math:0, TESTBENCH/1/LEVEL)  now  "));
 }
@@ -54,8 +54,8 @@ TEST_F(WatchTest, ALineNamesTheObjectItsTypeAndItsInputs) {
 TEST_F(WatchTest, CsvHasAllColumnsForValuesOfAllKinds) {
   TraceInput trace(bench_, "TRACE", Trace({1, 3}, kMilliwatt, 7));
   LongInput count(bench_, "COUNT", 5);
-  const auto watch = Watching({"TESTBENCH/1/*", "--format", "csv", "--for", "0.3"}, 3);
-  ASSERT_EQ(watch->WaitForExit(kLimit), Mathctl::kDone) << watch->Error();
+  const auto watch = StartWatch({"TESTBENCH/1/*", "--format", "csv", "--for", "0.3"}, 3);
+  ASSERT_EQ(watch->WaitForExit(kPatience), Mathctl::kDone) << watch->Error();
   EXPECT_THAT(watch->Out(), StartsWith("time,reading,object,type,count,present,kind,units,value,"));
   EXPECT_THAT(watch->Out(), HasSubstr(",TESTBENCH/1/LEVEL,,,0,true,ValueDouble,W,1.0,0.0,0.0,"));
   EXPECT_THAT(watch->Out(), HasSubstr(",TESTBENCH/1/TRACE,,,0,true,BasicTrace,mW,,,,7,"));
@@ -64,37 +64,37 @@ TEST_F(WatchTest, CsvHasAllColumnsForValuesOfAllKinds) {
 
 TEST_F(WatchTest, ElementsOfATrace) {
   TraceInput trace(bench_, "TRACE", Trace({1, 2, 3}, kMilliwatt));
-  const auto line = [&](const char* elements) { return Written({"watch", "TRACE", "--for", "0.1", "-#", elements}); };
+  const auto line = [&](const char* elements) { return Out({"watch", "TRACE", "--for", "0.1", "-#", elements}); };
   EXPECT_THAT(line("2"), EndsWith("  mean 2 mW  samples 1 2\n"));
   EXPECT_THAT(line("0"), EndsWith("  mean 2 mW  samples 1 2 3\n"));
-  const auto json = JsonLines(Written({"watch", "TRACE", "--for", "0.1", "-#", "1", "--json"}));
-  EXPECT_EQ(json.at(0)["samples"], nlohmann::json({1.0}));
+  const auto objects = ObjectsIn(Out({"watch", "TRACE", "--for", "0.1", "-#", "1", "--json"}));
+  EXPECT_EQ(objects.at(0)["samples"], nlohmann::json({1.0}));
 }
 
 TEST_F(WatchTest, SilenceEndsItWhereThatIsAskedFor) {
-  Written({"create", "Average", "LEVEL"});
-  const Result of_reading = Call({"watch", "LEVEL", "--idle", "0.3", "--new"});
+  Out({"create", "Average", "LEVEL"});
+  const Outcome of_reading = Run({"watch", "LEVEL", "--idle", "0.3", "--new"});
   EXPECT_EQ(of_reading.exit_code, Mathctl::kUnreachable);
   EXPECT_EQ(of_reading.out, "");
   EXPECT_EQ(of_reading.error,
             "mathctl: nothing has come for 0.3 s (TESTBENCH/1/LEVEL: its engine answers and has published nothing)\n");
-  const Result of_object = Call({"watch", "math:0", "--idle", "0.3"});
+  const Outcome of_object = Run({"watch", "math:0", "--idle", "0.3"});
   EXPECT_EQ(of_object.exit_code, Mathctl::kUnreachable);
   EXPECT_THAT(of_object.error, StartsWith("mathctl: nothing has come for 0.3 s (math:0 Average(TESTBENCH/1/LEVEL): "));
 }
 
 TEST_F(WatchTest, IsNotIdleWhileSomethingComes) {
-  const auto watch = Watching({"LEVEL", "--idle", "1.5", "-n", "30", "--new"});
+  const auto watch = StartWatch({"LEVEL", "--idle", "1.5", "-n", "30", "--new"});
   int value = 0;
   EXPECT_TRUE(WaitUntil([&] {
     level_ = ScalarOf(++value, Value::C_Watts);
     return !watch->IsRunning();
   }));
-  EXPECT_EQ(watch->WaitForExit(kLimit), Mathctl::kDone) << watch->Error();
+  EXPECT_EQ(watch->WaitForExit(kPatience), Mathctl::kDone) << watch->Error();
 }
 
 TEST_F(WatchTest, GoesOnBehindATopicManagerThatForgotItAndSaysSo) {
-  const auto watch = Watching({"LEVEL", "--new"});
+  const auto watch = StartWatch({"LEVEL", "--new"});
   int value = 1;
   const auto shows_more_than = [&](std::size_t shown) {
     return WaitUntil([&] {
@@ -114,19 +114,19 @@ TEST_F(WatchTest, GoesOnBehindATopicManagerThatForgotItAndSaysSo) {
 }
 
 TEST_F(WatchTest, OneOfSeveralThatGoesLeavesTheOthers) {
-  Written({"create", "Peak", "LEVEL"});
-  const auto watch = Watching({"math:0", "LEVEL", "-w", "0.3", "--new"}, 2);
-  Written({"delete", "math:0"});
+  Out({"create", "Peak", "LEVEL"});
+  const auto watch = StartWatch({"math:0", "LEVEL", "-w", "0.3", "--new"}, 2);
+  Out({"delete", "math:0"});
   ASSERT_TRUE(WaitUntil([&] { return !watch->Error().empty(); }));
   EXPECT_THAT(watch->Error(), EndsWith("; it is watched no more\n"));
   EXPECT_TRUE(watch->IsRunning());
 }
 
 TEST_F(WatchTest, EndsWhenItsEngineHangs) {
-  Written({"create", "Peak", "LEVEL"});
-  const auto watch = Watching({"math:0", "-w", "0.3"});
+  Out({"create", "Peak", "LEVEL"});
+  const auto watch = StartWatch({"math:0", "-w", "0.3"});
   engine_.Signal(SIGSTOP);
-  EXPECT_EQ(watch->WaitForExit(kLimit), Mathctl::kUnreachable);
+  EXPECT_EQ(watch->WaitForExit(kPatience), Mathctl::kUnreachable);
   EXPECT_THAT(watch->Error(), HasSubstr("does not answer within 0.3 s; it hangs, is stopped, or needs more time\n"));
   engine_.Signal(SIGCONT);
 }
@@ -138,19 +138,19 @@ TEST_F(WatchTest, OnATerminalCtrlCEndsItInGoodOrder) {
   terminal.ReadUntil("#1  4 W  +0 +0 W\n");
   terminal.Write("\x03");
   EXPECT_EQ(terminal.Wait(), Mathctl::kDone);
-  EXPECT_TRUE(WaitUntil([&] { return StandingSubscriptions() == 0; }));
+  EXPECT_TRUE(WaitUntil([&] { return Subscriptions() == 0; }));
 }
 
 // head closes the pipe: the watch ends with its next line, or soon after without one.
 TEST_F(WatchTest, EndsWithItsReader) {
-  const Result result = InShell("\"$1\" watch LEVEL | head -n 1; echo ${PIPESTATUS[0]}");
+  const Outcome result = InShell("\"$1\" watch LEVEL | head -n 1; echo ${PIPESTATUS[0]}");
   EXPECT_THAT(result.out, MatchesRegex("[^\n]*  now  1 W[^\n]*\n141\n"));
   EXPECT_EQ(result.error, "");
 }
 
 TEST_F(WatchTest, WrongArguments) {
   struct Row {
-    Arguments words;
+    Words words;
     int exit_code;
     const char* error;
   };
@@ -164,7 +164,7 @@ TEST_F(WatchTest, WrongArguments) {
       {{"watch", "math:?"}, Mathctl::kRefused, "no math object \"math:?\"; `mathctl list` lists them"},
   };
   for (const Row& row : kRows) {
-    const Result result = Call(row.words);
+    const Outcome result = Run(row.words);
     EXPECT_EQ(result.exit_code, row.exit_code) << testing::PrintToString(row.words) << result.error;
     EXPECT_THAT(result.error, HasSubstr(row.error)) << testing::PrintToString(row.words);
     EXPECT_EQ(result.out, "") << testing::PrintToString(row.words);
@@ -172,8 +172,8 @@ TEST_F(WatchTest, WrongArguments) {
 }
 
 TEST_F(WatchTest, AnActionHasNothingToWatch) {
-  Written({"create", "Peak", "LEVEL"});
-  const Result result = Call({"watch", "RESET"});
+  Out({"create", "Peak", "LEVEL"});
+  const Outcome result = Run({"watch", "RESET"});
   EXPECT_EQ(result.exit_code, Mathctl::kUsage);
   EXPECT_EQ(result.error, "mathctl: MATHFACTORY/1/RESET is an action: it has no value to watch\n");
 }

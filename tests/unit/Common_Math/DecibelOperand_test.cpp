@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Common_Math/src/DecibelOperand.h"
-
 #include <gtest/gtest.h>
 
 #include <random>
 
 #include "Common_Math/src/MathValueBasicTrace.h"
 #include "Common_Math/src/MathValueValueDouble.h"
+#include "Common_Math/src/SimpleOp2.h"
 #include "tests/support/trace_samples.h"
 
 namespace Lumenar::Test {

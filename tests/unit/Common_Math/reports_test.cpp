@@ -2,7 +2,7 @@
 // What a math object reports of itself: samples, results, their times, the present result, and refusals.
 #include <gmock/gmock.h>
 
-#include "Common_Math/src/SampleFigures.h"
+#include "Common_Math/src/RefusedSamples.h"
 #include "tests/support/OperationFixture.h"
 
 namespace Lumenar::Test {
@@ -57,14 +57,6 @@ class ReportTest : public OperationFixture {
   static MathReport Of(const Math_var& math) {
     const MathReport_var report = math->Report();
     return report.in();
-  }
-
-  template <class Input, class Record>
-  void DeliverAnyhow(const Input& input, const Record& record) {
-    try {
-      Deliver(input, record);
-    } catch (const CORBA::Exception&) {
-    } catch (const std::exception&) {}
   }
 };
 

@@ -51,7 +51,10 @@ TEST(Computation, ALevelAndAPowerMeetInThePower) {
   EXPECT_EQ(difference.formula, "R = 10 log10(10^(a/10) - b)");
   EXPECT_THAT(difference.conversions,
               ElementsAre("A: dBm to mW: 10^(x/10), so that 10 dBm is 10 mW", "B: W to mW: times 1000",
-                          "result: mW to dBm: 10 log10(x), so that 100 mW is 20 dBm"));
+                          "result: mW to dBm: 10 log10(x), so that 100 mW is 20 dBm",
+                          "result: shown as -379.298 dBm where b is not less than a, for there is no logarithm"));
+  EXPECT_THAT(ComputationOf("Subtract", {ScalarInput("A", "dBm"), ScalarInput("B", "W")}, 0).conversions,
+              testing::Contains(HasSubstr("shown as -inf or NaN dBm where b is not less than a")));
 }
 
 TEST(Computation, ASquaredUnitHasItsFactor) {

@@ -4,8 +4,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <omniORB4/Naming.hh>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <string>
 #include <variant>
@@ -157,6 +159,41 @@ TEST_F(ConnectionTest, SaysThatAnAddressIsNone) {
     } catch (const Error& error) {
       EXPECT_EQ(error.Kind(), ErrorKind::BadArgument) << address;
       EXPECT_THAT(error.what(), testing::HasSubstr("address of the naming service"));
+    }
+  }
+}
+
+TEST_F(ConnectionTest, ANameThatLeadsNowhereHidesNoEngine) {
+  Connection connection(first_.Address());
+  const CORBA::Object_var object =
+      connection.Orb().Orb()->string_to_object(("corbaloc:iiop:" + first_.Address() + "/NameService").c_str());
+  const CosNaming::NamingContext_var root = CosNaming::NamingContext::_narrow(object);
+  CosNaming::Name
+      name;  // listed as FOREIGN/1, where nothing stands: it is of a kind, which names of the platform are not
+  name.length(3);
+  name[0].id = "Lumenar";
+  name[1].id = "local";
+  name[2].id = "FOREIGN";
+  CosNaming::NamingContext_var(root->bind_new_context(name));
+  name.length(4);
+  name[3].id = "1";
+  name[3].kind = "foreign";
+  root->bind(name, object);
+  const auto engines = connection.Engines();
+  ASSERT_EQ(engines.size(), 1u);
+  EXPECT_EQ(engines[0].name, "SIM/1");
+  EXPECT_EQ(std::get<CORBA::Long>(GetValue(connection.FindReading("COUNT"))), 100);
+}
+
+TEST_F(ConnectionTest, SaysThatATimeLimitIsNone) {
+  for (const auto limit : {std::chrono::milliseconds(0), std::chrono::milliseconds(-1),
+                           std::chrono::milliseconds(1'000'000'001), std::chrono::milliseconds::max()}) {
+    try {
+      Connection connection(first_.Address(), limit);
+      ADD_FAILURE() << limit.count();
+    } catch (const Error& error) {
+      EXPECT_EQ(error.Kind(), ErrorKind::BadArgument);
+      EXPECT_THAT(error.what(), testing::HasSubstr("the time limit must be"));
     }
   }
 }

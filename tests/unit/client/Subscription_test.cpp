@@ -5,7 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <future>
 #include <variant>
+#include <vector>
 
 #include "client/MathObjects.h"
 #include "client/values.h"
@@ -107,6 +111,45 @@ TEST_F(SubscriptionTest, EndsWithTheOrbAndWakesItsReader) {
   EXPECT_FALSE(subscription.Next(std::chrono::seconds(30)));
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
   EXPECT_TRUE(subscription.Ended());
+}
+
+TEST_F(SubscriptionTest, WaitsForASampleWithoutALimit) {
+  Connection connection;
+  const Reading type = connection.FindReading("TYPE");
+  Subscription subscription(connection);
+  subscription.Add(type);
+  auto next = std::async(std::launch::async, [&] { return subscription.Next(std::chrono::milliseconds::max()); });
+  EXPECT_EQ(next.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout) << "it waits";
+  SetValue(type, "3");
+  const auto delivery = next.get();
+  ASSERT_TRUE(delivery);
+  EXPECT_EQ(std::get<CORBA::Long>(delivery->record), 3);
+}
+
+TEST_F(SubscriptionTest, ListsWhatWasRenewedOnceUntilItIsTaken) {
+  Connection connection;
+  Subscription subscription(connection);
+  subscription.Add(connection.FindReading("TYPE"));
+  for (int round = 0; round < 2; ++round) {
+    platform_.KillTopicManager();
+    ASSERT_TRUE(std::filesystem::remove(platform_.Directory() / "subscriptions.state"));
+    platform_.StartTopicManager();
+    ASSERT_TRUE(WaitUntil([&] {
+      try {
+        return Subscriptions(connection) == 1;
+      } catch (const Error&) {
+        return false;
+      } catch (const CORBA::Exception&) {
+        return false;
+      }
+    }));
+  }
+  std::vector<std::size_t> renewed;
+  EXPECT_TRUE(WaitUntil([&] {
+    if (renewed.empty()) renewed = subscription.TakeRenewed();
+    return !renewed.empty();
+  }));
+  EXPECT_EQ(renewed, std::vector<std::size_t>{0});
 }
 
 TEST_F(SubscriptionTest, SaysSoWhenTheTopicManagerIsAway) {

@@ -3,6 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <tuple>
+#include <variant>
+
 #include "tests/unit/judge/SearchFixture.h"
 
 namespace Lumenar::Judge {
@@ -23,6 +27,11 @@ TEST_F(JudgeSearch, AGapMakesTheCheckBeginAnew) {
   EXPECT_TRUE(report.IsExplained()) << TextsOf(report, Remark::Unexplained);
   EXPECT_EQ(report.interrupted, 1u);
   EXPECT_EQ(report.findings.Checked(), 14u);
+  EXPECT_TRUE(object.Check().IsProven());
+  SearchLimits strict;
+  strict.assume_resets = false;
+  EXPECT_FALSE(object.Check(strict).IsProven()) << "nobody knows what was in the gap";
+  EXPECT_FALSE(object.CheckObject(strict).Differs());
 }
 
 /// A recorder notes what the topic manager dropped up to a second later, behind samples that came meanwhile.
@@ -78,6 +87,60 @@ TEST_F(JudgeSearch, BehindAGapItIsAsAtTheBeginning) {
   const ObjectReport report = object.CheckObject();
   EXPECT_TRUE(report.IsExplained()) << TextsOf(report, Remark::Unexplained);
 }
+
+/// Means of numbers that rise by equal steps rise so too, so each is explained by later samples as well, until the
+/// numbers begin again.
+class JudgeRisingNumbers : public testing::TestWithParam<std::tuple<int, int>> {
+ protected:
+  JudgeRisingNumbers() : object_("Average", {ScalarOf(0, kWatts)}) {
+    const auto [size, crossing] = GetParam();
+    object_.RecordingBeginsWithSize(size);
+    object_.SetSize(size, false);
+    object_.step_ns = 5 * kMillisecond;
+    Rise(1, 20);
+    for (int i = 0; i < crossing; ++i) object_.Record(0, ScalarOf(21 + i, kWatts));
+    object_.RecordEvent(Recording::EventKind::Gap);
+    object_.RecordEvent(Recording::EventKind::Size, size);
+    for (int i = 0; i < crossing; ++i) {
+      object_.Compute(0, ScalarOf(21 + i, kWatts));
+      object_.RecordResult();
+    }
+    Rise(21 + crossing, 60);
+    Rise(1, 30);
+  }
+
+  void Rise(int from, int to) {
+    for (int i = from; i <= to; ++i) object_.Sample(0, ScalarOf(i, kWatts));
+  }
+
+  RecordedObject object_;
+};
+
+TEST_P(JudgeRisingNumbers, AreTakenInTheirOrderBehindAGap) {
+  const ObjectReport report = object_.CheckObject();
+  EXPECT_TRUE(report.IsExplained()) << TextsOf(report, Remark::Unexplained) << TextsOf(report, Remark::Missing);
+  EXPECT_EQ(report.interrupted, 1u);
+  EXPECT_EQ(report.findings.Checked() + report.findings.Unchecked(), report.results);
+  EXPECT_GE(report.findings.Checked(), 40u);
+}
+
+/// Every second entry is a sample, of which the last bits do not show in a mean of many. A RESET that nobody recorded
+/// would explain a last result that is the sample before.
+TEST_P(JudgeRisingNumbers, HideNoChange) {
+  SearchLimits strict;
+  strict.assume_resets = false;
+  for (const std::size_t from_end : {1, 2, 3, 30, 59, 60, 61, 90}) {
+    auto& entry = std::get<Recording::Sample>(object_.Entries().at(object_.Entries().size() - from_end));
+    double& value = std::get<Scalar_record>(entry.record).val;
+    const double was = value;
+    value = from_end % 2 == 0 ? was + 0.5 : std::nextafter(was, 1000);
+    EXPECT_TRUE(object_.CheckObject(strict).Differs()) << from_end << " entries before the end";
+    value = was;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(SizesAndSamplesBeforeTheGapWithResultsBehindIt, JudgeRisingNumbers,
+                         testing::Combine(testing::Values(2, 3, 5, 8, 12), testing::Values(0, 1, 2, 3)));
 
 TEST_F(JudgeSearch, TheResultOfALastSampleMayComeBehindTheEnd) {
   for (const std::int64_t seconds_left : {4, 6}) {

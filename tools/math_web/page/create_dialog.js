@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 import {el, setShown, setText} from "./dom.js";
+import {wordsOf} from "./operations.js";
 
 /** The form that makes a math object: a type, then its inputs one by one, each among those that fit with what was
  *  chosen before, as the server says; SIZE where the type takes one. `onCreated(name)`. */
@@ -35,6 +36,8 @@ export class CreateDialog {
   #build() {
     const parts = this.#parts;
     parts.type = el("select", {id: "create-type", on: {change: () => this.#chooseType()}});
+    parts.words = el("p", {class: "note", id: "create-words"});
+    parts.type.setAttribute("aria-describedby", "create-words");
     parts.inputs = el("div", {class: "form-rows"});
     parts.size = el("input", {id: "create-size", type: "number", min: "1", step: "1", value: "10"});
     parts.sizeRow = el("div", {class: "form-row"}, el("label", {for: "create-size"}, "SIZE, samples"), parts.size);
@@ -46,6 +49,7 @@ export class CreateDialog {
       {on: {submit: (event) => this.#submit(event)}},
       el("h2", {id: "create-title"}, "New math object"),
       el("div", {class: "form-row"}, el("label", {for: "create-type"}, "Operation"), parts.type),
+      parts.words,
       parts.inputs,
       parts.sizeRow,
       parts.error,
@@ -57,6 +61,8 @@ export class CreateDialog {
 
   #chooseType() {
     const type = this.#type;
+    setText(this.#parts.words, wordsOf(type?.name));
+    setText(this.#parts.error, "");
     setShown(this.#parts.sizeRow, type?.name === "Average");
     this.#inputs = (type?.inputs ?? []).map((input, i) => this.#inputRow(input.name, i));
     this.#parts.inputs.replaceChildren(...this.#inputs.map((input) => input.row));
@@ -78,11 +84,10 @@ export class CreateDialog {
     this.#parts.create.disabled = i < this.#inputs.length;
     if (i >= this.#inputs.length) return;
     const asked = ++this.#asked;
-    const {select} = this.#inputs[i];
     try {
       const names = await this.#fitting(i);
       if (asked !== this.#asked) return;
-      this.#fill(select, names);
+      this.#fill(this.#inputs[i], names);
     } catch (error) {
       setText(this.#parts.error, error.message);
     }
@@ -94,7 +99,8 @@ export class CreateDialog {
     return answer.names;
   }
 
-  #fill(select, names) {
+  #fill(input, names) {
+    const {select} = input;
     const units = (name) => this.#store.find(name)?.unit ?? "";
     const texts = names.map((name) => (units(name) === "" ? name : `${name}, in ${units(name)}`));
     const first = el(
@@ -104,7 +110,7 @@ export class CreateDialog {
     );
     select.replaceChildren(first, ...names.map((name, n) => el("option", {value: name}, texts[n])));
     select.disabled = names.length === 0;
-    setText(this.#parts.error, "");
+    setText(this.#parts.error, names.length > 0 ? "" : nothingFits(this.#inputs.indexOf(input)));
   }
 
   async #submit(event) {
@@ -121,4 +127,9 @@ export class CreateDialog {
     }
     this.#parts.create.disabled = false;
   }
+}
+
+function nothingFits(place) {
+  if (place === 0) return "No reading or result fits here.";
+  return "No reading or result fits with the one above: choose another.";
 }

@@ -5,15 +5,16 @@ const kUndo_ms = 5000;
 /** Deleting math objects, with five seconds to think again: only then the server is asked. A page that is closed
  *  before deletes nothing. */
 export class Deletions {
-  #going = new Set();
+  #going = new Map(); // names, and what takes each back; null when it is too late
   #connection;
   #notices;
-  #onChange;
+  #actions;
 
-  constructor(connection, notices, onChange) {
+  /** `actions`: onChange(), onDeleted(name). */
+  constructor(connection, notices, actions) {
     this.#connection = connection;
     this.#notices = notices;
-    this.#onChange = onChange;
+    this.#actions = actions;
   }
 
   /** Whether an object is about to go. */
@@ -23,19 +24,26 @@ export class Deletions {
 
   begin(name) {
     if (this.#going.has(name)) return;
-    this.#going.add(name);
-    this.#notices.undoable(
+    const undo = this.#notices.undoable(
       `${name} will be deleted`,
       kUndo_ms,
       () => this.#forget(name),
       () => this.#ask(name),
     );
-    this.#onChange();
+    this.#going.set(name, undo);
+    this.#actions.onChange();
+  }
+
+  /** Takes it back, where it is not too late. */
+  undo(name) {
+    this.#going.get(name)?.();
   }
 
   async #ask(name) {
+    this.#going.set(name, null);
     try {
       await this.#connection.request({type: "delete", name});
+      this.#actions.onDeleted(name);
     } catch (error) {
       this.#notices.error(`${name} was not deleted: ${error.message}`);
     }
@@ -45,6 +53,6 @@ export class Deletions {
 
   #forget(name) {
     this.#going.delete(name);
-    this.#onChange();
+    this.#actions.onChange();
   }
 }

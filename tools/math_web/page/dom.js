@@ -11,6 +11,11 @@ export function el(tag, props = {}, ...children) {
   return element;
 }
 
+/** A button with a name for those who do not see it, which others see as a hint. */
+export function button(text, label, call, kind = "") {
+  return el("button", {type: "button", class: kind, "aria-label": label, title: label, on: {click: call}}, text);
+}
+
 function setProperty(element, name, value) {
   if (value === undefined || value === null) return;
   if (name === "class") element.className = value;

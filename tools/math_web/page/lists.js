@@ -76,11 +76,11 @@ export class Lists {
       rows,
       state.engines.map((engine) => engine.name),
       (name) => {
-        const cells = [el("th", {scope: "row"}, name), ...Array.from({length: 5}, () => el("td"))];
-        return el("tr", {}, ...cells);
+        const parts = [["row-name", name], ["row-state"], ["row-facts"]];
+        return el("li", {class: "row"}, ...parts.map(([kind, text]) => el("span", {class: kind}, text)));
       },
     );
-    [...rows.children].forEach((row, i) => this.#tellEngine(row, state.engines[i]));
+    [...rows.children].forEach((row, i) => this.#tellEngine(row, state.engines[i], state));
     const {manager, problems} = state;
     setText(
       this.#parts.manager,
@@ -93,16 +93,14 @@ export class Lists {
     setShown(this.#parts.problems, problems.length > 0);
   }
 
-  #tellEngine(row, engine) {
+  #tellEngine(row, engine, {objects}) {
     const isAway = engine.state === "away";
-    row.classList.toggle("away", isAway);
-    const texts = [
-      isAway ? "✕ away" : "● live",
-      String(engine.readings),
-      bytesText(engine.memory),
-      engine.cpu === null ? "–" : durationText(engine.cpu),
-      engine.lost === null ? "–" : String(engine.lost ?? 0),
-    ];
-    texts.forEach((text, i) => setText(row.children[i + 1], text));
+    row.dataset.state = engine.state;
+    const item = objects.some((object) => object.engine === engine.name) ? "math object" : "reading";
+    const facts = isAway ? [] : [`${engine.readings} ${item}${engine.readings === 1 ? "" : "s"}`];
+    if (engine.memory !== null) facts.push(bytesText(engine.memory));
+    if (engine.cpu !== null) facts.push(`processor ${durationText(engine.cpu)}`);
+    if (engine.lost !== null) facts.push(`${engine.lost} samples lost`);
+    [isAway ? "✕ away" : "● live", facts.join(", ")].forEach((text, i) => setText(row.children[i + 1], text));
   }
 }

@@ -45,7 +45,10 @@ const store = new Store(address.wall);
 const notices = new Notices(part("notices"));
 const connection = new Connection(token);
 const streams = new Streams(connection, figures);
-const deletions = new Deletions(connection, notices, () => lists.tell());
+const deletions = new Deletions(connection, notices, {
+  onChange: () => lists.tell(),
+  onDeleted: (name) => store.hide(name),
+});
 
 // What nobody expected is said, too: a picture that stands still must not be taken for one that moves.
 window.addEventListener("error", (event) => notices.error(event.message));
@@ -61,7 +64,10 @@ async function attempt(call) {
   }
 }
 
-const ask = (message) => attempt(() => connection.request(message));
+/** Asks for a change; that it is done is said in `words`. */
+async function change(message, words) {
+  if (await attempt(() => connection.request(message))) notices.done(words);
+}
 
 const panels = new Panels(part("panels"), streams, store, figures, {
   onRemove: (name) => store.hide(name),
@@ -83,9 +89,12 @@ const lists = new Lists(
   {
     onToggle: (name) => attempt(() => store.toggle(name)).then(() => lists.tell()),
     onSet: (name, attribute, value) =>
-      ask({type: "set", name: attribute === "" ? name : `${name}/${attribute}`, value}),
-    onReset: (name) => ask({type: "reset", name}),
+      attribute === ""
+        ? change({type: "set", name, value}, `${name} is set to ${value}`)
+        : change({type: "set", name: `${name}/${attribute}`, value}, `${attribute} of ${name} is set to ${value}`),
+    onReset: (name) => change({type: "reset", name}, `${name} begins anew`),
     onDelete: (name) => deletions.begin(name),
+    onUndo: (name) => deletions.undo(name),
     isGoing: (name) => deletions.has(name),
   },
 );
@@ -93,6 +102,7 @@ const lists = new Lists(
 let hoped = ""; // a name that was made, and that the state does not know yet
 const dialog = new CreateDialog(part("create-dialog"), connection, store, (name) => {
   hoped = name;
+  notices.done(`${name} is made`);
   showHoped();
 });
 
@@ -100,21 +110,25 @@ function showHoped() {
   if (hoped === "" || !store.find(hoped)) return;
   const name = hoped;
   hoped = "";
-  attempt(() => store.show(name));
+  attempt(() => {
+    store.show(name);
+    panels.reveal(name);
+  });
 }
 
 function showChosen() {
   panels.show(store.shown, store.shownItems);
   const {missing} = store;
   setShown(part("missing"), missing.length > 0);
-  setText(part("missing"), `Not there: ${missing.join(", ")}`);
+  setText(part("missing-text"), missing.length > 0 ? `Not there: ${missing.join(", ")}` : "");
   setShown(part("hint"), store.state === null || store.shown.length === 0);
-  setText(
-    part("hint"),
-    store.state === null
-      ? "Waiting for what the instrument offers."
-      : "Choose a math object or a reading to see it here.",
-  );
+  setText(part("hint"), hintOf(store.state));
+}
+
+function hintOf(state) {
+  if (state === null) return "Waiting for what the instrument offers.";
+  if (state.readings.length + state.objects.length > 0) return "Choose a math object or a reading to see it here.";
+  return "Nothing can be shown yet: no instrument answers. What comes is offered by itself.";
 }
 
 function createObject() {
@@ -123,7 +137,7 @@ function createObject() {
 
 function setPaused(isPaused) {
   panels.setPaused(isPaused);
-  part("pause").setAttribute("aria-pressed", String(isPaused));
+  part("pause").classList.toggle("main", isPaused);
   setText(part("pause"), isPaused ? "Go on" : "Pause");
   document.body.classList.toggle("paused", isPaused);
 }
@@ -143,7 +157,10 @@ function nextHold() {
   setHold(options[(selectedIndex + 1) % options.length].value);
 }
 
-const savePictures = () => attempt(() => savePicture(panels.panels));
+function savePictures() {
+  panels.settle();
+  return attempt(() => savePicture(panels.panels));
+}
 const focusedTrace = () => panels.focused?.views[0];
 
 const commands = [
@@ -221,6 +238,7 @@ for (const [id, call] of Object.entries({
   theme: changeTheme,
   keys: () => shortcuts.show(),
   create: createObject,
+  forget: () => store.hideMissing(),
   "save-set": saveObjects,
 }))
   part(id).addEventListener("click", call);

@@ -2,8 +2,10 @@
 import {el} from "./dom.js";
 
 const kShown_ms = 8000;
+const kDone_ms = 4000;
+const kMost = 5;
 
-/** Short notices at the edge of the page, said to screen readers, too. */
+/** Short notices at the edge of the page, said to screen readers, too: `host` is a live region. */
 export class Notices {
   #host;
 
@@ -13,11 +15,16 @@ export class Notices {
 
   /** Something that went wrong, in a sentence. */
   error(text) {
-    const notice = this.#add(text, "notice error");
-    setTimeout(() => notice.remove(), kShown_ms);
+    this.#show(text, "notice error", kShown_ms);
   }
 
-  /** Something that can be undone within `time_ms`: `undo()` on the button, else `done()` at the end. */
+  /** Something that was asked for and is done. */
+  done(text) {
+    this.#show(text, "notice done", kDone_ms);
+  }
+
+  /** Something that can be undone within `time_ms`: by the button or by the function that is returned, `undo()`; else
+   *  `done()` at the end. */
   undoable(text, time_ms, undo, done) {
     const finish = (call) => {
       clearTimeout(timer);
@@ -33,14 +40,20 @@ export class Notices {
     const ticks = setInterval(() => {
       left.textContent = `${Math.max(1, Math.ceil((end - performance.now()) / 1000))} s`;
     }, 250);
-    return notice;
+    return () => finish(undo);
+  }
+
+  #show(text, kind, time_ms) {
+    const notice = this.#add(text, kind);
+    setTimeout(() => notice.remove(), time_ms);
   }
 
   #add(text, kind, ...more) {
-    const notice = el("div", {class: kind, role: "status"}, el("span", {}, text), ...more);
+    const notice = el("div", {class: kind}, el("span", {}, text), ...more);
     this.#host.append(notice);
-    while (this.#host.children.length > 5)
-      this.#host.querySelector(".error")?.remove() ?? this.#host.firstChild.remove();
+    // What can be undone stays: it goes by itself.
+    const short = [...this.#host.querySelectorAll(".error, .done")];
+    while (this.#host.children.length > kMost && short.length > 0) short.shift().remove();
     return notice;
   }
 }

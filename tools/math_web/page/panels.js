@@ -23,6 +23,7 @@ export class Panels {
   #slots = new Slots();
   #waiting = el("ul", {class: "waiting", "aria-label": "Waiting for a first sample"});
   #isAsked = false;
+  #awaited = ""; // a name whose panel is to come into sight
 
   /** `actions`: onRemove(name), onCsv(name). */
   constructor(host, streams, store, figures, actions) {
@@ -87,6 +88,19 @@ export class Panels {
     this.#redraw();
   }
 
+  /** Scrolls to where a name is shown, as soon as it is. */
+  reveal(name) {
+    const panel = this.#views.get(name)?.panel;
+    this.#awaited = panel ? "" : name;
+    panel?.element.scrollIntoView({block: "nearest"});
+  }
+
+  /** Draws and writes what waits to be, at once: picture and words are of one moment then. */
+  settle() {
+    this.#draw();
+    for (const panel of this.panels) panel.tell();
+  }
+
   toggleWaterfall(view) {
     view.panel?.toggleWaterfall?.(view, this.#streams);
   }
@@ -118,11 +132,9 @@ export class Panels {
 
   // A panel for each unit over each axis: what has one unit can be compared by eye.
   #place(view) {
-    const isTrace = view instanceof TraceView;
-    const came = isTrace ? view.frame : view.sample;
-    if (came) {
-      const key = isTrace ? `trace ${view.frame.yUnit} over ${view.frame.xUnit}` : `value ${view.unit}`;
-      if (!view.panel || view.panel.key !== key) this.#move(view, key, isTrace ? TracePanel : ValuePanel);
+    if (view.sample) {
+      const key = view.panelKey;
+      if (view.panel?.key !== key) this.#move(view, key, view instanceof TraceView ? TracePanel : ValuePanel);
       setShown(this.#waiting, this.#waiting.children.length > 0);
     } else {
       view.tell(null, false);
@@ -136,20 +148,32 @@ export class Panels {
     if (!this.#panels.has(key)) {
       const panel = new Panel(this.settings, () => this.#ask());
       panel.key = key;
-      const next = this.panels.find((one) => one.views[0].slot > view.slot);
-      this.#host.insertBefore(panel.element, next?.element ?? null);
+      this.#host.append(panel.element);
       this.#panels.set(key, panel);
       panel.begin();
     }
     this.#panels.get(key).add(view);
+    this.#order();
     if (waterfall) this.#panels.get(key).adopt(waterfall);
+    if (this.#awaited === view.name) this.reveal(view.name);
+  }
+
+  // What stands in its place is not moved: it may have the focus.
+  #order() {
+    this.panels.forEach(({element}, i) => {
+      const now = this.#host.children[i + 1]; // behind those that wait
+      if (now !== element) this.#host.insertBefore(element, now);
+    });
   }
 
   #leave(view) {
     const {panel} = view;
     panel.remove(view);
     view.panel = null;
-    if (panel.views.length > 0) return;
+    if (panel.views.length > 0) {
+      this.#order();
+      return;
+    }
     this.#panels.delete(panel.key);
     panel.close();
   }

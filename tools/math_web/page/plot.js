@@ -97,6 +97,11 @@ export class Plot {
     return {left: 0, top: 0, width, height, from: x.min, to: x.max, min: y.min, max: y.max};
   }
 
+  /** How the vertical axis writes its numbers: divided by `divisor`, in `unit`. */
+  get yScale() {
+    return this.#scaleOf("y");
+  }
+
   clear() {
     this.context.clearRect(0, 0, this.#layer.width, this.#layer.height);
   }
@@ -106,9 +111,10 @@ export class Plot {
     this.#u.setCursor(x === null ? {left: -10, top: -10} : {left: this.#u.valToPos(x, "x"), top: 0}, false);
   }
 
-  /** x under a place of the window. */
-  xAt(clientX) {
-    return this.#u.posToVal(clientX - this.#u.over.getBoundingClientRect().left, "x");
+  /** Where a place of the window is between the left and the right edge: 0 to 1. */
+  shareAt(clientX) {
+    const {left, width} = this.#u.over.getBoundingClientRect();
+    return (clientX - left) / width;
   }
 
   /** Draws the picture as it is at `x`, `y` of another canvas, in pixels of the screen; gives its height. */
@@ -155,7 +161,8 @@ export class Plot {
       space: name === "y" ? 34 : 70,
     };
     if (time && name === "x") return {...axis, values: (_, splits) => splits.map(clockText), label: "Time of day"};
-    axis.label = () => axisLabel(this.#scaleOf(name).unit, name === "x" ? this.#otherwise : "Value");
+    axis.label = () =>
+      axisLabel(this.#units[name], name === "x" ? this.#otherwise : "Value", this.#scaleOf(name).unit);
     axis.values = (_, splits) => {
       const {divisor} = this.#scaleOf(name);
       const increment = splits.length > 1 ? (splits[1] - splits[0]) / divisor : 1;

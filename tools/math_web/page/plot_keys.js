@@ -3,23 +3,16 @@
 const kFine = 1 / 200;
 const kCoarse = 1 / 20;
 
-/** Keyboard, wheel and fingers on a plot: the cursor by the arrow keys, zoom by plus, minus, 0, Ctrl with the wheel and
- *  two fingers, moving by Shift with the arrows or the wheel, and one finger where it is zoomed. */
+/** Keyboard and wheel on a plot: the cursor by the arrow keys, zoom by plus, minus, 0 and Ctrl with the wheel,
+ *  moving by Shift with the arrows or the wheel. */
 export class PlotKeys {
-  #plot;
   #panel;
-  #fingers = new Map();
 
-  constructor(element, plot, panel) {
-    this.#plot = plot;
+  constructor(element, panel) {
     this.#panel = panel;
     element.addEventListener("keydown", (event) => this.#key(event));
     element.addEventListener("wheel", (event) => this.#wheel(event), {passive: false});
     element.addEventListener("dblclick", () => panel.zoomOut());
-    element.addEventListener("pointerdown", (event) => this.#down(event), {capture: true});
-    element.addEventListener("pointermove", (event) => this.#move(event));
-    for (const end of ["pointerup", "pointercancel", "pointerleave"])
-      element.addEventListener(end, (event) => this.#fingers.delete(event.pointerId));
   }
 
   #key(event) {
@@ -53,8 +46,8 @@ export class PlotKeys {
   }
 
   #putCursor(x) {
-    this.#plot.setCursor(x);
-    this.#panel.setCursor(x);
+    this.#panel.putCursor(x);
+    this.#panel.sayCursor();
   }
 
   // Without Ctrl or Shift the wheel moves the page, as everywhere.
@@ -62,28 +55,7 @@ export class PlotKeys {
     if (!event.ctrlKey && !event.shiftKey) return;
     event.preventDefault();
     const by = event.deltaY || event.deltaX;
-    if (event.ctrlKey) this.#panel.zoomBy(by > 0 ? 1.25 : 0.8, this.#plot.xAt(event.clientX));
+    if (event.ctrlKey) this.#panel.zoomBy(by > 0 ? 1.25 : 0.8, this.#panel.xAt(event.clientX));
     else this.#panel.panBy(by > 0 ? 0.1 : -0.1);
-  }
-
-  #down(event) {
-    if (event.pointerType !== "touch") return;
-    this.#fingers.set(event.pointerId, event.clientX);
-    this.#panel.setCursor(this.#plot.xAt(event.clientX));
-  }
-
-  #move(event) {
-    const before = this.#fingers.get(event.pointerId);
-    if (before === undefined) return;
-    const {from, to} = this.#panel.shown;
-    if (this.#fingers.size === 1) {
-      const moved = this.#plot.xAt(before) - this.#plot.xAt(event.clientX);
-      this.#panel.panBy(moved / (to - from));
-    } else {
-      const other = [...this.#fingers].find(([id]) => id !== event.pointerId)[1];
-      const factor = Math.abs(before - other) / Math.max(10, Math.abs(event.clientX - other));
-      this.#panel.zoomBy(Math.min(1.5, Math.max(0.67, factor)), this.#plot.xAt(other));
-    }
-    this.#fingers.set(event.pointerId, event.clientX);
   }
 }

@@ -1,67 +1,51 @@
 // SPDX-License-Identifier: Apache-2.0
-import {el, setShown, setText} from "./dom.js";
-import {durationText, rateText} from "./units.js";
+import {el, setShown} from "./dom.js";
+import {ageFacts, Row, unitFacts} from "./row.js";
+import {rateText} from "./units.js";
 
 const kShowable = new Set(["trace", "scalar", "long"]);
+const kKindWords = {long: "number"};
+// The server looks so often whether a sample has come.
+const kLook_s = 1;
 
-/** A reading of an instrument in the list. `actions`: onToggle(name), onSet(name, attribute, value). */
-export class ReadingRow {
-  #name;
-  #store;
-  #actions;
-  #parts = {};
-
+/** A reading of an instrument in the list. `actions` besides: onSet(name, attribute, value). */
+export class ReadingRow extends Row {
   constructor(name, store, actions) {
-    this.#name = name;
-    this.#store = store;
-    this.#actions = actions;
-    this.element = this.#build();
-  }
-
-  /** Writes what `reading` is now. */
-  tell(reading) {
-    const parts = this.#parts;
-    parts.pick.checked = this.#store.isShown(this.#name);
-    parts.pick.disabled = !kShowable.has(reading.kind);
-    setText(parts.facts, factsOf(reading, this.#store.sinceState_s));
-    setShown(parts.form, reading.writable && this.#store.welcome.control && !this.#store.isWall);
-  }
-
-  #build() {
-    const parts = this.#parts;
-    const name = this.#name;
-    parts.pick = el("input", {type: "checkbox", on: {change: () => this.#actions.onToggle(name)}});
-    parts.facts = el("span", {class: "row-facts"});
+    super(name, store, actions);
+    const {parts} = this;
     parts.value = el("input", {
       type: "text",
       inputMode: "decimal",
       required: true,
+      placeholder: "new value",
       "aria-label": `New value of ${name}`,
     });
-    parts.form = el(
-      "form",
-      {class: "size-form row-buttons controls", on: {submit: (event) => this.#set(event)}},
-      parts.value,
-      el("button", {"aria-label": `Set ${name}`}, "Set"),
-    );
-    const pick = el("label", {class: "row-pick"}, parts.pick, el("span", {class: "row-name"}, name));
-    return el("li", {class: "row"}, pick, parts.facts, parts.form);
+    parts.form = this.form(parts.value, name, () => this.#set());
+    parts.form.classList.add("row-buttons", "controls");
+    this.build(parts.facts, parts.form);
   }
 
-  #set(event) {
-    event.preventDefault();
-    this.#actions.onSet(this.#name, "", this.#parts.value.value);
-    this.#parts.value.value = "";
+  /** Writes what `reading` is now. */
+  tell(reading) {
+    this.parts.pick.disabled = !kShowable.has(reading.kind);
+    this.tellFacts(factsOf(reading, this.store.sinceState_s));
+    setShown(this.parts.form, reading.writable && this.mayChange);
+  }
+
+  #set() {
+    this.actions.onSet(this.name, "", this.parts.value.value);
+    this.parts.value.value = "";
   }
 }
 
-/** "trace, 1001 points dBm, 20 /s, 50 ms old". */
+/** "trace, 1001 points dBm, 20 /s, < 1 s old". */
 function factsOf(reading, since_s) {
-  const facts = [reading.writable ? `${reading.kind}, can be set` : reading.kind];
-  if (reading.kind === "trace" && reading.points > 0) facts.push(`${reading.points} points ${reading.unit}`.trim());
-  else if (reading.unit) facts.push(reading.unit);
-  if (reading.rate) facts.push(rateText(reading.rate));
-  if (reading.age !== null && reading.age !== undefined)
-    facts.push(`${durationText(reading.age + (reading.rate ? 0 : since_s))} old`);
-  return facts.join(", ");
+  const kind = kKindWords[reading.kind] ?? reading.kind;
+  const age_s = reading.age === null || reading.age === undefined ? null : reading.age + (reading.rate ? 0 : since_s);
+  return [
+    reading.writable ? `${kind}, can be set` : kind,
+    ...unitFacts(reading),
+    ...(reading.rate ? [rateText(reading.rate)] : []),
+    ...ageFacts(age_s, kLook_s),
+  ];
 }

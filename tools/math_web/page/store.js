@@ -105,6 +105,11 @@ export class Store extends EventTarget {
     if (this.isShown(name)) this.toggle(name);
   }
 
+  /** Takes away what nobody offers. */
+  hideMissing() {
+    this.#setShown(this.shown.filter((name) => this.find(name)));
+  }
+
   #setShown(names) {
     this.shown = names;
     this.#hasChosen = true;

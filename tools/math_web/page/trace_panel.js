@@ -1,74 +1,43 @@
 // SPDX-License-Identifier: Apache-2.0
-import {el, setShown, setText} from "./dom.js";
-import {Plot} from "./plot.js";
-import {PlotKeys} from "./plot_keys.js";
+import {button, el, setShown, setText} from "./dom.js";
+import {Panel} from "./panel.js";
 import {finiteRange, fullRange} from "./protocol.js";
-import {FollowingRange, panned, union, zoomed} from "./ranges.js";
-import {axisLabel, axisScale, numberText} from "./units.js";
+import {panned, union, zoomed} from "./ranges.js";
+import {axisScale, numberText} from "./units.js";
 import {WaterfallView} from "./waterfall_view.js";
 
-const kTell_ms = 200;
 const kNoValues = {min: 0, max: 1};
 
-/** Traces of one unit over one axis: picture, legend, waterfalls. `settings` is shared by all panels: hold, peak,
- *  isPaused, scaleTo(name) for the other form of a trace's numbers. `onDirty()` asks for a picture. */
-export class TracePanel {
-  views = [];
-  #settings;
-  #onDirty;
-  #range = new FollowingRange();
+/** Traces of one unit over one axis: picture, legend, waterfalls. */
+export class TracePanel extends Panel {
+  withoutUnit = "Number without unit";
   #zoom = null;
   #fixed = null;
-  #cursor = null;
-  #told = 0;
-  #isDirty = true;
-  #parts = {};
 
   constructor(settings, onDirty) {
-    this.#settings = settings;
-    this.#onDirty = onDirty;
-    this.element = this.#build();
+    super(settings, onDirty);
+    this.parts.falls = el("div", {class: "falls"});
+    this.build({
+      kind: "trace-panel",
+      words: "Traces",
+      plotWords: "Traces. Left and Right move the cursor, with Shift the picture; plus and minus zoom, 0 shows all.",
+      tools: [this.#buildTools()],
+      body: (plot, legend) => [plot, this.parts.falls, legend],
+    });
   }
 
-  /** To be called when the element is in the page: a plot takes the size that it has there. */
   begin() {
-    this.plot = new Plot(
-      this.#parts.plot,
-      {},
-      {
-        onSelect: (x, y) => this.select(x, y),
-        onCursor: (x) => this.setCursor(x),
-        onSize: () => this.#askAgain(),
-      },
-    );
-    new PlotKeys(this.#parts.plot, this.plot, this);
+    super.begin({}, {onSelect: (x, y) => this.select(x, y), onSize: () => this.#askAgain()});
   }
 
   add(view) {
-    this.views = [...this.views, view].sort((a, b) => a.slot - b.slot);
-    view.panel = this;
-    view.paintKey();
-    this.#parts.legend.replaceChildren(...this.views.map((one) => one.element));
-    this.#range.reset();
+    super.add(view);
     this.#askAgain();
-    this.dirty();
   }
 
   remove(view) {
-    this.views = this.views.filter((other) => other !== view);
+    super.remove(view);
     view.waterfall?.element.remove();
-    this.#range.reset();
-    this.dirty();
-  }
-
-  close() {
-    this.plot.destroy();
-    this.element.remove();
-  }
-
-  dirty() {
-    this.#isDirty = true;
-    this.#onDirty();
   }
 
   /** x of all its traces. */
@@ -79,10 +48,6 @@ export class TracePanel {
   /** x that is shown. */
   get shown() {
     return this.#zoom ?? this.full ?? {from: 0, to: 1};
-  }
-
-  get cursor() {
-    return this.#cursor;
   }
 
   get isZoomed() {
@@ -108,15 +73,8 @@ export class TracePanel {
 
   zoomOut() {
     this.#fixed = null;
-    this.#range.reset();
+    this.range.reset();
     this.#zoomTo(null);
-  }
-
-  /** Puts the cursor at x, or takes it away; values show in the legend. */
-  setCursor(x) {
-    if (this.#cursor === x) return;
-    this.#cursor = x;
-    this.#tell(true);
   }
 
   /** A value of x with its unit, as the axis shows it, and as many digits as tell neighbours apart. */
@@ -131,19 +89,20 @@ export class TracePanel {
 
   /** Draws what is new; gives the capture times of what has been drawn. */
   draw() {
-    const isFresh = this.views.some((view) => view.isFresh) && !this.#settings.isPaused;
-    if (!this.#isDirty && !isFresh) return [];
-    this.#isDirty = false;
+    const {isPaused} = this.settings;
+    const isFresh = this.views.some((view) => view.isFresh) && !isPaused;
+    if (!this.takeDirty() && !isFresh) return [];
+    if (!isPaused) for (const view of this.views) view.goOn();
     const frames = this.views.filter((view) => view.frame);
     if (frames.length > 0) this.#drawFrames(frames);
-    for (const view of frames) view.waterfall?.draw(this.shown, this.#settings.isPaused);
-    this.#tell(false);
-    return this.#settings.isPaused ? [] : frames.filter((view) => view.isFresh).map((view) => view.drawn());
+    for (const view of frames) view.waterfall?.draw(this.shown, isPaused);
+    this.tellSometimes();
+    return isPaused ? [] : frames.filter((view) => view.isFresh).map((view) => view.drawn());
   }
 
-  /** Says values, rates and ages again. */
   tell() {
-    this.#tell(true);
+    super.tell();
+    this.#tellScale();
   }
 
   toggleWaterfall(view, streams) {
@@ -152,7 +111,7 @@ export class TracePanel {
       view.waterfall = null;
     } else {
       view.waterfall = new WaterfallView(view, streams, () => this.dirty());
-      this.#parts.falls.append(view.waterfall.element);
+      this.parts.falls.append(view.waterfall.element);
     }
     view.setWaterfallPressed(view.waterfall !== null);
     this.dirty();
@@ -160,18 +119,13 @@ export class TracePanel {
 
   /** Takes a waterfall over from the panel where its trace was before its unit changed. */
   adopt(waterfall) {
-    this.#parts.falls.append(waterfall.element);
+    this.parts.falls.append(waterfall.element);
   }
 
   /** Switches between decibels and linear numbers, back to what was measured at the second time. */
   toggleScale() {
     const isNative = this.views.every((view) => view.scale === "as_is");
-    for (const view of this.views) view.setScale(isNative ? (this.#settings.scaleTo(view.name) ?? "as_is") : "as_is");
-  }
-
-  get title() {
-    const frame = this.views.find((view) => view.frame)?.frame;
-    return frame ? axisLabel(frame.yUnit, "Number without unit") : "Waiting for a first sample";
+    for (const view of this.views) view.setScale(isNative ? (this.settings.scaleTo(view.name) ?? "as_is") : "as_is");
   }
 
   // A trace that tells no axis of its own is shown over the number of the point.
@@ -190,7 +144,7 @@ export class TracePanel {
 
   #zoomTo(range) {
     this.#zoom = range;
-    this.#range.reset();
+    this.range.reset();
     this.#askAgain();
     this.#tellZoom();
     this.dirty();
@@ -200,7 +154,7 @@ export class TracePanel {
   #askAgain() {
     if (!this.plot) return;
     const view = {columns: this.plot.columns, from: this.#zoom?.from ?? null, to: this.#zoom?.to ?? null};
-    for (const one of this.views) one.stream.change(view);
+    for (const one of this.views) one.ask(view);
     this.dirty();
   }
 
@@ -211,7 +165,7 @@ export class TracePanel {
     plot.setRanges(this.shown, this.#fixed ?? this.#follow(views));
     plot.clear();
     const box = plot.box();
-    for (const view of views) view.draw(plot.context, box, plot.ratio, this.#settings.hold, this.#settings.peak);
+    for (const view of views) view.draw(plot.context, box, plot.ratio, this.settings.hold, this.settings.peak);
   }
 
   #follow(views) {
@@ -220,26 +174,16 @@ export class TracePanel {
       const range = finiteRange(values);
       if (range) [low, high] = [Math.min(low, range.low), Math.max(high, range.high)];
     }
-    return low <= high ? this.#range.follow(low, high, performance.now()) : kNoValues;
-  }
-
-  #tell(isUrgent) {
-    const now = performance.now();
-    if (!isUrgent && now - this.#told < kTell_ms) return;
-    this.#told = now;
-    for (const view of this.views) view.tell(this.#cursor, this.#settings.peak);
-    setText(this.#parts.title, this.title);
-    setText(this.#parts.cursor, this.#cursor === null ? "" : `Cursor at ${this.xText(this.#cursor)}`);
-    this.#tellScale();
+    return low <= high ? this.range.follow(low, high, performance.now()) : kNoValues;
   }
 
   // The server says which units have another form.
   #tellScale() {
     const isNative = this.views.every((view) => view.scale === "as_is");
-    const other = this.views.map((view) => this.#settings.scaleTo(view.name)).find((one) => one) ?? null;
-    setShown(this.#parts.scale, other !== null || !isNative);
+    const other = this.views.map((view) => this.settings.scaleTo(view.name)).find((one) => one) ?? null;
+    setShown(this.parts.scale, other !== null || !isNative);
     const isLinearNext = isNative ? other === "linear" : other === "db";
-    setText(this.#parts.scale, isLinearNext ? "Show linear" : "Show in dB");
+    setText(this.parts.scale, isLinearNext ? "Show linear" : "Show in dB");
   }
 
   #tellZoom() {
@@ -249,14 +193,12 @@ export class TracePanel {
       : this.#fixed
         ? "Zoomed in height"
         : "";
-    setText(this.#parts.zoom, text);
-    this.#parts.all.disabled = !this.isZoomed;
+    setText(this.parts.zoom, text);
+    this.parts.all.disabled = !this.isZoomed;
   }
 
   #buildTools() {
-    const button = (text, label, call) =>
-      el("button", {type: "button", "aria-label": label, title: label, on: {click: call}}, text);
-    const parts = this.#parts;
+    const {parts} = this;
     parts.scale = button("Show in dB", "Switch between decibels and linear numbers (L)", () => this.toggleScale());
     parts.all = button("All", "Show everything (0)", () => this.zoomOut());
     parts.all.disabled = true;
@@ -269,32 +211,6 @@ export class TracePanel {
       button("+", "Zoom in (+)", () => this.zoomBy(0.5)),
       button("−", "Zoom out (−)", () => this.zoomBy(2)),
       parts.all,
-    );
-  }
-
-  #build() {
-    const parts = this.#parts;
-    const tools = this.#buildTools();
-    parts.title = el("h2", {}, "Waiting for a first sample");
-    parts.zoom = el("span", {class: "zoom-text"});
-    parts.plot = el("div", {
-      class: "plot",
-      tabIndex: 0,
-      role: "group",
-      "aria-roledescription": "plot",
-      "aria-label": "Plot. Left and Right move the cursor, with Shift the picture; plus and minus zoom, 0 shows all.",
-    });
-    parts.cursor = el("span", {class: "cursor-text", role: "status"});
-    parts.legend = el("ul", {class: "legend"});
-    parts.falls = el("div", {class: "falls"});
-    const head = el("div", {class: "panel-head"}, parts.title, parts.zoom, parts.cursor, tools);
-    return el(
-      "section",
-      {class: "panel trace-panel", "aria-label": "Traces"},
-      head,
-      parts.plot,
-      parts.falls,
-      parts.legend,
     );
   }
 }

@@ -1,61 +1,62 @@
 // SPDX-License-Identifier: Apache-2.0
-import {Arrivals} from "./arrivals.js";
 import {drawFrame, envelope, pixelOfX, pixelOfY, valueAt} from "./columns.js";
-import {colourOf, drawMark, paintKey} from "./marks.js";
-import {el, setShown, setText} from "./dom.js";
+import {button, el, setShown, setText} from "./dom.js";
+import {colourOf, drawMark} from "./marks.js";
 import {indexAt, peakOf} from "./protocol.js";
 import {numberText, withUnit} from "./units.js";
+import {View} from "./view.js";
 
 const kMarksAcross = 6;
 
 /** One trace: what came last, what is held, its curve in a panel and its line in the panel's legend. */
-export class TraceView {
-  frame = null;
+export class TraceView extends View {
   scale = "as_is";
-  panel = null;
   waterfall = null;
-  #streams;
-  #fresh = false;
   #held = null;
-  #arrivals = new Arrivals();
-  #parts = {};
-  #ended = "";
+  #coming = null; // what came while the picture stands still
+  #isAsked = false; // whether another view of it was asked for meanwhile
 
-  /** `actions`: onFrame(view), onRemove(view), onCsv(view), onWaterfall(view). */
   constructor(name, slot, streams, columns, actions) {
-    this.name = name;
-    this.slot = slot;
-    this.#streams = streams;
-    this.actions = actions;
-    this.element = this.#build();
-    this.stream = streams.open(
-      name,
-      {columns, from: null, to: null, scale: this.scale},
-      {
-        onSample: (frame) => this.#took(frame),
-        onEnd: (reason) => this.#end(reason),
-      },
-    );
+    super(name, slot, actions);
+    const {parts} = this;
+    parts.value = el("span", {class: "legend-value"});
+    parts.peak = el("span", {class: "legend-peak"});
+    parts.waterfall = button("Waterfall", `Waterfall of ${name}`, () => actions.onWaterfall(this), "quiet");
+    this.setWaterfallPressed(false);
+    this.buildLine("", [parts.value, parts.peak], [parts.waterfall]);
+    this.subscribe(streams, {columns, from: null, to: null, scale: this.scale});
   }
 
-  get streams() {
-    return this.#streams;
-  }
-
-  /** Whether a frame waits to be drawn. */
-  get isFresh() {
-    return this.#fresh;
+  get frame() {
+    return this.sample;
   }
 
   get unit() {
     return this.frame ? this.frame.yUnit : "";
   }
 
+  /** Traces with one key are shown in one panel. */
+  get panelKey() {
+    return `trace ${this.frame.yUnit} over ${this.frame.xUnit}`;
+  }
+
   setScale(scale) {
     this.scale = scale;
     this.#held = null;
-    this.stream.change({scale});
+    this.ask({scale});
     this.waterfall?.setScale(scale);
+  }
+
+  /** Asks for another view: columns, from, to, scale. */
+  ask(view) {
+    this.#isAsked = this.stream.change(view) || this.#isAsked;
+  }
+
+  /** The picture moves again: what came meanwhile is what there is. */
+  goOn() {
+    this.sample = this.#coming ?? this.sample;
+    this.#coming = null;
+    this.#isAsked = false;
   }
 
   /** Forgets what is held; the present curve is held from now on. */
@@ -70,7 +71,7 @@ export class TraceView {
   /** Draws held and present curve into a box. `hold`: none, present or extremes. */
   draw(context, box, ratio, hold, asPeak) {
     if (!this.frame) return;
-    if (hold === "extremes" && this.#fresh) this.#held = envelope(this.#held, this.frame);
+    if (hold === "extremes" && this.isFresh) this.#held = envelope(this.#held, this.frame);
     const colour = colourOf(this.slot);
     if (this.#held && hold !== "none") {
       context.globalAlpha = 0.38;
@@ -84,9 +85,9 @@ export class TraceView {
 
   /** The frame is on the screen: the next may come. Gives its time of capture, NaN where it tells none of its own. */
   drawn() {
-    this.#fresh = false;
+    this.isFresh = false;
     this.stream.ready();
-    return this.#arrivals.isTimed ? this.frame.time : NaN;
+    return this.arrivals.isTimed ? this.frame.time : NaN;
   }
 
   /** Values that the vertical axis has to show. */
@@ -96,78 +97,46 @@ export class TraceView {
 
   /** Writes the line of the legend. */
   tell(cursor, asPeak) {
-    setText(this.#parts.value, cursor === null || !this.frame ? "" : this.#valueText(cursor));
     const peak = asPeak && this.frame && peakOf(this.frame);
-    setText(this.#parts.peak, peak ? `▲ ${withUnit(peak.y, this.unit)} at ${this.panel.xText(peak.x)}` : "");
-    setText(this.#parts.arrivals, this.#ended || this.#arrivals.text());
-    setShown(this.#parts.peak, Boolean(peak));
+    setText(this.parts.value, this.valueText(cursor));
+    setText(this.parts.peak, peak ? `▼ ${this.#text(peak.y)} at ${this.panel.xText(peak.x)}` : "");
+    setShown(this.parts.peak, Boolean(peak));
+    this.tellLine();
   }
 
-  /** Its mark in the present theme. */
-  paintKey() {
-    paintKey(this.#parts.key, this.slot);
+  /** The value at the cursor with its unit; empty without one. */
+  valueText(cursor) {
+    if (cursor === null || !this.frame) return "";
+    const value = valueAt(this.frame, indexAt(this.frame, cursor));
+    if (!value) return "no value here";
+    if (value.low === value.high) return this.#text(value.low);
+    return `${numberText(value.low / this.scaleOfAxis.divisor)} to ${this.#text(value.high)}`;
   }
 
   close() {
     this.waterfall?.close();
     this.waterfall = null;
-    this.stream.close();
-    this.element.remove();
-  }
-
-  #took(frame) {
-    this.frame = frame;
-    this.#fresh = true;
-    this.#ended = "";
-    this.#arrivals.took(frame.time, frame.skipped);
-    this.actions.onFrame(this);
-  }
-
-  #end(reason) {
-    this.#ended = reason;
-    this.actions.onFrame(this);
-  }
-
-  #build() {
-    const button = (text, label, call) =>
-      el("button", {type: "button", class: "quiet", "aria-label": label, title: label, on: {click: call}}, text);
-    const waterfall = button("Waterfall", `Waterfall of ${this.name}`, () => this.actions.onWaterfall(this));
-    waterfall.setAttribute("aria-pressed", "false");
-    this.#parts = {
-      key: el("canvas", {class: "key", "aria-hidden": "true"}),
-      value: el("span", {class: "legend-value"}),
-      peak: el("span", {class: "legend-peak"}),
-      arrivals: el("span", {class: "legend-arrivals"}),
-      waterfall,
-    };
-    const parts = this.#parts;
-    const name = el("span", {class: "legend-name"}, this.name);
-    parts.what = el("span", {class: "legend-what"}, this.actions.describe(this.name));
-    const csv = button("CSV", `Save the data of ${this.name} as CSV`, () => this.actions.onCsv(this));
-    const remove = button("×", `Take ${this.name} out of the picture`, () => this.actions.onRemove(this));
-    return el(
-      "li",
-      {class: "legend-line", data: {name: this.name}},
-      parts.key,
-      name,
-      parts.what,
-      parts.value,
-      parts.peak,
-      parts.arrivals,
-      el("span", {class: "legend-buttons controls"}, waterfall, csv, remove),
-    );
+    super.close();
   }
 
   /** Whether the button of the waterfall is shown as pressed. */
   setWaterfallPressed(pressed) {
-    this.#parts.waterfall.setAttribute("aria-pressed", String(pressed));
+    this.parts.waterfall.setAttribute("aria-pressed", String(pressed));
   }
 
-  #valueText(x) {
-    const value = valueAt(this.frame, indexAt(this.frame, x));
-    if (!value) return "no value here";
-    if (value.low === value.high) return withUnit(value.low, this.unit);
-    return `${numberText(value.low)} to ${withUnit(value.high, this.unit)}`;
+  /** Takes what has come. In a pause, picture and values of the cursor stay those of one sample, until another part or
+   *  form of it is asked for. */
+  keep(frame) {
+    const isStill = this.sample !== null && this.panel?.settings.isPaused;
+    this.#coming = isStill && !this.#isAsked ? frame : null;
+    if (this.#coming) return;
+    this.sample = frame;
+    if (isStill) this.panel.dirty();
+  }
+
+  #text(value) {
+    const {divisor, unit} = this.scaleOfAxis;
+    return withUnit(value / divisor, unit);
   }
 
   // Marks stand on the curve, those of each trace at other places.

@@ -41,6 +41,9 @@ const kPrefixes = {f: -15, p: -12, n: -9, u: -6, m: -3, "": 0, k: 3, M: 6, G: 9,
 const kLetterOf = new Map(Object.entries(kPrefixes).map(([letter, power]) => [power, letter]));
 // These take no prefix, or one that is not ten's.
 const kPlain = new Set(["min", "h", "ft", "in", "degC", "degF", "deg", "%", "ppm", "ppb", "B", "bit", "rpm", "var"]);
+const kLeastPlain = 1e-4;
+const kMostPlain = 1e7;
+const kRaised = "⁰¹²³⁴⁵⁶⁷⁸⁹";
 
 /** Prefix and stem of a unit that is one, as "kHz": {power: 3, stem: "Hz", quantity}; null for any other. */
 function simpleUnit(unit) {
@@ -60,21 +63,29 @@ export function quantityOf(unit) {
 }
 
 /** How an axis with numbers up to `greatest` of `unit` is written: its numbers are divided by `divisor` and stand in
- *  `unit`. 3e6 Hz is written as 3 MHz. */
+ *  `unit`. 3e6 Hz is written as 3 MHz; where a unit takes no prefix, a power of ten stands before it. */
 export function axisScale(unit, greatest) {
   const simple = simpleUnit(unit);
   const size = Math.abs(greatest);
-  if (!simple || kPlain.has(simple.stem) || !(size > 0) || size === Infinity) return {divisor: 1, unit};
-  const wanted = simple.power + Math.floor(Math.log10(size * 1.0000001) / 3) * 3;
-  const power = Math.min(12, Math.max(-15, wanted));
+  if (!(size > 0) || size === Infinity) return {divisor: 1, unit};
+  const thousands = Math.floor(Math.log10(size * 1.0000001) / 3) * 3;
+  if (!simple || kPlain.has(simple.stem)) return powerScale(unit, size, thousands);
+  const power = Math.min(12, Math.max(-15, simple.power + thousands));
   return {divisor: 10 ** (power - simple.power), unit: kLetterOf.get(power) + simple.stem};
 }
 
-/** The label of an axis: quantity, unit, or what the numbers are where there is neither. */
-export function axisLabel(unit, otherwise) {
-  const quantity = quantityOf(unit);
-  if (unit === "") return otherwise;
-  return quantity ? `${quantity}, ${unit}` : unit;
+// Numbers that are short enough as they are stay.
+function powerScale(unit, size, power) {
+  if (size >= kLeastPlain && size < kMostPlain) return {divisor: 1, unit};
+  const digits = [...String(Math.abs(power))].map((digit) => kRaised[digit]).join("");
+  return {divisor: 10 ** power, unit: `×10${power < 0 ? "⁻" : ""}${digits} ${unit}`.trimEnd()};
+}
+
+/** The label of an axis: quantity and unit, or what the numbers are where there is neither. `shown`: the unit as the
+ *  axis writes it, see axisScale. */
+export function axisLabel(unit, otherwise, shown = unit) {
+  const quantity = unit === "" ? otherwise : quantityOf(unit);
+  return [quantity, shown].filter((part) => part !== "").join(", ");
 }
 
 /** A number with `digits` significant digits, as people write it: no zeros at its end, a true minus sign. */

@@ -1,90 +1,60 @@
 // SPDX-License-Identifier: Apache-2.0
-import {el, setText} from "./dom.js";
-import {Plot} from "./plot.js";
-import {FollowingRange} from "./ranges.js";
-import {axisLabel} from "./units.js";
+import {Panel} from "./panel.js";
 import {kTrail_s} from "./trail.js";
 
-const kTell_ms = 200;
 const kShortest_s = 60;
 
 /** Scalars and numbers of one unit: large digits, and their values over time with the band of their errors. */
-export class ValuePanel {
-  views = [];
-  #settings;
-  #onDirty;
-  #range = new FollowingRange();
-  #cursor = null;
-  #told = 0;
-  #isDirty = true;
+export class ValuePanel extends Panel {
   #began = Date.now() / 1000;
-  #parts = {};
 
   constructor(settings, onDirty) {
-    this.#settings = settings;
-    this.#onDirty = onDirty;
-    this.element = this.#build();
+    super(settings, onDirty);
+    this.build({
+      kind: "value-panel",
+      words: "Values",
+      plotWords: "Values over time, with the band of their errors. Left and Right move the cursor.",
+      tools: [],
+      body: (plot, legend) => [legend, plot],
+    });
+    this.parts.plot.classList.add("small");
+    this.parts.legend.classList.add("values");
   }
 
   begin() {
-    this.plot = new Plot(
-      this.#parts.plot,
-      {time: true},
-      {
-        onSelect: () => {},
-        onCursor: (time) => this.#setCursor(time),
-        onSize: () => this.dirty(),
-      },
-    );
+    super.begin({time: true}, {onSelect: () => {}, onSize: () => this.dirty()});
   }
 
-  add(view) {
-    this.views = [...this.views, view].sort((a, b) => a.slot - b.slot);
-    view.panel = this;
-    view.paintKey();
-    this.#parts.legend.replaceChildren(...this.views.map((one) => one.element));
-    this.dirty();
+  get withoutUnit() {
+    return this.views.find((view) => view.sample).sample.type === "long" ? "Number" : "Number without unit";
   }
 
-  remove(view) {
-    this.views = this.views.filter((other) => other !== view);
-    this.#range.reset();
-    this.dirty();
+  /** The time that is shown. */
+  get shown() {
+    const {from, to} = this.plot.box();
+    return {from, to};
   }
 
-  close() {
-    this.plot.destroy();
-    this.element.remove();
-  }
+  /** There is nothing to zoom or to move here: the newest is always at the right. */
+  isZoomed = false;
+  zoomBy() {}
+  panBy() {}
+  zoomOut() {}
 
-  dirty() {
-    this.#isDirty = true;
-    this.#onDirty();
+  xText(time) {
+    return new Date(1000 * time).toLocaleTimeString();
   }
 
   draw() {
-    const fresh = this.#settings.isPaused ? [] : this.views.filter((view) => view.isFresh);
-    if (!this.#isDirty && fresh.length === 0) return [];
-    this.#isDirty = false;
-    if (!this.#settings.isPaused || !this.plot.box().to) this.#place();
+    const {isPaused} = this.settings;
+    const fresh = isPaused ? [] : this.views.filter((view) => view.isFresh);
+    if (!this.takeDirty() && fresh.length === 0) return [];
+    if (!isPaused || !this.plot.box().to) this.#place();
     this.plot.clear();
     for (const view of this.views) view.draw(this.plot.context, this.plot.box(), this.plot.ratio);
-    this.#tell(false);
     for (const view of fresh) view.drawn();
+    this.tellSometimes();
     return [];
-  }
-
-  tell() {
-    this.#tell(true);
-  }
-
-  /** There is nothing to zoom here. */
-  zoomOut() {}
-
-  get title() {
-    const sampled = this.views.find((view) => view.sample);
-    if (!sampled) return "Waiting for a first sample";
-    return axisLabel(sampled.unit, sampled.sample.type === "long" ? "Number" : "Number without unit");
   }
 
   #place() {
@@ -93,41 +63,8 @@ export class ValuePanel {
     const ranges = this.views.map((view) => view.trail.range(from)).filter((range) => range);
     const low = Math.min(...ranges.map((range) => range.low));
     const high = Math.max(...ranges.map((range) => range.high));
-    const y = ranges.length > 0 ? this.#range.follow(low, high, performance.now()) : {min: 0, max: 1};
+    const y = ranges.length > 0 ? this.range.follow(low, high, performance.now()) : {min: 0, max: 1};
     this.plot.setUnits("", this.views.find((view) => view.sample)?.unit ?? "");
     this.plot.setRanges({from, to}, y);
-  }
-
-  #setCursor(time) {
-    this.#cursor = time;
-    setText(this.#parts.cursor, time === null ? "" : `Cursor at ${new Date(1000 * time).toLocaleTimeString()}`);
-    this.#tell(true);
-  }
-
-  #tell(isUrgent) {
-    const now = performance.now();
-    if (!isUrgent && now - this.#told < kTell_ms) return;
-    this.#told = now;
-    for (const view of this.views) view.tell(this.#cursor);
-    setText(this.#parts.title, this.title);
-  }
-
-  #build() {
-    const parts = this.#parts;
-    parts.title = el("h2", {}, "Waiting for a first sample");
-    parts.legend = el("ul", {class: "legend values"});
-    parts.plot = el("div", {
-      class: "plot small",
-      role: "img",
-      "aria-label": "Values over time, with the band of their errors",
-    });
-    parts.cursor = el("span", {class: "cursor-text", role: "status"});
-    return el(
-      "section",
-      {class: "panel value-panel", "aria-label": "Values"},
-      el("div", {class: "panel-head"}, parts.title, parts.cursor),
-      parts.legend,
-      parts.plot,
-    );
   }
 }

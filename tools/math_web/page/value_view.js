@@ -1,47 +1,36 @@
 // SPDX-License-Identifier: Apache-2.0
-import {Arrivals} from "./arrivals.js";
-import {colourOf, drawMark, paintKey} from "./marks.js";
-import {el, setText} from "./dom.js";
-import {numberText, withUnit} from "./units.js";
 import {pixelOfX, pixelOfY} from "./columns.js";
+import {el, setText} from "./dom.js";
+import {colourOf, drawMark} from "./marks.js";
 import {Trail} from "./trail.js";
+import {numberText, withUnit} from "./units.js";
+import {View} from "./view.js";
 
 // So many columns without a value are a gap; fewer are the time between two samples.
 const kGap = 60;
 
 /** One scalar with its error band, or one number: large digits, and what it was for the last ten minutes. */
-export class ValueView {
-  panel = null;
-  sample = null;
+export class ValueView extends View {
   trail = new Trail();
-  #fresh = false;
   #shown = null; // the sample whose digits are shown: not the newest in a pause
-  #arrivals = new Arrivals();
-  #ended = "";
-  #parts = {};
 
-  /** `actions`: onFrame(view), onRemove(view), onCsv(view). */
   constructor(name, slot, streams, actions) {
-    this.name = name;
-    this.slot = slot;
-    this.actions = actions;
-    this.element = this.#build();
-    this.stream = streams.open(
-      name,
-      {columns: 0, from: null, to: null, scale: "as_is"},
-      {
-        onSample: (sample) => this.#took(sample),
-        onEnd: (reason) => this.#end(reason),
-      },
-    );
-  }
-
-  get isFresh() {
-    return this.#fresh;
+    super(name, slot, actions);
+    const {parts} = this;
+    parts.digits = el("span", {class: "digits"}, "–");
+    parts.band = el("span", {class: "band"});
+    parts.value = el("span", {class: "legend-value"});
+    this.buildLine("value-line", [parts.digits, parts.band, parts.value], []);
+    this.subscribe(streams, {columns: 0, from: null, to: null, scale: "as_is"});
   }
 
   get unit() {
     return this.sample?.unit ?? "";
+  }
+
+  /** Values with one key are shown in one panel. */
+  get panelKey() {
+    return `value ${this.unit}`;
   }
 
   /** Draws value over time and its band into a box whose x is in seconds since the epoch. */
@@ -60,54 +49,50 @@ export class ValueView {
   }
 
   drawn() {
-    this.#fresh = false;
+    this.isFresh = false;
     this.#shown = this.sample;
     this.stream.ready();
   }
 
+  /** Writes the line of the legend. */
   tell(cursor) {
-    setText(this.#parts.digits, this.#shown ? this.#digits(this.#shown) : "–");
-    setText(this.#parts.band, this.#bandText());
-    setText(this.#parts.arrivals, this.#ended || this.#arrivals.text());
+    setText(this.parts.digits, this.#shown ? this.#digits(this.#shown) : "–");
+    setText(this.parts.band, this.#bandText());
+    const at = this.valueText(cursor);
+    setText(this.parts.value, at === "" ? "" : `at the cursor ${at}`);
+    this.tellLine();
+  }
+
+  /** The value at the cursor with its unit; empty without one. */
+  valueText(cursor) {
     const at = cursor === null ? null : this.trail.at(cursor);
-    setText(this.#parts.value, at === null ? "" : `at the cursor ${withUnit(at, this.unit)}`);
+    return at === null ? "" : this.#text(at);
   }
 
-  paintKey() {
-    paintKey(this.#parts.key, this.slot);
-  }
-
-  close() {
-    this.stream.close();
-    this.element.remove();
-  }
-
-  #took(sample) {
+  /** Takes what has come. */
+  keep(sample) {
     if (this.sample && this.unit !== (sample.unit ?? "")) this.trail.clear();
     this.sample = sample;
-    this.#fresh = true;
-    this.#ended = "";
-    this.#arrivals.took(sample.time, sample.skipped);
     const value = sample.value ?? NaN;
     this.trail.add(sample.time > 0 ? sample.time : Date.now() / 1000, value, sample.minus ?? 0, sample.plus ?? 0);
-    this.actions.onFrame(this);
   }
 
-  #end(reason) {
-    this.#ended = reason;
-    this.actions.onFrame(this);
+  #text(value, digits) {
+    const {divisor, unit} = this.sample?.type === "long" ? {divisor: 1, unit: ""} : this.scaleOfAxis;
+    return withUnit(value / divisor, unit, digits);
   }
 
-  #digits({value, not_finite: notFinite, type, unit}) {
-    if (notFinite) return `${numberText({inf: Infinity, "-inf": -Infinity}[notFinite] ?? NaN)} ${unit ?? ""}`;
-    return type === "long" ? numberText(value, 10) : withUnit(value, unit ?? "", 6);
+  #digits({value, not_finite: notFinite, type}) {
+    if (notFinite) return this.#text({inf: Infinity, "-inf": -Infinity}[notFinite] ?? NaN);
+    return type === "long" ? numberText(value, 10) : this.#text(value, 6);
   }
 
   #bandText() {
     const {minus, plus} = this.#shown ?? {};
     if (!Number.isFinite(minus) || !Number.isFinite(plus) || (minus === 0 && plus === 0)) return "";
-    const signed = (value) => `${value > 0 ? "+" : ""}${numberText(value, 3)}`;
-    return `${signed(minus)} / ${signed(plus)} ${this.unit}`;
+    const {divisor, unit} = this.scaleOfAxis;
+    const signed = (value) => `${value > 0 ? "+" : ""}${numberText(value / divisor, 3)}`;
+    return `${signed(minus)} / ${signed(plus)} ${unit}`.trimEnd();
   }
 
   #drawBand(context, box, {values, low, high, x}) {
@@ -136,32 +121,5 @@ export class ValueView {
       last = i;
     }
     context.stroke();
-  }
-
-  #build() {
-    const button = (text, label, call) =>
-      el("button", {type: "button", class: "quiet", "aria-label": label, title: label, on: {click: call}}, text);
-    const parts = this.#parts;
-    parts.key = el("canvas", {class: "key", "aria-hidden": "true"});
-    parts.digits = el("span", {class: "digits"}, "–");
-    parts.band = el("span", {class: "band"});
-    parts.value = el("span", {class: "legend-value"});
-    parts.arrivals = el("span", {class: "legend-arrivals"});
-    const name = el("span", {class: "legend-name"}, this.name);
-    parts.what = el("span", {class: "legend-what"}, this.actions.describe(this.name));
-    const csv = button("CSV", `Save the data of ${this.name} as CSV`, () => this.actions.onCsv(this));
-    const remove = button("×", `Take ${this.name} out of the picture`, () => this.actions.onRemove(this));
-    return el(
-      "li",
-      {class: "legend-line value-line", data: {name: this.name}},
-      parts.key,
-      name,
-      parts.what,
-      parts.digits,
-      parts.band,
-      parts.value,
-      parts.arrivals,
-      el("span", {class: "legend-buttons controls"}, csv, remove),
-    );
   }
 }

@@ -4,7 +4,7 @@ import {el, setText} from "./dom.js";
 import {kGutter, kRight} from "./plot.js";
 import {finiteRange} from "./protocol.js";
 import {FollowingRange} from "./ranges.js";
-import {durationText, tickText} from "./units.js";
+import {axisScale, durationText, tickText} from "./units.js";
 import {columnsOfPixels, History, kHistoryColumns, kSpan_s, pixelValues} from "./waterfall.js";
 
 const kMostPixels = 2048;
@@ -20,7 +20,7 @@ export class WaterfallView {
   #stream;
   #view = null;
   #shownRange = null;
-  #span_s = kSpan_s;
+  #span_s = kSpans_s[0];
   #clock_s = 0; // when the newest sample came
   #lastRow = -1;
   #places = null;
@@ -68,20 +68,20 @@ export class WaterfallView {
     this.#stream.ready();
   }
 
-  /** Draws the waterfall at `x`, `y` of another canvas; gives its height. */
-  paintInto(context, x, y, ratio) {
-    context.drawImage(this.#canvas, x + kGutter * ratio, y);
-    for (const label of this.#labels.children) {
-      const share = Number(label.dataset.share);
-      context.fillText(label.textContent, x + 4 * ratio, y + share * (this.#canvas.height - 12 * ratio) + 10 * ratio);
-    }
-    return this.#canvas.height;
-  }
-
-  /** What its colours mean, for the picture that is saved. */
-  get legend() {
-    const colours = `${this.#low.textContent} (dark) to ${this.#high.textContent} (light)`;
-    return `${this.name}, ${durationText(this.#span_s)} back: ${colours}`;
+  /** What it shows, its colour bar with the values at its ends, its times of the past with the share of the height
+   *  where each stands, and the waterfall itself: for the picture that is saved. */
+  get picture() {
+    const times = [...this.#labels.children].map((one) => ({text: one.textContent, share: Number(one.dataset.share)}));
+    const words = `${this.name}, ${durationText(this.#span_s)} back`;
+    return {
+      words,
+      low: this.#low.textContent,
+      bar: this.#bar,
+      high: this.#high.textContent,
+      times,
+      canvas: this.#canvas,
+      gutter: kGutter,
+    };
   }
 
   #build() {
@@ -89,7 +89,7 @@ export class WaterfallView {
     const span = el(
       "select",
       {"aria-label": `Time that the waterfall of ${this.name} shows`, on: {change}},
-      ...kSpans_s.map((s) => el("option", {value: s, selected: s === kSpan_s}, durationText(s))),
+      ...kSpans_s.map((s) => el("option", {value: s, selected: s === kSpans_s[0]}, durationText(s))),
     );
     const bar = this.#bar.getContext("2d");
     const pixels = bar.createImageData(kColours, 1);
@@ -119,7 +119,7 @@ export class WaterfallView {
   #labelTimes() {
     [...this.#labels.children].forEach((label, i) => {
       const seconds = (this.#span_s * i) / (kTimeLabels - 1);
-      setText(label, i === 0 ? "now" : seconds % 60 === 0 ? `−${seconds / 60} min` : `−${seconds} s`);
+      setText(label, i === 0 ? "now" : this.#span_s > 60 ? `−${seconds / 60} min` : `−${seconds} s`);
     });
   }
 
@@ -132,8 +132,10 @@ export class WaterfallView {
     const {min, max} = this.#range.follow(found.low, found.high, performance.now());
     if (shown && shown.min === min && shown.max === max && shown.unit === unit) return;
     this.#shownRange = {min, max, unit};
-    setText(this.#low, `${tickText(min, (max - min) / 10)} ${unit}`);
-    setText(this.#high, `${tickText(max, (max - min) / 10)} ${unit}`);
+    const scale = axisScale(unit, Math.max(Math.abs(min), Math.abs(max)));
+    const words = (value) => `${tickText(value / scale.divisor, (max - min) / scale.divisor / 10)} ${scale.unit}`;
+    setText(this.#low, words(min));
+    setText(this.#high, words(max));
     this.#view = null; // all in other colours
   }
 

@@ -2,8 +2,10 @@
 #include "instruments/common/steady_rate.h"
 
 #include <gtest/gtest.h>
+#include <omniORB4/CORBA.h>
 
 #include <atomic>
+#include <new>
 #include <stdexcept>
 
 #include "tests/support/IsolatedPlatform.h"
@@ -64,6 +66,21 @@ TEST(SteadyRate, EndsWhenTheFunctionSaysSoOrThrows) {
   thrower.Start();
   EXPECT_TRUE(WaitUntil([&] { return runs == 2 && throws == 1; }));
   EXPECT_FALSE(WaitUntil([&] { return runs != 2 || throws != 1; }, milliseconds(20)));
+}
+
+TEST(SteadyRate, WantOfMemoryCostsThatRunAloneAndIsSaidOnce) {
+  testing::internal::CaptureStderr();
+  std::atomic<int> runs{0};
+  PeriodicTask task(AtSteadyRate(milliseconds(1), [&] {
+    const int run = ++runs;
+    if (run <= 2) throw std::bad_alloc();
+    if (run == 3) throw CORBA::NO_MEMORY();
+    return true;
+  }));
+  task.Start();
+  EXPECT_TRUE(WaitUntil([&] { return runs >= 6; }));
+  task.Stop();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "instrument: no memory for a sample; the next is tried\n");
 }
 
 TEST(SteadyRate, PeriodOfARateIsBounded) {

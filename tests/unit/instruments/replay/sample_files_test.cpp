@@ -124,6 +124,16 @@ TEST(SampleFiles, AsEntriesTheUnitComesFromTheEnvironment) {
   EXPECT_EQ(count, 4u) << "the reading, and three sweeps";
 }
 
+TEST(SampleFiles, AsEntriesPointsThatAreNoNumberAreRefused) {
+  for (const char* points : {"x", "20x", "-1", "0", "1.5", "99999999999999999999"}) {
+    ::setenv("REPLAY_POINTS", points, 1);
+    EXPECT_THAT([] { PlainEntries entries(Sample("sine.sr")); },
+                testing::ThrowsMessage<std::runtime_error>(HasSubstr("REPLAY_POINTS=")))
+        << points;
+  }
+  ::unsetenv("REPLAY_POINTS");
+}
+
 TEST(SampleArchive, PiecesComeInTheOrderOfTheirNumbers) {
   std::vector<std::pair<std::string, std::string>> files{{"metadata", "[device 1]\ntotal analog=1\nanalog7=CH\n"}};
   for (const int number : {10, 2, 1})

@@ -7,8 +7,10 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdlib>
+#include <future>
 #include <string>
 
 #include "tests/support/NotifySocket.h"
@@ -35,6 +37,20 @@ TEST_F(ServiceManager_, HearsEachStateAsADatagram) {
   TellServiceManager("READY=1");
   TellServiceManager("STATUS=a b");
   EXPECT_THAT(manager.Heard(), ElementsAre("READY=1", "STATUS=a b"));
+}
+
+TEST_F(ServiceManager_, AWordThatFindsNoRoomWaitsAsLongAsItIsTold) {
+  Lumenar::Test::NotifySocket manager;
+  setenv("NOTIFY_SOCKET", manager.Path().c_str(), 1);
+  constexpr int kMore = 2000;  // than any system's queue holds
+  for (int i = 0; i < kMore; ++i) TellServiceManager("STATUS=busy");
+  TellServiceManager("STATUS=lost");
+  auto told = std::async(std::launch::async, [] { TellServiceManager("READY=1", std::chrono::seconds(30)); });
+  EXPECT_EQ(told.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout) << "it waits";
+  EXPECT_TRUE(manager.WaitFor("READY=1"));
+  told.get();
+  EXPECT_LT(manager.Count("STATUS=busy"), kMore);
+  EXPECT_EQ(manager.Count("STATUS=lost"), 0);
 }
 
 TEST_F(ServiceManager_, ASocketWithoutAFileIsFound) {

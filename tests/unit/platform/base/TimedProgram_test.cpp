@@ -28,18 +28,38 @@ TEST(TimedProgram, OneThatASignalEndsHasItsNumber) { EXPECT_EQ(Shell("kill -TERM
 
 TEST(TimedProgram, OneThatIsNotThere) { EXPECT_EQ(RunTimedProgram({"/nowhere/program"}, {}).status, 127); }
 
+/// Waits until a process is gone; false after a while. One that nobody has waited for yet is a name alone.
+bool Goes(pid_t process) {
+  const auto limit = std::chrono::steady_clock::now() + 10s;
+  const auto is_alive = [&] {
+    return Shell("grep -q '^State:.[^ZX]' /proc/" + std::to_string(process) + "/status 2>/dev/null").status == 0;
+  };
+  while (is_alive() && std::chrono::steady_clock::now() < limit) {}
+  return !is_alive();
+}
+
 TEST(TimedProgram, AtTheLimitItIsKilledWithAllThatItStarted) {
   const auto begin = std::chrono::steady_clock::now();
   const ProgramEnd end = Shell("sleep 60 & echo $!; wait", {200ms, 1000});
   EXPECT_EQ(end.status, std::nullopt);
   EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s);
-  const pid_t child = std::stoi(end.out);
-  const auto limit = std::chrono::steady_clock::now() + 10s;
-  const auto is_alive = [&] {  // one that nobody has waited for yet is a name alone
-    return Shell("grep -q '^State:.[^ZX]' /proc/" + std::to_string(child) + "/status 2>/dev/null").status == 0;
-  };
-  while (is_alive() && std::chrono::steady_clock::now() < limit) {}
-  EXPECT_FALSE(is_alive());
+  EXPECT_TRUE(Goes(std::stoi(end.out)));
+}
+
+TEST(TimedProgram, WhatItLeftRunningWithItsOutputOpenGoesAtTheLimit) {
+  const auto begin = std::chrono::steady_clock::now();
+  const ProgramEnd end = Shell("sleep 60 & echo $!; exit 3", {1000ms, 1000});
+  EXPECT_EQ(end.status, 3);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s);
+  EXPECT_TRUE(Goes(std::stoi(end.out)));
+}
+
+TEST(TimedProgram, WhatItLeftRunningWithoutItsOutputGoesOn) {
+  const ProgramEnd end = Shell("sleep 60 >/dev/null 2>&1 & echo $!");
+  EXPECT_EQ(end.status, 0);
+  const pid_t left = std::stoi(end.out);
+  EXPECT_EQ(::kill(left, 0), 0);
+  ::kill(left, SIGKILL);
 }
 
 TEST(TimedProgram, TheCallerMayGiveUp) {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "platform/dds/DDS_BaseObj.h"
-#include "platform/wire/SharedSampleView.h"
+#include "platform/wire/sample_wire.h"
 #include "tests/support/TopicRig.h"
 
 namespace Lumenar::Test {

@@ -64,28 +64,80 @@ class ForgetfulService : public POA_CosNaming::NamingContext {
   std::atomic<bool> waits_{false};
 };
 
-TEST(Naming_, ANameThatIsBeingPutBackWhileAllAreUnboundDoesNotStay) {
+/// A listing that never ends.
+class EndlessIterator : public POA_CosNaming::BindingIterator {
+ public:
+  CORBA::Boolean next_one(CosNaming::Binding_out binding) override {
+    binding = new CosNaming::Binding;
+    return true;
+  }
+  CORBA::Boolean next_n(CORBA::ULong, CosNaming::BindingList_out bindings) override {
+    ++parts;
+    bindings = new CosNaming::BindingList;
+    bindings->length(1);
+    (*bindings)[0].binding_name.length(1);
+    (*bindings)[0].binding_name[0].id = "A";
+    return true;
+  }
+  void destroy() override { ++ends; }
+
+  std::atomic<int> parts{0}, ends{0};
+};
+
+class EndlessService : public ForgetfulService {
+ public:
+  void list(CORBA::ULong, CosNaming::BindingList_out bindings, CosNaming::BindingIterator_out more) override {
+    bindings = new CosNaming::BindingList;
+    more = iterator->_this();
+  }
+
+  const PortableServer::Servant_var<EndlessIterator> iterator{new EndlessIterator};
+};
+
+/// An ORB whose naming service is an object of this process.
+template <class Service>
+struct OrbWithNaming {
+  OrbWithNaming() {
+    CORBA::Object_var root_poa = orb->resolve_initial_references("RootPOA");
+    PortableServer::POA_var poa = PortableServer::POA::_narrow(root_poa);
+    const PortableServer::POAManager_var manager = poa->the_POAManager();
+    manager->activate();
+    reference = service->_this();
+    orb->register_initial_reference("NameService", reference);
+  }
+  ~OrbWithNaming() { orb->destroy(); }
+  OrbWithNaming(const OrbWithNaming&) = delete;
+  OrbWithNaming& operator=(const OrbWithNaming&) = delete;
+
   int argc = 0;
   CORBA::ORB_var orb = CORBA::ORB_init(argc, nullptr);
-  const PortableServer::Servant_var<ForgetfulService> service(new ForgetfulService);
-  CORBA::Object_var root_poa = orb->resolve_initial_references("RootPOA");
-  PortableServer::POA_var poa = PortableServer::POA::_narrow(root_poa);
-  const PortableServer::POAManager_var manager = poa->the_POAManager();
-  manager->activate();
-  const CosNaming::NamingContext_var reference = service->_this();
-  orb->register_initial_reference("NameService", reference);
+  const PortableServer::Servant_var<Service> service{new Service};
+  CosNaming::NamingContext_var reference;
+};
+
+TEST(Naming_, AListingWithoutAnEndIsGivenUp) {
+  const OrbWithNaming<EndlessService> there;
   {
-    Naming naming(orb, "here");
-    naming.Bind({"A"}, reference);
-    EXPECT_EQ(service->Size(), 1u);
-    service->Forget();
-    service->asked.get_future().wait();
+    Naming naming(there.orb, "here");
+    EXPECT_THROW(naming.List({}), CORBA::IMP_LIMIT);
+  }
+  EXPECT_LT(there.service->iterator->parts, 1000);
+  EXPECT_EQ(there.service->iterator->ends, 1) << "the service keeps nothing of it";
+}
+
+TEST(Naming_, ANameThatIsBeingPutBackWhileAllAreUnboundDoesNotStay) {
+  const OrbWithNaming<ForgetfulService> there;
+  {
+    Naming naming(there.orb, "here");
+    naming.Bind({"A"}, there.reference);
+    EXPECT_EQ(there.service->Size(), 1u);
+    there.service->Forget();
+    there.service->asked.get_future().wait();
     auto unbinding = std::async(std::launch::async, [&] { naming.UnbindAll(); });
     EXPECT_EQ(unbinding.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout) << "it waits";
-    service->go_on.set_value();
+    there.service->go_on.set_value();
   }
-  EXPECT_EQ(service->Size(), 0u);
-  orb->destroy();
+  EXPECT_EQ(there.service->Size(), 0u);
 }
 
 }  // namespace

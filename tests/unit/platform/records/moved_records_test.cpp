@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "platform/records/SampleRecord.h"
-#include "platform/records/trace_record.h"
 
 namespace Lumenar {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/servants/UpcallGate.h"
+#include "platform/servants/servants.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,6 @@
 #include <thread>
 #include <vector>
 
-#include "platform/servants/CountedServant.h"
 
 namespace Corvanta {
 namespace {

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "platform/servants/UpcallGate.h"
+#include "platform/servants/servants.h"
 #include "platform/wire/sample_calls.h"
 #include "tests/support/TopicsFixture.h"
 

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "platform/servants/UpcallGate.h"
+#include "platform/servants/servants.h"
 #include "platform/topics/DDS_Publisher.h"
 #include "platform/topics/DDS_Subscriber.h"
 #include "tests/support/TopicsFixture.h"

@@ -9,7 +9,9 @@ namespace Corvanta {
 namespace {
 
 struct Connection final : ServedConnection {
+  const PeerStanding& Standing() const noexcept override { return standing; }
   void GiveWay() noexcept override { gave_way = true; }
+  PeerStanding standing;
   bool gave_way = false;
 };
 
@@ -34,7 +36,7 @@ TEST(ConnectionTable, TheLongestSilentGivesWay) {
   Connection first, second;
   table.Enter(first);
   table.Enter(second);
-  first.Heard();
+  first.standing.Heard();
   Connection third, fourth;  // a connection counts as heard of when it begins
   EXPECT_TRUE(table.Enter(third));
   EXPECT_TRUE(second.gave_way);
@@ -46,15 +48,15 @@ TEST(ConnectionTable, TheLongestSilentGivesWay) {
 TEST(ConnectionTable, StrangersGoBeforePeersAtRestAndTheseBeforeRequestsUnderWay) {
   ConnectionTable table(3);
   Connection waiting, resting, stranger, further[3];
-  waiting.Heard();
-  waiting.Answered();
-  waiting.Heard();
-  resting.Heard();
-  resting.Answered();
+  waiting.standing.Heard();
+  waiting.standing.Answered();
+  waiting.standing.Heard();
+  resting.standing.Heard();
+  resting.standing.Answered();
   for (Connection* connection : {&waiting, &resting, &stranger}) table.Enter(*connection);
   table.Enter(further[0]);
   EXPECT_TRUE(stranger.gave_way);
-  further[0].Answered();
+  further[0].standing.Answered();
   table.Enter(further[1]);
   EXPECT_TRUE(resting.gave_way);
   EXPECT_FALSE(waiting.gave_way);

@@ -9,6 +9,7 @@
 #include "platform/orb/ORB_wrapper.h"
 #include "platform/program/program.h"
 #include "platform/wire/any_guard.h"
+#include "tests/unit/platform/wire/QuietManager.h"
 #include "tests/unit/platform/wire/record_text.h"
 
 namespace Corvanta {
@@ -50,19 +51,9 @@ class Subscriber : public GuardedServant<POA_Corvanta::DDS_GroupSub> {
   std::shared_future<void> released_ = release_.get_future();
 };
 
-class Manager : public GuardedServant<POA_Corvanta::DDS_Manager> {
+class Manager : public Test::QuietManager<GuardedServant<POA_Corvanta::DDS_Manager>> {
  public:
   void Publish(const CORBA::Any&, const char*) override { Lumenar::WriteOut("not guarded"); }
-  CORBA::Long Subscribe(const char*, DDS_Sub_ptr) override { return 0; }
-  void Unsubscribe(const char*, CORBA::Long) override {}
-  TopicStatusSeq* Topics() override { return new TopicStatusSeq; }
-  SubscriptionStatusSeq* Subscriptions() override { return new SubscriptionStatusSeq; }
-  CORBA::ULongLong SubscriptionEpoch() override { return 0; }
-  HandleSeq* Renew(const ClaimSeq&) override { return new HandleSeq; }
-  CORBA::Boolean LastSample(const char*, CORBA::Any_OUT_arg sample) override {
-    sample = new CORBA::Any;
-    return false;
-  }
 
   bool TakeCall(IncomingCall& call) override {
     const auto publish = [](SampleRecord&& record, const char* topic) {

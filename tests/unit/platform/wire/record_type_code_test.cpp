@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/wire/record_type_code.h"
+#include "platform/wire/sample_wire.h"
 
 #include <gtest/gtest.h>
 

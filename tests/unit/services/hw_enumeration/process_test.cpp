@@ -5,6 +5,8 @@
 
 #include <csignal>
 #include <fstream>
+#include <future>
+#include <vector>
 
 #include "HwEnumerate.hh"
 #include "platform/orb/ORB_wrapper.h"
@@ -69,6 +71,23 @@ TEST_F(HwEnumeration, AnEngineThatAnnouncesItselfAgainReplacesItsEntry) {
   EXPECT_STREQ(engines[0].progress, "70");
 }
 
+TEST_F(HwEnumeration, OfAnnouncementsAtTheSameTimeOneStays) {
+  constexpr int kThreads = 8, kAnnouncements = 50;
+  std::vector<std::future<std::vector<Corvanta::Progress_Interface_var>>> announcing;
+  for (int i = 0; i < kThreads; ++i) {
+    announcing.push_back(std::async(std::launch::async, [&] {
+      std::vector<Corvanta::Progress_Interface_var> given;
+      while (given.size() < kAnnouncements) given.emplace_back(Announce("a", 1));
+      return given;
+    }));
+  }
+  int there = 0;
+  for (auto& thread : announcing) {
+    for (const auto& progress : thread.get()) there += progress->_non_existent() ? 0 : 1;
+  }
+  EXPECT_EQ(there, 1) << "the others are withdrawn";
+}
+
 TEST_F(HwEnumeration, RefusesTextsThatWouldSpoilTheLog) {
   EXPECT_THROW(Announce("", 1), CORBA::BAD_PARAM);
   EXPECT_THROW(Announce("a\nb", 1), CORBA::BAD_PARAM);
@@ -98,7 +117,7 @@ TEST_F(HwEnumeration, KnowsItsEnginesAgainAfterItWasKilled) {
 
 TEST_F(HwEnumeration, ADamagedStateFileCostsWhatIsDamagedOnly) {
   const auto state = platform_.Directory() / "damaged";
-  std::ofstream(state) << "hw_enumeration engines 1\nx\t1\ta\n7\t100\tb\n7\n7\t\t\n8\t\x1b\tc\n";
+  std::ofstream(state) << "hw_enumeration engines 1\nx\t1\ta\n7\t100\tb\n7\n7\t\t\n8\t\x1b\tc\n4294967297\t100\td\n";
   platform_.HwEnumeration().Signal(SIGTERM);
   platform_.HwEnumeration().WaitForExit();
   const auto service = platform_.Start("hw_enumeration", {"--state", state.string()});

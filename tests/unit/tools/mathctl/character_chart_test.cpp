@@ -131,6 +131,17 @@ TEST(CharacterChart, PanelsStandAboveEachOther) {
   EXPECT_EQ(corners[0], corners[1]);
 }
 
+/// Where there are so many lines that a twentieth of the panel is one.
+TEST(CharacterChart, KeepsALineFreeAboveAndBelowTheCurve) {
+  for (const bool utf8 : {false, true}) {
+    const auto lines = CharacterChart(ChartOf({DrawnCurve("a", {0, 100, 0})}), FormOf(60, 40, utf8));
+    const auto is_empty = [&](std::size_t line) { return CharactersOf(lines.at(line)) <= 6; };  // number and frame
+    EXPECT_TRUE(is_empty(1)) << lines[1];
+    EXPECT_FALSE(is_empty(2) && is_empty(3)) << "the curve is as high as there is room";
+    EXPECT_TRUE(is_empty(lines.size() - 4)) << lines[lines.size() - 4];
+  }
+}
+
 TEST(CharacterChart, CurvesOfOnePanelDiffer) {
   const std::vector<Curve> curves{DrawnCurve("a", {1, 1}), DrawnCurve("b", {2, 2})};
   EXPECT_THAT(Picture(curves, FormOf(40, 12)), AllOf(HasSubstr("* a"), HasSubstr("+ b"), HasSubstr("****")));

@@ -15,8 +15,7 @@
 #include <thread>
 
 #include "platform/base/Version.h"
-#include "tests/support/EngineFixture.h"
-#include "tools/mathctl/command.h"
+#include "tests/support/MathctlFixture.h"
 
 namespace Lumenar::Test {
 namespace {
@@ -31,64 +30,8 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
-using Words = std::vector<std::string>;
 
-// No call of the tool may take longer than this, whatever is broken.
-constexpr std::chrono::seconds kPatience{20};
-
-struct Outcome {
-  int exit_code;
-  std::string out;
-  std::string error;
-};
-
-class MathctlTest : public EngineFixture {
- protected:
-  Outcome Run(const Words& words) {
-    const auto process = platform_.Start("mathctl", words);
-    const int exit_code = process->WaitForExit(kPatience);
-    return {exit_code, process->Out(), process->Error()};
-  }
-
-  // What a command writes that must succeed.
-  std::string Out(const Words& words) {
-    const Outcome outcome = Run(words);
-    EXPECT_EQ(outcome.exit_code, kDone) << testing::PrintToString(words) << outcome.error;
-    return outcome.out;
-  }
-
-  std::vector<json> Objects(Words words) {
-    words.push_back("--json");
-    return ObjectsIn(Out(words));
-  }
-
-  static std::vector<json> ObjectsIn(const std::string& text) {
-    std::vector<json> objects;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) objects.push_back(json::parse(line));
-    return objects;
-  }
-
-  std::size_t Subscriptions() {
-    const CORBA::Object_var object = bench_.Orb().Resolve({"Lumenar", "local", "DDS_MANAGER", "1"});
-    const Corvanta::DDS_Manager_var manager = Corvanta::DDS_Manager::_narrow(object);
-    const Corvanta::SubscriptionStatusSeq_var subscriptions = manager->Subscriptions();
-    return subscriptions->length();
-  }
-
-  bool WaitForSubscriptions(std::size_t count) {
-    return WaitUntil([&] { return Subscriptions() == count; });
-  }
-
-  // Starts a watch and waits until its subscriptions stand.
-  std::unique_ptr<Process> StartWatch(Words words, std::size_t readings = 1) {
-    const std::size_t before = Subscriptions();
-    words.insert(words.begin(), "watch");
-    auto watch = platform_.Start("mathctl", words);
-    EXPECT_TRUE(WaitForSubscriptions(before + readings)) << watch->Error();
-    return watch;
-  }
-};
+using MathctlTest = MathctlFixture;
 
 TEST_F(MathctlTest, ShowsWhatThereIs) {
   ScalarInput level(bench_, "LEVEL", ScalarOf(2.5, kMilliwatt, -0.1, 0.2));

@@ -34,6 +34,15 @@ TEST(PlotScript, DrawsOnePanelAUnit) {
   EXPECT_THAT(script, HasSubstr("plot $curve1 using 1:2 with lines linecolor 1 title 'b'\n"));
 }
 
+/// The graphics program would end the axis at the highest point itself.
+TEST(PlotScript, KeepsRoomAboveAndBelowTheCurves) {
+  EXPECT_THAT(ScriptOf({ScriptCurve("a", {0, 100})}), HasSubstr("set yrange [-5:105]\nplot "));
+  Curve curve = ScriptCurve("a", {0, 100});
+  curve.low = {-100, 0};
+  curve.high = {50, 300};
+  EXPECT_THAT(ScriptOf({curve}), HasSubstr("set yrange [-120:320]\nplot "));
+}
+
 TEST(PlotScript, ShadesTheErrorBand) {
   Curve curve = ScriptCurve("a", {1, 2});
   curve.low = {0.5, 1.5};

@@ -11,7 +11,92 @@
 
 #include "platform/base/Mutex.h"
 
+// How an object that others call lives: its owner holds it (OwnedServant); its memory goes with the last call inside, and
+// a call that comes after the owner has given it up is turned away, by the servant's flag where the ORB calls
+// (CountedServant), by the gate where subscriptions and attributes call into the object (UpcallGate).
+
 namespace Corvanta {
+
+/// A servant that counts its references and knows whether its owner has given it up.
+///
+/// The memory goes with the last of owner, POA and requests in flight; derived classes have a protected destructor. The
+/// POA may go on dispatching requests to a servant that it has been told to deactivate, so every operation begins with
+/// RequireOpen. The count is an atomic of its own: the ORB's does the same inside its library, where the thread
+/// sanitizer sees neither the count nor what it orders.
+/// Threads   any.
+class CountedServant : public virtual PortableServer::ServantBase {
+ public:
+  void _add_ref() override;
+  void _remove_ref() override;
+  CORBA::ULong _refcount_value() override;
+
+  /// From here on operations raise OBJECT_NOT_EXIST; those in flight are not waited for.
+  void Close() noexcept;
+
+  /// Close, and takes the servant out of its POA. A second call does nothing.
+  void Withdraw() noexcept;
+
+  bool IsClosed() const noexcept { return state_.load(std::memory_order_acquire) != State::Open; }
+
+  /// The first line of an operation. Errors   CORBA::OBJECT_NOT_EXIST when closed.
+  void RequireOpen() const {
+    if (IsClosed()) throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
+  }
+
+ protected:
+  CountedServant() = default;
+  ~CountedServant() override = default;
+
+ private:
+  enum class State { Open, Closed, Withdrawn };
+
+  std::atomic<CORBA::ULong> references_{1};
+  std::atomic<State> state_{State::Open};
+};
+
+/// A servant as its owner holds it: active from construction until the end. Interface is the IDL interface that it
+/// offers.
+template <class Interface, class Servant>
+class OwnedServant {
+ public:
+  /// Takes over the reference that `new` gave, and activates the servant: everything else of it is set by now.
+  /// Errors   CORBA system exceptions; the servant is released then.
+  explicit OwnedServant(Servant* servant) : servant_(servant), reference_(Activate(servant)) {}
+
+  /// Later requests find the servant closed; those in flight are not waited for.
+  ~OwnedServant() {
+    servant_->Close();
+    servant_->Withdraw();
+  }
+
+  OwnedServant(const OwnedServant&) = delete;
+  OwnedServant& operator=(const OwnedServant&) = delete;
+
+  /// Not duplicated; calls through it raise OBJECT_NOT_EXIST once the servant is closed.
+  typename Interface::_ptr_type Reference() const noexcept { return reference_; }
+
+  /// The servant with a reference of the caller's to it.
+  Servant* Counted() const {
+    servant_->_add_ref();
+    return servant_.in();
+  }
+
+  Servant* operator->() const noexcept { return servant_.in(); }
+
+ private:
+  /// Without memory for the reference the servant is active already: the POA would keep it for good.
+  static typename Interface::_ptr_type Activate(Servant* servant) {
+    try {
+      return servant->_this();
+    } catch (...) {
+      servant->Withdraw();
+      throw;
+    }
+  }
+
+  PortableServer::Servant_var<Servant> servant_;
+  typename Interface::_var_type reference_;
+};
 
 /// The door through which calls from outside reach one object that counts its references (a servant).
 ///
