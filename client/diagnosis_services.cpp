@@ -61,14 +61,29 @@ std::string EngineAtInstance(Connection& connection, CORBA::Long instance) {
   return Remote(name, [&] { return std::string(CORBA::String_var(registration->EngineName()).in()); });
 }
 
+// Errors   NotFound where it has ended and taken its names back.
+std::string NameOfReported(Connection& connection, const Corvanta::EngineProgress& reported, bool shares_instance) {
+  std::string name = Printable(EngineAtInstance(connection, reported.instance));
+  if (shares_instance && LettersOf(name) != LettersOf(reported.engine.in()))
+    throw Error(ErrorKind::NotFound, "has ended; its instance is that of " + name + " now");
+  return name;
+}
+
+// Replays and references come and go. Whoever needs one that has gone is told so where its readings are examined.
+bool ComesAndGoes(const Corvanta::EngineProgress& reported) { return LettersOf(reported.engine.in()) == "REPLAY"; }
+
 Finding ExamineReportedEngine(Connection& connection, const Corvanta::EngineProgress& reported, bool shares_instance) {
   const std::string file = Printable(reported.engine.in()), progress = Printable(reported.progress.in());
   const std::string gone = "start it again, or forget it: restart hw_enumeration without its --state file";
   return Examined(fmt::format("reported engine {} {}", file, reported.instance), gone, [&](Finding& finding) {
-    const std::string name = EngineAtInstance(connection, reported.instance);
-    if (shares_instance && LettersOf(name) != LettersOf(reported.engine.in()))
-      throw Error(ErrorKind::NotFound, "has ended; its instance is that of " + Printable(name) + " now");
-    finding.text = fmt::format("is {}, {} % started", Printable(name), progress.empty() ? "0" : progress);
+    try {
+      finding.text = fmt::format("is {}, {} % started", NameOfReported(connection, reported, shares_instance),
+                                 progress.empty() ? "0" : progress);
+    } catch (const Error& error) {
+      if (error.Kind() != ErrorKind::NotFound || !ComesAndGoes(reported)) throw;
+      finding.text = "has ended, as replays and references do";
+      return;
+    }
     if (progress == "100") return;
     finding.verdict = Verdict::Look;
     finding.remedy = "see its standard output: it has not finished starting";
@@ -110,7 +125,8 @@ std::string RestartRemedy(const std::string& engine) {
   if (stem == Corvanta::kMathEngineName) return "start it again: engine_host math_factory_hh";
   std::string library;
   for (const char c : stem) library += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return fmt::format("start it again: engine_host {}, or the path of its library", Printable(library));
+  return fmt::format("start it again: engine_host {}, or the path of its library, or the replay that offered it",
+                     Printable(library));
 }
 
 std::vector<SubscriptionView> SubscriptionsOf(Connection& connection) {

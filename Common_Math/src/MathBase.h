@@ -15,7 +15,7 @@
 #include "Common_Math/src/RefusedSamples.h"
 #include "MathFactory.hh"
 #include "platform/base/InstanceCounter.h"
-#include "platform/base/Mutex.h"
+#include "platform/base/thread_annotations.h"
 #include "platform/components/GUI_AbleRegistration.h"
 #include "platform/components/ItemNamer.h"
 #include "platform/records/Records.h"

@@ -182,7 +182,7 @@ void Expansion::TakeUnknown(Path path, const std::string& reason) {
     taken.findings.CountUnchecked("not in the recording: " + reason);
     found_.push_back(std::move(taken));
   }
-  if (path.settled || path.detours == kMostWithoutResult) return;
+  if (path.settled || path.detours >= kMostWithoutResult) return;
   ++path.detours;
   Wait(std::move(path));
 }

@@ -7,7 +7,9 @@ namespace Lumenar::Judge {
 
 bool Report::IsProven() const {
   const auto is_whole = [](const FileReport& file) { return file.problem.empty(); };
-  const auto is_explained = [](const ObjectReport& object) { return object.IsExplained(); };
+  const auto is_explained = [this](const ObjectReport& object) {
+    return object.IsExplained() && (assumes_resets || object.interrupted == 0);
+  };
   return !objects.empty() && std::all_of(files.begin(), files.end(), is_whole) &&
          std::all_of(objects.begin(), objects.end(), is_explained);
 }

@@ -41,7 +41,7 @@ struct Report {
   std::vector<std::string> notes;  ///< about the recording as a whole
   std::vector<ObjectReport> objects;
 
-  /// Every file is whole, there are objects, and each is explained.
+  /// Every file is whole, there are objects, and each is explained; where RESETs are not assumed, without a gap.
   bool IsProven() const;
 };
 

@@ -87,6 +87,33 @@ def test_pause_stops_and_go_on_goes_on(gateway, browser):
     browser.wait_for_frames(5)
 
 
+def test_in_a_pause_picture_and_cursor_are_of_one_sample_and_zoom_brings_points(gateway, browser):
+    browser.open(gateway.address, show=[NOISE])
+    browser.wait_for_pictures(NOISE)
+    browser.wait_for_frames(5)
+    browser.run("document.body.dispatchEvent(new KeyboardEvent('keydown', {key: 'p', bubbles: true}));"
+                "window.still = lumenar.panels.views[0].frame; window.came = lumenar.figures.frames")
+    browser.until("return lumenar.figures.frames > came", why="the sample that was under way")
+    assert browser.run("return lumenar.panels.views[0].frame === still")
+    browser.run("document.querySelector('.plot').focus()")
+    browser.press("+", "+", "+", "+")
+    browser.until("return !lumenar.panels.views[0].frame.isColumns", why="the points of what is zoomed to")
+    drawn = picture_of(browser)
+    browser.run("const [view] = lumenar.panels.views;"
+                "view.keep({...view.frame, values: view.frame.values.map((value) => value - 1)})")
+    assert picture_of(browser) != drawn, "an answer that comes late is drawn, too"
+    browser.press("p")
+    browser.wait_for_frames(5)
+
+
+def picture_of(browser):
+    """The curves, when what was asked for is drawn."""
+    browser.run("window.isDrawn = false;"
+                "requestAnimationFrame(() => requestAnimationFrame(() => { window.isDrawn = true; }))")
+    browser.until("return isDrawn")
+    return browser.run("return document.querySelector('.layer').toDataURL()")
+
+
 def test_hold_keeps_the_smallest_and_the_greatest(gateway, browser):
     browser.open(gateway.address, show=[NOISE])
     browser.wait_for_pictures(NOISE)

@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <random>
 
-#include "tests/unit/judge/RecordedObject.h"
+#include "tests/support/RecordedObject.h"
 
 namespace Lumenar::Judge {
 namespace {

@@ -34,12 +34,18 @@ Corvanta::EngineReadingBase_ptr FirstItemOf(Corvanta::ORB_wrapper& orb, const st
   return Corvanta::EngineReadingBase::_nil();
 }
 
-TEST_F(Peers, AReadingWhoseProcessIsGoneIsRefusedWithTheOrbsException) {
-  Process& probe = platform_.StartEngine("probe");
+/// The one input of an object: the first trace of an engine.
+Corvanta::MathFactory::ReadingAttribSeq FirstTraceOf(Corvanta::ORB_wrapper& orb, const std::string& engine_name) {
   Corvanta::MathFactory::ReadingAttribSeq inputs;
   inputs.length(1);
-  inputs[0] = FirstItemOf(bench_.Orb(), "PROBE/1");
-  ASSERT_FALSE(CORBA::is_nil(inputs[0]));
+  inputs[0] = FirstItemOf(orb, engine_name);
+  EXPECT_FALSE(CORBA::is_nil(inputs[0])) << engine_name;
+  return inputs;
+}
+
+TEST_F(Peers, AReadingWhoseProcessIsGoneIsRefusedWithTheOrbsException) {
+  Process& probe = platform_.StartEngine("probe");
+  const auto inputs = FirstTraceOf(bench_.Orb(), "PROBE/1");
   Corvanta::MathFactory::Math_var math = Create(Peak, inputs);
   probe.Signal(SIGKILL);
   probe.WaitForExit();
@@ -50,10 +56,7 @@ TEST_F(Peers, AReadingWhoseProcessIsGoneIsRefusedWithTheOrbsException) {
 
 TEST_F(Peers, AKilledInputProcessIsNotedOnceAndItsReturnBringsTheSamplesBack) {
   Process& probe = platform_.StartEngine("probe");
-  Corvanta::MathFactory::ReadingAttribSeq inputs;
-  inputs.length(1);
-  inputs[0] = FirstItemOf(bench_.Orb(), "PROBE/1");
-  ASSERT_FALSE(CORBA::is_nil(inputs[0]));
+  const auto inputs = FirstTraceOf(bench_.Orb(), "PROBE/1");
   Corvanta::MathFactory::Math_var peak = Create(Peak, inputs);
   Corvanta::MathFactory::Math_var average = Create(Average, inputs);
   probe.Signal(SIGKILL);
@@ -75,13 +78,8 @@ TEST_F(Peers, AKilledInputProcessIsNotedOnceAndItsReturnBringsTheSamplesBack) {
 TEST_F(Peers, AnEngineIsWatchedNoLongerThanAMathObjectNeedsIt) {
   Process& probe = platform_.StartEngine("probe");
   Process& other = platform_.StartEngine("sim", {{"SIM_READINGS", "trace:T:points=16:rate=0"}});
-  Corvanta::MathFactory::ReadingAttribSeq inputs;
-  inputs.length(1);
-  inputs[0] = FirstItemOf(bench_.Orb(), "PROBE/1");
-  Corvanta::MathFactory::Math_var deleted = Create(Peak, inputs);
-  inputs[0] = FirstItemOf(bench_.Orb(), "SIM/1");
-  ASSERT_FALSE(CORBA::is_nil(inputs[0]));
-  Corvanta::MathFactory::Math_var kept = Create(Peak, inputs);
+  Corvanta::MathFactory::Math_var deleted = Create(Peak, FirstTraceOf(bench_.Orb(), "PROBE/1"));
+  Corvanta::MathFactory::Math_var kept = Create(Peak, FirstTraceOf(bench_.Orb(), "SIM/1"));
   factory_->DeleteMath(deleted->GetId());
   for (Process* process : {&probe, &other}) {
     process->Signal(SIGKILL);

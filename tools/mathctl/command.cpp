@@ -68,6 +68,12 @@ std::string CheckPrecision(const std::string& text) {
   return is_number && digits >= 1 && digits <= 17 ? "" : "a number of digits from 1 to 17 is needed";
 }
 
+// Behind the transformation of "json" into its number.
+std::string CheckFormat(const std::string& text) {
+  const bool is_number = text == "0" || text == "1" || text == "2";
+  return is_number ? "" : text + " is no format: table, json or csv is needed";
+}
+
 void DefineOptions(CLI::App& app, Options& options) {
   app.add_option("-w,--timeout", options.timeout_s, "Limit of every remote call, in seconds")
       ->check(CheckSeconds)
@@ -75,7 +81,8 @@ void DefineOptions(CLI::App& app, Options& options) {
       ->capture_default_str();
   const std::map<std::string, Format> formats{{"table", Format::Table}, {"json", Format::Json}, {"csv", Format::Csv}};
   app.add_option("--format", options.format, "How results are written: table, json (one object a line) or csv")
-      ->transform(CLI::CheckedTransformer(formats, CLI::ignore_case).description(""))
+      ->transform(CLI::Transformer(formats, CLI::ignore_case).description(""))
+      ->check(CheckFormat)
       ->type_name("FORMAT");
   app.add_flag_callback(
       "--json", [&options] { options.format = Format::Json; }, "The same as --format json");

@@ -32,11 +32,12 @@ struct Answer {
   std::string problem;  ///< why there is no answer; empty where there is one
 };
 
-/// HOST:PORT, or a host alone, which has a dot or brackets; neither has a "=". Names of drivers have none of these.
+/// HOST:PORT, or a host alone, which has a dot or, as a number of IPv6, several colons; neither has a "=". Names of
+/// drivers have none of these. The command line takes brackets around a whole word away.
 bool IsAddress(const std::string& name) {
   if (name.find('=') != std::string::npos) return false;
-  if (name.find('.') != std::string::npos || name.rfind('[', 0) == 0) return true;
   const std::size_t colon = name.rfind(':');
+  if (name.find('.') != std::string::npos || name.find(':') != colon) return true;
   if (colon == std::string::npos || colon + 1 == name.size()) return false;
   return std::all_of(name.begin() + static_cast<std::ptrdiff_t>(colon) + 1, name.end(),
                      [](char c) { return c >= '0' && c <= '9'; });

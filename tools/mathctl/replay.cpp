@@ -113,15 +113,11 @@ std::string CheckSpeed(const std::string& text) {
 }
 
 constexpr const char* kReplayFooter =
-    "FILE is what `mathctl record` wrote, or a file of another instrument: Touchstone (.s1p, .s2p), spectrum sweeps, "
-    "two\n"
-    "columns, OTDR levels or samples of sigrok-cli (.csv, and .sr with REPLAY_UNITS=V in the environment). A recorded "
-    "reading has its name again, in an engine of its own process: while "
-    "another\n"
-    "PROBE/1 runs, the recorded one is PROBE/2. The result of math:3 becomes REPLAY/1/MATH_3. Each sample is the "
-    "recorded one\n"
-    "bit by bit, with the time of its capture. Levels in plain dB of other instruments' files are offered as dB(10^2 "
-    "%),\n"
+    "FILE is what `mathctl record` wrote, or a file of another instrument: Touchstone (.s1p, .s2p), spectrum sweeps,\n"
+    "two columns, OTDR levels or samples of sigrok-cli (.csv, and .sr with REPLAY_UNITS=V in the environment).\n"
+    "A recorded reading has its name again, in an engine of its own process: while another PROBE/1 runs, the\n"
+    "recorded one is PROBE/2. The result of math:3 becomes REPLAY/1/MATH_3. Each sample is the recorded one bit by\n"
+    "bit, with the time of its capture. Levels in plain dB of other instruments' files are offered as dB(10^2 %),\n"
     "the same numbers with a unit, which RelativeSubtract needs.\n"
     "\n"
     "Examples:\n"

@@ -112,6 +112,11 @@ std::string ComplaintOf(const Judge::Report& report) {
   for (const Judge::ObjectReport& object : report.objects) {
     if (!object.IsExplained()) return fmt::format("{} was not checked: {}", object.name, ProblemOf(object));
   }
+  for (const Judge::ObjectReport& object : report.objects) {
+    if (!report.assumes_resets && object.interrupted > 0)
+      return fmt::format("{} is not proven without a gap: {} of {} results not checked; {}", object.name,
+                         object.findings.Unchecked(), object.results, object.interruptions.front());
+  }
   return "there is no math object in this recording (record FILE --with-inputs math:0 makes one that has)";
 }
 
@@ -149,7 +154,7 @@ void DefineVerify(CLI::App& app, Command& command) {
   verb->add_option("FILE", arguments->files, "A recording; it is followed into its further parts")->required();
   verb->add_option("--report", arguments->report, "Write a report for people, in Markdown, to this file");
   verb->add_option("--json", arguments->json, "Write the report for programs, as JSON, to this file");
-  verb->add_flag("--strict", arguments->strict, "Do not assume RESETs that nobody recorded");
+  verb->add_flag("--strict", arguments->strict, "Assume no RESET that nobody recorded, and accept no gap");
   verb->callback([&command, arguments] {
     command.ends_on_signal = true;
     command.run = [arguments](const Session& session) { Verify(session, *arguments); };

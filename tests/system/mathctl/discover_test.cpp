@@ -123,7 +123,7 @@ TEST_F(DiscoverTest, NobodyListens) {
 
 // Nobody listens at 5025 there: what matters is that it is asked there, and not taken for a driver.
 TEST_F(DiscoverTest, AHostWithoutPortIsAnAddress) {
-  for (const char* host : {"127.255.255.254", "[::1]", "no-such-host.invalid"}) {
+  for (const char* host : {"127.255.255.254", "fe80::a", "no-such-host.invalid"}) {
     const Outcome result = Run({"discover", host, "--json", "--limit", "20"});
     EXPECT_THAT(result.error, HasSubstr(std::string(host) + " is sent *IDN? and nothing else\n"));
     EXPECT_THAT(result.out, Not(HasSubstr("driver")));

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 #include "tests/system/mathctl/FrameFixture.h"
 
@@ -45,6 +46,13 @@ TEST_F(EveryVerb, HasHelpWithAnExample) {
     EXPECT_FALSE(verb->get_description().empty()) << verb->get_name();
     EXPECT_THAT(verb->get_footer(), HasSubstr("Example")) << verb->get_name();
     EXPECT_THAT(verb->get_footer(), HasSubstr("mathctl " + verb->get_name())) << verb->get_name();
+  }
+}
+
+TEST_F(EveryVerb, HasHelpForTerminalsOf120Columns) {
+  for (const CLI::App* verb : Verbs()) {
+    std::istringstream help(verb->help());
+    for (std::string line; std::getline(help, line);) EXPECT_LE(line.size(), 120u) << verb->get_name() << ": " << line;
   }
 }
 

@@ -15,6 +15,7 @@ namespace Lumenar::Test {
 namespace {
 
 using Mathctl::kDone;
+using Mathctl::kRefused;
 using Recording::Event;
 using Recording::EventKind;
 using testing::HasSubstr;
@@ -108,6 +109,9 @@ TEST_F(RecordLossesTest, AManagerThatWasStartedAgainIsAGapThatEverybodyKnowsOf) 
   const Outcome verified = Run({"verify", file, "--json", File("proof.json")});
   EXPECT_EQ(verified.exit_code, kDone) << verified.out << verified.error;
   EXPECT_GE(json::parse(TextOf(File("proof.json")))["objects"][0]["interrupted"], 1);
+  const Outcome strict = Run({"verify", file, "--strict"});
+  EXPECT_EQ(strict.exit_code, kRefused);
+  EXPECT_THAT(strict.error, HasSubstr("math:0 is not proven without a gap: "));
   Out({"convert", file, File("b.csv")});
   Out({"convert", File("b.csv"), File("c.jsonl")});
   EXPECT_EQ(TextOf(File("c.jsonl")), TextOf(file)) << "byte for byte";

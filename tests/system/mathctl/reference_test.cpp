@@ -69,6 +69,10 @@ TEST_F(ReferenceTest, ResultsAreStoredAndPlainDecibelsGetAUnit) {
       << "it is well, although nothing comes from it";
   EXPECT_THAT(Run({"get", "REFERENCE/1/OF_YESTERDAY"}).error,
               HasSubstr("`mathctl reference load` offers a stored one"));
+  load->Signal(SIGINT);
+  ASSERT_EQ(load->WaitForExit(kPatience), kDone);
+  EXPECT_THAT(Run({"doctor", "--count", "0.05"}).out, testing::Not(HasSubstr("reported engine")))
+      << "a reference that was taken away is no fault";
 }
 
 TEST_F(ReferenceTest, SaysWhatIsWrongInOneLine) {

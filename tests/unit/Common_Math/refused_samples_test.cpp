@@ -83,15 +83,6 @@ class RefusalTest : public OperationFixture {
     const Corvanta::MathFactory::RefusalStatus_var status = math->Refusals();
     return {status->refused, status->last_reason.in()};
   }
-
-  /// A sample whose exception, if it raises one, is the topic manager's affair.
-  template <class Input, class Record>
-  void DeliverAnyhow(const Input& input, const Record& record) {
-    try {
-      Deliver(input, record);
-    } catch (const CORBA::Exception&) {
-    } catch (const std::exception&) {}
-  }
 };
 
 using Refusals = std::pair<unsigned long long, std::string>;

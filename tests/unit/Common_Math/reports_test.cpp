@@ -58,14 +58,6 @@ class ReportTest : public OperationFixture {
     const MathReport_var report = math->Report();
     return report.in();
   }
-
-  template <class Input, class Record>
-  void DeliverAnyhow(const Input& input, const Record& record) {
-    try {
-      Deliver(input, record);
-    } catch (const CORBA::Exception&) {
-    } catch (const std::exception&) {}
-  }
 };
 
 TEST_F(ReportTest, ANewObjectHasAResultOfPresentValuesAndNoSampleYet) {

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "judge/same_bits.h"
-#include "tests/unit/judge/RecordedObject.h"
+#include "tests/support/RecordedObject.h"
 
 namespace Lumenar::Judge {
 namespace {

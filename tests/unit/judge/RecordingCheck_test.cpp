@@ -12,7 +12,7 @@
 
 #include "recording/Digest.h"
 #include "tests/support/ProcessFigures.h"
-#include "tests/unit/judge/RecordedObject.h"
+#include "tests/support/RecordedObject.h"
 
 namespace Lumenar::Judge {
 namespace {

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/judge/RecordedObject.h"
+#include "tests/support/RecordedObject.h"
 
 namespace Lumenar::Judge {
 

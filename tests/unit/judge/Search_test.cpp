@@ -229,7 +229,9 @@ TEST_F(JudgeSearch, AResultThatIsMissingIsFound) {
 }
 
 TEST_F(JudgeSearch, ASampleThatTheObjectNeverHadIsFound) {
-  RecordedObject object("Subtract", {numbers_.Trace(kdBm), numbers_.Trace(kdBm)});
+  const std::vector<Datum> present{numbers_.Trace(kdBm), numbers_.Trace(kdBm)};
+  RecordedObject object("Subtract", present);
+  object.RecordPresent(present);
   for (int i = 0; i < 10; ++i) object.Sample(i % 2 == 0 ? 0 : 1, numbers_.Trace(kdBm));
   object.Record(0, numbers_.Trace(kdBm));
   for (int i = 0; i < 10; ++i) object.Sample(i % 2 == 0 ? 1 : 0, numbers_.Trace(kdBm));

@@ -12,7 +12,7 @@
 #include <limits>
 #include <random>
 
-#include "tests/unit/judge/RecordedObject.h"
+#include "tests/support/RecordedObject.h"
 
 namespace Lumenar::Judge {
 namespace {

@@ -27,6 +27,11 @@ TEST_F(JudgeSearch, AGapMakesTheCheckBeginAnew) {
   EXPECT_TRUE(report.IsExplained()) << TextsOf(report, Remark::Unexplained);
   EXPECT_EQ(report.interrupted, 1u);
   EXPECT_EQ(report.findings.Checked(), 14u);
+  EXPECT_TRUE(object.Check().IsProven());
+  SearchLimits strict;
+  strict.assume_resets = false;
+  EXPECT_FALSE(object.Check(strict).IsProven()) << "nobody knows what was in the gap";
+  EXPECT_FALSE(object.CheckObject(strict).Differs());
 }
 
 /// A recorder notes what the topic manager dropped up to a second later, behind samples that came meanwhile.

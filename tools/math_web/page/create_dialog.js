@@ -130,5 +130,6 @@ export class CreateDialog {
 }
 
 function nothingFits(place) {
-  return place === 0 ? "No reading or result fits here." : "No reading or result fits with the one above: choose another.";
+  if (place === 0) return "No reading or result fits here.";
+  return "No reading or result fits with the one above: choose another.";
 }

@@ -26,8 +26,8 @@ class Kept {
 }
 
 /** Update: decoding what came since the last picture, and drawing it. Whole: the same and what the browser does with
- *  it, layout and pixels. Picture: from a trace's capture to the frame of the screen after the one that it was drawn in, by
- *  the clocks of both machines. All in milliseconds. */
+ *  it, layout and pixels. Picture: from a trace's capture to the frame of the screen after the one that it was drawn
+ *  in, by the clocks of both machines. All in milliseconds. */
 export class Figures {
   update = new Kept();
   whole = new Kept();

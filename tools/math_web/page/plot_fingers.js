@@ -3,7 +3,7 @@
 const kStill_px = 8;
 
 /** Fingers on a plot: one moves what is zoomed, and the cursor where all is shown; two zoom. Up and down the page is
- *  scrolled, as everywhere. A tap is not heard here: browsers tell it as a click of the mouse, which puts the cursor. */
+ *  scrolled, as everywhere. A tap is not heard here: to the plot browsers tell it as a click of the mouse. */
 export class PlotFingers {
   #plot;
   #panel;

@@ -3,8 +3,8 @@
 const kFine = 1 / 200;
 const kCoarse = 1 / 20;
 
-/** Keyboard and wheel on a plot: the cursor by the arrow keys, zoom by plus, minus, 0 and Ctrl with the wheel, moving by
- *  Shift with the arrows or the wheel. */
+/** Keyboard and wheel on a plot: the cursor by the arrow keys, zoom by plus, minus, 0 and Ctrl with the wheel,
+ *  moving by Shift with the arrows or the wheel. */
 export class PlotKeys {
   #panel;
 

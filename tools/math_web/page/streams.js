@@ -84,12 +84,13 @@ class Stream {
     this.#connection.request(message).catch((error) => this.end(error.message));
   }
 
-  /** Other columns, another range or scale; asks the server only where something differs. */
+  /** Other columns, another range or scale; asks the server, and says so, only where something differs. */
   change(view) {
     const changed = {...this.#view, ...view};
-    if (Object.keys(changed).every((key) => changed[key] === this.#view[key])) return;
+    if (Object.keys(changed).every((key) => changed[key] === this.#view[key])) return false;
     this.#view = changed;
     this.subscribe();
+    return true;
   }
 
   took(sample) {

@@ -92,6 +92,7 @@ export class TracePanel extends Panel {
     const {isPaused} = this.settings;
     const isFresh = this.views.some((view) => view.isFresh) && !isPaused;
     if (!this.takeDirty() && !isFresh) return [];
+    if (!isPaused) for (const view of this.views) view.goOn();
     const frames = this.views.filter((view) => view.frame);
     if (frames.length > 0) this.#drawFrames(frames);
     for (const view of frames) view.waterfall?.draw(this.shown, isPaused);
@@ -153,7 +154,7 @@ export class TracePanel extends Panel {
   #askAgain() {
     if (!this.plot) return;
     const view = {columns: this.plot.columns, from: this.#zoom?.from ?? null, to: this.#zoom?.to ?? null};
-    for (const one of this.views) one.stream.change(view);
+    for (const one of this.views) one.ask(view);
     this.dirty();
   }
 

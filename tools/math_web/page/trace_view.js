@@ -13,6 +13,8 @@ export class TraceView extends View {
   scale = "as_is";
   waterfall = null;
   #held = null;
+  #coming = null; // what came while the picture stands still
+  #isAsked = false; // whether another view of it was asked for meanwhile
 
   constructor(name, slot, streams, columns, actions) {
     super(name, slot, actions);
@@ -41,8 +43,20 @@ export class TraceView extends View {
   setScale(scale) {
     this.scale = scale;
     this.#held = null;
-    this.stream.change({scale});
+    this.ask({scale});
     this.waterfall?.setScale(scale);
+  }
+
+  /** Asks for another view: columns, from, to, scale. */
+  ask(view) {
+    this.#isAsked = this.stream.change(view) || this.#isAsked;
+  }
+
+  /** The picture moves again: what came meanwhile is what there is. */
+  goOn() {
+    this.sample = this.#coming ?? this.sample;
+    this.#coming = null;
+    this.#isAsked = false;
   }
 
   /** Forgets what is held; the present curve is held from now on. */
@@ -110,9 +124,14 @@ export class TraceView extends View {
     this.parts.waterfall.setAttribute("aria-pressed", String(pressed));
   }
 
-  /** Takes what has come. */
+  /** Takes what has come. In a pause, picture and values of the cursor stay those of one sample, until another part or
+   *  form of it is asked for. */
   keep(frame) {
+    const isStill = this.sample !== null && this.panel?.settings.isPaused;
+    this.#coming = isStill && !this.#isAsked ? frame : null;
+    if (this.#coming) return;
     this.sample = frame;
+    if (isStill) this.panel.dirty();
   }
 
   #text(value) {

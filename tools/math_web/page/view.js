@@ -42,10 +42,14 @@ export class View {
       "li",
       {class: `legend-line ${kind}`.trim(), data: {name}},
       parts.key,
-      el("span", {class: "legend-name"}, name),
-      parts.what,
-      ...middle,
-      parts.arrivals,
+      el(
+        "span",
+        {class: "legend-words"},
+        el("span", {class: "legend-name"}, name),
+        parts.what,
+        ...middle,
+        parts.arrivals,
+      ),
       el("span", {class: "legend-buttons controls"}, ...buttons, csv, remove),
     );
   }

@@ -94,47 +94,50 @@ class EndlessService : public ForgetfulService {
   const PortableServer::Servant_var<EndlessIterator> iterator{new EndlessIterator};
 };
 
-TEST(Naming_, AListingWithoutAnEndIsGivenUp) {
+/// An ORB whose naming service is an object of this process.
+template <class Service>
+struct OrbWithNaming {
+  OrbWithNaming() {
+    CORBA::Object_var root_poa = orb->resolve_initial_references("RootPOA");
+    PortableServer::POA_var poa = PortableServer::POA::_narrow(root_poa);
+    const PortableServer::POAManager_var manager = poa->the_POAManager();
+    manager->activate();
+    reference = service->_this();
+    orb->register_initial_reference("NameService", reference);
+  }
+  ~OrbWithNaming() { orb->destroy(); }
+  OrbWithNaming(const OrbWithNaming&) = delete;
+  OrbWithNaming& operator=(const OrbWithNaming&) = delete;
+
   int argc = 0;
   CORBA::ORB_var orb = CORBA::ORB_init(argc, nullptr);
-  const PortableServer::Servant_var<EndlessService> service(new EndlessService);
-  CORBA::Object_var root_poa = orb->resolve_initial_references("RootPOA");
-  PortableServer::POA_var poa = PortableServer::POA::_narrow(root_poa);
-  const PortableServer::POAManager_var manager = poa->the_POAManager();
-  manager->activate();
-  const CosNaming::NamingContext_var reference = service->_this();
-  orb->register_initial_reference("NameService", reference);
+  const PortableServer::Servant_var<Service> service{new Service};
+  CosNaming::NamingContext_var reference;
+};
+
+TEST(Naming_, AListingWithoutAnEndIsGivenUp) {
+  const OrbWithNaming<EndlessService> there;
   {
-    Naming naming(orb, "here");
+    Naming naming(there.orb, "here");
     EXPECT_THROW(naming.List({}), CORBA::IMP_LIMIT);
   }
-  EXPECT_LT(service->iterator->parts, 1000);
-  EXPECT_EQ(service->iterator->ends, 1) << "the service keeps nothing of it";
-  orb->destroy();
+  EXPECT_LT(there.service->iterator->parts, 1000);
+  EXPECT_EQ(there.service->iterator->ends, 1) << "the service keeps nothing of it";
 }
 
 TEST(Naming_, ANameThatIsBeingPutBackWhileAllAreUnboundDoesNotStay) {
-  int argc = 0;
-  CORBA::ORB_var orb = CORBA::ORB_init(argc, nullptr);
-  const PortableServer::Servant_var<ForgetfulService> service(new ForgetfulService);
-  CORBA::Object_var root_poa = orb->resolve_initial_references("RootPOA");
-  PortableServer::POA_var poa = PortableServer::POA::_narrow(root_poa);
-  const PortableServer::POAManager_var manager = poa->the_POAManager();
-  manager->activate();
-  const CosNaming::NamingContext_var reference = service->_this();
-  orb->register_initial_reference("NameService", reference);
+  const OrbWithNaming<ForgetfulService> there;
   {
-    Naming naming(orb, "here");
-    naming.Bind({"A"}, reference);
-    EXPECT_EQ(service->Size(), 1u);
-    service->Forget();
-    service->asked.get_future().wait();
+    Naming naming(there.orb, "here");
+    naming.Bind({"A"}, there.reference);
+    EXPECT_EQ(there.service->Size(), 1u);
+    there.service->Forget();
+    there.service->asked.get_future().wait();
     auto unbinding = std::async(std::launch::async, [&] { naming.UnbindAll(); });
     EXPECT_EQ(unbinding.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout) << "it waits";
-    service->go_on.set_value();
+    there.service->go_on.set_value();
   }
-  EXPECT_EQ(service->Size(), 0u);
-  orb->destroy();
+  EXPECT_EQ(there.service->Size(), 0u);
 }
 
 }  // namespace

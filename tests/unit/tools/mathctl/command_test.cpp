@@ -133,6 +133,7 @@ TEST(Parse, NamesWhatIsNearAWrongWord) {
       {{"frobnicate"}, "mathctl: no verb \"frobnicate\"; mathctl --help shows the verbs\n"},
       {{"list", "--fromat", "json"}, "mathctl: no option --fromat; near: --format\n"},
       {{"--tmeout=3", "list"}, "mathctl: no option --tmeout; near: --timeout\n"},
+      {{"list", "--format", "xml"}, "mathctl: --format: xml is no format: table, json or csv is needed; mathctl list"},
       {{"list", "-x"}, "mathctl: no option -x; mathctl list --help shows those there are\n"},
       {{"get"}, "mathctl: READING is required; mathctl get --help shows an example\n"},
       {{}, "mathctl: A subcommand is required; mathctl --help shows the verbs\n"},
