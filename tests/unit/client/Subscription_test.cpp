@@ -132,6 +132,7 @@ TEST_F(SubscriptionTest, ListsWhatWasRenewedOnceUntilItIsTaken) {
   subscription.Add(connection.FindReading("TYPE"));
   for (int round = 0; round < 2; ++round) {
     platform_.KillTopicManager();
+    // Without its file the next one knows nobody.
     ASSERT_TRUE(std::filesystem::remove(platform_.Directory() / "subscriptions.state"));
     platform_.StartTopicManager();
     ASSERT_TRUE(WaitUntil([&] {
