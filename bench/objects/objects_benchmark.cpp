@@ -20,7 +20,6 @@
 #include "bench/Figures.h"
 #include "bench/objects/ObjectsRig.h"
 #include "platform/wire/sample_wire.h"
-#include "platform/wire/sample_wire.h"
 #include "tests/support/CommandLineFigures.h"
 
 namespace {
