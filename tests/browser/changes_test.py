@@ -57,14 +57,12 @@ def test_what_was_made_comes_into_sight_on_a_phone(gateway, platform, browser, e
 
 def test_an_average_begins_anew_after_reset(gateway, platform, browser, empty):
     name = create(platform, "Average", NOISE)
-    platform.mathctl("set", name, "SIZE", "2000")  # more than comes while this test runs
+    platform.mathctl("set", name, "SIZE", "99")
     browser.open(gateway.address, show=[name])
     browser.wait_for_pictures(name)
-    before = objects(platform)[0]["filled"]
-    assert until(lambda: objects(platform)[0]["filled"] > before + 20, 10)
-    many = objects(platform)[0]["filled"]
+    assert until(lambda: objects(platform)[0]["filled"] == 99, 30)
     browser.click(browser.row(name) + " button", "Reset")
-    assert until(lambda: objects(platform)[0]["filled"] < many, 5)
+    assert until(lambda: objects(platform)[0]["filled"] < 99, 5)
 
 
 def test_a_trace_is_normalised_to_its_average(gateway, browser, platform, empty):
