@@ -13,6 +13,7 @@ from urllib.parse import quote
 
 from platform_of_processes import until
 from selenium import webdriver
+from selenium.common.exceptions import StaleElementReferenceException
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.action_chains import ActionChains
 
@@ -77,12 +78,18 @@ class Browser:
     def text(self, selector: str) -> str:
         return self.run("return document.querySelector(arguments[0])?.textContent ?? ''", selector)
 
-    def click(self, selector: str, text: str = "") -> None:
+    def click(self, selector: str, text: str = "", tries: int = 5) -> None:
+        """Clicks at what the page shows there; it is looked for again where the page was drawn anew meanwhile."""
         found = self.run("return [...document.querySelectorAll(arguments[0])]"
                          ".find((one) => one.textContent.includes(arguments[1]))", selector, text)
         assert found is not None, f"nothing to click at: {selector} {text}"
-        self.run("arguments[0].scrollIntoView({block: 'center'})", found)
-        found.click()
+        try:
+            self.run("arguments[0].scrollIntoView({block: 'center'})", found)
+            found.click()
+        except StaleElementReferenceException:
+            if tries == 1:
+                raise
+            self.click(selector, text, tries - 1)
 
     def press(self, *keys: str) -> None:
         ActionChains(self.driver).send_keys(*keys).perform()
