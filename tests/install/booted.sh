@@ -127,7 +127,7 @@ others_programs_run() {
 # results; then it is off again.
 run_once() {
   local engine=$1 setting=$2 reading=$3 settings=$root/etc/lumenar/engine-$1.conf
-  cp "$settings" "$work/settings"
+  cp "$settings" "$work/engine.conf"
   [ -z "$setting" ] || echo "$setting" >>"$settings"
   manager start "lumenar-engine@$engine" || fail "$engine: $(journal -u "lumenar-engine@$engine")"
   until_true 30 in_machine mathctl get "$reading" || fail "$engine has no $reading: $(journal -u "lumenar-engine@$engine")"
@@ -135,7 +135,7 @@ run_once() {
   in_machine_as "$nobody" mathctl watch "$(cat "$work/id")" -n 2 --idle 20 >"$work/watch" || fail "no Average over $reading: $(cat "$work/watch")"
   in_machine_as "$nobody" mathctl delete "$(cat "$work/id")"
   manager stop "lumenar-engine@$engine"
-  cp "$work/settings" "$settings"
+  cp "$work/engine.conf" "$settings"
   forget_engines
 }
 
