@@ -26,6 +26,7 @@ ip link set lo up
 mkdir -p "$root/.outside"
 cd "$root"
 pivot_root . .outside
+# The service manager mounts what a service may read where all see it, as credentials, and leaves that to be so to whoever starts it.
 # shellcheck disable=SC2016
 exec /usr/bin/env -i container=test PATH=/usr/sbin:/usr/bin:/sbin:/bin /bin/sh -c \
-  'cd / && umount -l /.outside && rmdir /.outside && exec /lib/systemd/systemd --unit=multi-user.target'
+  'cd / && umount -l /.outside && rmdir /.outside && mount --make-rshared / && exec /lib/systemd/systemd --unit=multi-user.target'
