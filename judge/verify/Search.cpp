@@ -145,7 +145,7 @@ void Search::Explain(const Arrival& result) {
   }
   Expansion expansion(facts_, limits_, streams_, beginning_, result, is_telling);
   for (const Path& path : paths_) expansion.From(path);  // for the result that is nearest
-  if (!expansion.HasNearest() && result.time_ns > end_ns_ - limits_.gap_ns) return LeaveUnchecked();
+  if (MayLackItsSample(result, expansion)) return LeaveUnchecked();
   for (const Path& path : paths_) {
     for (Path& way : expansion.Unexplained(path)) ways.push_back(std::move(way));
   }
@@ -153,7 +153,18 @@ void Search::Explain(const Arrival& result) {
   Keep(std::move(ways), limits_.paths_lost);
 }
 
-/// All samples have had their results, and the recording ends: the next one may have come just behind its end.
+/// Whether the sample of a result may have come just behind the end of the recording: all samples have had their
+/// results, or of several inputs one has no further sample, while the result is among the last arrivals.
+bool Search::MayLackItsSample(const Arrival& result, const Expansion& expansion) const {
+  if (!expansion.HasNearest()) return result.time_ns > end_ns_ - limits_.gap_ns;
+  if (facts_.inputs.size() == 1 || result.time_ns <= end_ns_ - limits_.disorder_ns) return false;
+  return std::any_of(paths_.begin(), paths_.end(), [this](const Path& path) {
+    for (std::size_t input = 0; input < facts_.inputs.size(); ++input)
+      if (streams_[input].At(path.next[input]) == nullptr) return true;
+    return false;
+  });
+}
+
 void Search::LeaveUnchecked() {
   for (Path& path : paths_) path.findings.CountUnchecked("at the end: its sample is not in the recording");
 }

@@ -62,6 +62,7 @@ class Search {
   Findings Found(std::int64_t end_ns);
   bool IsDue(const Arrival& result, std::int64_t now_ns) const;
   void Explain(const Arrival& result);
+  bool MayLackItsSample(const Arrival& result, const Expansion& expansion) const;
   void LeaveUnchecked();
   std::vector<Path> WaysTo(const Arrival& result, bool is_telling);
   std::vector<Path> FoundBy(Expansion& expansion);

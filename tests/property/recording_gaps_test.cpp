@@ -164,6 +164,7 @@ class HonestRecording {
   void Record() {
     object_.RecordingBeginsWithSize(plan_.size);
     object_.RecordPresent(present_);
+    const std::int64_t end_ns = coming_.back().time_ns;
     std::size_t gap = 0;
     BeginStretch(object_.LastTime_ns());
     for (const Coming& coming : coming_) {
@@ -171,7 +172,8 @@ class HonestRecording {
       if (gap < gap_ends_.size() && coming.time_ns >= gap_ends_[gap] - GapLength_ns()) continue;
       object_.step_ns = coming.time_ns - object_.LastTime_ns();
       object_.Record(coming.reading, coming.datum);
-      NoteWhetherSure(coming, gap < gap_ends_.size() ? gap_ends_[gap] - GapLength_ns() - kSoft_ns : INT64_MAX);
+      NoteWhetherSure(coming,
+                      gap < gap_ends_.size() ? gap_ends_[gap] - GapLength_ns() - kSoft_ns : end_ns - kDisorder_ns);
     }
   }
 

@@ -169,6 +169,22 @@ TEST_F(JudgeSearch, TheSampleOfALastResultMayComeBehindTheEnd) {
   }
 }
 
+/// Of two inputs one may be there, and the one that gave the last result not yet.
+TEST_F(JudgeSearch, TheSampleOfALastResultOfTwoInputsMayComeBehindTheEnd) {
+  for (const std::int64_t behind_ms : {0, 200}) {
+    RecordedObject object("Subtract", {numbers_.Trace(kdBm), numbers_.Trace(kdBm)});
+    for (int i = 0; i < 20; ++i) object.Sample(i % 2, numbers_.Trace(kdBm));
+    object.Compute(1, numbers_.Trace(kdBm));
+    object.Record(0, numbers_.Trace(kdBm));
+    object.RecordResult();
+    object.step_ns = behind_ms * kMillisecond;
+    object.RecordEvent(Recording::EventKind::Size, 1);
+    const ObjectReport report = object.CheckObject();
+    EXPECT_EQ(CountOf(report, Remark::Unexplained), behind_ms > 50 ? 1u : 0u);
+    EXPECT_GE(report.findings.Checked(), 15u);
+  }
+}
+
 TEST_F(JudgeSearch, SaysWhereItIsBounded) {
   RecordedObject object("Subtract", {ScalarOf(5, kWatts), ScalarOf(2, kWatts)});
   for (int i = 0; i < 30; ++i)
@@ -182,6 +198,8 @@ TEST_F(JudgeSearch, SaysWhereItIsBounded) {
   EXPECT_GT(object.CheckObject(one_step).bounded, 0u);
   object.Record(0, ScalarOf(5, kWatts));
   object.Record(object.ResultReading(), ScalarOf(99, kWatts));
+  object.step_ns = 200 * kMillisecond;
+  object.Record(1, ScalarOf(2, kWatts));
   EXPECT_THAT(MarkdownOf(object.Check(one_way)), HasSubstr("the search was bounded at "));
 
   RecordedObject other("Subtract", {numbers_.Scalar(kWatts), numbers_.Scalar(kWatts)});
