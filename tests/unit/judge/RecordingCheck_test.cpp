@@ -4,14 +4,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "recording/Digest.h"
-#include "tests/support/ProcessFigures.h"
 #include "tests/support/RecordedObject.h"
 
 namespace Lumenar::Judge {
@@ -116,21 +114,6 @@ TEST(JudgeRecording, WithoutObjectsNothingIsProven) {
   Recording::RecordingWriter writer(folder.File("a.jsonl"), {}, 1);
   writer.Finish(2, 0);
   EXPECT_FALSE(RecordingCheck().Run({folder.File("a.jsonl")}).IsProven());
-}
-
-TEST(JudgeRecording, IsReadInTheMemoryOfSomeSeconds) {
-  constexpr int kSamples = 1500, kPoints = 4001;
-  const TemporaryFolder folder;
-  const auto trace = [](int i) { return TraceOf(std::vector<float>(kPoints, static_cast<float>(i)), kWatts); };
-  RecordedObject object("Peak", {trace(0)});
-  object.step_ns = 50 * kMillisecond;
-  for (int i = 1; i <= kSamples; ++i) object.Sample(0, trace(i));
-  object.Write(folder.File("a.jsonl"));
-  Lumenar::Test::ForgetPeakMemory(::getpid());
-  const long before_kB = Lumenar::Test::ResidentMemory_kB(::getpid());
-  EXPECT_TRUE(RecordingCheck().Run({folder.File("a.jsonl")}).IsProven());
-  const long more_kB = Lumenar::Test::PeakMemory_kB(::getpid()) - before_kB;
-  EXPECT_LT(more_kB, 16'000) << "of " << 2 * kSamples * kPoints * sizeof(float) / 1000 << " kB of samples";
 }
 
 TEST(JudgeRecording, ASampleOfAnotherKindInterrupts) {

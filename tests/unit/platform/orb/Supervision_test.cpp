@@ -39,7 +39,7 @@ class Supervised : public testing::Test {
     unsetenv("WATCHDOG_USEC");
   }
 
-  static PortableServer::POAManager_ptr Requests(const ORB_base& orb) { return orb.Poa()->the_POAManager(); }
+  static PortableServer::POAManager_var Requests(const ORB_base& orb) { return orb.Poa()->the_POAManager(); }
 
   NotifySocket manager_;
 };
