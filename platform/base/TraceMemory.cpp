@@ -16,7 +16,7 @@ void KeepTraceMemory() noexcept {
   mallopt(M_MMAP_THRESHOLD, sizeof(void*) == 8 ? 16 * kMiB : kMiB / 2);  // half a MiB is the most on 32 bit
   mallopt(M_TRIM_THRESHOLD, 256 * kMiB);
   mallopt(M_TOP_PAD, 4 * kMiB);
-  mallopt(M_ARENA_MAX, static_cast<int>(std::max(2u, std::thread::hardware_concurrency())));
+  mallopt(M_ARENA_MAX, static_cast<int>(std::max(1u, std::thread::hardware_concurrency() / 2)));
 #endif
 }
 

@@ -30,10 +30,10 @@ std::size_t CountHeaps() {
   return count;
 }
 
-TEST(TraceMemory, ThreadsShareAsManyHeapsAsThereAreProcessors) {
+TEST(TraceMemory, TwoProcessorsShareAHeap) {
   KeepTraceMemory();
-  const std::size_t processors = std::max(2u, std::thread::hardware_concurrency());
-  const std::size_t count = 4 * processors;
+  const std::size_t heaps = std::max(1u, std::thread::hardware_concurrency() / 2);
+  const std::size_t count = 8 * heaps;
   std::latch all_have_memory(static_cast<std::ptrdiff_t>(count));
   std::vector<std::thread> threads;
   for (std::size_t i = 0; i < count; ++i) {
@@ -43,7 +43,7 @@ TEST(TraceMemory, ThreadsShareAsManyHeapsAsThereAreProcessors) {
     });
   }
   for (std::thread& thread : threads) thread.join();
-  EXPECT_LE(CountHeaps(), processors);
+  EXPECT_LE(CountHeaps(), heaps);
 }
 
 }  // namespace
