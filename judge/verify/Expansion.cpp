@@ -192,13 +192,22 @@ void Expansion::TakeFromBefore(const Path& path) {
   const bool input_is_late = !beginning_.inputs_began || result_.place < *beginning_.inputs_began;
   const bool is_first =
       result_.number - beginning_.result_number < kFirstOnes && result_.time_ns - beginning_.time_ns <= kBeginning_ns;
-  if (!input_is_late && !is_first) return;
+  if (!is_first && (!input_is_late || LeavesMany(path))) return;
   Path from_before = path;
   from_before.operation->SetResult(*result_.sample);
   from_before.from_before = true;
   from_before.findings.CountUnchecked("of a sample from before the recording");
   ++from_before.detours;
   found_.push_back(std::move(from_before));
+}
+
+/// More samples of an input came before the result than may have theirs still to come.
+bool Expansion::LeavesMany(const Path& path) const {
+  for (std::size_t input = 0; input < facts_.inputs.size(); ++input) {
+    const Arrival* last = streams_[input].At(path.next[input] + kFirstOnes);
+    if (last != nullptr && last->place < result_.place) return true;
+  }
+  return false;
 }
 
 /// A way by which one has come already is not followed again.

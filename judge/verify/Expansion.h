@@ -68,6 +68,7 @@ class Expansion {
   void Compare(Path path, std::size_t stream, const Arrival& arrival);
   void TakeUnknown(Path path, const std::string& reason);
   void TakeFromBefore(const Path& path);
+  bool LeavesMany(const Path& path) const;
   void Wait(Path path);
   void FindAt(Path path);
   void NoteOrder(Path& path, std::size_t stream, const Arrival& arrival) const;

@@ -60,6 +60,7 @@ struct SearchLimits {
   std::int64_t gap_ns = 1'000'000'000;        ///< results so near to a gap may be those of samples that are missing
   std::int64_t disorder_ns = 50'000'000;      ///< so near to each other, arrivals may come in any order
   std::size_t paths = 64;                     ///< ways that are followed at once
+  std::size_t paths_of_sums = 1024;           ///< the same at the first results of a sum whose range nobody told
   std::size_t steps = 65536;                  ///< ways that are looked at for one result
   std::size_t paths_lost = 12;                ///< the same after a result that none of them explains
   std::size_t missing = 4;                    ///< results in a row that may be missing before the next one

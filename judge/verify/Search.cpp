@@ -71,6 +71,7 @@ void Search::AddSample(std::size_t input, Arrival sample) {
 void Search::LimitWaysTo(std::size_t bytes) {
   const std::size_t fitting = std::max(kFewestWays, limits_.state_bytes / (kTracesOfState * bytes));
   limits_.paths = std::min(limits_.paths, fitting);
+  limits_.paths_of_sums = std::min(limits_.paths_of_sums, fitting);
   limits_.paths_lost = std::min(limits_.paths_lost, fitting);
   limits_.steps = std::min(limits_.steps, std::max(kFewestSteps, fitting));
 }
@@ -140,7 +141,7 @@ void Search::Explain(const Arrival& result) {
   was_cut_ = false;
   std::vector<Path> ways = WaysTo(result, is_telling);
   if (!ways.empty()) {
-    bounded_ += (Keep(std::move(ways), limits_.paths) || was_cut_) ? 1 : 0;
+    bounded_ += (Keep(std::move(ways), MostWays()) || was_cut_) ? 1 : 0;
     return;
   }
   Expansion expansion(facts_, limits_, streams_, beginning_, result, is_telling);
@@ -212,6 +213,12 @@ std::vector<Path> Search::WaysTo(const Arrival& result, bool is_telling) {
     if (!expansion.Found().empty()) return FoundBy(expansion);
   }
   return FoundBy(expansion);
+}
+
+/// A sum whose range nobody told begins in many ways, of which few are left as soon as the numbers tell them apart.
+std::size_t Search::MostWays() const {
+  const bool is_open = facts_.type == Type::CumulativeAdd && next_result_ < 2 * kResultsUntilSumsAreKnown;
+  return is_open ? limits_.paths_of_sums : limits_.paths;
 }
 
 /// Whether ways that could not show anything yet are wrong as soon as another one is sure. Those of one input, and of

@@ -66,6 +66,7 @@ class Search {
   void LeaveUnchecked();
   std::vector<Path> WaysTo(const Arrival& result, bool is_telling);
   std::vector<Path> FoundBy(Expansion& expansion);
+  std::size_t MostWays() const;
   bool TheSureDecide() const;
   bool Keep(std::vector<Path> ways, std::size_t most);
   void LimitWaysTo(std::size_t bytes);
