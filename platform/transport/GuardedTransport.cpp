@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "platform/transport/LargeAnswer.h"
+#include "platform/transport/LiveSockets.h"
 #include "platform/transport/OwnConnections.h"
 #include "platform/transport/TransportState.h"
 #include "platform/transport/addresses.h"
@@ -82,8 +83,9 @@ class GuardedConnection final : public Transport::Accepted, public ServedConnect
  public:
   /// `address`: of the endpoint.
   GuardedConnection(int socket, omni::SocketCollection* collection, const char* address,
-                    std::shared_ptr<TransportState> state)
+                    std::shared_ptr<LiveSockets> watched, std::shared_ptr<TransportState> state)
       : Plain(socket, collection, address),
+        watched_(std::move(watched)),
         state_(std::move(state)),
         framing_(MessageFraming::Side::Served, state_->framing, state_->assembly, nullptr,
                  [this](const std::string& what) {
@@ -91,9 +93,12 @@ class GuardedConnection final : public Transport::Accepted, public ServedConnect
                    state_->log.Say("refused " + host, fmt::format("{} from {}", what, host));
                  }),
         sender_(
-            state_->sending, [this] { Shutdown(); }, [this] { return HostOf(peeraddress()); }) {}
+            state_->sending, [this] { Shutdown(); }, [this] { return HostOf(peeraddress()); }) {
+    watched_->Enter(static_cast<omni::SocketHolder*>(this));
+  }
 
   ~GuardedConnection() override {
+    watched_->Leave(static_cast<omni::SocketHolder*>(this));
     state_->table.Leave(*this);
     if (!was_read_ && !gave_way_ && !state_->ended)
       state_->log.Say("no thread",
@@ -150,6 +155,7 @@ class GuardedConnection final : public Transport::Accepted, public ServedConnect
     Shutdown();
   }
 
+  const std::shared_ptr<LiveSockets> watched_;
   const std::shared_ptr<TransportState> state_;
   std::atomic<bool> was_read_{false};
   std::atomic<bool> gave_way_{false};  // was closed on purpose
@@ -190,7 +196,7 @@ class GuardedEndpoint final : public Transport::Endpoint {
  protected:
   CORBA::Boolean notifyReadable(omni::SocketHolder* holder) override {
     if (holder != static_cast<omni::SocketHolder*>(this)) {
-      notify_(cookie_, static_cast<typename Transport::Connection*>(holder));
+      watched_->With(holder, [&] { notify_(cookie_, static_cast<typename Transport::Connection*>(holder)); });
       return true;
     }
     accepted_ = accept4(pd_socket, nullptr, nullptr, SOCK_CLOEXEC);
@@ -205,7 +211,8 @@ class GuardedEndpoint final : public Transport::Endpoint {
  private:
   /// The connection, or null when its peer is not allowed.
   omni::giopConnection* Admit(int socket) {
-    auto* connection = new GuardedConnection<Transport>(socket, this, address_.c_str(), state_);  // counted by the ORB
+    auto* connection =
+        new GuardedConnection<Transport>(socket, this, address_.c_str(), watched_, state_);  // counted by the ORB
     const std::string host = HostOf(connection->PeerAddress());
     if (!IsAllowedPeer(connection->PeerAddress(), Transport::kRule)) {
       state_->log.Say(host,
@@ -237,6 +244,7 @@ class GuardedEndpoint final : public Transport::Endpoint {
   static void Pause() { poll(nullptr, 0, 50); }
 
   const std::string address_;
+  const std::shared_ptr<LiveSockets> watched_ = std::make_shared<LiveSockets>();
   const std::shared_ptr<TransportState> state_;
   omni::giopConnection::notifyReadable_t notify_ = nullptr;
   void* cookie_ = nullptr;
