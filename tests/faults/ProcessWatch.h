@@ -8,8 +8,13 @@
 
 namespace Lumenar::Test {
 
-/// So much may a process grow whose peers send it nonsense: what its threads and connections need.
+/// So much may a process grow whose peers send it nonsense: what its threads and connections need. A sanitizer keeps what
+/// was given back for a while, and stacks of threads that have ended.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr long kMemory_kB = 2 * 1024 * 1024;
+#else
 constexpr long kMemory_kB = 20 * 1024;
+#endif
 
 /// Looks at a process before and after something was done to it.
 class ProcessWatch {
