@@ -10,13 +10,13 @@
 
 namespace Lumenar::Judge {
 
-/// Subtract and RelativeSubtract, of scalars or traces: a sample replaces its operand, the other keeps its last value.
+/// An operation of two inputs, of scalars or traces: a sample replaces its operand, the other keeps its last value.
 template <class V>
 class TwoInputs final : public Operation {
  public:
   using Record = typename V::Record;
 
-  explicit TwoInputs(Type type) : type_(type) {}
+  explicit TwoInputs(Type type) : rule_(RuleOf(type)) {}
 
   /// An operand that the object has; each computation has taken it out of decibels and back.
   /// Errors   Refused NotValid.
@@ -55,40 +55,51 @@ class TwoInputs final : public Operation {
   }
 
  private:
-  /// Refusals about which an engine says nothing: dimensions; of levels also units that are no levels.
+  /// What tells one operation from another.
+  struct Rule {
+    void (V::*combine)(const V& second);  ///< on the first
+    bool linear_operands;   ///< operands in decibels are made linear for it, and the result goes into them as the first
+    bool units_are_silent;  ///< an engine says nothing either about units with which the operation makes no sense
+  };
+
+  static Rule RuleOf(Type type) {
+    switch (type) {
+      case Type::RelativeSubtract: return {&V::SubtractLevels, false, true};
+      default: return {&V::Subtract, true, false};
+    }
+  }
+
+  /// Refusals about which an engine says nothing.
   bool IsSilent(Why why) const {
     if (why == Why::NotSame || why == Why::NotProper) return true;
-    return type_ == Type::RelativeSubtract && (why == Why::MissingUnit || why == Why::NotValid);
+    return rule_.units_are_silent && (why == Why::MissingUnit || why == Why::NotValid);
   }
 
   Outcome Compute() {
-    if (operands_[0] && operands_[1]) {
-      return type_ == Type::RelativeSubtract ? ComputeLevels() : ComputeLinear();
-    }
+    if (operands_[0] && operands_[1]) return rule_.linear_operands ? ComputeLinear() : ComputeAsTheyStand();
     for (auto& operand : operands_) ThereAndBack(operand);
     return StayUnknown(operands_[0] ? "the second operand" : "the first operand");
   }
 
   void ThereAndBack(std::optional<V>& operand) const {
-    if (operand && type_ == Type::Subtract) const OutOfDecibels there_and_back(*operand);
+    if (operand && rule_.linear_operands) const OutOfDecibels there_and_back(*operand);
   }
 
-  /// The numbers as they stand.
-  Outcome ComputeLevels() {
-    V distance(*operands_[0]);
-    distance.SubtractLevels(*operands_[1]);
-    return Publish(distance.ToRecord());
+  Outcome ComputeAsTheyStand() {
+    V result(*operands_[0]);
+    (result.*rule_.combine)(*operands_[1]);
+    return Publish(result.ToRecord());
   }
 
-  /// Both operands are made linear, subtracted, and go back into decibels whatever happens; each way may change their
-  /// last bits, and the next computation goes on from there. The difference is in decibels when the first operand was.
+  /// Both operands are made linear, combined, and go back into decibels whatever happens; each way may change their
+  /// last bits, and the next computation goes on from there. The result is in decibels when the first operand was.
   Outcome ComputeLinear() {
     const OutOfDecibels first(*operands_[0]);
     const OutOfDecibels second(*operands_[1]);
-    V difference(*operands_[0]);
-    difference.Subtract(*operands_[1]);
-    if (first.WasIn()) difference.AddDecibels();
-    return Publish(difference.ToRecord());
+    V result(*operands_[0]);
+    (result.*rule_.combine)(*operands_[1]);
+    if (first.WasIn()) result.AddDecibels();
+    return Publish(result.ToRecord());
   }
 
   class OutOfDecibels {
@@ -107,7 +118,7 @@ class TwoInputs final : public Operation {
     const bool was_in_;
   };
 
-  const Type type_;
+  const Rule rule_;
   std::array<std::optional<V>, 2> operands_;
 };
 

@@ -65,9 +65,8 @@ ObjectsRig::ObjectsRig()
 double ObjectsRig::Create(MathType type, const Inputs& inputs) {
   Corvanta::EngineAttribEnum_var selector = factory_->AttrType();
   selector->Set(type);
-  const bool two_inputs = type == Subtract || type == RelativeSubtract;
   const auto begin = Clock::now();
-  Corvanta::MathFactory::Math_var math = factory_->CreateMath(inputs[two_inputs ? 1 : 0]);
+  Corvanta::MathFactory::Math_var math = factory_->CreateMath(inputs[HasTwoInputs(type) ? 1 : 0]);
   const double time = Seconds(Clock::now() - begin);
   ids_.push_back(math->GetId());
   return time;

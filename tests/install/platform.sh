@@ -58,6 +58,13 @@ platform status >"$work/out" && fail "status of nothing" || [ $? = 3 ] || fail "
 
 SCPI_DEVICES='' exits 1 '^lumenar: scpi did not become ready: .*SCPI_DEVICES names no device' up --engine scpi --dir "$dir"
 
+# A path counts from where it is written, and not from where engines run.
+mkdir "$work/mine"
+cp "$tree/lib/libsim.so.1" "$work/mine/libmine.so.1"
+(cd "$work/mine" && SIM_READINGS='value:LEVEL' platform up --no-math --engine ./libmine.so.1 >"$work/mine/up")
+mathctl get SIM/1/LEVEL >"$work/mine/level"
+platform down >"$work/mine/down"
+
 platform up --sim >"$work/up"
 grep -q '^export LUMENAR_NAMING=127.0.0.1:' "$work/up" || fail "$(cat "$work/up")"
 all_run || fail "$(cat "$work/status")"

@@ -165,13 +165,13 @@ class OperationsAgainstJudge : public OperationFixture {
 
   void CheckTraces(int type) {
     std::vector<TraceInput*> inputs{&trace_};
-    if (type == Subtract || type == RelativeSubtract) inputs.push_back(&other_trace_);
+    if (HasTwoInputs(type)) inputs.push_back(&other_trace_);
     Check(type, inputs, BT_DATA{});
   }
 
   void CheckScalars(int type) {
     std::vector<ScalarInput*> inputs{&scalar_};
-    if (type == Subtract || type == RelativeSubtract) inputs.push_back(&other_scalar_);
+    if (HasTwoInputs(type)) inputs.push_back(&other_scalar_);
     Check(type, inputs, Scalar{});
   }
 

@@ -7,4 +7,7 @@ namespace Lumenar::Test {
 enum MathType { Subtract, RelativeSubtract, Average, Peak, CumulativeAdd };
 inline constexpr const char* kMathTypeNames[] = {"Subtract", "RelativeSubtract", "Average", "Peak", "CumulativeAdd"};
 
+inline constexpr bool HasOneInput(int type) { return type == Average || type == Peak; }
+inline constexpr bool HasTwoInputs(int type) { return !HasOneInput(type) && type != CumulativeAdd; }
+
 }  // namespace Lumenar::Test

@@ -76,9 +76,8 @@ TEST_F(FactoryTest, AnInputIsAskedForItsTopicOnceByWhateverIsCreated) {
   const Corvanta::EngineReadingBase_var second_reading = second->_this();
   int objects = 0;
   for (const int type : {Subtract, RelativeSubtract, Average, Peak}) {
-    const bool two = type == Subtract || type == RelativeSubtract;
-    Create(type, two ? std::vector<EngineReadingBase_ptr>{first_reading, second_reading}
-                     : std::vector<EngineReadingBase_ptr>{first_reading});
+    Create(type, HasTwoInputs(type) ? std::vector<EngineReadingBase_ptr>{first_reading, second_reading}
+                                    : std::vector<EngineReadingBase_ptr>{first_reading});
     EXPECT_EQ(first->asked_for_topic, ++objects) << type;
   }
   EXPECT_EQ(second->asked_for_topic, 2);
@@ -116,8 +115,8 @@ TEST_F(FactoryTest, TheSelectorKeepsItsValueBetweenCreations) {
   }
 }
 
-TEST_F(FactoryTest, TypeSevenIsAcceptedAndRefusedByTheNextCreateMath) {
-  for (const int number : {7, 5, -1}) {
+TEST_F(FactoryTest, ATypeThatIsNoOperationIsAcceptedAndRefusedByTheNextCreateMath) {
+  for (const int number : {99, static_cast<int>(Operations().size()), -1}) {
     const Corvanta::EngineAttribEnum_var type = Factory().AttrType();
     type->Set(number);
     EXPECT_EQ(type->Get(), number);

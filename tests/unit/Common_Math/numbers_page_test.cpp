@@ -13,6 +13,7 @@
 #include <charconv>
 #include <cmath>
 #include <fstream>
+#include <iterator>
 #include <set>
 #include <stdexcept>
 
@@ -236,6 +237,20 @@ TEST_F(NumbersPage, EveryExampleIsSo) {
   }
   EXPECT_GE(examples, 25);
   EXPECT_EQ(operations_.size(), Operations().size());
+}
+
+std::string TextOf(const std::string& page) {
+  std::ifstream file(SOURCE_DIRECTORY "/" + page);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(OperationsOnPages, StandWithTheirNumbersInTheMapOfTheInterfaceAndByNameInTheFirstPage) {
+  const std::string map = TextOf("docs/interfaces.md"), first = TextOf("README.md");
+  for (std::size_t i = 0; i < Operations().size(); ++i) {
+    const std::string name = Operations()[i].name;
+    EXPECT_NE(map.find(std::to_string(i) + " " + name), std::string::npos) << name;
+    EXPECT_NE(first.find(name), std::string::npos) << name;
+  }
 }
 
 }  // namespace

@@ -99,7 +99,7 @@ class OperationTable : public MathFixture {
   Corvanta::MathFactory::Math_var OfScalars(const Row& row) {
     first_scalar_ = ScalarOf(row.first, row.first_unit);
     second_scalar_ = ScalarOf(row.second, row.second_unit);
-    if (row.type == Subtract || row.type == RelativeSubtract) return Create(row.type, {first_scalar_, second_scalar_});
+    if (HasTwoInputs(row.type)) return Create(row.type, {first_scalar_, second_scalar_});
     Corvanta::MathFactory::Math_var math = Create(row.type, {first_scalar_});
     if (row.type == Average) SetSizeTwo(math);
     Deliver(first_scalar_, ScalarOf(row.second, row.second_unit));
@@ -110,7 +110,7 @@ class OperationTable : public MathFixture {
   Corvanta::MathFactory::Math_var OfTraces(const Row& row) {
     first_trace_ = TraceOf(std::vector<float>(67, static_cast<float>(row.first)), row.first_unit);
     second_trace_ = TraceOf(std::vector<float>(67, static_cast<float>(row.second)), row.second_unit);
-    if (row.type == Subtract || row.type == RelativeSubtract) return Create(row.type, {first_trace_, second_trace_});
+    if (HasTwoInputs(row.type)) return Create(row.type, {first_trace_, second_trace_});
     Corvanta::MathFactory::Math_var math = Create(row.type, {first_trace_});
     if (row.type == Average) SetSizeTwo(math);
     Deliver(first_trace_, TraceOf(std::vector<float>(67, static_cast<float>(row.second)), row.second_unit));

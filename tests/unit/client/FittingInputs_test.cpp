@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "client/Computation.h"
 #include "tests/support/MathType.h"
 
 namespace Lumenar::Client {
@@ -24,6 +25,14 @@ const PossibleInput kActionToFit{"ACTION", "void", std::nullopt, 0};
 TEST(FittingInputs, EveryOperationIsKnownAtItsNumber) {
   EXPECT_EQ(KnownTypes(), std::vector<std::string>(std::begin(Lumenar::Test::kMathTypeNames),
                                                    std::end(Lumenar::Test::kMathTypeNames)));
+}
+
+TEST(FittingInputs, EveryOperationHasAFormulaOverItsInputs) {
+  for (const std::string& type : KnownTypes()) {
+    std::vector<Operand> inputs;
+    for (const std::string& name : InputNames(type)) inputs.push_back({name, Value::C_Watts, true, 1});
+    EXPECT_NE(ComputationOf(type, inputs, 1).formula, "") << type;
+  }
 }
 
 TEST(FittingInputs, OneInputIsATraceOrAScalar) {
