@@ -196,7 +196,7 @@ class GuardedEndpoint final : public Transport::Endpoint {
  protected:
   CORBA::Boolean notifyReadable(omni::SocketHolder* holder) override {
     if (holder != static_cast<omni::SocketHolder*>(this)) {
-      watched_->With(holder, [&] { notify_(cookie_, static_cast<typename Transport::Connection*>(holder)); });
+      if (Hold(holder)) NotifyAndRelease(static_cast<typename Transport::Connection*>(holder));
       return true;
     }
     accepted_ = accept4(pd_socket, nullptr, nullptr, SOCK_CLOEXEC);
@@ -209,6 +209,22 @@ class GuardedEndpoint final : public Transport::Endpoint {
   }
 
  private:
+  /// Whether a connection is still there; then it stays. The ORB counts connections under this lock, and deletes them under it,
+  /// but for those that this thread refuses.
+  bool Hold(omni::SocketHolder* holder) {
+    const omni_tracedmutex_lock lock(*omni::omniTransportLock);
+    if (!watched_->Has(holder)) return false;
+    static_cast<typename Transport::Connection*>(holder)->incrRefCount();
+    return true;
+  }
+
+  /// The ORB takes locks of its own when it is told, so none is held meanwhile.
+  void NotifyAndRelease(typename Transport::Connection* connection) {
+    notify_(cookie_, connection);
+    const omni_tracedmutex_lock lock(*omni::omniTransportLock);
+    connection->decrRefCount();
+  }
+
   /// The connection, or null when its peer is not allowed.
   omni::giopConnection* Admit(int socket) {
     auto* connection =

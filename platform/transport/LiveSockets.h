@@ -7,10 +7,9 @@
 
 namespace Corvanta {
 
-/// The sockets that one endpoint watches and that have not gone. The ORB notes which of them became readable under its lock, but
-/// tells it without: by then the thread that served such a connection may have ended and deleted it. Who is told asks
-/// here first, and the connection stays for as long as he uses it.
-/// Threads   any. A connection that leaves waits while a socket is in use, so it must not leave under a lock that `use` takes.
+/// The sockets that one endpoint watches and that have not gone. The ORB notes which of them became readable under its lock,
+/// but tells it without: by then the thread that served such a connection may have ended and deleted it.
+/// Threads   any.
 class LiveSockets {
  public:
   void Enter(const void* socket) {
@@ -23,13 +22,9 @@ class LiveSockets {
     sockets_.erase(socket);
   }
 
-  /// Calls `use` where the socket has not gone, and keeps it until that returns. Whether it did.
-  template <class Use>
-  bool With(const void* socket, Use&& use) {
+  bool Has(const void* socket) {
     const Lumenar::Lock lock(mutex_);
-    if (sockets_.count(socket) == 0) return false;
-    use();
-    return true;
+    return sockets_.count(socket) != 0;
   }
 
  private:
