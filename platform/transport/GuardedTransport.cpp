@@ -9,12 +9,13 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <string_view>
 
 #include "platform/transport/LargeAnswer.h"
-#include "platform/transport/LiveSockets.h"
 #include "platform/transport/OwnConnections.h"
 #include "platform/transport/TransportState.h"
+#include "platform/transport/WatchedConnections.h"
 #include "platform/transport/addresses.h"
 #include "platform/transport/guarded_tcp.h"
 
@@ -83,7 +84,7 @@ class GuardedConnection final : public Transport::Accepted, public ServedConnect
  public:
   /// `address`: of the endpoint.
   GuardedConnection(int socket, omni::SocketCollection* collection, const char* address,
-                    std::shared_ptr<LiveSockets> watched, std::shared_ptr<TransportState> state)
+                    std::shared_ptr<WatchedConnections> watched, std::shared_ptr<TransportState> state)
       : Plain(socket, collection, address),
         watched_(std::move(watched)),
         state_(std::move(state)),
@@ -94,15 +95,22 @@ class GuardedConnection final : public Transport::Accepted, public ServedConnect
                  }),
         sender_(
             state_->sending, [this] { Shutdown(); }, [this] { return HostOf(peeraddress()); }) {
-    watched_->Enter(static_cast<omni::SocketHolder*>(this));
+    watched_->Enter(this, this);
   }
 
   ~GuardedConnection() override {
-    watched_->Leave(static_cast<omni::SocketHolder*>(this));
+    watched_->Leave(this);
     state_->table.Leave(*this);
     if (!was_read_ && !gave_way_ && !state_->ended)
       state_->log.Say("no thread",
                       fmt::format("connection from {} closed unserved: no thread for it", HostOf(peeraddress())));
+  }
+
+  /// The memory stays until the thread that watches has come round.
+  static void operator delete(GuardedConnection* connection, std::destroying_delete_t) {
+    const std::shared_ptr<WatchedConnections> watched = connection->watched_;
+    connection->~GuardedConnection();
+    watched->Keep(connection);
   }
 
   int Recv(void* buffer, size_t size, const omni_time_t& deadline) override {
@@ -155,7 +163,7 @@ class GuardedConnection final : public Transport::Accepted, public ServedConnect
     Shutdown();
   }
 
-  const std::shared_ptr<LiveSockets> watched_;
+  const std::shared_ptr<WatchedConnections> watched_;
   const std::shared_ptr<TransportState> state_;
   std::atomic<bool> was_read_{false};
   std::atomic<bool> gave_way_{false};  // was closed on purpose
@@ -180,6 +188,7 @@ class GuardedEndpoint final : public Transport::Endpoint {
     this->setSelectable(1, 0);
     while (!poked_) {
       accepted_ = -1;
+      watched_->FreeKept();
       if (!Select()) return nullptr;
       if (accepted_ < 0) continue;
       if (poked_) close(accepted_);
@@ -196,7 +205,7 @@ class GuardedEndpoint final : public Transport::Endpoint {
  protected:
   CORBA::Boolean notifyReadable(omni::SocketHolder* holder) override {
     if (holder != static_cast<omni::SocketHolder*>(this)) {
-      if (Hold(holder)) NotifyAndRelease(static_cast<typename Transport::Connection*>(holder));
+      if (omni::giopConnection* const connection = watched_->Find(holder)) notify_(cookie_, connection);
       return true;
     }
     accepted_ = accept4(pd_socket, nullptr, nullptr, SOCK_CLOEXEC);
@@ -209,22 +218,6 @@ class GuardedEndpoint final : public Transport::Endpoint {
   }
 
  private:
-  /// Whether a connection is still there; then it stays. The ORB counts connections under this lock, and deletes them under it,
-  /// but for those that this thread refuses.
-  bool Hold(omni::SocketHolder* holder) {
-    const omni_tracedmutex_lock lock(*omni::omniTransportLock);
-    if (!watched_->Has(holder)) return false;
-    static_cast<typename Transport::Connection*>(holder)->incrRefCount();
-    return true;
-  }
-
-  /// The ORB takes locks of its own when it is told, so none is held meanwhile.
-  void NotifyAndRelease(typename Transport::Connection* connection) {
-    notify_(cookie_, connection);
-    const omni_tracedmutex_lock lock(*omni::omniTransportLock);
-    connection->decrRefCount();
-  }
-
   /// The connection, or null when its peer is not allowed.
   omni::giopConnection* Admit(int socket) {
     auto* connection =
@@ -260,7 +253,7 @@ class GuardedEndpoint final : public Transport::Endpoint {
   static void Pause() { poll(nullptr, 0, 50); }
 
   const std::string address_;
-  const std::shared_ptr<LiveSockets> watched_ = std::make_shared<LiveSockets>();
+  const std::shared_ptr<WatchedConnections> watched_ = std::make_shared<WatchedConnections>();
   const std::shared_ptr<TransportState> state_;
   omni::giopConnection::notifyReadable_t notify_ = nullptr;
   void* cookie_ = nullptr;

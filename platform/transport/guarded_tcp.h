@@ -6,7 +6,6 @@
 #include <omniORB4/giopEndpoint.h>
 #include <omniORB4/internal/SocketCollection.h>
 #include <omniORB4/internal/transportRules.h>
-#include <omniORB4/omniTransport.h>
 #include <omniORB4/tcpConnection.h>
 #include <omniORB4/tcpEndpoint.h>
 #include <omniORB4/unixConnection.h>
