@@ -8,13 +8,15 @@
 
 namespace Lumenar::Test {
 
-/// So much may a process grow whose peers send it nonsense: what its threads and connections need. A sanitizer keeps what
-/// was given back for a while, and stacks of threads that have ended.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr long kMemory_kB = 2 * 1024 * 1024;
+constexpr long kSanitizer_kB = 16 * 1024 * 1024;  // it keeps what was given back, and stacks of threads that have ended
 #else
-constexpr long kMemory_kB = 20 * 1024;
+constexpr long kSanitizer_kB = 0;
 #endif
+
+/// So much may a process grow whose peers send it nonsense: what its threads and connections need; and at one message.
+constexpr long kMemory_kB = 20 * 1024 + kSanitizer_kB;
+constexpr long kMemoryOfOne_kB = 1024 + kSanitizer_kB;
 
 /// Looks at a process before and after something was done to it.
 class ProcessWatch {

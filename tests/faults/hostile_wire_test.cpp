@@ -124,7 +124,7 @@ TEST_F(HostileWire, CountsThatLie) {
     {
       RawClient held(target.address);
       held.Send(Unended(held, lie.operation, lie.arguments));
-      EXPECT_FALSE(WaitUntil([&watch = watch] { return watch.Growth_kB() > 1024; }, std::chrono::seconds(1)))
+      EXPECT_FALSE(WaitUntil([&watch = watch] { return watch.Growth_kB() > kMemoryOfOne_kB; }, std::chrono::seconds(1)))
           << lie.name;
       ReportFigure(fmt::format("{}: memory +{} kB", lie.name, watch.Growth_kB()));
     }
