@@ -117,7 +117,7 @@ TEST_F(WatchTest, OneOfSeveralThatGoesLeavesTheOthers) {
   Out({"create", "Peak", "LEVEL"});
   const auto watch = StartWatch({"math:0", "LEVEL", "-w", "0.3", "--new"}, 2);
   Out({"delete", "math:0"});
-  ASSERT_TRUE(WaitUntil([&] { return !watch->Error().empty(); }));
+  ASSERT_TRUE(WaitUntil([&] { return watch->Error().find('\n') != std::string::npos; })) << watch->Error();
   EXPECT_THAT(watch->Error(), EndsWith("; it is watched no more\n"));
   EXPECT_TRUE(watch->IsRunning());
 }
