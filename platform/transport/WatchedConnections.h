@@ -27,11 +27,13 @@ class WatchedConnections {
   WatchedConnections& operator=(const WatchedConnections&) = delete;
   ~WatchedConnections() { FreeKept(); }
 
+  /// A connection that was accepted, under its part that the ORB watches.
   void Enter(const omni::SocketHolder* socket, omni::giopConnection* connection) {
     const Lumenar::Lock lock(mutex_);
     connections_[socket] = connection;
   }
 
+  /// A connection that begins to go: nothing is told of it from here on, but what is being told.
   void Leave(const omni::SocketHolder* socket) {
     const Lumenar::Lock lock(mutex_);
     connections_.erase(socket);
